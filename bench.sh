@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Builds and runs the benchmarks in Release: ./bench.sh [FILTER]
+# FILTER is a regular expression over the benchmarks' names.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+. "$root/tools/packages.sh"
+
+install_packages build bench
+build_preset bench >&2
+for program in "$root"/build/bench/bench/bench_*; do
+    [ -x "$program" ] && [ -f "$program" ] || continue
+    "$program" --benchmark_counters_tabular=true ${1:+--benchmark_filter="$1"}
+done

@@ -1,0 +1,465 @@
+// The state tree: growth from 100 to 100,000 leaves, and its speed beside the plainest form of the
+// tree and beside JSON objects that are built without any tree.
+//
+// Growth rows work on 100,000 leaves, as one tree or as many, beside the same number of leaves in
+// trees of 100: so the ratio shows what a leaf costs more in a large tree, and not the caches.
+#include "bench/Compare.h"
+#include "infrastructure/datacore/DatacoreNumber.h"
+#include "sw/infrastructure_test/LiteralDatacore.h"
+
+#include <malloc.h>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int ALL_LEAVES = 100000;
+constexpr int SMALL_TREE = 100;
+
+/// How the leaves of a tree stand: all below the root, or ten in each of the root's children.
+enum Shape { Shape_Wide, Shape_Groups };
+constexpr int GROUP_SIZE = 10;
+
+QString leafName(int index)
+{
+    return QStringLiteral("leaf%1").arg(index, 5, 10, QLatin1Char('0'));
+}
+
+QString groupName(int index)
+{
+    return QStringLiteral("group%1").arg(index, 5, 10, QLatin1Char('0'));
+}
+
+/// A tree with `size` leaves, each with one value.
+template <typename Node, typename Leaf = Node>
+class Tree
+{
+public:
+    Tree(Shape shape, int size)
+        : root(QStringLiteral("root"), nullptr, QString())
+    {
+        for (int i = 0; i < size; ++i) {
+            Node* parent = &root;
+            if (shape == Shape_Groups) {
+                if (i % GROUP_SIZE == 0) {
+                    groups.push_back(
+                        std::make_unique<Node>(groupName(i / GROUP_SIZE), &root, QString()));
+                }
+                parent = groups.back().get();
+            }
+            const int index = shape == Shape_Groups ? i % GROUP_SIZE : i;
+            leaves.push_back(makeLeaf(leafName(index), parent));
+        }
+    }
+
+    Node root;
+    std::vector<std::unique_ptr<Node>> groups;
+    std::vector<std::unique_ptr<Leaf>> leaves;
+
+    void setAll(const QString& value)
+    {
+        for (const auto& leaf : leaves) {
+            leaf->setData(value);
+        }
+    }
+    QJsonObject write() const
+    {
+        QJsonObject json;
+        DatacoreJsonMessages messages;
+        root.appendToJson(QString(), json, false, true, messages);
+        return json;
+    }
+    bool read(const QJsonObject& json)
+    {
+        DatacoreJsonMessages messages;
+        return root.populateFromJson(QString(), json, false, messages);
+    }
+
+private:
+    static std::unique_ptr<Leaf> makeLeaf(const QString& name, Node* parent)
+    {
+        if constexpr (std::is_constructible_v<Leaf, QString, Node*, QString>) {
+            return std::make_unique<Leaf>(name, parent, QStringLiteral("0"));
+        } else {
+            return std::make_unique<Leaf>(name, parent);
+        }
+    }
+};
+
+using NumberTree = Tree<DatacoreBase, DatacoreNumber<int>>;
+
+/// What a measurement of growth times.
+enum Work { Work_Populate, Work_Write, Work_Take, Work_Clear, Work_All };
+
+/// Trees with ALL_LEAVES leaves together.
+class Forest
+{
+public:
+    Forest(Shape shape, int treeSize)
+    {
+        for (int i = 0; i < ALL_LEAVES / treeSize; ++i) {
+            trees.push_back(std::make_unique<NumberTree>(shape, treeSize));
+        }
+        for (const QString& value : {QStringLiteral("12345"), QStringLiteral("54321")}) {
+            states.emplace_back();
+            for (const auto& tree : trees) {
+                tree->setAll(value);
+                states.back().push_back(tree->write());
+            }
+        }
+    }
+
+    /// Seconds that the work takes, within a round of all of it.
+    double round(Work work)
+    {
+        const std::vector<QJsonObject>& state = states[(roundCount++) % states.size()];
+        const auto timed = [work, this](Work step, auto&& action) {
+            const double took = bench::seconds([this, &action] {
+                for (std::size_t i = 0; i < trees.size(); ++i) {
+                    action(i);
+                }
+            });
+            return work == Work_All || work == step ? took : 0;
+        };
+        std::vector<QJsonObject> written(trees.size());
+        double took = timed(Work_Populate, [&](std::size_t i) { trees[i]->read(state[i]); });
+        took += timed(Work_Write, [&](std::size_t i) { written[i] = trees[i]->write(); });
+        std::vector<std::vector<DatacoreBase*>> changed(trees.size());
+        took +=
+            timed(Work_Take, [&](std::size_t i) { changed[i] = trees[i]->root.takeChangedList(); });
+        took += timed(Work_Clear, [&](std::size_t i) { trees[i]->root.clearChangeState(); });
+        std::size_t changedCount = 0;
+        for (const auto& list : changed) {
+            changedCount += list.size();
+        }
+        isRight = isRight && changedCount == ALL_LEAVES;
+        return took;
+    }
+
+    bool isRight = true; ///< each round changed each leaf
+
+private:
+    std::vector<std::unique_ptr<NumberTree>> trees;
+    std::vector<std::vector<QJsonObject>> states;
+    std::size_t roundCount = 0;
+};
+
+/// As bench::compare, for work that times itself.
+template <typename Ours, typename Peer>
+void compareTimes(benchmark::State& state, double must, double aim, Ours&& ours, Peer&& peer)
+{
+    std::vector<double> ratios;
+    for (auto _ : state) {
+        const double oursTook = ours();
+        const double peerTook = peer();
+        state.SetIterationTime(oursTook);
+        ratios.push_back(peerTook / oursTook);
+    }
+    state.counters["ratio"] = bench::median(std::move(ratios));
+    state.counters["must"] = must;
+    state.counters["aim"] = aim;
+}
+
+template <Work work, Shape shape>
+void grow(benchmark::State& state)
+{
+    Forest large(shape, static_cast<int>(state.range(0)));
+    Forest small(shape, SMALL_TREE);
+    compareTimes(
+        state, 1 / 1.5, 1, [&] { return large.round(work); }, [&] { return small.round(work); });
+    state.SetItemsProcessed(state.iterations() * ALL_LEAVES);
+    if (!large.isRight || !small.isRight) {
+        state.SkipWithError("not every leaf changed");
+    }
+}
+
+/// Writes `count` numbers to a few leaves in turn.
+template <typename Trees>
+void setFew(Trees& tree, int count, int& number)
+{
+    constexpr std::size_t few = 32;
+    const std::size_t stride = tree.leaves.size() / few;
+    for (int i = 0; i < count; ++i) {
+        tree.leaves[(static_cast<std::size_t>(i) % few) * stride]->setDataNumber(++number);
+    }
+}
+
+/// Single writes where all leaves of a large tree wait at the root, beside those into a tree of 100
+/// leaves whose changes have been taken.
+void setInLargeTree(benchmark::State& state)
+{
+    NumberTree large(Shape_Groups, static_cast<int>(state.range(0)));
+    NumberTree small(Shape_Groups, SMALL_TREE);
+    large.setAll(QStringLiteral("1"));
+    int number = 0;
+    bench::compare(
+        state, 1 / 1.5, 1, [&] { setFew(large, 10000, number); },
+        [&] {
+            small.root.takeChangedList();
+            setFew(small, 10000, number);
+        });
+    state.SetItemsProcessed(state.iterations() * 10000);
+}
+
+/// A leaf below `depth` others, one below the other.
+class Chain
+{
+public:
+    explicit Chain(int depth)
+    {
+        for (int i = 0; i < depth; ++i) {
+            nodes.push_back(std::make_unique<DatacoreBase>(
+                QStringLiteral("level"), nodes.empty() ? nullptr : nodes.back().get(), QString()));
+        }
+        leaf = std::make_unique<DatacoreNumber<int>>(QStringLiteral("leaf"), nodes.back().get());
+    }
+    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    std::unique_ptr<DatacoreNumber<int>> leaf;
+};
+
+/// A write for each level in a deep tree, beside the same number of levels in trees of ten.
+void setInDeepTree(benchmark::State& state)
+{
+    const int depth = static_cast<int>(state.range(0));
+    constexpr int shallow = 10;
+    constexpr int levels = 1000000;
+    Chain deepChain(depth);
+    Chain shallowChain(shallow);
+    int number = 0;
+    const auto write = [&number](Chain& chain, int count) {
+        for (int i = 0; i < count; ++i) {
+            chain.leaf->setDataNumber(++number);
+        }
+    };
+    bench::compare(
+        state, 1 / 1.5, 1, [&] { write(deepChain, levels / depth); },
+        [&] { write(shallowChain, levels / shallow); });
+    state.SetItemsProcessed(state.iterations() * levels);
+}
+
+/// The object of one node without children, from nothing but texts.
+QJsonObject bareNode(const QString& className, const QString& value)
+{
+    QJsonObject json;
+    json.insert(QLatin1String("class"), className);
+    json.insert(QLatin1String("data"), value);
+    json.insert(QLatin1String("reasonsForBeingInactive"), QJsonArray());
+    json.insert(QLatin1String("reasonsForBeingInvalid"), QJsonArray());
+    return json;
+}
+
+template <Shape shape>
+void writeBesideBare(benchmark::State& state)
+{
+    const int size = static_cast<int>(state.range(0));
+    NumberTree tree(shape, size);
+    tree.setAll(QStringLiteral("12345"));
+    const QString className = DatacoreNumber<int>::CLASSNAME();
+    const QString baseName = QStringLiteral("DatacoreBase");
+    const QString value = QStringLiteral("12345");
+    std::vector<QString> leafNames;
+    std::vector<QString> groupNames;
+    for (int i = 0; i < size; ++i) {
+        leafNames.push_back(leafName(i));
+        groupNames.push_back(groupName(i));
+    }
+    const auto bare = [&] {
+        QJsonObject root = bareNode(baseName, QString());
+        if (shape == Shape_Wide) {
+            for (int i = 0; i < size; ++i) {
+                root.insert(leafNames[static_cast<std::size_t>(i)], bareNode(className, value));
+            }
+        } else {
+            for (int i = 0; i < size / GROUP_SIZE; ++i) {
+                QJsonObject group = bareNode(baseName, QString());
+                for (std::size_t k = 0; k < GROUP_SIZE; ++k) {
+                    group.insert(leafNames[k], bareNode(className, value));
+                }
+                root.insert(groupNames[static_cast<std::size_t>(i)], std::move(group));
+            }
+        }
+        QJsonObject json;
+        json.insert(QStringLiteral("root"), std::move(root));
+        return json;
+    };
+    if (bare() != tree.write()) {
+        state.SkipWithError("the two objects differ");
+        return;
+    }
+    const int repeats = ALL_LEAVES / size;
+    const auto repeat = [repeats](auto&& work) {
+        return [repeats, work] {
+            for (int i = 0; i < repeats; ++i) {
+                benchmark::DoNotOptimize(work());
+            }
+        };
+    };
+    bench::compare(state, 0.9, 1, repeat([&tree] { return tree.write(); }), repeat(bare));
+    state.SetItemsProcessed(state.iterations() * ALL_LEAVES);
+}
+
+void readUnchanged(benchmark::State& state)
+{
+    const int size = static_cast<int>(state.range(0));
+    Tree<DatacoreBase> tree(Shape_Groups, size);
+    Tree<LiteralDatacore> literal(Shape_Groups, size);
+    const QJsonObject json = tree.write();
+    literal.read(json);
+    tree.root.takeChangedList();
+    literal.root.takeChangedList();
+    const auto repeat = [&json, size](auto& reader) {
+        return [&json, size, &reader] {
+            for (int i = 0; i < ALL_LEAVES / size; ++i) {
+                reader.read(json);
+            }
+        };
+    };
+    bench::compare(state, 3, 6, repeat(tree), repeat(literal));
+    state.SetItemsProcessed(state.iterations() * ALL_LEAVES);
+    if (!tree.root.takeChangedList().empty() || !literal.root.takeChangedList().empty()) {
+        state.SkipWithError("something changed");
+    }
+}
+
+void readChanged(benchmark::State& state)
+{
+    Tree<DatacoreBase> tree(Shape_Groups, 1000);
+    Tree<LiteralDatacore> literal(Shape_Groups, 1000);
+    tree.setAll(QStringLiteral("12345"));
+    const QJsonObject first = tree.write();
+    tree.setAll(QStringLiteral("54321"));
+    const QJsonObject second = tree.write();
+    const auto read = [&](auto& reader) {
+        return [&] {
+            reader.read(first);
+            reader.root.takeChangedList();
+            reader.read(second);
+            reader.root.takeChangedList();
+        };
+    };
+    bench::compare(state, 0, 0, read(tree), read(literal));
+}
+
+/// A tree with ten children for each node, `depth` levels below the root.
+template <typename Node>
+class Bush
+{
+public:
+    explicit Bush(int depth)
+        : root(QStringLiteral("statusCoreRouter"), nullptr, QString())
+    {
+        grow(&root, QString(), depth);
+    }
+    Node root;
+    std::vector<QString> paths; ///< of the leaves, below the root
+    std::vector<std::unique_ptr<Node>> nodes;
+    std::vector<Node*> leaves;
+
+private:
+    void grow(Node* parent, const QString& path, int depth)
+    {
+        for (int i = 0; i < 10; ++i) {
+            const QString name = QStringLiteral("measurement%1").arg(i);
+            nodes.push_back(std::make_unique<Node>(name, parent, QString()));
+            const QString ownPath =
+                path.isEmpty() ? name : path + DatacoreJsonInterface::TREE_LEVEL_DELIMITER() + name;
+            if (depth == 1) {
+                paths.push_back(ownPath);
+                leaves.push_back(nodes.back().get());
+            } else {
+                grow(nodes.back().get(), ownPath, depth - 1);
+            }
+        }
+    }
+};
+
+void findByPath(benchmark::State& state)
+{
+    const Bush<DatacoreBase> bush(4);
+    const Bush<LiteralDatacore> literal(4);
+    const auto find = [](const auto& tree) {
+        return [&tree] {
+            for (std::size_t i = 0; i < tree.paths.size(); ++i) {
+                benchmark::DoNotOptimize(tree.root.findDatacore(tree.paths[i]) == tree.leaves[i]);
+            }
+        };
+    };
+    bench::compare(state, 4, 6, find(bush), find(literal));
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(bush.paths.size()));
+}
+
+void givePath(benchmark::State& state)
+{
+    const Bush<DatacoreBase> bush(4);
+    const Bush<LiteralDatacore> literal(4);
+    const auto give = [](const auto& tree) {
+        return [&tree] {
+            for (const auto* leaf : tree.leaves) {
+                benchmark::DoNotOptimize(leaf->getPath());
+            }
+        };
+    };
+    bench::compare(state, 4, 6, give(bush), give(literal));
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(bush.leaves.size()));
+}
+
+/// Heap memory of a tree of 100,000 leaves, with names and values, for each leaf.
+template <typename Trees>
+void bytesForEachLeaf(benchmark::State& state)
+{
+    double bytes = 0;
+    for (auto _ : state) {
+        const std::size_t before = mallinfo2().uordblks;
+        Trees tree(Shape_Wide, ALL_LEAVES);
+        tree.setAll(QStringLiteral("12345"));
+        tree.root.takeChangedList();
+        // The vector of pointers to the leaves is the benchmark's own.
+        bytes = static_cast<double>(mallinfo2().uordblks - before) / ALL_LEAVES - sizeof(void*);
+    }
+    state.counters["bytes"] = bytes;
+}
+
+#define GROWTH(WORK)                                                                               \
+    BENCHMARK_TEMPLATE(grow, WORK, Shape_Wide)                                                     \
+        ->RangeMultiplier(10)                                                                      \
+        ->Range(100, ALL_LEAVES)                                                                   \
+        ->UseManualTime()                                                                          \
+        ->Unit(benchmark::kMillisecond)                                                            \
+        ->Iterations(15);                                                                          \
+    BENCHMARK_TEMPLATE(grow, WORK, Shape_Groups)                                                   \
+        ->RangeMultiplier(10)                                                                      \
+        ->Range(100, ALL_LEAVES)                                                                   \
+        ->UseManualTime()                                                                          \
+        ->Unit(benchmark::kMillisecond)                                                            \
+        ->Iterations(15)
+GROWTH(Work_Populate);
+GROWTH(Work_Write);
+GROWTH(Work_Take);
+GROWTH(Work_Clear);
+GROWTH(Work_All);
+
+#define SIZES(ROW)                                                                                 \
+    BENCHMARK(ROW)                                                                                 \
+        ->RangeMultiplier(10)                                                                      \
+        ->Range(100, ALL_LEAVES)                                                                   \
+        ->UseManualTime()                                                                          \
+        ->Unit(benchmark::kMillisecond)
+SIZES(setInLargeTree);
+BENCHMARK(setInDeepTree)
+    ->RangeMultiplier(10)
+    ->Range(10, 1000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+SIZES(writeBesideBare<Shape_Wide>);
+SIZES(writeBesideBare<Shape_Groups>);
+SIZES(readUnchanged);
+BENCHMARK(readChanged)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(findByPath)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(givePath)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(bytesForEachLeaf, NumberTree)->Iterations(1);
+BENCHMARK_TEMPLATE(bytesForEachLeaf, Tree<LiteralDatacore>)->Iterations(1);
+
+} // namespace
+
+BENCHMARK_MAIN();

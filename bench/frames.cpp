@@ -1,0 +1,220 @@
+// Frames of 2200x1125 samples: CRCs beside a table of word steps, zlib's CRC and a plain copy;
+// tagging beside a copy of what comes out; the place of a sample beside the walk over the lines
+// above it.
+#include "bench/Compare.h"
+#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/video/generation/FrameOperations.h"
+
+#if BENCH_HAVE_ZLIB
+#include <zlib.h>
+#endif
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <random>
+
+extern "C" void* __libc_malloc(std::size_t size);
+
+namespace {
+std::size_t allocations = 0; ///< of this thread, the only one
+}
+
+/// Counts what everything takes from the heap.
+extern "C" void* malloc(std::size_t size)
+{
+    ++allocations;
+    return __libc_malloc(size);
+}
+
+namespace {
+
+constexpr quint32 WIDTH = 2200;
+constexpr quint32 LINES = 1125;
+constexpr quint32 ACTIVE = 1920;
+constexpr quint32 COVERED = ACTIVE + 6;
+constexpr FieldMetrics METRICS(FieldRegion(0, 0, WIDTH, LINES), FieldRegion(280, 41, ACTIVE, 1080));
+
+template <typename Word>
+std::vector<Word> randomWords(std::size_t count)
+{
+    std::mt19937 random(1);
+    std::vector<Word> words(count);
+    for (Word& word : words) {
+        word = static_cast<Word>(random() & 0x3FF);
+    }
+    return words;
+}
+
+/// The CRC of a word behind zeros, for each of the 1024 words.
+std::array<quint32, 1024> wordTable()
+{
+    std::array<quint32, 1024> table = {};
+    for (quint32 word = 0; word < table.size(); ++word) {
+        quint32 crc = word;
+        for (int bit = 0; bit < 10; ++bit) {
+            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0x23000u : 0u);
+        }
+        table[word] = crc;
+    }
+    return table;
+}
+
+quint16 crcWord(quint32 bits)
+{
+    return static_cast<quint16>((bits & 0x1FF) | ((bits & 0x100) != 0 ? 0 : 0x200));
+}
+
+/// All lines but the first, whose previous line lies elsewhere.
+void writeCrcsByTable(FrameOperations::Frame& frame, const std::array<quint32, 1024>& table)
+{
+    for (std::size_t start = WIDTH; start < frame.size(); start += WIDTH) {
+        quint32 crc = 0;
+        for (std::size_t i = start - ACTIVE; i < start + 6; ++i) {
+            crc = (crc >> 10) ^ table[(crc ^ frame[i]) & 0x3FF];
+        }
+        frame[start + 6] = crcWord(crc);
+        frame[start + 7] = crcWord(crc >> 9);
+    }
+}
+
+/// `writeCrcs` of a frame of random words beside `peer`, which is called with the frame.
+template <typename Peer>
+void compareCrcs(benchmark::State& state, double must, double aim, Peer peer)
+{
+    auto frame = randomWords<quint16>(std::size_t(WIDTH) * LINES);
+    const auto previous = FrameOperations::lastActiveLine(frame, METRICS);
+    bench::compare(
+        state, must, aim,
+        [&] {
+            benchmark::DoNotOptimize(FrameOperations::writeCrcs(frame, METRICS, previous));
+            benchmark::ClobberMemory();
+        },
+        [&] {
+            peer(frame);
+            benchmark::ClobberMemory();
+        });
+}
+
+void crcsBesideTable(benchmark::State& state)
+{
+    const auto table = wordTable();
+    auto byTable = randomWords<quint16>(std::size_t(WIDTH) * LINES);
+    auto ours = byTable;
+    writeCrcsByTable(byTable, table);
+    FrameOperations::writeCrcs(ours, METRICS, FrameOperations::Frame(ACTIVE));
+    if (!std::equal(ours.begin() + WIDTH, ours.end(), byTable.begin() + WIDTH)) {
+        state.SkipWithError("the peer writes other CRCs");
+        return;
+    }
+    compareCrcs(state, 6, 12, [&](auto& frame) { writeCrcsByTable(frame, table); });
+}
+
+void crcsBesideZlib(benchmark::State& state)
+{
+#if BENCH_HAVE_ZLIB
+    compareCrcs(state, 1.2, 2, [](auto& frame) {
+        for (std::size_t start = WIDTH; start < frame.size(); start += WIDTH) {
+            const auto* bytes = reinterpret_cast<const Bytef*>(frame.data() + start - ACTIVE);
+            benchmark::DoNotOptimize(crc32(0, bytes, COVERED * sizeof(quint16)));
+        }
+    });
+#else
+    state.SkipWithError("built without zlib");
+#endif
+}
+
+void crcsBesideMemcpy(benchmark::State& state)
+{
+    FrameOperations::Frame copy(std::size_t(WIDTH) * LINES);
+    compareCrcs(state, 0, 0.8, [&](auto& frame) {
+        std::memcpy(copy.data(), frame.data(), frame.size() * sizeof(quint16));
+    });
+}
+
+/// Tagging beside `peer`, which is called with the tagged words and takes as many allocations.
+template <typename Peer>
+void compareTagging(benchmark::State& state, Peer peer)
+{
+    const ParcelTongue::Field field{METRICS, randomWords<quint32>(METRICS.getTotalSamples())};
+    const ParcelTongue::FieldTagValues values;
+    const auto tagged = ParcelTongue::tagField(field, values);
+    const std::size_t before = allocations;
+    benchmark::DoNotOptimize(ParcelTongue::tagField(field, values));
+    const std::size_t taken = allocations - before;
+    bench::compare(
+        state, 0.8, 0.95,
+        [&] { benchmark::DoNotOptimize(ParcelTongue::tagField(field, values).data()); },
+        [&] { peer(tagged); });
+    state.counters["allocations"] = static_cast<double>(taken);
+}
+
+/// A copy as large as the output, in memory taken for it.
+void taggingBesideCopy(benchmark::State& state)
+{
+    compareTagging(state, [](const std::vector<quint32>& tagged) {
+        const std::vector<quint32> copy(tagged);
+        benchmark::DoNotOptimize(copy.data());
+    });
+}
+
+/// A copy as large as the output, into memory that is there already.
+void taggingBesideMemcpy(benchmark::State& state)
+{
+    std::vector<quint32> copy;
+    compareTagging(state, [&](const std::vector<quint32>& tagged) {
+        copy.resize(tagged.size());
+        std::memcpy(copy.data(), tagged.data(), tagged.size() * sizeof(quint32));
+        benchmark::ClobberMemory();
+    });
+}
+
+/// The index as one would work it out first: line by line.
+quint32 indexByWalk(quint32 index)
+{
+    const quint32 pad = (8 - WIDTH % 8) % 8;
+    const quint32 line = index / WIDTH;
+    const auto isPicture = [](quint32 n) { return n >= 41 && n < 41 + 1080; };
+    quint32 result = index + 16;
+    for (quint32 n = 0; n < line; ++n) {
+        result += pad + (isPicture(n) ? 24 : 16);
+        benchmark::DoNotOptimize(result); // or the compiler finds the closed form itself
+    }
+    return result + (isPicture(line) && index % WIDTH >= WIDTH - ACTIVE ? 8 : 0);
+}
+
+void taggedIndex(benchmark::State& state)
+{
+    constexpr quint32 stride = 24989; // prime, so that all lines and parts of lines come up
+    for (quint32 index = 0; index < METRICS.getTotalSamples(); index += stride) {
+        if (ParcelTongue::getTaggedIndex(METRICS, index) != indexByWalk(index)) {
+            state.SkipWithError("the peer finds another index");
+            return;
+        }
+    }
+    const auto all = [](auto find) {
+        for (quint32 index = 0; index < METRICS.getTotalSamples(); index += stride) {
+            benchmark::DoNotOptimize(find(index));
+        }
+    };
+    bench::compare(
+        state, 20, 100,
+        [&] { all([](quint32 index) { return ParcelTongue::getTaggedIndex(METRICS, index); }); },
+        [&] { all(indexByWalk); });
+}
+
+BENCHMARK(crcsBesideTable)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(crcsBesideZlib)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(crcsBesideMemcpy)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(taggingBesideCopy)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(taggingBesideMemcpy)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(taggedIndex)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    bench::keepFreedMemory();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,222 @@
+#include "examples/DatacoreServer.h"
+
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
+
+#include <QTcpSocket>
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+constexpr std::size_t PACKETS_A_FLUSH = 256; ///< of a dump, so that the client works meanwhile
+/// What one client is read at a time: a flood from one keeps the others waiting no longer than this
+/// takes, and then waits in its own socket.
+constexpr qint64 READ_BUFFER_BYTES = 16 << 10;
+
+/// A node's value and status, as the server holds them.
+DatacorePacket toPacket(const DatacoreBase& datacore)
+{
+    constexpr bool justData = false;
+    return DatacorePacket(datacore, justData, datacore.getPath());
+}
+
+/// The echo of a write: what the server holds, under the ids of the write.
+DatacorePacket toEcho(const DatacorePacket& write, const DatacoreBase& datacore)
+{
+    if (!write.containsClientID() || !write.containsPacketID()) {
+        return toPacket(datacore); // nobody waits for it
+    }
+    constexpr bool justData = false;
+    return DatacorePacket(write.getClientID(), write.getPacketID(), datacore, justData,
+                          write.getDatacorePath());
+}
+
+/// `packets` holds what has not been sent yet.
+void sendValues(const DatacoreBase& datacore, NetworkConnection& client,
+                std::vector<SerialisableDataPacket>& packets)
+{
+    packets.push_back(toPacket(datacore));
+    if (packets.size() >= PACKETS_A_FLUSH) {
+        client.acceptPackets(packets);
+        packets.clear();
+    }
+    for (const DatacoreBase* child : datacore.getChildren()) {
+        sendValues(*child, client, packets);
+    }
+}
+
+} // namespace
+
+DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent)
+    : QObject(parent)
+    , trees(datacoreTrees)
+{
+    distributor.registerPacketAcceptor(
+        *this, {DatacorePathListPacket::CLASSNAME(), DatacorePacket::CLASSNAME()});
+    connect(&listener, &QTcpServer::newConnection, this, &DatacoreServer::acceptClient);
+}
+
+DatacoreServer::~DatacoreServer() = default;
+
+bool DatacoreServer::listen(const QHostAddress& address, quint16 port)
+{
+    return listener.listen(address, port);
+}
+
+void DatacoreServer::acceptClient()
+{
+    while (listener.hasPendingConnections()) {
+        std::unique_ptr<QTcpSocket> accepted(listener.nextPendingConnection());
+        accepted->setReadBufferSize(READ_BUFFER_BYTES);
+        auto* client = new NetworkConnection(this);
+        client->adoptSocket(accepted);
+        clients.push_back(client);
+        connect(client, &NetworkConnection::disconnectedFromHost, this,
+                [this, client] { dropClient(client); });
+        VELLOG_INFO() << "Client " << client->getPeerIdentifier() << " has connected";
+    }
+}
+
+void DatacoreServer::dropClient(NetworkConnection* client)
+{
+    clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
+    VELLOG_INFO() << "Client " << client->getPeerIdentifier() << " has gone";
+    client->deleteLater();
+}
+
+NetworkConnection* DatacoreServer::findClient(const QString& clientId) const
+{
+    const auto found =
+        std::find_if(clients.begin(), clients.end(), [&clientId](NetworkConnection* client) {
+            return client->getPeerIdentifier() == clientId;
+        });
+    return found == clients.end() ? nullptr : *found;
+}
+
+std::vector<DatacoreBase*> DatacoreServer::getRoots() const
+{
+    return {trees.config, trees.status, trees.command, trees.persistentConfig};
+}
+
+DatacoreBase* DatacoreServer::findDatacore(const QString& fullPath) const
+{
+    const int delimiter = fullPath.indexOf(DatacoreJsonInterface::TREE_LEVEL_DELIMITER());
+    const QStringView path(fullPath);
+    const QStringView rootName = delimiter < 0 ? path : path.left(delimiter);
+    for (DatacoreBase* root : getRoots()) {
+        if (QStringView(root->getInstanceName()) == rootName) {
+            return root->findDatacore(delimiter < 0 ? QStringView() : path.mid(delimiter + 1));
+        }
+    }
+    return nullptr;
+}
+
+bool DatacoreServer::canAcceptPacket(QString className)
+{
+    return className == DatacorePathListPacket::CLASSNAME() ||
+           className == DatacorePacket::CLASSNAME();
+}
+
+void DatacoreServer::acceptPacket(const SerialisableDataPacket& packet)
+{
+    if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
+        sendDump(packet);
+    } else {
+        applyWrite(packet);
+    }
+}
+
+/// The names of all trees, then the values asked for: all of them where none is named.
+void DatacoreServer::sendDump(const SerialisableDataPacket& request)
+{
+    bool ok = false;
+    const DatacorePathListPacket list(request, ok);
+    NetworkConnection* client = findClient(list.getClientID());
+    if (client == nullptr) {
+        VELLOG_ERR() << "Request of an unknown client " << list.getClientID();
+        return;
+    }
+    DatacorePathRadixTreePacket dump;
+    dump.setClientId(list.getClientID());
+    dump.setConfigTree(*trees.config);
+    dump.setStatusTree(*trees.status);
+    dump.setCommandTree(*trees.command);
+    dump.setPersistentConfigTree(*trees.persistentConfig);
+    std::vector<SerialisableDataPacket> packets{dump};
+
+    const std::deque<QString> paths = list.getDatacorePaths();
+    if (paths.empty()) {
+        for (const DatacoreBase* root : getRoots()) {
+            sendValues(*root, *client, packets);
+        }
+    }
+    for (const QString& path : paths) {
+        if (const DatacoreBase* datacore = findDatacore(path)) {
+            packets.push_back(toPacket(*datacore));
+        } else {
+            VELLOG_ERR() << "Request for an unknown path " << path;
+        }
+    }
+    client->acceptPackets(packets);
+}
+
+/// Takes the value, and sends what the server now holds to all: to the writer as its
+/// acknowledgement, with the same ids, also where the value was refused or is the same as before.
+void DatacoreServer::applyWrite(const SerialisableDataPacket& packet)
+{
+    bool ok = false;
+    const DatacorePacket write(packet, ok);
+    DatacoreBase* datacore = findDatacore(write.getDatacorePath());
+    if (datacore == nullptr) {
+        VELLOG_ERR() << "Write to an unknown path " << write.getDatacorePath();
+        return;
+    }
+    // Values only: the reasons are found here.
+    DatacoreJsonMessages messages;
+    constexpr bool justData = true;
+    if (!datacore->populateFromJson(QString(), write.getDatacoreJsonObject(), justData, messages)) {
+        VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
+    }
+    std::vector<SerialisableDataPacket> packets;
+    packets.push_back(toEcho(write, *datacore));
+    for (DatacoreBase* root : getRoots()) {
+        for (const DatacoreBase* changed : root->takeChangedList()) {
+            if (changed != datacore) {
+                packets.push_back(toPacket(*changed));
+            }
+        }
+    }
+    sendToAll(packets);
+}
+
+void DatacoreServer::publishChanges()
+{
+    std::vector<SerialisableDataPacket> packets;
+    for (DatacoreBase* root : getRoots()) {
+        for (const DatacoreBase* changed : root->takeChangedList()) {
+            packets.push_back(toPacket(*changed));
+        }
+    }
+    if (!packets.empty()) {
+        sendToAll(packets);
+    }
+}
+
+void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
+{
+    const std::vector<NetworkConnection*> present = clients; // a client may go while it is sent to
+    for (NetworkConnection* client : present) {
+        if (std::find(clients.begin(), clients.end(), client) == clients.end()) {
+            continue;
+        }
+        if (client->getUnsentBytes() > MAX_UNSENT_BYTES) {
+            VELLOG_ERR() << "Client " << client->getPeerIdentifier() << " does not read, dropped";
+            dropClient(client);
+            continue;
+        }
+        client->acceptPackets(packets);
+    }
+}

@@ -1,0 +1,147 @@
+// A server of four small trees, with a leaf of every type, some of which change by themselves.
+//   datacore_server [--address ADDRESS] [--port PORT]
+#include "examples/DatacoreServer.h"
+#include "examples/QuitOnSignal.h"
+#include "infrastructure/datacore/DatacoreBool.h"
+#include "infrastructure/datacore/DatacoreMacAddress.h"
+#include "infrastructure/datacore/DatacoreNumberLimits.h"
+#include "infrastructure/datacore/DatacoreNumberSet.h"
+#include "infrastructure/datacore/DatacoreNumberSetLimits.h"
+#include "infrastructure/datacore/DatacorePoint.h"
+#include "infrastructure/utility/Logging.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int STATUS_PERIOD_MS = 250;
+
+/// What is set for one input.
+struct InputConfig : DatacoreBase
+{
+    InputConfig(const QString& name, DatacoreBase* parentNode)
+        : DatacoreBase(name, parentNode)
+    {
+    }
+
+    DatacoreBase label{QStringLiteral("label"), this, getInstanceName()};
+    DatacoreBool enabled{QStringLiteral("enabled"), this, true};
+    DatacoreNumberLimits<int> equaliser{QStringLiteral("equaliser"), this, 0, 15, {4}};
+    DatacorePoint cursor{QStringLiteral("cursor"), this, 960, 540};
+};
+
+struct ConfigTree : DatacoreBase
+{
+    ConfigTree()
+        : DatacoreBase(QStringLiteral("configCoreRouter"), nullptr)
+    {
+    }
+
+    InputConfig input1{QStringLiteral("input1"), this};
+    InputConfig input2{QStringLiteral("input2"), this};
+    InputConfig input3{QStringLiteral("input3"), this};
+    InputConfig input4{QStringLiteral("input4"), this};
+    DatacoreNumberSetLimits<int> subImages{QStringLiteral("subImages"), this, 0, 4, {1, 2, 3, 4}};
+    DatacoreNumber<double> loudnessTarget{QStringLiteral("loudnessTarget"), this, -23.0};
+    DatacoreNumber<float> jitterGain{QStringLiteral("jitterGain"), this, 1.0f};
+};
+
+struct StatusTree : DatacoreBase
+{
+    StatusTree()
+        : DatacoreBase(QStringLiteral("statusCoreRouter"), nullptr)
+    {
+    }
+
+    DatacoreNumber<unsigned long long> framesSeen{QStringLiteral("framesSeen"), this, 0};
+    DatacoreNumber<int> temperature{QStringLiteral("temperature"), this, 41};
+    DatacoreNumber<short> lineOffset{QStringLiteral("lineOffset"), this, -3};
+    DatacoreNumber<unsigned short> lines{QStringLiteral("lines"), this, 1125};
+    DatacoreNumber<unsigned int> crcErrors{QStringLiteral("crcErrors"), this, 0};
+    DatacoreNumber<long long> ptpOffset{QStringLiteral("ptpOffset"), this, -12};
+    DatacoreBase log{QStringLiteral("log"), this,
+                     std::deque<QString>{QStringLiteral("started"), QStringLiteral("listening")}};
+};
+
+struct CommandTree : DatacoreBase
+{
+    CommandTree()
+        : DatacoreBase(QStringLiteral("commandCoreRouter"), nullptr)
+    {
+    }
+
+    DatacoreBool recalibrate{QStringLiteral("recalibrate"), this, false};
+    DatacoreNumber<long> seek{QStringLiteral("seek"), this, 0};
+    DatacoreNumber<unsigned long> capture{QStringLiteral("capture"), this, 0};
+};
+
+struct PersistentConfigTree : DatacoreBase
+{
+    PersistentConfigTree()
+        : DatacoreBase(QStringLiteral("persistentConfigCoreRouter"), nullptr)
+    {
+    }
+
+    DatacoreMacAddress macAddress{
+        QStringLiteral("macAddress"), this, {0x02, 0x15, 0xE9, 0x2B, 0x99, 0x3C}};
+    DatacoreNumberSet<int> licences{QStringLiteral("licences"), this, {3, 7}};
+    DatacoreBase name{QStringLiteral("name"), this, QStringLiteral("instrument")};
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Serves four datacore trees to clients."));
+    parser.addHelpOption();
+    const QCommandLineOption addressOption(QStringLiteral("address"),
+                                           QStringLiteral("Address to listen at."),
+                                           QStringLiteral("address"), QStringLiteral("127.0.0.1"));
+    const QCommandLineOption portOption(QStringLiteral("port"),
+                                        QStringLiteral("Port to listen at; 0 for any."),
+                                        QStringLiteral("port"), QStringLiteral("4010"));
+    parser.addOptions({addressOption, portOption});
+    parser.process(app);
+
+    bool isPort = false;
+    const quint16 port = parser.value(portOption).toUShort(&isPort);
+    const QHostAddress address(parser.value(addressOption));
+    if (!isPort || address.isNull() || !parser.positionalArguments().isEmpty()) {
+        std::fputs(qPrintable(parser.helpText()), stderr);
+        return 2;
+    }
+
+    setupLogging(false, "");
+    quitOnSignal();
+    ConfigTree config;
+    StatusTree status;
+    CommandTree command;
+    PersistentConfigTree persistentConfig;
+    DatacoreServer server({&config, &status, &command, &persistentConfig});
+    if (!server.listen(address, port)) {
+        std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
+                     unsigned(port));
+        return 1;
+    }
+    std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
+                unsigned(server.getPort()));
+    std::fflush(stdout);
+
+    unsigned long long frames = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        frames += 15;
+        status.framesSeen.setData(QString::number(frames));
+        server.publishChanges();
+    });
+    timer.start(STATUS_PERIOD_MS);
+    const int result = app.exec();
+    tearDownLogging();
+    return result;
+}

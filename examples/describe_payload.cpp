@@ -1,0 +1,157 @@
+// Tells what a video payload identifier says: describe_payload 97CB8001 [97CB8041 ...]
+// Each word is the four bytes of one link in hexadecimal, byte 0 first.
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/SupportedVideoStandards.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
+
+#include <QTextStream>
+
+#include <cstdio>
+#include <optional>
+
+namespace {
+
+using namespace Tessorn::Sdi::PayloadId;
+
+struct FieldName
+{
+    PayloadIdentifierKey key;
+    const char* name;
+    QLatin1String (*word)(quint32 value, quint32 pictureBit); ///< null for a plain number
+};
+
+/// The word of a vocabulary for a value.
+template <typename Word>
+QLatin1String wordOf(quint32 value, quint32)
+{
+    return toString(static_cast<Word>(value));
+}
+
+QLatin1String rateOf(quint32 value, quint32 pictureBit)
+{
+    return toString(static_cast<FrameRate>(value), pictureBit);
+}
+
+QLatin1String scanOf(quint32 value, quint32)
+{
+    return QLatin1String(value == PROGRESSIVE ? "progressive" : "interlaced");
+}
+
+constexpr FieldName FIELD_NAMES[] = {
+    {PayloadIdentifierKey_PayloadAndDigitalInterface, "payload and digital interface", nullptr},
+    {PayloadIdentifierKey_SampleStructure, "sample structure", wordOf<SampleStructure>},
+    {PayloadIdentifierKey_PictureRate, "picture rate", rateOf},
+    {PayloadIdentifierKey_PictureInterlaced, "picture", scanOf},
+    {PayloadIdentifierKey_TransportInterlaced, "transport", scanOf},
+    {PayloadIdentifierKey_BitDepth, "bit depth", wordOf<BitDepth>},
+    {PayloadIdentifierKey_AspectRatio, "aspect ratio", nullptr},
+    {PayloadIdentifierKey_HorizontalArraySize, "horizontal array size", nullptr},
+    {PayloadIdentifierKey_Colourimetry, "colourimetry", wordOf<Colourimetry>},
+    {PayloadIdentifierKey_TransferCharacteristics, "transfer characteristics",
+     wordOf<TransferCurve>},
+    {PayloadIdentifierKey_LuminanceAndColourDifferenceSignal,
+     "luminance and colour difference signal", wordOf<LuminanceAndColourDifferenceSignal>},
+    {PayloadIdentifierKey_ChannelAssignment, "channel assignment", nullptr},
+    {PayloadIdentifierKey_AudioCopyStatus, "audio copy status", nullptr},
+};
+
+/// Eight hexadecimal digits, with or without "0x".
+std::optional<quint32> parseWord(QString word)
+{
+    if (word.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+        word.remove(0, 2);
+    }
+    bool ok = word.size() == 8 && word.at(0).isLetterOrNumber();
+    const quint32 value = ok ? word.toUInt(&ok, 16) : 0;
+    return ok ? std::optional<quint32>(value) : std::nullopt;
+}
+
+QString join(const std::vector<quint32>& numbers)
+{
+    QStringList texts;
+    for (const quint32 number : numbers) {
+        texts << QString::number(number);
+    }
+    return texts.join(QLatin1String(", "));
+}
+
+void printComplaints(QTextStream& out, const char* heading, const QStringList& complaints)
+{
+    out << "  " << heading << (complaints.isEmpty() ? " none\n" : "\n");
+    for (const QString& complaint : complaints) {
+        out << "    " << complaint << "\n";
+    }
+}
+
+void printIdentifier(QTextStream& out, const PayloadIdentifierBase& identifier)
+{
+    out << identifier.getDescription(false) << "\n  bytes "
+        << getPayloadIdentifierText(identifier.getRawValue()) << "\n";
+    for (const FieldName& field : FIELD_NAMES) {
+        if (identifier.getFieldMap().contains(field.key)) {
+            const quint32 value = identifier.getField(field.key);
+            out << "    " << field.name << " " << value;
+            if (field.word != nullptr) {
+                out << " " << field.word(value, identifier.getPicutreInterlaced());
+            }
+            out << "\n";
+        }
+    }
+    printComplaints(out, "reserved bits", identifier.getReservedBitErrors());
+    printComplaints(out, "complaints", identifier.validate());
+    out << "  picture " << identifier.getPictureWidth() << " x " << identifier.getPictureHeight()
+        << "\n  field   " << identifier.getFieldActivePictureWidthInSamples() << " samples x "
+        << identifier.getFieldActivePictureHeight() << " lines\n  lines   "
+        << join(identifier.getLinesPerField()) << ", first active "
+        << join(identifier.getFirstActivePictureLines()) << "\n";
+}
+
+void printStandard(QTextStream& out, const StandardFromPayloadIdentifier& standard)
+{
+    out << "standard " << standard.getDescription() << "\n  links " << standard.getNumberOfLinks()
+        << ", sub-images " << standard.getNumberOfSubImages() << ", aggregate rate "
+        << toString(standard.getAggregateDataRate()) << ", samples per line "
+        << standard.getSamplesPerLine() << "\n  mapping mode " << standard.getMappingMode() << "\n";
+    bool succeeded = false;
+    const auto metrics = standard.getTransmissionMetrics(&succeeded);
+    if (!succeeded) {
+        out << "  no metrics\n";
+    }
+    for (const auto& field : metrics) {
+        out << "  " << field.size() << " times " << field.front() << "\n";
+    }
+    const bool supported =
+        SupportedVideoStandards::getInstance().findByPayloadIdentifier(
+            standard.getPrimaryIdentifier()->getRawValue(), standard.isSquareDivision()) != nullptr;
+    out << (supported ? "  supported\n" : "  not in the list of supported standards\n");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<quint32> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::optional<quint32> word = parseWord(QString::fromLocal8Bit(argv[i]));
+        if (!word || findPayloadIdentifierFacts(*word >> 24) == nullptr) {
+            std::fprintf(stderr, "Not a payload identifier: %s\n", argv[i]);
+            words.clear();
+            break;
+        }
+        words.push_back(*word);
+    }
+    if (words.empty()) {
+        std::fputs("usage: describe_payload WORD [WORD ...]\n"
+                   "  WORD: four bytes of a link's identifier in hexadecimal, such as 89C98001\n",
+                   stderr);
+        return 2;
+    }
+    const auto standard =
+        words.size() == 1 ? createVideoStandard(words[0]) : createVideoStandardFromLinks(words);
+    QTextStream out(stdout);
+    for (const quint32 word : words) {
+        printIdentifier(out, *createPayloadIdentifier(word));
+    }
+    printStandard(out, *standard);
+    return 0;
+}

@@ -1,0 +1,242 @@
+// Prints what a caption file shows: each time the picture changes, its rows with their time code.
+//
+//   show_captions [--channel 1-4] FILE   captions of CC1 (or CC2 to CC4)
+//   show_captions --xds FILE             the Extended Data Services packets in place of captions
+//   show_captions --op47 FILE            teletext rows of OP-47 ancillary packets
+//
+// A caption FILE has the Scenarist form, or is raw records of three bytes: both bytes as received
+// and 1 for field 1, 0 for field 2. The pairs of a Scenarist file belong to the field asked for. An
+// OP-47 FILE has an ancillary packet in hexadecimal bytes on each line, from the data flag 00 FF FF
+// to the checksum.
+#include "infrastructure/utility/captions/CaptionProcessor608.h"
+#include "infrastructure/utility/captions/Cc608XdsDecoder.h"
+#include "infrastructure/utility/captions/Op47decoder.h"
+#include "infrastructure/utility/captions/ScenaristCaptions.h"
+#include "infrastructure/utility/captions/XdsRatingText.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int RAW_RECORD_BYTES = 3;
+
+struct TimedPair
+{
+    ScenaristTimeCode timeCode;
+    Caption608BytePair pair;
+};
+
+void print(const QString& text)
+{
+    std::fputs(text.toUtf8().constData(), stdout);
+}
+
+void complain(const QString& text)
+{
+    std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr);
+}
+
+std::vector<TimedPair> scenaristPairs(const QByteArray& content, bool isField1, QStringList& errors)
+{
+    std::vector<TimedPair> pairs;
+    for (const ScenaristLine& line : readScenaristFile(content, errors)) {
+        int frame = 0;
+        for (const auto& raw : line.pairs) {
+            pairs.push_back({line.timeCode.advanced(frame),
+                             Caption608BytePair::fromRaw(raw[0], raw[1], isField1)});
+            ++frame;
+        }
+    }
+    return pairs;
+}
+
+/// The records of a raw file, one for each frame and field.
+std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
+{
+    std::vector<TimedPair> pairs;
+    int frames[2] = {0, 0};
+    const int size = content.size() - content.size() % RAW_RECORD_BYTES;
+    for (int i = 0; i < size; i += RAW_RECORD_BYTES) {
+        const bool isField1 = (content[i + 2] & 1) != 0;
+        const auto pair = Caption608BytePair::fromRaw(
+            static_cast<uint8_t>(content[i]), static_cast<uint8_t>(content[i + 1]), isField1);
+        pairs.push_back({ScenaristTimeCode().advanced(frames[isField1 ? 1 : 0]++), pair});
+    }
+    if (size != content.size()) {
+        errors.append(
+            QStringLiteral("record %1: the file ends within it").arg(size / RAW_RECORD_BYTES + 1));
+    }
+    return pairs;
+}
+
+/// Prints pictures, each once.
+class Screen
+{
+public:
+    void show(const ScenaristTimeCode& timeCode, const CaptionGrid608& grid)
+    {
+        const QString picture = rowsOf(grid);
+        if (picture != shown) {
+            shown = picture;
+            print(timeCode.toString() + QLatin1Char('\n') + picture + QLatin1Char('\n'));
+        }
+    }
+
+private:
+    /// The rows that are not blank, by their number in the standard.
+    static QString rowsOf(const CaptionGrid608& grid)
+    {
+        QString rows;
+        for (unsigned row = 0; row < CaptionGrid608::ROWS; ++row) {
+            const QString text = grid.rowText(row);
+            if (!text.trimmed().isEmpty()) {
+                rows += QStringLiteral("%1 |%2|\n").arg(row + 1, 2).arg(text);
+            }
+        }
+        return rows.isEmpty() ? QStringLiteral("(blank)\n") : rows;
+    }
+
+    QString shown = rowsOf(CaptionGrid608());
+};
+
+/// Text that is painted on reports no change: it is shown when the next change comes, before that,
+/// and at the end of the file.
+void showCaptions(const std::vector<TimedPair>& pairs, int service)
+{
+    const bool isField1 = service <= 2;
+    const int dataChannel = (service - 1) % 2;
+    CaptionProcessor608 processor;
+    Screen screen;
+    ScenaristTimeCode lastTextAt;
+    for (const TimedPair& timed : pairs) {
+        if (timed.pair.isField1 != isField1) {
+            continue;
+        }
+        const bool wasPending = processor.hasPendingChange();
+        const CaptionGrid608 before = processor.displayedGrid();
+        if (processor.process(timed.pair.code(), dataChannel)) {
+            if (wasPending) {
+                screen.show(lastTextAt, before);
+            }
+            screen.show(timed.timeCode, processor.displayedGrid());
+        } else if (processor.displayedGrid() != before) {
+            lastTextAt = timed.timeCode;
+        }
+    }
+    if (processor.hasPendingChange()) {
+        screen.show(lastTextAt, processor.displayedGrid());
+    }
+}
+
+void showXds(const std::vector<TimedPair>& pairs)
+{
+    XdsPacketPool pool;
+    Cc608XdsDecoder decoder(pool);
+    for (const TimedPair& timed : pairs) {
+        const Caption608BytePair& pair = timed.pair;
+        XdsPacket* packet = nullptr;
+        const XdsResult result = decoder.processPair(
+            XdsPair::fromRaw(pair.rawData1, pair.rawData2, pair.isField1), packet);
+        if (result == XdsPacketReady) {
+            const bool isAdvisory = packet->classIndex() == 0 && packet->type() == 5;
+            print(timed.timeCode.toString() + QLatin1Char(' ') + packet->toString() +
+                  (isAdvisory ? QStringLiteral(" rating ") + ratingText(*packet) : QString()) +
+                  QLatin1Char('\n'));
+            pool.release(packet);
+        } else if (result == XdsChecksumFailed || result == XdsPacketTooLong) {
+            complain(timed.timeCode.toString() + QLatin1String(result == XdsChecksumFailed
+                                                                   ? " XDS packet: wrong checksum"
+                                                                   : " XDS packet: too long"));
+        }
+    }
+}
+
+/// The bytes of a line; false when it is no line of hexadecimal bytes.
+bool parseHexLine(const QByteArray& line, std::vector<uint8_t>& bytes)
+{
+    bytes.clear();
+    for (const QByteArray& word : line.simplified().split(' ')) {
+        bool ok = false;
+        const unsigned value = word.toUInt(&ok, 16);
+        if (!ok || word.size() > 2) {
+            return false;
+        }
+        bytes.push_back(static_cast<uint8_t>(value));
+    }
+    return true;
+}
+
+int showOp47(const QByteArray& content)
+{
+    int result = 0;
+    int number = 0;
+    Op47decoder decoder;
+    for (const QByteArray& line : content.split('\n')) {
+        ++number;
+        std::vector<uint8_t> words;
+        if (line.trimmed().isEmpty()) {
+            continue;
+        }
+        if (!parseHexLine(line, words)) {
+            complain(QStringLiteral("line %1: no bytes in hexadecimal digits").arg(number));
+            result = 1;
+            continue;
+        }
+        TeletextPacketContainer container(std::move(words));
+        const Op47ErrorReport report = decoder.decode(container);
+        print(QStringLiteral("line %1: %2\n").arg(number).arg(report.toString()));
+        print(container.toString());
+    }
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    const QCommandLineOption channelOption(QStringLiteral("channel"),
+                                           QStringLiteral("the caption service, 1 to 4"),
+                                           QStringLiteral("number"), QStringLiteral("1"));
+    const QCommandLineOption xdsOption(QStringLiteral("xds"), QStringLiteral("show XDS packets"));
+    const QCommandLineOption op47Option(QStringLiteral("op47"),
+                                        QStringLiteral("the file holds OP-47 packets"));
+    parser.addOptions({channelOption, xdsOption, op47Option});
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("what to read"));
+    parser.process(app);
+
+    const int service = parser.value(channelOption).toInt();
+    if (parser.positionalArguments().size() != 1 || service < 1 || service > 4) {
+        complain(parser.helpText());
+        return 2;
+    }
+    QFile file(parser.positionalArguments().constFirst());
+    if (!file.open(QIODevice::ReadOnly)) {
+        complain(file.fileName() + QLatin1String(": ") + file.errorString());
+        return 1;
+    }
+    const QByteArray content = file.readAll();
+    if (parser.isSet(op47Option)) {
+        return showOp47(content);
+    }
+    const bool wantsField1 = service <= 2 && !parser.isSet(xdsOption);
+    QStringList errors;
+    const std::vector<TimedPair> pairs = isScenaristFile(content)
+                                             ? scenaristPairs(content, wantsField1, errors)
+                                             : rawPairs(content, errors);
+    for (const QString& error : errors) {
+        complain(file.fileName() + QLatin1String(": ") + error);
+    }
+    if (parser.isSet(xdsOption)) {
+        showXds(pairs);
+    } else {
+        showCaptions(pairs, service);
+    }
+    return errors.isEmpty() ? 0 : 1;
+}

@@ -1,0 +1,31 @@
+// The top of a client: from the server's dump to a filled registry. Lives on the connection's
+// thread.
+#pragma once
+
+#include "infrastructure/client/ClientDatacoreMonitor.h"
+#include "infrastructure/client/ClientDatacorePopulator.h"
+#include "infrastructure/client/ClientDatacoreRegistry.h"
+
+/// Owns registry, populator and monitor. The first dump after connecting fills the registry; later
+/// ones are ignored until the link is lost.
+class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAcceptorInterface
+{
+    Q_OBJECT
+
+public:
+    /// Registers itself with the distributor, which must not call it beyond its life.
+    VelClientDatacoreManager(NetworkConnection& connection,
+                             SerialisableDataPacketDistributor& distributor,
+                             QObject* parent = nullptr);
+
+    ClientDatacoreRegistry& getRegistry() { return registry; }
+
+    /// True only for "DatacorePathRadixTreePacket".
+    bool canAcceptPacket(QString className) override;
+    void acceptPacket(const SerialisableDataPacket& packet) override;
+
+private:
+    ClientDatacoreRegistry registry;
+    ClientDatacorePopulator populator;
+    ClientDatacoreMonitor monitor;
+};

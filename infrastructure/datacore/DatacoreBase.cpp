@@ -1,0 +1,468 @@
+#include "infrastructure/datacore/DatacoreBase.h"
+
+#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/utility/Log.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int MAX_NESTED_HOOKS = 1000; ///< hooks whose writes cause one another settle long before
+
+QString defaultClassName()
+{
+    return QStringLiteral("DatacoreBase");
+}
+
+/// The hooks that are running on this thread, each within the one before.
+struct HookNesting
+{
+    int depth = 0;
+    bool isStopped = false; ///< from reaching the limit until the outermost hook returns
+};
+
+HookNesting& hookNesting()
+{
+    static thread_local HookNesting nesting;
+    return nesting;
+}
+
+/// Calls a hook, unless hooks that never settle have been stopped.
+template <typename Hook>
+void callHook(const DatacoreBase& node, Hook&& hook)
+{
+    HookNesting& nesting = hookNesting();
+    if (nesting.isStopped) {
+        return;
+    }
+    if (nesting.depth == MAX_NESTED_HOOKS) {
+        nesting.isStopped = true;
+        VELLOG_ERR() << "Datacore hooks keep causing each other, stopped at " << node.getPath();
+        return;
+    }
+    struct Level
+    {
+        HookNesting& nesting;
+        ~Level() { nesting.isStopped = --nesting.depth > 0 && nesting.isStopped; }
+    };
+    ++nesting.depth;
+    const Level level{nesting};
+    hook();
+}
+
+/// Sets a flag for as long as it lives, so that an exception from a hook leaves no node busy.
+class Busy
+{
+public:
+    explicit Busy(bool& nodeFlag)
+        : flag(nodeFlag)
+    {
+        flag = true;
+    }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+    ~Busy() { flag = false; }
+
+private:
+    bool& flag;
+};
+
+} // namespace
+
+DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
+                           const QString& value)
+    : dataElement(*this, value)
+    , validStatusElement(*this)
+    , activeStatusElement(*this)
+    , classnameElement(*this, className)
+    , instanceName(name)
+    , parent(parentNode)
+{
+    enterParent();
+}
+
+DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
+                           const std::deque<QString>& values)
+    : dataElement(*this, values)
+    , validStatusElement(*this)
+    , activeStatusElement(*this)
+    , classnameElement(*this, className)
+    , instanceName(name)
+    , parent(parentNode)
+{
+    enterParent();
+}
+
+DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode)
+    : dataElement(*this)
+    , validStatusElement(*this)
+    , activeStatusElement(*this)
+    , classnameElement(*this, className)
+    , instanceName(name)
+    , parent(parentNode)
+{
+    enterParent();
+}
+
+DatacoreBase::DatacoreBase(const QString& name, DatacoreBase* parentNode, const QString& value)
+    : DatacoreBase(defaultClassName(), name, parentNode, value)
+{
+}
+
+DatacoreBase::DatacoreBase(const QString& name, DatacoreBase* parentNode,
+                           const std::deque<QString>& values)
+    : DatacoreBase(defaultClassName(), name, parentNode, values)
+{
+}
+
+DatacoreBase::DatacoreBase(const QString& name, DatacoreBase* parentNode)
+    : DatacoreBase(defaultClassName(), name, parentNode)
+{
+}
+
+// Parent, children and pending changes may be gone by now.
+DatacoreBase::~DatacoreBase() = default;
+
+void DatacoreBase::enterParent()
+{
+    if (parent == nullptr) {
+        return;
+    }
+    if (!parent->children) {
+        parent->children = std::make_unique<Children>();
+    }
+    // Children mostly come in the order of their names. The first of a name stays.
+    parent->children->try_emplace(parent->children->end(), instanceName, this);
+}
+
+template <typename Node>
+Node* DatacoreBase::findNode(Node* node, QStringView path)
+{
+    while (!path.isEmpty()) {
+        const auto delimiter = path.indexOf(TREE_LEVEL_DELIMITER());
+        if (delimiter == 0 || !node->children) {
+            return nullptr;
+        }
+        const auto found = node->children->find(delimiter < 0 ? path : path.left(delimiter));
+        if (found == node->children->end()) {
+            return nullptr;
+        }
+        node = found->second;
+        path = delimiter < 0 ? QStringView() : path.mid(delimiter + 1);
+    }
+    return node;
+}
+
+DatacoreBase* DatacoreBase::findDatacore(QStringView path)
+{
+    return findNode(this, path);
+}
+
+const DatacoreBase* DatacoreBase::findDatacore(QStringView path) const
+{
+    return findNode(this, path);
+}
+
+QString DatacoreBase::getPath() const
+{
+    int length = instanceName.size();
+    for (const DatacoreBase* node = parent; node != nullptr; node = node->parent) {
+        length += node->instanceName.size() + 1;
+    }
+    QString path(length, Qt::Uninitialized);
+    QChar* end = path.data() + length; // filled from the last name to the first
+    for (const DatacoreBase* node = this;; node = node->parent) {
+        end = std::copy_backward(node->instanceName.begin(), node->instanceName.end(), end);
+        if (node->parent == nullptr) {
+            return path;
+        }
+        *--end = TREE_LEVEL_DELIMITER();
+    }
+}
+
+std::vector<DatacoreBase*> DatacoreBase::getChildren() const
+{
+    std::vector<DatacoreBase*> nodes;
+    if (children) {
+        nodes.reserve(children->size());
+        for (const auto& [name, child] : *children) {
+            nodes.push_back(child);
+        }
+    }
+    return nodes;
+}
+
+/// In the order of their keys.
+std::array<const DatacoreElement*, 4> DatacoreBase::getElements() const
+{
+    return {&classnameElement, &dataElement, &activeStatusElement, &validStatusElement};
+}
+
+std::array<DatacoreElement*, 4> DatacoreBase::getElements()
+{
+    return {&classnameElement, &dataElement, &activeStatusElement, &validStatusElement};
+}
+
+/// One call's way through the tree. An object that is copied and changed in a key or two costs half
+/// of one that is built key by key, so nodes without reasons begin with the first such node's.
+struct DatacoreBase::JsonWriter
+{
+    bool justData;
+    bool withChildren;
+    QString className;    ///< of the node that `elements` is from
+    QJsonObject elements; ///< empty until there is such a node
+};
+
+bool DatacoreBase::appendToJson(const QString& path, QJsonObject& json, bool justData,
+                                bool withChildren, DatacoreJsonMessages& /*messages*/) const
+{
+    const DatacoreBase* node = findDatacore(path);
+    if (node == nullptr) {
+        return false;
+    }
+    JsonWriter writer{justData, withChildren, QString(), QJsonObject()};
+    node->writeNode(json, writer);
+    return true;
+}
+
+/// Inserts the node under its name. With the path at its end, no element fails.
+void DatacoreBase::writeNode(QJsonObject& json, JsonWriter& writer) const
+{
+    QJsonObject content = writeElements(writer);
+    if (writer.withChildren && children) {
+        for (const auto& [name, child] : *children) {
+            child->writeNode(content, writer);
+        }
+    }
+    json.insert(instanceName, std::move(content));
+}
+
+QJsonObject DatacoreBase::writeElements(JsonWriter& writer) const
+{
+    const bool isPlain = !writer.justData && isValid() && isActive();
+    if (isPlain && !writer.elements.isEmpty()) {
+        QJsonObject content = writer.elements;
+        content.insert(dataElement.getKey(), dataElement.toJsonValue());
+        if (classnameElement.getClassName() != writer.className) {
+            content.insert(classnameElement.getKey(), classnameElement.toJsonValue());
+        }
+        return content;
+    }
+    QJsonObject content;
+    for (const DatacoreElement* element : getElements()) {
+        if (!writer.justData || element->isData()) {
+            content.insert(element->getKey(), element->toJsonValue());
+        }
+    }
+    if (isPlain) {
+        writer.className = classnameElement.getClassName();
+        writer.elements = content;
+    }
+    return content;
+}
+
+void DatacoreBase::appendToJsonText(QByteArray& text, bool justData) const
+{
+    text.append('{');
+    appendJsonString(text, instanceName);
+    text.append(":{");
+    bool isFirst = true;
+    for (const DatacoreElement* element : getElements()) {
+        if (justData && !element->isData()) {
+            continue;
+        }
+        const QLatin1String key = element->getKey();
+        text.append(isFirst ? "\"" : ",\"").append(key.data(), key.size()).append("\":");
+        element->appendJsonText(text);
+        isFirst = false;
+    }
+    text.append("}}");
+}
+
+bool DatacoreBase::populateFromJson(const QString& path, const QJsonObject& json, bool justData,
+                                    DatacoreJsonMessages& /*messages*/)
+{
+    DatacoreBase* node = findDatacore(path);
+    if (node == nullptr || json.size() > 1) {
+        return false;
+    }
+    const auto found = json.constFind(node->instanceName);
+    if (found == json.constEnd()) {
+        return false;
+    }
+    node->readNode(found.value().toObject(), justData);
+    return true;
+}
+
+/// Takes what stands under the node's name, and then updates once. With the key there, no element
+/// fails.
+void DatacoreBase::readNode(const QJsonObject& object, bool justData)
+{
+    {
+        const Busy busy(populating);
+        const int keysLeft = readElements(object, justData);
+        readChildren(object, justData, keysLeft);
+    }
+    DatacoreChangeList nothing;
+    updateStatus(nothing);
+}
+
+/// Returns the number of keys that are not an element's, or belong to one that is not read.
+int DatacoreBase::readElements(const QJsonObject& object, bool justData)
+{
+    int keysLeft = object.size();
+    for (DatacoreElement* element : getElements()) {
+        if (justData && !element->isData()) {
+            continue;
+        }
+        const auto found = object.constFind(element->getKey());
+        if (found != object.constEnd()) {
+            element->readJsonValue(found.value());
+            --keysLeft;
+        }
+    }
+    return keysLeft;
+}
+
+/// With no key left, the rest of the children need not be looked for.
+void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int keysLeft)
+{
+    if (!children) {
+        return;
+    }
+    for (auto child = children->cbegin(); keysLeft > 0 && child != children->cend(); ++child) {
+        const auto found = object.constFind(child->first);
+        if (found != object.constEnd()) {
+            child->second->readNode(found.value().toObject(), justData);
+            --keysLeft;
+        }
+    }
+}
+
+bool DatacoreBase::isValid(DatacoreValidStatusMessages& reasons) const
+{
+    reasons = validStatusElement.getMessages();
+    return reasons.isEmpty();
+}
+
+bool DatacoreBase::isActive(DatacoreActiveStatusMessages& reasons) const
+{
+    reasons = activeStatusElement.getMessages();
+    return reasons.isEmpty();
+}
+
+bool DatacoreBase::areChildrenValid() const
+{
+    return !children || std::all_of(children->begin(), children->end(), [](const auto& entry) {
+        return entry.second->isValid() && entry.second->areChildrenValid();
+    });
+}
+
+void DatacoreBase::clearChangeState()
+{
+    if (children) {
+        for (const auto& [name, child] : *children) {
+            child->clearChangeState();
+        }
+    }
+    changeState = 0;
+}
+
+std::vector<DatacoreBase*> DatacoreBase::takeChangedList()
+{
+    return pendingChanges.take();
+}
+
+void DatacoreBase::notifyValidRecursive()
+{
+    if (children) {
+        for (const auto& [name, child] : *children) {
+            child->notifyValidRecursive();
+        }
+    }
+    if (isValid()) {
+        callHook(*this, [this] { onValid(); });
+    }
+}
+
+void DatacoreBase::elementPopulated()
+{
+    if (changeState == 0) {
+        changeState = 1;
+    }
+    DatacoreChangeList self(this);
+    updateStatus(self);
+}
+
+void DatacoreBase::elementChangedLocally()
+{
+    changeState = 2;
+    DatacoreChangeList self(this);
+    updateStatus(self);
+}
+
+/// The update procedure: what happens at this node, and then at all above it, after the nodes of
+/// `list` have changed. It takes the entries out of the list.
+void DatacoreBase::updateStatus(DatacoreChangeList& list)
+{
+    // 1. A busy node collects what happens under it, and updates when it is done.
+    if (populating || updatingStatus || updatesSuppressed) {
+        pendingChanges.mergeFrom(list);
+        return;
+    }
+    // 2. Where nothing has changed, nothing is to be done.
+    if (list.isEmpty() && pendingChanges.isEmpty()) {
+        return;
+    }
+    {
+        // 3. Until step 6 the node is busy: if its own status changes, step 1 enters it.
+        const Busy busy(updatingStatus);
+        // 4. Why is it invalid?
+        DatacoreValidStatusMessages invalidReasons = validStatusElement.getMessages();
+        updateValidStatus(invalidReasons);
+        validStatusElement.setMessages(invalidReasons);
+        // 5. Why is it inactive?
+        DatacoreActiveStatusMessages inactiveReasons = activeStatusElement.getMessages();
+        updateActiveStatus(inactiveReasons);
+        activeStatusElement.setMessages(inactiveReasons);
+        // 6. From here on, writes to this node update it anew.
+    }
+    // 7. A valid node may act.
+    if (isValid()) {
+        callHook(*this, [this] { onValid(); });
+    }
+    // 8. What came in stands behind the node's own entry of steps 4 and 5.
+    pendingChanges.mergeFrom(list);
+    // 9. A changed node may tell.
+    if (changeState != 0) {
+        callHook(*this, [this] { onChanged(); });
+    }
+    // 10. The parent takes all of it.
+    if (parent != nullptr) {
+        parent->updateStatus(pendingChanges);
+    }
+}
+
+void DatacoreBase::updateValidStatus(DatacoreValidStatusMessages& reasons)
+{
+    reasons.clear();
+}
+
+void DatacoreBase::updateActiveStatus(DatacoreActiveStatusMessages& reasons)
+{
+    reasons.clear();
+}
+
+void DatacoreBase::onValid() {}
+
+void DatacoreBase::onChanged() {}
+
+void DatacoreBase::initialiseStatus()
+{
+    DatacoreValidStatusMessages invalidReasons;
+    updateValidStatus(invalidReasons);
+    validStatusElement.initialiseMessages(invalidReasons);
+    DatacoreActiveStatusMessages inactiveReasons;
+    updateActiveStatus(inactiveReasons);
+    activeStatusElement.initialiseMessages(inactiveReasons);
+}

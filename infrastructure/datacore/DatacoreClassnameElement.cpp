@@ -1,0 +1,30 @@
+#include "infrastructure/datacore/DatacoreClassnameElement.h"
+
+#include "infrastructure/datacore/JsonText.h"
+
+DatacoreClassnameElement::DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner,
+                                                   const QString& name)
+    : DatacoreElement(elementOwner)
+    , className(name)
+{
+}
+
+void DatacoreClassnameElement::setClassName(const QString& name)
+{
+    if (name != className) {
+        className = name;
+        getOwner().elementChangedLocally();
+    }
+}
+
+QJsonValue DatacoreClassnameElement::toJsonValue() const
+{
+    return className;
+}
+
+void DatacoreClassnameElement::appendJsonText(QByteArray& text) const
+{
+    appendJsonString(text, className);
+}
+
+void DatacoreClassnameElement::readJsonValue(const QJsonValue& /*value*/) {}

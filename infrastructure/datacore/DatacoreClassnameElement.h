@@ -1,0 +1,23 @@
+// The class name of a node of the state tree.
+#pragma once
+
+#include "infrastructure/datacore/DatacoreElement.h"
+
+/// A class name. It is written, and never read: what a peer says of the class is ignored.
+class DatacoreClassnameElement final : public DatacoreElement
+{
+public:
+    DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner, const QString& name);
+
+    const QString& getClassName() const { return className; }
+    /// Takes another name; the owner is told unless it is the same.
+    void setClassName(const QString& name);
+
+    QLatin1String getKey() const override { return QLatin1String("class"); }
+    QJsonValue toJsonValue() const override;
+    void appendJsonText(QByteArray& text) const override;
+    void readJsonValue(const QJsonValue& value) override;
+
+private:
+    QString className;
+};

@@ -1,0 +1,143 @@
+#include "infrastructure/datacore/DatacoreDataElement.h"
+
+#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/utility/Log.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner)
+    : DatacoreElement(elementOwner)
+{
+}
+
+DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
+                                         const QString& value)
+    : DatacoreElement(elementOwner)
+{
+    hold(value);
+}
+
+DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
+                                         const std::deque<QString>& values)
+    : DatacoreElement(elementOwner)
+{
+    hold(values);
+}
+
+void DatacoreDataElement::hold(const QString& value)
+{
+    single = value.isNull() ? QString(QLatin1String("")) : value;
+    several = QVector<QString>();
+}
+
+template <typename Values>
+void DatacoreDataElement::hold(const Values& values)
+{
+    if (values.size() == 1) {
+        hold(values.front());
+        return;
+    }
+    single = QString();
+    several = QVector<QString>();
+    several.reserve(static_cast<int>(values.size()));
+    for (const QString& value : values) {
+        several.append(value);
+    }
+}
+
+QString DatacoreDataElement::getValue(int index) const
+{
+    return !single.isNull() && index == 0 ? single : several.value(index);
+}
+
+std::deque<QString> DatacoreDataElement::getValues() const
+{
+    return single.isNull() ? std::deque<QString>(several.begin(), several.end())
+                           : std::deque<QString>{single};
+}
+
+void DatacoreDataElement::setValue(const QString& value)
+{
+    if (!holds(value)) {
+        hold(value);
+        getOwner().elementChangedLocally();
+    }
+}
+
+void DatacoreDataElement::setValues(const std::deque<QString>& values)
+{
+    const bool same = values.size() == 1
+                          ? holds(values.front())
+                          : single.isNull() && std::equal(values.begin(), values.end(),
+                                                          several.begin(), several.end());
+    if (!same) {
+        hold(values);
+        getOwner().elementChangedLocally();
+    }
+}
+
+bool DatacoreDataElement::isData() const
+{
+    return true;
+}
+
+QJsonValue DatacoreDataElement::toJsonValue() const
+{
+    if (!single.isNull()) {
+        return single;
+    }
+    if (several.isEmpty()) {
+        return QJsonValue::Null;
+    }
+    QJsonArray array;
+    for (const QString& value : several) {
+        array.append(value);
+    }
+    return array;
+}
+
+void DatacoreDataElement::appendJsonText(QByteArray& text) const
+{
+    if (single.isNull()) {
+        DatacoreElement::appendJsonText(text);
+    } else {
+        appendJsonString(text, single);
+    }
+}
+
+void DatacoreDataElement::readJsonValue(const QJsonValue& value)
+{
+    if (value.isNull()) {
+        if (getCount() != 0) {
+            hold(QVector<QString>());
+            getOwner().elementPopulated();
+        }
+        return;
+    }
+    if (value.isArray()) {
+        const QJsonArray array = value.toArray();
+        QVector<QString> values;
+        values.reserve(array.size());
+        for (const QJsonValue& entry : array) {
+            values.append(entry.toString());
+        }
+        const bool same =
+            values.size() == 1 ? holds(values.front()) : single.isNull() && values == several;
+        if (!same) {
+            hold(values);
+            getOwner().elementPopulated();
+        }
+        return;
+    }
+    const QString text = value.toString();
+    if (holds(text)) {
+        return;
+    }
+    if (getCount() == 0) {
+        VELLOG_ERR() << "0 sized entry for data element";
+    }
+    hold(text);
+    getOwner().elementPopulated();
+}

@@ -1,0 +1,45 @@
+// The values of a node of the state tree.
+#pragma once
+
+#include "infrastructure/datacore/DatacoreElement.h"
+
+#include <QVector>
+
+#include <deque>
+
+/// A list of strings: none, one or more. In JSON: null, a string, an array of strings.
+class DatacoreDataElement final : public DatacoreElement
+{
+public:
+    explicit DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner);
+    DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner, const QString& value);
+    DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
+                        const std::deque<QString>& values);
+
+    int getCount() const { return single.isNull() ? several.size() : 1; }
+    /// The value at an index from 0; empty where there is none.
+    QString getValue(int index) const;
+    std::deque<QString> getValues() const;
+
+    /// Takes one value, or a list, in place of all. Equal values are no change; any other is one,
+    /// and the owner is told.
+    void setValue(const QString& value);
+    void setValues(const std::deque<QString>& values);
+
+    QLatin1String getKey() const override { return QLatin1String("data"); }
+    bool isData() const override;
+    QJsonValue toJsonValue() const override;
+    void appendJsonText(QByteArray& text) const override;
+    /// A JSON number, boolean or object is taken as an empty string.
+    void readJsonValue(const QJsonValue& value) override;
+
+private:
+    bool holds(const QString& value) const { return !single.isNull() && single == value; }
+    void hold(const QString& value);
+    template <typename Values>
+    void hold(const Values& values);
+
+    // Nearly every node has one value, which needs no memory beside its text.
+    QString single;           ///< the value where there is exactly one, never null; null otherwise
+    QVector<QString> several; ///< the values where there is not exactly one
+};

@@ -1,0 +1,15 @@
+// What an element of a node tells the node.
+#pragma once
+
+/// The back-channel from an element to its owner. The difference between the two decides whether a
+/// mirror has something to send onwards.
+class DatacoreElementPrivateInterface
+{
+public:
+    virtual ~DatacoreElementPrivateInterface() = default;
+
+    /// Incoming JSON has changed the element.
+    virtual void elementPopulated() = 0;
+    /// Anything else has changed the element.
+    virtual void elementChangedLocally() = 0;
+};

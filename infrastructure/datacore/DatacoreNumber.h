@@ -1,0 +1,65 @@
+// A leaf of the state tree that holds numbers.
+#pragma once
+
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/datacore/DatacoreNumberTypes.h"
+
+#include <QVarLengthArray>
+
+#include <deque>
+
+/// One number or a list of them, kept as text and converted on access. T is one of short, int,
+/// long, long long, their unsigned forms, float and double. Whole numbers are in decimal; float and
+/// double are written with 20 significant digits, so they come back unchanged.
+///
+/// Text that is no number is kept, goes out in JSON as it is, and makes the leaf invalid with one
+/// message (Error, 6 or 7) for the whole list. A number too large for T is cut to its low bits
+/// without a message; DatacoreNumberLimits is for that.
+template <typename T>
+class DatacoreNumber : public DatacoreBase
+{
+public:
+    /// DatacoreNumber<int> => "DatacoreInt32", by the size of T.
+    static QString CLASSNAME();
+
+    /// The value 0.
+    DatacoreNumber(const QString& name, DatacoreBase* parentNode);
+    DatacoreNumber(const QString& name, DatacoreBase* parentNode, T number);
+    DatacoreNumber(const QString& name, DatacoreBase* parentNode, const std::deque<T>& numbers);
+
+    /// The first value. `ok` is false where it is no number, or there is none; then 0.
+    T getDataNumber(bool& ok) const;
+    /// All values. `ok` is false where one is no number; 0 stands in its place.
+    std::deque<T> getDataNumbers(bool& ok) const;
+
+    void setDataNumber(T number);
+    void setDataNumbers(const std::deque<T>& numbers);
+
+    /// The number that a text stands for; `ok` is false, and the number 0, where it stands for
+    /// none.
+    static T deserialise(const QString& text, bool& ok);
+
+protected:
+    /// For a subclass with a class name of its own.
+    DatacoreNumber(const QString& className, const QString& name, DatacoreBase* parentNode,
+                   const std::deque<T>& numbers);
+    DatacoreNumber(const QString& className, const QString& name, DatacoreBase* parentNode,
+                   T number);
+
+    /// All values as they convert, without heap memory for the usual few.
+    using Numbers = QVarLengthArray<T, 16>;
+
+    void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    /// Rewrites the reasons with those that conversion gives, and returns the numbers.
+    Numbers convertAll(DatacoreValidStatusMessages& reasons) const;
+
+    static QString serialise(T number);
+    static std::deque<QString> serialise(const std::deque<T>& numbers);
+};
+
+#define DATACORE_DECLARE(TYPE, NAME)                                                               \
+    template <>                                                                                    \
+    QString DatacoreNumber<TYPE>::CLASSNAME();                                                     \
+    extern template class DatacoreNumber<TYPE>;
+DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_DECLARE)
+#undef DATACORE_DECLARE

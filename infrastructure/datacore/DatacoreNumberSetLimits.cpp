@@ -1,0 +1,44 @@
+#include "infrastructure/datacore/DatacoreNumberSetLimits.h"
+
+#include "infrastructure/datacore/DatacoreNumberChecks.h"
+
+template <typename T>
+QString DatacoreNumberSetLimits<T>::CLASSNAME()
+{
+    return QStringLiteral("DatacoreIntegerSetWithLimitsLimits");
+}
+
+template <typename T>
+DatacoreNumberSetLimits<T>::DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode)
+    : DatacoreNumberSetLimits(name, parentNode, std::numeric_limits<T>::lowest(),
+                              std::numeric_limits<T>::max())
+{
+}
+
+template <typename T>
+DatacoreNumberSetLimits<T>::DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode,
+                                                    T minimum, T maximum)
+    : DatacoreNumberLimits<T>(CLASSNAME(), name, parentNode, minimum, maximum, T())
+{
+}
+
+template <typename T>
+DatacoreNumberSetLimits<T>::DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode,
+                                                    T minimum, T maximum,
+                                                    const std::deque<T>& numbers)
+    : DatacoreNumberLimits<T>(CLASSNAME(), name, parentNode, minimum, maximum, numbers)
+{
+    this->initialiseStatus();
+}
+
+template <typename T>
+void DatacoreNumberSetLimits<T>::updateValidStatus(DatacoreValidStatusMessages& reasons)
+{
+    const auto numbers = this->convertAll(reasons);
+    DatacoreNumberChecks::checkUniqueness(numbers, reasons);
+    DatacoreNumberChecks::checkLimits(numbers, this->getMinimumValue(), this->getMaximumValue(),
+                                      reasons);
+}
+
+#define INSTANTIATE(TYPE, NAME) template class DatacoreNumberSetLimits<TYPE>;
+DATACORE_FOR_EACH_NUMBER_TYPE(INSTANTIATE)

@@ -1,0 +1,28 @@
+// A leaf of the state tree that holds numbers within limits of which no two are equal.
+#pragma once
+
+#include "infrastructure/datacore/DatacoreNumberLimits.h"
+
+/// Numbers without duplicates, from a minimum to a maximum. The reasons of DatacoreNumberSet come
+/// first, then those of DatacoreNumberLimits.
+template <typename T>
+class DatacoreNumberSetLimits : public DatacoreNumberLimits<T>
+{
+public:
+    /// The same for every T; peers know the class by it.
+    static QString CLASSNAME();
+
+    /// The value 0, and the limits of T.
+    DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode);
+    /// The value 0, which may lie outside.
+    DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum);
+    DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum,
+                            const std::deque<T>& numbers);
+
+protected:
+    void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+};
+
+#define DATACORE_DECLARE(TYPE, NAME) extern template class DatacoreNumberSetLimits<TYPE>;
+DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_DECLARE)
+#undef DATACORE_DECLARE

@@ -1,0 +1,24 @@
+// The types that numeric leaves are built for, as a table for the sources that instantiate them.
+#pragma once
+
+#include <climits>
+
+// Names go by size: `long` is as wide as `int` on 32-bit machines.
+#if LONG_MAX == INT_MAX
+#define DATACORE_LONG_WIDTH "32"
+#else
+#define DATACORE_LONG_WIDTH "64"
+#endif
+
+/// Expands ROW(type, piece of the class name) for each type.
+#define DATACORE_FOR_EACH_NUMBER_TYPE(ROW)                                                         \
+    ROW(short, "Int16")                                                                            \
+    ROW(int, "Int32")                                                                              \
+    ROW(long, "Int" DATACORE_LONG_WIDTH)                                                           \
+    ROW(long long, "Int64")                                                                        \
+    ROW(unsigned short, "UInt16")                                                                  \
+    ROW(unsigned int, "UInt32")                                                                    \
+    ROW(unsigned long, "UInt" DATACORE_LONG_WIDTH)                                                 \
+    ROW(unsigned long long, "UInt64")                                                              \
+    ROW(float, "Float")                                                                            \
+    ROW(double, "Double")

@@ -1,0 +1,17 @@
+// The reasons why a node of the state tree is invalid.
+#pragma once
+
+#include "infrastructure/datacore/DatacoreStatusElement.h"
+#include "infrastructure/datacore/DatacoreValidStatusMessage.h"
+
+/// Reasons for being invalid; none means valid.
+class DatacoreValidStatusElement final : public DatacoreStatusElement<DatacoreValidStatusMessage>
+{
+public:
+    explicit DatacoreValidStatusElement(DatacoreElementPrivateInterface& elementOwner)
+        : DatacoreStatusElement(elementOwner)
+    {
+    }
+
+    QLatin1String getKey() const override { return QLatin1String("reasonsForBeingInvalid"); }
+};

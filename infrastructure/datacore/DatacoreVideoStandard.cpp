@@ -1,0 +1,114 @@
+#include "infrastructure/datacore/DatacoreVideoStandard.h"
+
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
+
+namespace {
+
+using Standard = DatacoreVideoStandard::Standard;
+using Standards = DatacoreVideoStandard::Standards;
+
+QString toText(const Standard& standard)
+{
+    return standard ? getPayloadIdentifierText(standard->getPrimaryIdentifier()->getRawValue())
+                    : QString();
+}
+
+std::deque<QString> toTexts(const Standards& standards)
+{
+    std::deque<QString> texts;
+    for (const Standard& standard : standards) {
+        texts.push_back(toText(standard));
+    }
+    return texts;
+}
+
+/// Null is no value.
+Standards listOf(const Standard& standard)
+{
+    return standard ? Standards{standard} : Standards();
+}
+
+Standard fromText(const QString& text)
+{
+    const std::optional<quint32> rawValue = parsePayloadIdentifierBytes(text);
+    return rawValue ? createVideoStandard(*rawValue) : nullptr;
+}
+
+bool isStandard(const QString& text)
+{
+    const std::optional<quint32> rawValue = parsePayloadIdentifierBytes(text);
+    return rawValue && findPayloadIdentifierFacts(*rawValue >> 24) != nullptr;
+}
+
+} // namespace
+
+DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode)
+    : DatacoreBase(CLASSNAME(), name, parentNode)
+{
+}
+
+DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode,
+                                             const Standard& standard)
+    : DatacoreVideoStandard(name, parentNode, listOf(standard))
+{
+}
+
+DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode,
+                                             const Standards& standards)
+    : DatacoreBase(CLASSNAME(), name, parentNode, toTexts(standards))
+    , cache(readStandards())
+{
+    initialiseStatus();
+}
+
+Standard DatacoreVideoStandard::getDataVideoStandard() const
+{
+    if (!isValid()) {
+        return fromText(getData());
+    }
+    return cache.empty() ? nullptr : cache.front();
+}
+
+Standards DatacoreVideoStandard::getDataVideoStandards() const
+{
+    return isValid() ? cache : readStandards();
+}
+
+void DatacoreVideoStandard::setDataVideoStandard(const Standard& standard)
+{
+    setDataVideoStandards(listOf(standard));
+}
+
+void DatacoreVideoStandard::setDataVideoStandards(const Standards& standards)
+{
+    setData(toTexts(standards));
+}
+
+void DatacoreVideoStandard::updateValidStatus(DatacoreValidStatusMessages& reasons)
+{
+    reasons.clear();
+    for (int i = 0; i < getDataCount(); ++i) {
+        if (!isStandard(getDataAt(i))) {
+            reasons.append(DatacoreValidStatusMessage(
+                MessageBase::MessageType_Error,
+                DatacoreValidStatusMessage::
+                    MessageContent_DatacoreValueNotConvertableToVideoStandard));
+        }
+    }
+}
+
+void DatacoreVideoStandard::onValid()
+{
+    Standards standards = readStandards();
+    cache.swap(standards);
+}
+
+Standards DatacoreVideoStandard::readStandards() const
+{
+    Standards standards;
+    for (int i = 0; i < getDataCount(); ++i) {
+        standards.push_back(fromText(getDataAt(i)));
+    }
+    return standards;
+}

@@ -1,0 +1,20 @@
+// A flow that the user wants sent: base of the video and the audio kind.
+#pragma once
+
+#include "infrastructure/ip/flows/IpMediaFlow.h"
+
+namespace Tessorn {
+namespace IpTypes {
+
+/// A flow to transmit.
+class FlowConfigTx : public IpMediaFlow
+{
+public:
+    using IpMediaFlow::IpMediaFlow;
+
+    /// What is sent, for the screen: one parameter a line, no line end after the last.
+    virtual QString serialiseDetails() const = 0;
+};
+
+} // namespace IpTypes
+} // namespace Tessorn

@@ -1,0 +1,59 @@
+// What the texts of all flows share: how an address is written, and an identity ahead of further
+// fields, as in "96,192.168.0.1,239.1.2.3,5004,5006,1234,,0+1|2".
+#pragma once
+
+#include "infrastructure/ip/flows/IpMediaFlow.h"
+#include "infrastructure/utility/FieldList.h"
+
+namespace Tessorn {
+namespace IpTypes {
+
+/// An IPv4 address as four decimal numbers, or nothing for a null one; nothing else is read,
+/// leading zeros neither.
+struct Ipv4Codec
+{
+    static void write(FieldText& text, const QHostAddress& address);
+    static bool read(QStringView text, QHostAddress& address);
+    static bool same(const QHostAddress& a, const QHostAddress& b)
+    {
+        return a.toIPv4Address() == b.toIPv4Address();
+    }
+};
+
+/// The address as Ipv4Codec writes it.
+QString addressToString(const QHostAddress& address);
+
+/// IpMediaFlow's own comparison, for flows of all kinds.
+inline bool isSameIdentity(const IpMediaFlow& a, const IpMediaFlow& b)
+{
+    return a == b;
+}
+
+/// Appends the identity's fields.
+void writeIdentity(FieldText& text, const IpMediaFlow& flow);
+bool readIdentity(QStringView text, IpMediaFlow& flow);
+
+/// The identity, "+", and the fields of `List` joined by `separator`.
+template <typename List, char16_t separator, typename Flow>
+QString writeFlow(const Flow& flow)
+{
+    FieldText text;
+    writeIdentity(text, flow);
+    text.append(QChar(u'+'));
+    List::write(text, separator, flow);
+    return toQString(text);
+}
+
+template <typename List, char16_t separator, typename Flow>
+Flow readFlow(QStringView text, bool& ok)
+{
+    Flow flow;
+    const qsizetype plus = text.indexOf(u'+');
+    // No field is read with a second "+" in it, so there are two parts exactly.
+    ok = plus >= 0 && readIdentity(text.left(plus), flow) &&
+         List::read(text.mid(plus + 1), separator, flow);
+    return ok ? flow : Flow();
+}
+
+} // namespace IpTypes
+} // namespace Tessorn

@@ -1,0 +1,16 @@
+#include "infrastructure/ip/flows/IpMediaFlowTx.h"
+
+#include "infrastructure/ip/flows/FlowFields.h"
+
+namespace Tessorn {
+namespace IpTypes {
+
+IpMediaFlowTx IpMediaFlowTx::deserialise(QStringView text, bool& ok)
+{
+    IpMediaFlowTx flow;
+    ok = readIdentity(text, flow);
+    return ok ? flow : IpMediaFlowTx();
+}
+
+} // namespace IpTypes
+} // namespace Tessorn

@@ -1,0 +1,19 @@
+// A flow that the instrument sends.
+#pragma once
+
+#include "infrastructure/ip/flows/IpMediaFlow.h"
+
+namespace Tessorn {
+namespace IpTypes {
+
+/// A transmitted flow: an identity, and a type of its own.
+class IpMediaFlowTx : public IpMediaFlow
+{
+public:
+    using IpMediaFlow::IpMediaFlow;
+
+    static IpMediaFlowTx deserialise(QStringView text, bool& ok);
+};
+
+} // namespace IpTypes
+} // namespace Tessorn

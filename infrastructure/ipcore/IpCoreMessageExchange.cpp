@@ -1,0 +1,50 @@
+#include "infrastructure/ipcore/IpCoreMessageExchange.h"
+
+#include "infrastructure/utility/NotificationReceiverInterface.h"
+
+#include <utility>
+
+IpCoreMessageExchange::IpCoreMessageExchange(std::string exchangeName, uint32_t size,
+                                             uint32_t waitMs,
+                                             NotificationReceiverInterface* receiver)
+    : notificationReceiver(receiver)
+    , messageQueue("IpCoreMessageExchange messageQueue", size, waitMs)
+    , name(std::move(exchangeName))
+{
+}
+
+void IpCoreMessageExchange::acceptMessage(std::unique_ptr<IpCoreMessageBase> message)
+{
+    if (!message) {
+        return; // takers read an empty pointer as the end of what is waiting
+    }
+    messageQueue.push(std::move(message));
+    if (NotificationReceiverInterface* receiver = notificationReceiver) {
+        receiver->notify();
+    }
+}
+
+uint32_t IpCoreMessageExchange::spaceAvailable() const
+{
+    return messageQueue.getMaxSize() - messageQueue.getSize();
+}
+
+uint32_t IpCoreMessageExchange::capacity() const
+{
+    return messageQueue.getMaxSize();
+}
+
+std::unique_ptr<IpCoreMessageBase> IpCoreMessageExchange::takeMessage()
+{
+    return messageQueue.tryPop().value_or(nullptr);
+}
+
+bool IpCoreMessageExchange::hasMessage() const
+{
+    return !messageQueue.isEmpty();
+}
+
+void IpCoreMessageExchange::setNotificationReceiver(NotificationReceiverInterface* receiver)
+{
+    notificationReceiver = receiver;
+}

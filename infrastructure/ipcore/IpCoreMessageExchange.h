@@ -1,0 +1,41 @@
+// The place where messages pass from one thread to another. Any thread may put messages in and take
+// them out.
+#pragma once
+
+#include "infrastructure/ipcore/IpCoreMessageSink.h"
+#include "infrastructure/ipcore/IpCoreMessageSource.h"
+#include "infrastructure/utility/QueueMaxSizeThreadSafe.h"
+
+#include <atomic>
+#include <string>
+
+class NotificationReceiverInterface;
+
+/// A bounded first-in first-out exchange. It blocks whoever sends while it is full, never whoever
+/// takes, and drops nothing.
+class IpCoreMessageExchange : public IpCoreMessageSink, public IpCoreMessageSource
+{
+public:
+    /// `size` is the most messages held, `waitMs` the length of one timed wait of a blocked sender.
+    /// The receiver, which may be null and outlives the exchange's use, is called after each
+    /// message has been put in, on the sender's thread and under no lock.
+    IpCoreMessageExchange(std::string exchangeName, uint32_t size, uint32_t waitMs,
+                          NotificationReceiverInterface* receiver = nullptr);
+
+    /// The name given at construction.
+    const std::string& getName() const { return name; }
+
+    /// An empty pointer is no message and is ignored.
+    void acceptMessage(std::unique_ptr<IpCoreMessageBase> message) override;
+    uint32_t spaceAvailable() const override;
+    uint32_t capacity() const override;
+
+    std::unique_ptr<IpCoreMessageBase> takeMessage() override;
+    bool hasMessage() const override;
+    void setNotificationReceiver(NotificationReceiverInterface* receiver) override;
+
+private:
+    std::atomic<NotificationReceiverInterface*> notificationReceiver; ///< may be null, not owned
+    QueueMaxSizeThreadSafe<std::unique_ptr<IpCoreMessageBase>> messageQueue;
+    std::string name;
+};

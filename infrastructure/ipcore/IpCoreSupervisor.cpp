@@ -1,0 +1,58 @@
+#include "infrastructure/ipcore/IpCoreSupervisor.h"
+
+#include "infrastructure/utility/Log.h"
+
+#include <utility>
+
+IpCoreSupervisor::IpCoreSupervisor(IpCoreMessageSink& sink, IpCoreMessageSource& source,
+                                   const std::vector<IpCoreMessageProcessorBase*>& processorList,
+                                   const std::string& supervisorThreadName, int64_t periodMs)
+    : SupervisorThread(supervisorThreadName)
+    , waitPeriodMs(periodMs)
+    , messagesOut(sink)
+    , messagesIn(source)
+{
+    for (IpCoreMessageProcessorBase* processor : processorList) {
+        if (!processor) {
+            continue;
+        }
+        const unsigned id = processor->getIpCoreId();
+        const unsigned instance = processor->getIpCoreInstance();
+        if (!processors[id].insert_or_assign(instance, processor).second) {
+            VELLOG_ERR() << "IP core " << id << " instance " << instance
+                         << " has two processors, using the later";
+        }
+    }
+    messagesIn.setNotificationReceiver(this);
+}
+
+IpCoreSupervisor::~IpCoreSupervisor()
+{
+    messagesIn.setNotificationReceiver(nullptr);
+    stopThread();
+}
+
+void IpCoreSupervisor::supervisorLoopStep()
+{
+    while (std::unique_ptr<IpCoreMessageBase> message = messagesIn.takeMessage()) {
+        route(std::move(message));
+    }
+    for (const auto& [id, instances] : processors) {
+        for (const auto& [instance, processor] : instances) {
+            processor->generateMessages(messagesOut);
+        }
+    }
+    sleepUntilNextPass(waitPeriodMs);
+}
+
+void IpCoreSupervisor::route(std::unique_ptr<IpCoreMessageBase> message)
+{
+    const auto instances = processors.find(message->getIpCoreId());
+    if (instances == processors.end()) {
+        return;
+    }
+    const auto found = instances->second.find(message->getIpCoreInstance());
+    if (found != instances->second.end()) {
+        found->second->processMessage(messagesOut, message);
+    }
+}

@@ -1,0 +1,110 @@
+// The one place through which the platform reaches the machine: the root of its file system, its
+// system calls, and the streams that reports go to. Only tests put another in its place.
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <QByteArray>
+#include <QString>
+
+#include <array>
+#include <atomic>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace Tessorn {
+
+/// The machine that this process runs on. Calls are those of the system, with their results and
+/// errno; a path that begins with "/" is taken from the root of the file system. What has been
+/// learnt of the machine is kept here too, so that it goes with it.
+class Machine
+{
+public:
+    /// `root` is a directory, without a slash at its end; the empty text is the real root.
+    explicit Machine(std::string root = std::string());
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+    virtual ~Machine() = default;
+
+    /// The machine in use: the real one, unless a test has replaced it.
+    static Machine& current();
+    /// Puts a test's machine in place, or the real one back (null), and returns what was there.
+    static Machine* replace(Machine* machine);
+
+    /// Where a path of this machine lies in the file system of the process.
+    std::string hostPath(const std::string& path) const;
+
+    virtual int open(const std::string& path, int flags, mode_t mode = 0);
+    virtual ssize_t read(int descriptor, void* data, std::size_t sizeBytes);
+    virtual ssize_t write(int descriptor, const void* data, std::size_t sizeBytes);
+    virtual int64_t seek(int descriptor, int64_t offset);
+    virtual int sync(int descriptor);
+    virtual int close(int descriptor);
+    virtual int ioctl(int descriptor, unsigned long request, void* argument);
+    virtual int status(const std::string& path, struct stat& out);
+    virtual int rename(const std::string& from, const std::string& to);
+    virtual int remove(const std::string& path);
+    virtual int changeOwner(const std::string& path, uid_t user, gid_t group);
+    /// Looks a user up by name; -1 with errno for none.
+    virtual int findUser(const std::string& name, uid_t& user, gid_t& group);
+    /// Runs a program, its path being the first word, and waits; its exit value, -1 for a failure.
+    virtual int run(const std::vector<std::string>& words);
+    [[noreturn]] virtual void abortProcess();
+    /// Reads a file that is compiled into the program; false where it can't be opened.
+    virtual bool readResource(const QString& path, QByteArray& out);
+
+    /// Formatted text to the report stream.
+    [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
+    /// Formatted text to the error stream.
+    [[gnu::format(printf, 2, 3)]] void printError(const char* format, ...);
+    void printList(const char* format, va_list arguments);
+    void printErrorList(const char* format, va_list arguments);
+    /// "text: what errno means" to the error stream, as perror does.
+    void printSystemError(const std::string& text);
+
+    /// The ids strapped on the boards' pins by index, -1 where not known.
+    std::array<std::atomic<int>, 4> hardwareIds;
+    int watchdogDescriptor = -1;
+
+protected:
+    std::FILE* out = stdout; ///< reports
+    std::FILE* err = stderr; ///< complaints
+
+private:
+    std::string rootDirectory;
+};
+
+/// An open file of a machine, closed when the object goes.
+class MachineFile
+{
+public:
+    MachineFile(Machine& fileMachine, const std::string& path, int flags, mode_t mode = 0);
+    /// Takes over an open descriptor; -1 is no file.
+    MachineFile(Machine& fileMachine, int openDescriptor);
+    MachineFile(const MachineFile&) = delete;
+    MachineFile& operator=(const MachineFile&) = delete;
+    ~MachineFile();
+
+    bool isOpen() const { return descriptor >= 0; }
+    int getDescriptor() const { return descriptor; }
+    /// Gives the descriptor to the caller, who closes it.
+    int release();
+
+    /// Reads exactly so many bytes; false, with errno, for fewer.
+    bool readExactly(void* data, std::size_t sizeBytes);
+    /// Appends what is left, `mostBytes` at the most; false for an error on the way.
+    bool readAll(QByteArray& data, int mostBytes);
+    /// Writes all of it; false, with errno, where that failed or stopped half-way.
+    bool writeAll(const void* data, std::size_t sizeBytes);
+
+private:
+    Machine& machine;
+    int descriptor;
+};
+
+} // namespace Tessorn

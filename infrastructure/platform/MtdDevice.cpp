@@ -1,0 +1,424 @@
+#include "infrastructure/platform/MtdDevice.h"
+
+#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/TextScanner.h"
+
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+using Tessorn::Machine;
+using Tessorn::MachineFile;
+using Tessorn::TextScanner;
+
+namespace {
+
+constexpr std::size_t BLOCK_BYTES = 4096;
+constexpr int MOST_PROC_MTD_BYTES = 64 * 1024;
+constexpr int WANTED_TOKENS = 4;
+
+/// What the display of the work at hand stands at.
+struct Progress
+{
+    uint64_t count = 0;
+    uint64_t total = 0;
+    unsigned long percent = 0;
+    bool messages = true;
+    bool percentage = true;
+};
+
+Progress progress;
+
+[[gnu::format(printf, 1, 2)]] void say(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    if (progress.messages) {
+        Machine::current().printList(format, arguments);
+    }
+    va_end(arguments);
+}
+
+[[gnu::format(printf, 1, 2)]] void complain(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    if (progress.messages) {
+        Machine::current().printErrorList(format, arguments);
+    }
+    va_end(arguments);
+}
+
+void complainOfSystem(const char* text)
+{
+    if (progress.messages) {
+        Machine::current().printSystemError(text);
+    }
+}
+
+/// Begins to count; the line so far ends in three characters, which the percentage replaces.
+void beginProgress(uint64_t total)
+{
+    progress.count = 0;
+    progress.total = total;
+    progress.percent = 0;
+}
+
+void addProgress(uint64_t amount)
+{
+    progress.count += amount;
+    const auto percent =
+        static_cast<unsigned long>((progress.count * 100 + progress.total / 2) / progress.total);
+    if (percent != progress.percent) {
+        progress.percent = percent;
+        if (progress.percentage) {
+            Machine::current().print("\b\b\b%03lu", percent);
+        }
+    }
+}
+
+void endProgress()
+{
+    if (progress.percentage) {
+        Machine::current().print("\n");
+    }
+}
+
+bool eraseBlock(int descriptor, uint64_t start, uint32_t sizeBytes)
+{
+    erase_info_user block{};
+    block.start = static_cast<uint32_t>(start);
+    block.length = sizeBytes;
+    if (block.start != start) {
+        errno = EINVAL;
+        return false;
+    }
+    Machine& machine = Machine::current();
+    // Many devices know no locks; one that is locked says so when it is erased.
+    machine.ioctl(descriptor, MEMUNLOCK, &block);
+    return machine.ioctl(descriptor, MEMERASE, &block) == 0;
+}
+
+/// Erases block by block; false, with a line on stderr, where the device refuses one.
+bool eraseBlocks(int descriptor, uint64_t start, uint64_t count, uint32_t blockBytes)
+{
+    beginProgress(count);
+    for (uint64_t i = 0; i < count; ++i) {
+        if (!eraseBlock(descriptor, start + i * blockBytes, blockBytes)) {
+            complainOfSystem("ERASE IOCTL failed\n");
+            return false;
+        }
+        addProgress(1);
+    }
+    endProgress();
+    return true;
+}
+
+int eraseWhole(int descriptor, const mtd_info_user& info)
+{
+    say("No size given, erasing entire partition\n");
+    say("Erase in progress: ...");
+    const uint64_t blocks = (uint64_t(info.size) + info.erasesize - 1) / info.erasesize;
+    if (!eraseBlocks(descriptor, 0, blocks, info.erasesize)) {
+        complain("Failure to erase whole partition of flash\n");
+        return -1;
+    }
+    return 0;
+}
+
+int eraseRange(int descriptor, const mtd_info_user& info, uint64_t offset, uint64_t sizeBytes)
+{
+    if (sizeBytes > info.size) {
+        complain("attempt to erase more than partition size \n");
+    }
+    uint64_t sectors = sizeBytes / info.erasesize;
+    if (sizeBytes % info.erasesize != 0) {
+        complain("Size not a multiple of erase size\n");
+        ++sectors;
+    }
+    if (offset % info.erasesize != 0) {
+        offset -= offset % info.erasesize;
+        complain("Moving device start offset to erase boundary, new start offset: %ld\n",
+                 static_cast<long>(offset));
+    }
+    say("Erase in progress (%d sectors from offset 0x%08lX): ...\n", static_cast<int>(sectors),
+        static_cast<unsigned long>(offset));
+    return eraseBlocks(descriptor, offset, sectors, info.erasesize) ? 0 : -1;
+}
+
+/// One end of a copy.
+struct CopyEnd
+{
+    std::string path;
+    bool isDevice = false;
+    mtd_info_user info{};
+    uint64_t fileBytes = 0;
+    int descriptor = -1;
+
+    uint64_t sizeBytes() const { return isDevice ? info.size : fileBytes; }
+};
+
+bool refuse(const std::string& path, const char* reason)
+{
+    complain("Could not open %s\n", path.c_str());
+    complain("Reason: %s\n", reason);
+    return false;
+}
+
+bool openSource(CopyEnd& end)
+{
+    Machine& machine = Machine::current();
+    struct stat status
+    {
+    };
+    if (machine.status(end.path, status) != 0) {
+        return refuse(end.path, std::strerror(errno));
+    }
+    end.isDevice = S_ISCHR(status.st_mode);
+    if (!end.isDevice && !S_ISREG(status.st_mode)) {
+        return refuse(end.path, "Invalid source");
+    }
+    end.fileBytes = static_cast<uint64_t>(status.st_size);
+    end.descriptor =
+        end.isDevice ? mtdOpen(end.path, &end.info, O_RDONLY) : machine.open(end.path, O_RDONLY);
+    return end.descriptor >= 0 || refuse(end.path, std::strerror(errno));
+}
+
+bool openDestination(CopyEnd& end)
+{
+    Machine& machine = Machine::current();
+    struct stat status
+    {
+    };
+    const bool isNew = machine.status(end.path, status) != 0 && errno == ENOENT;
+    end.isDevice = !isNew && S_ISCHR(status.st_mode);
+    if (!isNew && !end.isDevice && !S_ISREG(status.st_mode)) {
+        return refuse(end.path, "Invalid destination");
+    }
+    end.descriptor = end.isDevice ? mtdOpen(end.path, &end.info)
+                                  : machine.open(end.path, O_RDWR | O_CREAT | O_SYNC, 0644);
+    return end.descriptor >= 0 || refuse(end.path, std::strerror(errno));
+}
+
+bool fitsDevice(const CopyEnd& end, uint64_t sizeBytes)
+{
+    if (end.isDevice && sizeBytes > end.info.size) {
+        complain("Size requested is %zd bytes but mtd is only %u bytes\n",
+                 static_cast<ssize_t>(sizeBytes), end.info.size);
+        return false;
+    }
+    return true;
+}
+
+/// True when the device holds these bytes at this place; leaves its position behind them.
+bool holds(MachineFile& device, uint64_t offset, const char* bytes, char* scratch, std::size_t size)
+{
+    return Machine::current().seek(device.getDescriptor(), static_cast<int64_t>(offset)) ==
+               static_cast<int64_t>(offset) &&
+           device.readExactly(scratch, size) && std::memcmp(bytes, scratch, size) == 0;
+}
+
+bool transfer(const CopyEnd& from, MachineFile& source, const CopyEnd& to, MachineFile& destination,
+              uint64_t sizeBytes)
+{
+    const std::unique_ptr<char, void (*)(void*)> buffer(
+        static_cast<char*>(std::calloc(2, BLOCK_BYTES)), &std::free);
+    if (!buffer) {
+        complain("Could not get buffer\n");
+        return false;
+    }
+    say("Transfer in progress: ...");
+    beginProgress(sizeBytes);
+    for (uint64_t done = 0; done < sizeBytes;) {
+        const auto size =
+            static_cast<std::size_t>(std::min<uint64_t>(BLOCK_BYTES, sizeBytes - done));
+        if (!source.readExactly(buffer.get(), size)) {
+            complain("Could not read from %s\n", from.path.c_str());
+            return false;
+        }
+        if (!destination.writeAll(buffer.get(), size) ||
+            (to.isDevice &&
+             !holds(destination, done, buffer.get(), buffer.get() + BLOCK_BYTES, size))) {
+            complain("Could not write to %s\n", to.path.c_str());
+            return false;
+        }
+        done += size;
+        addProgress(size);
+    }
+    endProgress();
+    say("Success! Copied %d bytes from %s to %s\n", static_cast<int>(sizeBytes), from.path.c_str(),
+        to.path.c_str());
+    return true;
+}
+
+bool copy(const std::string& sourcePath, const std::string& destinationPath, int64_t sizeBytes)
+{
+    Machine& machine = Machine::current();
+    CopyEnd from;
+    from.path = sourcePath;
+    const bool sourceIsOpen = openSource(from);
+    MachineFile source(machine, from.descriptor);
+    if (!sourceIsOpen) {
+        return false;
+    }
+    if (sizeBytes < 0) {
+        complain("Invalid size %lld\n", static_cast<long long>(sizeBytes));
+        return false;
+    }
+    const uint64_t total = sizeBytes > 0 ? static_cast<uint64_t>(sizeBytes) : from.sizeBytes();
+    if (!fitsDevice(from, total)) {
+        return false;
+    }
+    CopyEnd to;
+    to.path = destinationPath;
+    const bool destinationIsOpen = openDestination(to);
+    MachineFile destination(machine, to.descriptor);
+    if (!destinationIsOpen || !fitsDevice(to, total)) {
+        return false;
+    }
+    say("%zd bytes to transfer\n", static_cast<ssize_t>(total));
+    if (to.isDevice && mtdErase(to.path, 0, static_cast<int64_t>(total)) != 0) {
+        complain("Write failed, could not erase device %s first\n", to.path.c_str());
+        return false;
+    }
+    return transfer(from, source, to, destination, total);
+}
+
+std::string_view withoutQuotes(std::string_view name)
+{
+    if (!name.empty() && name.front() == '"') {
+        name.remove_prefix(1);
+    }
+    if (!name.empty() && name.back() == '"') {
+        name.remove_suffix(1);
+    }
+    return name;
+}
+
+/// The device of one line, if it is the partition's; complains of a line of another form.
+std::string_view deviceInLine(std::string_view line, std::string_view partitionName)
+{
+    std::string_view tokens[WANTED_TOKENS];
+    int found = 0;
+    TextScanner scanner(line);
+    for (scanner.skipBlanks(); !scanner.atEnd(); scanner.skipBlanks()) {
+        const std::string_view token = scanner.until(" \t");
+        if (found < WANTED_TOKENS) {
+            tokens[found] = token;
+        }
+        ++found;
+    }
+    if (found != WANTED_TOKENS) {
+        complain("Could not find enough tokens (found: %d wanted: %d)\n", found, WANTED_TOKENS);
+        return {};
+    }
+    if (withoutQuotes(tokens[3]) != partitionName) {
+        return {};
+    }
+    return tokens[0].substr(0, tokens[0].find(':'));
+}
+
+} // namespace
+
+unsigned mtdSetOutput(unsigned output)
+{
+    const unsigned before = (progress.messages ? MtdOutput_Messages : MtdOutput_None) |
+                            (progress.percentage ? MtdOutput_Percentage : MtdOutput_None);
+    progress.messages = (output & MtdOutput_Messages) != 0;
+    progress.percentage = (output & MtdOutput_Percentage) != 0;
+    return before;
+}
+
+int mtdOpen(const std::string& path, mtd_info_user* info, int openFlags)
+{
+    Machine& machine = Machine::current();
+    MachineFile device(machine, path, openFlags);
+    if (!device.isOpen() || !info) {
+        return device.release();
+    }
+    mtd_info_user answer{};
+    if (machine.ioctl(device.getDescriptor(), MEMGETINFO, &answer) != 0) {
+        return -1;
+    }
+    if (answer.erasesize == 0) {
+        errno = ENODEV; // not a flash device after all
+        return -1;
+    }
+    say("MTD type: %u\n", unsigned(answer.type));
+    say("MTD total size : %u bytes\n", answer.size);
+    say("MTD write size : %u bytes\n", answer.writesize);
+    say("MTD erase size : %u bytes\n", answer.erasesize);
+    say("MTD overhead / block : %u bytes\n", answer.oobsize);
+    say("MTD Flags : 0x%08X\n", answer.flags);
+    *info = answer;
+    return device.release();
+}
+
+int mtdErase(const std::string& path, int64_t offset, int64_t sizeBytes)
+{
+    mtd_info_user info{};
+    MachineFile device(Machine::current(), mtdOpen(path, &info));
+    if (!device.isOpen()) {
+        complain("Could not open mtd device at %s for erasure\n", path.c_str());
+        return -2;
+    }
+    int result = -1;
+    if (sizeBytes == -1 || sizeBytes == -2) {
+        result = eraseWhole(device.getDescriptor(), info);
+    } else if (offset < 0 || sizeBytes < 0) {
+        complain("Invalid offset %lld or size %lld\n", static_cast<long long>(offset),
+                 static_cast<long long>(sizeBytes));
+    } else {
+        result = eraseRange(device.getDescriptor(), info, static_cast<uint64_t>(offset),
+                            static_cast<uint64_t>(sizeBytes));
+    }
+    if (result == 0) {
+        say("Flash erased successfully\n");
+    }
+    return result;
+}
+
+int mtdCopy(const std::string& source, const std::string& destination, int64_t sizeBytes,
+            unsigned output)
+{
+    const unsigned before = mtdSetOutput(output);
+    const bool done = copy(source, destination, sizeBytes);
+    mtdSetOutput(before);
+    return done ? 0 : -1;
+}
+
+std::string mtdFindDevice(const std::string& partitionName)
+{
+    MachineFile file(Machine::current(), "/proc/mtd", O_RDONLY);
+    QByteArray text;
+    if (!file.isOpen() || !file.readAll(text, MOST_PROC_MTD_BYTES)) {
+        complain("Failed to get mtp parts\n");
+        return {};
+    }
+    return mtdFindDeviceIn({text.constData(), static_cast<std::size_t>(text.size())},
+                           partitionName);
+}
+
+std::string mtdFindDeviceIn(std::string_view procMtd, std::string_view partitionName)
+{
+    TextScanner lines(procMtd);
+    lines.until("\n"); // the header
+    std::string_view device;
+    while (lines.skip("\n") && !lines.atEnd()) {
+        const std::string_view found = deviceInLine(lines.until("\n"), partitionName);
+        device = device.empty() ? found : device;
+    }
+    return std::string(device);
+}
+
+int mtdOpenIdent()
+{
+    const std::string device = mtdFindDevice(FPGA_MTD_IDENT);
+    return device.empty() ? -1 : mtdOpen("/dev/" + device, nullptr, O_RDONLY);
+}

@@ -1,0 +1,271 @@
+#include "infrastructure/platform/SfpConfigFileHandler.h"
+
+#include "infrastructure/platform/Machine.h"
+#include "infrastructure/utility/Log.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+using Tessorn::Machine;
+using Tessorn::MachineFile;
+
+namespace {
+
+constexpr int MOST_FILE_BYTES = 4 * 1024 * 1024;
+constexpr const char* FILE_OWNER = "veluser";
+
+/// What goes with a product model.
+struct ModelFile
+{
+    const char* resource;
+    int revision; ///< of a file that is up to date
+};
+
+constexpr ModelFile MODEL_0 = {":/supportedSfpConfig.json", 4};
+constexpr ModelFile MODEL_1 = {":/supportedSfpConfigVelM.json", 1};
+constexpr ModelFile OTHER_MODELS = {":/supportedSfpConfigVelM.json", 0};
+
+const ModelFile& fileOfModel(int model)
+{
+    return model == 0 ? MODEL_0 : model == 1 ? MODEL_1 : OTHER_MODELS;
+}
+
+/// Logs an error that the user is to see, too.
+void report(std::vector<QString>& errors, const QString& text)
+{
+    VELLOG_ERR() << text;
+    errors.push_back(text);
+}
+
+QString boardIdOrMezzanine(const QString& boardIdText, const VersionInfo& versions)
+{
+    return boardIdText.isEmpty() ? versions.value(QStringLiteral("Mezzanine")) : boardIdText;
+}
+
+unsigned boardNumber(const QString& boardId)
+{
+    const unsigned number = boardId.toUInt();
+    if (number <= SFP_BOARDS) {
+        return number;
+    }
+    constexpr unsigned fallback = SFP_BOARDS - 1;
+    VELLOG_WARN() << "BoardId " << number << " unknown, using " << fallback << " for defaults";
+    return fallback;
+}
+
+SfpConfigParser makeParser(const QString& boardId, int model)
+{
+    return SfpConfigParser(boardId, boardNumber(boardId), model);
+}
+
+} // namespace
+
+SfpConfigFileHandler::SfpConfigFileHandler(const QString& fileDirectory,
+                                           const QString& configFileName,
+                                           const QString& boardIdText, const VersionInfo& versions)
+    : directory(fileDirectory)
+    , fileName(configFileName)
+    , model(versions.boardModel())
+    , parser(makeParser(boardIdOrMezzanine(boardIdText, versions), model))
+{
+}
+
+const SupportedSfp* SfpConfigFileHandler::findSfp(const QString& vendor, const QString& partNumber,
+                                                  const QString& revision) const
+{
+    const auto found = sfpsByKey.find(SupportedSfp::key(vendor, partNumber, revision));
+    return found == sfpsByKey.end() ? nullptr : &sfps[*found];
+}
+
+int SfpConfigFileHandler::fileRevision() const
+{
+    MachineFile file(Machine::current(), filePath(), O_RDONLY);
+    QByteArray data;
+    if (!file.isOpen() || !file.readAll(data, MOST_FILE_BYTES)) {
+        return -1;
+    }
+    const QJsonObject root = QJsonDocument::fromJson(data).object();
+    return root.value(QLatin1String("configRevision")).toInt(-1);
+}
+
+bool SfpConfigFileHandler::fileIsCurrent() const
+{
+    return fileRevision() == fileOfModel(model).revision;
+}
+
+QByteArray SfpConfigFileHandler::defaultConfig() const
+{
+    QByteArray data;
+    Machine::current().readResource(QLatin1String(fileOfModel(model).resource), data);
+    return data;
+}
+
+bool SfpConfigFileHandler::loadSupportedSfps(std::vector<QString>& errors)
+{
+    sfps.clear();
+    sfpsByKey.clear();
+    const FileState state = findFile(errors);
+    return (state == FileState_Found && loadFile(errors)) || loadDefault(state, errors);
+}
+
+bool SfpConfigFileHandler::parseConfig(const QByteArray& data)
+{
+    if (!parser.parse(data, sfps)) {
+        return false;
+    }
+    sfpsByKey.clear();
+    for (std::size_t i = 0; i < sfps.size(); ++i) {
+        sfpsByKey.insert(sfps[i].key(), i);
+    }
+    return true;
+}
+
+bool SfpConfigFileHandler::archiveFile()
+{
+    const std::string path = filePath();
+    if (exists(path)) {
+        const QDateTime now = QDateTime::currentDateTime();
+        const QString archive = QStringLiteral("%1/unused_%2-%3_%4")
+                                    .arg(directory, now.date().toString(Qt::ISODate),
+                                         now.time().toString(Qt::ISODate), fileName);
+        if (exists(archive.toStdString()) ||
+            Machine::current().rename(path, archive.toStdString()) != 0) {
+            VELLOG_ERR() << "Could not rename " << path << " to " << archive;
+            return false;
+        }
+    }
+    std::vector<QString> errors; // they are in the log
+    return loadSupportedSfps(errors);
+}
+
+std::string SfpConfigFileHandler::filePath() const
+{
+    return (directory + QLatin1Char('/') + fileName).toStdString();
+}
+
+bool SfpConfigFileHandler::exists(const std::string& path) const
+{
+    struct stat status
+    {
+    };
+    return Machine::current().status(path, status) == 0;
+}
+
+SfpConfigFileHandler::FileState SfpConfigFileHandler::findFile(std::vector<QString>& errors) const
+{
+    const QString hostDirectory =
+        QString::fromStdString(Machine::current().hostPath(directory.toStdString()));
+    if (QDir(hostDirectory).exists()) {
+        return exists(filePath()) ? FileState_Found : FileState_Missing;
+    }
+    VELLOG_INFO() << "Directory " << directory << " could not be found. Attempting to create it.";
+    if (!QDir().mkpath(hostDirectory)) {
+        report(errors, QStringLiteral("Failed to create directory %1.").arg(directory));
+        return FileState_NoDirectory;
+    }
+    VELLOG_INFO() << "Successfully created directory " << directory << ".";
+    return FileState_Missing;
+}
+
+bool SfpConfigFileHandler::loadFile(std::vector<QString>& errors)
+{
+    VELLOG_INFO() << "Found supported SFPs JSON file";
+    MachineFile file(Machine::current(), filePath(), O_RDONLY);
+    if (!file.isOpen()) {
+        report(errors, QStringLiteral("Could not open supported SFPs JSON file for reading"));
+        return false;
+    }
+    QByteArray data;
+    if (!file.readAll(data, MOST_FILE_BYTES) || data.isEmpty()) {
+        report(errors, QStringLiteral("No data read from supported SFPs file"));
+        return false;
+    }
+    if (!parseConfig(data)) {
+        report(errors, QStringLiteral("Could not create list of supported SFPs from data in file. "
+                                      "Using default list instead."));
+        return false;
+    }
+    return true;
+}
+
+bool SfpConfigFileHandler::loadDefault(FileState fileState, std::vector<QString>& errors)
+{
+    VELLOG_INFO() << "Using default supported SFPs list from resources file";
+    QByteArray data;
+    if (!Machine::current().readResource(QLatin1String(fileOfModel(model).resource), data)) {
+        report(errors, QStringLiteral("Could not open supported SFPs resource file for reading"));
+        return false;
+    }
+    if (data.isEmpty()) {
+        report(errors, QStringLiteral("No data read from resources file"));
+        return false;
+    }
+    if (!parseConfig(data)) {
+        report(errors, QStringLiteral("Failed to create list of supported SFPs from data in "
+                                      "resource file."));
+        return false;
+    }
+    if (fileState == FileState_Missing) {
+        createFile(data, errors);
+    }
+    return true;
+}
+
+void SfpConfigFileHandler::createFile(const QByteArray& content, std::vector<QString>& errors) const
+{
+    if (writeFile(content, errors)) {
+        VELLOG_INFO() << QStringLiteral("Created file %1").arg(QString::fromStdString(filePath()));
+        giveFileToUser(errors);
+    }
+}
+
+bool SfpConfigFileHandler::writeFile(const QByteArray& content, std::vector<QString>& errors) const
+{
+    // Under another name until it is on the disk, so that a power cut leaves no file or a whole
+    // one.
+    Machine& machine = Machine::current();
+    const std::string path = filePath();
+    const std::string temporary = path + ".tmp";
+    {
+        MachineFile file(machine, temporary, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (!file.isOpen()) {
+            report(errors, QStringLiteral("Could not create supported SFPs file for writing"));
+            return false;
+        }
+        if (!file.writeAll(content.constData(), static_cast<std::size_t>(content.size())) ||
+            machine.sync(file.getDescriptor()) != 0) {
+            machine.remove(temporary);
+            report(errors, QStringLiteral("Did not write any data to supported SFPs file"));
+            return false;
+        }
+    }
+    if (machine.rename(temporary, path) != 0) {
+        machine.remove(temporary);
+        report(errors, QStringLiteral("Could not create supported SFPs file for writing"));
+        return false;
+    }
+    if (MachineFile folder(machine, directory.toStdString(), O_RDONLY); folder.isOpen()) {
+        machine.sync(folder.getDescriptor());
+    }
+    return true;
+}
+
+void SfpConfigFileHandler::giveFileToUser(std::vector<QString>& errors) const
+{
+    Machine& machine = Machine::current();
+    uid_t user = 0;
+    gid_t group = 0;
+    if (machine.findUser(FILE_OWNER, user, group) != 0 ||
+        machine.changeOwner(filePath(), user, group) != 0) {
+        const int code = errno;
+        report(errors,
+               QStringLiteral("Failed to change supported SFPs file ownership. Error code: ") +
+                   QString::number(code));
+    }
+}

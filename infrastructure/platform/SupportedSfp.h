@@ -1,0 +1,87 @@
+// An SFP module that the instrument supports, and how to drive it. Values.
+#pragma once
+
+#include <QString>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+/// What a module carries.
+enum SfpRate {
+    SfpRate_Invalid = -1,
+    SfpRate_SDI = 0,
+    SfpRate_1G = 1,
+    SfpRate_10G = 2,
+    SfpRate_1G10G = 3,
+};
+
+/// The rate of a configuration file's text, "SDI", "1G", "10G" or "1G10G"; else SfpRate_Invalid.
+SfpRate sfpRateFromText(const QString& text);
+/// That text, empty for SfpRate_Invalid.
+QString sfpRateText(SfpRate rate);
+
+/// Transceiver settings, each with one value for each rate, in the order of SfpRate.
+struct SfpTransceiverConfig
+{
+    using Values = std::array<uint32_t, 4>;
+
+    Values voltageSwingCode{};
+    Values preCursorCode{};
+    Values postCursorCode{};
+    Values reclockerSettings{};
+
+    friend bool operator==(const SfpTransceiverConfig& a, const SfpTransceiverConfig& b)
+    {
+        return a.voltageSwingCode == b.voltageSwingCode && a.preCursorCode == b.preCursorCode &&
+               a.postCursorCode == b.postCursorCode && a.reclockerSettings == b.reclockerSettings;
+    }
+    friend bool operator!=(const SfpTransceiverConfig& a, const SfpTransceiverConfig& b)
+    {
+        return !(a == b);
+    }
+};
+
+/// How an SDI module behaves.
+struct SfpSdiConfig
+{
+    bool msa = false; ///< it follows the multi-source agreement
+    QString io;       ///< its inputs and outputs
+    std::optional<int> connectorTypeOverride;
+
+    friend bool operator==(const SfpSdiConfig& a, const SfpSdiConfig& b)
+    {
+        return a.msa == b.msa && a.io == b.io && a.connectorTypeOverride == b.connectorTypeOverride;
+    }
+    friend bool operator!=(const SfpSdiConfig& a, const SfpSdiConfig& b) { return !(a == b); }
+};
+
+/// One module. The texts are those that its EEPROM gives.
+struct SupportedSfp
+{
+    QString vendor;
+    QString oui;
+    QString partNumber;
+    QString revision;
+    bool sdi = false;
+    SfpRate rate = SfpRate_Invalid;
+    SfpTransceiverConfig transceiver;
+    bool boardGroupA = true; ///< may be used on boards of group A
+    bool boardGroupB = true; ///< may be used on boards of group B
+    SfpSdiConfig sdiConfig;  ///< of an SDI module
+
+    /// What tells modules apart: "vendor ,part number;revision".
+    QString key() const { return key(vendor, partNumber, revision); }
+    static QString key(const QString& vendor, const QString& partNumber, const QString& revision)
+    {
+        return vendor + QLatin1String(" ,") + partNumber + QLatin1Char(';') + revision;
+    }
+};
+
+/// The boards that there are settings for; a board id is an index.
+constexpr unsigned SFP_BOARDS = 16;
+
+/// Settings by board id for a module that has none of its own: those of product model 0 and those
+/// of the others.
+extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VEL;
+extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VELM;

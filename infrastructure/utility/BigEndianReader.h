@@ -1,0 +1,80 @@
+// Reading of big-endian fields from bytes that may end early. A value type over somebody's bytes.
+#pragma once
+
+#include <QtEndian>
+
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+/// Takes fields from the front of a run of bytes, which must outlive it. A field that is not all
+/// there is 0, and so is everything behind it.
+class BigEndianReader
+{
+public:
+    BigEndianReader(const char* bytes, int sizeBytes)
+        : next(bytes)
+        , end(bytes + sizeBytes)
+    {
+    }
+
+    /// Bytes that are left.
+    int getRemaining() const { return static_cast<int>(end - next); }
+
+    /// The next integer, `bool` (one byte, true unless 0) or `double` (IEEE 754, eight bytes).
+    template <typename T>
+    T take()
+    {
+        static_assert(!std::is_same_v<T, float>, "a float is a double on the wire");
+        if constexpr (std::is_same_v<T, bool>) {
+            return take<quint8>() != 0;
+        } else if constexpr (std::is_same_v<T, double>) {
+            static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8);
+            const quint64 bits = take<quint64>();
+            double value;
+            std::memcpy(&value, &bits, sizeof value);
+            return value;
+        } else {
+            static_assert(std::is_integral_v<T>, "a plain number");
+            if (getRemaining() < static_cast<int>(sizeof(T))) {
+                next = end;
+                return T(0);
+            }
+            const T value = qFromBigEndian<T>(next);
+            next += sizeof(T);
+            return value;
+        }
+    }
+
+    /// Gives the next `count` numbers, as far as they are all there, to `use(index, number)`.
+    /// Returns how many.
+    template <typename T, typename Use>
+    int takeEach(int count, Use use)
+    {
+        const int whole = qMin(count, getRemaining() / static_cast<int>(sizeof(T)));
+        const char* const from = next;
+        for (int i = 0; i < whole; ++i) {
+            use(i, qFromBigEndian<T>(from + i * static_cast<int>(sizeof(T))));
+        }
+        next = whole < count ? end : from + whole * static_cast<int>(sizeof(T));
+        return whole;
+    }
+
+    /// The next `count` numbers into `values`; those that are not all there are left as they are.
+    /// Returns how many were taken.
+    template <typename T>
+    int takeRun(T* values, int count)
+    {
+        if constexpr (std::is_same_v<T, double>) {
+            return takeEach<quint64>(count, [values](int i, quint64 bits) {
+                std::memcpy(values + i, &bits, sizeof bits);
+            });
+        } else {
+            return takeEach<T>(count, [values](int i, T number) { values[i] = number; });
+        }
+    }
+
+private:
+    const char* next;
+    const char* end;
+};

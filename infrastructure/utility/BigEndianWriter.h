@@ -1,0 +1,71 @@
+// Writing of big-endian fields into a buffer whose size has been computed before.
+#pragma once
+
+#include <QByteArray>
+#include <QtEndian>
+
+#include <cstring>
+#include <type_traits>
+
+/// Puts fields one behind the other. The caller provides the room for all of them.
+class BigEndianWriter
+{
+public:
+    /// Writes over the buffer's bytes, which must not be touched by others meanwhile.
+    explicit BigEndianWriter(QByteArray& buffer)
+        : next(beginOf(buffer))
+    {
+    }
+
+    /// Where the next field will stand.
+    const char* getPosition() const { return next; }
+
+    /// An integer, a `bool` (one byte) or a `double` (IEEE 754, eight bytes).
+    template <typename T>
+    void put(T value)
+    {
+        if constexpr (std::is_same_v<T, bool>) {
+            put<quint8>(value ? 1 : 0);
+        } else if constexpr (std::is_same_v<T, double>) {
+            quint64 bits;
+            static_assert(sizeof bits == sizeof value);
+            std::memcpy(&bits, &value, sizeof bits);
+            put(bits);
+        } else {
+            static_assert(std::is_integral_v<T>, "a plain number");
+            qToBigEndian<T>(value, next);
+            next += sizeof(T);
+        }
+    }
+
+    /// The `count` numbers that `make(index)` gives.
+    template <typename T, typename Make>
+    void putEach(int count, Make make)
+    {
+        char* const to = next;
+        for (int i = 0; i < count; ++i) {
+            qToBigEndian<T>(make(i), to + i * static_cast<int>(sizeof(T)));
+        }
+        next = to + count * static_cast<int>(sizeof(T));
+    }
+
+    /// A run of numbers.
+    template <typename T>
+    void putRun(const T* values, int count)
+    {
+        if constexpr (std::is_same_v<T, double>) {
+            putEach<quint64>(count, [values](int i) {
+                quint64 bits;
+                std::memcpy(&bits, values + i, sizeof bits);
+                return bits;
+            });
+        } else {
+            putEach<T>(count, [values](int i) { return values[i]; });
+        }
+    }
+
+private:
+    static char* beginOf(QByteArray& buffer);
+
+    char* next;
+};

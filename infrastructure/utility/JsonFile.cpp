@@ -1,0 +1,37 @@
+#include "infrastructure/utility/JsonFile.h"
+
+#include "infrastructure/utility/Log.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+bool loadJsonFile(const QString& path, QJsonObject& out)
+{
+    QFile file(path);
+    if (!file.exists()) {
+        VELLOG_ERR() << "File not found " << path;
+        return false;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        VELLOG_ERR() << "File " << path << " can't be read: " << file.errorString();
+        return false;
+    }
+    // One byte more than the limit tells a file that is too large, also where it has no size.
+    const QByteArray text = file.read(MAX_JSON_FILE_BYTES + 1);
+    file.close();
+    if (text.size() > MAX_JSON_FILE_BYTES) {
+        VELLOG_ERR() << "File " << path << " is larger than " << MAX_JSON_FILE_BYTES << " bytes";
+        return false;
+    }
+
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    if (document.isNull()) {
+        VELLOG_ERR() << "JSON file badly formed: " << error.errorString()
+                     << " at: " << error.offset;
+        return false;
+    }
+    out = document.object();
+    return true;
+}

@@ -1,0 +1,82 @@
+// The logging front: fetch the logger "VELLOG" by name, test the level, then stream.
+//
+//   VELLOG_INFO() << "Running " << name;
+//   VELLOG_ERR() << "Incoming buffer size " << size << " Discarding raw data packets";
+//
+// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace spdlog {
+class logger;
+}
+
+/// Severity of a line, least severe first.
+enum LogLevel {
+    LogLevel_Trace,
+    LogLevel_Debug,
+    LogLevel_Info,
+    LogLevel_Warn,
+    LogLevel_Err,
+    LogLevel_Critical,
+};
+
+/// One line of the log, written when the object goes. Use it through the macros below: they
+/// evaluate the pieces only if the level passes.
+class LogLine
+{
+public:
+    explicit LogLine(LogLevel lineLevel);
+    LogLine(const LogLine&) = delete;
+    LogLine& operator=(const LogLine&) = delete;
+    ~LogLine();
+
+    /// True when there is a logger and it takes this level.
+    explicit operator bool() const { return logger != nullptr; }
+
+    LogLine& operator<<(const QString& text);
+    LogLine& operator<<(QLatin1String text);
+    /// The bytes as they stand.
+    LogLine& operator<<(const QByteArray& bytes);
+    /// Compact JSON.
+    LogLine& operator<<(const QJsonObject& object);
+    /// The strings, joined by ", ".
+    LogLine& operator<<(const QStringList& strings);
+
+    /// Anything that fmt formats with "{}": numbers, text, packets.
+    template <typename T>
+    LogLine& operator<<(const T& value)
+    {
+        fmt::format_to(fmt::appender(line), "{}", value);
+        return *this;
+    }
+
+private:
+    std::shared_ptr<spdlog::logger> logger; ///< null when the line is not wanted
+    LogLevel level;
+    fmt::memory_buffer line;
+};
+
+// The switch keeps an `else` that follows from binding to the `if` inside.
+#define VELLOG_AT(LEVEL)                                                                           \
+    switch (0)                                                                                     \
+    case 0:                                                                                        \
+    default:                                                                                       \
+        if (LogLine vellogLine(LEVEL); !vellogLine) {                                              \
+        } else                                                                                     \
+            vellogLine
+
+#define VELLOG_TRACE() VELLOG_AT(LogLevel_Trace)
+#define VELLOG_DEBUG() VELLOG_AT(LogLevel_Debug)
+#define VELLOG_INFO() VELLOG_AT(LogLevel_Info)
+#define VELLOG_WARN() VELLOG_AT(LogLevel_Warn)
+#define VELLOG_ERR() VELLOG_AT(LogLevel_Err)
+#define VELLOG_CRITICAL() VELLOG_AT(LogLevel_Critical)

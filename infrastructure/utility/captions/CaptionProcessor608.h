@@ -1,0 +1,91 @@
+// What a receiver shows of a CEA-608 caption service, from the pairs of line 21. One thread.
+#pragma once
+
+#include "infrastructure/utility/captions/Caption608BytePair.h"
+#include "infrastructure/utility/captions/CaptionGrid608.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Which records a processor takes.
+enum CaptionFieldSelect608 : uint8_t {
+    CaptionFieldSelect608_Field1, ///< those with the field flag set
+    CaptionFieldSelect608_Field2, ///< those with it clear
+    CaptionFieldSelect608_None,
+};
+
+/// How text reaches the displayed picture.
+enum CaptionMode608 : uint8_t {
+    CaptionMode608_PaintOn, ///< written where it is seen
+    CaptionMode608_PopOn,   ///< written unseen, shown at once
+    CaptionMode608_RollUp,  ///< written at the foot of a window that rolls
+    CaptionMode608_Text,    ///< text service: discarded
+};
+
+/// Keeps the displayed and the non-displayed picture of one data channel. Any input is taken; what
+/// has no meaning is ignored. A control pair that comes twice in a row, as it is sent, acts once.
+/// Mid-row codes change the attributes of what follows and take no column of their own.
+class CaptionProcessor608
+{
+public:
+    /// What is seen.
+    const CaptionGrid608& displayedGrid() const { return grids[gridsSwapped ? 1 : 0]; }
+    /// What pop-on text is written to.
+    const CaptionGrid608& nonDisplayedGrid() const { return grids[gridsSwapped ? 0 : 1]; }
+    CaptionMode608 getMode() const { return mode; }
+    /// True when characters have been written to the displayed picture since the last change that
+    /// was reported. Text alone reports no change.
+    bool hasPendingChange() const { return pendingChange; }
+
+    /// Takes none at first.
+    void setFieldSelect(CaptionFieldSelect608 value) { fieldSelect = value; }
+
+    /// Processes all records in order. True when the displayed picture is to be drawn again.
+    bool processPairs(const std::vector<Caption608BytePair>& records);
+    /// The same for records in place.
+    bool processPairs(const Caption608BytePair* records, std::size_t count);
+    /// Processes one record of the selected field for the first data channel.
+    bool processRecord(const Caption608BytePair& record);
+    /// Processes one pair, the first byte in the high byte, for data channel 0 or 1: CC1 and CC2 of
+    /// field 1, CC3 and CC4 of field 2. True when the displayed picture is to be drawn again.
+    bool process(uint16_t code, int channel);
+
+private:
+    /// The row of the cursor in the grid that commands and text work on.
+    CaptionRow608& targetRow() { return targetGrid().row(row); }
+    CaptionGrid608& targetGrid() { return grids[gridsSwapped == showsTarget() ? 1 : 0]; }
+    CaptionGrid608& displayed() { return grids[gridsSwapped ? 1 : 0]; }
+    CaptionGrid608& nonDisplayed() { return grids[gridsSwapped ? 0 : 1]; }
+    bool showsTarget() const { return (mode & 1) == 0; }
+    bool acceptsText() const { return !ignoringText && (mode != CaptionMode608_Text); }
+
+    class TextRun;
+
+    bool isSelected(const Caption608BytePair& record) const;
+    bool processControlAndReport(uint16_t code, int channel);
+    bool processControl(uint16_t code, int channel);
+    bool isRepeated(uint16_t code);
+    void writeExtendedCharacter(uint16_t code);
+    void setMidRowAttributes(uint16_t code);
+    void setPreambleAddress(uint16_t code);
+    bool processCommand(uint16_t code);
+    bool backspace();
+    void startRollUp(uint8_t windowRows);
+    bool carriageReturn();
+    void tab(unsigned columns);
+
+    uint8_t row = 15;
+    uint8_t column = 0;
+    uint8_t rollUpRows = 2;
+    CaptionMode608 mode = CaptionMode608_PaintOn;
+    bool pendingChange = false;
+    CaptionFieldSelect608 fieldSelect = CaptionFieldSelect608_None;
+    bool underline = false;
+    bool ignoringText = false; ///< since an XDS pair
+    bool gridsSwapped = false;
+    uint32_t colour = 0;
+    uint16_t lastControlCode = 0;
+    std::array<CaptionGrid608, 2> grids{};
+};

@@ -1,0 +1,21 @@
+#include "infrastructure/utility/captions/TeletextPacket.h"
+
+QString TeletextPacket::displayText() const
+{
+    QString text(displayDataLength, QLatin1Char(' '));
+    for (int i = 0; i < displayDataLength; ++i) {
+        const char character = static_cast<char>(displayData[i] & 0x7F);
+        if (character >= ' ' && character < 0x7F) {
+            text[i] = QLatin1Char(character);
+        }
+    }
+    return text;
+}
+
+QString TeletextPacket::toString() const
+{
+    const QString page =
+        hasPageHeader ? QString::asprintf(" page %02X subcode %X", pageBcd, subcode) : QString();
+    return QString::asprintf("magazine %d row %d", magazine == 0 ? 8 : magazine, packetNumber) +
+           page + QLatin1String(": ") + displayText();
+}

@@ -1,0 +1,53 @@
+// The bytes of one OP-47 ancillary packet with the teletext packets that were found in it. A value.
+#pragma once
+
+#include "infrastructure/utility/captions/TeletextPacket.h"
+
+#include <QString>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Owns the bytes that its records point into. The records' pointers always lie in the bytes of
+/// the container they are in: a copy's point into the copy's bytes, and new bytes drop the records.
+class TeletextPacketContainer
+{
+public:
+    TeletextPacketContainer() = default;
+    /// A whole ancillary packet from the ancillary data flag on, one byte a word, no records yet.
+    explicit TeletextPacketContainer(std::vector<uint8_t> ancillaryWords);
+    TeletextPacketContainer(const TeletextPacketContainer& other);
+    TeletextPacketContainer(TeletextPacketContainer&& other) noexcept;
+    TeletextPacketContainer& operator=(const TeletextPacketContainer& other);
+    TeletextPacketContainer& operator=(TeletextPacketContainer&& other) noexcept;
+    ~TeletextPacketContainer() = default;
+
+    const std::vector<uint8_t>& bytes() const { return ancillaryBytes; }
+    const std::vector<TeletextPacket>& teletextPackets() const { return packets; }
+    /// How far into the bytes a record's display data begins; 0 for a record without.
+    std::size_t displayDataOffset(const TeletextPacket& packet) const;
+
+    /// Takes a copy of other bytes and drops the records. Allocates only what does not fit into
+    /// what the container holds already.
+    void setBytes(const uint8_t* ancillaryWords, std::size_t size);
+    /// Appends a record, made to point at `offset` of the bytes; a record of length 0 gets null.
+    /// False, and nothing appended, where its display data would reach past the end.
+    bool append(TeletextPacket packet, std::size_t offset);
+    void clearTeletextPackets() { packets.clear(); }
+
+    /// The records, a line each.
+    QString toString() const;
+
+private:
+    void rebase(const uint8_t* oldBytes);
+
+    friend class Op47decoder; // appends records whose place it has worked out
+
+    std::vector<uint8_t> ancillaryBytes;
+    std::vector<TeletextPacket> packets;
+};
+
+/// Equal bytes and equal records; display data are equal where their offsets are.
+bool operator==(const TeletextPacketContainer& a, const TeletextPacketContainer& b);
+bool operator!=(const TeletextPacketContainer& a, const TeletextPacketContainer& b);

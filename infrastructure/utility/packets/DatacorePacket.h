@@ -1,0 +1,46 @@
+// The value of one datacore at one path: from the server to a client, or from a client to the
+// server.
+#pragma once
+
+#include "infrastructure/utility/packets/SerialisableDataPacket.h"
+
+class DatacoreBase;
+
+/// Keys: "Path", "Datacore" (the JSON form of the node's value), and for what a client has written
+/// "ClientID" (the writer's connection) and "PacketID" (the writer's number for it), which the
+/// server sends back unchanged as the acknowledgement.
+class DatacorePacket : public SerialisableDataPacket
+{
+public:
+    /// What getPacketID gives where there is none.
+    static constexpr int NO_PACKET_ID = -1;
+
+    static QString CLASSNAME() { return QStringLiteral("DatacorePacket"); }
+
+    DatacorePacket(const QJsonObject& datacore, const QString& path);
+    DatacorePacket(const QString& clientID, int packetID, const QJsonObject& datacore,
+                   const QString& path);
+    /// What a node holds now: with `justData` its values alone, otherwise its status as well. These
+    /// two write the text at once, which is much faster than by way of a JSON object.
+    DatacorePacket(const DatacoreBase& datacore, bool justData, const QString& path);
+    DatacorePacket(const QString& clientID, int packetID, const DatacoreBase& datacore,
+                   bool justData, const QString& path);
+    /// The packet that `source` carries; `ok` is false, and the packet empty, for another class.
+    DatacorePacket(const SerialisableDataPacket& source, bool& ok);
+
+    bool containsClientID() const;
+    QString getClientID() const; ///< empty where absent
+    void setClientID(const QString& clientID);
+
+    bool containsPacketID() const;
+    int getPacketID() const; ///< NO_PACKET_ID where absent
+    void setPacketID(int packetID);
+
+    bool containsDatacorePath() const;
+    QString getDatacorePath() const; ///< empty where absent
+    void setDatacorePath(const QString& path);
+
+    bool containsDatacoreObject() const;
+    QJsonObject getDatacoreJsonObject() const; ///< empty where absent
+    void setDatacoreJsonObject(const QJsonObject& datacore);
+};

@@ -1,0 +1,360 @@
+#include "infrastructure/utility/packets/NetworkConnection.h"
+
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/packets/RawDataPacketFactory.h"
+#include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
+#include "infrastructure/utility/packets/SerialisableDataPacket.h"
+
+#include <QPointer>
+#include <QScopeGuard>
+#include <QTcpSocket>
+#include <QVarLengthArray>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr int CONNECT_TIMEOUT_MS = 500;
+constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is given back
+
+struct SocketErrorName
+{
+    QAbstractSocket::SocketError error;
+    const char* name;
+};
+
+constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
+    {QAbstractSocket::UnknownSocketError, "UnknownSocketError"},
+    {QAbstractSocket::ConnectionRefusedError, "ConnectionRefusedError"},
+    {QAbstractSocket::RemoteHostClosedError, "RemoteHostClosedError"},
+    {QAbstractSocket::HostNotFoundError, "HostNotFoundError"},
+    {QAbstractSocket::SocketAccessError, "SocketAccessError"},
+    {QAbstractSocket::SocketResourceError, "SocketResourceError"},
+    {QAbstractSocket::SocketTimeoutError, "SocketTimeoutError"},
+    {QAbstractSocket::DatagramTooLargeError, "DatagramTooLargeError"},
+    {QAbstractSocket::NetworkError, "NetworkError"},
+    {QAbstractSocket::AddressInUseError, "AddressInUseError"},
+    {QAbstractSocket::SocketAddressNotAvailableError, "SocketAddressNotAvailableError"},
+    {QAbstractSocket::UnsupportedSocketOperationError, "UnsupportedSocketOperationError"},
+    {QAbstractSocket::UnfinishedSocketOperationError, "UnfinishedSocketOperationError"},
+    {QAbstractSocket::ProxyAuthenticationRequiredError, "ProxyAuthenticationRequiredError"},
+    {QAbstractSocket::ProxyConnectionRefusedError, "ProxyConnectionRefusedError"},
+    {QAbstractSocket::ProxyConnectionClosedError, "ProxyConnectionClosedError"},
+    {QAbstractSocket::ProxyConnectionTimeoutError, "ProxyConnectionTimeoutError"},
+    {QAbstractSocket::ProxyNotFoundError, "ProxyNotFoundError"},
+    {QAbstractSocket::ProxyProtocolError, "ProxyProtocolError"},
+};
+
+QString makeIdentifier(const QHostAddress& address, quint16 port)
+{
+    return QString::number(address.toIPv4Address()) + QString::number(port);
+}
+
+/// Builds a packet and gives it to those who were registered for its type when it arrived and still
+/// are when their turn comes.
+void deliver(const QByteArray& view, const RawDataPacketHeader& header)
+{
+    using Receiver = RawDataPacketReceiverInterfaceBase;
+    const std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
+    if (packet == nullptr) {
+        return;
+    }
+    const unsigned int type = header.packetType;
+    QVarLengthArray<Receiver*, 8> receivers;
+    for (auto it = Receiver::registry.constFind(type);
+         it != Receiver::registry.constEnd() && it.key() == type; ++it) {
+        receivers.append(it.value());
+    }
+    // A receiver may make others and destroy any; a new one may stand where an old one stood.
+    const quint64 latest = Receiver::getLatestRegistrationNumber();
+    for (Receiver* receiver : receivers) {
+        if (Receiver::registry.contains(type, receiver) &&
+            receiver->getRegistrationNumber() <= latest) {
+            receiver->receiveRawPacket(packet);
+        }
+    }
+}
+
+/// Keeps the buffer's memory for the next call, unless a large packet has blown it up.
+void removeFromFront(QByteArray& buffer, int count)
+{
+    buffer.remove(0, count);
+    if (buffer.capacity() > KEPT_BUFFER_BYTES && buffer.size() < KEPT_BUFFER_BYTES / 2) {
+        buffer.squeeze();
+    }
+    buffer.reserve(buffer.capacity()); // marks the memory as kept
+}
+
+/// Bytes from `bytes` to the next one that can be the first of a packet; at least 1.
+int distanceToNextCandidate(const char* bytes, int size)
+{
+    static_assert(RawPacketType_First >> 8 == RawPacketType_Last >> 8,
+                  "every packet begins with the same byte");
+    constexpr int firstByte = RawPacketType_First >> 8;
+    const void* found = std::memchr(bytes + 1, firstByte, static_cast<std::size_t>(size - 1));
+    return found ? static_cast<int>(static_cast<const char*>(found) - bytes) : size;
+}
+
+} // namespace
+
+/// Stands for one signal of the socket while it is handled.
+class NetworkConnection::SocketSignal
+{
+public:
+    explicit SocketSignal(NetworkConnection& owner)
+        : connection(&owner)
+    {
+        ++owner.socketSignalDepth;
+    }
+    SocketSignal(const SocketSignal&) = delete;
+    SocketSignal& operator=(const SocketSignal&) = delete;
+    ~SocketSignal()
+    {
+        if (connection) {
+            --connection->socketSignalDepth;
+        }
+    }
+
+    /// False once somebody who was called has deleted the connection.
+    bool isConnectionAlive() const { return connection; }
+
+private:
+    QPointer<NetworkConnection> connection;
+};
+
+NetworkConnection::NetworkConnection(QObject* parent, quint32 context)
+    : QObject(parent)
+    , connectionContext(context)
+{
+}
+
+NetworkConnection::~NetworkConnection()
+{
+    if (socketSignalDepth > 0) {
+        // Deleted from within the socket's own signal: the socket has to live until that returns.
+        replaceSocket(nullptr)->setParent(nullptr);
+    }
+}
+
+bool NetworkConnection::connectToHost(const QString& host, quint16 port)
+{
+    dropLink();
+    replaceSocket(new QTcpSocket(this));
+    wireSocket();
+    socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
+    if (!socket->waitForConnected(CONNECT_TIMEOUT_MS)) {
+        return false;
+    }
+    readIdentifiers();
+    return true;
+}
+
+bool NetworkConnection::connectToHost(const QHostAddress& address, quint16 port)
+{
+    return connectToHost(address.toString(), port);
+}
+
+bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
+{
+    dropLink();
+    if (accepted == nullptr) {
+        replaceSocket(new QTcpSocket(this));
+        return false;
+    }
+    accepted->setParent(this);
+    QTcpSocket* previous = replaceSocket(accepted.release());
+    if (previous != nullptr && socketSignalDepth == 0) {
+        previous->setParent(nullptr);
+        accepted.reset(previous);
+    }
+    wireSocket();
+    readIdentifiers();
+    if (socket->bytesAvailable() > 0) {
+        // The signal for these bytes came before there was anybody to hear it.
+        QMetaObject::invokeMethod(this, &NetworkConnection::onReadyRead, Qt::QueuedConnection);
+    }
+    return socket->isOpen();
+}
+
+/// Ends the link, if it is up, with disconnectedFromHost.
+void NetworkConnection::dropLink()
+{
+    if (socket != nullptr) {
+        socket->abort();
+    }
+}
+
+/// Puts a socket in place of the one there was, which is given back and goes by itself unless the
+/// caller takes it. Half a packet of the old one is forgotten.
+QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
+{
+    QTcpSocket* previous = std::exchange(socket, newSocket);
+    ++socketCount;
+    incomingBuffer.clear();
+    if (previous != nullptr) {
+        previous->disconnect(this);
+        previous->deleteLater(); // it may be in the middle of a signal
+    }
+    return previous;
+}
+
+void NetworkConnection::wireSocket()
+{
+    connect(socket, &QTcpSocket::readyRead, this, &NetworkConnection::onReadyRead,
+            Qt::DirectConnection);
+    connect(socket, &QTcpSocket::disconnected, this, &NetworkConnection::onSocketDisconnected,
+            Qt::DirectConnection);
+    connect(socket, &QTcpSocket::errorOccurred, this, &NetworkConnection::onSocketError);
+}
+
+void NetworkConnection::readIdentifiers()
+{
+    localIdentifier = makeIdentifier(socket->localAddress(), socket->localPort());
+    peerIdentifier = makeIdentifier(socket->peerAddress(), socket->peerPort());
+}
+
+bool NetworkConnection::isConnected() const
+{
+    return socket != nullptr && socket->state() == QAbstractSocket::ConnectedState;
+}
+
+qint64 NetworkConnection::getUnsentBytes() const
+{
+    return socket != nullptr ? socket->bytesToWrite() : 0;
+}
+
+bool NetworkConnection::canAcceptPacket(QString)
+{
+    return true;
+}
+
+void NetworkConnection::acceptPacket(const SerialisableDataPacket& packet)
+{
+    send(packet);
+}
+
+void NetworkConnection::sendRawPacket(std::shared_ptr<RawDataPacket> packet)
+{
+    if (packet != nullptr) {
+        send(*packet);
+    }
+}
+
+void NetworkConnection::acceptPackets(const std::vector<SerialisableDataPacket>& packets)
+{
+    if (socket != nullptr && socket->isWritable()) {
+        for (const SerialisableDataPacket& packet : packets) {
+            packet.serialiseTo(*socket);
+        }
+        socket->flush();
+    }
+}
+
+void NetworkConnection::send(const RawDataPacket& packet)
+{
+    if (socket != nullptr && socket->isWritable()) {
+        packet.serialiseTo(*socket);
+        socket->flush();
+    }
+}
+
+void NetworkConnection::onReadyRead()
+{
+    if (delivering) {
+        return; // a receiver pumps the event loop; the delivery under way goes on with these bytes
+    }
+    const SocketSignal signal(*this);
+    do {
+        if (!readAvailableBytes()) {
+            return;
+        }
+        const int waiting = incomingBuffer.size();
+        const bool discardRawData = waiting > DISCARD_THRESHOLD_BYTES;
+        if (discardRawData) {
+            VELLOG_ERR() << "Incoming buffer size " << waiting << " Discarding raw data packets";
+        }
+        if (waiting >= RawDataPacketHeader::SIZE_BYTES) {
+            deliverPackets(signal, discardRawData);
+        }
+    } while (signal.isConnectionAlive() && socket->bytesAvailable() > 0);
+}
+
+/// Appends what has arrived to the buffer. False when there is no link to read from.
+bool NetworkConnection::readAvailableBytes()
+{
+    if (socket == nullptr) {
+        return false;
+    }
+    const qint64 arrived = socket->bytesAvailable();
+    const int held = incomingBuffer.size();
+    if (arrived > MAX_BUFFERED_BYTES - held) {
+        VELLOG_ERR() << "Incoming packet exceeds " << MAX_BUFFERED_BYTES
+                     << " bytes, closing link to " << peerIdentifier;
+        socket->abort();
+        return false;
+    }
+    incomingBuffer.resize(held + static_cast<int>(arrived));
+    const qint64 taken = socket->read(incomingBuffer.data() + held, arrived);
+    incomingBuffer.resize(held + static_cast<int>(std::max<qint64>(taken, 0)));
+    return true;
+}
+
+void NetworkConnection::deliverPackets(const SocketSignal& signal, bool discardRawData)
+{
+    delivering = true;
+    const auto endDelivery = qScopeGuard([&] {
+        if (signal.isConnectionAlive()) {
+            delivering = false;
+        }
+    });
+    const quint32 deliveredSocket = socketCount;
+    const auto& registry = RawDataPacketReceiverInterfaceBase::registry;
+    QByteArray view;
+
+    int offset = 0;
+    while (incomingBuffer.size() - offset >= RawDataPacketHeader::SIZE_BYTES) {
+        const char* bytes = incomingBuffer.constData() + offset;
+        const int size = incomingBuffer.size() - offset;
+        const RawDataPacketHeader header = RawDataPacket::parseHeader(bytes, size);
+
+        if (header.packetType == RawDataPacketHeader::INCOMPLETE_PACKET) {
+            break;
+        }
+        if (header.packetType == RawDataPacketHeader::NO_PACKET) {
+            offset += distanceToNextCandidate(bytes, size);
+            continue;
+        }
+        const bool isKept = !discardRawData || header.packetType == RawPacketType_SerialisableData;
+        if (isKept && registry.contains(header.packetType)) {
+            deliver(view.setRawData(bytes, static_cast<uint>(size)), header);
+            if (!signal.isConnectionAlive() || socketCount != deliveredSocket) {
+                return; // a receiver has ended this link, and its buffer with it
+            }
+        }
+        offset += RawDataPacketHeader::SIZE_BYTES + static_cast<int>(header.payloadSize);
+    }
+    removeFromFront(incomingBuffer, offset);
+}
+
+void NetworkConnection::onSocketDisconnected()
+{
+    const SocketSignal signal(*this);
+    Q_EMIT disconnectedFromHost();
+}
+
+void NetworkConnection::onSocketError(QAbstractSocket::SocketError socketError)
+{
+    VELLOG_INFO() << getSocketErrorName(socketError);
+}
+
+QString getSocketErrorName(QAbstractSocket::SocketError socketError)
+{
+    for (const SocketErrorName& row : SOCKET_ERROR_NAMES) {
+        if (row.error == socketError) {
+            return QLatin1String("QAbstractSocket::") + QLatin1String(row.name);
+        }
+    }
+    return QStringLiteral("illegal value for QAbstractSocket::SocketError: %1").arg(socketError);
+}

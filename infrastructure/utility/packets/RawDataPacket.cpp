@@ -1,0 +1,58 @@
+#include "infrastructure/utility/packets/RawDataPacket.h"
+
+#include <QIODevice>
+#include <QtEndian>
+
+#include <algorithm>
+#include <limits>
+
+RawDataPacket::RawDataPacket(const QByteArray& view, const RawDataPacketHeader& header)
+    : receivedHeader(header)
+{
+    const int available = std::max(view.size() - RawDataPacketHeader::SIZE_BYTES, 0);
+    const int size = static_cast<int>(std::min<qint64>(header.payloadSize, available));
+    if (size > 0) {
+        receivedPayload = QByteArray(view.constData() + RawDataPacketHeader::SIZE_BYTES, size);
+    }
+}
+
+RawDataPacket::~RawDataPacket() = default;
+
+quint16 RawDataPacket::getPacketSubType() const
+{
+    return 0;
+}
+
+RawDataPacketHeader RawDataPacket::parseHeader(const char* bytes, int size)
+{
+    RawDataPacketHeader header;
+    if (size < RawDataPacketHeader::SIZE_BYTES) {
+        header.packetType = RawDataPacketHeader::INCOMPLETE_PACKET;
+        return header;
+    }
+    header.packetType = qFromBigEndian<quint16>(bytes);
+    header.packetSubType = qFromBigEndian<quint16>(bytes + 2);
+    header.payloadSize = qFromBigEndian<quint32>(bytes + 4);
+
+    constexpr quint32 largestPayload = std::numeric_limits<qint32>::max();
+    if (!RawDataPacketHeader::isPacketType(header.packetType) ||
+        header.payloadSize > largestPayload) {
+        header.packetType = RawDataPacketHeader::NO_PACKET;
+    } else if (header.payloadSize > quint32(size - RawDataPacketHeader::SIZE_BYTES)) {
+        header.packetType = RawDataPacketHeader::INCOMPLETE_PACKET;
+    }
+    return header;
+}
+
+bool RawDataPacket::serialiseTo(QIODevice& device) const
+{
+    const QByteArray body = serialisePayload();
+    char head[RawDataPacketHeader::SIZE_BYTES];
+    qToBigEndian<quint16>(getPacketType(), head);
+    qToBigEndian<quint16>(getPacketSubType(), head + 2);
+    qToBigEndian<quint32>(quint32(body.size()), head + 4);
+
+    // By pointer and size, so that a socket joins both in its write buffer and sends them as one.
+    return device.write(head, sizeof head) == qint64(sizeof head) &&
+           device.write(body.constData(), body.size()) == body.size();
+}

@@ -1,0 +1,39 @@
+// Who takes which raw packet type. One process-wide register, used from the connections' thread.
+#pragma once
+
+#include "infrastructure/utility/packets/RawDataPacket.h"
+
+#include <QMultiMap>
+
+#include <memory>
+
+/// Anything that takes raw packets of one type: registered for exactly as long as it exists. It
+/// must be made and destroyed on the thread that runs the connections; it may be made, destroyed,
+/// or destroy another, while a packet is being delivered.
+class RawDataPacketReceiverInterfaceBase
+{
+public:
+    /// Registers this receiver for a type, ahead of those that are there.
+    explicit RawDataPacketReceiverInterfaceBase(unsigned int type);
+    RawDataPacketReceiverInterfaceBase(const RawDataPacketReceiverInterfaceBase&) = delete;
+    RawDataPacketReceiverInterfaceBase&
+    operator=(const RawDataPacketReceiverInterfaceBase&) = delete;
+    virtual ~RawDataPacketReceiverInterfaceBase();
+
+    /// Takes a packet of the type registered for. Runs on the connection's thread.
+    virtual void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) = 0;
+
+    /// How many receivers had been made when this one was, itself included.
+    quint64 getRegistrationNumber() const { return registrationNumber; }
+    /// The number of the newest receiver that was ever made.
+    static quint64 getLatestRegistrationNumber() { return latestRegistrationNumber; }
+
+    /// All receivers by type, the newest of a type first.
+    static QMultiMap<unsigned int, RawDataPacketReceiverInterfaceBase*> registry;
+
+private:
+    static quint64 latestRegistrationNumber;
+
+    unsigned int packetType;
+    quint64 registrationNumber;
+};

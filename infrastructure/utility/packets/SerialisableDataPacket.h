@@ -1,0 +1,114 @@
+// A packet whose payload is a JSON object that names its own class:
+//
+//   offset in payload  0              4
+//                      | length (BE)  | compact JSON, UTF-8, no terminator
+#pragma once
+
+#include "infrastructure/utility/packets/RawDataPacket.h"
+
+#include <fmt/ostream.h>
+
+#include <QJsonObject>
+#include <QString>
+
+#include <iosfwd>
+#include <type_traits>
+#include <vector>
+
+struct QJsonParseError;
+
+/// A JSON packet: one object, whose "Class" says which packet class it is. A value: copies are
+/// independent and may be handed to other threads; one object is for one thread at a time. Classes
+/// of JSON packets add no data; they are typed views over the object, built anew from a received
+/// packet by the constructor from (SerialisableDataPacket, bool& ok).
+class SerialisableDataPacket : public RawDataPacket
+{
+public:
+    /// The raw type of every JSON packet.
+    static constexpr quint16 PACKET_TYPE = RawPacketType_SerialisableData;
+
+    /// An object with nothing but "Class". An empty name is logged and gives an empty object.
+    explicit SerialisableDataPacket(const QString& className);
+
+    /// The object that the text holds. Text that can't be parsed sets `error`, is logged, and gives
+    /// an empty object. A null `error` is allowed.
+    SerialisableDataPacket(const QByteArray& jsonText, QJsonParseError* error);
+
+    /// The object as it is, whether or not it has a "Class".
+    explicit SerialisableDataPacket(const QJsonObject& object);
+
+    /// A received packet. Its text is parsed when the object is first looked at; text that can't be
+    /// parsed is logged then and gives an object whose "Class" is empty, which no class matches.
+    SerialisableDataPacket(const QByteArray& view, const RawDataPacketHeader& header);
+
+    /// The child packet under `key`. `ok` is false, and the packet empty, where there is no object
+    /// with a "Class" that is a non-empty string.
+    SerialisableDataPacket(const SerialisableDataPacket& parent, const QString& key, bool& ok);
+
+    SerialisableDataPacket(const SerialisableDataPacket&) = default;
+    SerialisableDataPacket(SerialisableDataPacket&&) = default;
+    SerialisableDataPacket& operator=(const SerialisableDataPacket&) = default;
+    SerialisableDataPacket& operator=(SerialisableDataPacket&&) = default;
+
+    /// The text under "Class", empty where there is none.
+    QString getPacketClassName() const;
+    /// The whole content.
+    const QJsonObject& getJsonObject() const;
+    /// The content as compact JSON text.
+    QByteArray toJson() const;
+
+    /// Made at the first call and kept, so that one packet for many connections costs one.
+    QByteArray serialisePayload() const override;
+    quint16 getPacketType() const override;
+
+    /// Stores a packet's object under `key`, in place of what was there.
+    void insertChildPacket(const QString& key, const SerialisableDataPacket& packet);
+    /// Stores the packets' objects under `key` as an array, in place of what was there.
+    void insertChildPacketArray(const QString& key,
+                                const std::vector<SerialisableDataPacket>& packets);
+    /// The packets of the array under `key`, in order. `ok` is false where there is no array, and
+    /// where an element is no packet; such an element is left out.
+    std::vector<SerialisableDataPacket> extractChildPacketArray(const QString& key, bool& ok) const;
+
+protected:
+    /// What goes on the wire after the header: the length word and the text.
+    struct Payload
+    {
+        QByteArray bytes;
+    };
+    static constexpr int LENGTH_WORD_BYTES = 4;
+
+    /// A packet whose text has been written already. It is parsed if the object is looked at.
+    explicit SerialisableDataPacket(const Payload& payload);
+    /// What a class's constructor from a received packet does: takes the source's content if the
+    /// source is of the class named, and is an empty packet of that class otherwise.
+    SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
+                           bool& ok);
+
+    bool contains(const QString& key) const { return getJsonObject().contains(key); }
+    QJsonValue value(const QString& key) const { return getJsonObject().value(key); }
+    void insert(const QString& key, const QJsonValue& content);
+
+private:
+    void parseReceivedText() const;
+
+    // These change in const calls: the first look at a received packet parses its text, and the
+    // first serialisation is kept until the content changes. One object belongs to one thread.
+    mutable bool hasUnparsedText = false;
+    mutable QJsonObject json;
+    mutable QByteArray serialisedPayload;
+};
+
+/// Equality of the JSON objects alone.
+bool operator==(const SerialisableDataPacket& a, const SerialisableDataPacket& b);
+bool operator!=(const SerialisableDataPacket& a, const SerialisableDataPacket& b);
+
+/// Writes the object as indented JSON; this is also how "{}" formats a packet.
+std::ostream& operator<<(std::ostream& stream, const SerialisableDataPacket& packet);
+
+template <typename Packet>
+struct fmt::formatter<Packet,
+                      std::enable_if_t<std::is_base_of_v<SerialisableDataPacket, Packet>, char>>
+    : fmt::ostream_formatter
+{
+};

@@ -1,0 +1,44 @@
+// The second stage of routing: JSON packets, by class name, to those who registered for it. Lives
+// on the connections' thread.
+#pragma once
+
+#include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
+#include "infrastructure/utility/packets/SerialisableDataPacket.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketAcceptorInterface.h"
+
+#include <QObject>
+
+#include <deque>
+#include <map>
+
+/// Takes every JSON packet that reaches the process and gives it to each acceptor of its class, in
+/// the order of registration. Acceptors can't be taken out again: they outlive the distributor.
+class SerialisableDataPacketDistributor
+    : public QObject,
+      public SerialisableDataPacketAcceptorInterface,
+      public RawDataPacketReceiverInterface<SerialisableDataPacket>
+{
+    Q_OBJECT
+
+public:
+    /// Takes packets from now on.
+    explicit SerialisableDataPacketDistributor(QObject* parent = nullptr);
+
+    /// Has the acceptor get the packets of a class; twice registered is twice called. One that says
+    /// it can't accept the class is refused with a log line.
+    void registerPacketAcceptor(SerialisableDataPacketAcceptorInterface& acceptor,
+                                QString className);
+    /// The same for several classes, in order.
+    void registerPacketAcceptor(SerialisableDataPacketAcceptorInterface& acceptor,
+                                const std::deque<QString>& classNames);
+
+    /// Takes a received packet; a null pointer is ignored.
+    void receivePacket(std::shared_ptr<SerialisableDataPacket> packet) override;
+    /// Always true.
+    bool canAcceptPacket(QString className) override;
+    /// Hands the packet on; one of a class that nobody registered for is logged and dropped.
+    void acceptPacket(const SerialisableDataPacket& packet) override;
+
+private:
+    std::map<QString, std::deque<SerialisableDataPacketAcceptorInterface*>> packetAcceptors;
+};

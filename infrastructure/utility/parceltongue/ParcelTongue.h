@@ -1,0 +1,43 @@
+// What all tags of ParcelTongue share. ParcelTongue is the framing that lets sample data travel as
+// a run of 32-bit words that describes itself: a field, each of its lines, and each stretch of
+// blanking or picture stands between a header tag and a footer tag.
+//
+//   head word     31 30 | 29 ... 24 | 23 ... 16 | 15 ... 8 | 7 ... 4 | 3 ... 0
+//                 kind  | type      | byte A    | byte B   | 0       | words in the tag
+//   further word  1  1  | content
+#pragma once
+
+#include <QtGlobal>
+
+namespace ParcelTongue {
+
+/// Divides the words of every header and footer, spacers apart.
+constexpr quint32 TAG_SIZE_MULTIPLE = 4;
+
+/// The two top bits of a tag's words.
+enum WordKind : quint32 {
+    WordKind_Header = 1,
+    WordKind_Footer = 2,
+    WordKind_Further = 3,
+};
+
+/// What stands behind a tag.
+enum TagType : quint8 {
+    TagType_Field = 1,
+    TagType_Line = 2,
+    TagType_VerticalBlanking = 3,
+    TagType_HorizontalBlanking = 4,
+    TagType_ActivePicture = 5,
+    TagType_Spacer = 7,
+};
+
+/// A further word; `content` leaves the two top bits clear.
+constexpr quint32 furtherWord(quint32 content)
+{
+    return WordKind_Further << 30 | content;
+}
+
+/// A further word that says nothing.
+constexpr quint32 FILLER_WORD = furtherWord(0);
+
+} // namespace ParcelTongue

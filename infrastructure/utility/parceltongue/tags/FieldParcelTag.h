@@ -1,0 +1,65 @@
+// The tag around a field, which tells its size. A value.
+#pragma once
+
+#include "infrastructure/utility/parceltongue/ParcelTag.h"
+#include "infrastructure/utility/video/metrics/FieldMetrics.h"
+
+/// Numbers are held to the bits that their members name.
+///
+/// Writer and reader do not mirror each other in two places, and both stand as the format has them:
+/// the writer drops bit 5 of `value26` and places its low five bits where the reader takes six from
+/// one bit higher up; and it never places `value4`. A tag with both of them 0 goes through its
+/// words unchanged.
+class FieldParcelTag : public ParcelTag
+{
+public:
+    static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 8; }
+    static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
+
+    /// The active size and the field's height are those of the metrics.
+    FieldParcelTag(quint32 newValue32, quint32 newSamplesPerLine, quint32 newTotalLines,
+                   const FieldMetrics& metrics, bool newFlagA, bool newFlagB, quint32 newValue5a,
+                   quint32 newValue5b, quint32 newFlagC, quint32 newValue26, quint8 byteA,
+                   quint8 byteB, quint32 newValue4);
+
+    /// Reads the words of a header. Words that are not there count as 0.
+    explicit FieldParcelTag(const std::vector<quint32>& words);
+
+    quint32 getValue32() const { return value32; }
+    quint32 getSamplesPerLine() const { return samplesPerLine; }
+    quint32 getTotalLines() const { return totalLines; }
+    quint32 getActiveWidth() const { return activeWidth; }
+    quint32 getActiveHeight() const { return activeHeight; }
+    bool getFlagA() const { return flagA != 0; }
+    bool getFlagB() const { return flagB != 0; }
+    quint32 getValue5a() const { return value5a; }
+    quint32 getValue5b() const { return value5b; }
+    bool getFlagC() const { return flagC != 0; }
+    quint32 getFieldHeight() const { return fieldHeight; }
+    quint32 getValue26() const { return value26; }
+    quint32 getValue4() const { return value4; }
+
+    std::array<quint32, 8> getHeader() const;
+    std::array<quint32, 4> getFooter() const;
+
+    std::vector<quint32> getHeaderWords() const override { return toVector(getHeader()); }
+    std::vector<quint32> getFooterWords() const override { return toVector(getFooter()); }
+
+    friend bool operator==(const FieldParcelTag& a, const FieldParcelTag& b);
+    friend bool operator!=(const FieldParcelTag& a, const FieldParcelTag& b) { return !(a == b); }
+
+private:
+    quint32 value32;
+    quint32 samplesPerLine; ///< 14 bits
+    quint32 totalLines;     ///< 13 bits
+    quint32 activeWidth;    ///< 14 bits
+    quint32 activeHeight;   ///< 12 bits
+    quint32 flagA;          ///< one bit
+    quint32 flagB;          ///< one bit
+    quint32 value5a;        ///< 5 bits
+    quint32 value5b;        ///< 5 bits
+    quint32 flagC;          ///< one bit, the lowest of what is given
+    quint32 fieldHeight;    ///< 12 bits
+    quint32 value26;
+    quint32 value4; ///< 4 bits
+};

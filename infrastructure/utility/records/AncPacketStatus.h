@@ -1,0 +1,47 @@
+// What is known of the ancillary packets of a signal, one entry for each kind of packet. A value.
+#pragma once
+
+#include "infrastructure/utility/records/RecordLayout.h"
+
+#include <array>
+#include <map>
+#include <optional>
+
+/// Counts of one place in which packets were found.
+struct AncStatusGroup
+{
+    qint32 groupField1 = 0;
+    qint32 groupField2 = 0;
+    quint64 groupStamp1 = 0;
+    qint32 groupField3 = 0;
+    qint32 groupField4 = 0;
+    quint64 groupStamp2 = 0;
+
+    static constexpr auto LAYOUT = RecordLayout::layout(
+        RecordLayout::fields<qint32>(&AncStatusGroup::groupField1, &AncStatusGroup::groupField2),
+        RecordLayout::field<quint64>(&AncStatusGroup::groupStamp1),
+        RecordLayout::fields<qint32>(&AncStatusGroup::groupField3, &AncStatusGroup::groupField4),
+        RecordLayout::field<quint64>(&AncStatusGroup::groupStamp2));
+};
+
+/// The status of all kinds of packet.
+struct AncPacketStatus
+{
+    /// The kind that carries a third byte.
+    static constexpr quint8 KIND_WITH_DETAIL = 2;
+
+    /// The groups of one kind of packet, each there or not.
+    using Entry = std::array<std::optional<AncStatusGroup>, 3>;
+
+    quint8 kind = 0;
+    quint8 version = 0;
+    quint8 detail = 0; ///< travels for KIND_WITH_DETAIL alone
+    quint16 statusWord1 = 0;
+    quint16 statusWord2 = 0;
+    quint8 statusByte1 = 0;
+    std::map<quint8, Entry> entries;
+};
+
+/// Equal when all that travels is.
+bool operator==(const AncPacketStatus& a, const AncPacketStatus& b);
+bool operator!=(const AncPacketStatus& a, const AncPacketStatus& b);

@@ -1,0 +1,41 @@
+// From a record with a layout to a packet that carries it.
+#pragma once
+
+#include "infrastructure/utility/packets/RawDataPacket.h"
+#include "infrastructure/utility/records/RecordLayout.h"
+
+/// A packet that is the record it carries: its fields are the packet's own.
+template <typename Record, typename Base = RawDataPacket>
+class RecordPayload : public Base, public Record
+{
+public:
+    RecordPayload() = default;
+    /// A packet of these values.
+    explicit RecordPayload(const Record& values)
+        : Record(values)
+    {
+    }
+    /// A received packet. What its payload lacks is zero.
+    RecordPayload(const QByteArray& view, const RawDataPacketHeader& header)
+        : Base(view, header)
+    {
+        RecordLayout::Reader reader(this->getPayload());
+        RecordLayout::take<Record>(*this, reader);
+    }
+
+    QByteArray serialisePayload() const override { return RecordLayout::serialise<Record>(*this); }
+};
+
+/// Gives a packet class its numbers.
+template <typename Base, quint16 TYPE, quint16 SUB_TYPE = 0>
+class TypedPacket : public Base
+{
+public:
+    static constexpr quint16 PACKET_TYPE = TYPE;
+    static constexpr quint16 PACKET_SUB_TYPE = SUB_TYPE;
+
+    using Base::Base;
+
+    quint16 getPacketType() const override { return TYPE; }
+    quint16 getPacketSubType() const override { return SUB_TYPE; }
+};

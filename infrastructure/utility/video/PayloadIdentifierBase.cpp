@@ -1,0 +1,218 @@
+#include "infrastructure/utility/video/PayloadIdentifierBase.h"
+
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/PayloadIdentifierText.h"
+
+#include <algorithm>
+
+using namespace Tessorn;
+using namespace Tessorn::Sdi;
+using namespace Tessorn::Sdi::PayloadId;
+
+namespace {
+
+struct ComparedField
+{
+    PayloadIdentifierKey key;
+    std::string_view reader;
+};
+
+/// What a comparison looks at, in the order in which it reports.
+constexpr ComparedField COMPARED_FIELDS[] = {
+    {PayloadIdentifierKey_SampleStructure, "getSampleStructure"},
+    {PayloadIdentifierKey_PictureRate, "getFrameRate"},
+    {PayloadIdentifierKey_PictureInterlaced, "getPicutreInterlaced"},
+    {PayloadIdentifierKey_TransportInterlaced, "getTransportInterlaced"},
+    {PayloadIdentifierKey_BitDepth, "getBitDepth"},
+    {PayloadIdentifierKey_HorizontalArraySize, "getHorizontalArraySize"},
+    {PayloadIdentifierKey_Colourimetry, "getColourimetry"},
+    {PayloadIdentifierKey_PayloadAndDigitalInterface, "getPayloadAndDigitialInterface"},
+    {PayloadIdentifierKey_TransferCharacteristics, "getTransferCharacteristics"},
+    {PayloadIdentifierKey_LuminanceAndColourDifferenceSignal,
+     "getLuminanceAndColourDifferenceSignal"},
+};
+
+// What a link is called, by its channel assignment.
+constexpr std::string_view DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
+constexpr std::string_view LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
+                                           "Link5", "Link6", "Link7", "Link8"};
+constexpr std::string_view DATA_STREAM_NAMES[] = {"DS1_Link1", "DS2_Link1", "DS3_Link2",
+                                                  "DS4_Link2", "DS5_Link3", "DS6_Link3",
+                                                  "DS7_Link4", "DS8_Link4"};
+
+template <std::size_t count>
+QLatin1String nameOf(const std::string_view (&names)[count], quint32 number,
+                     std::string_view otherwise)
+{
+    return Vocabulary::latin1(number < count ? names[number] : otherwise);
+}
+
+} // namespace
+
+PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifierFieldMap fieldMap)
+    : rawValue(rawBytes)
+    , bytes{{static_cast<quint8>(rawBytes >> 24), static_cast<quint8>(rawBytes >> 16),
+             static_cast<quint8>(rawBytes >> 8), static_cast<quint8>(rawBytes)}}
+    , fields(fieldMap)
+{
+    for (const QString& error : getReservedBitErrors()) {
+        VELLOG_ERR() << error;
+    }
+}
+
+PayloadIdentifierBase::~PayloadIdentifierBase() = default;
+
+SubImageDivision PayloadIdentifierBase::getSubImageDivision() const
+{
+    return SubImageDivision_None;
+}
+
+quint32 PayloadIdentifierBase::getNumberOfLinks() const
+{
+    return 0;
+}
+
+SdiDataRate PayloadIdentifierBase::getSdiDataRate() const
+{
+    return SdiDataRate_NoSignal;
+}
+
+Level PayloadIdentifierBase::getLevel() const
+{
+    return Level_A;
+}
+
+quint32 PayloadIdentifierBase::getNumberOfSubImages() const
+{
+    return 1;
+}
+
+PictureFormat PayloadIdentifierBase::getPicutreInterlacedProgressivePsf() const
+{
+    return PictureFormat_Progressive;
+}
+
+std::vector<quint32> PayloadIdentifierBase::getLinesPerField() const
+{
+    return {};
+}
+
+std::vector<quint32> PayloadIdentifierBase::getFirstActivePictureLines() const
+{
+    return {};
+}
+
+quint32 PayloadIdentifierBase::getFieldActivePictureWidthInSamples() const
+{
+    return 0;
+}
+
+quint32 PayloadIdentifierBase::getFieldActivePictureHeight() const
+{
+    return 0;
+}
+
+quint32 PayloadIdentifierBase::getPictureWidth() const
+{
+    return 0;
+}
+
+quint32 PayloadIdentifierBase::getPictureHeight() const
+{
+    return 0;
+}
+
+QString PayloadIdentifierBase::getDescription(bool withoutLinkInformation) const
+{
+    if (rawValue == 0) {
+        return QStringLiteral("No payload identifier");
+    }
+    QString text;
+    text.reserve(96);
+    PayloadIdentifierText::appendPicture(text, getPictureWidth(), getPictureHeight(), *this);
+    PayloadIdentifierText::appendSampling(text, *this);
+    PayloadIdentifierText::appendInterface(text, getNumberOfLinks(), *this,
+                                           toString(getSubImageDivision()));
+    if (!withoutLinkInformation && fields.contains(PayloadIdentifierKey_ChannelAssignment)) {
+        PayloadIdentifierText::appendWord(text, getLinkName());
+    }
+    PayloadIdentifierText::appendSignal(text, *this);
+    PayloadIdentifierText::appendColourimetry(text, *this);
+    return text;
+}
+
+bool PayloadIdentifierBase::isPayloadByteCorrect() const
+{
+    return false;
+}
+
+QStringList PayloadIdentifierBase::validate() const
+{
+    return {QStringLiteral("Error packet does not match any supported type")};
+}
+
+quint32 PayloadIdentifierBase::getSamplesForWidth(quint32 baseWidth) const
+{
+    const bool oneEach =
+        isNarrow(SampleStructure(getSampleStructure())) && !is12Bit(BitDepth(getBitDepth()));
+    return oneEach ? baseWidth : 2 * baseWidth;
+}
+
+bool PayloadIdentifierBase::checkThatPayloadIdentifierFieldsDoNotOverlap() const
+{
+    return fields.isFreeOfOverlaps();
+}
+
+QStringList PayloadIdentifierBase::getReservedBitErrors() const
+{
+    QStringList errors;
+    const quint32 reserved = rawValue & ~fields.getMask();
+    for (quint32 bit = 0; bit < 32 && (reserved >> bit) != 0; ++bit) {
+        if (((reserved >> bit) & 1u) != 0) {
+            errors
+                << QStringLiteral("Reserved bit not 0, Byte %1, Bit %2").arg(bit / 8).arg(bit % 8);
+        }
+    }
+    return errors;
+}
+
+bool PayloadIdentifierBase::isEqual(const PayloadIdentifierBase& other, bool verbose) const
+{
+    const auto matches = [this, &other](const ComparedField& field) {
+        return getField(field.key) == other.getField(field.key);
+    };
+    const bool equal = std::all_of(std::begin(COMPARED_FIELDS), std::end(COMPARED_FIELDS), matches);
+    if (verbose) {
+        VELLOG_INFO() << "Comparing payload Identifiers...";
+        VELLOG_INFO() << getDescription(false);
+        VELLOG_INFO() << other.getDescription(false);
+        for (const ComparedField& field : COMPARED_FIELDS) {
+            if (!matches(field)) {
+                VELLOG_INFO() << "NO MATCH - " << field.reader;
+            }
+        }
+        VELLOG_INFO() << "Comparable? " << equal;
+    }
+    return equal;
+}
+
+quint32 PayloadIdentifierBase::getComparedMask(const PayloadIdentifierFieldMap& fieldMap)
+{
+    quint32 mask = 0;
+    for (const ComparedField& field : COMPARED_FIELDS) {
+        mask |= fieldMap.get(field.key).getMask();
+    }
+    return mask;
+}
+
+QLatin1String PayloadIdentifierBase::getLinkName() const
+{
+    const quint32 channel = getChannelAssignment();
+    const quint32 links = getNumberOfLinks();
+    const bool levelB = getLevel() == Level_B;
+    if ((links == 2 && getSdiDataRate() == SdiDataRate_1G5) || (links == 1 && levelB)) {
+        return nameOf(DUAL_LINK_NAMES, channel, "Link?");
+    }
+    return levelB ? nameOf(DATA_STREAM_NAMES, channel, "DS?_Link?")
+                  : nameOf(LINK_NAMES, channel, "Link?");
+}

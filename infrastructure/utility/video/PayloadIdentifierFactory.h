@@ -1,0 +1,26 @@
+// From four bytes to the identifier of their kind, chosen by byte 0, and the text form of the
+// bytes.
+#pragma once
+
+#include "infrastructure/utility/video/PayloadIdentifierVariant.h"
+
+#include <QString>
+#include <QStringView>
+
+#include <memory>
+#include <optional>
+
+/// The facts of the interface that this byte 0 stands for, or null.
+const PayloadIdentifierFacts* findPayloadIdentifierFacts(quint32 payloadByte);
+
+/// The identifier of the kind that byte 0, the top byte, stands for; null where it stands for none.
+std::shared_ptr<const PayloadIdentifierBase> createPayloadIdentifier(quint32 rawValue);
+
+/// Four decimal numbers from 0 to 255, byte 0 first, with one blank between; nothing for any other
+/// text.
+///
+///   "137 201 0 1" => 0x89C90001
+std::optional<quint32> parsePayloadIdentifierBytes(QStringView text);
+
+/// 0x89C90001 => "137 201 0 1"
+QString getPayloadIdentifierText(quint32 rawValue);

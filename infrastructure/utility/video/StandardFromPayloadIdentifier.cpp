@@ -1,0 +1,344 @@
+#include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
+
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/PayloadIdentifierText.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+using namespace Tessorn;
+using namespace Tessorn::Sdi;
+using namespace Tessorn::Sdi::PayloadId;
+
+namespace {
+
+struct AggregateRow
+{
+    quint32 links;
+    SdiDataRate rate;
+    SdiDataRate aggregate;
+};
+
+/// What is not listed is no faster than one link.
+constexpr AggregateRow AGGREGATE_RATES[] = {
+    {2, SdiDataRate_6G, SdiDataRate_12G}, {2, SdiDataRate_3G, SdiDataRate_6G},
+    {2, SdiDataRate_1G5, SdiDataRate_3G}, {4, SdiDataRate_3G, SdiDataRate_12G},
+    {4, SdiDataRate_1G5, SdiDataRate_6G}, {8, SdiDataRate_1G5, SdiDataRate_12G},
+};
+
+/// Four quadrants have this many links' worth, however many links each takes.
+constexpr quint32 SQUARE_DIVISION_LINKS = 4;
+
+constexpr quint32 LINES_OF_UNKNOWN_RASTER = 1125;
+constexpr quint32 RATE_OF_UNKNOWN_CODE_HZ = 30;
+
+struct BlankingRow
+{
+    bool is720;
+    FrameRate rate;
+    quint32 levelB;
+    quint32 otherLevels;
+};
+
+constexpr BlankingRow HORIZONTAL_BLANKING[] = {
+    {true, FrameRate_23_98, 5170, 2585}, {true, FrameRate_24, 5170, 2585},
+    {true, FrameRate_25, 4840, 2420},    {true, FrameRate_29_97, 3520, 1760},
+    {true, FrameRate_30, 3520, 1760},    {true, FrameRate_50, 880, 440},
+    {true, FrameRate_59_94, 220, 110},   {true, FrameRate_60, 220, 110},
+    {false, FrameRate_23_98, 1276, 638}, {false, FrameRate_24, 1276, 638},
+    {false, FrameRate_47_95, 1276, 638}, {false, FrameRate_48, 1276, 638},
+    {false, FrameRate_25, 1056, 528},    {false, FrameRate_50, 1056, 528},
+    {false, FrameRate_29_97, 176, 88},   {false, FrameRate_30, 176, 88},
+    {false, FrameRate_59_94, 176, 88},   {false, FrameRate_60, 176, 88},
+};
+
+struct MappingRow
+{
+    bool is12Bit;
+    SampleStructure structure;
+    quint32 mode;
+};
+
+constexpr MappingRow MAPPING_MODES[] = {
+    {false, SampleStructure_422YCbCr, 0},  {false, SampleStructure_444YCbCr, 1},
+    {false, SampleStructure_444Rgb, 1},    {false, SampleStructure_4444YCbCrA, 1},
+    {false, SampleStructure_4444RgbA, 1},  {false, SampleStructure_4444YCbCrD, 1},
+    {false, SampleStructure_4444RgbD, 1},  {true, SampleStructure_444YCbCr, 2},
+    {true, SampleStructure_444Rgb, 2},     {true, SampleStructure_444Xyz, 2},
+    {true, SampleStructure_422YCbCr, 3},   {true, SampleStructure_4224YCbCrA, 3},
+    {true, SampleStructure_4224YCbCrD, 3},
+};
+
+constexpr quint32 LEVEL_B_MAPPING_MODES = 4; ///< the first of them
+
+/// How a field lies in the store: lines of S samples, or of two streams together 2 S; a picture of
+/// W or 2 W samples at their end.
+struct StoreLayout
+{
+    std::size_t fields;
+    quint32 lineStreams;
+    quint32 pictureStreams;
+};
+
+constexpr StoreLayout FRAME_LAYOUT{1, 1, 1};
+constexpr StoreLayout FIELDS_LAYOUT{2, 1, 1};
+constexpr StoreLayout LEVEL_B_LINE_INTERLEAVE_LAYOUT{2, 2, 2};
+constexpr StoreLayout LEVEL_B_LAYOUT{1, 1, 2};
+
+constexpr char LOG_ORIGIN[] = "StandardFromPayloadIdentifier::getTransmissionMetrics: ";
+
+} // namespace
+
+StandardFromPayloadIdentifier::StandardFromPayloadIdentifier(Identifiers identifiers,
+                                                             bool isSquareDivision, quint32 links)
+    : payloadIdentifiers(std::move(identifiers))
+    , squareDivision(isSquareDivision)
+    , numberOfLinks(links)
+{
+    payloadIdentifiers.erase(
+        std::remove(payloadIdentifiers.begin(), payloadIdentifiers.end(), nullptr),
+        payloadIdentifiers.end());
+    primaryIdentifier = payloadIdentifiers.empty() ? std::make_shared<PayloadIdentifierBase>(0)
+                                                   : payloadIdentifiers.front();
+}
+
+Level StandardFromPayloadIdentifier::getLevel() const
+{
+    return primaryIdentifier->getLevel();
+}
+
+quint32 StandardFromPayloadIdentifier::getFrameRate() const
+{
+    return primaryIdentifier->getFrameRate();
+}
+
+quint32 StandardFromPayloadIdentifier::getSampleStructure() const
+{
+    return primaryIdentifier->getSampleStructure();
+}
+
+quint32 StandardFromPayloadIdentifier::getBitDepth() const
+{
+    return primaryIdentifier->getBitDepth();
+}
+
+quint32 StandardFromPayloadIdentifier::getPicutreInterlaced() const
+{
+    return primaryIdentifier->getPicutreInterlaced();
+}
+
+quint32 StandardFromPayloadIdentifier::getTransportInterlaced() const
+{
+    return primaryIdentifier->getTransportInterlaced();
+}
+
+quint32 StandardFromPayloadIdentifier::getTransferCharacteristics() const
+{
+    return primaryIdentifier->getTransferCharacteristics();
+}
+
+PictureFormat StandardFromPayloadIdentifier::getPicutreInterlacedProgressivePsf() const
+{
+    return primaryIdentifier->getPicutreInterlacedProgressivePsf();
+}
+
+quint32 StandardFromPayloadIdentifier::getNumberOfLinks() const
+{
+    return squareDivision ? numberOfLinks : primaryIdentifier->getNumberOfLinks();
+}
+
+quint32 StandardFromPayloadIdentifier::getNumberOfSubImages() const
+{
+    return squareDivision ? 4 : primaryIdentifier->getNumberOfSubImages();
+}
+
+SubImageDivision StandardFromPayloadIdentifier::getSubImageDivision() const
+{
+    return squareDivision ? SubImageDivision_SquareDivision
+                          : primaryIdentifier->getSubImageDivision();
+}
+
+QSize StandardFromPayloadIdentifier::getPictureSize() const
+{
+    const QSize size(static_cast<int>(primaryIdentifier->getPictureWidth()),
+                     static_cast<int>(primaryIdentifier->getPictureHeight()));
+    return squareDivision ? 2 * size : size;
+}
+
+std::vector<SdiDataRate> StandardFromPayloadIdentifier::getSdiDataRates() const
+{
+    return std::vector<SdiDataRate>(getNumberOfLinks(), primaryIdentifier->getSdiDataRate());
+}
+
+SdiDataRate StandardFromPayloadIdentifier::getAggregateDataRate() const
+{
+    const SdiDataRate rate = primaryIdentifier->getSdiDataRate();
+    const quint32 links =
+        squareDivision ? SQUARE_DIVISION_LINKS : primaryIdentifier->getNumberOfLinks();
+    for (const AggregateRow& row : AGGREGATE_RATES) {
+        if (row.links == links && row.rate == rate) {
+            return row.aggregate;
+        }
+    }
+    return rate;
+}
+
+double StandardFromPayloadIdentifier::getSamplePeriodMicroseconds() const
+{
+    const quint32 clockHz = getSampleClockHz(primaryIdentifier->getSdiDataRate());
+    return clockHz != 0 ? 1000000.0 / clockHz : std::numeric_limits<double>::infinity();
+}
+
+quint32 StandardFromPayloadIdentifier::getMappingMode() const
+{
+    const auto structure = SampleStructure(getSampleStructure());
+    const auto depth = BitDepth(getBitDepth());
+    for (const MappingRow& row : MAPPING_MODES) {
+        if (row.structure == structure && (row.is12Bit ? is12Bit(depth) : is10Bit(depth))) {
+            return row.mode + (getLevel() == Level_A ? 0 : LEVEL_B_MAPPING_MODES);
+        }
+    }
+    VELLOG_INFO() << "Shouldn't reach this return statement";
+    return 0;
+}
+
+quint32 StandardFromPayloadIdentifier::getHorizontalBlankingSamples() const
+{
+    const bool is720 = getPictureSize().height() == 720;
+    const quint32 rate = getFrameRate();
+    for (const BlankingRow& row : HORIZONTAL_BLANKING) {
+        if (row.is720 == is720 && row.rate == rate) {
+            return getLevel() == Level_B ? row.levelB : row.otherLevels;
+        }
+    }
+    return 0;
+}
+
+quint32 StandardFromPayloadIdentifier::getSamplesPerLine() const
+{
+    // Of one sub-image, so that the rates above 3G count as what each of the four gets.
+    const SdiDataRate aggregate = getAggregateDataRate();
+    const quint32 links = getNumberOfLinks();
+    SdiDataRate clockRate = SdiDataRate_3G;
+    if (aggregate == SdiDataRate_270M) {
+        clockRate = SdiDataRate_270M;
+    } else if (aggregate == SdiDataRate_1G5 ||
+               (aggregate == SdiDataRate_6G && (links == 1 || links == 4))) {
+        clockRate = SdiDataRate_1G5;
+    }
+
+    const FrameRateRow* rate = Vocabulary::find(FRAME_RATES, FrameRate(getFrameRate()));
+    const quint32 rateHz =
+        rate != nullptr && rate->nominalHz != 0 ? rate->nominalHz : RATE_OF_UNKNOWN_CODE_HZ;
+
+    const std::vector<quint32> fields = primaryIdentifier->getLinesPerField();
+    const quint32 lines = std::accumulate(fields.begin(), fields.end(), 0u);
+    return getSampleClockHz(clockRate) / rateHz / (lines != 0 ? lines : LINES_OF_UNKNOWN_RASTER);
+}
+
+QString StandardFromPayloadIdentifier::getDescription() const
+{
+    if (!squareDivision) {
+        return primaryIdentifier->getDescription(true);
+    }
+    QString text;
+    appendPicture(text);
+    PayloadIdentifierText::appendSampling(text, *primaryIdentifier);
+    PayloadIdentifierText::appendInterface(text, getNumberOfLinks(), *primaryIdentifier,
+                                           QLatin1String("SQ"));
+    PayloadIdentifierText::appendSignal(text, *primaryIdentifier);
+    PayloadIdentifierText::appendColourimetry(text, *primaryIdentifier);
+    return text;
+}
+
+VideoStandardDescription StandardFromPayloadIdentifier::getDescriptionInPieces() const
+{
+    VideoStandardDescription pieces;
+    appendPicture(pieces.picture);
+    PayloadIdentifierText::appendSampling(pieces.sampling, *primaryIdentifier);
+    PayloadIdentifierText::appendInterface(pieces.interfaceName, getNumberOfLinks(),
+                                           *primaryIdentifier, toString(getSubImageDivision()));
+    PayloadIdentifierText::appendSignal(pieces.signal, *primaryIdentifier);
+    PayloadIdentifierText::appendColourimetry(pieces.colourimetry, *primaryIdentifier);
+    return pieces;
+}
+
+void StandardFromPayloadIdentifier::appendPicture(QString& text) const
+{
+    const QSize size = getPictureSize();
+    PayloadIdentifierText::appendPicture(text, static_cast<quint32>(size.width()),
+                                         static_cast<quint32>(size.height()), *primaryIdentifier);
+}
+
+StandardFromPayloadIdentifier::TransmissionMetrics
+StandardFromPayloadIdentifier::getTransmissionMetrics(bool* succeeded) const
+{
+    bool ignored = false;
+    bool& done = succeeded != nullptr ? *succeeded : ignored;
+    done = false;
+    const auto fail = [](const char* reason) {
+        VELLOG_ERR() << LOG_ORIGIN << reason;
+        return TransmissionMetrics();
+    };
+    constexpr char NO_METRICS[] = "Couldn't create metrics.";
+
+    const quint32 links = primaryIdentifier->getNumberOfLinks();
+    const SdiDataRate rate = primaryIdentifier->getSdiDataRate();
+    const Level level = getLevel();
+    const PictureFormat format = getPicutreInterlacedProgressivePsf();
+    std::size_t copies = getNumberOfSubImages();
+    StoreLayout layout{};
+
+    if (links == 2 && rate != SdiDataRate_6G) {
+        if (rate != SdiDataRate_1G5 || level != Level_A || format != PictureFormat_Progressive) {
+            return fail("Only support DualLink 1.5G line interlieve.");
+        }
+        layout = FIELDS_LAYOUT;
+        copies = links;
+    } else if (links != 1 && links != 2 && links != 4) {
+        return fail(NO_METRICS);
+    } else if (level == Level_A) {
+        layout = format == PictureFormat_Progressive ? FRAME_LAYOUT : FIELDS_LAYOUT;
+    } else if (level != Level_B) {
+        return fail("Don't support level C");
+    } else if (format != PictureFormat_Progressive) {
+        return fail(NO_METRICS);
+    } else {
+        layout = getMappingMode() == LEVEL_B_MAPPING_MODES ? LEVEL_B_LINE_INTERLEAVE_LAYOUT
+                                                           : LEVEL_B_LAYOUT;
+    }
+
+    const std::vector<quint32> lines = primaryIdentifier->getLinesPerField();
+    const std::vector<quint32> firstActiveLines = primaryIdentifier->getFirstActivePictureLines();
+    if (lines.size() < layout.fields || firstActiveLines.size() < layout.fields) {
+        return fail(NO_METRICS);
+    }
+
+    const quint32 lineWidth = layout.lineStreams * getSamplesPerLine();
+    const quint32 pictureWidth =
+        layout.pictureStreams * primaryIdentifier->getFieldActivePictureWidthInSamples();
+    const quint32 pictureHeight = primaryIdentifier->getFieldActivePictureHeight();
+    TransmissionMetrics metrics;
+    quint32 firstLine = 0;
+    for (std::size_t field = 0; field < layout.fields; ++field) {
+        const FieldRegion whole(0, firstLine, lineWidth, lines[field]);
+        const FieldRegion active(lineWidth - pictureWidth, firstActiveLines[field] - 1,
+                                 pictureWidth, pictureHeight);
+        metrics.emplace_back(copies, FieldMetrics(whole, active));
+        firstLine += lines[field];
+    }
+    done = true;
+    return metrics;
+}
+
+bool operator==(const StandardFromPayloadIdentifier& a, const StandardFromPayloadIdentifier& b)
+{
+    return a.squareDivision == b.squareDivision && a.getNumberOfLinks() == b.getNumberOfLinks() &&
+           std::equal(a.payloadIdentifiers.begin(), a.payloadIdentifiers.end(),
+                      b.payloadIdentifiers.begin(), b.payloadIdentifiers.end(),
+                      [](const StandardFromPayloadIdentifier::Identifier& one,
+                         const StandardFromPayloadIdentifier::Identifier& other) {
+                          return one->isEqual(*other);
+                      });
+}

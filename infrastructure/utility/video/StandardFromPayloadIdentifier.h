@@ -1,0 +1,106 @@
+// A video standard as the rest of the system reads it: the payload identifiers of its links, and
+// the size, rate, mapping and timing that follow from them. A value.
+#pragma once
+
+#include "infrastructure/utility/video/metrics/FieldMetrics.h"
+#include "infrastructure/utility/video/PayloadIdentifierBase.h"
+
+#include <QSize>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+/// A description in pieces, for a display with columns.
+struct VideoStandardDescription
+{
+    QString picture;       ///< "3840x2160p59.94"
+    QString sampling;      ///< "YCbCr:422:10"
+    QString interfaceName; ///< "QL 3G A SqDv"
+    QString signal; ///< luminance and transfer, each where it is not the usual one: "ICtCp PQ"
+    QString colourimetry; ///< "Rec.2020"
+};
+
+class StandardFromPayloadIdentifier
+{
+public:
+    using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
+    using Identifiers = std::vector<Identifier>;
+    /// One list for each field of the frame, with one entry for each sub-image, all equal.
+    using TransmissionMetrics = std::vector<std::vector<FieldMetrics>>;
+
+    /// One identifier for each link; the first is the one that queries ask. Null pointers are left
+    /// out. A standard without identifiers answers as an identifier of an unknown kind does.
+    ///
+    /// `isSquareDivision` says that four 1080-line standards are the quadrants of a 2160-line
+    /// picture; `links` counts all their links, and is looked at in that case alone.
+    explicit StandardFromPayloadIdentifier(Identifiers identifiers, bool isSquareDivision = false,
+                                           quint32 links = 4);
+
+    Identifiers getPayloadIdentifiers() const { return payloadIdentifiers; }
+    /// The identifier of the first link; never null.
+    const Identifier& getPrimaryIdentifier() const { return primaryIdentifier; }
+    bool isSquareDivision() const { return squareDivision; }
+
+    Tessorn::Sdi::Level getLevel() const;
+    quint32 getFrameRate() const;
+    quint32 getSampleStructure() const;
+    quint32 getBitDepth() const;
+    quint32 getPicutreInterlaced() const;
+    quint32 getTransportInterlaced() const;
+    quint32 getTransferCharacteristics() const;
+    Tessorn::Sdi::PictureFormat getPicutreInterlacedProgressivePsf() const;
+
+    quint32 getNumberOfLinks() const;
+    quint32 getNumberOfSubImages() const;
+    Tessorn::Sdi::SubImageDivision getSubImageDivision() const;
+    /// Pixels and lines of the whole picture.
+    QSize getPictureSize() const;
+    /// One entry for each link.
+    std::vector<Tessorn::Sdi::SdiDataRate> getSdiDataRates() const;
+    /// The rate of a single link that would carry as much as all of them.
+    Tessorn::Sdi::SdiDataRate getAggregateDataRate() const;
+    /// Of one link's serial clock, 1/1.001 left out; infinite without a signal.
+    double getSamplePeriodMicroseconds() const;
+
+    /// How samples are mapped on the interface (SMPTE ST 425-1, mapping structures 1 to 4): 0
+    /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2; 4 to 7 the same
+    /// for level B. A combination that is not among them gives 0, and a log line at level info.
+    quint32 getMappingMode() const;
+
+    /// A figure for level and picture rate. It is not the blanking of the raster: that is the
+    /// metrics' to tell.
+    quint32 getHorizontalBlankingSamples() const;
+
+    /// Samples of a whole line of one sub-image, or of the picture where there are none.
+    quint32 getSamplesPerLine() const;
+
+    /// "1920x1080p50 YCbCr:422:10 3G A Rec.709", without the names of links.
+    QString getDescription() const;
+    /// The same facts in pieces, with "SqDv" for square division.
+    VideoStandardDescription getDescriptionInPieces() const;
+
+    /// How the samples of the standard lie in the frame store. Where that is not known, logs why at
+    /// level err, sets *succeeded to false and returns nothing.
+    ///
+    /// The arithmetic is modulo 2^32. A standard whose active picture does not fit its field, such
+    /// as 2160 lines in segmented frames, has metrics that succeed and are not to be filled.
+    TransmissionMetrics getTransmissionMetrics(bool* succeeded = nullptr) const;
+
+    /// Compares the identifiers, by what they say of the picture, and the division.
+    friend bool operator==(const StandardFromPayloadIdentifier& a,
+                           const StandardFromPayloadIdentifier& b);
+    friend bool operator!=(const StandardFromPayloadIdentifier& a,
+                           const StandardFromPayloadIdentifier& b)
+    {
+        return !(a == b);
+    }
+
+private:
+    void appendPicture(QString& text) const;
+
+    Identifiers payloadIdentifiers;
+    Identifier primaryIdentifier;
+    bool squareDivision;
+    quint32 numberOfLinks;
+};

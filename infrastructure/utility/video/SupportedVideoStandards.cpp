@@ -1,0 +1,323 @@
+#include "infrastructure/utility/video/SupportedVideoStandards.h"
+
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/PayloadIdentifierVariants.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+using namespace Tessorn::Sdi::PayloadId;
+
+namespace {
+
+/// A set of field values: bit n stands for the value n.
+using Set = PayloadIdentifierValues;
+
+template <typename... Value>
+constexpr Set set(Value... values)
+{
+    return ((1u << values) | ...);
+}
+
+constexpr Set FILM_TO_30 =
+    set(FrameRate_23_98, FrameRate_24, FrameRate_25, FrameRate_29_97, FrameRate_30);
+constexpr Set FIELDS_50_TO_60 = set(FrameRate_25, FrameRate_29_97, FrameRate_30);
+constexpr Set FRAMES_50_TO_60 = set(FrameRate_50, FrameRate_59_94, FrameRate_60);
+constexpr Set FRAMES_48_TO_60 = FRAMES_50_TO_60 | set(FrameRate_47_95, FrameRate_48);
+
+constexpr Set S422 = set(SampleStructure_422YCbCr);
+constexpr Set S422_420 = set(SampleStructure_422YCbCr, SampleStructure_420YCbCr);
+constexpr Set S444 = set(SampleStructure_444YCbCr, SampleStructure_444Rgb);
+constexpr Set S4444 = set(SampleStructure_4444YCbCrA, SampleStructure_4444RgbA,
+                          SampleStructure_4444YCbCrD, SampleStructure_4444RgbD);
+constexpr Set S4224 = set(SampleStructure_4224YCbCrA, SampleStructure_4224YCbCrD);
+
+constexpr Set NARROW = set(0); ///< 1920, or 3840
+constexpr Set WIDE = set(1);   ///< 2048, or 4096
+
+/// How a picture is scanned and carried: its picture and transport bits.
+enum Scan : quint32 {
+    Scan_Progressive,
+    Scan_Segmented,
+    Scan_Interlaced,
+    Scan_LineInterleaved, ///< odd lines of a progressive picture on one link, even ones on the
+                          ///< other
+};
+
+struct ScanBits
+{
+    quint32 picture;
+    quint32 transport;
+};
+
+constexpr ScanBits SCAN_BITS[] = {{1, 1}, {1, 0}, {0, 0}, {1, 0}};
+
+constexpr Set P = set(Scan_Progressive);
+constexpr Set PSF = set(Scan_Segmented);
+constexpr Set I = set(Scan_Interlaced);
+constexpr Set LI = set(Scan_LineInterleaved);
+
+/// Is it also a quadrant of a square division?
+enum Quadrant : bool {
+    Quadrant_No = false,
+    Quadrant_Yes = true,
+};
+constexpr Quadrant NO = Quadrant_No;
+constexpr Quadrant SQ = Quadrant_Yes;
+
+/// What one interface carries: all combinations of a row.
+struct Carriage
+{
+    const PayloadIdentifierFacts& facts;
+    Set arraySizes;
+    Set scans;
+    Set rates;
+    Set structures;
+    BitDepth depth;
+    Quadrant quadrant;
+    std::string_view reasonWithoutMetrics;
+};
+
+constexpr std::string_view NO_DUAL_LINK =
+    "Metrics of two 1.5G links are known for line interleave alone";
+constexpr std::string_view NO_LEVEL_B =
+    "Metrics of level B are known for progressive pictures alone";
+
+// clang-format off
+constexpr const PayloadIdentifierFacts& HD_720     = PayloadIdentifier720_1g5::FACTS;
+constexpr const PayloadIdentifierFacts& HD_1080    = PayloadIdentifier1080_1g5::FACTS;
+constexpr const PayloadIdentifierFacts& DUAL_LINK  = PayloadIdentifier1080_DualLink1g5::FACTS;
+constexpr const PayloadIdentifierFacts& A_720      = PayloadIdentifier720_3g::FACTS;
+constexpr const PayloadIdentifierFacts& A_1080     = PayloadIdentifier1080_3g::FACTS;
+constexpr const PayloadIdentifierFacts& B_1080     = PayloadIdentifier1080_Levelb3g::FACTS;
+constexpr const PayloadIdentifierFacts& QUAD_A     = PayloadIdentifier2160_QuadLink3g::FACTS;
+constexpr const PayloadIdentifierFacts& QUAD_B     = PayloadIdentifier2160_QuadLinkLevelb3g::FACTS;
+constexpr const PayloadIdentifierFacts& SINGLE_6G  = PayloadIdentifier2160_6g::FACTS;
+constexpr const PayloadIdentifierFacts& DUAL_6G    = PayloadIdentifier2160_DualLink6g::FACTS;
+constexpr const PayloadIdentifierFacts& SINGLE_12G = PayloadIdentifier2160_12g::FACTS;
+
+constexpr Carriage CARRIAGES[] = {
+    // SMPTE ST 292-1
+    {HD_720,     NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S422, BitDepth_10, NO, ""},
+    {HD_1080,    NARROW,        I,       FIELDS_50_TO_60, S422,         BitDepth_10, NO, ""},
+    {HD_1080,    NARROW | WIDE, P | PSF, FILM_TO_30,      S422,         BitDepth_10, SQ, ""},
+
+    // SMPTE ST 372
+    {DUAL_LINK,  NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO, ""},
+    {DUAL_LINK,  WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO, ""},
+    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, NO_DUAL_LINK},
+    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, NO_DUAL_LINK},
+    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, NO, NO_DUAL_LINK},
+    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, NO, NO_DUAL_LINK},
+
+    // SMPTE ST 425-1, level A: mapping structures 1 to 4
+    {A_1080,     NARROW,        P,       FRAMES_50_TO_60, S422,         BitDepth_10, SQ, ""},
+    {A_1080,     WIDE,          P,       FRAMES_48_TO_60, S422,         BitDepth_10, SQ, ""},
+    {A_720,      NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S444 | S4444, BitDepth_10, NO, ""},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, ""},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, SQ, ""},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, ""},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, SQ, ""},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S422 | S4224, BitDepth_12, NO, ""},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S422 | S4224, BitDepth_12, SQ, ""},
+
+    // SMPTE ST 425-1, level B: the dual link of ST 372 on one
+    {B_1080,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, SQ, ""},
+    {B_1080,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, SQ, ""},
+    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, SQ, ""},
+    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, SQ, ""},
+    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, NO_LEVEL_B},
+    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, NO_LEVEL_B},
+    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444 | S4444, BitDepth_10, NO, NO_LEVEL_B},
+    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444,         BitDepth_12, NO, NO_LEVEL_B},
+
+    // SMPTE ST 2081-10
+    {SINGLE_6G,  NARROW | WIDE, P,       FILM_TO_30,      S422_420,     BitDepth_10, NO, ""},
+
+    // SMPTE ST 425-5, level A
+    {QUAD_A,     NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {QUAD_A,     WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+
+    // SMPTE ST 425-5, level B
+    {QUAD_B,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO, ""},
+    {QUAD_B,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO, ""},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S422,         BitDepth_12, NO, ""},
+
+    // SMPTE ST 2081-11
+    {DUAL_6G,    NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {DUAL_6G,    WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+
+    // SMPTE ST 2082-10
+    {SINGLE_12G, NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {SINGLE_12G, WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+};
+
+/// What the samples mean. Beyond Rec.709, pictures with a key or data beside them are not listed.
+struct Signal
+{
+    Colourimetry colourimetry;
+    TransferCurve transfer;
+    LuminanceAndColourDifferenceSignal luminance;
+    Set structures;
+};
+
+constexpr auto YCBCR = LuminanceAndColourDifferenceSignal_YCbCr;
+constexpr auto ICTCP = LuminanceAndColourDifferenceSignal_ICtCp;
+constexpr Set PLAIN = S422_420 | S444;
+constexpr Set PLAIN_NOT_RGB = S422_420 | set(SampleStructure_444YCbCr);
+
+constexpr Signal SIGNALS[] = {
+    {Colourimetry_Rec709, TransferCurve_SdrTv,       YCBCR, ~0u},
+    {Colourimetry_Uhdtv,  TransferCurve_SdrTv,       YCBCR, PLAIN},
+    {Colourimetry_Uhdtv,  TransferCurve_Hlg,         YCBCR, PLAIN},
+    {Colourimetry_Uhdtv,  TransferCurve_Pq,          YCBCR, PLAIN},
+    {Colourimetry_Uhdtv,  TransferCurve_Unspecified, YCBCR, PLAIN},
+    {Colourimetry_Uhdtv,  TransferCurve_Hlg,         ICTCP, PLAIN_NOT_RGB},
+    {Colourimetry_Uhdtv,  TransferCurve_Pq,          ICTCP, PLAIN_NOT_RGB},
+};
+// clang-format on
+
+/// Calls `use` with each value of the set, lowest first.
+template <typename Use>
+void forEach(Set values, Use use)
+{
+    for (quint32 value = 0; value < 32; ++value) {
+        if (((values >> value) & 1u) != 0) {
+            use(value);
+        }
+    }
+}
+
+/// Calls `use` with the bytes of each identifier of the row.
+template <typename Use>
+void forEachIdentifier(const Carriage& row, Use use)
+{
+    const bool hasColour = row.facts.fields.contains(PayloadIdentifierKey_Colourimetry);
+    forEach(row.structures, [&](quint32 structure) {
+        forEach(row.arraySizes, [&](quint32 arraySize) {
+            forEach(row.scans, [&](quint32 scan) {
+                forEach(row.rates, [&](quint32 rate) {
+                    for (const Signal& signal : SIGNALS) {
+                        const bool isUsual = &signal == SIGNALS;
+                        if (!isUsual && (!hasColour || (signal.structures & set(structure)) == 0)) {
+                            continue;
+                        }
+                        // The narrow pictures are the ones of 16:9.
+                        use(row.facts.compose(
+                            {{PayloadIdentifierKey_PictureRate, rate},
+                             {PayloadIdentifierKey_PictureInterlaced, SCAN_BITS[scan].picture},
+                             {PayloadIdentifierKey_TransportInterlaced, SCAN_BITS[scan].transport},
+                             {PayloadIdentifierKey_SampleStructure, structure},
+                             {PayloadIdentifierKey_BitDepth, row.depth},
+                             {PayloadIdentifierKey_AspectRatio, arraySize == 0 ? 1u : 0u},
+                             {PayloadIdentifierKey_HorizontalArraySize, arraySize},
+                             {PayloadIdentifierKey_Colourimetry, signal.colourimetry},
+                             {PayloadIdentifierKey_TransferCharacteristics, signal.transfer},
+                             {PayloadIdentifierKey_LuminanceAndColourDifferenceSignal,
+                              signal.luminance}}));
+                    }
+                });
+            });
+        });
+    });
+}
+
+quint32 descriptionHash(const QString& description)
+{
+    return static_cast<quint32>(qHash(description, 0));
+}
+
+/// Equal for equal identifiers of one kind, and another one for each of its two uses.
+quint32 identifierHash(const PayloadIdentifierFacts& facts, quint32 rawValue, bool squareDivision)
+{
+    const quint32 hash = rawValue & PayloadIdentifierBase::getComparedMask(facts.fields);
+    return squareDivision ? ~hash : hash;
+}
+
+} // namespace
+
+const SupportedVideoStandards& SupportedVideoStandards::getInstance()
+{
+    static const SupportedVideoStandards instance;
+    return instance;
+}
+
+SupportedVideoStandards::SupportedVideoStandards()
+{
+    const auto add = [this](const Carriage& row, quint32 rawValue, bool squareDivision) {
+        const auto place = static_cast<quint32>(entries.size());
+        entries.push_back(
+            {createVideoStandard(rawValue, squareDivision), row.reasonWithoutMetrics});
+        byDescription.push_back(
+            {descriptionHash(entries.back().standard->getDescription()), place});
+        byPayloadIdentifier.push_back({identifierHash(row.facts, rawValue, squareDivision), place});
+    };
+    for (const Carriage& row : CARRIAGES) {
+        forEachIdentifier(row, [&](quint32 rawValue) { add(row, rawValue, false); });
+    }
+    for (const Carriage& row : CARRIAGES) {
+        if (row.quadrant == Quadrant_Yes) {
+            forEachIdentifier(row, [&](quint32 rawValue) { add(row, rawValue, true); });
+        }
+    }
+    const auto byHash = [](const IndexEntry& a, const IndexEntry& b) { return a.hash < b.hash; };
+    std::sort(byDescription.begin(), byDescription.end(), byHash);
+    std::sort(byPayloadIdentifier.begin(), byPayloadIdentifier.end(), byHash);
+    entries.shrink_to_fit();
+    byDescription.shrink_to_fit();
+    byPayloadIdentifier.shrink_to_fit();
+}
+
+template <typename Matches>
+SupportedVideoStandards::Standard SupportedVideoStandards::find(const Index& index, quint32 hash,
+                                                                Matches matches) const
+{
+    auto entry = std::lower_bound(
+        index.begin(), index.end(), hash,
+        [](const IndexEntry& candidate, quint32 wanted) { return candidate.hash < wanted; });
+    for (; entry != index.end() && entry->hash == hash; ++entry) {
+        const Standard& standard = entries[entry->place].standard;
+        if (matches(*standard)) {
+            return standard;
+        }
+    }
+    return nullptr;
+}
+
+SupportedVideoStandards::Standard
+SupportedVideoStandards::findByDescription(const QString& description) const
+{
+    return find(byDescription, descriptionHash(description),
+                [&description](const StandardFromPayloadIdentifier& standard) {
+                    return standard.getDescription() == description;
+                });
+}
+
+SupportedVideoStandards::Standard
+SupportedVideoStandards::findByPayloadIdentifier(quint32 rawValue, bool squareDivision) const
+{
+    const PayloadIdentifierFacts* facts = findPayloadIdentifierFacts(rawValue >> 24);
+    if (facts == nullptr) {
+        return nullptr;
+    }
+    return find(byPayloadIdentifier, identifierHash(*facts, rawValue, squareDivision),
+                [&](const StandardFromPayloadIdentifier& standard) {
+                    const quint32 payloadByte =
+                        standard.getPrimaryIdentifier()->getPayloadAndDigitialInterface();
+                    return payloadByte == facts->payloadByte &&
+                           standard.isSquareDivision() == squareDivision;
+                });
+}

@@ -1,0 +1,63 @@
+// The standards that the instrument can generate and recognise, generated from a table of what each
+// interface carries. Built at first use; immutable, so any thread may read it.
+//
+// Normative references: SMPTE ST 292-1 and ST 372 (1.5 Gb/s, one and two links), ST 425-1 (3 Gb/s),
+// ST 425-5 (four links of 3 Gb/s), ST 2081-10 and -11 (6 Gb/s, one and two links), ST 2082-10
+// (12 Gb/s). Two links of 3 Gb/s (ST 425-3) have no payload identifier here. What the identifiers'
+// own rules call illegal is left out where an interface standard has it: 4:2:2 at 12 bits on two
+// links of 1.5 Gb/s and on one of level B, X'Y'Z' on 3 Gb/s. The samples are of narrow range, in
+// Rec.709, or in Rec.2020 with each of the transfer curves.
+#pragma once
+
+#include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+class SupportedVideoStandards
+{
+public:
+    using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
+
+    struct Entry
+    {
+        Standard standard;
+        /// Why the standard has no transmission metrics; empty for one that has.
+        std::string_view reasonWithoutMetrics;
+    };
+
+    /// The list of the process. Any thread may be the first to ask.
+    static const SupportedVideoStandards& getInstance();
+
+    SupportedVideoStandards();
+    SupportedVideoStandards(const SupportedVideoStandards&) = delete;
+    SupportedVideoStandards& operator=(const SupportedVideoStandards&) = delete;
+
+    /// By interface, slowest first, square division last.
+    const std::vector<Entry>& getEntries() const { return entries; }
+
+    /// The standard with this description, letter for letter, or null.
+    Standard findByDescription(const QString& description) const;
+
+    /// The standard whose identifiers are equal to this one, or null. Aspect ratio, channel
+    /// assignment, audio copy status and reserved bits do not matter. The identifier of a 1080-line
+    /// standard is also the one of a quadrant: which of the two is wanted, it does not say itself.
+    Standard findByPayloadIdentifier(quint32 rawValue, bool squareDivision = false) const;
+
+private:
+    /// A place in the list under the hash of what it is found by.
+    struct IndexEntry
+    {
+        quint32 hash;
+        quint32 place;
+    };
+    using Index = std::vector<IndexEntry>;
+
+    template <typename Matches>
+    Standard find(const Index& index, quint32 hash, Matches matches) const;
+
+    std::vector<Entry> entries;
+    Index byDescription;
+    Index byPayloadIdentifier;
+};

@@ -1,0 +1,103 @@
+// The one place that knows how positions of the active picture and of the stream go over into each
+// other: the figures of a standard, taken once, and arithmetic on them. A value; any thread.
+#pragma once
+
+#include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
+
+#include <QtGlobal>
+
+/// How the lines of a picture are dealt out.
+enum ActivePictureForm {
+    ActivePictureForm_LevelA,
+    /// Level B, line interleaved: odd lines of the picture on one stream, even ones on the other,
+    /// and both multiplexed sample by sample (SMPTE ST 425-1, SMPTE ST 372).
+    ActivePictureForm_LevelBli,
+};
+
+/// Every sample of the stream, blanking included, has one position, from which the way leads back
+/// to that sample. The positions around the picture are those of blanking:
+///
+/// - Without square division, samples up to the end of the front porch lie right of the picture;
+///   the others lie left of it, at negative samples of the line below. Lines go on above line 1 and
+///   below the last.
+/// - With square division, each quadrant's blanking lies outside the whole picture, on the side of
+///   that quadrant, and not between quadrants.
+///
+///        line above  | . . . . . . . . . . . . . .
+///        a line      | back porch | active picture | front porch |
+///                      x < 0        0 ... W - 1      W ...
+class ActivePictureRaster
+{
+public:
+    /// In the active picture. Lines from 1, samples from 0; both may lie outside.
+    struct Active
+    {
+        qint64 line = 1;
+        qint64 sample = 0;
+        qint32 field = 0; ///< 1 or 2 where the lines travel in fields, otherwise 0
+    };
+
+    /// In the stream.
+    struct Source
+    {
+        qint64 line = 1;
+        qint64 lineInOtherLevelBLink = 0; ///< 0 when there is none
+        qint64 sample = 0;
+        qint64 link = 0;
+    };
+
+    /// With the division given, whatever the standard's own is. Throws std::out_of_range for a
+    /// standard without active lines.
+    ActivePictureRaster(const StandardFromPayloadIdentifier& standard,
+                        Tessorn::Sdi::SubImageDivision subImageDivision,
+                        ActivePictureForm pictureForm);
+
+    /// Level B, and 10-bit samples of the 4:2:2 family.
+    static bool isLineInterleaved(const StandardFromPayloadIdentifier& standard);
+    /// True where a pixel takes two samples: mapping structures 2 to 4.
+    static bool isExtended(const StandardFromPayloadIdentifier& standard);
+
+    /// The field of the position is not looked at.
+    Source toSource(const Active& active) const;
+    /// The way back, with the field. On a line interleaved standard the line may be that of either
+    /// link. The other link's line is not looked at.
+    Active toActive(const Source& source) const;
+
+    /// The same sample's line in the other level B link; 0 when there is none.
+    qint64 getLineInOtherLevelBLink(qint64 line) const;
+    /// 1 or 2 where the lines of the picture travel in two fields, otherwise 0.
+    qint32 getField(qint64 line) const;
+    /// Modulo 4, and 0 without division.
+    qint64 getLink(qint64 link) const;
+
+private:
+    /// Pixel, line and number of a sub-image; without division, of the picture.
+    struct Place
+    {
+        qint64 x;
+        qint64 y;
+        qint64 link;
+    };
+
+    Place split(qint64 x, qint64 y) const;
+    Active join(const Place& place) const;
+    qint64 lineOf(qint64 y) const;
+    qint64 placeLineOf(qint64 line, qint64 parity, qint64 link) const;
+    qint64 wrapped(qint64 line) const;
+    bool isLeftOfPicture(qint64 x, qint64 link) const;
+    bool isSquare() const;
+
+    Tessorn::Sdi::SubImageDivision division;
+    bool lineInterleaved;
+    qint64 samplesAPixel;       ///< on a line of the stream
+    qint64 fields = 1;          ///< that the lines are dealt out to in turn
+    qint64 linesAStep;          ///< lines of a place from one line of a field to its next
+    qint64 firstLines[2] = {};  ///< of each field
+    qint64 fieldLines[2] = {};  ///< with blanking; the whole frame's where it is in one piece
+    qint64 otherLinkOffset = 0; ///< lines from the one level B link to the other
+    qint64 frameLines;
+    qint64 width;         ///< pixels of a sub-image
+    qint64 height;        ///< lines of a sub-image
+    qint64 lineWidth;     ///< pixels, with blanking
+    qint64 frontPorchEnd; ///< pixels from the first active one
+};

@@ -1,0 +1,112 @@
+// Pixels of a source image as runs of 16-bit words, and a picture made of them. Values; the order
+// of the words in a pixel is fixed.
+//
+//   form              words: 0    1    2    3
+//   PixelDataARGB            R    G    B    A
+//   PixelDataRGB             R    G    B
+//   PixelDataAYCrCb          Cr   Y    Cb   A
+//   PixelDataYCbCr           Y    Cb   Cr
+#pragma once
+
+#include <QtGlobal>
+
+#include <cstddef>
+
+namespace Tessorn {
+namespace Types {
+
+struct PixelDataARGB
+{
+    quint16 r = 0;
+    quint16 g = 0;
+    quint16 b = 0;
+    quint16 a = 0;
+};
+
+struct PixelDataRGB
+{
+    quint16 r = 0;
+    quint16 g = 0;
+    quint16 b = 0;
+};
+
+struct PixelDataAYCrCb
+{
+    quint16 cr = 0;
+    quint16 y = 0;
+    quint16 cb = 0;
+    quint16 a = 0;
+};
+
+struct PixelDataYCbCr
+{
+    quint16 y = 0;
+    quint16 cb = 0;
+    quint16 cr = 0;
+};
+
+// Pictures are runs of words, so a pixel is its words and nothing else.
+static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
+static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
+
+enum PixelFormat : quint32 {
+    PixelFormat_ARGB = 0,
+    PixelFormat_RGB = 1,
+    PixelFormat_AYCrCb = 2,
+    PixelFormat_YCbCr = 3,
+};
+
+/// A picture in somebody else's memory, line after line without gaps. The words must be as many as
+/// format, width and height say.
+struct PictureBuffer
+{
+    PixelFormat format = PixelFormat_ARGB;
+    quint32 width = 0;  ///< pixels
+    quint32 height = 0; ///< lines
+    quint16* words = nullptr;
+
+    /// Width times height; 0 without words.
+    constexpr std::size_t getPixelCount() const
+    {
+        return words != nullptr ? std::size_t(width) * height : 0;
+    }
+};
+
+constexpr bool operator==(const PixelDataAYCrCb& a, const PixelDataAYCrCb& b)
+{
+    return a.cr == b.cr && a.y == b.y && a.cb == b.cb && a.a == b.a;
+}
+constexpr bool operator!=(const PixelDataAYCrCb& a, const PixelDataAYCrCb& b)
+{
+    return !(a == b);
+}
+
+constexpr bool operator==(const PixelDataYCbCr& a, const PixelDataYCbCr& b)
+{
+    return a.y == b.y && a.cb == b.cb && a.cr == b.cr;
+}
+constexpr bool operator!=(const PixelDataYCbCr& a, const PixelDataYCbCr& b)
+{
+    return !(a == b);
+}
+
+constexpr bool operator==(const PixelDataARGB& a, const PixelDataARGB& b)
+{
+    return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a;
+}
+constexpr bool operator!=(const PixelDataARGB& a, const PixelDataARGB& b)
+{
+    return !(a == b);
+}
+
+constexpr bool operator==(const PixelDataRGB& a, const PixelDataRGB& b)
+{
+    return a.r == b.r && a.g == b.g && a.b == b.b;
+}
+constexpr bool operator!=(const PixelDataRGB& a, const PixelDataRGB& b)
+{
+    return !(a == b);
+}
+
+} // namespace Types
+} // namespace Tessorn

@@ -1,0 +1,98 @@
+// Pixels of a source image into the 20-bit samples of an interface, by the mapping of its standard.
+// Pure functions but for log lines.
+//
+// Normative references: SMPTE ST 425-1:2017, mapping structures 1 to 4, and ST 372:2017 for two
+// links.
+#pragma once
+
+#include "infrastructure/utility/video/generation/PixelData.h"
+#include "infrastructure/utility/video/PayloadIdVocabulary.h"
+#include "infrastructure/utility/video/VideoTypes.h"
+
+#include <map>
+#include <vector>
+
+/// Mapping structures count from 1 here, and from 0 in StandardFromPayloadIdentifier.
+///
+/// A depth of the wrong number of bits is logged at level err, and the conversion goes on. Modes 1,
+/// 4 and II take pixels in pairs: a last odd pixel is dropped, with a log line at level err. A
+/// picture in a form that the mode does not take gives no samples.
+///
+/// Except in mode 1, components must be in the range of their bits.
+class SdiPixelToSourceImageSampleConverter
+{
+public:
+    using Samples = std::vector<Tessorn::Types::Sdi20BitSample>;
+    using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
+
+    /// Mode 1, 10-bit 4:2:2: (Y0, Cb0), (Y1, Cr0) for two pixels. The second pixel's colour is left
+    /// out; what lies above 10 bits too.
+    static Samples convertToYCbCr422_10(const Tessorn::Types::PixelDataAYCrCb* pixels,
+                                        std::size_t pixelCount,
+                                        Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples convertToYCbCr422_10(const Tessorn::Types::PixelDataYCbCr* pixels,
+                                        std::size_t pixelCount,
+                                        Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples convertToYCbCr422_10(const Tessorn::Types::PictureBuffer& picture,
+                                        Tessorn::Sdi::PayloadId::BitDepth depth);
+
+    /// Mode 2, 10-bit 4:4:4:4: (Y, A), (Cr, Cb) or (G, A), (R, B) for a pixel, where A is 64 in the
+    /// forms without it.
+    static Samples resampleTo444_4(const Tessorn::Types::PixelDataARGB* pixels,
+                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleTo444_4(const Tessorn::Types::PixelDataRGB* pixels,
+                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleTo444_4(const Tessorn::Types::PixelDataAYCrCb* pixels,
+                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleTo444_4(const Tessorn::Types::PixelDataYCbCr* pixels,
+                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleTo444_4(const Tessorn::Types::PictureBuffer& picture,
+                                   Tessorn::Sdi::PayloadId::BitDepth depth);
+
+    /// Mode 3, 12-bit 4:4:4: two samples for a pixel, whose four words take three bits of each
+    /// component, the upper ones first.
+    ///
+    ///   bit  9            | 8 ... 6 | 5 ... 3 | 2 ... 0
+    ///        inverse of 8 | Cr or R | Y or G  | Cb or B
+    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataARGB* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataRGB* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataAYCrCb* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataYCbCr* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode3(const Tessorn::Types::PictureBuffer& picture,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+
+    /// Mode 4, 12-bit 4:2:2:4: four samples for two pixels. Each word takes six bits of the picture
+    /// and three of alpha, the upper ones first; alpha is 64 in the form without it. The words of
+    /// channel one are those of Y0 and Y1, those of channel two are of Cb0 and Cr0.
+    ///
+    ///   bit  9            | 8 ... 6 | 5 ... 0
+    ///        inverse of 8 | alpha   | Y, Cb or Cr
+    static Samples resampleToMappingMode4(const Tessorn::Types::PixelDataAYCrCb* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode4(const Tessorn::Types::PixelDataYCbCr* pixels,
+                                          std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    static Samples resampleToMappingMode4(const Tessorn::Types::PictureBuffer& picture,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+
+    /// Mode II, 10-bit 4:4:4:4 on two links: (Y0, Cb0), (Y1, Cr0) on link A and (A0, Cb1), (A1,
+    /// Cr1) on link B for two pixels, where A is 64 in the form without it. There is an entry for
+    /// both links, even without samples.
+    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PixelDataAYCrCb* pixels,
+                                                   std::size_t pixelCount,
+                                                   Tessorn::Sdi::PayloadId::BitDepth depth);
+    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PixelDataYCbCr* pixels,
+                                                   std::size_t pixelCount,
+                                                   Tessorn::Sdi::PayloadId::BitDepth depth);
+    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PictureBuffer& picture,
+                                                   Tessorn::Sdi::PayloadId::BitDepth depth);
+};

@@ -1,0 +1,3 @@
+#include "sw/infrastructure_test/DatacoreTest.h"
+
+QString DatacoreTest::testSourceDirectory;

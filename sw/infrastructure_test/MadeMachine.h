@@ -1,0 +1,96 @@
+// A machine made for a case: an empty file system in a temporary directory, flash devices, a
+// watchdog, and calls that fail when they are told to. It is the current machine while it lives.
+#pragma once
+
+#include "infrastructure/platform/Machine.h"
+
+#include <QTemporaryDir>
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+class MadeMachine : public Tessorn::Machine
+{
+public:
+    struct Aborted
+    {
+    };
+
+    /// A flash device as hardware has it: a write only clears bits, an erase sets those of a whole
+    /// block, which has to be unlocked. Its content is the file of the same path.
+    struct Flash
+    {
+        uint32_t sizeBytes = 0;
+        uint32_t eraseBytes = 0x10000;
+        std::set<uint64_t> unlocked;       ///< blocks
+        std::vector<uint64_t> erased;      ///< blocks, in order
+        int64_t badBlock = -1;             ///< can't be erased
+        int64_t failWritesFrom = -1;       ///< offset from which nothing can be written any more
+        bool losesHalfOfEachWrite = false; ///< and claims all of it
+    };
+
+    MadeMachine();
+    ~MadeMachine() override;
+
+    /// Makes a file, with the folders above it.
+    void writeFile(const std::string& path, const QByteArray& content);
+    /// A file's content; null where there is none.
+    QByteArray readFile(const std::string& path) const;
+    Flash& addFlash(const std::string& path, uint32_t sizeBytes);
+    void addWatchdog() { writeFile("/dev/watchdog", ""); }
+    /// The list of partitions, with "ident" on mtd3.
+    void addProcMtd();
+
+    /// What was written to stdout or stderr since the last call.
+    std::string takeOut() { return take(out, outText); }
+    std::string takeErr() { return take(err, errText); }
+
+    std::map<std::string, int> failingOpens;   ///< errno by path
+    int failingWrites = 0;                     ///< errno of each write, 0 for none
+    int failingRenames = 0;                    ///< errno of each rename
+    int ownerFailure = 0;                      ///< errno of a change of owner
+    std::set<std::string> users = {"veluser"}; ///< those that there are, user 1000 of group 100
+    std::vector<std::string> ownerChanges;     ///< "path user group"
+    std::vector<std::string> programs;         ///< that were run
+    int programResult = 0;
+    std::vector<std::string> ioctls; ///< of the watchdog
+    /// In place of the program's resources.
+    bool resourceMissing = false;
+    QByteArray resource; ///< null for the real ones
+
+    int open(const std::string& path, int flags, mode_t mode) override;
+    int close(int descriptor) override;
+    ssize_t write(int descriptor, const void* data, std::size_t sizeBytes) override;
+    int ioctl(int descriptor, unsigned long request, void* argument) override;
+    int status(const std::string& path, struct stat& result) override;
+    int rename(const std::string& from, const std::string& to) override;
+    int changeOwner(const std::string& path, uid_t user, gid_t group) override;
+    int findUser(const std::string& name, uid_t& user, gid_t& group) override;
+    int run(const std::vector<std::string>& words) override;
+    [[noreturn]] void abortProcess() override { throw Aborted(); }
+    bool readResource(const QString& path, QByteArray& result) override;
+
+private:
+    struct Text
+    {
+        char* data = nullptr;
+        std::size_t size = 0;
+        std::size_t taken = 0;
+    };
+
+    explicit MadeMachine(std::unique_ptr<QTemporaryDir> root);
+    static std::string take(std::FILE* stream, Text& text);
+    Flash* flashOf(int descriptor);
+    ssize_t writeFlash(Flash& flash, int descriptor, const char* data, std::size_t sizeBytes);
+    int eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64_t length);
+
+    std::unique_ptr<QTemporaryDir> directory;
+    Machine* before;
+    Text outText;
+    Text errText;
+    std::map<std::string, Flash> flashes;
+    std::map<int, std::string> openPaths;
+};

@@ -1,0 +1,200 @@
+#include "sw/infrastructure_test/NetworkConnectionTests.h"
+
+#include "infrastructure/utility/Log.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCoreApplication>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <array>
+
+namespace {
+
+constexpr uint32_t RX_QUEUE_SIZE = 1024;
+constexpr uint32_t RX_QUEUE_WAIT_MS = 100;
+constexpr int WAIT_MS = 5000;
+constexpr int SMALL_READ_BUFFER_BYTES = 10;
+
+BasicTestPacket makeAwkwardPacket(int number)
+{
+    BasicTestPacket packet;
+    packet.setTestInt(number);
+    packet.setTestArray({QStringLiteral("Line One\n"), QStringLiteral("Line Two\r\n"),
+                         QStringLiteral("Line Three\n\n")});
+    packet.setTestString(QStringLiteral("!\"£$%^&*()_+-=[]{};:'@#~\\|,<.>/?`¬\t{\"Class\":\"\"}"));
+    return packet;
+}
+
+} // namespace
+
+bool NetworkConnectionTests::testsPassed = false;
+
+NetworkConnectionTests::NetworkConnectionTests(QCoreApplication* app, quint16 listenPort)
+    : RawDataPacketReceiverInterfaceBase(RawPacketType_SerialisableData)
+    , application(app)
+    , port(listenPort)
+    , rxQueue("NetworkConnectionTestsRxQueue", RX_QUEUE_SIZE, RX_QUEUE_WAIT_MS)
+{
+}
+
+void NetworkConnectionTests::receiveRawPacket(std::shared_ptr<RawDataPacket> packet)
+{
+    const auto json = std::dynamic_pointer_cast<SerialisableDataPacket>(packet);
+    if (running && json != nullptr) {
+        rxQueue.push(*json);
+    }
+}
+
+bool NetworkConnectionTests::run()
+{
+    VELLOG_INFO() << "_____ NetworkConnectionTests _____";
+    running = true;
+    bool passed = connectNetworkConnectionsTest();
+    if (passed) {
+        struct
+        {
+            const char* name;
+            Sequence run;
+        } const sequences[] = {
+            {"packetsSentBothWaysArriveUnchangedTest",
+             &NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest},
+            {"recipientWaitsForEntirePacketBeforeDecodingTest",
+             &NetworkConnectionTests::recipientWaitsForEntirePacketBeforeDecodingTest},
+            {"multiplePacketsArrivingSimultaneouslyAreAllDealtWithTest",
+             &NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWithTest},
+        };
+        for (const auto& sequence : sequences) {
+            drainQueue();
+            passed = runSequence(sequence.name, sequence.run) && passed;
+        }
+        drainQueue();
+    } else {
+        VELLOG_INFO() << "ABORTING TESTS";
+    }
+    running = false;
+    VELLOG_INFO() << (passed ? "----- PASSED -----" : "----- FAILED -----");
+    testsPassed = passed;
+    return passed;
+}
+
+bool NetworkConnectionTests::runSequence(const char* name, Sequence sequence)
+{
+    VELLOG_INFO() << "Running " << name;
+    const bool passed = (this->*sequence)();
+    VELLOG_INFO() << (passed ? "Passed" : "Failed");
+    return passed;
+}
+
+bool NetworkConnectionTests::connectNetworkConnectionsTest()
+{
+    VELLOG_INFO() << "Running connectNetworkConnectionsTest:";
+    if (!connectBothEnds()) {
+        VELLOG_INFO() << "Failed to connect the server and Client.";
+        VELLOG_INFO() << "Failed";
+        return false;
+    }
+    VELLOG_INFO() << "Passed";
+    return true;
+}
+
+bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
+{
+    QTcpServer listener;
+    if (!listener.listen(QHostAddress::Any, port)) {
+        return false;
+    }
+    client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort());
+    if (!listener.waitForNewConnection(WAIT_MS)) {
+        return false;
+    }
+    std::unique_ptr<QTcpSocket> accepted(listener.nextPendingConnection());
+    if (accepted == nullptr || !accepted->waitForConnected(WAIT_MS)) {
+        return false;
+    }
+    accepted->setReadBufferSize(acceptedReadBufferBytes);
+    server.adoptSocket(accepted);
+    return client.isConnected() && server.isConnected();
+}
+
+bool NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest()
+{
+    const bool toServer = exchange(client, "Client", "Server", makeAwkwardPacket(1));
+    const bool toClient = exchange(server, "Server", "Client", makeAwkwardPacket(2));
+    return toServer && toClient;
+}
+
+bool NetworkConnectionTests::recipientWaitsForEntirePacketBeforeDecodingTest()
+{
+    if (!connectBothEnds(SMALL_READ_BUFFER_BYTES)) {
+        VELLOG_INFO() << "Failed to connect the server and Client.";
+        return false;
+    }
+    const bool passed = exchange(client, "Client", "Server", makeAwkwardPacket(3));
+    return connectBothEnds() && passed;
+}
+
+bool NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWithTest()
+{
+    const std::array<BasicTestPacket, 3> sent{makeAwkwardPacket(4), makeAwkwardPacket(5),
+                                              makeAwkwardPacket(6)};
+    for (const BasicTestPacket& packet : sent) {
+        client.acceptPacket(packet);
+    }
+    for (const BasicTestPacket& packet : sent) {
+        if (!waitForPacket()) {
+            VELLOG_INFO() << "Packet sent from Client to Server did not arrive";
+            return false;
+        }
+        if (rxQueue.pop() != packet) {
+            VELLOG_INFO() << "Packet sent from Client to Server arrived changed.";
+            return false;
+        }
+    }
+    application->processEvents();
+    if (!rxQueue.isEmpty()) {
+        VELLOG_INFO() << "More packets received than expected.";
+        return false;
+    }
+    return true;
+}
+
+/// Sends one packet, and passes when it arrives unchanged and nothing else does.
+bool NetworkConnectionTests::exchange(NetworkConnection& sender, const char* senderName,
+                                      const char* receiverName, const BasicTestPacket& sent)
+{
+    sender.acceptPacket(sent);
+    if (!waitForPacket()) {
+        VELLOG_INFO() << "Packet sent from " << senderName << " to " << receiverName
+                      << " did not arrive";
+        return false;
+    }
+    bool ok = false;
+    const BasicTestPacket received(rxQueue.pop(), ok);
+    if (!ok) {
+        VELLOG_INFO() << "Creation of BasicTestPacket from SerialisableDataPacket failed";
+        return false;
+    }
+    if (received != sent) {
+        VELLOG_INFO() << "Packet sent from " << senderName << " to " << receiverName
+                      << " arrived changed.";
+        return false;
+    }
+    application->processEvents();
+    if (!rxQueue.isEmpty()) {
+        VELLOG_INFO() << "More packets received from " << senderName << " than expected.";
+        return false;
+    }
+    return true;
+}
+
+bool NetworkConnectionTests::waitForPacket()
+{
+    return waitFor([this] { return !rxQueue.isEmpty(); }, WAIT_MS);
+}
+
+void NetworkConnectionTests::drainQueue()
+{
+    while (rxQueue.tryPop()) {
+    }
+}

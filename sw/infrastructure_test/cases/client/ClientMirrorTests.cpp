@@ -1,0 +1,301 @@
+// Registry, populator, monitor, manager and connection builder, over a link whose peer is the case.
+#include "infrastructure/client/DatacoreConnectionBuilderBase.h"
+#include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/MemorySocket.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QPointer>
+
+namespace {
+
+QStringList lines(std::initializer_list<const char*> texts)
+{
+    QStringList list;
+    for (const char* text : texts) {
+        list.append(QLatin1String(text));
+    }
+    return list;
+}
+
+/// A socket that breaks in the middle of the next write.
+class BreakingSocket : public MemorySocket
+{
+public:
+    bool breaks = false;
+
+protected:
+    qint64 writeData(const char* data, qint64 size) override
+    {
+        if (breaks) {
+            drop();
+        }
+        return MemorySocket::writeData(data, size);
+    }
+};
+
+/// A whole client whose server is the case.
+struct Client
+{
+    Client()
+    {
+        std::unique_ptr<QTcpSocket> adopted(socket);
+        connection.adoptSocket(adopted);
+    }
+
+    void dump(const DatacoreBase& config, const DatacoreBase& status)
+    {
+        DatacorePathRadixTreePacket packet;
+        packet.setConfigTree(config);
+        packet.setStatusTree(status);
+        manager.acceptPacket(packet);
+    }
+    ClientDatacore* leaf()
+    {
+        return manager.getRegistry().lookup(QStringLiteral("configCoreRouter/leaf"));
+    }
+    /// The JSON of the last packet that was sent.
+    QByteArray sent() const
+    {
+        const int start = socket->written.lastIndexOf(QByteArray::fromHex("10100000"));
+        return start < 0 ? QByteArray() : socket->written.mid(start + 12);
+    }
+
+    NetworkConnection connection;
+    BreakingSocket* socket = new BreakingSocket;
+    SerialisableDataPacketDistributor distributor;
+    VelClientDatacoreManager manager{connection, distributor};
+};
+
+struct ServerTrees
+{
+    DatacoreBase config{QStringLiteral("configCoreRouter"), nullptr};
+    DatacoreBase leaf{QStringLiteral("leaf"), &config};
+    DatacoreBase status{QStringLiteral("statusCoreRouter"), nullptr};
+    DatacoreBase inner{QStringLiteral("inner"), &status};
+    DatacoreBase deep{QStringLiteral("deep"), &inner};
+};
+
+class Builder : public DatacoreConnectionBuilderBase
+{
+public:
+    using DatacoreConnectionBuilderBase::DatacoreConnectionBuilderBase;
+
+    void makeConnections() override
+    {
+        ++made;
+        connected = connectDatacore(QStringLiteral("inner/deep"), StatusTree);
+        CHECK(connectDatacore(QStringLiteral("inner/deep"), StatusTree) == connected);
+        CHECK(connectDatacore(QStringLiteral("nowhere"), ConfigTree) == nullptr);
+        CHECK(connectDatacore(QStringLiteral("path"), static_cast<ServerSideDataTree>(4)) ==
+              nullptr);
+    }
+
+    int made = 0;
+    ClientDatacore* connected = nullptr;
+};
+
+} // namespace
+
+TEST_CASE("A registry is filled from good paths, once", "[client]")
+{
+    NetworkConnection connection;
+    ClientDatacoreRegistry registry(connection);
+    ClientDatacoreMonitor monitor(connection);
+    int populated = 0;
+    QObject::connect(&registry, &ClientDatacoreRegistry::registryHasBeenPopulated,
+                     [&populated] { ++populated; });
+    const LogCapture log;
+    registry.populate(lines({"a/b", "a/b/", "c", "a/b"}), monitor);
+    CHECK(log.lines() ==
+          lines({"error: Cannot create datacore with incomplete path: a/b/",
+                 "error: No delimiter, assuming root datacore and creating ClientDatacore for: c",
+                 "error: ClientDatacoreRegistry: Cannot create two cores for path 'a/b'."}));
+    CHECK(registry.getPaths() == lines({"a/b", "c"}));
+    CHECK(registry.lookup(QStringLiteral("a/b"))->getInstanceName() == QStringLiteral("b"));
+    CHECK(registry.lookup(QStringLiteral("a/b"))->getPath() == QStringLiteral("a/b"));
+    CHECK(registry.lookup(QStringLiteral("c"))->getClassName() == QStringLiteral("ClientDatacore"));
+    registry.populate(lines({"d/e"}), monitor);
+    CHECK(registry.getCount() == 2);
+    CHECK(populated == 1);
+
+    QList<ClientDatacore*> results;
+    QObject::connect(&registry, &ClientDatacoreRegistry::lookupRequestResult,
+                     [&results](ClientDatacore* datacore) { results.append(datacore); });
+    registry.requestLookupDatacoreFromPath(QStringLiteral("c"));
+    registry.requestLookupDatacoreFromPath(QStringLiteral("unknown"));
+    CHECK(results == QList<ClientDatacore*>{registry.lookup(QStringLiteral("c")), nullptr});
+}
+
+TEST_CASE("A dump fills the mirror in the order of the trees, until the link is lost", "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    ClientDatacoreRegistry& registry = client.manager.getRegistry();
+    Builder builder(registry);
+    QStringList journal;
+    QObject::connect(&builder, &Builder::connectionToDatacoresGained,
+                     [&] { journal.append(QStringLiteral("gained %1").arg(builder.made)); });
+    QObject::connect(&builder, &Builder::connectionToDatacoresLost,
+                     [&] { journal.append(QStringLiteral("lost %1").arg(registry.isEmpty())); });
+    const LogCapture log;
+    client.dump(server.config, server.status);
+    CHECK(registry.getPaths() ==
+          lines({"", "configCoreRouter", "configCoreRouter/leaf", "statusCoreRouter",
+                 "statusCoreRouter/inner", "statusCoreRouter/inner/deep"}));
+    CHECK(log.contains(
+        QStringLiteral("error: Invalid path, constructed from configCoreRouter and nowhere")));
+    CHECK(log.contains(QStringLiteral("error: Invalid server side datatree specified")));
+    CHECK(log.contains(QStringLiteral("error: Invalid path, constructed from  and path")));
+    REQUIRE(builder.connected != nullptr);
+
+    int refreshed = 0;
+    QObject::connect(builder.connected, &ClientDatacore::datacoreUpdated, &builder,
+                     [&refreshed] { ++refreshed; });
+    builder.populateConnectedGuiElements();
+    CHECK(refreshed == 2); // connected twice
+
+    client.dump(server.config, server.config); // a second dump changes nothing
+    CHECK(journal == lines({"gained 1"}));
+    client.socket->drop();
+    CHECK(journal == lines({"gained 1", "lost 1"}));
+    CHECK(registry.isEmpty());
+    builder.populateConnectedGuiElements();
+    client.dump(server.status, server.config);
+    CHECK(journal == lines({"gained 1", "lost 1", "gained 2"}));
+}
+
+TEST_CASE("Packets reach the mirror of their path, and what fits none is logged", "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    const QJsonObject content{
+        {QStringLiteral("leaf"), QJsonObject{{QStringLiteral("data"), QStringLiteral("5")}}}};
+    const DatacorePacket packet(content, QStringLiteral("configCoreRouter/leaf"));
+    const LogCapture log;
+    client.distributor.acceptPacket(packet);
+    CHECK(log.lines() == lines({"info: Client datacore populator: Registry is empty, no way to "
+                                "populate: configCoreRouter/leaf"}));
+
+    client.dump(server.config, server.status);
+    client.distributor.acceptPacket(DatacorePacket(content, QStringLiteral("x/y")));
+    CHECK(
+        log.lines().last() ==
+        QStringLiteral(
+            "info: Client datacore populator: Registry does not contain datacore with path: x/y"));
+    client.socket->written.clear();
+    client.distributor.acceptPacket(packet);
+    CHECK(client.leaf()->getData() == QStringLiteral("5"));
+    CHECK(client.socket->written.isEmpty()); // a filled mirror sends nothing back
+}
+
+TEST_CASE("A write is on the wire when the slot returns, and only the own echo ends it", "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    client.dump(server.config, server.status);
+    client.leaf()->setDataInt(7);
+    const QString id = client.connection.getLocalIdentifier();
+    CHECK(client.sent() ==
+          QStringLiteral(R"({"Class":"DatacorePacket","ClientID":"%1","Datacore":{"leaf":)"
+                         R"({"data":"7"}},"PacketID":0,"Path":"configCoreRouter/leaf"})")
+              .arg(id)
+              .toUtf8());
+    DatacorePacket echo(QJsonDocument::fromJson(client.sent())
+                            .object()
+                            .value(QStringLiteral("Datacore"))
+                            .toObject(),
+                        QStringLiteral("configCoreRouter/leaf"));
+    echo.setPacketID(0);
+    client.distributor.acceptPacket(echo); // without "ClientID"
+    echo.setClientID(id + QLatin1Char('0'));
+    client.distributor.acceptPacket(echo); // somebody else's
+    CHECK(client.leaf()->getPendingCount() == 1);
+    echo.setClientID(id);
+    client.distributor.acceptPacket(echo);
+    CHECK(client.leaf()->getPendingCount() == 0);
+}
+
+TEST_CASE("A link that breaks in the middle of a write leaves nothing that is used after its end",
+          "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    client.dump(server.config, server.status);
+    const QPointer<ClientDatacore> leaf(client.leaf());
+    const QPointer<ClientDatacore> other(
+        client.manager.getRegistry().lookup(QStringLiteral("statusCoreRouter")));
+    int toldAfterwards = 0;
+    QObject::connect(&client.manager.getRegistry(), &ClientDatacoreRegistry::registryHasBeenCleared,
+                     [&] {
+                         QObject::connect(leaf, &ClientDatacore::datacoreUpdated,
+                                          [&toldAfterwards] { ++toldAfterwards; });
+                     });
+    client.socket->breaks = true;
+    leaf->setDataInt(1);
+    CHECK(client.manager.getRegistry().isEmpty());
+    CHECK(other.isNull());
+    REQUIRE(leaf != nullptr); // it was in the middle of a call
+    leaf->setDataInt(2);
+    CHECK(toldAfterwards == 0);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    CHECK(leaf.isNull());
+}
+
+TEST_CASE("A mirror that is told of a packet may have the link dropped", "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    client.dump(server.config, server.status);
+    const QPointer<ClientDatacore> leaf(client.leaf());
+    QObject::connect(leaf, &ClientDatacore::datacoreInSyncWithServer,
+                     [&client] { client.socket->drop(); });
+    client.distributor.acceptPacket(DatacorePacket(
+        {{QStringLiteral("leaf"), QJsonObject{{QStringLiteral("data"), QStringLiteral("5")}}}},
+        QStringLiteral("configCoreRouter/leaf")));
+    CHECK(client.manager.getRegistry().isEmpty());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    CHECK(leaf.isNull());
+}
+
+TEST_CASE("A dump of ten thousand paths, deep or wide, fills the mirror", "[client]")
+{
+    Client client;
+    DatacorePathRadixTreeNode root{QStringLiteral("root"), {}};
+    std::size_t expected = 1;
+    SECTION("wide")
+    {
+        for (int i = 0; i < 10000; ++i) {
+            root.kids.push_back({QString::number(i), {}});
+        }
+        expected += 10000;
+    }
+    SECTION("deep")
+    {
+        // As deep as a JSON text of the dump can be, many times over.
+        for (int i = 0; i < 20; ++i) {
+            DatacorePathRadixTreeNode chain{QStringLiteral("end"), {}};
+            for (int depth = 0; depth < 499; ++depth) {
+                DatacorePathRadixTreeNode above{QStringLiteral("n"), {}};
+                above.kids.push_back(std::move(chain));
+                chain = std::move(above);
+            }
+            chain.name = QString::number(i);
+            root.kids.push_back(std::move(chain));
+            expected += 500;
+        }
+    }
+    QStringList paths;
+    root.appendPathsTo(paths);
+    REQUIRE(static_cast<std::size_t>(paths.size()) == expected);
+    const LogCapture log;
+    ClientDatacoreMonitor monitor(client.connection);
+    client.manager.getRegistry().populate(paths, monitor);
+    CHECK(client.manager.getRegistry().getCount() == paths.size());
+    CHECK(client.manager.getRegistry().lookup(paths.last()) != nullptr);
+}

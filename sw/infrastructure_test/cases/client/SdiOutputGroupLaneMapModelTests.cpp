@@ -1,0 +1,58 @@
+#include "infrastructure/client/SdiOutputGroupLaneMapModel.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+namespace {
+
+using Model = SdiOutputGroupLaneMapModel;
+
+struct ModelAndChanges
+{
+    ModelAndChanges()
+    {
+        QObject::connect(&model, &Model::toUser_LinkSourceSubImagesChanged, &model,
+                         [this](const QList<Model::SourceSubImage>& links) {
+                             std::vector<int> numbers;
+                             for (const Model::SourceSubImage link : links) {
+                                 numbers.push_back(link);
+                             }
+                             changes.push_back(numbers);
+                         });
+    }
+    void update(const QString& sources)
+    {
+        model.fromDatacoreUpdateSourceSubImages(sources.split(QLatin1Char(' '), Qt::SkipEmptyParts),
+                                                {}, true);
+    }
+
+    Model model;
+    std::vector<std::vector<int>> changes;
+};
+
+} // namespace
+
+TEST_CASE("A lane map is filled up to four links and tells changes only", "[client]")
+{
+    ModelAndChanges lanes;
+    lanes.update(QString());
+    lanes.update(QStringLiteral("0"));
+    lanes.update(QStringLiteral("1 2 3 4"));
+    lanes.update(QStringLiteral("1 2 3 4"));
+    lanes.update(QStringLiteral("7 -1 x 4.5"));
+    lanes.update(QStringLiteral("4 5 2147483648 1 2 3"));
+    CHECK(lanes.changes == std::vector<std::vector<int>>{
+                               {0, 0, 0, 0}, {1, 2, 3, 4}, {0, 0, 0, 0}, {4, 0, 0, 1, 2, 3}});
+}
+
+TEST_CASE("A lane map refuses to get shorter", "[client]")
+{
+    ModelAndChanges lanes;
+    lanes.update(QStringLiteral("1 2 3 4 1 2"));
+    const LogCapture log;
+    lanes.update(QStringLiteral("1 2 3 4"));
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral(
+              "info: Invalid subimage datacore passed to IOGroupLaneModel, ignoring")});
+    CHECK(lanes.model.getLinkSourceSubImages().size() == 6);
+    CHECK(lanes.changes.size() == 1);
+}

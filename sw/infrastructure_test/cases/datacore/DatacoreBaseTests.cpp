@@ -1,0 +1,306 @@
+// The tree's JSON form, its paths and its shapes.
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/datacore/DatacoreNumber.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <memory>
+
+namespace {
+
+QJsonObject parse(const QByteArray& text)
+{
+    QJsonParseError error;
+    const QJsonObject json = QJsonDocument::fromJson(text, &error).object();
+    REQUIRE(error.error == QJsonParseError::NoError);
+    return json;
+}
+
+QByteArray toText(const QJsonObject& json)
+{
+    return QJsonDocument(json).toJson(QJsonDocument::Compact);
+}
+
+QJsonObject write(const DatacoreBase& node, const char* path, bool justData, bool withChildren)
+{
+    QJsonObject json;
+    DatacoreJsonMessages messages;
+    REQUIRE(node.appendToJson(QLatin1String(path), json, justData, withChildren, messages));
+    REQUIRE(messages.isEmpty());
+    return json;
+}
+
+bool read(DatacoreBase& node, const char* path, const QJsonObject& json, bool justData = false)
+{
+    DatacoreJsonMessages messages;
+    const bool ok = node.populateFromJson(QLatin1String(path), json, justData, messages);
+    CHECK(messages.isEmpty());
+    return ok;
+}
+
+/// A root with the children a and b, and c below a.
+struct SmallTree
+{
+    DatacoreBase root{QStringLiteral("root"), nullptr};
+    DatacoreBase b{QStringLiteral("b"), &root, QStringLiteral("1")};
+    DatacoreBase a{QStringLiteral("a"), &root, QStringLiteral("2")};
+    DatacoreBase c{QStringLiteral("c"), &a, QStringLiteral("3")};
+};
+
+} // namespace
+
+TEST_CASE("The two JSON forms of a tree", "[datacore]")
+{
+    DatacoreBase root(QStringLiteral("BasicTestDatacoreL0"), QStringLiteral("TestCore"), nullptr);
+    DatacoreNumber<int> leaf(QStringLiteral("L1datacoreInstance"), &root, 5);
+    // The serialised text, blanks aside: so the order of keys counts too.
+    CHECK(toText(write(root, "", false, true)) ==
+          QByteArray(R"({"TestCore": {"L1datacoreInstance": {"class": "DatacoreInt32", "data": "5",
+              "reasonsForBeingInactive": [], "reasonsForBeingInvalid": []},
+              "class": "BasicTestDatacoreL0", "data": null,
+              "reasonsForBeingInactive": [], "reasonsForBeingInvalid": []}})")
+              .replace(" ", "")
+              .replace("\n", ""));
+    CHECK(toText(write(root, "", true, true)) ==
+          R"({"TestCore":{"L1datacoreInstance":{"data":"5"},"data":null}})");
+    CHECK(toText(write(root, "", true, false)) == R"({"TestCore":{"data":null}})");
+    CHECK(toText(write(root, "L1datacoreInstance", true, false)) ==
+          R"({"L1datacoreInstance":{"data":"5"}})");
+
+    leaf.setData({QStringLiteral("1"), QStringLiteral("x")});
+    CHECK(toText(write(leaf, "", false, true)) ==
+          R"({"L1datacoreInstance":{"class":"DatacoreInt32","data":["1","x"],)"
+          R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[)"
+          R"({"DatacoreValidStatusMessage":{},"MessageBase":{"identifier":6,"type":2}}]}})");
+}
+
+TEST_CASE("Constructors give class name and values", "[datacore]")
+{
+    const QString name = QStringLiteral("n");
+    const QString own = QStringLiteral("Own");
+    const std::deque<QString> values{QStringLiteral("x"), QStringLiteral("y")};
+    struct Row
+    {
+        std::unique_ptr<DatacoreBase> node;
+        QString className;
+        std::deque<QString> values;
+    };
+    const Row rows[] = {
+        {std::make_unique<DatacoreBase>(own, name, nullptr, values[0]), own, {values[0]}},
+        {std::make_unique<DatacoreBase>(own, name, nullptr, values), own, values},
+        {std::make_unique<DatacoreBase>(own, name, nullptr), own, {}},
+        {std::make_unique<DatacoreBase>(name, nullptr, values[0]),
+         QStringLiteral("DatacoreBase"),
+         {values[0]}},
+        {std::make_unique<DatacoreBase>(name, nullptr, values), QStringLiteral("DatacoreBase"),
+         values},
+        {std::make_unique<DatacoreBase>(name, nullptr), QStringLiteral("DatacoreBase"), {}},
+    };
+    for (const Row& row : rows) {
+        CHECK(row.node->getInstanceName() == name);
+        CHECK(row.node->getClassName() == row.className);
+        CHECK(row.node->getDataList() == row.values);
+        CHECK(row.node->getData() == (row.values.empty() ? QString() : row.values[0]));
+        CHECK(row.node->getDataAt(1) == (row.values.size() < 2 ? QString() : row.values[1]));
+        CHECK(row.node->getChangeState() == 2);
+        CHECK(row.node->takeChangedList().empty());
+        CHECK(row.node->isValid());
+        CHECK(row.node->isActive());
+    }
+}
+
+TEST_CASE("Paths lead to nodes or nowhere", "[datacore]")
+{
+    SmallTree tree;
+    struct Row
+    {
+        const char* path;
+        const DatacoreBase* node;
+    };
+    const Row rows[] = {
+        {"", &tree.root},   {"a", &tree.a},      {"b", &tree.b}, {"a/c", &tree.c},
+        {"a/c/", &tree.c},  {"a/", &tree.a},     {"/", nullptr}, {"/a", nullptr},
+        {"a//", nullptr},   {"a//c", nullptr},   {"c", nullptr}, {"b/c", nullptr},
+        {"a/c/d", nullptr}, {"root", nullptr},   {"A", nullptr}, {"a ", nullptr},
+        {"class", nullptr}, {"a/data", nullptr},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.path);
+        const QString path = QLatin1String(row.path);
+        CHECK(tree.root.findDatacore(path) == row.node);
+        QJsonObject json;
+        DatacoreJsonMessages messages;
+        CHECK(tree.root.appendToJson(path, json, true, false, messages) == (row.node != nullptr));
+        CHECK(json.keys() ==
+              (row.node != nullptr ? QStringList{row.node->getInstanceName()} : QStringList()));
+        CHECK(tree.root.populateFromJson(path, json, true, messages) == (row.node != nullptr));
+        CHECK(messages.isEmpty());
+    }
+    CHECK(tree.root.getPath() == QStringLiteral("root"));
+    CHECK(tree.c.getPath() == QStringLiteral("root/a/c"));
+    CHECK(tree.root.getChildren() == std::vector<DatacoreBase*>{&tree.a, &tree.b});
+    CHECK(tree.c.getChildren().empty());
+    CHECK(tree.root.takeChangedList().empty());
+}
+
+TEST_CASE("A second child of a name is not reachable", "[datacore]")
+{
+    SmallTree tree;
+    DatacoreBase second(QStringLiteral("a"), &tree.root, QStringLiteral("second"));
+    CHECK(tree.root.findDatacore(QStringLiteral("a")) == &tree.a);
+    CHECK(tree.root.getChildren().size() == 2);
+    CHECK(second.getPath() == tree.a.getPath());
+    second.setData(QStringLiteral("new")); // still tells its parent
+    CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&second});
+}
+
+TEST_CASE("Reading takes what an object names and leaves the rest", "[datacore]")
+{
+    SmallTree tree;
+    CHECK(read(tree.root, "",
+               parse(R"({"root": {"a": {"c": {"data": "30"}}, "unknown": {"data": 1}, "class": "X",
+                                  "data": ["7", "8"]}})")));
+    CHECK(tree.c.getData() == QStringLiteral("30"));
+    CHECK(tree.a.getData() == QStringLiteral("2"));
+    CHECK(tree.b.getData() == QStringLiteral("1"));
+    CHECK(tree.root.getDataCount() == 2);
+    CHECK(tree.root.getClassName() == QStringLiteral("DatacoreBase"));
+    CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.root, &tree.c});
+
+    CHECK(read(tree.root, "a", parse(R"({"a": {"data": "20", "c": {"data": null}}})"), true));
+    CHECK(tree.a.getData() == QStringLiteral("20"));
+    CHECK(tree.c.getDataCount() == 0);
+    CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.a, &tree.c});
+}
+
+TEST_CASE("Objects of another shape are refused or read as empty", "[datacore]")
+{
+    SmallTree tree;
+    const QJsonObject before = write(tree.root, "", false, true);
+    CHECK_FALSE(read(tree.root, "", parse("{}")));
+    CHECK_FALSE(read(tree.root, "", parse(R"({"a": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "", parse(R"({"a": {"data": "9"}, "root": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "a", parse(R"({"root": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "d", parse(R"({"d": {"data": "9"}})")));
+    for (const char* content : {"null", "5", "[]", R"("text")", R"({"a": 5, "b": [], "z": {}})"}) {
+        CHECK(read(tree.root, "", parse(QByteArray(R"({"root": )") + content + '}')));
+    }
+    CHECK(write(tree.root, "", false, true) == before);
+    CHECK(tree.root.takeChangedList().empty());
+}
+
+TEST_CASE("Names beyond ASCII are found and come back", "[datacore]")
+{
+    // In an order in which UTF-16 units and code points disagree.
+    const QStringList names{QStringLiteral("z"),      QStringLiteral("µ"),
+                            QStringLiteral("\uFF21"), QStringLiteral("\U0001F3A5"),
+                            QStringLiteral("日本"),   QStringLiteral("a b.c")};
+    DatacoreBase root(QStringLiteral("é"), nullptr);
+    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    for (const QString& name : names) {
+        nodes.push_back(std::make_unique<DatacoreBase>(name, &root, name));
+    }
+    const QJsonObject json = parse(toText(write(root, "", true, true)));
+    for (const auto& node : nodes) {
+        CHECK(root.findDatacore(node->getInstanceName()) == node.get());
+        node->setData(QStringLiteral("other"));
+    }
+    CHECK(read(root, "", json, true));
+    for (const auto& node : nodes) {
+        CHECK(node->getData() == node->getInstanceName());
+    }
+}
+
+TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[datacore]")
+{
+    constexpr int levels = 1000;
+    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    QString path;
+    for (int i = 0; i < levels; ++i) {
+        const QString name = QStringLiteral("n%1").arg(i);
+        nodes.push_back(
+            std::make_unique<DatacoreBase>(name, i == 0 ? nullptr : nodes.back().get(), name));
+        path += i < 2 ? (i == 0 ? QString() : name) : QLatin1Char('/') + name;
+    }
+    DatacoreBase& root = *nodes.front();
+    DatacoreBase& leaf = *nodes.back();
+    CHECK(root.findDatacore(path) == &leaf);
+    CHECK(leaf.getPath() == QStringLiteral("n0/") + path);
+    root.clearChangeState();
+    CHECK(leaf.getChangeState() == 0);
+
+    const QJsonObject json = write(root, "", false, true);
+    for (const auto& node : nodes) {
+        node->setData(QStringLiteral("other"));
+    }
+    CHECK(root.takeChangedList().size() == levels);
+    CHECK(read(root, "", json));
+    CHECK(write(root, "", false, true) == json);
+    const std::vector<DatacoreBase*> changed = root.takeChangedList();
+    REQUIRE(changed.size() == levels);
+    CHECK(changed.front() == &root);
+    CHECK(changed.back() == &leaf);
+    CHECK(root.areChildrenValid());
+}
+
+TEST_CASE("A node of 100,000 children is written, read and found", "[datacore]")
+{
+    constexpr int count = 100000;
+    DatacoreBase root(QStringLiteral("root"), nullptr);
+    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    for (int i = 0; i < count; ++i) {
+        // A step that shares no factor with the count: each name once, in no order.
+        const QString name = QString::number(i * 77777LL % count);
+        nodes.push_back(std::make_unique<DatacoreBase>(name, &root, name));
+    }
+    const QJsonObject json = write(root, "", true, true);
+    for (const auto& node : nodes) {
+        node->setData(QStringLiteral("other"));
+    }
+    root.takeChangedList();
+    CHECK(read(root, "", json, true));
+    CHECK(root.takeChangedList() == root.getChildren());
+    int found = 0;
+    for (const auto& node : nodes) {
+        found += root.findDatacore(node->getInstanceName()) == node.get() &&
+                         node->getData() == node->getInstanceName()
+                     ? 1
+                     : 0;
+    }
+    CHECK(found == count);
+}
+
+TEST_CASE("Nodes may be destroyed in either order, with changes waiting", "[datacore]")
+{
+    // A subclass's members go before its base; a list of nodes may go from the front.
+    struct Owner : DatacoreBase
+    {
+        Owner()
+            : DatacoreBase(QStringLiteral("owner"), nullptr)
+        {
+        }
+        DatacoreBase first{QStringLiteral("first"), this};
+        DatacoreBase second{QStringLiteral("second"), &first};
+    };
+    {
+        auto owner = std::make_unique<Owner>();
+        owner->second.setData(QStringLiteral("1"));
+        owner->first.setData(QStringLiteral("1"));
+    }
+    for (const bool rootFirst : {true, false}) {
+        std::deque<std::unique_ptr<DatacoreBase>> nodes;
+        for (int i = 0; i < 100; ++i) {
+            nodes.push_back(std::make_unique<DatacoreBase>(
+                QString::number(i), nodes.empty() ? nullptr : nodes.front().get()));
+            nodes.back()->setData(QStringLiteral("1"));
+        }
+        if (rootFirst) {
+            nodes.pop_front();
+        } else {
+            nodes.resize(1);
+            CHECK(nodes.front()->takeChangedList().size() == 100);
+        }
+    }
+}

@@ -1,0 +1,218 @@
+// The elements of a node on their own, with an owner that counts what it is told.
+#include "infrastructure/datacore/DatacoreActiveStatusElement.h"
+#include "infrastructure/datacore/DatacoreClassnameElement.h"
+#include "infrastructure/datacore/DatacoreDataElement.h"
+#include "infrastructure/datacore/DatacoreValidStatusElement.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QJsonDocument>
+
+#include <deque>
+
+namespace {
+
+struct Owner : DatacoreElementPrivateInterface
+{
+    void elementPopulated() override { ++populated; }
+    void elementChangedLocally() override { ++changedLocally; }
+    int populated = 0;
+    int changedLocally = 0;
+};
+
+std::deque<QString> strings(std::initializer_list<const char*> texts)
+{
+    std::deque<QString> list;
+    for (const char* text : texts) {
+        list.push_back(QLatin1String(text));
+    }
+    return list;
+}
+
+QJsonObject parse(const QByteArray& text)
+{
+    QJsonParseError error;
+    const QJsonObject json = QJsonDocument::fromJson(text, &error).object();
+    REQUIRE(error.error == QJsonParseError::NoError);
+    return json;
+}
+
+} // namespace
+
+TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore]")
+{
+    Owner owner;
+    DatacoreClassnameElement classname(owner, QStringLiteral("Name"));
+    DatacoreDataElement data(owner, QStringLiteral("5"));
+    DatacoreValidStatusElement valid(owner);
+    DatacoreActiveStatusElement active(owner);
+    const QString path = QStringLiteral("further");
+    for (DatacoreElement* element :
+         std::initializer_list<DatacoreElement*>{&classname, &data, &valid, &active}) {
+        // In the just-data form all but the data answer before they look at anything.
+        const bool isData = element == &data;
+        DatacoreJsonMessages messages;
+        QJsonObject json;
+        CHECK(element->appendToJson(path, json, true, true, messages) != isData);
+        CHECK(element->populateFromJson(path, json, true, messages) != isData);
+        CHECK(element->populateFromJson(QString(), json, true, messages) != isData);
+        CHECK(messages.size() == (isData ? 3 : 0));
+
+        messages.clear();
+        CHECK_FALSE(element->appendToJson(path, json, false, true, messages));
+        CHECK(json.isEmpty());
+        CHECK_FALSE(element->populateFromJson(path, json, false, messages));
+        CHECK_FALSE(element->populateFromJson(QString(), json, false, messages));
+        REQUIRE(messages.size() == 3);
+        const int identifiers[] = {5, 5, 6};
+        for (int i = 0; i < 3; ++i) {
+            CHECK(messages[i].getType() == MessageBase::MessageType_Error);
+            CHECK(messages[i].getIdentifier() == identifiers[i]);
+        }
+        CHECK(element->appendToJson(QString(), json, false, true, messages));
+        CHECK(json.keys() == QStringList{element->getKey()});
+        CHECK(element->populateFromJson(QString(), json, false, messages));
+    }
+    CHECK(owner.populated + owner.changedLocally == 0);
+}
+
+TEST_CASE("Incoming data is a change where the values differ, and not where the form does",
+          "[datacore]")
+{
+    struct Row
+    {
+        std::deque<QString> held;
+        const char* incoming;
+        bool isChange;
+        std::deque<QString> result;
+    };
+    const Row rows[] = {
+        {{}, "null", false, {}},
+        {{}, "[]", false, {}},
+        {{}, R"("")", true, strings({""})},
+        {{}, R"("a")", true, strings({"a"})},
+        {{}, R"(["a"])", true, strings({"a"})},
+        {strings({""}), "null", true, {}},
+        {strings({""}), R"("")", false, strings({""})},
+        {strings({""}), "12", false, strings({""})}, // no string: taken as an empty one
+        {strings({"12"}), "12", true, strings({""})},
+        {strings({"true"}), "true", true, strings({""})},
+        {strings({"a"}), R"({"b": 1})", true, strings({""})},
+        {strings({"a"}), R"("a")", false, strings({"a"})},
+        {strings({"a"}), R"(["a"])", false, strings({"a"})},
+        {strings({"a"}), R"(["b"])", true, strings({"b"})},
+        {strings({"a"}), "[]", true, {}},
+        {strings({"a"}), "null", true, {}},
+        {strings({"a", "b"}), R"(["a", "b"])", false, strings({"a", "b"})},
+        {strings({"a", "b"}), R"(["a", "c"])", true, strings({"a", "c"})},
+        {strings({"a", "b"}), R"(["a"])", true, strings({"a"})},
+        {strings({"a", "b"}), R"("a")", true, strings({"a"})},
+        {strings({"a", "b"}), R"([1, null])", true, strings({"", ""})},
+        {strings({"", ""}), R"([1, null])", false, strings({"", ""})},
+        {strings({"a", "b"}), "null", true, {}},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.incoming);
+        Owner owner;
+        DatacoreDataElement element(owner, row.held);
+        REQUIRE(element.getValues() == row.held);
+        const QJsonObject json = parse(QByteArray(R"({"data": )") + row.incoming + '}');
+        DatacoreJsonMessages messages;
+        const LogCapture log;
+        CHECK(element.populateFromJson(QString(), json, false, messages));
+        CHECK(element.getValues() == row.result);
+        CHECK(element.getCount() == static_cast<int>(row.result.size()));
+        CHECK(owner.populated == (row.isChange ? 1 : 0));
+        const bool isFirstFill = row.held.empty() && json.begin().value().isString();
+        CHECK(log.lines() ==
+              (isFirstFill ? QStringList{QStringLiteral("error: 0 sized entry for data element")}
+                           : QStringList()));
+
+        // What was read is what a setter would have stored.
+        Owner setterOwner;
+        DatacoreDataElement setter(setterOwner, row.held);
+        setter.setValues(row.result);
+        CHECK(setter.getValues() == row.result);
+        CHECK(setterOwner.changedLocally == (row.isChange ? 1 : 0));
+        CHECK(setter.toJsonValue() == element.toJsonValue());
+    }
+}
+
+TEST_CASE("A null string is a value like any other empty one", "[datacore]")
+{
+    Owner owner;
+    DatacoreDataElement element(owner);
+    element.setValue(QString());
+    CHECK(element.getCount() == 1);
+    CHECK(element.toJsonValue() == QJsonValue(QString()));
+    element.setValue(QStringLiteral(""));
+    element.setValues({QString()});
+    CHECK(owner.changedLocally == 1);
+    element.setValues({});
+    CHECK(element.getCount() == 0);
+    CHECK(owner.changedLocally == 2);
+    CHECK(element.getValue(0).isEmpty());
+    CHECK(element.getValue(-1).isEmpty());
+}
+
+TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
+{
+    const QByteArray v4 =
+        R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
+    const QByteArray v5 =
+        R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 5, "type": 2}})";
+    const QByteArray a4 =
+        R"({"DatacoreActiveStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
+    struct Row
+    {
+        QByteArray incoming;
+        bool isChange; ///< from one message, (Error, 4)
+        std::vector<int> result;
+    };
+    const Row rows[] = {
+        {'[' + v4 + ']', false, {4}},
+        {'[' + a4 + ',' + v4 + ']', false, {4}}, // another class is no change
+        {"[1," + v4 + ']', true, {4}},           // what is no message is one
+        {'[' + v5 + ']', true, {5}},
+        {'[' + v4 + ',' + v5 + ']', true, {4, 5}},
+        {"[]", true, {}},
+        {'[' + a4 + ']', true, {}},
+        {"null", false, {4}}, // no array: ignored
+        {v5, false, {4}},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.incoming);
+        Owner owner;
+        DatacoreValidStatusElement element(owner);
+        element.setMessages({DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4)});
+        CHECK(owner.changedLocally == 1);
+        element.setMessages({DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4)});
+        CHECK(owner.changedLocally == 1);
+
+        DatacoreJsonMessages messages;
+        const QJsonObject json = parse(R"({"reasonsForBeingInvalid": )" + row.incoming + '}');
+        CHECK(element.populateFromJson(QString(), json, true, messages));
+        CHECK(owner.populated == 0); // not in the just-data form
+        CHECK(element.populateFromJson(QString(), json, false, messages));
+        CHECK(owner.populated == (row.isChange ? 1 : 0));
+        std::vector<int> identifiers;
+        for (const auto& message : element.getMessages()) {
+            identifiers.push_back(message.getIdentifier());
+        }
+        CHECK(identifiers == row.result);
+    }
+}
+
+TEST_CASE("A class name is written, set, and never read", "[datacore]")
+{
+    Owner owner;
+    DatacoreClassnameElement element(owner, QStringLiteral("A"));
+    DatacoreJsonMessages messages;
+    CHECK(element.populateFromJson(QString(), parse(R"({"class": "B"})"), false, messages));
+    CHECK(element.getClassName() == QStringLiteral("A"));
+    element.setClassName(QStringLiteral("A"));
+    CHECK(owner.changedLocally == 0);
+    element.setClassName(QStringLiteral("C"));
+    CHECK(owner.changedLocally == 1);
+    CHECK(element.toJsonValue().toString() == QStringLiteral("C"));
+}

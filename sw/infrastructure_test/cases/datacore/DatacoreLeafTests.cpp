@@ -1,0 +1,219 @@
+// Leaves of a boolean, a point and a MAC address.
+#include "infrastructure/datacore/DatacoreBool.h"
+#include "infrastructure/datacore/DatacoreMacAddress.h"
+#include "infrastructure/datacore/DatacorePoint.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonDocument>
+
+#include <limits>
+#include <random>
+
+namespace {
+
+using Octets = DatacoreMacAddress::Octets;
+
+QString name()
+{
+    return QStringLiteral("leaf");
+}
+
+std::deque<QString> strings(std::initializer_list<const char*> texts)
+{
+    std::deque<QString> list;
+    for (const char* text : texts) {
+        list.push_back(QLatin1String(text));
+    }
+    return list;
+}
+
+std::vector<int> reasons(const DatacoreBase& node)
+{
+    DatacoreValidStatusMessages messages;
+    node.isValid(messages);
+    std::vector<int> identifiers;
+    for (const auto& message : messages) {
+        CHECK(message.getType() == MessageBase::MessageType_Error);
+        identifiers.push_back(message.getIdentifier());
+    }
+    return identifiers;
+}
+
+void transfer(const DatacoreBase& from, DatacoreBase& to)
+{
+    QJsonObject json;
+    DatacoreJsonMessages messages;
+    REQUIRE(from.appendToJson(QString(), json, true, true, messages));
+    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
+    REQUIRE(to.populateFromJson(QString(), json, true, messages));
+}
+
+constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
+
+} // namespace
+
+TEST_CASE("A boolean is one of two texts", "[datacore]")
+{
+    DatacoreBool leaf(name(), nullptr);
+    CHECK(leaf.getClassName() == QStringLiteral("DatacoreBool"));
+    CHECK(leaf.getDataList() == strings({"false"}));
+    leaf.setDataBool(true);
+    CHECK(leaf.getDataList() == strings({"true"}));
+    CHECK(leaf.getDataBool());
+    CHECK(leaf.isValid());
+    for (const char* bad : {"True", "1", "", " true", "falsey"}) {
+        leaf.setData(QLatin1String(bad));
+        CHECK(reasons(leaf) == std::vector<int>{10});
+        CHECK_FALSE(leaf.getDataBool());
+    }
+    leaf.setData(strings({"TRUE", "true", "x", "false"}));
+    CHECK(reasons(leaf) == std::vector<int>{10});
+    CHECK(leaf.getDataBools() == std::deque<bool>{false, true, false, false});
+    leaf.setDataBools({});
+    CHECK(leaf.isValid());
+    CHECK_FALSE(leaf.getDataBool());
+    const std::deque<bool> flags{true, false, true};
+    transfer(DatacoreBool(name(), nullptr, flags), leaf);
+    CHECK(leaf.getDataBools() == flags);
+    CHECK(leaf.isValid());
+}
+
+TEST_CASE("Points survive JSON, and texts of another shape are reported one by one", "[datacore]")
+{
+    DatacorePoint leaf(name(), nullptr);
+    CHECK(leaf.getClassName() == QStringLiteral("DatacorePoint"));
+    CHECK(leaf.getDataList() == strings({"0,0"}));
+    constexpr int low = std::numeric_limits<int>::min();
+    constexpr int high = std::numeric_limits<int>::max();
+    const std::deque<QPoint> points{{low, high}, {high, low}, {0, -1}, {-1, 0}};
+    bool ok = false;
+    for (const QPoint& point : points) {
+        transfer(DatacorePoint(name(), nullptr, point.x(), point.y()), leaf);
+        CHECK(leaf.getDataPoint(ok) == point);
+        CHECK(ok);
+    }
+    transfer(DatacorePoint(name(), nullptr, points), leaf);
+    CHECK(leaf.getDataPoints(ok) == points);
+    CHECK(ok);
+    leaf.setDataPoint(-7, 8);
+    CHECK(leaf.getDataList() == strings({"-7,8"}));
+
+    for (const char* bad : {"1,2,3", "1", "a,b", "", ",", "1,", ",2", "1,2,", "1.0,2", "1;2"}) {
+        CAPTURE(bad);
+        leaf.setData(QLatin1String(bad));
+        CHECK(reasons(leaf) == std::vector<int>{20});
+        CHECK(leaf.getDataPoint(ok) == QPoint());
+        CHECK_FALSE(ok);
+    }
+    leaf.setData(strings({"1,2,3", "5,6", "a,b"}));
+    CHECK(reasons(leaf) == std::vector<int>{20, 20});
+    CHECK(leaf.getDataPoints(ok) == std::deque<QPoint>{{0, 0}, {5, 6}, {0, 0}});
+    CHECK_FALSE(ok);
+    leaf.setDataPoints({{5, 6}, {7, 8}});
+    CHECK(leaf.isValid());
+    leaf.setDataPoints({});
+    CHECK(leaf.isValid());
+    leaf.getDataPoint(ok);
+    CHECK_FALSE(ok);
+}
+
+TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
+{
+    DatacoreMacAddress leaf(name(), nullptr, EXAMPLE);
+    CHECK(leaf.getClassName() == QStringLiteral("DatacoreMacAddress"));
+    CHECK(leaf.isValid());
+    CHECK(leaf.getData() == QStringLiteral("94106261820")); // 0x0015E92B993C
+    bool ok = false;
+    CHECK(leaf.getDataNumber(ok) == 0x0015E92B993C);
+    CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
+    using namespace Tessorn::Types;
+    CHECK(leaf.getDataMacAddressString(ok) == QStringLiteral("00:15:E9:2B:99:3C"));
+    CHECK(leaf.getDataMacAddressString(ok, Base_Decimal) == QStringLiteral("0:21:233:43:153:60"));
+    CHECK(leaf.getDataMacAddressString(ok, Base_Hexadecimal, '~') ==
+          QStringLiteral("00~15~E9~2B~99~3C"));
+    CHECK(ok);
+
+    leaf.setDataMacAddressSegmentsArray({EXAMPLE, {1, 2, 3, 4, 5, 6}});
+    CHECK(leaf.getDataMacAddressStringArray(ok) ==
+          strings({"00:15:E9:2B:99:3C", "01:02:03:04:05:06"}));
+    CHECK(leaf.getDataMacAddressSegmentsArray(ok).size() == 2);
+    CHECK(ok);
+    CHECK(leaf.isValid());
+}
+
+TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
+{
+    DatacoreMacAddress leaf(name(), nullptr);
+    CHECK(reasons(leaf) == std::vector<int>{32});
+    struct Row
+    {
+        const char* number;
+        std::vector<int> reasons;
+        bool ok; ///< has octets
+    };
+    const Row rows[] = {
+        {"1", {}, true},
+        {"281474976710654", {}, true},
+        {"281474976710655", {32}, true}, // broadcast
+        {"281474976710656", {32}, false},
+        {"18446744073709551615", {32}, false},
+        {"0", {32}, true},
+        {"-1", {6}, false},
+        {"00:15:E9:2B:99:3C", {6}, false},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.number);
+        leaf.setData(QLatin1String(row.number));
+        CHECK(reasons(leaf) == row.reasons);
+        bool ok = !row.ok;
+        leaf.getDataMacAddressSegments(ok);
+        CHECK(ok == row.ok);
+        leaf.getDataMacAddressString(ok);
+        CHECK(ok == row.ok);
+    }
+    leaf.setData(strings({"0", "5", "281474976710655"}));
+    CHECK(reasons(leaf) == std::vector<int>{32, 32});
+    leaf.setData(strings({"0", "x", "281474976710655"}));
+    CHECK(reasons(leaf) == std::vector<int>{6});
+    leaf.setDataMacAddressSegments({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
+    CHECK(reasons(leaf) == std::vector<int>{32});
+}
+
+TEST_CASE("A MAC address is read from text in either base", "[datacore]")
+{
+    using namespace Tessorn::Types;
+    std::mt19937 random(5);
+    DatacoreMacAddress leaf(name(), nullptr);
+    bool ok = false;
+    for (const Base base : {Base_Hexadecimal, Base_Decimal}) {
+        for (const char separator : {':', '-', '~', '.', ' ', '%', 'x'}) {
+            Octets octets{1};
+            for (std::size_t i = 1; i < octets.size(); ++i) {
+                octets[i] = static_cast<quint8>(random());
+            }
+            leaf.setDataMacAddressSegments(octets);
+            const QString text = leaf.getDataMacAddressString(ok, base, separator);
+            leaf.setDataMacAddressSegments({});
+            leaf.setDataMacAddressString(text, base, separator);
+            CHECK(leaf.getDataMacAddressSegments(ok) == octets);
+            CHECK(leaf.isValid());
+        }
+    }
+    leaf.setDataMacAddressString(QStringLiteral("0:15:e9:2b:99:3c"));
+    CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
+
+    for (const char* bad : {"", "5", "1:2:3:4:5", "1:2:3:4:5:6:7", "1:2:3:4:5:", ":1:2:3:4:5",
+                            "1:2:3:4:5:100", "1:2:3:4:5:001", "1:2:3:4:5:G", "1:2:3:4:5:+6",
+                            "1:2:3:4:5: 6", "1:2:3:4:5:-6", "1-2-3-4-5-6", "281474976710654"}) {
+        CAPTURE(bad);
+        leaf.setDataMacAddressSegments(EXAMPLE);
+        leaf.setDataMacAddressString(QLatin1String(bad));
+        CHECK_FALSE(leaf.isValid());
+    }
+    leaf.setDataMacAddressString(QStringLiteral("1:2:3:4:5:256"), Base_Decimal);
+    CHECK(leaf.getData() == QStringLiteral("1:2:3:4:5:256")); // kept, to be seen
+    CHECK_FALSE(leaf.isValid());
+    leaf.setDataMacAddressStringArray(strings({"1:2:3:4:5:6", "bad"}));
+    CHECK(leaf.getDataAt(0) == QString::number(0x010203040506));
+    CHECK(reasons(leaf) == std::vector<int>{6});
+}

@@ -1,0 +1,221 @@
+#include "infrastructure/datacore/DatacoreNumber.h"
+#include "infrastructure/datacore/DatacoreNumberLimits.h"
+#include "infrastructure/datacore/DatacoreNumberSet.h"
+#include "infrastructure/datacore/DatacoreNumberSetLimits.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonDocument>
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#define NUMBER_TYPES                                                                               \
+    short, int, long, long long, unsigned short, unsigned int, unsigned long, unsigned long long,  \
+        float, double
+
+namespace {
+
+QString name()
+{
+    return QStringLiteral("number");
+}
+
+std::vector<int> reasons(const DatacoreBase& node)
+{
+    DatacoreValidStatusMessages messages;
+    node.isValid(messages);
+    std::vector<int> identifiers;
+    for (const auto& message : messages) {
+        CHECK(message.getType() == MessageBase::MessageType_Error);
+        identifiers.push_back(message.getIdentifier());
+    }
+    return identifiers;
+}
+
+/// Writes one node to JSON text and reads another from it.
+void transfer(const DatacoreBase& from, DatacoreBase& to)
+{
+    QJsonObject json;
+    DatacoreJsonMessages messages;
+    REQUIRE(from.appendToJson(QString(), json, false, true, messages));
+    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
+    REQUIRE(to.populateFromJson(QString(), json, false, messages));
+}
+
+template <typename T>
+constexpr int NOT_CONVERTABLE = std::is_integral_v<T> ? 6 : 7;
+
+} // namespace
+
+TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
+{
+    using T = TestType;
+    using Limits = std::numeric_limits<T>;
+    std::deque<T> numbers{Limits::lowest(), Limits::max(), Limits::min(), T(0), T(1)};
+    if constexpr (std::is_floating_point_v<T>) {
+        numbers.insert(numbers.end(), {Limits::denorm_min(), Limits::epsilon(), T(1) / T(3), T(0.1),
+                                       std::nextafter(T(1), T(2)), -Limits::infinity()});
+    }
+    for (const T number : numbers) {
+        const DatacoreNumber<T> sent(name(), nullptr, number);
+        DatacoreNumber<T> received(name(), nullptr, T(2));
+        transfer(sent, received);
+        bool ok = false;
+        CHECK(received.getDataNumber(ok) == number);
+        CHECK(ok);
+        CHECK(received.isValid());
+    }
+    DatacoreNumberSetLimits<T> list(name(), nullptr);
+    transfer(DatacoreNumber<T>(name(), nullptr, numbers), list);
+    bool ok = false;
+    CHECK(list.getDataNumbers(ok) == numbers);
+    CHECK(ok);
+}
+
+TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", NUMBER_TYPES)
+{
+    using T = TestType;
+    const DatacoreNumber<T> number(name(), nullptr);
+    const DatacoreNumberSet<T> set(name(), nullptr);
+    const DatacoreNumberLimits<T> limits(name(), nullptr);
+    const DatacoreNumberSetLimits<T> setLimits(name(), nullptr);
+    for (const DatacoreNumber<T>* leaf : {&number, static_cast<const DatacoreNumber<T>*>(&set),
+                                          static_cast<const DatacoreNumber<T>*>(&limits),
+                                          static_cast<const DatacoreNumber<T>*>(&setLimits)}) {
+        CHECK(leaf->getDataList() == std::deque<QString>{QStringLiteral("0")});
+        CHECK(leaf->isValid());
+        CHECK(leaf->isActive());
+    }
+    CHECK(number.getClassName() == DatacoreNumber<T>::CLASSNAME());
+    CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
+    CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
+    CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
+    CHECK(limits.getMinimumValue() == std::numeric_limits<T>::lowest());
+    CHECK(limits.getMaximumValue() == std::numeric_limits<T>::max());
+}
+
+TEST_CASE("Class names of numbers go by their size", "[datacore]")
+{
+    CHECK(DatacoreNumber<short>::CLASSNAME() == QStringLiteral("DatacoreInt16"));
+    CHECK(DatacoreNumber<int>::CLASSNAME() == QStringLiteral("DatacoreInt32"));
+    CHECK(DatacoreNumber<long long>::CLASSNAME() == QStringLiteral("DatacoreInt64"));
+    CHECK(DatacoreNumber<long>::CLASSNAME() ==
+          QStringLiteral("DatacoreInt%1").arg(8 * sizeof(long)));
+    CHECK(DatacoreNumber<unsigned short>::CLASSNAME() == QStringLiteral("DatacoreUInt16"));
+    CHECK(DatacoreNumber<unsigned int>::CLASSNAME() == QStringLiteral("DatacoreUInt32"));
+    CHECK(DatacoreNumber<unsigned long long>::CLASSNAME() == QStringLiteral("DatacoreUInt64"));
+    CHECK(DatacoreNumber<unsigned long>::CLASSNAME() ==
+          QStringLiteral("DatacoreUInt%1").arg(8 * sizeof(long)));
+    CHECK(DatacoreNumber<float>::CLASSNAME() == QStringLiteral("DatacoreFloat"));
+    CHECK(DatacoreNumber<double>::CLASSNAME() == QStringLiteral("DatacoreDouble"));
+}
+
+TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacore]", NUMBER_TYPES)
+{
+    using T = TestType;
+    DatacoreNumberSetLimits<T> leaf(name(), nullptr);
+    leaf.setData(QStringLiteral("Not a number"));
+    CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
+    bool ok = true;
+    CHECK(leaf.getDataNumber(ok) == T(0));
+    CHECK_FALSE(ok);
+    leaf.setData({QStringLiteral("321"), QStringLiteral(""), QStringLiteral("456")});
+    CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
+    CHECK(leaf.getDataNumbers(ok) == std::deque<T>{T(321), T(0), T(456)});
+    CHECK_FALSE(ok);
+    leaf.setData({QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("1")});
+    CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 23}); // both stand as 0
+
+    DatacoreNumber<T> plain(name(), nullptr);
+    plain.setData(leaf.getDataList());
+    CHECK(reasons(plain) == std::vector<int>{NOT_CONVERTABLE<T>});
+    plain.setData(std::deque<QString>());
+    CHECK(plain.isValid());
+    CHECK(plain.getDataNumbers(ok).empty());
+    CHECK(ok);
+    plain.getDataNumber(ok);
+    CHECK_FALSE(ok);
+}
+
+TEST_CASE("Numbers are read as decimal and cut to their type", "[datacore]")
+{
+    bool ok = false;
+    CHECK(DatacoreNumber<short>::deserialise(QStringLiteral("99999"), ok) == -31073);
+    CHECK(ok);
+    CHECK(DatacoreNumber<unsigned short>::deserialise(QStringLiteral("65537"), ok) == 1);
+    CHECK(ok);
+    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("010"), ok) == 10);
+    CHECK(std::isinf(DatacoreNumber<float>::deserialise(QStringLiteral("1e300"), ok)));
+    CHECK(ok);
+    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("9223372036854775808"), ok) == 0);
+    CHECK_FALSE(ok);
+    for (const char* text : {"0x10", "1.0", "1e3", "1,000", "-", "1 2"}) {
+        DatacoreNumber<int>::deserialise(QLatin1String(text), ok);
+        CHECK_FALSE(ok);
+    }
+    CHECK(DatacoreNumber<unsigned int>::deserialise(QStringLiteral("-1"), ok) == 0);
+    CHECK_FALSE(ok);
+
+    DatacoreNumber<double> leaf(name(), nullptr);
+    leaf.setDataNumber(0.1);
+    CHECK(leaf.getData() == QStringLiteral("0.10000000000000000555"));
+    leaf.takeChangedList();
+    leaf.setDataNumber(0.1);
+    CHECK(leaf.takeChangedList().empty());
+}
+
+TEMPLATE_TEST_CASE("Duplicates are found", "[datacore]", NUMBER_TYPES)
+{
+    using T = TestType;
+    using Set = DatacoreNumberSet<T>;
+    CHECK(Set::areAllNumbersUnique({}));
+    CHECK(Set::areAllNumbersUnique({1}));
+    CHECK(Set::areAllNumbersUnique({3, 1, 2}));
+    CHECK_FALSE(Set::areAllNumbersUnique({2, 1, 2}));
+    Set leaf(name(), nullptr, {1, 2, 3});
+    CHECK(leaf.isValid());
+    leaf.setDataNumbers({1, 2, 2, 1, 2});
+    CHECK(reasons(leaf) == std::vector<int>{23});
+    leaf.setDataNumber(1);
+    CHECK(leaf.isValid());
+    CHECK(reasons(Set(name(), nullptr, {1, 1})) == std::vector<int>{23});
+    if constexpr (std::is_floating_point_v<T>) {
+        const T nan = std::numeric_limits<T>::quiet_NaN();
+        CHECK(Set::areAllNumbersUnique({nan, 1, nan, 2}));
+        CHECK_FALSE(Set::areAllNumbersUnique({nan, 1, nan, 1}));
+        CHECK_FALSE(Set::areAllNumbersUnique({T(0), T(-0.0)}));
+    }
+    std::deque<T> many;
+    for (int i = 0; i < 30000; ++i) {
+        many.push_back(static_cast<T>(i * 7 % 30000));
+    }
+    CHECK(Set::areAllNumbersUnique(many));
+    many.push_back(many[12345]);
+    CHECK_FALSE(Set::areAllNumbersUnique(many));
+}
+
+TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[datacore]",
+                   NUMBER_TYPES)
+{
+    using T = TestType;
+    DatacoreNumberLimits<T> leaf(name(), nullptr, T(5), T(10));
+    CHECK(reasons(leaf) == std::vector<int>{5}); // 0 lies outside from the start
+    leaf.setDataNumbers({5, 10});
+    CHECK(leaf.isValid());
+    leaf.setDataNumbers({11, 12, 13});
+    CHECK(reasons(leaf) == std::vector<int>{4, 4, 4});
+    leaf.setDataNumbers({4, 11, 7, 3, 12});
+    CHECK(reasons(leaf) == std::vector<int>{5, 4, 5, 4});
+    leaf.setData({QStringLiteral("x"), QStringLiteral("7")});
+    CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
+
+    DatacoreNumberSetLimits<T> set(name(), nullptr, T(5), T(10), {4, 11, 11});
+    CHECK(reasons(set) == std::vector<int>{23, 5, 4, 4});
+    set.setDataNumbers({6, 6});
+    CHECK(reasons(set) == std::vector<int>{23});
+
+    DatacoreNumberLimits<T> open(name(), nullptr);
+    open.setDataNumbers({std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max()});
+    CHECK(open.isValid());
+}

@@ -1,0 +1,498 @@
+// What a write does: validation upwards, hooks, change states and the list of changes.
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/LiteralDatacore.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+
+namespace {
+
+using Nodes = std::vector<DatacoreBase*>;
+
+DatacoreValidStatusMessage badValue()
+{
+    return DatacoreValidStatusMessage(MessageBase::MessageType_Error, 26);
+}
+
+/// Invalid while a value is "bad", inactive while a node below is invalid. Writes down what is
+/// called, and does what the case wants.
+template <typename Base>
+class Watched : public Base
+{
+public:
+    Watched(const QString& name, Base* parentNode, QStringList* callLog = nullptr)
+        : Base(name, parentNode, QStringLiteral("0"))
+        , calls(callLog)
+    {
+    }
+    std::function<void()> whenValid;
+    std::function<void()> whenChanged;
+    std::function<void()> whenValidating;
+
+protected:
+    void updateValidStatus(DatacoreValidStatusMessages& reasons) override
+    {
+        note("validate");
+        reasons.clear();
+        for (const QString& value : this->getDataList()) {
+            if (value == QStringLiteral("bad")) {
+                reasons.append(badValue());
+            }
+        }
+        run(whenValidating);
+    }
+    void updateActiveStatus(DatacoreActiveStatusMessages& reasons) override
+    {
+        reasons.clear();
+        if (!this->areChildrenValid()) {
+            reasons.append(DatacoreActiveStatusMessage(MessageBase::MessageType_Info, 5));
+        }
+    }
+    void onValid() override
+    {
+        note("valid");
+        run(whenValid);
+    }
+    void onChanged() override
+    {
+        note("changed");
+        run(whenChanged);
+    }
+
+private:
+    void note(const char* what)
+    {
+        if (calls != nullptr) {
+            calls->append(this->getInstanceName() + QLatin1Char(' ') + QLatin1String(what));
+        }
+    }
+    static void run(const std::function<void()>& action)
+    {
+        if (action) {
+            action();
+        }
+    }
+
+    QStringList* calls;
+};
+
+/// A root r, its children a and b, and c below a.
+struct WatchedTree
+{
+    QStringList calls;
+    Watched<DatacoreBase> r{QStringLiteral("r"), nullptr, &calls};
+    Watched<DatacoreBase> a{QStringLiteral("a"), &r, &calls};
+    Watched<DatacoreBase> b{QStringLiteral("b"), &r, &calls};
+    Watched<DatacoreBase> c{QStringLiteral("c"), &a, &calls};
+
+    WatchedTree() { r.clearChangeState(); }
+
+    bool read(const QJsonObject& content, const QString& path = QString(),
+              const QString& name = QStringLiteral("r"))
+    {
+        DatacoreJsonMessages messages;
+        return r.populateFromJson(path, QJsonObject{{name, content}}, false, messages);
+    }
+    std::vector<quint32> states() const
+    {
+        return {r.getChangeState(), a.getChangeState(), b.getChangeState(), c.getChangeState()};
+    }
+};
+
+QJsonObject data(const QString& value)
+{
+    return QJsonObject{{QStringLiteral("data"), value}};
+}
+
+} // namespace
+
+TEST_CASE("A write validates its node and all above, and enters its node alone", "[datacore]")
+{
+    WatchedTree tree;
+    tree.c.setData(QStringLiteral("1"));
+    // The hook of change is for changed nodes; the others were only passed through.
+    CHECK(tree.calls == QStringList{QStringLiteral("c validate"), QStringLiteral("c valid"),
+                                    QStringLiteral("c changed"), QStringLiteral("a validate"),
+                                    QStringLiteral("a valid"), QStringLiteral("r validate"),
+                                    QStringLiteral("r valid")});
+    CHECK(tree.states() == std::vector<quint32>{0, 0, 0, 2});
+    CHECK(tree.a.takeChangedList().empty());
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.c});
+    CHECK(tree.r.takeChangedList().empty());
+
+    tree.calls.clear();
+    tree.c.setData(QStringLiteral("1")); // the same
+    CHECK(tree.calls.isEmpty());
+    CHECK(tree.r.takeChangedList().empty());
+}
+
+TEST_CASE("A node whose status moves stands ahead of the one that caused it", "[datacore]")
+{
+    WatchedTree tree;
+    tree.c.setData(QStringLiteral("bad"));
+    // c's own status moved, so it entered itself; then a and r became inactive.
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.r, &tree.a, &tree.c});
+    CHECK(tree.states() == std::vector<quint32>{2, 2, 0, 2});
+    DatacoreValidStatusMessages reasons;
+    CHECK_FALSE(tree.c.isValid(reasons));
+    REQUIRE(reasons.size() == 1);
+    CHECK(reasons[0].getIdentifier() == 26);
+    DatacoreActiveStatusMessages inactive;
+    CHECK_FALSE(tree.r.isActive(inactive));
+    CHECK(inactive.size() == 1);
+    CHECK(tree.r.isValid());
+    CHECK_FALSE(tree.r.areChildrenValid());
+
+    tree.calls.clear();
+    tree.c.setData({QStringLiteral("bad"), QStringLiteral("1")});
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.c});
+    CHECK_FALSE(tree.calls.contains(QStringLiteral("c valid")));
+    tree.c.setData(QStringLiteral("1"));
+    CHECK(tree.r.isActive());
+    CHECK(tree.r.areChildrenValid());
+}
+
+TEST_CASE("Reading a tree validates each node once, and changes mark their origin", "[datacore]")
+{
+    WatchedTree tree;
+    QJsonObject a = data(QStringLiteral("1"));
+    a.insert(QStringLiteral("c"), data(QStringLiteral("1")));
+    QJsonObject content = data(QStringLiteral("1"));
+    content.insert(QStringLiteral("a"), a);
+    REQUIRE(tree.read(content));
+    CHECK(tree.calls.filter(QStringLiteral("validate")) ==
+          QStringList{QStringLiteral("c validate"), QStringLiteral("a validate"),
+                      QStringLiteral("r validate")});
+    CHECK(tree.states() == std::vector<quint32>{1, 1, 0, 1});
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.r, &tree.a, &tree.c});
+
+    tree.calls.clear();
+    REQUIRE(tree.read(content));
+    CHECK(tree.calls.isEmpty());
+
+    // A local change outlives what JSON does to it; what the status does is local.
+    tree.c.setData(QStringLiteral("2"));
+    REQUIRE(tree.read(data(QStringLiteral("3")), QStringLiteral("a/c"), QStringLiteral("c")));
+    CHECK(tree.c.getChangeState() == 2);
+    REQUIRE(tree.read(data(QStringLiteral("bad")), QStringLiteral("b"), QStringLiteral("b")));
+    CHECK(tree.b.getChangeState() == 2);
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.c, &tree.r, &tree.b});
+}
+
+TEST_CASE("Change states are cleared below a node, or on one alone", "[datacore]")
+{
+    WatchedTree tree;
+    for (Watched<DatacoreBase>* node : {&tree.r, &tree.a, &tree.b, &tree.c}) {
+        node->setData(QStringLiteral("1"));
+    }
+    tree.a.clearOwnChangeState();
+    CHECK(tree.states() == std::vector<quint32>{2, 0, 2, 2});
+    tree.a.clearChangeState();
+    CHECK(tree.states() == std::vector<quint32>{2, 0, 2, 0});
+    tree.r.clearChangeState();
+    CHECK(tree.states() == std::vector<quint32>{0, 0, 0, 0});
+    CHECK(tree.r.takeChangedList().size() == 4);
+}
+
+TEST_CASE("Reasons from a peer stay only where a class leaves them", "[datacore]")
+{
+    struct Mirror : DatacoreBase
+    {
+        using DatacoreBase::DatacoreBase;
+        void updateValidStatus(DatacoreValidStatusMessages&) override {}
+        void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
+        void onChanged() override
+        {
+            statesSeen.push_back(getChangeState());
+            clearOwnChangeState();
+        }
+        std::vector<quint32> statesSeen;
+    };
+    const QJsonObject json{
+        {QStringLiteral("n"),
+         QJsonObject{{QStringLiteral("reasonsForBeingInvalid"), QJsonArray{badValue().toJson()}}}}};
+    DatacoreJsonMessages messages;
+    Mirror mirror(QStringLiteral("n"), nullptr);
+    mirror.clearChangeState();
+    REQUIRE(mirror.populateFromJson(QString(), json, true, messages));
+    CHECK(mirror.isValid()); // the just-data form has no reasons
+    REQUIRE(mirror.populateFromJson(QString(), json, false, messages));
+    CHECK_FALSE(mirror.isValid());
+    mirror.setData(QStringLiteral("5"));
+    CHECK_FALSE(mirror.isValid());
+    CHECK(mirror.statesSeen == std::vector<quint32>{1, 2});
+
+    DatacoreBase plain(QStringLiteral("n"), nullptr);
+    plain.clearChangeState();
+    REQUIRE(plain.populateFromJson(QString(), json, false, messages));
+    CHECK(plain.isValid());
+    CHECK(plain.getChangeState() == 2);
+    CHECK(plain.takeChangedList() == Nodes{&plain});
+}
+
+TEST_CASE("Hooks may write to any node", "[datacore]")
+{
+    const QString done = QStringLiteral("done");
+    const auto hooks = {&Watched<DatacoreBase>::whenValid, &Watched<DatacoreBase>::whenChanged,
+                        &Watched<DatacoreBase>::whenValidating};
+    for (const auto hook : hooks) {
+        for (auto target : {&WatchedTree::r, &WatchedTree::a, &WatchedTree::b, &WatchedTree::c}) {
+            WatchedTree tree;
+            tree.a.*hook = [&] { (tree.*target).setData(done); };
+            tree.a.setData(QStringLiteral("1"));
+            CHECK((tree.*target).getData() == done);
+            Nodes changed = tree.r.takeChangedList();
+            CHECK(changed.size() == (target == &WatchedTree::a ? 1 : 2));
+            CHECK(std::count(changed.begin(), changed.end(), &(tree.*target)) == 1);
+            CHECK(std::count(changed.begin(), changed.end(), &tree.a) == 1);
+            for (DatacoreBase* node : changed) {
+                CHECK(node->takeChangedList().empty());
+            }
+        }
+    }
+}
+
+TEST_CASE("Hooks whose writes never settle are stopped with a log line", "[datacore]")
+{
+    WatchedTree tree;
+    int number = 0;
+    const auto writeTo = [&number](DatacoreBase& node) {
+        return [&number, &node] { node.setData(QString::number(++number)); };
+    };
+    tree.a.whenValid = writeTo(tree.b);
+    tree.a.whenChanged = writeTo(tree.a);
+    tree.b.whenValid = writeTo(tree.c);
+    tree.b.whenChanged = writeTo(tree.a);
+    tree.c.whenChanged = writeTo(tree.b);
+    {
+        const LogCapture log;
+        tree.a.setData(QStringLiteral("start"));
+        // One for each hook of the write that set it off.
+        REQUIRE(log.lines().size() == 2);
+        for (const QString& line : log.lines()) {
+            CHECK(line.startsWith(
+                QStringLiteral("error: Datacore hooks keep causing each other, stopped at r/")));
+        }
+    }
+    CHECK(tree.r.takeChangedList().size() == 3);
+
+    // Afterwards all is as before.
+    for (Watched<DatacoreBase>* node : {&tree.a, &tree.b, &tree.c}) {
+        node->whenValid = nullptr;
+        node->whenChanged = nullptr;
+    }
+    tree.calls.clear();
+    tree.c.setData(QStringLiteral("end"));
+    CHECK(tree.calls.contains(QStringLiteral("c changed")));
+    CHECK(tree.r.takeChangedList() == Nodes{&tree.c});
+}
+
+TEST_CASE("An exception from a hook passes through and leaves a working tree", "[datacore]")
+{
+    const auto fail = [] { throw 1; };
+    for (const auto hook : {&Watched<DatacoreBase>::whenValid, &Watched<DatacoreBase>::whenChanged,
+                            &Watched<DatacoreBase>::whenValidating}) {
+        WatchedTree tree;
+        tree.c.*hook = fail;
+        for (int i = 1; i < 2000; ++i) { // more often than hooks may be nested
+            CHECK_THROWS_AS(tree.c.setData(QString::number(i)), int);
+        }
+        CHECK_THROWS_AS(
+            tree.read({{QStringLiteral("a"), QJsonObject{{QStringLiteral("c"), data(QString())}}}}),
+            int);
+        tree.c.*hook = nullptr;
+        tree.calls.clear();
+        tree.c.setData(QStringLiteral("end"));
+        CHECK(tree.calls.contains(QStringLiteral("r validate")));
+        CHECK(tree.calls.contains(QStringLiteral("c changed")));
+        const Nodes changed = tree.r.takeChangedList();
+        CHECK(std::count(changed.begin(), changed.end(), &tree.c) == 1);
+    }
+}
+
+TEST_CASE("A new child may appear in a hook while its parent reads", "[datacore]")
+{
+    WatchedTree tree;
+    std::unique_ptr<DatacoreBase> born;
+    tree.a.whenChanged = [&] {
+        if (!born) {
+            born = std::make_unique<DatacoreBase>(QStringLiteral("aa"), &tree.r);
+        }
+    };
+    REQUIRE(tree.read({{QStringLiteral("a"), data(QStringLiteral("1"))},
+                       {QStringLiteral("aa"), data(QStringLiteral("2"))},
+                       {QStringLiteral("b"), data(QStringLiteral("3"))}}));
+    CHECK(born->getData() == QStringLiteral("2"));
+    CHECK(tree.b.getData() == QStringLiteral("3"));
+}
+
+TEST_CASE("A subclass can hold its updates back", "[datacore]")
+{
+    struct Held : Watched<DatacoreBase>
+    {
+        using Watched::Watched;
+        void hold(bool flag) { updatesSuppressed = flag; }
+    };
+    QStringList calls;
+    Held root(QStringLiteral("root"), nullptr, &calls);
+    DatacoreBase child(QStringLiteral("child"), &root);
+    root.hold(true);
+    child.setData(QStringLiteral("1"));
+    CHECK(calls.isEmpty());
+    root.hold(false);
+    root.setData(QStringLiteral("1"));
+    CHECK(calls.filter(QStringLiteral("validate")).size() == 1);
+    CHECK(root.takeChangedList() == Nodes{&child, &root});
+}
+
+TEST_CASE("Valid nodes are told depth first", "[datacore]")
+{
+    WatchedTree tree;
+    tree.b.setData(QStringLiteral("bad"));
+    tree.calls.clear();
+    tree.r.notifyValidRecursive();
+    CHECK(tree.calls == QStringList{QStringLiteral("c valid"), QStringLiteral("a valid"),
+                                    QStringLiteral("r valid")});
+}
+
+namespace {
+
+/// A tree of watched nodes of either kind, whose hooks write to other nodes by a fixed rule. Does
+/// what it is told by seeded numbers and writes down all that can be seen.
+template <typename Base>
+class Exercise
+{
+public:
+    explicit Exercise(quint32 seed)
+        : random(seed)
+    {
+        for (int i = 0; i < NODE_COUNT; ++i) {
+            Base* parent = i == 0 ? nullptr : nodes[below(static_cast<quint32>(i))].get();
+            // Some names come twice.
+            const QString name = QStringLiteral("n%1").arg(i == 17 ? 16 : i);
+            nodes.push_back(std::make_unique<Watched<Base>>(name, parent, &seen));
+            indices[nodes.back().get()] = i;
+        }
+        for (int i = 0; i < NODE_COUNT; i += 3) {
+            addHooks(*nodes[static_cast<std::size_t>(i)]);
+        }
+    }
+
+    QStringList run(int steps)
+    {
+        for (int step = 0; step < steps; ++step) {
+            act();
+        }
+        return seen;
+    }
+
+private:
+    static constexpr int NODE_COUNT = 40;
+
+    quint32 below(quint32 limit) { return static_cast<quint32>(random() % limit); }
+    Watched<Base>& anyNode() { return *nodes[below(NODE_COUNT)]; }
+    QString anyValue() { return below(4) == 0 ? QStringLiteral("bad") : QString::number(below(3)); }
+
+    /// Each hook writes a constant to some node, so that writes settle.
+    void addHooks(Watched<Base>& node)
+    {
+        const auto writeToAny = [this](const QString& value) {
+            Watched<Base>* target = &anyNode();
+            return [this, target, value] {
+                if (hookBudget > 0) {
+                    --hookBudget;
+                    target->setData(value);
+                }
+            };
+        };
+        node.whenValid = writeToAny(QStringLiteral("v"));
+        node.whenChanged = writeToAny(QStringLiteral("c"));
+        node.whenValidating = writeToAny(QStringLiteral("s"));
+    }
+
+    void act()
+    {
+        hookBudget = 20;
+        Base& node = anyNode();
+        DatacoreJsonMessages messages;
+        switch (below(8)) {
+        case 0:
+            node.setData({anyValue(), anyValue()});
+            break;
+        case 1:
+            note(node.takeChangedList());
+            break;
+        case 2:
+            node.clearChangeState();
+            break;
+        case 3: { // reading back a state of before
+            QJsonObject json;
+            node.appendToJson(QString(), json, below(2) == 0, true, messages);
+            states.push_back({&node, json});
+            break;
+        }
+        case 4:
+        case 5:
+            if (!states.empty()) {
+                const auto& [stored, json] = states[below(static_cast<quint32>(states.size()))];
+                seen.append(stored->populateFromJson(QString(), json, below(2) == 0, messages)
+                                ? QStringLiteral("read")
+                                : QStringLiteral("refused"));
+            }
+            break;
+        default:
+            node.setData(anyValue());
+            break;
+        }
+        QJsonObject json;
+        nodes[0]->appendToJson(QString(), json, false, true, messages);
+        seen.append(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
+        QString changeStates;
+        for (const auto& each : nodes) {
+            changeStates += QString::number(each->getChangeState());
+        }
+        seen.append(changeStates);
+        if (below(5) == 0) {
+            note(nodes[0]->takeChangedList());
+        }
+    }
+
+    void note(const std::vector<Base*>& changed)
+    {
+        QString line = QStringLiteral("changed:");
+        for (Base* node : changed) {
+            line += QStringLiteral(" %1").arg(indices[node]);
+        }
+        seen.append(line);
+    }
+
+    std::mt19937 random;
+    QStringList seen;
+    int hookBudget = 0;
+    std::vector<std::unique_ptr<Watched<Base>>> nodes;
+    std::map<Base*, int> indices;
+    std::vector<std::pair<Base*, QJsonObject>> states;
+};
+
+} // namespace
+
+TEST_CASE("The tree does in every step what its plainest form does", "[datacore]")
+{
+    for (quint32 seed = 1; seed <= 20; ++seed) {
+        CAPTURE(seed);
+        const QStringList expected = Exercise<LiteralDatacore>(seed).run(400);
+        const QStringList seen = Exercise<DatacoreBase>(seed).run(400);
+        REQUIRE(expected.size() > 2000);
+        REQUIRE(seen.size() == expected.size());
+        for (int i = 0; i < seen.size(); ++i) {
+            REQUIRE(seen[i] == expected[i]);
+        }
+    }
+}

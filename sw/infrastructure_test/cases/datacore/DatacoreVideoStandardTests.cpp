@@ -1,0 +1,134 @@
+// A leaf of video standards.
+#include "infrastructure/datacore/DatacoreVideoStandard.h"
+#include "infrastructure/utility/video/SupportedVideoStandards.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonDocument>
+
+namespace {
+
+using Standards = DatacoreVideoStandard::Standards;
+
+QString name()
+{
+    return QStringLiteral("standard");
+}
+
+std::vector<int> reasons(const DatacoreBase& node)
+{
+    DatacoreValidStatusMessages messages;
+    node.isValid(messages);
+    std::vector<int> identifiers;
+    for (const auto& message : messages) {
+        CHECK(message.getType() == MessageBase::MessageType_Error);
+        identifiers.push_back(message.getIdentifier());
+    }
+    return identifiers;
+}
+
+DatacoreVideoStandard::Standard supported(const char* description)
+{
+    const auto standard =
+        SupportedVideoStandards::getInstance().findByDescription(QLatin1String(description));
+    REQUIRE(standard);
+    return standard;
+}
+
+const char* const P50 = "1920x1080p50 YCbCr:422:10 3G A Rec.709";
+const char* const QUAD_P60 = "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709";
+
+} // namespace
+
+TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore][video]")
+{
+    DatacoreVideoStandard leaf(name(), nullptr);
+    CHECK(leaf.getClassName() == QStringLiteral("DatacoreVideoStandard"));
+    CHECK(leaf.getDataCount() == 0);
+    CHECK(leaf.isValid());
+    CHECK(leaf.getDataVideoStandard() == nullptr);
+    leaf.setDataVideoStandard(supported(P50));
+    leaf.setDataVideoStandard(nullptr);
+    CHECK(leaf.getDataCount() == 0);
+    CHECK(leaf.isValid());
+    CHECK(leaf.getDataVideoStandard() == nullptr);
+    CHECK(leaf.getDataVideoStandards().empty());
+    CHECK(DatacoreVideoStandard(name(), nullptr, nullptr).getDataCount() == 0);
+}
+
+TEST_CASE("A video standard is the four bytes of its first link", "[datacore][video]")
+{
+    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
+    CHECK(leaf.getData() == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.isValid());
+    const auto first = leaf.getDataVideoStandard();
+    REQUIRE(first);
+    CHECK(*first == *supported(P50));
+    CHECK(leaf.getDataVideoStandard() == first); // the same record
+
+    leaf.setDataVideoStandard(supported(QUAD_P60));
+    CHECK(leaf.getData() == QStringLiteral("151 203 128 1"));
+    CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
+    CHECK(leaf.getDataVideoStandard()->getPayloadIdentifiers().size() == 4);
+    CHECK(*first == *supported(P50)); // still the reader's own
+
+    // The bytes that were written are the ones that are read, another link's too.
+    leaf.setData(QStringLiteral("151 203 128 129"));
+    CHECK(leaf.getDataVideoStandard()->getPrimaryIdentifier()->getRawValue() == 0x97CB8081);
+}
+
+TEST_CASE("Supported video standards come back from a leaf through JSON", "[datacore][video]")
+{
+    Standards written;
+    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
+        if (!entry.standard->isSquareDivision()) {
+            written.push_back(entry.standard);
+        }
+    }
+    QJsonObject json;
+    DatacoreJsonMessages messages;
+    const DatacoreVideoStandard sender(name(), nullptr, written);
+    REQUIRE(sender.appendToJson(QString(), json, true, true, messages));
+    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
+    DatacoreVideoStandard receiver(name(), nullptr);
+    REQUIRE(receiver.populateFromJson(QString(), json, true, messages));
+    const Standards read = receiver.getDataVideoStandards();
+    REQUIRE(receiver.isValid());
+    REQUIRE(read.size() == written.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        REQUIRE(*read[i] == *written[i]);
+    }
+    REQUIRE(sender.getDataVideoStandards().size() == written.size());
+}
+
+TEST_CASE("Text that is no payload identifier makes one message each and gives null",
+          "[datacore][video]")
+{
+    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
+    for (const char* bad : {"", "137 201 128", "137 201 128 1 0", "137 201 128 256",
+                            " 137 201 128 1", "1 201 128 1", "0x89 201 128 1", P50}) {
+        CAPTURE(bad);
+        leaf.setData(QLatin1String(bad));
+        CHECK(reasons(leaf) == std::vector<int>{29});
+        CHECK(leaf.getDataVideoStandard() == nullptr);
+        CHECK(leaf.getDataVideoStandards() == Standards{nullptr});
+        leaf.setDataVideoStandard(supported(P50));
+        CHECK(leaf.isValid());
+        CHECK(*leaf.getDataVideoStandard() == *supported(P50));
+    }
+
+    leaf.setDataVideoStandards({supported(QUAD_P60), nullptr, supported(P50), nullptr});
+    CHECK(reasons(leaf) == std::vector<int>{29, 29});
+    const Standards read = leaf.getDataVideoStandards();
+    REQUIRE(read.size() == 4);
+    CHECK(*read[0] == *supported(QUAD_P60));
+    CHECK(read[1] == nullptr);
+    CHECK(*read[2] == *supported(P50));
+    CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
+
+    const DatacoreVideoStandard unknown(name(), nullptr,
+                                        std::make_shared<StandardFromPayloadIdentifier>(
+                                            StandardFromPayloadIdentifier::Identifiers()));
+    CHECK(reasons(unknown) == std::vector<int>{29});
+    CHECK(unknown.getDataVideoStandard() == nullptr);
+}

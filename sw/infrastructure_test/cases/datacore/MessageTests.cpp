@@ -1,0 +1,170 @@
+#include "infrastructure/datacore/DatacoreActiveStatusMessage.h"
+#include "infrastructure/datacore/DatacoreJsonMessage.h"
+#include "infrastructure/datacore/DatacoreValidStatusMessage.h"
+#include "infrastructure/datacore/MessageFactory.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCryptographicHash>
+#include <QJsonDocument>
+
+namespace {
+
+QJsonValue parse(const QByteArray& text)
+{
+    return QJsonDocument::fromJson('[' + text + ']').array().at(0);
+}
+
+QByteArray toText(const QJsonObject& json)
+{
+    return QJsonDocument(json).toJson(QJsonDocument::Compact);
+}
+
+/// All texts of a class in the form "4 Stored number is Oversized\n", for numbers up to 1000.
+template <typename Message>
+QByteArray listTexts(int& count)
+{
+    QByteArray list;
+    count = 0;
+    for (int identifier = -1; identifier <= 1000; ++identifier) {
+        const Message message(MessageBase::MessageType_Error, identifier);
+        if (message.hasText()) {
+            list += QByteArray::number(identifier) + ' ' + message.getText().toUtf8() + '\n';
+            ++count;
+        }
+    }
+    return list;
+}
+
+QByteArray sha256(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+}
+
+} // namespace
+
+TEST_CASE("The tables of message texts are complete", "[datacore]")
+{
+    // The sums are those of the instrument's published tables, taken with sha256sum.
+    int count = 0;
+    CHECK(sha256(listTexts<DatacoreJsonMessage>(count)) ==
+          "7e8bd1b820a3e59e10046aa605479e055f76acf724e8625ced2912acfc3afef6");
+    CHECK(count == 7);
+    CHECK(sha256(listTexts<DatacoreValidStatusMessage>(count)) ==
+          "409fa8333f310858b8803350c0a076716d96a30bd3626914fd89680a6eac4219");
+    CHECK(count == 45);
+    CHECK(sha256(listTexts<DatacoreActiveStatusMessage>(count)) ==
+          "3c8d4576d1d31a091b64db749b79f7d58f9e6f57693e35ef4925b9c8e254e402");
+    CHECK(count == 4);
+}
+
+TEST_CASE("A message has one JSON form, and comes back from it as it was", "[datacore]")
+{
+    CHECK(toText(DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4).toJson()) ==
+          R"({"DatacoreValidStatusMessage":{},"MessageBase":{"identifier":4,"type":2}})");
+
+    std::vector<std::unique_ptr<MessageBase>> sent;
+    for (const int identifier : {-1, 0, 2, 5, 6, 48, std::numeric_limits<int>::max()}) {
+        for (const int type : {2, 3, std::numeric_limits<int>::min()}) {
+            const auto messageType = static_cast<MessageBase::MessageType>(type);
+            sent.push_back(std::make_unique<DatacoreJsonMessage>(messageType, identifier));
+            sent.push_back(std::make_unique<DatacoreValidStatusMessage>(messageType, identifier));
+            sent.push_back(std::make_unique<DatacoreActiveStatusMessage>(messageType, identifier));
+        }
+    }
+    QJsonArray array;
+    for (const auto& message : sent) {
+        array.append(message->toJson());
+    }
+    const auto received = deserialiseMessages(array);
+    REQUIRE(received.size() == sent.size());
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        CHECK(received[i]->getClass() == sent[i]->getClass());
+        CHECK(received[i]->getType() == sent[i]->getType());
+        CHECK(received[i]->getIdentifier() == sent[i]->getIdentifier());
+        CHECK(received[i]->getText() == sent[i]->getText());
+        CHECK(received[i]->equals(*sent[i]));
+    }
+}
+
+TEST_CASE("What is no message is logged and left out", "[datacore]")
+{
+    struct Row
+    {
+        QByteArray entry;
+        QString line; ///< empty where the entry is a message
+    };
+    const QByteArray base = R"("MessageBase": {"identifier": 7, "type": 2})";
+    const Row rows[] = {
+        {"1.5", QStringLiteral("error: Not a serialised object, of QJson type: 2")},
+        {"null", QStringLiteral("error: Not a serialised object, of QJson type: 0")},
+        {"[]", QStringLiteral("error: Not a serialised object, of QJson type: 4")},
+        {"{}", QStringLiteral("error: Not recognised as a serialised message: ")},
+        {R"({"b": 1, "DatacoreJsonMessage": {}})",
+         QStringLiteral("error: Not recognised as a serialised message: DatacoreJsonMessage, b")},
+        {R"({"Other": {}, )" + base + "}",
+         QStringLiteral("error: Unsupported message type: MessageBase, Other")},
+        {R"({"DatacoreActiveStatusMessage": {}, )" + base + "}", QString()},
+    };
+    QJsonArray all;
+    QStringList lines;
+    for (const Row& row : rows) {
+        const QJsonValue entry = parse(row.entry);
+        all.append(entry);
+        const LogCapture log;
+        CHECK(deserialiseMessages({entry}).size() == (row.line.isEmpty() ? 1 : 0));
+        CHECK(log.lines() == (row.line.isEmpty() ? QStringList() : QStringList{row.line}));
+        lines += log.lines();
+    }
+    const LogCapture log;
+    const auto messages = deserialiseMessages(all);
+    REQUIRE(messages.size() == 1);
+    CHECK(messages[0]->getIdentifier() == 7);
+    CHECK(log.lines() == lines);
+}
+
+TEST_CASE("A message of several classes is of the first that the factory knows", "[datacore]")
+{
+    const auto messages = deserialiseMessages(
+        {parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreJsonMessage": 1, "MessageBase": 1})"),
+         parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreValidStatusMessage": 1,
+                   "MessageBase": {"identifier": "text"}})")});
+    REQUIRE(messages.size() == 2);
+    CHECK(messages[0]->getClass() == QStringLiteral("DatacoreJsonMessage"));
+    CHECK(messages[0]->getIdentifier() == -1); // a missing key leaves the default
+    CHECK(messages[0]->getType() == MessageBase::MessageType_Info);
+    CHECK(messages[1]->getClass() == QStringLiteral("DatacoreValidStatusMessage"));
+    CHECK(messages[1]->getIdentifier() == 0); // a key of another kind does not
+}
+
+TEST_CASE("A class makes a message of its own from an object of another", "[datacore]")
+{
+    const QJsonObject json = DatacoreValidStatusMessage(MessageBase::MessageType_Error, 6).toJson();
+    const LogCapture log;
+    const auto valid = DatacoreValidStatusMessage::makeFromJson(json);
+    CHECK(valid.getIdentifier() == 6);
+    CHECK(valid.getType() == MessageBase::MessageType_Error);
+    const auto active = DatacoreActiveStatusMessage::makeFromJson(json);
+    CHECK(active.getIdentifier() == DatacoreActiveStatusMessage::MessageContent_NoContent);
+    CHECK(active.getType() == MessageBase::MessageType_Info);
+    CHECK_FALSE(active.hasText());
+    CHECK(DatacoreValidStatusMessage::makeFromJson(active.toJson()).getIdentifier() == 0);
+    CHECK(log.lines().isEmpty());
+    CHECK(DatacoreJsonMessage::makeFromJson(json).getIdentifier() == -1);
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("error: Failed to construct a DatacoreJsonMessage from "
+                                     "DatacoreValidStatusMessage, MessageBase")});
+}
+
+TEST_CASE("Messages are equal by their numbers, whatever their class", "[datacore]")
+{
+    const DatacoreValidStatusMessage message(MessageBase::MessageType_Error, 5);
+    CHECK(message.equals(DatacoreActiveStatusMessage(MessageBase::MessageType_Error, 5)));
+    DatacoreValidStatusMessage other = message;
+    CHECK(other.equals(message));
+    other.setIdentifier(6);
+    CHECK_FALSE(other.equals(message));
+    other.setIdentifier(5);
+    other.setType(MessageBase::MessageType_Info);
+    CHECK_FALSE(other.equals(message));
+}

@@ -1,0 +1,221 @@
+// Frame rates and parameter sets of video on IP: which exist, their texts, their pixel groups.
+#include "infrastructure/ip/2110/SdiFrom2110.h"
+#include "infrastructure/ip/2110/VideoStandard2110Params.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <random>
+#include <set>
+
+using namespace Tessorn::IpTypes;
+
+namespace {
+
+VideoStandard2110Params makeParams(quint32 width, quint32 height, quint32 rate, bool interlaced,
+                                   bool segmented, quint32 denominator = 1000,
+                                   Sampling2110 sampling = Sampling2110_422YCbCr,
+                                   BitDepth2110 depth = BitDepth2110_10)
+{
+    return {width,
+            height,
+            sampling,
+            depth,
+            Colourimetry2110_Bt709,
+            FrameRate2110{rate, denominator},
+            TransferCurve2110_Sdr,
+            interlaced,
+            segmented};
+}
+
+bool isRateExpected(quint32 rate, quint32 denominator)
+{
+    const std::set<quint32> rates{24, 25, 30, 48, 50, 60, 96, 100, 120};
+    return rates.count(rate) != 0 &&
+           (denominator == 1000 || (denominator == 1001 && rate % 25 != 0));
+}
+
+/// One rule after the other, each of which can only take validity away.
+bool isExpectedValid(quint32 width, quint32 height, quint32 rate, quint32 denominator,
+                     bool interlaced, bool segmented)
+{
+    bool valid = true;
+    switch (height) {
+    case 720:
+        valid = width == 1280;
+        break;
+    case 1080:
+        valid = width == 1920 || width == 2048;
+        break;
+    case 2160:
+        valid = width == 3840 || width == 4096;
+        break;
+    default:
+        valid = false;
+    }
+    if (segmented && !interlaced) {
+        valid = false;
+    }
+    if (!isRateExpected(rate, denominator)) {
+        valid = false;
+    }
+    if (!interlaced) {
+        return valid;
+    }
+    if (!segmented && height == 1080 && width == 2048) {
+        valid = false;
+    }
+    if (height == 720 || height == 2160) {
+        valid = false;
+    }
+    return valid && rate <= 30 && (segmented || rate >= 25);
+}
+
+} // namespace
+
+TEST_CASE("A frame rate exists over 1000, and over 1001 where it is no multiple of 25", "[ip]")
+{
+    for (quint32 rate = 0; rate < 130; ++rate) {
+        for (const quint32 denominator : {0u, 1u, 999u, 1000u, 1001u, 1002u}) {
+            CAPTURE(rate, denominator);
+            const FrameRate2110 frameRate{rate, denominator};
+            CHECK(frameRate.isValid() == isRateExpected(rate, denominator));
+            CHECK(frameRate.is1001() == (denominator == 1001));
+        }
+    }
+    CHECK(FrameRate2110() == FrameRate2110{25, 1000});
+}
+
+TEST_CASE("A frame rate's text is read back, and no other text", "[ip]")
+{
+    for (const FrameRate2110& rate :
+         {FrameRate2110{24, 1001}, FrameRate2110{30, 1001}, FrameRate2110{48, 1001},
+          FrameRate2110{60, 1001}, FrameRate2110{24, 1000}, FrameRate2110{25, 1000},
+          FrameRate2110{60, 1000}}) {
+        bool ok = false;
+        CHECK(FrameRate2110::fromString(rate.toString(), &ok) == rate);
+        CHECK(ok);
+    }
+    bool ok = true;
+    CHECK(FrameRate2110::fromString(u"120", &ok) == FrameRate2110{60, 1000});
+    CHECK_FALSE(ok);
+    CHECK(FrameRate2110{60, 1001}.toString(true) == QStringLiteral("119.88"));
+    CHECK(FrameRate2110{120, 1001}.toString() == QStringLiteral("120000/1001"));
+    CHECK(FrameRate2110{25, 1000}.toString(true) == QStringLiteral("50"));
+}
+
+TEST_CASE("Parameters are valid where the instrument carries the standard", "[ip]")
+{
+    int validCount = 0;
+    for (const quint32 width : {0u, 400u, 720u, 1280u, 1920u, 2048u, 3840u, 4096u}) {
+        for (const quint32 height : {0u, 300u, 486u, 720u, 1080u, 2160u}) {
+            for (const quint32 rate :
+                 {0u, 23u, 24u, 25u, 29u, 30u, 48u, 50u, 60u, 96u, 100u, 120u}) {
+                for (const quint32 denominator : {1000u, 1001u, 1u}) {
+                    for (const int scan : {0, 1, 2, 3}) {
+                        const bool interlaced = (scan & 1) != 0;
+                        const bool segmented = (scan & 2) != 0;
+                        const auto params =
+                            makeParams(width, height, rate, interlaced, segmented, denominator);
+                        CAPTURE(width, height, rate, denominator, interlaced, segmented);
+                        REQUIRE(params.getParamsValid() == isExpectedValid(width, height, rate,
+                                                                           denominator, interlaced,
+                                                                           segmented));
+                        validCount += params.getParamsValid() ? 1 : 0;
+                    }
+                }
+            }
+        }
+    }
+    // Progressive: 5 sizes at 9 rates over 1000 and 6 over 1001. Interlaced: one size at 25, 30 and
+    // 29.97. Segmented: two sizes at 24, 25, 30, 23.98 and 29.97.
+    CHECK(validCount == 5 * 15 + 3 + 2 * 5);
+
+    // Standards that are on the air, and some that look like them.
+    CHECK(makeParams(1280, 720, 60, false, false).getParamsValid());
+    CHECK(makeParams(1920, 1080, 30, true, false).getParamsValid());
+    CHECK(makeParams(1920, 1080, 30, true, true).getParamsValid());
+    CHECK_FALSE(makeParams(2048, 1080, 30, true, false).getParamsValid());
+    CHECK_FALSE(makeParams(1920, 1080, 24, true, false).getParamsValid());
+    CHECK_FALSE(makeParams(4096, 2160, 30, true, true).getParamsValid());
+    CHECK_FALSE(makeParams(1920, 1080, 60, true, true).getParamsValid());
+    CHECK(VideoStandard2110Params().getParamsValid());
+    CHECK(VideoStandard2110Params() == makeParams(1920, 1080, 25, true, false));
+}
+
+TEST_CASE("Parameters are shown with the field rate of an interlaced picture", "[ip]")
+{
+    CHECK(VideoStandard2110Params().toString() ==
+          QStringLiteral("1920x1080 i 50 YCbCr:422:10 BT709 SDR"));
+    CHECK(makeParams(1920, 1080, 30, true, true, 1001).toString() ==
+          QStringLiteral("1920x1080 psf 29.97 YCbCr:422:10 BT709 SDR"));
+    CHECK(VideoStandard2110Params(3840, 2160, Sampling2110_444ICtCp, BitDepth2110_16Float,
+                                  Colourimetry2110_Bt2100, {60, 1001},
+                                  TransferCurve2110_Bt2100LinearHlg, false, false)
+              .toString() == QStringLiteral("3840x2160 p 59.94 ICtCp:444:16f BT2100 BT2100LINHLG"));
+}
+
+TEST_CASE("A pixel group holds its pixels' samples exactly", "[ip]")
+{
+    // Samples of a pixel, in halves, by sampling.
+    const quint32 halfSamples[] = {4, 6, 3, 6, 4, 3, 6, 4, 3, 6, 6, 2};
+    for (quint32 sampling = 0; sampling < 14; ++sampling) {
+        for (quint32 depth = 0; depth < 7; ++depth) {
+            const auto params = makeParams(1920, 1080, 25, false, false, 1000,
+                                           Sampling2110(sampling), BitDepth2110(depth));
+            CAPTURE(sampling, depth);
+            const bool is420 = sampling < 12 && halfSamples[sampling] == 3;
+            if (sampling > 11 || depth > 4 || (is420 && depth >= 3)) {
+                CHECK(params.pgroupOctets() == 0);
+                CHECK(params.pgroupPixels() == 0);
+                continue;
+            }
+            REQUIRE(params.pgroupPixels() > 0);
+            CHECK(params.pgroupOctets() * 16 ==
+                  params.pgroupPixels() * halfSamples[sampling] * toBits(BitDepth2110(depth)));
+        }
+    }
+    // SMPTE ST 2110-20:2017, tables 1 to 3: groups that are not the smallest whole number of
+    // octets.
+    const auto groupOf = [](Sampling2110 sampling, BitDepth2110 depth) {
+        const auto params = makeParams(1920, 1080, 25, false, false, 1000, sampling, depth);
+        return std::pair(params.pgroupOctets(), params.pgroupPixels());
+    };
+    CHECK(groupOf(Sampling2110_422YCbCr, BitDepth2110_10) == std::pair(5u, 2u));
+    CHECK(groupOf(Sampling2110_422YCbCr, BitDepth2110_8) == std::pair(4u, 2u));
+    CHECK(groupOf(Sampling2110_Rgb, BitDepth2110_10) == std::pair(15u, 4u));
+    CHECK(groupOf(Sampling2110_Rgb, BitDepth2110_12) == std::pair(9u, 2u));
+    CHECK(groupOf(Sampling2110_420YCbCr, BitDepth2110_8) == std::pair(6u, 4u));
+    CHECK(groupOf(Sampling2110_420YCbCr, BitDepth2110_10) == std::pair(15u, 8u));
+    CHECK(groupOf(Sampling2110_420YCbCr, BitDepth2110_12) == std::pair(9u, 4u));
+    CHECK(groupOf(Sampling2110_Key, BitDepth2110_10) == std::pair(5u, 4u));
+}
+
+TEST_CASE("Parameters survive their stored text, valid or not", "[ip]")
+{
+    CHECK(VideoStandard2110Params().serialise() ==
+          QStringLiteral("1920,1080,0,0,0,25/1000,0,true,false"));
+    std::mt19937 random(21);
+    const auto below = [&random](quint32 end) { return static_cast<quint32>(random() % end); };
+    for (int i = 0; i < 1000; ++i) {
+        const VideoStandard2110Params params(
+            static_cast<quint32>(random()), static_cast<quint32>(random()), Sampling2110(below(12)),
+            BitDepth2110(below(5)), Colourimetry2110(below(8)),
+            {static_cast<quint32>(random()), static_cast<quint32>(random())},
+            TransferCurve2110(below(10)), below(2) == 1, below(2) == 1);
+        bool ok = false;
+        const auto read = VideoStandard2110Params::deserialise(params.serialise(), ok);
+        REQUIRE(ok);
+        REQUIRE(read == params);
+        REQUIRE(read.getParamsValid() == params.getParamsValid());
+    }
+    for (const char16_t* bad :
+         {u"", u"1920,1080,0,0,0,25/1000,0,true", u"1920,1080,0,0,0,25/1000,0,true,false,",
+          u"1920,1080,12,0,0,25/1000,0,true,false", u"1920,1080,0,5,0,25/1000,0,true,false",
+          u"1920,1080,0,0,8,25/1000,0,true,false", u"1920,1080,0,0,0,25/1000,10,true,false",
+          u"1920,1080,0,0,0,25,0,true,false", u"1920,1080,0,0,0,25/1000/1,0,true,false",
+          u"1920,1080,0,0,0,25/1000,0,T,false", u"1920x1080 i 50 YCbCr:422:10 BT709 SDR"}) {
+        CAPTURE(QString::fromUtf16(bad));
+        bool ok = true;
+        CHECK(VideoStandard2110Params::deserialise(bad, ok) == VideoStandard2110Params());
+        CHECK_FALSE(ok);
+    }
+}

@@ -1,0 +1,115 @@
+// Filters for flows.
+#include "infrastructure/ip/flows/IpFlowSettings.h"
+#include "sw/infrastructure_test/Catch.h"
+
+using namespace Tessorn::IpTypes;
+
+namespace {
+
+FlowConfig makeFlow()
+{
+    FlowConfig flow(IpInterface_TessEth1);
+    flow.payloadType = 96;
+    flow.srcIpAddr = QHostAddress(QStringLiteral("192.168.0.1"));
+    flow.dstIpAddr = QHostAddress(QStringLiteral("239.1.2.3"));
+    flow.srcUdpPort = 5004;
+    flow.dstUdpPort = 5006;
+    flow.ssrc = 1234;
+    flow.protocol = IpProtocol_2110_30;
+    return flow;
+}
+
+} // namespace
+
+TEST_CASE("A filter without identity is null, whatever its protocol and interface", "[ip]")
+{
+    const IpFlowSettings settings;
+    CHECK(settings.isNull());
+    CHECK(settings.matchPayload);
+    CHECK(settings.protocol == IpProtocol_Other);
+
+    IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
+    CHECK(elsewhere.isNull());
+    CHECK(elsewhere.interface == IpInterface_TessEth1);
+    CHECK(elsewhere.protocol == IpProtocol_2110_40);
+    CHECK(elsewhere != settings);
+    CHECK(IpFlowSettings(IpInterface_TessEth1).protocol == IpProtocol_Other);
+
+    elsewhere.payloadType = 96; // does not count
+    CHECK(elsewhere.isNull());
+    for (bool IpFlowSettings::*flag :
+         {&IpFlowSettings::matchSrcIp, &IpFlowSettings::matchDstIp, &IpFlowSettings::matchSrcPort,
+          &IpFlowSettings::matchDstPort, &IpFlowSettings::matchSsrc}) {
+        IpFlowSettings flagged;
+        flagged.*flag = true;
+        CHECK_FALSE(flagged.isNull());
+    }
+    IpFlowSettings sent;
+    sent.ssrc = 1;
+    CHECK_FALSE(sent.isNull());
+}
+
+TEST_CASE("A filter from a flow takes its flags from the mask", "[ip]")
+{
+    for (quint32 mask = 0; mask <= IpMediaFlow::AllParams; ++mask) {
+        CAPTURE(mask);
+        const IpFlowSettings settings(makeFlow(), mask);
+        REQUIRE(settings.matchSrcIp == ((mask & 0x01) != 0));
+        REQUIRE(settings.matchDstIp == ((mask & 0x02) != 0));
+        REQUIRE(settings.matchSrcPort == ((mask & 0x04) != 0));
+        REQUIRE(settings.matchDstPort == ((mask & 0x02) != 0)); // follows the address
+        REQUIRE(settings.matchPayload == ((mask & 0x10) != 0));
+        REQUIRE(settings.matchSsrc == ((mask & 0x20) != 0));
+    }
+    const IpFlowSettings settings(makeFlow(), 0);
+    CHECK(settings.payloadType == 96);
+    CHECK(settings.srcIpAddr == makeFlow().srcIpAddr);
+    CHECK(settings.dstIpAddr == makeFlow().dstIpAddr);
+    CHECK(settings.srcUdpPort == 5004);
+    CHECK(settings.dstUdpPort == 5006);
+    CHECK(settings.ssrc == 1234);
+    CHECK(settings.protocol == IpProtocol_2110_30);
+    CHECK(settings.interface == IpInterface_TessEth1);
+
+    const IpFlowSettings ofNull(FlowConfig(IpInterface_TessEth1), IpMediaFlow::AllParams);
+    CHECK(ofNull.isNull());
+    CHECK_FALSE(ofNull.matchPayload);
+    CHECK(ofNull.interface == IpInterface_TessEth1);
+}
+
+TEST_CASE("Filters match where both of them ask for the same", "[ip]")
+{
+    const IpFlowSettings null;
+    const IpFlowSettings all(makeFlow(), IpMediaFlow::AllParams);
+    CHECK(settingsMatch(null, IpFlowSettings(IpInterface_TessEth1, IpProtocol_2110_40)));
+    CHECK_FALSE(settingsMatch(null, all));
+    CHECK_FALSE(settingsMatch(all, null));
+    CHECK(settingsMatch(all, all));
+
+    struct Row
+    {
+        void (*change)(IpFlowSettings&);
+        bool IpFlowSettings::*flag;
+    };
+    const Row rows[] = {
+        {[](IpFlowSettings& s) { s.srcIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchSrcIp},
+        {[](IpFlowSettings& s) { s.dstIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchDstIp},
+        {[](IpFlowSettings& s) { ++s.srcUdpPort; }, &IpFlowSettings::matchSrcPort},
+        {[](IpFlowSettings& s) { ++s.dstUdpPort; }, &IpFlowSettings::matchDstPort},
+        {[](IpFlowSettings& s) { ++s.ssrc; }, &IpFlowSettings::matchSsrc},
+        {[](IpFlowSettings& s) { ++s.payloadType; }, &IpFlowSettings::matchPayload},
+    };
+    for (const Row& row : rows) {
+        IpFlowSettings other = all;
+        row.change(other);
+        CHECK_FALSE(settingsMatch(all, other));
+        other.*row.flag = false; // asked for by one side only
+        CHECK(settingsMatch(all, other));
+        CHECK(settingsMatch(other, all));
+    }
+    IpFlowSettings other = all;
+    other.protocol = IpProtocol_2022_6;
+    other.interface = IpInterface_TessEth0;
+    CHECK(settingsMatch(all, other));
+    CHECK(all != other);
+}

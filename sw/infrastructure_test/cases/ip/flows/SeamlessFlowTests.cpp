@@ -1,0 +1,78 @@
+// The flows of two interfaces seen as one.
+#include "infrastructure/ip/flows/SeamlessFlow.h"
+#include "infrastructure/ip/flows/TxMedia2110.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <limits>
+
+using namespace Tessorn::IpTypes;
+
+namespace {
+
+SeamlessFlow makeFlow(quint32 ssrc, quint32 channelCount, quint32 packetTime,
+                      IpInterface interface = IpInterface_TessEth0)
+{
+    SeamlessFlow flow;
+    flow.flow = FlowConfig(interface);
+    flow.flow.ssrc = ssrc;
+    flow.channelCount = channelCount;
+    flow.packetTime = packetTime;
+    return flow;
+}
+
+} // namespace
+
+TEST_CASE("A flow is completed from its partner on the other interface", "[ip]")
+{
+    std::vector<SeamlessFlow> flows{makeFlow(0, 2, 255), makeFlow(11, 8, 3),
+                                    makeFlow(12, 4, 0, IpInterface_TessEth1),
+                                    makeFlow(13, 6, 255, IpInterface_TessEth1)};
+    flows[0].flowField1 = 9;
+    flows[0].flow.protocol = IpProtocol_2110_30;
+
+    const SeamlessFlow first = mergedFlow(flows, 0);
+    CHECK(first.flow.ssrc == 12);
+    CHECK(first.flow.interface == IpInterface_TessEth1);
+    CHECK(first.flow.protocol == IpProtocol_2110_30);
+    CHECK(first.channelCount == 4);
+    CHECK(first.packetTime == 0);
+    CHECK(first.flowField1 == 9);
+
+    const SeamlessFlow second = mergedFlow(flows, 1);
+    CHECK(second.flow == flows[1].flow); // has an identity of its own
+    CHECK(second.channelCount == 8);
+    CHECK(second.packetTime == 3);
+
+    CHECK(mergedFlow(flows, 2) == flows[2]);
+    const SeamlessFlow fourth = mergedFlow(flows, 3);
+    CHECK(fourth.flow.ssrc == 13);
+    CHECK(fourth.channelCount == 8);
+    CHECK(fourth.packetTime == 3);
+}
+
+TEST_CASE("A flow without a partner stands as it is, and none is made up", "[ip]")
+{
+    const std::vector<SeamlessFlow> one{makeFlow(0, 2, 255)};
+    CHECK(mergedFlow(one, 0) == one[0]);
+    for (const int index :
+         {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        CHECK(mergedFlow(one, index) == SeamlessFlow());
+    }
+    CHECK(mergedFlow({}, 0) == SeamlessFlow());
+
+    const std::vector<SeamlessFlow> nulls{makeFlow(0, 1, 255), makeFlow(0, 1, 255),
+                                          makeFlow(0, 1, 255)};
+    CHECK(mergedFlow(nulls, 0) == nulls[0]);
+    CHECK(mergedFlow(nulls, 2) == nulls[2]);
+}
+
+TEST_CASE("Media of a transmitter is held by its base", "[ip]")
+{
+    TxMedia2110_Video video;
+    video.flow.enable = true;
+    const std::unique_ptr<TxMedia2110> held = std::make_unique<TxMedia2110_Video>(video);
+    REQUIRE(dynamic_cast<const TxMedia2110_Video*>(held.get()) != nullptr);
+    CHECK(static_cast<const TxMedia2110_Video&>(*held) == video);
+    CHECK(TxMedia2110_Video() != video);
+    CHECK(dynamic_cast<const TxMedia2110_Audio*>(held.get()) == nullptr);
+}

@@ -1,0 +1,91 @@
+#include "infrastructure/ipcore/IpCoreMessageExchange.h"
+#include "infrastructure/ipcore/TestIpCoreRoundJourneyTestMessage.h"
+#include "infrastructure/utility/NotificationReceiverInterface.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <thread>
+
+namespace {
+
+std::unique_ptr<IpCoreMessageBase> message(uint32_t instance)
+{
+    return std::make_unique<TestIpCoreRoundJourneyTestMessage>(7, instance);
+}
+
+} // namespace
+
+TEST_CASE("An exchange gives messages out in order and counts its space", "[ipcore]")
+{
+    IpCoreMessageExchange exchange("messagesFromScheduler", 3, 100);
+    CHECK(exchange.getName() == "messagesFromScheduler");
+    CHECK(exchange.capacity() == 3);
+    CHECK_FALSE(exchange.hasMessage());
+    CHECK(exchange.takeMessage() == nullptr);
+
+    for (uint32_t i = 0; i < 3; ++i) {
+        CHECK(exchange.spaceAvailable() == 3 - i);
+        exchange.acceptMessage(message(i));
+        CHECK(exchange.hasMessage());
+    }
+    CHECK(exchange.spaceAvailable() == 0);
+    CHECK(exchange.capacity() == 3);
+    for (uint32_t i = 0; i < 3; ++i) {
+        const std::unique_ptr<IpCoreMessageBase> taken = exchange.takeMessage();
+        REQUIRE(taken);
+        CHECK(taken->getIpCoreId() == 7);
+        CHECK(taken->getIpCoreInstance() == i);
+        const auto* test = dynamic_cast<const TestIpCoreRoundJourneyTestMessage*>(taken.get());
+        REQUIRE(test);
+        CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
+    }
+    CHECK(exchange.takeMessage() == nullptr);
+    exchange.acceptMessage(nullptr);
+    CHECK_FALSE(exchange.hasMessage());
+}
+
+TEST_CASE("A receiver is told of each message once it can be taken", "[ipcore]")
+{
+    struct Taker : NotificationReceiverInterface
+    {
+        void notify() override
+        {
+            ++calls;
+            taken = source->takeMessage(); // under no lock of the exchange
+        }
+        IpCoreMessageSource* source = nullptr;
+        int calls = 0;
+        std::unique_ptr<IpCoreMessageBase> taken;
+    };
+    Taker first;
+    Taker second;
+    IpCoreMessageExchange exchange("exchange", 1, 100, &first);
+    first.source = second.source = &exchange;
+
+    exchange.acceptMessage(message(1));
+    CHECK(first.calls == 1);
+    REQUIRE(first.taken);
+    CHECK(first.taken->getIpCoreInstance() == 1);
+
+    exchange.setNotificationReceiver(&second);
+    exchange.acceptMessage(message(2));
+    exchange.setNotificationReceiver(nullptr);
+    exchange.acceptMessage(message(3));
+    CHECK(first.calls == 1);
+    CHECK(second.calls == 1);
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 3);
+}
+
+TEST_CASE("A full exchange holds its sender until a message is taken", "[ipcore]")
+{
+    IpCoreMessageExchange exchange("exchange", 1, 1);
+    exchange.acceptMessage(message(1));
+    std::atomic<bool> sent{false};
+    std::thread sender([&] {
+        exchange.acceptMessage(message(2));
+        sent = true;
+    });
+    CHECK_FALSE(sent);
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
+    sender.join();
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 2);
+}

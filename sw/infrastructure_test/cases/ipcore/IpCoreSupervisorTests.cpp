@@ -1,0 +1,200 @@
+#include "infrastructure/ipcore/IpCoreMessageExchange.h"
+#include "infrastructure/ipcore/IpCoreSupervisor.h"
+#include "infrastructure/ipcore/TestIpCoreMessageAdaptor.h"
+#include "infrastructure/ipcore/TestIpCoreRoundJourneyTestMessage.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <thread>
+
+namespace {
+
+constexpr int64_t PERIOD_MS = 5;
+
+class NumberedMessage : public TestIpCoreRoundJourneyTestMessage
+{
+public:
+    NumberedMessage(uint32_t coreId, uint32_t coreInstance, uint32_t messageNumber)
+        : TestIpCoreRoundJourneyTestMessage(coreId, coreInstance)
+        , number(messageNumber)
+    {
+    }
+    const uint32_t number;
+};
+
+/// Sends each message back as it is.
+class EchoProcessor : public IpCoreMessageProcessorBase
+{
+public:
+    EchoProcessor(uint32_t coreId, uint32_t coreInstance)
+        : id(coreId)
+        , instance(coreInstance)
+    {
+    }
+    uint32_t getIpCoreId() const override { return id; }
+    uint32_t getIpCoreInstance() const override { return instance; }
+    void processMessage(IpCoreMessageSink& sink,
+                        std::unique_ptr<IpCoreMessageBase>& message) override
+    {
+        sink.acceptMessage(std::move(message));
+    }
+
+private:
+    uint32_t id;
+    uint32_t instance;
+};
+
+/// Waits for the next message; null where none comes for long.
+std::unique_ptr<IpCoreMessageBase> waitForMessage(IpCoreMessageSource& source)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (auto message = source.takeMessage()) {
+            return message;
+        }
+        std::this_thread::yield();
+    }
+    return nullptr;
+}
+
+/// Sends messages from one thread and takes them back on this one, both exchanges being full when
+/// the taking begins.
+void makeRoundJourneys(uint32_t count)
+{
+    IpCoreMessageExchange fromScheduler("messagesFromScheduler", 4, 100);
+    IpCoreMessageExchange toScheduler("messagesToScheduler", 3, 100);
+    EchoProcessor first(1, 0);
+    EchoProcessor second(1, 9);
+    EchoProcessor third(4000000000u, 0);
+    IpCoreMessageProcessorBase* const processors[] = {&first, &second, &third};
+    IpCoreSupervisor supervisor(toScheduler, fromScheduler, {&first, &second, &third}, "supervisor",
+                                PERIOD_MS);
+    supervisor.startThread();
+
+    std::thread scheduler([&] {
+        for (uint32_t i = 0; i < count; ++i) {
+            const auto* to = processors[i % 3];
+            fromScheduler.acceptMessage(
+                std::make_unique<NumberedMessage>(to->getIpCoreId(), to->getIpCoreInstance(), i));
+        }
+    });
+    while (fromScheduler.spaceAvailable() > 0 || toScheduler.spaceAvailable() > 0) {
+        std::this_thread::yield();
+    }
+
+    uint32_t wrong = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        const auto message = waitForMessage(toScheduler);
+        const auto* numbered = dynamic_cast<const NumberedMessage*>(message.get());
+        if (!numbered) {
+            INFO("message " << i << " did not come back");
+            REQUIRE(numbered);
+        }
+        wrong += numbered->number != i ||
+                 numbered->getIpCoreInstance() != processors[i % 3]->getIpCoreInstance();
+    }
+    scheduler.join();
+    supervisor.stopThread();
+    CHECK(wrong == 0);
+    CHECK_FALSE(toScheduler.hasMessage());
+    CHECK_FALSE(fromScheduler.hasMessage());
+}
+
+} // namespace
+
+TEST_CASE("Messages reach the processor of their core, and its own come out", "[ipcore]")
+{
+    IpCoreMessageExchange fromScheduler("messagesFromScheduler", 16, 100);
+    IpCoreMessageExchange toScheduler("messagesToScheduler", 2, 100);
+    TestIpCoreMessageAdaptor adaptor(3);
+    EchoProcessor other(2, 3);
+    const LogCapture log;
+    {
+        IpCoreSupervisor supervisor(toScheduler, fromScheduler, {&adaptor, nullptr, &other},
+                                    "supervisor", PERIOD_MS);
+        for (const auto& [id, instance] :
+             {std::pair(0u, 3u), {0u, 4u}, {1u, 3u}, {2u, 4u}, {0u, 3u}}) {
+            fromScheduler.acceptMessage(
+                std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
+        }
+        CHECK(fromScheduler.spaceAvailable() == 11); // idle until it is started
+        supervisor.startThread();
+
+        for (int pass = 0; pass < 3; ++pass) {
+            const auto message = waitForMessage(toScheduler);
+            REQUIRE(message);
+            CHECK(message->getIpCoreId() == 0);
+            CHECK(message->getIpCoreInstance() == 3);
+            const auto* test = dynamic_cast<const TestIpCoreMessage*>(message.get());
+            REQUIRE(test);
+            CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
+        }
+        CHECK(adaptor.getMessageCount() == 2);
+        CHECK_FALSE(fromScheduler.hasMessage());
+
+        // It blocks on a full sink, and so would its end.
+        std::atomic<bool> stopped{false};
+        std::thread drain([&] {
+            while (!stopped) {
+                toScheduler.takeMessage();
+                std::this_thread::yield();
+            }
+        });
+        supervisor.stopThread();
+        stopped = true;
+        drain.join();
+    }
+    fromScheduler.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(0, 3));
+    CHECK(fromScheduler.hasMessage()); // nobody is there, and nobody is told
+    CHECK(log.lines() == QStringList{QStringLiteral("info: Supervisor Thread started "
+                                                    "[supervisor]")});
+}
+
+TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
+{
+    struct Generator : EchoProcessor
+    {
+        using EchoProcessor::EchoProcessor;
+        void generateMessages(IpCoreMessageSink& sink) override
+        {
+            sink.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(
+                getIpCoreId(), getIpCoreInstance()));
+        }
+    };
+    struct OnePass : IpCoreSupervisor
+    {
+        using IpCoreSupervisor::IpCoreSupervisor;
+        using IpCoreSupervisor::supervisorLoopStep;
+    };
+    IpCoreMessageExchange in("in", 8, 100);
+    IpCoreMessageExchange out("out", 8, 100);
+    Generator a(2, 0);
+    Generator b(1, 5);
+    Generator c(1, 0);
+    Generator again(2, 0);
+    EchoProcessor silent(1, 2);
+    const LogCapture log;
+    OnePass supervisor(out, in, {&a, &silent, &b, &c, &again}, "supervisor", 0);
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("error: IP core 2 instance 0 has two processors, using the "
+                                     "later")});
+    in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 2));
+    supervisor.supervisorLoopStep();
+    std::vector<std::string> order;
+    while (const auto message = out.takeMessage()) {
+        order.push_back(message->toString());
+    }
+    CHECK(order == std::vector<std::string>{
+                       "round journey, core 1 instance 2", "round journey, core 1 instance 0",
+                       "round journey, core 1 instance 5", "round journey, core 2 instance 0"});
+}
+
+TEST_CASE("No message is lost between full exchanges", "[ipcore]")
+{
+    makeRoundJourneys(20000);
+}
+
+TEST_CASE("A million messages pass between full exchanges without loss", "[ipcore][.][long]")
+{
+    makeRoundJourneys(1000000);
+}

@@ -1,0 +1,227 @@
+#include "infrastructure/platform/SfpConfigParser.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QJsonDocument>
+
+namespace {
+
+using Values = SfpTransceiverConfig::Values;
+
+const QByteArray BOARD = R"({"VoltageSwingCode": [1, 2, 3, 4], "PreCursorCode": 5,
+                             "PostCursorCode": [6, 7, 8, 4294967295],
+                             "ReclockerSettings": [9, 10, 11, 12]})";
+const SfpTransceiverConfig BOARD_CONFIG = {
+    {1, 2, 3, 4}, {5, 5, 5, 5}, {6, 7, 8, 4294967295}, {9, 10, 11, 12}};
+
+QByteArray fileOf(const QByteArray& sfps)
+{
+    return R"({"configRevision": 4, "supportedSfps": [)" + sfps + "]}";
+}
+
+/// A file with one module, whose "Boards" and further members are given.
+QByteArray moduleFile(const QByteArray& boards, const QByteArray& more = {})
+{
+    return fileOf(R"({"Vendor": "V", "PartNumber": "P", "SDI": false, "Rate": "1G", "Boards": )" +
+                  boards + (more.isEmpty() ? "" : ", " + more) + "}");
+}
+
+SfpConfigParser parserFor(const char* boardId, int model = 0)
+{
+    return SfpConfigParser(QLatin1String(boardId), QByteArray(boardId).toUInt(), model);
+}
+
+SupportedSfp parseOne(const SfpConfigParser& parser, const QByteArray& data)
+{
+    std::vector<SupportedSfp> sfps;
+    REQUIRE(parser.parse(data, sfps));
+    REQUIRE(sfps.size() == 1);
+    return sfps.front();
+}
+
+} // namespace
+
+TEST_CASE("A module's fields are read, and the log says what is taken", "[platform]")
+{
+    const LogCapture log;
+    const SupportedSfp sfp =
+        parseOne(parserFor("3"), fileOf(R"({"Vendor": "ACME", "OUI": "009065", "PartNumber": "A-1",
+            "Revision": "G2", "SDI": true, "Rate": "1G10G", "ExcludeBoards": ["rel_b"],
+            "SDIConfig": {"MSA": true, "IO": "TXRX", "ConnectorTypeOverride": 4},
+            "Boards": {"3": )" + BOARD + "}}"));
+    CHECK(sfp.key() == QStringLiteral("ACME ,A-1;G2"));
+    CHECK(sfp.oui == QStringLiteral("009065"));
+    CHECK(sfp.sdi);
+    CHECK(sfp.rate == SfpRate_1G10G);
+    CHECK(sfp.boardGroupA);
+    CHECK_FALSE(sfp.boardGroupB);
+    CHECK(sfp.sdiConfig == SfpSdiConfig{true, QStringLiteral("TXRX"), 4});
+    CHECK(sfp.transceiver == BOARD_CONFIG);
+    CHECK(log.lines() == QStringList{QStringLiteral("info: SFP configuration file is rev: 4"),
+                                     QStringLiteral("info: Using configuration for board ID: 3"),
+                                     QStringLiteral("info: Adding support for SFP: ACME(A-1)")});
+}
+
+TEST_CASE("What a module leaves out takes a default, with a log line", "[platform]")
+{
+    const LogCapture log;
+    const SupportedSfp sfp = parseOne(parserFor("0"), fileOf(R"({"SDI": 1, "Rate": "40G",
+        "Boards": {}, "ExcludeBoards": [1, "rel_c", "rel_a"]})"));
+    CHECK(sfp.key() == QStringLiteral(" ,;"));
+    CHECK_FALSE(sfp.sdi);
+    CHECK(sfp.rate == SfpRate_Invalid);
+    CHECK_FALSE(sfp.boardGroupA); // the others in the array do not keep it from being read
+    CHECK(sfp.boardGroupB);
+    CHECK(log.contains(QStringLiteral("info: Cannot find valid SDI entry, using default")));
+    CHECK(log.contains(QStringLiteral("info: Cannot find valid rate entry, using default")));
+    CHECK(log.contains(QStringLiteral(
+        "info: No matching board data or config, falling back to internal defaults - ID: 0")));
+
+    const SupportedSfp sdi =
+        parseOne(parserFor("0"),
+                 fileOf(R"({"SDI": true, "Boards": {}, "SDIConfig": {"MSA": false, "IO": ""}})"));
+    CHECK_FALSE(sdi.sdiConfig.connectorTypeOverride.has_value());
+    CHECK(log.contains(
+        QStringLiteral("info: ConnectorTypeOverride field is not present in SDIConfig object - no "
+                       "override will be used")));
+}
+
+TEST_CASE("A module's settings come from the board's entry, its group's or the table", "[platform]")
+{
+    const QByteArray exact = R"("12": )" + BOARD;
+    const auto group = [](const char* name, int swing) {
+        return QByteArray("\"") + name + R"(": {"VoltageSwingCode": )" + QByteArray::number(swing) +
+               R"(, "PreCursorCode": 0, "PostCursorCode": 0, "ReclockerSettings": [0, 0, 0, 0]})";
+    };
+    const QByteArray a = group("rel_a_default", 100);
+    const QByteArray b = group("rel_b_default", 200);
+    struct Row
+    {
+        const char* board;
+        int model;
+        QByteArray boards;
+        uint32_t swing;
+        uint32_t firstPostCursor;
+    };
+    const Row rows[] = {
+        {"12", 0, exact + ',' + a + ',' + b, 1, 6},
+        {"11", 0, exact + ',' + a + ',' + b, 200, 0},
+        {"10", 0, a + ',' + b, 200, 0},
+        {"9", 0, a + ',' + b, 100, 0},
+        {"0", 1, a + ',' + b, 100, 0},
+        {"3", 0, b, 13, 20},  // the other group's entry is not for it
+        {"12", 0, a, 13, 0},  // nor here
+        {"9", 0, "", 13, 20}, // the table's
+        {"10", 0, "", 13, 0},
+        {"15", 0, R"("15": 3)", 13, 0}, // no object is no entry
+        {"16", 0, "", 13, 0},           // behind the table
+        {"0", 1, "", 15, 0},
+        {"0", 7, "", 15, 0},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.board, row.boards);
+        const SupportedSfp sfp =
+            parseOne(parserFor(row.board, row.model), moduleFile('{' + row.boards + '}'));
+        CHECK(sfp.transceiver.voltageSwingCode[0] == row.swing);
+        CHECK(sfp.transceiver.postCursorCode[0] == row.firstPostCursor);
+    }
+}
+
+TEST_CASE("The default tables hold their exceptions", "[platform]")
+{
+    const auto rowOf = [](Values swing, Values pre, Values post) {
+        return SfpTransceiverConfig{swing, pre, post, {0, 0, 0, 0}};
+    };
+    const Values alternating10 = {0, 10, 0, 10};
+    const Values alternating20 = {0, 20, 0, 20};
+    for (unsigned board = 0; board < SFP_BOARDS; ++board) {
+        CAPTURE(board);
+        CHECK(SFP_DEFAULT_CONFIGS_VEL[board] ==
+              (board < 10 ? rowOf({13, 13, 13, 13}, {10, 10, 10, 10}, {20, 20, 20, 20})
+                          : rowOf({13, 13, 13, 13}, alternating10, alternating20)));
+        CHECK(SFP_DEFAULT_CONFIGS_VELM[board] ==
+              rowOf({15, 15, 15, 15}, alternating10,
+                    board == 0 ? Values{0, 25, 0, 25} : alternating20));
+    }
+}
+
+TEST_CASE("The first error of a configuration file is logged and changes nothing", "[platform]")
+{
+    struct Row
+    {
+        QByteArray data;
+        const char* error;
+    };
+    const auto boardWith = [](const char* key, const char* value) {
+        QJsonObject board = QJsonDocument::fromJson(BOARD).object();
+        const QJsonArray parsed = QJsonDocument::fromJson('[' + QByteArray(value) + ']').array();
+        board.insert(QLatin1String(key), parsed.at(0));
+        return moduleFile(R"({"3": )" + QJsonDocument(board).toJson() + '}');
+    };
+    const auto sdi = [](const QByteArray& more) {
+        return fileOf(R"({"SDI": true, "Boards": {})" + more + '}');
+    };
+    const char* const swing = "Invalid JSON file: does not contain valid voltage swing code";
+    const char* const pre = "Invalid JSON file: does not contain valid precursor code";
+    const char* const post = "Invalid JSON file: does not contain valid post cursor code";
+    const char* const reclocker =
+        "Invalid JSON file: does not contain valid reclocker settings array";
+    const Row rows[] = {
+        {"", "Invalid JSON file for supported sfps"},
+        {"[1]", "Invalid JSON file for supported sfps"},
+        {"{\"a\"", "Invalid JSON file for supported sfps"},
+        {"{}", "Invalid JSON file: does not contain config revision"},
+        {R"({"configRevision": "4"})", "Invalid JSON file: does not contain config revision"},
+        {R"({"configRevision": 4})", "Invalid JSON file: does not contain supported sfps"},
+        {R"({"configRevision": 4, "supportedSfps": {}})",
+         "Invalid JSON file: does not contain supported sfps array"},
+        {fileOf(""), "Invalid JSON file: No valid SFP objects found"},
+        {fileOf("3"), "Invalid JSON file: sfp value not an object"},
+        {fileOf("{}"), "Invalid JSON file: Boards not an object"},
+        {moduleFile("[]"), "Invalid JSON file: Boards not an object"},
+        {moduleFile("{}", R"("ExcludeBoards": "rel_a")"),
+         "Invalid JSON file: ExcludeBoards not an array"},
+        {moduleFile(R"({"3": {}})"), swing},
+        {boardWith("VoltageSwingCode", "[1, 2, 3]"), swing},
+        {boardWith("VoltageSwingCode", "[1, 2, 3, 4, 5]"), swing},
+        {boardWith("VoltageSwingCode", "[1, 2, 3, \"4\"]"), swing},
+        {boardWith("VoltageSwingCode", "-1"), swing},
+        {boardWith("PreCursorCode", "4294967296"), pre},
+        {boardWith("PreCursorCode", "1.5"), pre},
+        {boardWith("PostCursorCode", "[1, 2, 3, 1e300]"), post},
+        {boardWith("PostCursorCode", "null"), post},
+        {boardWith("ReclockerSettings", "1"), reclocker},
+        {boardWith("ReclockerSettings", "[]"), reclocker},
+        {sdi(""), "Invalid JSON file: SDIConfig missing for SDI SFP."},
+        {sdi(R"(, "SDIConfig": 1)"), "Invalid JSON file: SDIConfig not an object"},
+        {sdi(R"(, "SDIConfig": {})"),
+         "Invalid JSON file: MSA flag is missing from SDIConfig object"},
+        {sdi(R"(, "SDIConfig": {"MSA": 1})"), "Invalid JSON file: MSA flag is not a boolean"},
+        {sdi(R"(, "SDIConfig": {"MSA": true})"),
+         "Invalid JSON file: IO field is missing from SDIConfig object"},
+        {sdi(R"(, "SDIConfig": {"MSA": true, "IO": 1})"),
+         "Invalid JSON file: IO field is not a string"},
+        {sdi(R"(, "SDIConfig": {"MSA": true, "IO": "", "ConnectorTypeOverride": true})"),
+         "Invalid JSON file: ConnectorTypeOverride flag is not a number"},
+        {fileOf(R"({"Boards": {}}, 1)"), "Invalid JSON file: sfp value not an object"},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.data);
+        const LogCapture log;
+        std::vector<SupportedSfp> sfps(2);
+        CHECK_FALSE(parserFor("3").parse(row.data, sfps));
+        CHECK(sfps.size() == 2);
+        REQUIRE_FALSE(log.lines().isEmpty());
+        CHECK(log.lines().last() == QStringLiteral("error: ") + QLatin1String(row.error));
+        CHECK(log.lines().filter(QStringLiteral("error:")).size() == 1);
+    }
+}
+
+TEST_CASE("A rate has a text", "[platform]")
+{
+    for (const char* text : {"SDI", "1G", "10G", "1G10G"}) {
+        CHECK(sfpRateText(sfpRateFromText(QLatin1String(text))) == QLatin1String(text));
+    }
+    CHECK(sfpRateFromText(QStringLiteral("10g")) == SfpRate_Invalid);
+    CHECK(sfpRateText(SfpRate_Invalid).isEmpty());
+}

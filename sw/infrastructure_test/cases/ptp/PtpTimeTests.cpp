@@ -1,0 +1,111 @@
+// Times as text, and timestamps.
+#include "infrastructure/ptp/PtpTime.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <limits>
+#include <random>
+
+using namespace Tessorn::IpTypes;
+
+TEST_CASE("A time is shown in the unit that suits its size", "[ptp]")
+{
+    struct Row
+    {
+        qint64 nanoseconds;
+        QString text;
+    };
+    const Row rows[] = {
+        {0, QStringLiteral("0 ns")},
+        {1, QStringLiteral("1 ns")},
+        {994, QStringLiteral("994 ns")},
+        {-994, QStringLiteral("-994 ns")},
+        {995, QString::fromUtf8("1.00 \xCE\xBCs")},
+        {-995, QString::fromUtf8("-1.00 \xCE\xBCs")},
+        {1234, QString::fromUtf8("1.23 \xCE\xBCs")},
+        {1235, QString::fromUtf8("1.24 \xCE\xBCs")},
+        {994999, QString::fromUtf8("995.00 \xCE\xBCs")},
+        {995000, QStringLiteral("1.00 ms")},
+        {-3000000, QStringLiteral("-3.00 ms")},
+        {994999999, QStringLiteral("995.00 ms")},
+        {995000000, QStringLiteral("1.00 s")},
+        {1005000000, QStringLiteral("1.01 s")},
+        {2147483647, QStringLiteral("2.15 s")},
+    };
+    for (const Row& row : rows) {
+        CHECK(ptpTimeToString(row.nanoseconds) == row.text);
+        CHECK(ptpTimeToString(static_cast<qint32>(row.nanoseconds)) == row.text);
+    }
+    CHECK(ptpTimeToString(std::numeric_limits<qint32>::min()) == QStringLiteral("-2.15 s"));
+    CHECK(ptpTimeToString(qint64{86400} * 1000000000) == QStringLiteral("86400.00 s"));
+    CHECK(ptpTimeToString(std::numeric_limits<qint64>::max()) == QStringLiteral("9223372036.85 s"));
+    CHECK(ptpTimeToString(std::numeric_limits<qint64>::min()) ==
+          QStringLiteral("-9223372036.85 s"));
+}
+
+TEST_CASE("The text of a time is within half a hundredth of its unit", "[ptp]")
+{
+    // Reads the text back, in floating point and by the unit's name alone.
+    const auto valueOf = [](const QString& text) {
+        const QStringList parts = text.split(QLatin1Char(' '));
+        const double unit = parts[1] == QStringLiteral("s")    ? 1e9
+                            : parts[1] == QStringLiteral("ms") ? 1e6
+                            : parts[1] == QStringLiteral("ns") ? 1
+                                                               : 1e3;
+        return std::pair<double, double>(parts[0].toDouble() * unit, unit);
+    };
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 5000; ++i) {
+        const auto nanoseconds =
+            static_cast<qint64>(random() >> (24 + random() % 40)) * (i % 2 == 0 ? 1 : -1);
+        CAPTURE(nanoseconds);
+        const auto [value, unit] = valueOf(ptpTimeToString(nanoseconds));
+        const double error = std::abs(value - static_cast<double>(nanoseconds));
+        REQUIRE(error <= (unit > 1 ? 0.0050001 * unit : 0));
+    }
+}
+
+TEST_CASE("A timestamp is shown in UTC", "[ptp]")
+{
+    // 1234567890 is 2009-02-13 23:31:30 UTC, as "date -u -d @1234567890" has it.
+    CHECK(PtpTimestamp{1234567890, 999999999}.toString() == QStringLiteral("2009-02-13 23:31:30"));
+    CHECK(PtpTimestamp{1234567890, 0}.toString(true) ==
+          QStringLiteral("2009-02-13 23:31:30 (UTC)"));
+    CHECK(PtpTimestamp{0, 0}.toString() == QStringLiteral("1970-01-01 00:00:00"));
+    CHECK(PtpTimestamp{253402300799, 0}.toString() == QStringLiteral("9999-12-31 23:59:59"));
+    for (const PtpTimestamp& bad :
+         {PtpTimestamp{-1, 0}, PtpTimestamp{0, -1}, PtpTimestamp{253402300800, 0},
+          PtpTimestamp{std::numeric_limits<qint64>::max(), 0},
+          PtpTimestamp{std::numeric_limits<qint64>::min(), 0}}) {
+        CHECK(bad.toString() == QStringLiteral("Error"));
+        CHECK(bad.toString(true) == QStringLiteral("Error"));
+    }
+}
+
+TEST_CASE("A timestamp with a negative part counts both parts downwards", "[ptp]")
+{
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    constexpr qint64 least = std::numeric_limits<qint64>::min();
+    struct Row
+    {
+        PtpTimestamp timestamp;
+        qint64 nanoseconds;
+    };
+    const Row rows[] = {
+        {{1, 5}, 1000000005},
+        {{-1, 5}, -1000000005},
+        {{1, -5}, -1000000005},
+        {{-1, -5}, -1000000005},
+        {{0, -5}, -5},
+        {{9223372036, 854775807}, most},
+        {{9223372036, 854775808}, most},
+        {{-9223372036, 854775808}, least},
+        {{-9223372036, 854775809}, least},
+        {{most, most}, most},
+        {{least, least}, least},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.timestamp.seconds, row.timestamp.nanoseconds);
+        CHECK(row.timestamp.toNanoseconds() == row.nanoseconds);
+    }
+    CHECK(PtpTimestamp{-1, 5}.toNanosecondsString() == QStringLiteral("-1000000005 ns"));
+}

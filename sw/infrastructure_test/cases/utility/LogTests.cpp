@@ -1,0 +1,66 @@
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/Logging.h"
+#include "infrastructure/utility/packets/BasicTestPacket.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <spdlog/spdlog.h>
+
+TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
+{
+    const LogCapture log;
+    BasicTestPacket packet;
+    packet.setTestInt(-7);
+
+    VELLOG_INFO() << "text " << QStringLiteral("µ♯ ") << QByteArray("bytes ") << 42 << ' ' << -1.5
+                  << ' ' << quint64(18446744073709551615u) << ' ' << true << " {}";
+    VELLOG_ERR() << QJsonObject{{QStringLiteral("a"), 1}} << QStringList{QStringLiteral("x"), {}};
+    VELLOG_WARN() << packet;
+    VELLOG_CRITICAL() << QString();
+
+    CHECK(log.lines() ==
+          QStringList{
+              QStringLiteral("info: text µ♯ bytes 42 -1.5 18446744073709551615 true {}"),
+              QStringLiteral("error: {\"a\":1}x, "),
+              QStringLiteral(
+                  "warning: {\n    \"Class\": \"BasicTestPacket\",\n    \"TestInt\": -7\n}\n"),
+              QStringLiteral("critical: "),
+          });
+}
+
+TEST_CASE("A log call below the level evaluates nothing", "[utility]")
+{
+    const LogCapture log;
+    int evaluated = 0;
+    const auto piece = [&evaluated] { return ++evaluated; };
+
+    VELLOG_DEBUG() << piece();
+    VELLOG_TRACE() << piece();
+    CHECK(evaluated == 0);
+    CHECK(log.lines().isEmpty());
+
+    // The macro is one statement: an else behind it belongs to the if in front.
+    if (evaluated == 0)
+        VELLOG_INFO() << piece();
+    else
+        VELLOG_ERR() << piece();
+    CHECK(log.lines() == QStringList{QStringLiteral("info: 1")});
+}
+
+TEST_CASE("Without a logger a log call does nothing, and a second set-up fails", "[utility]")
+{
+    const std::shared_ptr<spdlog::logger> before = spdlog::get(LOGGER_NAME());
+    tearDownLogging();
+    int evaluated = 0;
+    VELLOG_CRITICAL() << ++evaluated;
+    CHECK(evaluated == 0);
+
+    CHECK(setupLogging(false, nullptr));
+    CHECK(spdlog::get(LOGGER_NAME())->level() == spdlog::level::info);
+    CHECK_FALSE(setupLogging(false, "/nowhere/"));
+
+    tearDownLogging();
+    if (before != nullptr) {
+        spdlog::register_logger(before);
+    }
+}

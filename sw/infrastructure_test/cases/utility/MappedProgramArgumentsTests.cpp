@@ -1,0 +1,94 @@
+#include "infrastructure/utility/MappedProgramArguments.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCoreApplication>
+
+#include <sstream>
+#include <vector>
+
+namespace {
+
+MappedProgramArguments parse(std::vector<const char*> words, bool stripOptionPrefix = true)
+{
+    // The words are read only.
+    return MappedProgramArguments(static_cast<int>(words.size()), const_cast<char**>(words.data()),
+                                  stripOptionPrefix);
+}
+
+} // namespace
+
+TEST_CASE("Each word of a command line is a key or a key and a value", "[utility]")
+{
+    struct Row
+    {
+        const char* word;
+        bool strip;
+        const char* key;   // null: the word is refused
+        const char* value; // null: the value is a null string
+    };
+    const auto row = GENERATE(values<Row>({
+        {"key", true, "key", nullptr},
+        {"key=value", true, "key", "value"},
+        {"-Dname=1", true, "name", "1"},
+        {"--name=1", true, "name", "1"},
+        {"-name=1", true, "name", "1"},
+        {"---name", true, "-name", nullptr},
+        {"--name=1", false, "--name", "1"},
+        {"-Dname", false, "-Dname", nullptr},
+        {"key=", true, "key", nullptr},
+        {"=value", true, "value", nullptr},
+        {"a==b", true, "a", "b"},
+        {"a=b=c", true, nullptr, nullptr},
+        {"-D", true, nullptr, nullptr},
+        {"--", true, nullptr, nullptr},
+        {"=", true, nullptr, nullptr},
+        {"", true, nullptr, nullptr},
+        {nullptr, true, nullptr, nullptr},
+        {"caf\xe9=1", true, "caf\xe9", "1"},
+    }));
+    CAPTURE(row.word, row.strip);
+    const LogCapture log;
+    const MappedProgramArguments arguments = parse({row.word}, row.strip);
+
+    if (row.key == nullptr) {
+        CHECK(arguments.keys().isEmpty());
+        CHECK(log.lines() ==
+              QStringList{QStringLiteral("error: Command line argument contained multiple '='!")});
+    } else {
+        const QString key = QString::fromLatin1(row.key);
+        CHECK(arguments.keys() == QStringList{key});
+        CHECK(arguments.contains(key));
+        CHECK(arguments.value(key) == QString::fromLatin1(row.value));
+        CHECK(arguments.value(key).isNull() == (row.value == nullptr));
+        CHECK(log.lines().isEmpty());
+    }
+}
+
+TEST_CASE("A repeated key gives its newest value and is listed once, in order", "[utility]")
+{
+    const MappedProgramArguments arguments = parse({"x=1", "b", "x=2"});
+    CHECK(arguments.keys() == QStringList{QStringLiteral("b"), QStringLiteral("x")});
+    CHECK(arguments.value(QStringLiteral("x")) == QStringLiteral("2"));
+
+    std::ostringstream text;
+    text << arguments;
+    CHECK(text.str() == "MappedProgramArguments {\nkey[b] : values[]\nkey[x] : values[2, 1]\n}");
+}
+
+TEST_CASE("An absent key gives a null string and one log line", "[utility]")
+{
+    const LogCapture log;
+    const MappedProgramArguments arguments = parse({"key=1"});
+    CHECK_FALSE(arguments.contains(QStringLiteral("KEY")));
+    CHECK(arguments.value(QStringLiteral("KEY")).isNull());
+    CHECK(log.lines() == QStringList{QStringLiteral("error: No key found: KEY")});
+}
+
+TEST_CASE("The application's arguments begin with the program's name", "[utility]")
+{
+    const MappedProgramArguments arguments(*QCoreApplication::instance(), false);
+    CHECK(arguments.contains(QCoreApplication::arguments().constFirst()));
+    CHECK(MappedProgramArguments(0, nullptr, true).keys().isEmpty());
+    CHECK(MappedProgramArguments(-1, nullptr, true).keys().isEmpty());
+}

@@ -1,0 +1,312 @@
+#include "infrastructure/utility/captions/Op47decoder.h"
+#include "infrastructure/utility/video/ancillary/AncillaryCollectorPacket.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <cstring>
+#include <random>
+
+namespace {
+
+/// Hamming 8/4 codes of ETSI EN 300 706, table 3, the bit that is sent first in bit 0.
+constexpr uint8_t HAMMING[16] = {0x15, 0x02, 0x49, 0x5E, 0x64, 0x73, 0x38, 0x2F,
+                                 0xD0, 0xC7, 0x8C, 0x9B, 0xA1, 0xB6, 0xFD, 0xEA};
+
+struct Header
+{
+    unsigned page = 0x88;
+    unsigned subcode = 0;
+    bool erase = false;
+    bool subtitle = false;
+    unsigned c11To14 = 0; ///< C11 in bit 0
+};
+
+std::vector<uint8_t> teletextPacket(unsigned magazine, unsigned row, const Header& header = {})
+{
+    std::vector<uint8_t> bytes{0x55, 0x55, 0x27, HAMMING[magazine | (row & 1) << 3],
+                               HAMMING[row >> 1]};
+    if (row == 0) {
+        const unsigned subcode = header.subcode;
+        for (const unsigned data :
+             {header.page & 15, header.page >> 4, subcode & 15,
+              (subcode >> 4 & 7) | (header.erase ? 8u : 0u), subcode >> 7 & 15,
+              (subcode >> 11 & 3) | (header.subtitle ? 8u : 0u), 15u, header.c11To14}) {
+            bytes.push_back(HAMMING[data]);
+        }
+    }
+    while (bytes.size() < 45) {
+        bytes.push_back(static_cast<uint8_t>('A' + bytes.size()));
+    }
+    return bytes;
+}
+
+using Packets = std::vector<std::vector<uint8_t>>;
+
+/// A whole ancillary packet with a descriptor for each teletext packet, and its checksum word.
+std::vector<uint8_t> op47(const Packets& packets)
+{
+    std::vector<uint8_t> words{0x00, 0xFF, 0xFF, 0x43, 0x02, 0, 0x51, 0x15, 0, 0x02, 0, 0, 0, 0, 0};
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        words[10 + i] = static_cast<uint8_t>(0xEA + i);
+        words.insert(words.end(), packets[i].begin(), packets[i].end());
+    }
+    words.push_back(0xCC);
+    words[5] = static_cast<uint8_t>(words.size() - 7);
+    words[8] = words[5];
+    return words;
+}
+
+struct Decoded
+{
+    Op47ErrorReport report;
+    TeletextPacketContainer container;
+    std::size_t count() const { return container.teletextPackets().size(); }
+    const TeletextPacket& operator[](std::size_t i) const { return container.teletextPackets()[i]; }
+};
+
+Decoded decode(Op47decoder& decoder, const std::vector<uint8_t>& words)
+{
+    Decoded decoded{{}, TeletextPacketContainer(words)};
+    decoded.report = decoder.decode(decoded.container);
+    return decoded;
+}
+
+Decoded decode(const std::vector<uint8_t>& words)
+{
+    Op47decoder decoder;
+    return decode(decoder, words);
+}
+
+} // namespace
+
+TEST_CASE("A page header gives its page, subcode and control bits", "[captions]")
+{
+    Header header;
+    header.page = 0xA7;
+    header.subcode = 0x1234;
+    header.erase = true;
+    const Decoded first = decode(op47({teletextPacket(3, 0, header)}));
+    REQUIRE(first.report.isConformant());
+    CHECK(first.report.toString() == QStringLiteral("conformant"));
+    REQUIRE(first.count() == 1);
+    CHECK(first[0].magazine == 3);
+    CHECK(first[0].packetNumber == 0);
+    CHECK(first[0].hasPageHeader);
+    CHECK(first[0].pageDecimal == 107);
+    CHECK(first[0].pageBcd == 0xA7);
+    CHECK(first[0].subcode == 0x1234);
+    CHECK(first[0].erasePage);
+    CHECK_FALSE(first[0].subtitle);
+    CHECK(first[0].displayDataLength == 32);
+    CHECK(first.container.displayDataOffset(first[0]) == 15 + 13);
+
+    header = Header();
+    header.subtitle = true;
+    for (unsigned bits = 0; bits < 16; ++bits) {
+        header.c11To14 = bits;
+        const Decoded decoded = decode(op47({teletextPacket(0, 0, header)}));
+        REQUIRE(decoded.count() == 1);
+        CHECK(decoded[0].subtitle);
+        CHECK_FALSE(decoded[0].erasePage);
+        CHECK(decoded[0].magazineSerial == ((bits & 1) != 0));
+        CHECK(decoded[0].nationalOption == bits >> 1);
+    }
+}
+
+TEST_CASE("Every magazine and row has its place and its display data", "[captions]")
+{
+    for (unsigned magazine = 0; magazine < 8; ++magazine) {
+        for (unsigned row = 1; row < 32; ++row) {
+            CAPTURE(magazine, row);
+            Op47decoder decoder;
+            const Decoded decoded = decode(decoder, op47({teletextPacket(magazine, row)}));
+            REQUIRE(decoded.count() == 1);
+            const TeletextPacket& packet = decoded[0];
+            CHECK(packet.magazine == magazine);
+            CHECK(decoder.getLastMagazine() == static_cast<int>(magazine));
+            CHECK(decoder.getLastPage() == -1);
+            CHECK(packet.packetNumber == row);
+            CHECK_FALSE(packet.hasPageHeader);
+            CHECK(packet.displayDataLength == (row <= 25 ? 40 : 0));
+            CHECK((packet.displayData == nullptr) == (row > 25));
+            CHECK(decoded.container.displayDataOffset(packet) == (row <= 25 ? 20u : 0u));
+            CHECK(packet.pageBcd + packet.pageDecimal + packet.subcode == 0);
+        }
+    }
+}
+
+TEST_CASE("Each question of conformance has its own flag", "[captions]")
+{
+    struct Row
+    {
+        std::size_t word;
+        bool Op47ErrorReport::*flag;
+        std::size_t records;
+        const char* text;
+    };
+    const std::vector<Row> rows{
+        {0, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
+        {1, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
+        {2, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
+        {3, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
+        {4, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
+        {5, &Op47ErrorReport::packetDataCountCorrect, 1, "wrong data count"},
+        {6, &Op47ErrorReport::payloadIdentifierCorrect, 1, "wrong payload identifier"},
+        {7, &Op47ErrorReport::payloadIdentifierCorrect, 1, "wrong payload identifier"},
+        {8, &Op47ErrorReport::lengthCorrect, 1, "length 55 in place of 54"},
+        {9, &Op47ErrorReport::formatCodeCorrect, 1, "wrong format code"},
+    };
+    const std::vector<uint8_t> good = op47({teletextPacket(0, 20)});
+    const Op47ErrorReport goodReport = decode(good).report;
+    CHECK(goodReport.receivedLength == 54);
+    CHECK(goodReport.expectedLength == 54);
+    for (const Row& row : rows) {
+        CAPTURE(row.word);
+        std::vector<uint8_t> words = good;
+        words[row.word] ^= 1;
+        const Decoded decoded = decode(words);
+        Op47ErrorReport expected = goodReport;
+        expected.*row.flag = false;
+        expected.receivedLength = words[8];
+        CHECK(decoded.report == expected);
+        CHECK(decoded.report.toString() == QString::fromLatin1(row.text));
+        CHECK(decoded.count() == row.records);
+    }
+
+    // The data count of a foreign packet is tested too.
+    std::vector<uint8_t> foreign = good;
+    foreign[3] = 0x61;
+    foreign[5] = 1;
+    CHECK_FALSE(decode(foreign).report.packetDataCountCorrect);
+}
+
+TEST_CASE("Records come in the order of the stream up to the first unused descriptor", "[captions]")
+{
+    const Packets five{teletextPacket(0, 0), teletextPacket(0, 20), teletextPacket(0, 21),
+                       teletextPacket(0, 22), teletextPacket(0, 23)};
+    const std::vector<uint8_t> words = op47(five);
+    for (unsigned used = 0; used < 32; ++used) {
+        CAPTURE(used);
+        std::vector<uint8_t> some = words;
+        unsigned leading = 0;
+        bool contiguous = true;
+        for (unsigned i = 0; i < 5; ++i) {
+            const bool isUsed = (used >> i & 1) != 0;
+            some[10 + i] = isUsed ? 1 : 0;
+            contiguous = contiguous && !(isUsed && i > 0 && (used >> (i - 1) & 1) == 0);
+            leading += leading == i && isUsed ? 1 : 0;
+        }
+        const Decoded decoded = decode(some);
+        CHECK(decoded.report.vbiPacketDescriptorsAreContiguous == contiguous);
+        CHECK(decoded.report.longEnough);
+        REQUIRE(decoded.count() == leading);
+        for (unsigned i = 0; i < leading; ++i) {
+            CHECK(decoded[i].packetNumber == (i == 0 ? 0 : 19 + i));
+        }
+    }
+}
+
+TEST_CASE("An OP-47 packet may end anywhere", "[captions]")
+{
+    const std::vector<uint8_t> whole =
+        op47({teletextPacket(0, 1), teletextPacket(0, 2), teletextPacket(0, 3),
+              teletextPacket(0, 4), teletextPacket(0, 5)});
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
+        CAPTURE(size);
+        // A vector of this very size, so that a sanitizer sees every byte beyond it.
+        const std::vector<uint8_t> words(whole.begin(),
+                                         whole.begin() + static_cast<std::ptrdiff_t>(size));
+        const Decoded decoded = decode(words);
+        const std::size_t records = size < 60 ? 0 : std::min<std::size_t>((size - 15) / 45, 5);
+        CHECK(decoded.count() == records);
+        CHECK(decoded.report.longEnough == (records == 5));
+        CHECK(decoded.report.expectedLength == static_cast<uint32_t>(size) - 7u);
+        CHECK(decoded.report.lengthCorrect == (size <= 15 || size == whole.size()));
+        CHECK(decoded.report.ancIsOp47);
+    }
+    CHECK(decode({}).report.expectedLength == 0xFFFFFFF9u);
+    CHECK(decode(std::vector<uint8_t>(6)).report.expectedLength == 0xFFFFFFFFu);
+
+    std::vector<uint8_t> unused(16, 0);
+    std::copy_n(whole.begin(), 10, unused.begin());
+    CHECK(decode(unused).report.longEnough); // nothing is promised
+}
+
+TEST_CASE("The page filter keeps the rows of one page", "[captions]")
+{
+    Op47decoder decoder;
+    decoder.setPageFilter(true, 0, 0x88);
+    const auto count = [&decoder](const Packets& packets) {
+        const Decoded decoded = decode(decoder, op47(packets));
+        CHECK(decoded.report.isConformant());
+        return decoded.count();
+    };
+    Header other;
+    other.page = 0x89;
+    CHECK(count({teletextPacket(0, 20)}) == 0); // no header yet
+    CHECK(count({teletextPacket(0, 0)}) == 1);
+    CHECK(count({teletextPacket(0, 20), teletextPacket(0, 21)}) == 2);
+    CHECK(count({teletextPacket(1, 20), teletextPacket(0, 21)}) == 0); // the first refusal ends it
+    CHECK(count({teletextPacket(0, 20), teletextPacket(1, 20), teletextPacket(0, 21)}) == 1);
+    CHECK(count({teletextPacket(0, 20), teletextPacket(0, 0, other), teletextPacket(0, 0)}) == 1);
+    CHECK(decoder.getLastPage() == 0x89);
+    CHECK(count({teletextPacket(0, 20)}) == 0);
+    CHECK(count({teletextPacket(0, 0), teletextPacket(0, 20)}) == 2);
+    decoder.setPageFilter(false, 0, 0);
+    CHECK(count({teletextPacket(5, 20)}) == 1);
+
+    // A refusal hides that the packet is too short.
+    decoder.setPageFilter(true, 0, 0x42);
+    std::vector<uint8_t> words = op47({teletextPacket(0, 1), teletextPacket(0, 2)});
+    words.resize(15 + 45);
+    CHECK(decode(decoder, words).report.longEnough);
+}
+
+TEST_CASE("A subtitle sequence is followed through collected packets", "[captions]")
+{
+    Op47decoder decoder;
+    decoder.setPageFilter(true, 0, 0x88);
+    Header clock;
+    clock.page = 0x01;
+    std::vector<TeletextPacket> kept;
+    for (int subtitle = 0; subtitle < 10; ++subtitle) {
+        for (const auto& packet : {teletextPacket(0, 0), teletextPacket(0, 22),
+                                   teletextPacket(0, 0, clock), teletextPacket(0, 1)}) {
+            const std::vector<uint8_t> sent = op47({packet});
+            AncillaryCollectorPacket collected;
+            std::copy(sent.begin() + 3, sent.end(), collected.buffer.begin() + 8);
+            std::vector<uint8_t> words(7 + collected.getDataCount());
+            for (std::size_t i = 0; i < words.size(); ++i) {
+                words[i] = collected.getAncWord(i);
+            }
+            REQUIRE(words == sent);
+            CHECK(decoder.decode(words.data(), words.size(), kept).isConformant());
+        }
+    }
+    CHECK(kept.size() == 20);
+}
+
+TEST_CASE("Decoding appends, and any bytes decode", "[captions]")
+{
+    Op47decoder decoder;
+    TeletextPacketContainer container(op47({teletextPacket(0, 25)}));
+    decoder.decode(container);
+    decoder.decode(container);
+    CHECK(container.teletextPackets().size() == 2);
+    CHECK(container.toString().startsWith(QStringLiteral("magazine 8 row 25: FGHIJ")));
+
+    std::mt19937 random(47);
+    for (int i = 0; i < 20000; ++i) {
+        std::vector<uint8_t> words(random() % 260);
+        for (uint8_t& word : words) {
+            word = static_cast<uint8_t>(random());
+        }
+        constexpr uint8_t start[] = {0x00, 0xFF, 0xFF, 0x43, 0x02};
+        std::copy_n(start, std::min(words.size(), sizeof start), words.begin());
+        const Decoded decoded = decode(decoder, words);
+        REQUIRE(decoded.count() * 45 <= words.size());
+        for (const TeletextPacket& packet : decoded.container.teletextPackets()) {
+            REQUIRE(decoded.container.displayDataOffset(packet) + packet.displayDataLength <=
+                    words.size());
+        }
+    }
+}

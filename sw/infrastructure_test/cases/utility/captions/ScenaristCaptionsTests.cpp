@@ -1,0 +1,97 @@
+#include "infrastructure/utility/captions/ScenaristCaptions.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <random>
+
+TEST_CASE("Lines of a Scenarist file give time codes and pairs", "[captions]")
+{
+    QStringList errors;
+    const QByteArray content = "Scenarist_SCC V1.0\r\n\r\n01:02:03:04\t9420 94AE\r\n"
+                               "00:00:59;29  8080 \n23:59:59:29";
+    CHECK(isScenaristFile(content));
+    CHECK(isScenaristFile("\xEF\xBB\xBFScenarist_SCC V1.0\n"));
+    CHECK_FALSE(isScenaristFile("Scenarist_SCC V1.1\n"));
+    CHECK_FALSE(isScenaristFile(""));
+
+    const std::vector<ScenaristLine> lines = readScenaristFile(content, errors);
+    CHECK(errors.isEmpty());
+    REQUIRE(lines.size() == 3);
+    CHECK(lines[0].lineNumber == 3);
+    CHECK(lines[0].timeCode.toString() == QStringLiteral("01:02:03:04"));
+    REQUIRE(lines[0].pairs.size() == 2);
+    CHECK(lines[0].pairs[0] == std::array<uint8_t, 2>{0x94, 0x20});
+    CHECK(lines[0].pairs[1] == std::array<uint8_t, 2>{0x94, 0xAE});
+    CHECK(lines[1].timeCode.isDropFrame);
+    CHECK(lines[1].timeCode.toString() == QStringLiteral("00:00:59;29"));
+    CHECK(lines[2].pairs.empty());
+}
+
+TEST_CASE("A line that can't be read is reported with its number and skipped", "[captions]")
+{
+    struct Row
+    {
+        QByteArray line;
+        const char* complaint;
+    };
+    const std::vector<Row> rows{
+        {"00:00:01:0 9420", "\"00:00:01:0\" is no time code"},
+        {"00:00:01:30 9420", "\"00:00:01:30\" is no time code"},
+        {"24:00:01:00 9420", "\"24:00:01:00\" is no time code"},
+        {"00:60:01:00 9420", "\"00:60:01:00\" is no time code"},
+        {"0x:00:01:00 9420", "\"0x:00:01:00\" is no time code"},
+        {"9420 9420", "\"9420\" is no time code"},
+        {"00:00:01:00 942", "\"942\" is no four-digit hexadecimal word"},
+        {"00:00:01:00 9420 94200", "\"94200\" is no four-digit hexadecimal word"},
+        {"00:00:01:00 94g0", "\"94g0\" is no four-digit hexadecimal word"},
+        {"00:00:01:00 +420", "\"+420\" is no four-digit hexadecimal word"},
+        {"00:00:01:00 1420", "\"1420\" has a byte of even parity"},
+        {"00:00:01:00 94a0", "\"94a0\" has a byte of even parity"},
+    };
+    for (const Row& row : rows) {
+        QStringList errors;
+        const auto lines =
+            readScenaristFile("Scenarist_SCC V1.0\n\n" + row.line + "\n00:00:02:00 9420\n", errors);
+        CHECK(errors ==
+              QStringList{QStringLiteral("line 3: ") + QString::fromLatin1(row.complaint)});
+        REQUIRE(lines.size() == 1);
+        CHECK(lines[0].lineNumber == 4);
+    }
+    std::mt19937 random(5);
+    for (int i = 0; i < 2000; ++i) {
+        QByteArray content(static_cast<int>(random() % 200), '\0');
+        for (char& byte : content) {
+            byte = "0123456789:; \t\n\r\0zaF\xFF"[random() % 20];
+        }
+        QStringList errors;
+        const auto lines = readScenaristFile(content, errors);
+        REQUIRE(static_cast<int>(lines.size()) + errors.size() <= content.count('\n') + 1);
+    }
+}
+
+TEST_CASE("Time codes count frames, dropped numbers included", "[captions]")
+{
+    struct Row
+    {
+        ScenaristTimeCode from;
+        int frames;
+        const char* to;
+    };
+    // An hour of drop frame counting has 107892 frames (SMPTE ST 12-1), a day 2589408. The last row
+    // is from a count of all numbers of a day.
+    const std::vector<Row> rows{
+        {{0, 0, 59, 29, false}, 1, "00:01:00:00"},
+        {{23, 59, 59, 29, false}, 1, "00:00:00:00"},
+        {{0, 0, 59, 29, true}, 1, "00:01:00;02"},
+        {{0, 9, 59, 29, true}, 1, "00:10:00;00"},
+        {{0, 1, 59, 29, true}, 1, "00:02:00;02"},
+        {{0, 0, 0, 0, true}, 107892, "01:00:00;00"},
+        {{0, 0, 0, 0, true}, 17981, "00:09:59;29"},
+        {{0, 0, 0, 0, true}, 1800, "00:01:00;02"},
+        {{23, 59, 59, 29, true}, 1, "00:00:00;00"},
+        {{1, 2, 3, 4, true}, 2589408, "01:02:03;04"},
+        {{0, 0, 0, 0, true}, 2147483647, "08:00:42;19"},
+    };
+    for (const Row& row : rows) {
+        CHECK(row.from.advanced(row.frames).toString() == QString::fromLatin1(row.to));
+    }
+}

@@ -1,0 +1,117 @@
+// The packets of the datacore protocol.
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/utility/packets/DatacorePacket.h"
+#include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <memory>
+#include <vector>
+
+TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[packets]")
+{
+    const QJsonObject datacore{{QStringLiteral("text"), QStringLiteral("Some Datacore stuff")}};
+    const DatacorePacket packet(QStringLiteral("clientCool"), 4711, datacore,
+                                QStringLiteral("some/path"));
+    CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePacket","ClientID":"clientCool",)"
+                                        R"("Datacore":{"text":"Some Datacore stuff"},)"
+                                        R"("PacketID":4711,"Path":"some/path"})"));
+    CHECK(packet.containsClientID());
+    CHECK(packet.containsPacketID());
+    CHECK(packet.containsDatacorePath());
+    CHECK(packet.containsDatacoreObject());
+    CHECK(packet.getClientID() == QStringLiteral("clientCool"));
+    CHECK(packet.getPacketID() == 4711);
+    CHECK(packet.getDatacorePath() == QStringLiteral("some/path"));
+    CHECK(packet.getDatacoreJsonObject() == datacore);
+
+    bool ok = false;
+    CHECK(DatacorePacket(SerialisableDataPacket(packet.getJsonObject()), ok) == packet);
+    CHECK(ok);
+
+    const DatacorePacket fromServer(datacore, QStringLiteral("some/path"));
+    CHECK_FALSE(fromServer.containsClientID());
+    CHECK_FALSE(fromServer.containsPacketID());
+    CHECK(fromServer.getPacketID() == -1);
+    const DatacorePacket empty(SerialisableDataPacket(QStringLiteral("Other")), ok);
+    CHECK_FALSE(ok);
+    CHECK(empty.getDatacorePath().isEmpty());
+    CHECK(empty.getDatacoreJsonObject().isEmpty());
+}
+
+TEST_CASE("A path list keeps its order and its class has another name on the wire", "[packets]")
+{
+    const std::deque<QString> paths{QStringLiteral("some/path/one"), QStringLiteral("some/path/2")};
+    const DatacorePathListPacket packet(QStringLiteral("client"), paths);
+    CHECK(packet.getPacketClassName() == QStringLiteral("DatacoreRequestListPacket"));
+    CHECK(packet.containsClientID());
+    CHECK(packet.containsDatacorePaths());
+    CHECK(packet.getClientID() == QStringLiteral("client"));
+    CHECK(packet.getDatacorePaths() == paths);
+    CHECK(DatacorePathListPacket(QStringLiteral("client"),
+                                 QStringList(paths.begin(), paths.end())) == packet);
+
+    bool ok = false;
+    const DatacorePathListPacket bare(SerialisableDataPacket(DatacorePathListPacket::CLASSNAME()),
+                                      ok);
+    CHECK(ok);
+    CHECK_FALSE(bare.containsDatacorePaths());
+    CHECK(bare.getDatacorePaths().empty());
+}
+
+TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
+{
+    DatacoreBase root(QStringLiteral("A"), nullptr);
+    DatacoreBase leaf(QStringLiteral("B"), &root);
+    DatacoreBase inner(QStringLiteral("C"), &root);
+    DatacoreBase deep(QStringLiteral("D"), &inner);
+
+    DatacorePathRadixTreePacket packet;
+    packet.setClientId(QStringLiteral("me"));
+    packet.setConfigTree(root);
+    CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePathRadixTreePacket","ClientId":"me",)"
+                                        R"("ConfigTreeObject":{"Core":"A","Kids":[{"Core":"B"},)"
+                                        R"({"Core":"C","Kids":[{"Core":"D"}]}]}})"));
+    CHECK(packet.containsConfigTree());
+    CHECK_FALSE(packet.containsStatusTree());
+    CHECK_FALSE(packet.containsCommandTree());
+    CHECK_FALSE(packet.containsPersistentConfigTree());
+
+    QStringList paths;
+    packet.getConfigTree().appendPathsTo(paths);
+    CHECK(paths == QStringList{QStringLiteral("A"), QStringLiteral("A/B"), QStringLiteral("A/C"),
+                               QStringLiteral("A/C/D")});
+
+    packet.setStatusTree(leaf);
+    packet.setCommandTree(inner);
+    packet.setPersistentConfigTree(deep);
+    CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode{QStringLiteral("B"), {}});
+    CHECK(packet.getCommandTree() == packet.getConfigTree().kids[1]);
+    CHECK(packet.getPersistentConfigTree().name == QStringLiteral("D"));
+    bool ok = false;
+    CHECK(DatacorePathRadixTreePacket(SerialisableDataPacket(packet.getJsonObject()), ok) ==
+          packet);
+    CHECK(ok);
+}
+
+TEST_CASE("A dump of the wrong shape decodes to empty names", "[packets]")
+{
+    bool ok = false;
+    const SerialisableDataPacket odd(
+        QJsonObject{{QStringLiteral("Class"), DatacorePathRadixTreePacket::CLASSNAME()},
+                    {QStringLiteral("ClientId"), 5},
+                    {QStringLiteral("StatusTreeObject"), QStringLiteral("text")},
+                    {QStringLiteral("ConfigTreeObject"),
+                     QJsonObject{{QStringLiteral("Core"), 1},
+                                 {QStringLiteral("Kids"), QJsonArray{1, QJsonObject()}}}}});
+    const DatacorePathRadixTreePacket packet(odd, ok);
+    REQUIRE(ok);
+    CHECK_FALSE(packet.containsClientId());
+    CHECK_FALSE(packet.containsStatusTree());
+    CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode());
+    CHECK(packet.getCommandTree() == DatacorePathRadixTreeNode());
+    CHECK(packet.getConfigTree().kids.size() == 2);
+}

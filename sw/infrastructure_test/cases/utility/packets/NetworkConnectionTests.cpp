@@ -1,0 +1,392 @@
+#include "sw/infrastructure_test/NetworkConnectionTests.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/MemorySocket.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTcpServer>
+
+#include <functional>
+#include <random>
+#include <stdexcept>
+
+namespace {
+
+QByteArray wireBytes(const RawDataPacket& packet)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    packet.serialiseTo(buffer);
+    return buffer.data();
+}
+
+QByteArray jsonPacket(int number, int padding = 0)
+{
+    BasicTestPacket packet;
+    packet.setTestInt(number);
+    packet.setTestString(QString(padding, QLatin1Char('p')));
+    return wireBytes(packet);
+}
+
+/// An eye histogram without bins, and bytes behind it that nobody looks at.
+QByteArray rawPacket(int payloadBytes)
+{
+    QByteArray bytes = QByteArray::fromHex("10110000");
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes.append(static_cast<char>(payloadBytes >> shift));
+    }
+    return bytes + QByteArray(payloadBytes, '\0');
+}
+
+/// Notes the number of each JSON packet, then does what the case wants done.
+class Receiver : public RawDataPacketReceiverInterface<SerialisableDataPacket>
+{
+public:
+    explicit Receiver(std::function<void()> action = {})
+        : then(std::move(action))
+    {
+    }
+
+    void receivePacket(std::shared_ptr<SerialisableDataPacket> packet) override
+    {
+        bool ok = false;
+        numbers.push_back(BasicTestPacket(*packet, ok).getTestInt());
+        if (then) {
+            then();
+        }
+    }
+
+    std::vector<int> numbers;
+    std::function<void()> then;
+};
+
+/// A connection whose peer is the case.
+struct FedConnection
+{
+    FedConnection()
+        : connection(new NetworkConnection)
+        , socket(new MemorySocket)
+    {
+        std::unique_ptr<QTcpSocket> adopted(socket);
+        REQUIRE(connection->adoptSocket(adopted));
+    }
+    ~FedConnection() { delete connection; }
+
+    QPointer<NetworkConnection> connection;
+    QPointer<MemorySocket> socket;
+};
+
+std::vector<int> numbersUpTo(int count)
+{
+    std::vector<int> numbers(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        numbers[static_cast<std::size_t>(i)] = i;
+    }
+    return numbers;
+}
+
+} // namespace
+
+TEST_CASE("Ensure tests passed", "[packets]")
+{
+    REQUIRE(NetworkConnectionTests::testsPassed);
+}
+
+TEST_CASE("Packets cut at any byte arrive once each, in order", "[packets]")
+{
+    const QByteArray stream = jsonPacket(0) + rawPacket(5) + jsonPacket(1) + jsonPacket(2, 30);
+    for (int cut = 0; cut <= stream.size(); ++cut) {
+        FedConnection link;
+        const Receiver receiver;
+        link.socket->feed(stream.left(cut));
+        link.socket->feed(stream.mid(cut));
+        REQUIRE(receiver.numbers == numbersUpTo(3));
+    }
+    FedConnection link;
+    const Receiver receiver;
+    for (const char byte : stream) {
+        link.socket->feed(QByteArray(1, byte));
+    }
+    CHECK(receiver.numbers == numbersUpTo(3));
+}
+
+TEST_CASE("Garbage between packets is skipped byte by byte", "[packets]")
+{
+    for (const QByteArray& garbage :
+         {QByteArray("x"), QByteArray(100, '\x11'), QByteArray::fromHex("1010000080000000"),
+          QByteArray::fromHex("10100000ffffffff"), QByteArray::fromHex("100f000000000000"),
+          QByteArray::fromHex("102a000000000000"), QByteArray::fromHex("10111fffff0010ff")}) {
+        CAPTURE(garbage.toHex().toStdString());
+        FedConnection link;
+        const Receiver receiver;
+        link.socket->feed(garbage + jsonPacket(0));
+        link.socket->feed(garbage + jsonPacket(1) + jsonPacket(2));
+        CHECK(receiver.numbers == numbersUpTo(3));
+    }
+}
+
+TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not", "[packets]")
+{
+    struct RawReceiver : RawDataPacketReceiverInterfaceBase
+    {
+        RawReceiver()
+            : RawDataPacketReceiverInterfaceBase(RawPacketType_EyeVerticalHistogram)
+        {
+        }
+        void receiveRawPacket(std::shared_ptr<RawDataPacket>) override {}
+    };
+    constexpr int threshold = NetworkConnection::DISCARD_THRESHOLD_BYTES;
+    const RawReceiver rawReceiver;
+    const Receiver receiver;
+    const LogCapture log;
+    FedConnection link;
+
+    const int room = threshold - jsonPacket(0).size() - 8;
+    link.socket->feed(rawPacket(room) + jsonPacket(0));
+    CHECK(log.lines().isEmpty()); // exactly the threshold
+
+    link.socket->feed(rawPacket(room + 1) + jsonPacket(1));
+    CHECK(log.lines() == QStringList{QStringLiteral(
+                             "error: Incoming buffer size 131073 Discarding raw data packets")});
+
+    // One JSON packet above it: a line for each call until it is complete, and it arrives.
+    const QByteArray large = jsonPacket(2, 300000);
+    link.socket->feed(large.left(200000));
+    link.socket->feed(large.mid(200000, 100000));
+    link.socket->feed(large.mid(300000));
+    CHECK(log.lines().size() == 4);
+    CHECK(receiver.numbers == numbersUpTo(3));
+}
+
+TEST_CASE("A receiver may destroy itself or another, or make one, during a delivery", "[packets]")
+{
+    FedConnection link;
+    auto oldest = std::make_unique<Receiver>();
+    std::unique_ptr<Receiver> newest;
+    std::unique_ptr<Receiver> made;
+    newest = std::make_unique<Receiver>([&] {
+        oldest.reset();
+        made = std::make_unique<Receiver>();
+        newest.reset();
+    });
+    link.socket->feed(jsonPacket(0) + jsonPacket(1));
+    REQUIRE(made != nullptr);
+    CHECK(oldest == nullptr);
+    CHECK(newest == nullptr);
+    CHECK(made->numbers == std::vector<int>{1}); // made after the first packet came
+}
+
+TEST_CASE("A receiver that pumps the event loop disturbs neither order nor buffer", "[packets]")
+{
+    FedConnection link;
+    int next = 3;
+    Receiver receiver;
+    receiver.then = [&] {
+        if (next < 20) {
+            link.socket->feed(jsonPacket(next++, 5000));
+        }
+        QCoreApplication::processEvents();
+    };
+    link.socket->feed(jsonPacket(0) + jsonPacket(1) + jsonPacket(2));
+    CHECK(receiver.numbers == numbersUpTo(20));
+}
+
+TEST_CASE("A receiver may delete or reconnect the connection that delivers to it", "[packets]")
+{
+    QTcpServer server;
+    REQUIRE(server.listen(QHostAddress::LocalHost, 0));
+    const QHostAddress host(QHostAddress::LocalHost);
+    QTcpSocket* far = nullptr;
+
+    const auto linkUp = [&](NetworkConnection& connection) {
+        REQUIRE(connection.connectToHost(host, server.serverPort()));
+        REQUIRE(waitFor([&] { return server.hasPendingConnections(); }));
+        far = server.nextPendingConnection();
+    };
+    SECTION("deleted")
+    {
+        QPointer<NetworkConnection> connection(new NetworkConnection);
+        linkUp(*connection);
+        const Receiver receiver([&] { delete connection.data(); });
+        far->write(jsonPacket(0) + jsonPacket(1));
+        REQUIRE(waitFor([&] { return connection.isNull(); }));
+        CHECK(receiver.numbers == numbersUpTo(1));
+    }
+    SECTION("connected anew")
+    {
+        NetworkConnection connection;
+        linkUp(connection);
+        int losses = 0;
+        QObject::connect(&connection, &NetworkConnection::disconnectedFromHost,
+                         [&losses] { ++losses; });
+        Receiver receiver;
+        receiver.then = [&] {
+            if (receiver.numbers.size() == 1) {
+                linkUp(connection);
+            }
+        };
+        // What follows on the old link is gone with it, half a packet too.
+        far->write(jsonPacket(0) + jsonPacket(9) + jsonPacket(9).left(20));
+        REQUIRE(waitFor([&] { return receiver.numbers.size() == 1; }));
+        CHECK(losses == 1);
+        far->write(jsonPacket(1));
+        REQUIRE(waitFor([&] { return receiver.numbers.size() == 2; }));
+        CHECK(receiver.numbers == numbersUpTo(2));
+        CHECK(losses == 1);
+    }
+    SECTION("deleted when the link breaks")
+    {
+        QPointer<NetworkConnection> connection(new NetworkConnection);
+        linkUp(*connection);
+        QObject::connect(connection, &NetworkConnection::disconnectedFromHost,
+                         [&] { delete connection.data(); });
+        far->abort();
+        REQUIRE(waitFor([&] { return connection.isNull(); }));
+    }
+}
+
+TEST_CASE("A receiver's exception passes through and leaves the buffer as it was", "[packets]")
+{
+    FedConnection link;
+    Receiver receiver([] { throw std::runtime_error("full"); });
+    CHECK_THROWS_AS(link.socket->feed(jsonPacket(0) + jsonPacket(1)), std::runtime_error);
+    receiver.then = {};
+    link.socket->feed(jsonPacket(2).left(10));
+    link.socket->feed(jsonPacket(2).mid(10));
+    CHECK(receiver.numbers == std::vector<int>{0, 0, 1, 2});
+}
+
+TEST_CASE("After random bytes in random pieces the link works again", "[packets]")
+{
+    constexpr int total = 4 << 20;
+    std::mt19937 random(3);
+    QByteArray garbage(total, '\0');
+    for (char& byte : garbage) {
+        byte = static_cast<char>(random());
+    }
+    // What looks like a header claims less than 64 KiB, so that each claim comes to an end.
+    for (int i = 0; i + 8 < total; ++i) {
+        if (garbage[i] == '\x10' && garbage[i + 1] >= '\x10' && garbage[i + 1] <= '\x29') {
+            garbage[i + 4] = garbage[i + 5] = '\0';
+        }
+    }
+    FedConnection link;
+    const Receiver receiver;
+    std::uniform_int_distribution<int> pieceBytes(1, 20000);
+    for (int sent = 0; sent < total;) {
+        const QByteArray piece = garbage.mid(sent, pieceBytes(random));
+        link.socket->feed(piece);
+        sent += piece.size();
+    }
+    link.socket->feed(QByteArray(0x10000 + 8, '\0'));
+    const std::size_t before = receiver.numbers.size();
+    link.socket->feed(jsonPacket(77));
+    CHECK(before > 0); // some of it passed for JSON packets
+    REQUIRE(receiver.numbers.size() == before + 1);
+    CHECK(receiver.numbers.back() == 77);
+}
+
+TEST_CASE("100 MB of random bytes go through without fault", "[packets]")
+{
+    std::mt19937 random(5);
+    QByteArray piece(1 << 20, '\0');
+    FedConnection link;
+    const Receiver receiver;
+    for (int sent = 0; sent < 100; ++sent) {
+        for (char& byte : piece) {
+            byte = static_cast<char>(random());
+        }
+        link.socket->feed(piece);
+    }
+    CHECK(link.connection->isConnected());
+}
+
+TEST_CASE("Without a link sending is a no-op and nothing is connected", "[packets]")
+{
+    NetworkConnection connection(nullptr, 7);
+    CHECK(connection.getConnectionContext() == 7);
+    CHECK_FALSE(connection.isConnected());
+    connection.acceptPacket(BasicTestPacket());
+    connection.sendRawPacket(nullptr);
+    connection.sendRawPacket(std::make_shared<BasicTestPacket>());
+    CHECK(connection.canAcceptPacket(QStringLiteral("anything")));
+
+    std::unique_ptr<QTcpSocket> nothing;
+    CHECK_FALSE(connection.adoptSocket(nothing));
+    CHECK_FALSE(connection.isConnected());
+    connection.acceptPacket(BasicTestPacket());
+    CHECK(connection.getLocalIdentifier().isEmpty());
+
+    QTcpServer closed;
+    REQUIRE(closed.listen(QHostAddress::LocalHost, 0));
+    const quint16 port = closed.serverPort();
+    closed.close();
+    CHECK_FALSE(connection.connectToHost(QHostAddress(QHostAddress::LocalHost), port));
+    CHECK_FALSE(connection.isConnected());
+}
+
+TEST_CASE("Both ends name each other, and a lost link is announced once", "[packets]")
+{
+    QTcpServer server;
+    REQUIRE(server.listen(QHostAddress::Any, 0));
+    NetworkConnection near;
+    NetworkConnection far;
+    REQUIRE(near.connectToHost(QHostAddress(QHostAddress::LocalHost), server.serverPort()));
+    REQUIRE(server.waitForNewConnection(5000));
+    std::unique_ptr<QTcpSocket> accepted(server.nextPendingConnection());
+    REQUIRE(far.adoptSocket(accepted));
+    CHECK(accepted == nullptr);
+    CHECK(far.isConnected());
+    CHECK(far.getLocalIdentifier() ==
+          QStringLiteral("2130706433") + QString::number(server.serverPort()));
+    CHECK(near.getLocalIdentifier() == far.getPeerIdentifier());
+    CHECK(near.getPeerIdentifier() == far.getLocalIdentifier());
+
+    int losses = 0;
+    QObject::connect(&near, &NetworkConnection::disconnectedFromHost, [&losses] { ++losses; });
+    const LogCapture log;
+    std::unique_ptr<QTcpSocket> other(new MemorySocket);
+    REQUIRE(far.adoptSocket(other));
+    REQUIRE(other != nullptr); // the socket held before comes back, closed
+    CHECK(other->state() == QAbstractSocket::UnconnectedState);
+    REQUIRE(waitFor([&] { return losses > 0; }));
+    CHECK_FALSE(near.isConnected());
+    CHECK(losses == 1);
+    CHECK(log.contains(QStringLiteral("info: QAbstractSocket::RemoteHostClosedError")));
+}
+
+TEST_CASE("Packets that came before a socket was adopted are delivered", "[packets]")
+{
+    QTcpServer server;
+    REQUIRE(server.listen(QHostAddress::LocalHost, 0));
+    QTcpSocket peer;
+    peer.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    REQUIRE(waitFor([&] { return server.hasPendingConnections(); }));
+    std::unique_ptr<QTcpSocket> accepted(server.nextPendingConnection());
+    peer.write(jsonPacket(0));
+    REQUIRE(waitFor([&] { return accepted->bytesAvailable() > 0; }));
+
+    const Receiver receiver;
+    NetworkConnection connection;
+    REQUIRE(connection.adoptSocket(accepted));
+    CHECK(waitFor([&] { return receiver.numbers == numbersUpTo(1); }));
+}
+
+TEST_CASE("Socket errors have names", "[packets]")
+{
+    const auto name = [](int error) {
+        return getSocketErrorName(static_cast<QAbstractSocket::SocketError>(error));
+    };
+    CHECK(name(-1) == QStringLiteral("QAbstractSocket::UnknownSocketError"));
+    CHECK(name(0) == QStringLiteral("QAbstractSocket::ConnectionRefusedError"));
+    CHECK(name(12) == QStringLiteral("QAbstractSocket::ProxyAuthenticationRequiredError"));
+    CHECK(name(18) == QStringLiteral("QAbstractSocket::ProxyProtocolError"));
+    for (const int illegal : {-2, 13, 19, 1000}) {
+        CHECK(name(illegal) ==
+              QStringLiteral("illegal value for QAbstractSocket::SocketError: %1").arg(illegal));
+    }
+}

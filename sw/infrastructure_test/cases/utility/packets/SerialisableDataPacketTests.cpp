@@ -1,0 +1,134 @@
+#include "infrastructure/utility/packets/BasicTestPacket.h"
+#include "infrastructure/utility/packets/SerialisableDataPacket.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QJsonArray>
+#include <QJsonParseError>
+
+namespace {
+
+SerialisableDataPacket receive(const QByteArray& text)
+{
+    RawDataPacketHeader header;
+    header.packetType = 0x1010;
+    header.payloadSize = quint32(text.size() + 4);
+    // The inner length is wrong on purpose: it is not consulted.
+    return SerialisableDataPacket(QByteArray(8, '\0') + QByteArray(4, '\x7f') + text, header);
+}
+
+} // namespace
+
+TEST_CASE("A packet without a class name is logged and empty", "[packets]")
+{
+    const LogCapture log;
+    const SerialisableDataPacket packet{QString()};
+    CHECK(packet.getJsonObject().isEmpty());
+    CHECK(packet.getPacketClassName() == QString());
+    CHECK_FALSE(packet.getPacketClassName().isNull());
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("info: SerialisableDataPacket MUST HAVE CLASS NAME")});
+}
+
+TEST_CASE("JSON text that can't be parsed is logged", "[packets]")
+{
+    const LogCapture log;
+    QJsonParseError error;
+    CHECK(SerialisableDataPacket(QByteArray(R"({"Class")"), &error).getJsonObject().isEmpty());
+    CHECK(error.error != QJsonParseError::NoError);
+    REQUIRE(log.lines().size() == 1);
+    CHECK(log.lines()[0] == QStringLiteral("info: SerialisablePacket failed to parse packet: ") +
+                                error.errorString());
+    CHECK(SerialisableDataPacket(QByteArray("]"), nullptr).getJsonObject().isEmpty());
+
+    const SerialisableDataPacket good(QByteArray(R"({"Class":"X"})"), &error);
+    CHECK(error.error == QJsonParseError::NoError);
+    CHECK(good.getPacketClassName() == QStringLiteral("X"));
+    CHECK(log.lines().size() == 2);
+}
+
+TEST_CASE("Received text that can't be parsed gives a packet of no class and one log line",
+          "[packets]")
+{
+    const LogCapture log;
+    const SerialisableDataPacket bad = receive("{\"Class\":\"X\"} garbage");
+    CHECK(bad.getPacketClassName().isEmpty());
+    CHECK(bad.toJson() == QByteArray(R"({"Class":""})"));
+    REQUIRE(log.lines().size() == 1);
+    CHECK(log.lines()[0].startsWith(
+        QStringLiteral("info: SerialisablePacket failed to parse packet ")));
+
+    CHECK(receive("").getJsonObject().contains(QStringLiteral("Class")));
+    CHECK(receive("[1]").getJsonObject().isEmpty()); // JSON, yet no object
+    CHECK(receive(QByteArray(100000, '[')).getPacketClassName().isEmpty());
+    CHECK(log.lines().size() == 3);
+}
+
+TEST_CASE("Awkward strings survive the wire unchanged", "[packets]")
+{
+    for (const QString& text :
+         {QString(), QStringLiteral("\"\\/\b\f\n\r\t\x1f"), QStringLiteral("é♯µμ日本語\U0001F3A5"),
+          QStringLiteral("{\"Class\":\"X\"}"), QString(5000, QLatin1Char('x')),
+          QString::fromLatin1("nul\0inside", 10)}) {
+        BasicTestPacket sent;
+        sent.setTestString(text);
+        bool ok = false;
+        const BasicTestPacket received(receive(sent.serialisePayload().mid(4)), ok);
+        CHECK(ok);
+        CHECK(received == sent);
+        CHECK(received.getTestString() == text);
+    }
+}
+
+TEST_CASE("Packets compare by their JSON alone", "[packets]")
+{
+    BasicTestPacket a;
+    a.setTestInt(1);
+    BasicTestPacket b = a;
+    CHECK(a == b);
+    CHECK_FALSE(a != b);
+    CHECK(receive(a.toJson()) == a); // header and raw payload do not count
+
+    const QByteArray before = b.serialisePayload();
+    b.setTestInt(2);
+    CHECK(a != b);
+    CHECK_FALSE(a == b);
+    CHECK(b.serialisePayload() != before); // what was kept of the first call is gone
+    CHECK(a.serialisePayload() == before);
+}
+
+TEST_CASE("Children that are no packets are refused, and the good ones still come out", "[packets]")
+{
+    const QJsonObject good{{QStringLiteral("Class"), QStringLiteral("Kid")}};
+    const QJsonArray bad{1,
+                         QStringLiteral("text"),
+                         QJsonArray{good},
+                         QJsonValue(),
+                         QJsonObject{},
+                         QJsonObject{{QStringLiteral("Class"), 1}},
+                         QJsonObject{{QStringLiteral("Class"), QString()}}};
+    const QString key = QStringLiteral("child");
+    bool ok = true;
+    for (const QJsonValue& value : bad) {
+        const SerialisableDataPacket parent(QJsonObject{{key, value}});
+        ok = true;
+        CHECK(SerialisableDataPacket(parent, key, ok).getJsonObject().isEmpty());
+        CHECK_FALSE(ok);
+
+        const SerialisableDataPacket list(QJsonObject{{key, QJsonArray{good, value, good}}});
+        ok = true;
+        CHECK(list.extractChildPacketArray(key, ok).size() == 2);
+        CHECK_FALSE(ok);
+    }
+    const SerialisableDataPacket parent(QJsonObject{{key, good}});
+    CHECK(SerialisableDataPacket(parent, key, ok).getPacketClassName() == QStringLiteral("Kid"));
+    CHECK(ok);
+    CHECK(parent.extractChildPacketArray(key, ok).empty());
+    CHECK_FALSE(ok); // not an array
+    CHECK(parent.extractChildPacketArray(QStringLiteral("absent"), ok).empty());
+    CHECK_FALSE(ok);
+    CHECK(SerialisableDataPacket(QJsonObject{{key, QJsonArray()}})
+              .extractChildPacketArray(key, ok)
+              .empty());
+    CHECK(ok);
+}

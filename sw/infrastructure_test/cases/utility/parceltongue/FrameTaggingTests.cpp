@@ -1,0 +1,187 @@
+// Fields and frames between their tags. The expected layout is worked out word by word here, from
+// the order in which the tags stand.
+#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/parceltongue/tags/FieldParcelTag.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+using namespace ParcelTongue;
+
+namespace {
+
+using Words = std::vector<quint32>;
+constexpr quint32 F = 0xC0000000;
+
+/// Samples that tell their index.
+Field fieldOf(const FieldMetrics& metrics)
+{
+    Field field{metrics, Words(metrics.getTotalSamples())};
+    for (std::size_t i = 0; i < field.words.size(); ++i) {
+        field.words[i] = static_cast<quint32>(i);
+    }
+    return field;
+}
+
+void checkEverySample(const FieldMetrics& metrics)
+{
+    const Field field = fieldOf(metrics);
+    const Words tagged = tagField(field, {});
+    CHECK(tagged.size() % 16 == 0);
+    REQUIRE(tagged.size() == getTaggedSize(metrics));
+    for (quint32 index = 0; index < field.words.size(); ++index) {
+        const quint32 place = getTaggedIndex(metrics, index);
+        REQUIRE(place < tagged.size());
+        REQUIRE(tagged[place] == index);
+    }
+}
+
+} // namespace
+
+TEST_CASE("A small field stands between its tags word by word", "[parceltongue]")
+{
+    // Three lines of five samples; the second has a picture of two.
+    const FieldMetrics metrics(FieldRegion(0, 0, 5, 3), FieldRegion(3, 1, 2, 1));
+    FieldTagValues values;
+    values.value32 = 7;
+    values.flagA = true;
+    values.flagC = 0x103;
+    values.tagByteB = 0x55;
+    const quint32 S = 0x47000301; // the spacer, with the lowest byte of flagC
+    const auto line = [](quint32 n) { return 0xC4000000 | n << 15 | n; };
+    const Words expected = {// field
+                            0x41005508, 0xC0000007, 0xC0020014, 0xE1194002, 0xC0002003, F, F, F,
+                            // line 1
+                            0x42000004, line(1), F, F, 0x43000004, F, F, F, 0, 1, 2, 3, 4, //
+                            0x83000004, F, F, F, 0x82000004, F, F, F, S, S, S,
+                            // line 2
+                            0x42000004, line(2), F, F, 0x44000004, F, F, F, 5, 6, 7, //
+                            0x84000004, F, F, F, 0x45000004, F, F, F, 8, 9,          //
+                            0x85000004, F, F, F, 0x82000004, F, F, F, S, S, S,
+                            // line 3
+                            0x42000004, line(3), F, F, 0x43000004, F, F, F, 10, 11, 12, 13, 14, //
+                            0x83000004, F, F, F, 0x82000004, F, F, F, S, S, S,
+                            // field: 8 + 24 + 32 + 24 + 4 = 92 words so far
+                            0x81005504, 0xC0000001, F, F, S, S, S, S};
+    CHECK(tagField(fieldOf(metrics), values) == expected);
+}
+
+TEST_CASE("Every sample is where the adjusted index says", "[parceltongue]")
+{
+    const FieldMetrics rows[] = {
+        {FieldRegion(0, 0, 500, 290), FieldRegion(50, 50, 450, 190)},
+        {FieldRegion(0, 0, 864, 312), FieldRegion(144, 22, 720, 288)},
+        {FieldRegion(0, 563, 264, 62), FieldRegion(72, 583, 192, 40)}, // a second field
+        {FieldRegion(0, 0, 33, 20), FieldRegion(0, 0, 33, 20)},        // picture alone
+        {FieldRegion(0, 0, 33, 20), FieldRegion(33, 5, 0, 4)},         // pictures without width
+        {FieldRegion(0, 0, 1, 7), FieldRegion(1, 7, 0, 0)},            // no picture
+        {FieldRegion(0, 0, 16, 9), FieldRegion(8, 4, 8, 50)},          // picture below the field
+    };
+    for (const FieldMetrics& metrics : rows) {
+        CAPTURE(&metrics - rows);
+        checkEverySample(metrics);
+    }
+}
+
+TEST_CASE("A line's width is filled up to eight words", "[parceltongue]")
+{
+    for (quint32 width = 1; width <= 17; ++width) {
+        const FieldMetrics metrics(FieldRegion(0, 0, width, 10), FieldRegion(width, 3, 0, 0));
+        const quint32 pad = width % 8 == 0 ? 0 : 8 - width % 8;
+        CHECK(getTaggedIndex(metrics, width) == 16 + width + pad + 16);
+    }
+}
+
+TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
+    Field field = fieldOf(metrics);
+    SECTION("already tagged")
+    {
+        LogCapture log;
+        field.isTagged = true;
+        CHECK(tagField(field, {}) == field.words);
+        CHECK(log.lines().isEmpty());
+    }
+    SECTION("a sample short")
+    {
+        LogCapture log;
+        field.words.pop_back();
+        CHECK(tagField(field, {}) == field.words);
+        CHECK(
+            log.contains(QStringLiteral("error: Field of 39 samples is not tagged, expected 40")));
+    }
+    SECTION("metrics whose size wraps around")
+    {
+        field.metrics = FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion());
+        field.words.clear();
+        CHECK(tagField(field, {}).empty());
+        field.metrics = FieldMetrics(FieldRegion(0, 0, 0, 0xFFFFFFFF), FieldRegion());
+        CHECK(tagField(field, {}).empty());
+        CHECK(getTaggedIndex(field.metrics, 5) == 21);
+    }
+    SECTION("a picture wider than its lines")
+    {
+        LogCapture log;
+        field.metrics = FieldMetrics(FieldRegion(0, 0, 10, 4), FieldRegion(0, 1, 11, 2));
+        CHECK(tagField(field, {}) == field.words);
+        CHECK(log.lines().size() == 1);
+    }
+}
+
+TEST_CASE("A frame's values are shared out to its sections and their fields", "[parceltongue]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
+    const Field field = fieldOf(metrics);
+    std::vector<Section> sections = {{{field, field}}, {{field, field, field}}, {}};
+    Words values(19);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] = static_cast<quint32>(100 + i);
+    }
+    sections[1].fields[1].words.pop_back();
+    tagFrame(sections, values, false, true, 5);
+
+    // 19 / 3 = 6: steps of three for two fields, of two for three.
+    const quint32 expected[2][3] = {{100, 103, 0}, {106, 108, 110}};
+    for (std::size_t number = 0; number < 2; ++number) {
+        for (std::size_t i = 0; i < sections[number].fields.size(); ++i) {
+            CAPTURE(number, i);
+            const Field& tagged = sections[number].fields[i];
+            const bool isShort = number == 1 && i == 1;
+            REQUIRE(tagged.isTagged == !isShort);
+            if (isShort) {
+                CHECK(tagged.words.size() == 39);
+                continue;
+            }
+            const FieldParcelTag tag(tagged.words);
+            CHECK(tag.getValue32() == expected[number][i]);
+            CHECK(tag.getTagByteA() == 0);
+            CHECK(tag.getTagByteB() == number);
+            CHECK(tag.getFlagC() == (number == 1));
+            CHECK_FALSE(tag.getFlagA());
+            CHECK(tag.getFlagB());
+            CHECK(tag.getTotalLines() == 1125);
+            CHECK(tag.getSamplesPerLine() == 10);
+            CHECK(tagged.words.back() == (0x47000001 | number << 8));
+        }
+    }
+
+    const Words before = sections[0].fields[0].words;
+    tagFrame(sections, {}, false, true, 5);
+    CHECK(sections[0].fields[0].words == before);
+}
+
+TEST_CASE("A frame with fewer values than fields repeats them, and without any has 0",
+          "[parceltongue]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
+    const Field field = fieldOf(metrics);
+    const std::vector<Section> sections = {{{field, field}}, {{field}}};
+    auto few = sections;
+    tagFrame(few, {9}, false, false, 0);
+    auto none = sections;
+    tagFrame(none, {}, false, false, 0);
+    for (std::size_t number = 0; number < 2; ++number) {
+        CHECK(FieldParcelTag(few[number].fields.back().words).getValue32() == 9);
+        CHECK(FieldParcelTag(none[number].fields.back().words).getValue32() == 0);
+    }
+}

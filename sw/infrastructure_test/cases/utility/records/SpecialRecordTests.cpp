@@ -1,0 +1,281 @@
+// The records that are packed by hand: sample grids, ancillary status, teletext, caption pairs.
+#include "infrastructure/utility/records/AncillaryStatusDataPacket.h"
+#include "infrastructure/utility/records/Captions608bytePairsRawDataPacket.h"
+#include "infrastructure/utility/records/RawSdiSampleGridPacket.h"
+#include "infrastructure/utility/records/TeletextRawDataPacket.h"
+#include "sw/infrastructure_test/cases/utility/records/RecordTesting.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+using namespace RecordTesting;
+using Tessorn::Types::RawSdiSampleGrid;
+using Tessorn::Types::RawSdiSampleGridRow;
+using Tessorn::Types::Sdi20BitSample;
+
+namespace {
+
+RawSdiSampleGrid makeGrid(std::size_t rows, std::size_t samples, int descriptorWords)
+{
+    Randomiser randomiser(29);
+    RawSdiSampleGrid grid;
+    QVector<qint32> descriptor(descriptorWords);
+    for (qint32& word : descriptor) {
+        word = randomiser.value<qint32>();
+    }
+    for (std::size_t r = 0; r < rows; ++r) {
+        RawSdiSampleGridRow row;
+        row.rowDescriptor = descriptor;
+        row.rowField1 = static_cast<qint32>(r);
+        row.rowField7 = -static_cast<qint32>(r);
+        for (std::size_t s = 0; s < samples; ++s) {
+            row.lineSamples.push_back(Sdi20BitSample::fromStoreWord(randomiser.value<quint32>()));
+        }
+        grid.rows.push_back(row);
+    }
+    return grid;
+}
+
+AncPacketStatus makeStatus(quint8 kind)
+{
+    Randomiser randomiser(31);
+    AncPacketStatus status;
+    status.kind = kind;
+    status.version = 1;
+    status.detail = 0x42;
+    status.statusWord1 = 0x0203;
+    status.statusWord2 = 0x0405;
+    status.statusByte1 = 6;
+    for (const int key : {0, 1, 255}) {
+        AncPacketStatus::Entry& entry = status.entries[static_cast<quint8>(key)];
+        for (std::size_t i = 0; i < entry.size(); ++i) {
+            if ((static_cast<std::size_t>(key) + i) % 2 == 0) {
+                randomiser.fill(entry[i].emplace());
+            }
+        }
+    }
+    return status;
+}
+
+} // namespace
+
+TEST_CASE("A sample grid comes back as it was sent", "[records]")
+{
+    for (const RawSdiSampleGrid& grid :
+         {RawSdiSampleGrid(), makeGrid(1, 0, 0), makeGrid(3, 1, 2), makeGrid(10, 2199, 5)}) {
+        const RawSdiSampleGridPacket sent(grid);
+        const QByteArray payload = sent.serialisePayload();
+        const auto received = receive<RawSdiSampleGridPacket>(payload);
+        REQUIRE(received != nullptr);
+        CHECK(received->getSdiGridData() == grid);
+        CHECK(received->serialisePayload() == payload);
+    }
+    CHECK(RawSdiSampleGridPacket().serialisePayload() == QByteArray(12, '\0'));
+}
+
+TEST_CASE("A sample grid has these bytes", "[records]")
+{
+    RawSdiSampleGridRow row;
+    row.rowDescriptor = {-1};
+    row.rowField1 = 1;
+    row.rowField7 = 7;
+    row.lineSamples = {{0x3FF, 0x001}, {0x000, 0x3FF}};
+    RawSdiSampleGrid grid;
+    grid.rows = {row, row};
+    grid.rows[1].lineSamples = {{2, 1}, {4, 3}, {6, 5}}; // longer than the first: cut
+    const QByteArray fields =
+        QByteArray::fromHex("00000001 00000000 00000000 00000000 00000000 00000000 00000007");
+    CHECK(RawSdiSampleGridPacket(grid).serialisePayload() ==
+          QByteArray::fromHex("00000002 00000002 00000001 ffffffff") + fields +
+              QByteArray::fromHex("000007ff 000ffc00") + fields +
+              QByteArray::fromHex("00000402 00000c04"));
+
+    grid.rows[1].lineSamples.resize(1); // shorter: filled up
+    CHECK(RawSdiSampleGridPacket(grid).serialisePayload().endsWith(
+        QByteArray::fromHex("00000402 00000000")));
+}
+
+TEST_CASE("A grid that is cut or lies stays small", "[records]")
+{
+    const QByteArray whole = RawSdiSampleGridPacket(makeGrid(4, 9, 3)).serialisePayload();
+    for (int size = 0; size < whole.size(); ++size) {
+        const auto received = receive<RawSdiSampleGridPacket>(whole.left(size));
+        const auto& rows = received->getSdiGridData().rows;
+        REQUIRE(rows.size() == (size < 4 ? 0u : 4u));
+    }
+    constexpr std::size_t limit = RecordLayout::Reader::MAX_MISSING_ELEMENTS;
+    const LogCapture log;
+    const auto samplesOf = [](const char* digits) {
+        std::size_t count = 0;
+        const auto received = receive<RawSdiSampleGridPacket>(QByteArray::fromHex(digits));
+        for (const RawSdiSampleGridRow& row : received->getSdiGridData().rows) {
+            count += 1 + row.lineSamples.size() +
+                     static_cast<std::size_t>(row.rowDescriptor.size()) / 1000;
+        }
+        return count;
+    };
+    CHECK(samplesOf("7fffffff 7fffffff 00000000") == limit);
+    CHECK(samplesOf("7fffffff 00000000 00000000") == limit);
+    CHECK(samplesOf("00000001 7fffffff 00000000") == limit);
+    CHECK(samplesOf("ffffffff 7fffffff 00000000") == 0);
+    CHECK(samplesOf("7fffffff 7fffffff 7fffffff") == 0); // the descriptor has taken it all
+    CHECK(log.lines().size() == 4);
+}
+
+TEST_CASE("The status of ancillary packets comes back as it was sent", "[records]")
+{
+    for (const quint8 kind : {quint8(0), quint8(1), quint8(2), quint8(255)}) {
+        AncPacketStatus status = makeStatus(kind);
+        const QByteArray payload = AncillaryStatusDataPacket(status).serialisePayload();
+        const auto received = receive<AncillaryStatusDataPacket>(payload);
+        REQUIRE(received != nullptr);
+        CHECK(received->getStatus() == status);
+        CHECK(received->getStatus().detail == (kind == 2 ? 0x42 : 0));
+        status.entries[1][1]->groupField1 += 1;
+        CHECK(received->getStatus() != status);
+    }
+    CHECK(receive<AncillaryStatusDataPacket>(QByteArray())->getStatus() == AncPacketStatus());
+}
+
+TEST_CASE("The status of ancillary packets has these bytes", "[records]")
+{
+    AncPacketStatus status;
+    status.kind = 2;
+    status.version = 1;
+    status.detail = 9;
+    status.statusWord1 = 0x0102;
+    status.statusByte1 = 3;
+    status.entries[7][1] = AncStatusGroup{1, 2, 3, 4, 5, 6};
+    CHECK(AncillaryStatusDataPacket(status).serialisePayload() ==
+          QByteArray::fromHex("02 01 09 0102 0000 03 07 00"
+                              "01 00000001 00000002 0000000000000003"
+                              "00000004 00000005 0000000000000006 00"));
+    status.kind = 1;
+    status.entries.clear();
+    CHECK(AncillaryStatusDataPacket(status).serialisePayload() ==
+          QByteArray::fromHex("01 01 0102 0000 03"));
+}
+
+TEST_CASE("An ancillary status that is cut or repeats a key is read as far as it goes", "[records]")
+{
+    const QByteArray whole = AncillaryStatusDataPacket(makeStatus(2)).serialisePayload();
+    std::size_t before = 0;
+    for (int size = 0; size <= whole.size(); ++size) {
+        const auto received = receive<AncillaryStatusDataPacket>(whole.left(size));
+        const std::size_t entries = received->getStatus().entries.size();
+        REQUIRE(entries >= before);
+        before = entries;
+    }
+    CHECK(before == 3);
+
+    const auto twice =
+        receive<AncillaryStatusDataPacket>(QByteArray::fromHex("00 00 0000 0000 00") +
+                                           QByteArray::fromHex("05 00 00 00 05 01 00000001"));
+    REQUIRE(twice->getStatus().entries.size() == 1);
+    CHECK_FALSE(twice->getStatus().entries.at(5)[0].has_value());
+}
+
+namespace {
+
+/// A container of 60 bytes with a row, a page header and a row without display data.
+TeletextPacketContainer makeTeletext()
+{
+    std::vector<quint8> bytes(60);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<quint8>(i);
+    }
+    TeletextPacketContainer teletext(bytes);
+    TeletextPacket row;
+    row.magazine = 7;
+    row.packetNumber = 20;
+    row.displayDataLength = 40;
+    REQUIRE(teletext.append(row, 20));
+    TeletextPacket header;
+    header.hasPageHeader = true;
+    header.displayDataLength = 32;
+    header.pageDecimal = 88;
+    header.pageBcd = 0x88;
+    header.subcode = 0x1234;
+    header.erasePage = true;
+    header.nationalOption = 5;
+    REQUIRE(teletext.append(header, 28));
+    TeletextPacket hidden;
+    hidden.packetNumber = 26;
+    REQUIRE(teletext.append(hidden, 0));
+    return teletext;
+}
+
+} // namespace
+
+TEST_CASE("Teletext comes back with its pointers in its own bytes", "[records]")
+{
+    for (const TeletextPacketContainer& teletext :
+         {TeletextPacketContainer(), TeletextPacketContainer({1, 2, 3}), makeTeletext()}) {
+        const QByteArray payload = TeletextRawDataPacket(teletext).serialisePayload();
+        CHECK(payload.size() == static_cast<int>(teletext.bytes().size() + 2 +
+                                                 13 * teletext.teletextPackets().size()));
+        const auto received = receive<TeletextRawDataPacket>(payload);
+        REQUIRE(received != nullptr);
+        CHECK(received->getTeletextData() == teletext);
+        CHECK(received->serialisePayload() == payload);
+        const TeletextPacketContainer& back = received->getTeletextData();
+        for (const TeletextPacket& packet : back.teletextPackets()) {
+            const bool isHidden = packet.displayDataLength == 0;
+            CHECK((packet.displayData == nullptr) == isHidden);
+            CHECK((isHidden || (packet.displayData >= back.bytes().data() &&
+                                packet.displayData + packet.displayDataLength <=
+                                    back.bytes().data() + back.bytes().size())));
+        }
+    }
+}
+
+TEST_CASE("Teletext has these bytes", "[records]")
+{
+    const QByteArray payload = TeletextRawDataPacket(makeTeletext()).serialisePayload();
+    CHECK(payload[0] == 60);
+    CHECK(payload.mid(61) == QByteArray::fromHex("03"
+                                                 "07 14 00 28 14 00 00 0000 00 00 00 00"
+                                                 "00 00 01 20 1c 58 88 3412 01 00 00 05"
+                                                 "00 1a 00 00 00 00 00 0000 00 00 00 00"));
+}
+
+TEST_CASE("Teletext that is cut, lies or is too long is read and sent as far as it goes",
+          "[records]")
+{
+    const QByteArray whole = TeletextRawDataPacket(makeTeletext()).serialisePayload();
+    for (int size = 0; size < whole.size(); ++size) {
+        const auto received = receive<TeletextRawDataPacket>(whole.left(size));
+        const std::size_t bytes = size == 0 ? 0 : 60;
+        REQUIRE(received->getTeletextData().bytes().size() == bytes);
+        REQUIRE(received->getTeletextData().teletextPackets().size() == (size < 62 ? 0u : 3u));
+    }
+    // Three bytes, and a row whose 40 display bytes would begin at the second of them.
+    const auto lying = receive<TeletextRawDataPacket>(
+        QByteArray::fromHex("03 010203 01 07 14 00 28 01 00 00 0000 00 00 00 00"));
+    REQUIRE(lying->getTeletextData().teletextPackets().size() == 1);
+    CHECK(lying->getTeletextData().teletextPackets()[0].displayData == nullptr);
+
+    TeletextPacketContainer large{std::vector<quint8>(300, 7)};
+    TeletextPacket row;
+    row.displayDataLength = 40;
+    REQUIRE(large.append(row, 250));
+    const LogCapture log;
+    const auto cut =
+        receive<TeletextRawDataPacket>(TeletextRawDataPacket(large).serialisePayload());
+    CHECK(cut->getTeletextData().bytes().size() == 255);
+    CHECK(cut->getTeletextData().teletextPackets()[0].displayData == nullptr);
+    CHECK(log.lines() == QStringList{QStringLiteral(
+                             "error: Teletext of 300 bytes and 1 records is cut to 255 of each")});
+}
+
+TEST_CASE("Caption pairs keep their parity on the wire and lose it in the data", "[records]")
+{
+    const auto received =
+        receive<Captions608bytePairsRawDataPacket>(QByteArray::fromHex("94ad01 c1ff02 80"));
+    const std::vector<Caption608BytePair> expected{{0x14, 0x2D, 0x94, 0xAD, true, 0},
+                                                   {0x41, 0x7F, 0xC1, 0xFF, false, 0}};
+    CHECK(received->getBytePairs() == expected);
+    CHECK(Captions608bytePairsRawDataPacket(expected).serialisePayload() ==
+          QByteArray::fromHex("94ad01 c1ff00"));
+    CHECK(receive<Captions608bytePairsRawDataPacket>("ab")->getBytePairs().empty());
+    CHECK(receive<Captions608bytePairsRawDataPacket>("")->serialisePayload().isEmpty());
+}

@@ -1,0 +1,281 @@
+// Reading, composing, describing and comparing a payload identifier by its field table.
+#include "infrastructure/utility/video/PayloadIdentifierBase.h"
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/PayloadIdentifierVariants.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+namespace {
+
+using Key = PayloadIdentifierKey;
+
+constexpr PayloadIdentifierFieldMap BYTE_0_ONLY{
+    {PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0, 1, 2, 3, 4, 5, 6, 7}}}};
+
+QStringList lines(const char* text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('\n'));
+}
+
+} // namespace
+
+TEST_CASE("Byte 0 of an identifier is the most significant", "[video]")
+{
+    const PayloadIdentifierBase identifier(0x89CA0001, BYTE_0_ONLY);
+    CHECK(identifier.getBytes() == std::array<quint8, 4>{0x89, 0xCA, 0x00, 0x01});
+    CHECK(identifier.getPayloadAndDigitialInterface() == 0x89);
+    CHECK(PayloadIdentifierField(1, {7}).read(0x00800000) == 1);
+    CHECK(PayloadIdentifierField(3, {0}).read(0x00000001) == 1);
+}
+
+TEST_CASE("The first bit of a field's list holds the lowest bit of its value", "[video]")
+{
+    constexpr PayloadIdentifierField split(2, {4, 7});
+    static_assert(split.getMask() == 0x9000 && split.getMaximum() == 3, "known in constants");
+    CHECK(split.read(0x1000) == 1);
+    CHECK(split.read(0x8000) == 2);
+    CHECK(split.write(0, 1) == 0x1000);
+    CHECK(split.write(0, 2) == 0x8000);
+    CHECK(PayloadIdentifierField(2, {7, 4}).read(0x8000) == 1);
+    CHECK(PayloadIdentifierField(2, {4, 5, 7}).read(0x8000) == 4);
+    CHECK(PayloadIdentifierField(2, {4, 5, 7}).read(0x4000) == 0);
+    CHECK(PayloadIdentifierField(0, {7, 6, 5, 4, 3, 2, 1, 0}).read(0x01000000) == 0x80);
+}
+
+TEST_CASE("A value wider than its field is not stored, and neither is one for a missing field",
+          "[video]")
+{
+    constexpr PayloadIdentifierField field(3, {0, 1});
+    CHECK(field.write(0xFFFFFFFF, 2) == 0xFFFFFFFE);
+    CHECK(field.write(0x12345678, 4) == 0x12345678);
+    CHECK(field.write(0x12345678, 0xFFFFFFFF) == 0x12345678);
+
+    constexpr PayloadIdentifierFieldMap fields{{PayloadIdentifierKey_BitDepth, {3, {0, 1}}}};
+    CHECK(fields.compose(
+              {{PayloadIdentifierKey_BitDepth, 2}, {PayloadIdentifierKey_AspectRatio, 1}}) == 2);
+    CHECK(fields.compose({{PayloadIdentifierKey_BitDepth, 5}}, 3) == 3);
+    CHECK(fields.compose({{static_cast<Key>(13), 0}, {static_cast<Key>(0xFFFFFFFF), 1}}) == 0);
+}
+
+TEST_CASE("An address names bits that exist", "[video]")
+{
+    CHECK(PayloadIdentifierField(4, {0}).getMask() == 0);
+    CHECK(PayloadIdentifierField(3, {0, 8, 1}).getMask() == 3);
+    CHECK(PayloadIdentifierField(3, {0, 1, 2, 3, 4, 5, 6, 7, 0}).getWidth() == 8);
+    CHECK_FALSE(PayloadIdentifierFieldMap({{static_cast<Key>(13), {3, {0}}}})
+                    .contains(static_cast<Key>(13)));
+}
+
+TEST_CASE("Reserved bits are numbered from the end that fields are not", "[video]")
+{
+    CHECK(PayloadIdentifierBase(0x89000000, BYTE_0_ONLY).getReservedBitErrors().isEmpty());
+    const LogCapture log;
+    // Bits of bytes 3, 2 and 1 of the identifier.
+    const PayloadIdentifierBase identifier(0x00800104, BYTE_0_ONLY);
+    const QStringList expected = lines("Reserved bit not 0, Byte 0, Bit 2\n"
+                                       "Reserved bit not 0, Byte 1, Bit 0\n"
+                                       "Reserved bit not 0, Byte 2, Bit 7");
+    CHECK(identifier.getReservedBitErrors() == expected);
+    QStringList logged;
+    for (const QString& error : expected) {
+        logged << QStringLiteral("error: ") + error;
+    }
+    CHECK(log.lines() == logged);
+    CHECK(PayloadIdentifierBase(0xFFFFFFFF).getReservedBitErrors().size() == 32);
+}
+
+TEST_CASE("Fields that share a bit are found", "[video]")
+{
+    using Map = PayloadIdentifierFieldMap;
+    const auto isFree = [](const Map& map) {
+        return PayloadIdentifierBase(0, map).checkThatPayloadIdentifierFieldsDoNotOverlap();
+    };
+    CHECK(isFree(Map()));
+    CHECK(isFree({{PayloadIdentifierKey_AspectRatio, {2, {5}}},
+                  {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
+    CHECK_FALSE(isFree({{PayloadIdentifierKey_AspectRatio, {2, {7}}},
+                        {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
+    // The same bits of another byte are other bits.
+    CHECK(isFree({{PayloadIdentifierKey_AspectRatio, {1, {7}}},
+                  {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
+}
+
+TEST_CASE("An identifier of an unknown kind has fields and no geometry", "[video]")
+{
+    const PayloadIdentifierBase identifier(0x89000000, BYTE_0_ONLY);
+    CHECK(identifier.validate() == lines("Error packet does not match any supported type"));
+    CHECK_FALSE(identifier.isPayloadByteCorrect());
+    CHECK(identifier.getNumberOfLinks() == 0);
+    CHECK(identifier.getNumberOfSubImages() == 1);
+    CHECK(identifier.getSdiDataRate() == Tessorn::Sdi::SdiDataRate_NoSignal);
+    CHECK(identifier.getLinesPerField().empty());
+    CHECK(identifier.getSampleStructure() == 0);
+    CHECK(identifier.getDescription(false) ==
+          QStringLiteral("0x0pNoRate YCbCr:422:10FR No Signal Rec.709"));
+    CHECK(PayloadIdentifierBase(0).getDescription(false) ==
+          QStringLiteral("No payload identifier"));
+}
+
+TEST_CASE("A line takes one sample a pixel for narrow 10-bit structures alone", "[video]")
+{
+    for (quint32 structure = 0; structure < 16; ++structure) {
+        for (quint32 depth = 0; depth < 4; ++depth) {
+            const PayloadIdentifier1080_3g identifier(PayloadIdentifier1080_3g::FACTS.compose(
+                {{PayloadIdentifierKey_SampleStructure, structure},
+                 {PayloadIdentifierKey_BitDepth, depth}}));
+            const bool single = (structure == 0 || structure == 3) && depth < 2;
+            CHECK(identifier.getSamplesForWidth(1920) == (single ? 1920u : 3840u));
+        }
+    }
+}
+
+TEST_CASE("A description tells the picture, the interface, and the signal where it is unusual",
+          "[video]")
+{
+    struct Known
+    {
+        quint32 rawValue;
+        const char* description;
+        const char* withoutLink;
+    };
+    // The bytes were put together by hand from the tables of SMPTE ST 352.
+    const Known known = GENERATE(values<Known>({
+        {0x89C98001, "1920x1080p50 YCbCr:422:10 3G A Rec.709", ""},
+        {0x85060001, "1920x1080i59.94 YCbCr:422:10 1.5G Rec.709", ""},
+        {0x85472001, "1920x1080psf30 YCbCr:422:10 1.5G Rec.709", ""},
+        {0x8A492001, "1920x1080p50 YCbCr:422:10 3G B LinkA Rec.709",
+         "1920x1080p50 YCbCr:422:10 3G B Rec.709"},
+        {0x8A492041, "1920x1080p50 YCbCr:422:10 3G B LinkB Rec.709",
+         "1920x1080p50 YCbCr:422:10 3G B Rec.709"},
+        {0x87492041, "1920x1080p50 YCbCr:422:10 DL 1.5G LinkB Rec.709",
+         "1920x1080p50 YCbCr:422:10 DL 1.5G Rec.709"},
+        {0x97CB8081, "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Link3 Rec.709",
+         "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709"},
+        {0x984B20A1, "3840x2160p60 YCbCr:422:10 QL 3G B 2-SI DS6_Link3 Rec.709",
+         "3840x2160p60 YCbCr:422:10 QL 3G B 2-SI Rec.709"},
+        {0xC2E9A021, "3840x2160p50 YCbCr:422:10 DL 6G 2-SI Link2 PQ Rec.2020",
+         "3840x2160p50 YCbCr:422:10 DL 6G 2-SI PQ Rec.2020"},
+        {0xCEF7A212, "3840x2160p30 RGB:444:12 12G 2-SI Link1 ICtCp S-Log3 Rec.2020",
+         "3840x2160p30 RGB:444:12 12G 2-SI ICtCp S-Log3 Rec.2020"},
+        {0xC0C340E1, "4096x2160p24 YCbCr:422:10 6G 2-SI Link8 Rec.709",
+         "4096x2160p24 YCbCr:422:10 6G 2-SI Rec.709"},
+        {0x844A0001, "1280x720p59.94 YCbCr:422:10 1.5G Rec.709", ""},
+        {0x89011003, "1920x1080iRsvRate YCbCr:422:12FR 3G A ColVancPacket", ""},
+    }));
+    const auto identifier = createPayloadIdentifier(known.rawValue);
+    REQUIRE(identifier);
+    CHECK(identifier->getDescription(false) == QLatin1String(known.description));
+    CHECK(identifier->getDescription(true) ==
+          QLatin1String(*known.withoutLink != '\0' ? known.withoutLink : known.description));
+}
+
+TEST_CASE("Links that no standard has are named with a question mark", "[video]")
+{
+    /// One link, level A or B, with a channel field of four bits.
+    class Wide : public PayloadIdentifierBase
+    {
+    public:
+        Wide(quint32 links, Tessorn::Sdi::Level level, quint32 channel)
+            : PayloadIdentifierBase(0x01000000 | channel,
+                                    {{PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0}}},
+                                     {PayloadIdentifierKey_ChannelAssignment, {3, {0, 1, 2, 3}}}})
+            , linkCount(links)
+            , mappingLevel(level)
+        {
+        }
+        quint32 getNumberOfLinks() const override { return linkCount; }
+        Tessorn::Sdi::Level getLevel() const override { return mappingLevel; }
+
+    private:
+        quint32 linkCount;
+        Tessorn::Sdi::Level mappingLevel;
+    };
+    using namespace Tessorn::Sdi;
+    CHECK(Wide(1, Level_B, 2).getDescription(false).contains(QLatin1String(" Link? ")));
+    CHECK(Wide(4, Level_B, 7).getDescription(false).contains(QLatin1String(" DS8_Link4 ")));
+    CHECK(Wide(4, Level_B, 8).getDescription(false).contains(QLatin1String(" DS?_Link? ")));
+    CHECK(Wide(4, Level_A, 7).getDescription(false).contains(QLatin1String(" Link8 ")));
+    CHECK(Wide(4, Level_A, 8).getDescription(false).contains(QLatin1String(" Link? ")));
+}
+
+TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
+{
+    using Variant = PayloadIdentifier2160_QuadLink3g;
+    const auto& facts = Variant::FACTS;
+    const quint32 base = facts.compose({{PayloadIdentifierKey_PictureRate, 9}});
+    for (quint32 number = 0; number < PAYLOAD_IDENTIFIER_KEY_COUNT; ++number) {
+        const auto key = static_cast<Key>(number);
+        const quint32 changed = base ^ facts.fields.get(key).getMask();
+        const bool ignored = key == PayloadIdentifierKey_AspectRatio ||
+                             key == PayloadIdentifierKey_ChannelAssignment ||
+                             key == PayloadIdentifierKey_AudioCopyStatus;
+        CHECK(Variant(base).isEqual(Variant(changed)) == ignored);
+    }
+}
+
+TEST_CASE("A comparison can log each field that differs, in its own order", "[video]")
+{
+    const PayloadIdentifier2160_12g one(0xCECA8001);
+    const PayloadIdentifier1080_3g other(0x89312102);
+    const LogCapture log;
+    CHECK_FALSE(one.isEqual(other, true));
+    CHECK(log.lines() == lines("info: Comparing payload Identifiers...\n"
+                               "info: 3840x2160p59.94 YCbCr:422:10 12G 2-SI Link1 Rec.709\n"
+                               "info: 1920x1080iRsvRate YCbCr:444:12 3G A S-Log3 Rec.2020\n"
+                               "info: NO MATCH - getSampleStructure\n"
+                               "info: NO MATCH - getFrameRate\n"
+                               "info: NO MATCH - getPicutreInterlaced\n"
+                               "info: NO MATCH - getTransportInterlaced\n"
+                               "info: NO MATCH - getBitDepth\n"
+                               "info: NO MATCH - getColourimetry\n"
+                               "info: NO MATCH - getPayloadAndDigitialInterface\n"
+                               "info: NO MATCH - getTransferCharacteristics\n"
+                               "info: Comparable? false"));
+
+    const LogCapture equalLog;
+    CHECK(one.isEqual(one, true));
+    CHECK(equalLog.lines().last() == QStringLiteral("info: Comparable? true"));
+    CHECK(equalLog.lines().size() == 4);
+
+    const LogCapture silent;
+    CHECK_FALSE(one.isEqual(other));
+    CHECK(silent.lines().isEmpty());
+}
+
+TEST_CASE("Byte 0 chooses the kind of an identifier", "[video]")
+{
+    const QByteArray known = QByteArray::fromHex("8485878889 8a9798c0c2ce");
+    int found = 0;
+    for (quint32 byte = 0; byte < 256; ++byte) {
+        const auto identifier = createPayloadIdentifier(byte << 24);
+        CHECK((identifier != nullptr) == known.contains(static_cast<char>(byte)));
+        if (identifier) {
+            ++found;
+            CHECK(identifier->isPayloadByteCorrect());
+            CHECK(findPayloadIdentifierFacts(byte)->payloadByte == byte);
+        } else {
+            CHECK(findPayloadIdentifierFacts(byte) == nullptr);
+        }
+    }
+    CHECK(found == 11);
+    CHECK(findPayloadIdentifierFacts(0x184) == nullptr);
+}
+
+TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
+{
+    CHECK(parsePayloadIdentifierBytes(QStringLiteral("137 201 0 1")) == 0x89C90001);
+    CHECK(parsePayloadIdentifierBytes(QStringLiteral("0 0 0 255")) == 0xFF);
+    CHECK(getPayloadIdentifierText(0x89C900FF) == QStringLiteral("137 201 0 255"));
+    for (const char* bad :
+         {"", " ", "137", "137 201 0", "137 201 0 1 2", "137 201 0 256", "137 201 0 -1",
+          "137  201 0 1", " 137 201 0 1", "137 201 0 1 ", "137 201 0 ", "137,201,0,1",
+          "0x89 201 0 1", "137 201 0 +1", "137 201 0 1.0", "137 201 0 0001", "137 201 0 a",
+          "137 201 0\t1", "137 201 0 4294967297"}) {
+        CAPTURE(bad);
+        CHECK_FALSE(parsePayloadIdentifierBytes(QString::fromLatin1(bad)).has_value());
+    }
+    CHECK_FALSE(parsePayloadIdentifierBytes(QStringLiteral("\u0661 0 0 0")).has_value());
+    for (const quint32 value : {0u, 0x01020304u, 0xFFFFFFFFu, 0x80000001u}) {
+        CHECK(parsePayloadIdentifierBytes(getPayloadIdentifierText(value)) == value);
+    }
+}

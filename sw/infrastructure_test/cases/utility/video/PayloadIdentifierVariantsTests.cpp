@@ -1,0 +1,492 @@
+// The eleven kinds of interface: where their fields lie, what they answer, what they complain of.
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/PayloadIdentifierVariants.h"
+#include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QSize>
+
+#include <bitset>
+#include <random>
+
+using namespace Tessorn::Sdi;
+
+namespace {
+
+using Key = PayloadIdentifierKey;
+using Values = std::initializer_list<PayloadIdentifierFieldValue>;
+
+constexpr auto TRANSPORT = PayloadIdentifierKey_TransportInterlaced;
+constexpr auto PICTURE = PayloadIdentifierKey_PictureInterlaced;
+constexpr auto RATE = PayloadIdentifierKey_PictureRate;
+constexpr auto STRUCTURE = PayloadIdentifierKey_SampleStructure;
+constexpr auto COLOUR = PayloadIdentifierKey_Colourimetry;
+constexpr auto ASPECT = PayloadIdentifierKey_AspectRatio;
+constexpr auto ARRAY = PayloadIdentifierKey_HorizontalArraySize;
+constexpr auto DEPTH = PayloadIdentifierKey_BitDepth;
+constexpr auto COPY = PayloadIdentifierKey_AudioCopyStatus;
+constexpr auto CHANNEL = PayloadIdentifierKey_ChannelAssignment;
+constexpr auto TRANSFER = PayloadIdentifierKey_TransferCharacteristics;
+constexpr auto LUMINANCE = PayloadIdentifierKey_LuminanceAndColourDifferenceSignal;
+
+/// An identifier of the kind of this byte 0.
+std::shared_ptr<const PayloadIdentifierBase> make(quint32 payloadByte, Values values)
+{
+    return createPayloadIdentifier(findPayloadIdentifierFacts(payloadByte)->compose(values));
+}
+
+/// The masks of the fields among the 32 bits, key 0 to 12, worked out by hand from SMPTE ST 352 and
+/// the interface standards. 0: the interface has no such field.
+struct FieldMasks
+{
+    quint32 payloadByte;
+    quint32 masks[PAYLOAD_IDENTIFIER_KEY_COUNT];
+};
+
+// clang-format off
+const FieldMasks FIELD_MASKS[] = {
+    //     byte 0      struct rate     picture   transport depth aspect array   colour  transfer  lum   channel copy
+    {0x84, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0,        1, 0,      0,      0x3000, 0x300000, 0x10, 0,    0}},
+    {0x88, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0,    0}},
+    {0x85, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x2000, 0x4000, 0x9000, 0x300000, 0x10, 0,    0}},
+    {0x87, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x2000, 0x4000, 0,      0,        0,    0x40, 0}},
+    {0x89, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0,    0}},
+    {0x8A, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x2000, 0x4000, 0x9000, 0x300000, 0x10, 0x40, 0}},
+    {0x97, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0xC0, 4}},
+    {0x98, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x2000, 0x4000, 0x9000, 0x300000, 0x10, 0xE0, 4}},
+    {0xC2, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0xE0, 4}},
+    {0xC0, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0xE0, 4}},
+    {0xCE, {0xFF000000, 0xF00, 0xF0000, 0x400000, 0x800000, 3, 0x8000, 0x4000, 0x3000, 0x300000, 0x10, 0xE0, 4}},
+};
+// clang-format on
+
+} // namespace
+
+TEST_CASE("Every field of every kind is read back alone from its own bits", "[video]")
+{
+    const FieldMasks& row = GENERATE(from_range(std::begin(FIELD_MASKS), std::end(FIELD_MASKS)));
+    const PayloadIdentifierFacts& facts = *findPayloadIdentifierFacts(row.payloadByte);
+    const LogCapture ignored; // byte 0 is not always that of the kind
+    CAPTURE(row.payloadByte);
+    quint32 all = 0;
+    for (quint32 number = 0; number < PAYLOAD_IDENTIFIER_KEY_COUNT; ++number) {
+        const auto key = static_cast<Key>(number);
+        CAPTURE(number);
+        const PayloadIdentifierField field = facts.fields.get(key);
+        CHECK(field.getMask() == row.masks[number]);
+        all |= row.masks[number];
+
+        const quint32 alone = facts.fields.compose({{key, field.getMaximum()}});
+        CHECK(alone == row.masks[number]);
+        CHECK(facts.fields.compose({{key, field.getMaximum() + 1}}, 0x5A5A5A5A) == 0x5A5A5A5A);
+        const PayloadIdentifierVariant set(alone, facts);
+        const PayloadIdentifierVariant cleared(~row.masks[number], facts);
+        for (quint32 other = 0; other < PAYLOAD_IDENTIFIER_KEY_COUNT; ++other) {
+            const auto otherKey = static_cast<Key>(other);
+            const quint32 maximum = facts.fields.get(otherKey).getMaximum();
+            CHECK(set.getField(otherKey) == (other == number ? maximum : 0));
+            CHECK(cleared.getField(otherKey) == (other == number ? 0 : maximum));
+        }
+        CHECK(set.getReservedBitErrors().isEmpty());
+    }
+    const PayloadIdentifierVariant full(all, facts);
+    CHECK(full.checkThatPayloadIdentifierFieldsDoNotOverlap());
+    CHECK(full.getReservedBitErrors().isEmpty());
+    // Every bit outside the fields is reserved.
+    CHECK(static_cast<std::size_t>(
+              PayloadIdentifierVariant(~all, facts).getReservedBitErrors().size()) ==
+          std::bitset<32>(~all).count());
+}
+
+TEST_CASE("Each reader reads its own field", "[video]")
+{
+    const auto identifier = make(0xCE, {{STRUCTURE, 14},
+                                        {RATE, 13},
+                                        {PICTURE, 1},
+                                        {TRANSPORT, 0},
+                                        {DEPTH, 2},
+                                        {ASPECT, 1},
+                                        {ARRAY, 0},
+                                        {COLOUR, 2},
+                                        {TRANSFER, 3},
+                                        {LUMINANCE, 1},
+                                        {CHANNEL, 5},
+                                        {COPY, 1}});
+    CHECK(identifier->getRawValue() == 0xCE7DAEB6); // by hand
+    CHECK(identifier->getPayloadAndDigitialInterface() == 0xCE);
+    CHECK(identifier->getSampleStructure() == 14);
+    CHECK(identifier->getFrameRate() == 13);
+    CHECK(identifier->getPicutreInterlaced() == 1);
+    CHECK(identifier->getTransportInterlaced() == 0);
+    CHECK(identifier->getBitDepth() == 2);
+    CHECK(identifier->getAspectRatio() == 1);
+    CHECK(identifier->getHorizontalArraySize() == 0);
+    CHECK(identifier->getColourimetry() == 2);
+    CHECK(identifier->getTransferCharacteristics() == 3);
+    CHECK(identifier->getLuminanceAndColourDifferenceSignal() == 1);
+    CHECK(identifier->getChannelAssignment() == 5);
+    CHECK(identifier->getAudioCopyStatus() == 1);
+}
+
+TEST_CASE("Well-known identifiers have no reserved bit and describe themselves", "[video]")
+{
+    struct Known
+    {
+        quint32 payloadByte;
+        quint32 values[12]; // in the order of the keys below
+        const char* description;
+    };
+    // clang-format off
+    const Known rows[] = {
+        {0xCE, {1, 1, 10, 0, 0, 0, 1, 1, 0, 0, 0, 0}, "4096x2160p59.94 YCbCr:422:10 12G 2-SI Rec.709"},
+        {0xCE, {1, 1, 8,  0, 2, 0, 1, 1, 0, 0, 2, 0}, "4096x2160p48 YCbCr:422:10 12G 2-SI PQ Rec.2020"},
+        {0xC2, {1, 1, 11, 0, 0, 1, 0, 1, 0, 0, 0, 0}, "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Rec.709"},
+        {0xC2, {1, 1, 9,  0, 2, 1, 0, 1, 0, 0, 2, 0}, "3840x2160p50 YCbCr:422:10 DL 6G 2-SI PQ Rec.2020"},
+        {0x97, {1, 1, 11, 0, 0, 1, 0, 1, 0, 2, 0, 0}, "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709"},
+        {0xC0, {1, 1, 7,  0, 0, 1, 0, 1, 0, 0, 0, 0}, "3840x2160p30 YCbCr:422:10 6G 2-SI Rec.709"},
+        {0xC0, {1, 1, 3,  0, 2, 1, 0, 1, 0, 0, 2, 0}, "3840x2160p24 YCbCr:422:10 6G 2-SI PQ Rec.2020"},
+        // Level B: the same fields, but for the transport bit.
+        {0x8A, {0, 1, 9,  0, 0, 1, 0, 1, 0, 0, 0, 0}, "1920x1080p50 YCbCr:422:10 3G B Rec.709"},
+    };
+    // clang-format on
+    constexpr Key keys[] = {TRANSPORT, PICTURE, RATE, STRUCTURE, COLOUR,   ASPECT,
+                            ARRAY,     DEPTH,   COPY, CHANNEL,   TRANSFER, LUMINANCE};
+    for (const Known& row : rows) {
+        const PayloadIdentifierFacts& facts = *findPayloadIdentifierFacts(row.payloadByte);
+        quint32 raw = facts.compose({});
+        for (std::size_t i = 0; i < std::size(keys); ++i) {
+            raw = facts.fields.compose({{keys[i], row.values[i]}}, raw);
+        }
+        const auto identifier = createPayloadIdentifier(raw);
+        CHECK(identifier->getReservedBitErrors().isEmpty());
+        CHECK(identifier->checkThatPayloadIdentifierFieldsDoNotOverlap());
+        CHECK(identifier->getDescription(true) == QLatin1String(row.description));
+        for (std::size_t i = 0; i < std::size(keys); ++i) {
+            CHECK(identifier->getField(keys[i]) ==
+                  (facts.fields.contains(keys[i]) ? row.values[i] : 0));
+        }
+    }
+    // A word seen on real links.
+    CHECK(make(0x8A, {{PICTURE, 1}, {RATE, 9}, {ASPECT, 1}, {DEPTH, 1}})->getRawValue() ==
+          0x8A492001);
+}
+
+TEST_CASE("Each kind answers for its interface", "[video]")
+{
+    struct Known
+    {
+        quint32 payloadByte;
+        quint32 division;
+        quint32 links;
+        SdiDataRate rate;
+        Level level;
+        quint32 subImages;
+    };
+    const Known rows[] = {
+        {132, 0, 1, SdiDataRate_1G5, Level_A, 1}, {136, 0, 1, SdiDataRate_3G, Level_A, 1},
+        {133, 0, 1, SdiDataRate_1G5, Level_A, 1}, {135, 0, 2, SdiDataRate_1G5, Level_A, 1},
+        {137, 0, 1, SdiDataRate_3G, Level_A, 1},  {138, 0, 1, SdiDataRate_3G, Level_B, 1},
+        {151, 1, 4, SdiDataRate_3G, Level_A, 4},  {152, 1, 4, SdiDataRate_3G, Level_B, 4},
+        {194, 1, 2, SdiDataRate_6G, Level_A, 4},  {192, 1, 1, SdiDataRate_6G, Level_A, 4},
+        {206, 1, 1, SdiDataRate_12G, Level_A, 4},
+    };
+    for (const Known& row : rows) {
+        const auto identifier = make(row.payloadByte, {});
+        CAPTURE(row.payloadByte);
+        CHECK(identifier->getSubImageDivision() == row.division);
+        CHECK(identifier->getNumberOfLinks() == row.links);
+        CHECK(identifier->getSdiDataRate() == row.rate);
+        CHECK(identifier->getLevel() == row.level);
+        CHECK(identifier->getNumberOfSubImages() == row.subImages);
+    }
+}
+
+TEST_CASE("Picture and transport bits make the scan, but not on every interface", "[video]")
+{
+    const auto scan = [](quint32 payloadByte, quint32 picture, quint32 transport, quint32 structure,
+                         quint32 depth) {
+        return make(payloadByte, {{PICTURE, picture},
+                                  {TRANSPORT, transport},
+                                  {STRUCTURE, structure},
+                                  {DEPTH, depth}})
+            ->getPicutreInterlacedProgressivePsf();
+    };
+    constexpr PictureFormat byBits[2][2] = {
+        {PictureFormat_Interlaced, PictureFormat_Interlaced},
+        {PictureFormat_Psf, PictureFormat_Progressive},
+    };
+    for (const quint32 picture : {0u, 1u}) {
+        for (const quint32 transport : {0u, 1u}) {
+            for (const quint32 byte : {0x84u, 0x88u}) {
+                CHECK(scan(byte, picture, transport, 0, 1) == PictureFormat_Progressive);
+            }
+            for (const quint32 byte : {0x85u, 0x89u, 0x97u, 0xC2u, 0xC0u, 0xCEu}) {
+                CHECK(scan(byte, picture, transport, 0, 1) == byBits[picture][transport]);
+            }
+            for (const quint32 byte : {0x87u, 0x8Au, 0x98u}) {
+                for (const quint32 structure : {0u, 3u}) {
+                    CHECK(scan(byte, picture, transport, structure, 0) ==
+                          PictureFormat_Progressive);
+                    CHECK(scan(byte, picture, transport, structure, 1) ==
+                          PictureFormat_Progressive);
+                    CHECK(scan(byte, picture, transport, structure, 2) ==
+                          byBits[picture][transport]);
+                }
+                CHECK(scan(byte, picture, transport, 2, 1) == byBits[picture][transport]);
+            }
+        }
+    }
+}
+
+TEST_CASE("Sizes follow array size, scan and sample structure", "[video]")
+{
+    struct Known
+    {
+        quint32 payloadByte;
+        quint32 array;
+        quint32 structure;
+        QSize picture;
+        quint32 fieldWidth;
+        quint32 heights[4]; // picture and transport bits: 00, 01, 10, 11
+    };
+    const Known rows[] = {
+        {0x84, 0, 0, {1280, 720}, 1280, {720, 720, 720, 720}},
+        {0x84, 0, 1, {1280, 720}, 1280, {720, 720, 720, 720}},
+        {0x88, 0, 0, {1280, 720}, 1280, {720, 720, 720, 720}},
+        {0x88, 1, 1, {1280, 720}, 2560, {720, 720, 720, 720}},
+        {0x85, 0, 0, {1920, 1080}, 1920, {540, 540, 540, 1080}},
+        {0x85, 1, 1, {2048, 1080}, 2048, {540, 540, 540, 1080}},
+        {0x87, 1, 1, {2048, 1080}, 2048, {540, 540, 540, 1080}},
+        {0x8A, 0, 1, {1920, 1080}, 1920, {540, 540, 540, 1080}},
+        {0x89, 0, 3, {1920, 1080}, 1920, {540, 540, 540, 1080}},
+        {0x89, 1, 2, {2048, 1080}, 4096, {540, 540, 540, 1080}},
+        {0x97, 0, 0, {3840, 2160}, 1920, {540, 540, 1080, 1080}},
+        {0x97, 1, 1, {4096, 2160}, 4096, {540, 540, 1080, 1080}},
+        {0x98, 1, 1, {4096, 2160}, 2048, {540, 540, 540, 1080}},
+        {0xC2, 0, 1, {3840, 2160}, 3840, {540, 540, 1080, 1080}},
+        {0xC0, 1, 0, {4096, 2160}, 2048, {540, 540, 1080, 1080}},
+        {0xCE, 0, 1, {3840, 2160}, 3840, {540, 540, 1080, 1080}},
+    };
+    using Lines = std::vector<quint32>;
+    for (const Known& row : rows) {
+        for (quint32 bits = 0; bits < 4; ++bits) {
+            CAPTURE(row.payloadByte, bits);
+            const auto identifier = make(row.payloadByte, {{PICTURE, bits >> 1},
+                                                           {TRANSPORT, bits & 1u},
+                                                           {ARRAY, row.array},
+                                                           {STRUCTURE, row.structure},
+                                                           {DEPTH, 1}});
+            CHECK(identifier->getPictureWidth() == static_cast<quint32>(row.picture.width()));
+            CHECK(identifier->getPictureHeight() == static_cast<quint32>(row.picture.height()));
+            CHECK(identifier->getFieldActivePictureWidthInSamples() == row.fieldWidth);
+            CHECK(identifier->getFieldActivePictureHeight() == row.heights[bits]);
+            const bool is720 = row.picture.height() == 720;
+            CHECK(identifier->getLinesPerField() == (is720       ? Lines{750}
+                                                     : bits == 3 ? Lines{1125}
+                                                                 : Lines{563, 562}));
+            CHECK(identifier->getFirstActivePictureLines() == (is720       ? Lines{26}
+                                                               : bits == 3 ? Lines{42}
+                                                                           : Lines{21, 584}));
+        }
+    }
+}
+
+TEST_CASE("Complaints name every rule that an identifier breaks, in order", "[video]")
+{
+    struct Known
+    {
+        const char* what;
+        quint32 payloadByte;
+        std::vector<PayloadIdentifierFieldValue> values;
+        const char* complaints; // a bar between them
+    };
+    const char* const progressive =
+        "Invalid picture rate for Progressive 1920 pixel Extended colour modes: ";
+    const char* const interlaced =
+        "Invalid picture rate for Interlaced 1920 pixel Extended colour modes: ";
+    const char* const interlaced2048 =
+        "Invalid picture interlace format for 2048 Extended colour modes: ";
+    const QByteArray progressive10 = QByteArray(progressive) + "10";
+    const QByteArray interlaced6 = QByteArray(interlaced) + "6";
+    const QByteArray interlaced2048With0 = QByteArray(interlaced2048) + "0";
+    const QByteArray all720 = "Invalid picture interlaced/progressive: 0|Invalid picture rate: 4|"
+                              "Invalid sampling structure: 3";
+    const Known rows[] = {
+        {"720p50", 0x84, {{PICTURE, 1}, {RATE, 9}, {DEPTH, 1}}, ""},
+        {"everything wrong", 0x84, {{RATE, 4}, {STRUCTURE, 3}}, all720.constData()},
+        {"48 Hz", 0x84, {{PICTURE, 1}, {RATE, 8}}, "Invalid picture rate: 8"},
+
+        {"720p50 4:4:4", 0x88, {{RATE, 9}, {STRUCTURE, 10}}, ""},
+        {"high",
+         0x88,
+         {{RATE, 12}, {STRUCTURE, 11}},
+         "Invalid picture rate: 12|Invalid sampling structure: 11"},
+        {"reserved rate", 0x89, {{RATE, 1}}, "Invalid picture rate: 1"},
+        {"lowest and highest", 0x89, {{RATE, 2}, {STRUCTURE, 10}}, ""},
+        {"X'Y'Z'", 0x89, {{RATE, 11}, {STRUCTURE, 14}}, "Invalid sampling structure: 14"},
+
+        {"1080i50", 0x85, {{RATE, 5}, {DEPTH, 1}}, ""},
+        {"1080i at 24", 0x85, {{RATE, 3}}, "Invalid picture rate: 3"},
+        {"1080p24", 0x85, {{PICTURE, 1}, {RATE, 3}}, ""},
+        {"1080p50", 0x85, {{PICTURE, 1}, {RATE, 9}}, "Invalid picture rate: 9"},
+        {"2048i", 0x85, {{ARRAY, 1}, {RATE, 5}}, "Invalid picture interlaced/progressive: 0"},
+        {"2048i48",
+         0x85,
+         {{ARRAY, 1}, {RATE, 8}, {STRUCTURE, 1}, {DEPTH, 2}},
+         "Invalid picture interlaced/progressive: 0|Invalid picture rate: 8|"
+         "Invalid sampling structure: 1|Invalid bit depth: 2"},
+        {"4:2:0", 0x85, {{PICTURE, 1}, {RATE, 7}, {STRUCTURE, 3}}, ""},
+
+        {"1080p50 B", 0x8A, {{PICTURE, 1}, {RATE, 9}, {DEPTH, 1}}, ""},
+        {"1080p48 B",
+         0x8A,
+         {{PICTURE, 1}, {RATE, 8}, {DEPTH, 1}},
+         "Invalid picture rate for 1920 pixel 422: 8"},
+        {"2048p48 B", 0x8A, {{PICTURE, 1}, {RATE, 8}, {DEPTH, 1}, {ARRAY, 1}}, ""},
+        {"2048p30 B",
+         0x8A,
+         {{PICTURE, 1}, {RATE, 7}, {DEPTH, 1}, {ARRAY, 1}},
+         "Invalid picture rate for 2048 pixel 422: 7"},
+        {"4:2:2, all wrong",
+         0x87,
+         {{TRANSPORT, 1}, {RATE, 12}},
+         "Invalid picture rate: 12|Invalid bit depth: 0|Invalid bit depth for 422: 0|"
+         "Invalid transport interlace format for 422: 1|Invalid picture interlace format for 422: "
+         "0|"
+         "Invalid picture rate for 1920 pixel 422: 12"},
+        {"4:2:2 at 12 bits",
+         0x87,
+         {{PICTURE, 1}, {RATE, 9}, {DEPTH, 2}},
+         "Invalid bit depth for 422: 2"},
+        {"extended",
+         0x8A,
+         {{PICTURE, 1}, {RATE, 10}, {DEPTH, 2}, {STRUCTURE, 2}},
+         progressive10.constData()},
+        {"extended 2048",
+         0x87,
+         {{PICTURE, 1}, {RATE, 10}, {DEPTH, 2}, {STRUCTURE, 2}, {ARRAY, 1}},
+         progressive10.constData()},
+        {"extended i", 0x8A, {{RATE, 6}, {DEPTH, 1}, {STRUCTURE, 2}}, interlaced6.constData()},
+        {"extended 2048i",
+         0x8A,
+         {{RATE, 6}, {DEPTH, 1}, {STRUCTURE, 2}, {ARRAY, 1}},
+         interlaced2048With0.constData()},
+        {"reserved structure",
+         0x8A,
+         {{RATE, 6}, {DEPTH, 3}, {STRUCTURE, 11}, {ARRAY, 1}},
+         "Invalid sampling structure: 11|Invalid bit depth: 3|"
+         "Invalid picture interlace format for 2048 Extended colour modes: 0"},
+
+        {"quad 2160p60",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 11}, {DEPTH, 1}},
+         "Incorrect FrameRate for extended colour mode: 11"},
+        {"quad 2160p30 4:4:4", 0x97, {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 2}}, ""},
+        {"quad 2160p30 12 bit", 0x97, {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {DEPTH, 2}}, ""},
+        {"quad 2160p30 4:2:0",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 3}},
+         "Incorrect FrameRate for 422/420-10: 7"},
+        {"quad 3840 at 48",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 8}},
+         "Incorrect FrameRate for 3840x2160: 8|Incorrect FrameRate for extended colour mode: 8"},
+        {"quad 4096 at 48",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 8}, {ARRAY, 1}},
+         "Incorrect FrameRate for extended colour mode: 8"},
+        {"quad S-Log3 in Rec.709",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 2}, {TRANSFER, 3}},
+         "Incorrect TransferCurve: 3"},
+        {"quad S-Log3 in Rec.2020",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 2}, {TRANSFER, 3}, {COLOUR, 2}},
+         ""},
+        {"quad audio copy, link 2",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 2}, {COPY, 1}, {CHANNEL, 1}},
+         "Incorrect AudioCopyStatus for channel 1 or 2: 1"},
+        {"quad audio copy, link 3",
+         0x97,
+         {{TRANSPORT, 1}, {PICTURE, 1}, {RATE, 7}, {STRUCTURE, 2}, {COPY, 1}, {CHANNEL, 2}},
+         ""},
+        {"quad, all wrong",
+         0x97,
+         {{RATE, 12}},
+         "Incorrect TransportFormat: 0|Incorrect PictureFormat: 0|Incorrect PictureRate: 12"},
+
+        {"no rule but byte 0", 0x98, {{RATE, 15}, {STRUCTURE, 15}}, ""},
+        {"no rule but byte 0", 0xC2, {{RATE, 15}, {STRUCTURE, 15}}, ""},
+        {"no rule but byte 0", 0xC0, {{RATE, 15}, {STRUCTURE, 15}}, ""},
+        {"no rule but byte 0", 0xCE, {{RATE, 15}, {STRUCTURE, 15}}, ""},
+    };
+    for (const Known& row : rows) {
+        CAPTURE(row.what);
+        const PayloadIdentifierFacts& facts = *findPayloadIdentifierFacts(row.payloadByte);
+        quint32 raw = facts.compose({});
+        for (const PayloadIdentifierFieldValue& value : row.values) {
+            raw = facts.fields.compose({value}, raw);
+        }
+        const QStringList expected =
+            QString::fromLatin1(row.complaints).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+        CHECK(createPayloadIdentifier(raw)->validate() == expected);
+    }
+}
+
+TEST_CASE("A wrong byte 0 is one complaint before the others", "[video]")
+{
+    const PayloadIdentifier720_3g identifier(0x89000000);
+    CHECK_FALSE(identifier.isPayloadByteCorrect());
+    CHECK(identifier.validate() == QStringList{QStringLiteral("Incorrect payload identifier: 137"),
+                                               QStringLiteral("Invalid picture rate: 0")});
+    CHECK(PayloadIdentifier2160_12g(0).validate() ==
+          QStringList{QStringLiteral("Incorrect payload identifier: 0")});
+}
+
+TEST_CASE("An extended colour mode on two links never goes without exactly one complaint",
+          "[video]")
+{
+    for (const quint32 byte : {0x87u, 0x8Au}) {
+        for (quint32 bits = 0; bits < 8; ++bits) {
+            const auto identifier = make(byte, {{PICTURE, bits & 1u},
+                                                {TRANSPORT, (bits >> 1) & 1u},
+                                                {ARRAY, bits >> 2},
+                                                {RATE, 7},
+                                                {STRUCTURE, 1},
+                                                {DEPTH, 1}});
+            CHECK(identifier->validate().size() == 1);
+        }
+    }
+}
+
+TEST_CASE("Any bytes make an identifier that answers, and its fields make the bytes", "[video]")
+{
+    std::mt19937 random(352);
+    const LogCapture ignored; // reserved bits
+    for (const FieldMasks& row : FIELD_MASKS) {
+        const PayloadIdentifierFacts& facts = *findPayloadIdentifierFacts(row.payloadByte);
+        for (int i = 0; i < 300; ++i) {
+            const quint32 rawValue =
+                row.payloadByte << 24 | (static_cast<quint32>(random()) & 0xFFFFFFu);
+            const auto identifier = createPayloadIdentifier(rawValue);
+            quint32 again = 0;
+            for (quint32 key = 0; key < PAYLOAD_IDENTIFIER_KEY_COUNT; ++key) {
+                again = facts.fields.compose(
+                    {{static_cast<Key>(key), identifier->getField(static_cast<Key>(key))}}, again);
+            }
+            REQUIRE(again == (rawValue & facts.fields.getMask()));
+            REQUIRE(static_cast<std::size_t>(identifier->getReservedBitErrors().size()) ==
+                    std::bitset<32>(rawValue & ~again).count());
+            REQUIRE(identifier->isEqual(PayloadIdentifierVariant(again, facts)));
+
+            const StandardFromPayloadIdentifier standard({identifier});
+            bool succeeded = false;
+            const auto metrics = standard.getTransmissionMetrics(&succeeded);
+            REQUIRE(metrics.empty() != succeeded);
+            REQUIRE(standard.getSamplesPerLine() > 0);
+            REQUIRE(standard.getDescription() == identifier->getDescription(true));
+        }
+    }
+}

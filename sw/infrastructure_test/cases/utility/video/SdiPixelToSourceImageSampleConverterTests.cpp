@@ -1,0 +1,312 @@
+#include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
+
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <functional>
+#include <random>
+
+using namespace Tessorn::Sdi::PayloadId;
+using namespace Tessorn::Types;
+using Converter = SdiPixelToSourceImageSampleConverter;
+
+namespace {
+
+using Samples = Converter::Samples;
+
+/// More than one block of each mode, and a part of one.
+constexpr std::size_t COUNT = 1030;
+
+std::vector<PixelDataAYCrCb> randomPixels(unsigned bits, quint16 mask = 0xFFFF)
+{
+    std::mt19937 random(bits);
+    const auto word = [&] { return static_cast<quint16>(random() & ((1u << bits) - 1) & mask); };
+    std::vector<PixelDataAYCrCb> pixels(COUNT);
+    for (PixelDataAYCrCb& pixel : pixels) {
+        pixel = {word(), word(), word(), word()};
+    }
+    return pixels;
+}
+
+/// The same in the other forms; forms without alpha lose it.
+struct AllForms
+{
+    explicit AllForms(std::vector<PixelDataAYCrCb> pixels)
+        : ayCrCb(std::move(pixels))
+    {
+        for (const PixelDataAYCrCb& pixel : ayCrCb) {
+            yCbCr.push_back({pixel.y, pixel.cb, pixel.cr});
+            argb.push_back({pixel.cr, pixel.y, pixel.cb, pixel.a});
+            rgb.push_back({pixel.cr, pixel.y, pixel.cb});
+        }
+    }
+
+    PictureBuffer picture(PixelFormat format)
+    {
+        quint16* const words[] = {&argb[0].r, &rgb[0].r, &ayCrCb[0].cr, &yCbCr[0].y};
+        return {format, 10, quint32(ayCrCb.size() / 10), words[format]};
+    }
+
+    std::vector<PixelDataAYCrCb> ayCrCb;
+    std::vector<PixelDataYCbCr> yCbCr;
+    std::vector<PixelDataARGB> argb;
+    std::vector<PixelDataRGB> rgb;
+};
+
+/// Bits `high` down to `low` of a word.
+unsigned bits(unsigned word, int high, int low)
+{
+    return (word >> low) & ((1u << (high - low + 1)) - 1);
+}
+
+/// What comes back out of mode 3: all bits of a pixel, and whether bit 9 is right.
+PixelDataYCbCr unpackMode3(const Sdi20BitSample* samples)
+{
+    unsigned y = 0;
+    unsigned cb = 0;
+    unsigned cr = 0;
+    for (const quint16 word : {samples[0].channelOne, samples[0].channelTwo, samples[1].channelOne,
+                               samples[1].channelTwo}) {
+        REQUIRE(bits(word, 9, 9) != bits(word, 8, 8));
+        REQUIRE(word < 1024);
+        cr = cr << 3 | bits(word, 8, 6);
+        y = y << 3 | bits(word, 5, 3);
+        cb = cb << 3 | bits(word, 2, 0);
+    }
+    return {quint16(y), quint16(cb), quint16(cr)};
+}
+
+/// A channel of two samples, and the alpha bits that it carries.
+struct SixAndThree
+{
+    unsigned picture;
+    unsigned alpha[2];
+};
+
+SixAndThree unpackMode4(quint16 upper, quint16 lower)
+{
+    for (const quint16 word : {upper, lower}) {
+        REQUIRE(bits(word, 9, 9) != bits(word, 8, 8));
+        REQUIRE(word < 1024);
+    }
+    return {bits(upper, 5, 0) << 6 | bits(lower, 5, 0), {bits(upper, 8, 6), bits(lower, 8, 6)}};
+}
+
+/// Checks two pixels of mode 4 by taking them apart again.
+void checkMode4(const PixelDataAYCrCb* pixels, const Sdi20BitSample* samples, bool hasAlpha)
+{
+    const quint16 colour[] = {pixels[0].cb, pixels[0].cr};
+    for (int i = 0; i < 2; ++i) {
+        const Sdi20BitSample& upper = samples[2 * i];
+        const Sdi20BitSample& lower = samples[2 * i + 1];
+        const SixAndThree one = unpackMode4(upper.channelOne, lower.channelOne);
+        const SixAndThree two = unpackMode4(upper.channelTwo, lower.channelTwo);
+        REQUIRE(one.picture == pixels[i].y);
+        REQUIRE(two.picture == colour[i]);
+        const unsigned alpha =
+            one.alpha[0] << 9 | two.alpha[0] << 6 | one.alpha[1] << 3 | two.alpha[1];
+        REQUIRE(alpha == (hasAlpha ? pixels[i].a : 64u));
+    }
+}
+
+} // namespace
+
+TEST_CASE("Mode 1 takes luma of both pixels and colour of the first, in ten bits", "[conversion]")
+{
+    const AllForms forms(randomPixels(16));
+    const Samples samples =
+        Converter::convertToYCbCr422_10(forms.ayCrCb.data(), COUNT, BitDepth_10);
+    REQUIRE(samples.size() == COUNT);
+    for (std::size_t i = 0; i < COUNT; i += 2) {
+        const PixelDataAYCrCb& pixel = forms.ayCrCb[i];
+        REQUIRE(samples[i] == Sdi20BitSample{quint16(pixel.y % 1024), quint16(pixel.cb % 1024)});
+        REQUIRE(samples[i + 1] ==
+                Sdi20BitSample{quint16(forms.ayCrCb[i + 1].y % 1024), quint16(pixel.cr % 1024)});
+    }
+    CHECK(Converter::convertToYCbCr422_10(forms.yCbCr.data(), COUNT, BitDepth_10) == samples);
+}
+
+TEST_CASE("Mode 2 gives each pixel two samples", "[conversion]")
+{
+    AllForms forms(randomPixels(10));
+    const Samples samples = Converter::resampleTo444_4(forms.ayCrCb.data(), COUNT, BitDepth_10);
+    REQUIRE(samples.size() == 2 * COUNT);
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        const PixelDataAYCrCb& pixel = forms.ayCrCb[i];
+        REQUIRE(samples[2 * i] == Sdi20BitSample{pixel.y, pixel.a});
+        REQUIRE(samples[2 * i + 1] == Sdi20BitSample{pixel.cr, pixel.cb});
+    }
+    CHECK(Converter::resampleTo444_4(forms.argb.data(), COUNT, BitDepth_10) == samples);
+
+    for (PixelDataAYCrCb& pixel : forms.ayCrCb) {
+        pixel.a = 64;
+    }
+    const Samples opaque = Converter::resampleTo444_4(forms.ayCrCb.data(), COUNT, BitDepth_10);
+    CHECK(opaque != samples);
+    CHECK(Converter::resampleTo444_4(forms.yCbCr.data(), COUNT, BitDepth_10) == opaque);
+    CHECK(Converter::resampleTo444_4(forms.rgb.data(), COUNT, BitDepth_10) == opaque);
+}
+
+TEST_CASE("Mode 3 carries all twelve bits of each component", "[conversion]")
+{
+    // Worked out by hand from the groups 101 010 011 110, 000 111 001 100 and 110 001 100 011.
+    const PixelDataYCbCr pixel{05236, 00714, 06143};
+    const Samples one = Converter::resampleToMappingMode3(&pixel, 1, BitDepth_12);
+    REQUIRE(one.size() == 2);
+    CHECK(one[0].channelOne == 0650);
+    CHECK(one[0].channelTwo == (0127 | 0x200));
+    CHECK(one[1].channelOne == 0431);
+    CHECK(one[1].channelTwo == (0364 | 0x200));
+
+    const PixelDataRGB black;
+    CHECK(Converter::resampleToMappingMode3(&black, 1, BitDepth_12) ==
+          Samples{{0x200, 0x200}, {0x200, 0x200}});
+
+    const AllForms forms(randomPixels(12));
+    const Samples samples =
+        Converter::resampleToMappingMode3(forms.yCbCr.data(), COUNT, BitDepth_12FullRange);
+    REQUIRE(samples.size() == 2 * COUNT);
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        REQUIRE(unpackMode3(&samples[2 * i]) == forms.yCbCr[i]);
+    }
+    CHECK(Converter::resampleToMappingMode3(forms.ayCrCb.data(), COUNT, BitDepth_12) == samples);
+    CHECK(Converter::resampleToMappingMode3(forms.argb.data(), COUNT, BitDepth_12) == samples);
+    CHECK(Converter::resampleToMappingMode3(forms.rgb.data(), COUNT, BitDepth_12) == samples);
+}
+
+TEST_CASE("Mode 4 carries twelve bits of 4:2:2 and of alpha", "[conversion]")
+{
+    const PixelDataYCbCr black[2] = {};
+    CHECK(Converter::resampleToMappingMode4(black, 2, BitDepth_12) ==
+          Samples{{0x200, 0x240}, {0x200, 0x200}, {0x200, 0x240}, {0x200, 0x200}});
+
+    const AllForms forms(randomPixels(12));
+    const Samples withAlpha =
+        Converter::resampleToMappingMode4(forms.ayCrCb.data(), COUNT, BitDepth_12);
+    const Samples without =
+        Converter::resampleToMappingMode4(forms.yCbCr.data(), COUNT, BitDepth_12);
+    REQUIRE(withAlpha.size() == 2 * COUNT);
+    REQUIRE(without.size() == 2 * COUNT);
+    for (std::size_t i = 0; i < COUNT; i += 2) {
+        checkMode4(&forms.ayCrCb[i], &withAlpha[2 * i], true);
+        checkMode4(&forms.ayCrCb[i], &without[2 * i], false);
+    }
+}
+
+TEST_CASE("Mode II splits pairs of pixels over two links", "[conversion]")
+{
+    const AllForms forms(randomPixels(10));
+    const auto links = Converter::resampleToMappingModeII(forms.ayCrCb.data(), COUNT, BitDepth_10);
+    const auto without = Converter::resampleToMappingModeII(forms.yCbCr.data(), COUNT, BitDepth_10);
+    const Samples& a = links.at(DualLinkLink_A);
+    const Samples& b = links.at(DualLinkLink_B);
+    REQUIRE(a.size() == COUNT);
+    REQUIRE(b.size() == COUNT);
+    REQUIRE(without.at(DualLinkLink_B).size() == COUNT);
+    CHECK(without.at(DualLinkLink_A) == a);
+    for (std::size_t i = 0; i < COUNT; i += 2) {
+        const PixelDataAYCrCb& even = forms.ayCrCb[i];
+        const PixelDataAYCrCb& odd = forms.ayCrCb[i + 1];
+        REQUIRE(a[i] == Sdi20BitSample{even.y, even.cb});
+        REQUIRE(a[i + 1] == Sdi20BitSample{odd.y, even.cr});
+        REQUIRE(b[i] == Sdi20BitSample{even.a, odd.cb});
+        REQUIRE(b[i + 1] == Sdi20BitSample{odd.a, odd.cr});
+        REQUIRE(without.at(DualLinkLink_B)[i] == Sdi20BitSample{0x40, odd.cb});
+        REQUIRE(without.at(DualLinkLink_B)[i + 1] == Sdi20BitSample{0x40, odd.cr});
+    }
+}
+
+TEST_CASE("A picture goes by its format, and one that a mode does not take gives nothing",
+          "[conversion]")
+{
+    AllForms forms(randomPixels(10));
+    const bool isYCbCr[] = {false, false, true, true};
+    const Samples mode1 = Converter::convertToYCbCr422_10(forms.yCbCr.data(), COUNT, BitDepth_10);
+    const Samples mode3 = Converter::resampleToMappingMode3(forms.rgb.data(), COUNT, BitDepth_12);
+    const Samples mode2[] = {
+        Converter::resampleTo444_4(forms.argb.data(), COUNT, BitDepth_10),
+        Converter::resampleTo444_4(forms.rgb.data(), COUNT, BitDepth_10),
+        Converter::resampleTo444_4(forms.ayCrCb.data(), COUNT, BitDepth_10),
+        Converter::resampleTo444_4(forms.yCbCr.data(), COUNT, BitDepth_10),
+    };
+    const Samples mode4[] = {
+        {},
+        {},
+        Converter::resampleToMappingMode4(forms.ayCrCb.data(), COUNT, BitDepth_12),
+        Converter::resampleToMappingMode4(forms.yCbCr.data(), COUNT, BitDepth_12),
+    };
+    for (quint32 format = 0; format < 4; ++format) {
+        CAPTURE(format);
+        const PictureBuffer picture = forms.picture(PixelFormat(format));
+        CHECK(Converter::convertToYCbCr422_10(picture, BitDepth_10) ==
+              (isYCbCr[format] ? mode1 : Samples()));
+        CHECK(Converter::resampleTo444_4(picture, BitDepth_10) == mode2[format]);
+        CHECK(Converter::resampleToMappingMode3(picture, BitDepth_12) == mode3);
+        CHECK(Converter::resampleToMappingMode4(picture, BitDepth_12) == mode4[format]);
+        const auto links = Converter::resampleToMappingModeII(picture, BitDepth_10);
+        CHECK(links.at(DualLinkLink_A).size() == (isYCbCr[format] ? COUNT : 0));
+        CHECK(links.at(DualLinkLink_B).size() == (isYCbCr[format] ? COUNT : 0));
+    }
+    PictureBuffer unknown = forms.picture(PixelFormat_RGB);
+    unknown.format = PixelFormat(4);
+    CHECK(Converter::resampleTo444_4(unknown, BitDepth_10).empty());
+    CHECK(Converter::resampleToMappingMode3(unknown, BitDepth_12).empty());
+}
+
+TEST_CASE("A wrong depth and a last odd pixel are logged, and the rest converts", "[conversion]")
+{
+    const AllForms forms(randomPixels(10));
+    const auto* pixels = forms.yCbCr.data();
+    struct Row
+    {
+        const char* operation;
+        bool is12Bit;
+        bool inPairs;
+        std::function<std::size_t(std::size_t, BitDepth)> convert; ///< number of samples
+        std::size_t samplesForThree;
+    };
+    const Row rows[] = {
+        {"convertToYCbCr422_10", false, true,
+         [=](std::size_t n, BitDepth d) {
+             return Converter::convertToYCbCr422_10(pixels, n, d).size();
+         },
+         2},
+        {"resampleTo444_4", false, false,
+         [=](std::size_t n, BitDepth d) { return Converter::resampleTo444_4(pixels, n, d).size(); },
+         6},
+        {"resampleToMappingMode3", true, false,
+         [=](std::size_t n, BitDepth d) {
+             return Converter::resampleToMappingMode3(pixels, n, d).size();
+         },
+         6},
+        {"resampleToMappingMode4", true, true,
+         [=](std::size_t n, BitDepth d) {
+             return Converter::resampleToMappingMode4(pixels, n, d).size();
+         },
+         4},
+        {"resampleToMappingModeII", false, true,
+         [=](std::size_t n, BitDepth d) {
+             return Converter::resampleToMappingModeII(pixels, n, d).at(DualLinkLink_B).size();
+         },
+         2},
+    };
+    for (const Row& row : rows) {
+        const QString operation = QLatin1String(row.operation);
+        for (quint32 depth = 0; depth < 5; ++depth) {
+            CAPTURE(operation, depth);
+            const LogCapture log;
+            CHECK(row.convert(3, BitDepth(depth)) == row.samplesForThree);
+            QStringList expected;
+            if (row.is12Bit != (depth == 2 || depth == 3) || depth > 3) {
+                expected << QStringLiteral("error: Error incorrect bit depth in ") + operation;
+            }
+            if (row.inPairs) {
+                expected << QStringLiteral("error: Odd number of pixels in %1, the last one is "
+                                           "dropped: 3")
+                                .arg(operation);
+            }
+            CHECK(log.lines() == expected);
+        }
+        CHECK(row.convert(0, row.is12Bit ? BitDepth_12 : BitDepth_10) == 0);
+    }
+}

@@ -1,0 +1,382 @@
+// What follows from the identifiers of a standard's links.
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/PayloadIdentifierVariants.h"
+#include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <cmath>
+
+using namespace Tessorn::Sdi;
+
+namespace {
+
+using Standard = StandardFromPayloadIdentifier;
+
+Standard standardOf(quint32 rawValue, bool squareDivision = false, quint32 links = 4)
+{
+    return Standard({createPayloadIdentifier(rawValue)}, squareDivision, links);
+}
+
+/// An interface that nobody has built, with a signal of 1080 lines on it.
+class Imagined : public PayloadIdentifierBase
+{
+public:
+    Imagined(quint32 links, SdiDataRate dataRate, Level mapping = Level_A,
+             std::vector<quint32> lines = {1125})
+        : PayloadIdentifierBase(0)
+        , linkCount(links)
+        , rate(dataRate)
+        , level(mapping)
+        , linesPerField(std::move(lines))
+    {
+    }
+    quint32 getNumberOfLinks() const override { return linkCount; }
+    SdiDataRate getSdiDataRate() const override { return rate; }
+    Level getLevel() const override { return level; }
+    std::vector<quint32> getLinesPerField() const override { return linesPerField; }
+
+private:
+    quint32 linkCount;
+    SdiDataRate rate;
+    Level level;
+    std::vector<quint32> linesPerField;
+};
+
+Standard imagine(quint32 links, SdiDataRate rate, Level level = Level_A,
+                 std::vector<quint32> lines = {1125})
+{
+    return Standard({std::make_shared<Imagined>(links, rate, level, std::move(lines))});
+}
+
+// Identifiers by hand.
+constexpr quint32 P50_3G_A = 0x89C98001;
+constexpr quint32 P60_3G_A = 0x89CB8001;
+constexpr quint32 P50_3G_B = 0x8A492001;
+constexpr quint32 I50_1G5 = 0x85052001;
+constexpr quint32 PSF24_2048_1G5 = 0x85434001;
+constexpr quint32 P50_DUAL_LINK = 0x87492001;
+constexpr quint32 P30_RGB12_3G_B = 0x8AC72202;
+constexpr quint32 I50_RGB_3G_B = 0x8A052201;
+constexpr quint32 P720_50_1G5 = 0x84490001;
+constexpr quint32 P60_12G = 0xCECB8001;
+constexpr quint32 P30_6G = 0xC0C78001;
+constexpr quint32 P60_QUAD_A = 0x97CB8001;
+constexpr quint32 P60_QUAD_B = 0x984B2001;
+constexpr quint32 PSF30_12G_RGB = 0xCE478201;
+
+} // namespace
+
+TEST_CASE("Links together make an aggregate rate", "[video]")
+{
+    const QStringList expected = {
+        // 12G, 6G, 3G, 1.5G, 270M, none
+        QStringLiteral("0: 0 1 2 3 4 5"),  QStringLiteral("1: 0 1 2 3 4 5"),
+        QStringLiteral("2: 0 0 1 2 4 5"),  QStringLiteral("3: 0 1 2 3 4 5"),
+        QStringLiteral("4: 0 1 0 1 4 5"),  QStringLiteral("8: 0 1 2 0 4 5"),
+        QStringLiteral("SQ: 0 1 0 1 4 5"),
+    };
+    QStringList found;
+    const auto row = [&](const QString& name, quint32 links, bool squareDivision) {
+        QString text = name + QLatin1Char(':');
+        for (quint32 rate = 0; rate < 6; ++rate) {
+            const Standard standard({std::make_shared<Imagined>(links, SdiDataRate(rate))},
+                                    squareDivision);
+            text += QLatin1Char(' ') + QString::number(standard.getAggregateDataRate());
+        }
+        found << text;
+    };
+    for (const quint32 links : {0u, 1u, 2u, 3u, 4u, 8u}) {
+        row(QString::number(links), links, false);
+    }
+    row(QStringLiteral("SQ"), 1, true);
+    CHECK(found == expected);
+}
+
+TEST_CASE("Samples of a line are those of the interface standards", "[video]")
+{
+    // SMPTE ST 274, ST 296, ST 2048-2; for 2160 lines, of one sub-image (ST 2036-1).
+    CHECK(standardOf(P60_3G_A).getSamplesPerLine() == 2200);
+    CHECK(standardOf(P50_3G_A).getSamplesPerLine() == 2640);
+    CHECK(standardOf(P50_3G_B).getSamplesPerLine() == 2640);
+    CHECK(standardOf(P50_DUAL_LINK).getSamplesPerLine() == 2640);
+    CHECK(standardOf(I50_1G5).getSamplesPerLine() == 2640);
+    CHECK(standardOf(PSF24_2048_1G5).getSamplesPerLine() == 2750);
+    CHECK(standardOf(P720_50_1G5).getSamplesPerLine() == 1980);
+    CHECK(standardOf(P60_12G).getSamplesPerLine() == 2200);
+    CHECK(standardOf(P60_QUAD_A).getSamplesPerLine() == 2200);
+    CHECK(standardOf(P30_6G).getSamplesPerLine() == 2200);
+    CHECK(standardOf(I50_1G5, true).getSamplesPerLine() == 2640);
+    // Reserved and absent rates count as 30; no lines as 1125; and nothing divides by zero.
+    CHECK(standardOf(0x89C08001).getSamplesPerLine() == 4400);
+    CHECK(standardOf(0x89C18001).getSamplesPerLine() == 4400);
+    CHECK(imagine(1, SdiDataRate_270M, Level_A, {}).getSamplesPerLine() == 27000000 / 30 / 1125);
+    CHECK(imagine(2, SdiDataRate_3G).getSamplesPerLine() == 4400); // 6G on two links
+    CHECK(imagine(0, SdiDataRate_NoSignal, Level_A, {0, 0}).getSamplesPerLine() == 4400);
+}
+
+TEST_CASE("Each rate code divides the clock by its nominal rate", "[video]")
+{
+    const quint32 divisors[16] = {30, 30, 24, 24, 48, 25,  30,  30,
+                                  48, 50, 60, 60, 96, 100, 120, 120};
+    for (quint32 code = 0; code < 16; ++code) {
+        CHECK(standardOf(0x89C08001 | code << 16).getSamplesPerLine() ==
+              148500000 / divisors[code] / 1125);
+    }
+}
+
+TEST_CASE("A sample lasts as long as the link's clock says", "[video]")
+{
+    CHECK(standardOf(P50_3G_A).getSamplePeriodMicroseconds() == Approx(1 / 148.5).epsilon(1e-12));
+    CHECK(standardOf(P60_QUAD_A).getSamplePeriodMicroseconds() == Approx(1 / 148.5).epsilon(1e-12));
+    CHECK(standardOf(P60_12G).getSamplePeriodMicroseconds() == Approx(1 / 594.0).epsilon(1e-12));
+    CHECK(imagine(1, SdiDataRate_270M).getSamplePeriodMicroseconds() ==
+          Approx(1 / 27.0).epsilon(1e-12));
+    CHECK(std::isinf(imagine(1, SdiDataRate_NoSignal).getSamplePeriodMicroseconds()));
+    CHECK(std::isinf(imagine(1, SdiDataRate(77)).getSamplePeriodMicroseconds()));
+}
+
+TEST_CASE("Mapping modes follow depth, structure and level", "[video]")
+{
+    // Structures 0 to 15; a dot where there is no such mapping.
+    const char* const modes[4] = {"011..11..11.....", "011..11..11.....", "322.3...3.....2.",
+                                  "322.3...3.....2."};
+    for (quint32 depth = 0; depth < 4; ++depth) {
+        for (quint32 structure = 0; structure < 16; ++structure) {
+            CAPTURE(depth, structure);
+            const LogCapture log;
+            const quint32 fields = structure << 8 | depth;
+            const quint32 levelA = standardOf(0x89C90000 | fields).getMappingMode();
+            const quint32 levelB = standardOf(0x8AC90000 | fields).getMappingMode();
+            const char mode = modes[depth][structure];
+            if (mode == '.') {
+                CHECK(levelA == 0);
+                CHECK(levelB == 0);
+                CHECK(log.lines().count(
+                          QStringLiteral("info: Shouldn't reach this return statement")) == 2);
+            } else {
+                CHECK(levelA == static_cast<quint32>(mode - '0'));
+                CHECK(levelB == levelA + 4);
+                CHECK(log.lines().isEmpty());
+            }
+        }
+    }
+}
+
+TEST_CASE("Horizontal blanking figures are a table by height, rate and level", "[video]")
+{
+    const quint32 lines1080[16] = {0, 0, 638, 638, 638, 528, 88, 88, 638, 528, 88, 88, 0, 0, 0, 0};
+    const quint32 lines720[16] = {0, 0,   2585, 2585, 0, 2420, 1760, 1760,
+                                  0, 440, 110,  110,  0, 0,    0,    0};
+    for (quint32 code = 0; code < 16; ++code) {
+        CAPTURE(code);
+        CHECK(standardOf(0x89C08001 | code << 16).getHorizontalBlankingSamples() ==
+              lines1080[code]);
+        CHECK(standardOf(0x8A402001 | code << 16).getHorizontalBlankingSamples() ==
+              2 * lines1080[code]);
+        CHECK(standardOf(0x84400001 | code << 16).getHorizontalBlankingSamples() == lines720[code]);
+    }
+}
+
+TEST_CASE("Square division doubles the picture and has its own links", "[video]")
+{
+    const Standard standard = standardOf(P50_3G_A, true);
+    CHECK(standard.getPictureSize() == QSize(3840, 2160));
+    CHECK(standard.getSubImageDivision() == SubImageDivision_SquareDivision);
+    CHECK(standard.getNumberOfSubImages() == 4);
+    CHECK(standard.getNumberOfLinks() == 4);
+    CHECK(standard.getSdiDataRates() == std::vector<SdiDataRate>(4, SdiDataRate_3G));
+    CHECK(standard.getDescription() ==
+          QStringLiteral("3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709"));
+    CHECK(standardOf(0x85F5F011, true, 2).getDescription() ==
+          QStringLiteral("4096x2160p25 YCbCr:422:10 DL 1.5G SQ ICtCp S-Log3 Unknown"));
+    CHECK(standardOf(P50_3G_B, true).getDescription() ==
+          QStringLiteral("3840x2160p50 YCbCr:422:10 QL 3G B SQ Rec.709"));
+    // The number of links is used with square division alone.
+    CHECK(standardOf(P50_3G_A, false, 4).getNumberOfLinks() == 1);
+    CHECK(standardOf(P50_3G_A).getPictureSize() == QSize(1920, 1080));
+}
+
+TEST_CASE("A description comes whole or in pieces", "[video]")
+{
+    CHECK(standardOf(0xC2E9A021).getDescription() ==
+          QStringLiteral("3840x2160p50 YCbCr:422:10 DL 6G 2-SI PQ Rec.2020"));
+    const auto pieces = [](const Standard& standard) {
+        const VideoStandardDescription texts = standard.getDescriptionInPieces();
+        return QStringList{texts.picture, texts.sampling, texts.interfaceName, texts.signal,
+                           texts.colourimetry}
+            .join(QLatin1Char('|'));
+    };
+    CHECK(pieces(standardOf(0xC2E9A031)) ==
+          QStringLiteral("3840x2160p50|YCbCr:422:10|DL 6G 2-SI|ICtCp PQ|Rec.2020"));
+    CHECK(pieces(standardOf(P50_3G_A, true)) ==
+          QStringLiteral("3840x2160p50|YCbCr:422:10|QL 3G A SqDv||Rec.709"));
+    CHECK(pieces(standardOf(I50_1G5)) == QStringLiteral("1920x1080i50|YCbCr:422:10|1.5G||Rec.709"));
+}
+
+TEST_CASE("Standards compare by their identifiers and division", "[video]")
+{
+    CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A));
+    CHECK(standardOf(P50_3G_A) != standardOf(P60_3G_A));
+    CHECK(standardOf(P50_3G_A) != standardOf(P50_3G_A, true));
+    CHECK(standardOf(P50_3G_A, true) != standardOf(P50_3G_A, true, 2));
+    CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A, false, 2)); // not used
+    CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A ^ 0x8000));  // aspect ratio
+    const auto one = createPayloadIdentifier(P60_QUAD_A);
+    const auto other = createPayloadIdentifier(0x97C98001);
+    CHECK(Standard({one, one}) != Standard({one}));
+    CHECK(Standard({one, one}) != Standard({one, other}));
+    CHECK(Standard({one}) == Standard({nullptr, one}));
+    CHECK(Standard({}) == Standard({nullptr}));
+    CHECK(Standard({one, other}).getPayloadIdentifiers() == Standard::Identifiers{one, other});
+}
+
+TEST_CASE("A standard without identifiers answers all and has no metrics", "[video]")
+{
+    const Standard standard({});
+    CHECK(standard.getDescription() == QStringLiteral("No payload identifier"));
+    CHECK(standard.getPayloadIdentifiers().empty());
+    CHECK(standard.getSdiDataRates().empty());
+    CHECK(standard.getPictureSize() == QSize(0, 0));
+    CHECK(standard.getAggregateDataRate() == SdiDataRate_NoSignal);
+    CHECK(standard.getSamplesPerLine() == 4400);
+    CHECK(standard.getHorizontalBlankingSamples() == 0);
+    const LogCapture log;
+    bool succeeded = true;
+    CHECK(standard.getTransmissionMetrics(&succeeded).empty());
+    CHECK_FALSE(succeeded);
+    CHECK(log.lines() == QStringList{QStringLiteral(
+                             "error: StandardFromPayloadIdentifier::getTransmissionMetrics: "
+                             "Couldn't create metrics.")});
+}
+
+TEST_CASE("Metrics place the picture of each standard in its store", "[video]")
+{
+    struct Known
+    {
+        const char* what;
+        Standard standard;
+        std::size_t copies;
+        std::vector<FieldMetrics> fields;
+    };
+    using Region = FieldRegion;
+    const Known rows[] = {
+        {"progressive",
+         standardOf(P50_3G_A),
+         1,
+         {{Region(0, 0, 2640, 1125), Region(720, 41, 1920, 1080)}}},
+        {"720 lines",
+         standardOf(P720_50_1G5),
+         1,
+         {{Region(0, 0, 1980, 750), Region(700, 25, 1280, 720)}}},
+        {"interlaced",
+         standardOf(I50_1G5),
+         1,
+         {{Region(0, 0, 2640, 563), Region(720, 20, 1920, 540)},
+          {Region(0, 563, 2640, 562), Region(720, 583, 1920, 540)}}},
+        {"segmented",
+         standardOf(PSF24_2048_1G5),
+         1,
+         {{Region(0, 0, 2750, 563), Region(702, 20, 2048, 540)},
+          {Region(0, 563, 2750, 562), Region(702, 583, 2048, 540)}}},
+        {"level B line interleave",
+         standardOf(P50_3G_B),
+         1,
+         {{Region(0, 0, 5280, 563), Region(1440, 20, 3840, 540)},
+          {Region(0, 563, 5280, 562), Region(1440, 583, 3840, 540)}}},
+        {"level B, another mapping",
+         standardOf(P30_RGB12_3G_B),
+         1,
+         {{Region(0, 0, 4400, 1125), Region(560, 41, 3840, 1080)}}},
+        {"dual link",
+         standardOf(P50_DUAL_LINK),
+         2,
+         {{Region(0, 0, 2640, 563), Region(720, 20, 1920, 540)},
+          {Region(0, 563, 2640, 562), Region(720, 583, 1920, 540)}}},
+        {"12G", standardOf(P60_12G), 4, {{Region(0, 0, 2200, 1125), Region(280, 41, 1920, 1080)}}},
+        {"6G", standardOf(P30_6G), 4, {{Region(0, 0, 2200, 1125), Region(280, 41, 1920, 1080)}}},
+        {"dual 6G",
+         standardOf(0xC2CB8001),
+         4,
+         {{Region(0, 0, 2200, 1125), Region(280, 41, 1920, 1080)}}},
+        {"quad A",
+         standardOf(P60_QUAD_A),
+         4,
+         {{Region(0, 0, 2200, 1125), Region(280, 41, 1920, 1080)}}},
+        {"quad B",
+         standardOf(P60_QUAD_B),
+         4,
+         {{Region(0, 0, 4400, 563), Region(560, 20, 3840, 540)},
+          {Region(0, 563, 4400, 562), Region(560, 583, 3840, 540)}}},
+        {"square division",
+         standardOf(P50_3G_A, true),
+         4,
+         {{Region(0, 0, 2640, 1125), Region(720, 41, 1920, 1080)}}},
+        {"square division of eight links",
+         standardOf(P50_3G_A, true, 8),
+         4,
+         {{Region(0, 0, 2640, 1125), Region(720, 41, 1920, 1080)}}},
+        // Not to be filled: the picture does not fit the field, nor always the line.
+        {"2160 psf",
+         standardOf(PSF30_12G_RGB),
+         4,
+         {{Region(0, 0, 4400, 563), Region(560, 20, 3840, 1080)},
+          {Region(0, 563, 4400, 562), Region(560, 583, 3840, 1080)}}},
+        {"2160p60 on 6G",
+         standardOf(0xC0CB8001),
+         4,
+         {{Region(0, 0, 1100, 1125), Region(1100u - 1920u, 41, 1920, 1080)}}},
+    };
+    for (const Known& row : rows) {
+        CAPTURE(row.what);
+        const LogCapture log;
+        bool succeeded = false;
+        const auto metrics = row.standard.getTransmissionMetrics(&succeeded);
+        CHECK(succeeded);
+        REQUIRE(metrics.size() == row.fields.size());
+        for (std::size_t field = 0; field < metrics.size(); ++field) {
+            CHECK(metrics[field] == std::vector<FieldMetrics>(row.copies, row.fields[field]));
+        }
+        CHECK(row.standard.getTransmissionMetrics().size() == metrics.size());
+        CHECK(log.lines().isEmpty());
+    }
+}
+
+TEST_CASE("Metrics that cannot be made say why, once", "[video]")
+{
+    const char* const none = "Couldn't create metrics.";
+    const char* const dualLink = "Only support DualLink 1.5G line interlieve.";
+    struct Known
+    {
+        const char* what;
+        Standard standard;
+        const char* reason;
+    };
+    const Known rows[] = {
+        {"level B interlaced", standardOf(I50_RGB_3G_B), none},
+        {"level B segmented", standardOf(0x8A472201), none},
+        {"level B line interleave with one field", standardOf(P50_3G_B | 0x00800000), none},
+        {"dual link interlaced", standardOf(0x87052201), dualLink},
+        {"dual link with one field", standardOf(P50_DUAL_LINK | 0x00800000), none},
+        {"dual link 3G", imagine(2, SdiDataRate_3G), dualLink},
+        {"dual link level B", imagine(2, SdiDataRate_1G5, Level_B), dualLink},
+        {"no links", imagine(0, SdiDataRate_3G), none},
+        {"three links", imagine(3, SdiDataRate_3G), none},
+        {"eight links", imagine(8, SdiDataRate_1G5), none},
+        {"no level", imagine(1, SdiDataRate_3G, Level(2)), "Don't support level C"},
+        {"no lines", imagine(1, SdiDataRate_3G, Level_A, {}), none},
+        {"lines but no first active ones", imagine(1, SdiDataRate_3G), none},
+    };
+    for (const Known& row : rows) {
+        CAPTURE(row.what);
+        const LogCapture log;
+        bool succeeded = true;
+        CHECK(row.standard.getTransmissionMetrics(&succeeded).empty());
+        CHECK_FALSE(succeeded);
+        CHECK(log.lines().filter(QStringLiteral("error: ")) ==
+              QStringList{QStringLiteral("error: StandardFromPayloadIdentifier::"
+                                         "getTransmissionMetrics: ") +
+                          QLatin1String(row.reason)});
+        CHECK_FALSE(row.standard.getDescription().isEmpty());
+    }
+}

@@ -1,0 +1,265 @@
+// The list of standards: that each entry is sound, and that it is found.
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
+#include "infrastructure/utility/video/SupportedVideoStandards.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QSet>
+
+#include <numeric>
+
+using namespace Tessorn::Sdi;
+
+namespace {
+
+const std::vector<SupportedVideoStandards::Entry>& entries()
+{
+    return SupportedVideoStandards::getInstance().getEntries();
+}
+
+/// The complaint that an identifier of this kind cannot avoid, or an empty text.
+QString unavoidableComplaint(const PayloadIdentifierBase& identifier)
+{
+    const quint32 byte = identifier.getPayloadAndDigitialInterface();
+    const quint32 rate = identifier.getFrameRate();
+    if ((byte == 0x87 || byte == 0x8A) && identifier.getSampleStructure() != 0) {
+        if (identifier.getPicutreInterlaced() == 1) {
+            return QStringLiteral("Invalid picture rate for Progressive 1920 pixel "
+                                  "Extended colour modes: %1")
+                .arg(rate);
+        }
+        return QStringLiteral("Invalid picture rate for Interlaced 1920 pixel "
+                              "Extended colour modes: %1")
+            .arg(rate);
+    }
+    if (byte == 0x97 && (rate == 4 || rate >= 8)) {
+        return QStringLiteral("Incorrect FrameRate for extended colour mode: %1").arg(rate);
+    }
+    return {};
+}
+
+} // namespace
+
+TEST_CASE("Every supported standard has a description of its own and is found by it", "[video]")
+{
+    const auto& standards = SupportedVideoStandards::getInstance();
+    QSet<QString> descriptions;
+    for (const auto& entry : entries()) {
+        const QString description = entry.standard->getDescription();
+        CAPTURE(description);
+        REQUIRE_FALSE(descriptions.contains(description));
+        descriptions.insert(description);
+        REQUIRE(standards.findByDescription(description) == entry.standard);
+        REQUIRE(standards.findByDescription(description + QLatin1Char(' ')) == nullptr);
+    }
+    CHECK(descriptions.size() > 1000);
+    CHECK(standards.findByDescription(QString()) == nullptr);
+    CHECK(&standards == &SupportedVideoStandards::getInstance());
+}
+
+TEST_CASE("Every supported standard is found by the bytes of each of its links", "[video]")
+{
+    const auto& standards = SupportedVideoStandards::getInstance();
+    for (const auto& entry : entries()) {
+        CAPTURE(entry.standard->getDescription());
+        const bool square = entry.standard->isSquareDivision();
+        for (const auto& identifier : entry.standard->getPayloadIdentifiers()) {
+            REQUIRE(standards.findByPayloadIdentifier(identifier->getRawValue(), square) ==
+                    entry.standard);
+        }
+        // As a leaf would read it back.
+        const quint32 rawValue = entry.standard->getPrimaryIdentifier()->getRawValue();
+        REQUIRE(*createVideoStandard(rawValue, square) == *entry.standard);
+    }
+    // Aspect ratio is no part of the standard; another rate is, and so is the division.
+    const auto found = standards.findByPayloadIdentifier(0x89C98001);
+    REQUIRE(found);
+    CHECK(found->getDescription() == QStringLiteral("1920x1080p50 YCbCr:422:10 3G A Rec.709"));
+    CHECK(standards.findByPayloadIdentifier(0x89C90001) == found);
+    CHECK(standards.findByPayloadIdentifier(0x89C98001, true)->getDescription() ==
+          QStringLiteral("3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709"));
+    for (const quint32 unknown :
+         {0x89C08001u, 0x00000000u, 0xFFFFFFFFu, 0x01C98001u, 0x8BC98001u}) {
+        CHECK(standards.findByPayloadIdentifier(unknown) == nullptr);
+        CHECK(standards.findByPayloadIdentifier(unknown, true) == nullptr);
+    }
+    CHECK(standards.findByPayloadIdentifier(0xCECB8001, true) == nullptr);
+}
+
+TEST_CASE("Every supported standard has metrics whose picture fits, or a reason why not", "[video]")
+{
+    const LogCapture log;
+    int withoutMetrics = 0;
+    for (const auto& entry : entries()) {
+        CAPTURE(entry.standard->getDescription());
+        bool succeeded = false;
+        const auto metrics = entry.standard->getTransmissionMetrics(&succeeded);
+        REQUIRE(succeeded == entry.reasonWithoutMetrics.empty());
+        withoutMetrics += succeeded ? 0 : 1;
+        quint32 pictureLines = 0;
+        quint32 totalLines = 0;
+        for (const auto& field : metrics) {
+            REQUIRE(field.size() >= entry.standard->getNumberOfSubImages());
+            const FieldMetrics& first = field.front();
+            const FieldRegion active = first.getActivePictureRegion();
+            REQUIRE(first.contains(active));
+            // At least the two timing references, line number and CRC.
+            REQUIRE(first.getHorizontalBlankingRegion().getWidth() >= 12);
+            REQUIRE(first.getPrePictureVerticalBlankingRegion().getHeight() + active.getHeight() +
+                        first.getPostPictureVerticalBlankingRegion().getHeight() ==
+                    first.getHeight());
+            REQUIRE(first.getFirstLineNumber() == totalLines + 1);
+            pictureLines += active.getHeight();
+            totalLines += first.getHeight();
+        }
+        if (succeeded) {
+            const bool divided = entry.standard->getSubImageDivision() != SubImageDivision_None;
+            REQUIRE(static_cast<int>(pictureLines) ==
+                    entry.standard->getPictureSize().height() / (divided ? 2 : 1));
+            REQUIRE((totalLines == 1125 || totalLines == 750));
+        }
+    }
+    // One log line each and no other.
+    CHECK(withoutMetrics > 0);
+    CHECK(log.lines().size() == withoutMetrics);
+}
+
+TEST_CASE("Every supported standard fills the clock of its links", "[video]")
+{
+    for (const auto& entry : entries()) {
+        CAPTURE(entry.standard->getDescription());
+        const StandardFromPayloadIdentifier& standard = *entry.standard;
+        const std::vector<quint32> lines = standard.getPrimaryIdentifier()->getLinesPerField();
+        const PayloadId::FrameRateRow& rate = PayloadId::FRAME_RATES[standard.getFrameRate()];
+        const quint64 samples = quint64(standard.getSamplesPerLine()) *
+                                std::accumulate(lines.begin(), lines.end(), 0u) *
+                                standard.getNumberOfSubImages();
+        // The clock and the rate are both divided by 1.001, or neither is.
+        REQUIRE(samples * rate.nominalHz == getSampleClockHz(standard.getAggregateDataRate()));
+        // The sum of the links is the aggregate.
+        quint64 linkClocksHz = 0;
+        for (const SdiDataRate link : standard.getSdiDataRates()) {
+            linkClocksHz += getSampleClockHz(link);
+        }
+        REQUIRE(linkClocksHz == getSampleClockHz(standard.getAggregateDataRate()));
+    }
+}
+
+TEST_CASE("Every supported standard's identifiers are legal as far as they can be", "[video]")
+{
+    for (const auto& entry : entries()) {
+        CAPTURE(entry.standard->getDescription());
+        QSet<quint32> channels;
+        for (const auto& identifier : entry.standard->getPayloadIdentifiers()) {
+            REQUIRE(identifier->getReservedBitErrors().isEmpty());
+            const QString complaint = unavoidableComplaint(*identifier);
+            REQUIRE(identifier->validate() ==
+                    (complaint.isEmpty() ? QStringList() : QStringList{complaint}));
+            channels.insert(identifier->getChannelAssignment());
+        }
+        const std::size_t links = entry.standard->getNumberOfLinks();
+        REQUIRE(entry.standard->getPayloadIdentifiers().size() == links);
+        // Links of one interface are told apart; quadrants are interfaces of their own.
+        REQUIRE(static_cast<std::size_t>(channels.size()) ==
+                (entry.standard->isSquareDivision() ? 1 : links));
+    }
+}
+
+TEST_CASE("The list has what links carry and lacks what they do not", "[video]")
+{
+    const auto isListed = [](const char* description) {
+        return SupportedVideoStandards::getInstance().findByDescription(
+                   QString::fromLatin1(description)) != nullptr;
+    };
+    for (const char* description : {
+             "1280x720p59.94 YCbCr:422:10 1.5G Rec.709",
+             "1280x720p50 RGB:444:10 3G A Rec.709",
+             "1920x1080i50 YCbCr:422:10 1.5G Rec.709",
+             "1920x1080i59.94 YCbCr:422:10 1.5G HLG Rec.2020",
+             "1920x1080psf23.98 YCbCr:422:10 1.5G Rec.709",
+             "2048x1080p24 YCbCr:422:10 1.5G Rec.709",
+             "1920x1080p59.94 YCbCr:422:10 DL 1.5G Rec.709",
+             "1920x1080i59.94 RGB:444:12 DL 1.5G Rec.709",
+             "1920x1080p60 YCbCr:422:10 3G A Rec.709",
+             "2048x1080p47.95 YCbCr:422:10 3G A Rec.709",
+             "1920x1080psf24 RGB:444:12 3G A Rec.709",
+             "1920x1080i50 YCbCrA:4224:12 3G A Rec.709",
+             "1920x1080p50 YCbCr:422:10 3G B Rec.709",
+             "1920x1080p25 RGB:444:12 3G B Rec.709",
+             "3840x2160p29.97 YCbCr:422:10 6G 2-SI PQ Rec.2020",
+             "3840x2160p59.94 YCbCr:422:10 QL 3G A 2-SI Rec.709",
+             "4096x2160p24 RGB:444:12 QL 3G A 2-SI Rec.709",
+             "3840x2160p50 YCbCr:422:10 QL 3G B 2-SI Rec.709",
+             "3840x2160p50 YCbCr:422:10 DL 6G 2-SI PQ Rec.2020",
+             "4096x2160p48 YCbCr:422:10 12G 2-SI PQ Rec.2020",
+             "3840x2160p60 YCbCr:420:10 12G 2-SI HLG Rec.2020",
+             "3840x2160p50 YCbCr:422:10 12G 2-SI ICtCp PQ Rec.2020",
+             "3840x2160p30 RGB:444:12 12G 2-SI S-Log3 Rec.2020",
+             "3840x2160p59.94 YCbCr:422:10 QL 3G A SQ Rec.709",
+             "3840x2160p59.94 YCbCr:422:10 QL 3G B SQ Rec.709",
+             "3840x2160p25 YCbCr:422:10 QL 1.5G SQ Rec.709",
+         }) {
+        CAPTURE(description);
+        CHECK(isListed(description));
+    }
+    for (const char* description : {
+             "1920x1080p50 YCbCr:422:10 1.5G Rec.709",         // too fast
+             "2048x1080i50 YCbCr:422:10 1.5G Rec.709",         // no such picture
+             "1920x1080i48 YCbCr:422:10 1.5G Rec.709",         // no such rate
+             "1920x1080p48 YCbCr:422:10 3G A Rec.709",         // 48 is for 2048 and 4096
+             "1920x1080p60 RGB:444:10 3G A Rec.709",           // too fast
+             "3840x2160p60 YCbCr:422:10 6G 2-SI Rec.709",      // too fast
+             "3840x2160p48 YCbCr:422:10 12G 2-SI Rec.709",     // 48 is for 4096
+             "3840x2160psf25 YCbCr:422:10 6G 2-SI Rec.709",    // does not fit its field
+             "3840x2160i59.94 YCbCr:422:10 12G 2-SI Rec.709",  // no such picture
+             "3840x2160p60 RGB:444:10 12G 2-SI Rec.709",       // too fast
+             "1920x1080p50 YCbCr:422:10 DL 1.5G HLG Rec.2020", // cannot say so
+         }) {
+        CAPTURE(description);
+        CHECK_FALSE(isListed(description));
+    }
+}
+
+TEST_CASE("One link's bytes make the standard of all links", "[video]")
+{
+    struct Known
+    {
+        quint32 given;
+        std::vector<quint32> links;
+    };
+    const Known rows[] = {
+        {0x89C98001, {0x89C98001}},
+        {0x8A492041, {0x8A492041}}, // one link, its second stream
+        {0x87492001, {0x87492001, 0x87492041}},
+        {0x87492041, {0x87492041, 0x87492001}}, // the given one stays the first
+        {0x97CB8081, {0x97CB8081, 0x97CB8001, 0x97CB8041, 0x97CB80C1}},
+        {0x984B2001, {0x984B2001, 0x984B2041, 0x984B2081, 0x984B20C1}}, // two streams each
+        {0xC2CB8001, {0xC2CB8001, 0xC2CB8021}},
+        {0xC2CB80E1, {0xC2CB80E1, 0xC2CB8021}}, // no such link: taken for the first
+    };
+    for (const Known& row : rows) {
+        std::vector<quint32> found;
+        for (const auto& identifier : createVideoStandard(row.given)->getPayloadIdentifiers()) {
+            found.push_back(identifier->getRawValue());
+        }
+        CHECK(found == row.links);
+    }
+    CHECK(createVideoStandard(0x01000000) == nullptr);
+    CHECK(createVideoStandard(0x01000000, true) == nullptr);
+    CHECK(createVideoStandard(0x87492001, true)->getNumberOfLinks() == 8);
+}
+
+TEST_CASE("Four identifiers of 1080 lines are quadrants", "[video]")
+{
+    const auto standard = createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98001));
+    REQUIRE(standard);
+    CHECK(*standard == *createVideoStandard(0x89C98001, true));
+    CHECK(createVideoStandardFromLinks({0x97CB8001, 0x97CB8041, 0x97CB8081, 0x97CB80C1})
+              ->getSubImageDivision() == SubImageDivision_TwoSampleInterleave);
+    CHECK_FALSE(createVideoStandardFromLinks({0x8A492001, 0x8A492041})->isSquareDivision());
+    CHECK_FALSE(
+        createVideoStandardFromLinks(std::vector<quint32>(4, 0x84490001))->isSquareDivision());
+    CHECK(createVideoStandardFromLinks({}) == nullptr);
+    CHECK(createVideoStandardFromLinks({0x89C98001, 0x00000000}) == nullptr);
+}

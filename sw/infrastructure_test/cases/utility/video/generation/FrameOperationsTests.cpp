@@ -1,0 +1,288 @@
+// Timing references, line numbers, CRCs and rectangles of a frame.
+#include "infrastructure/utility/video/generation/FrameOperations.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <random>
+
+using namespace FrameOperations;
+
+namespace {
+
+/// 720-line, 625-line and 1080-line pictures, a second field, and small ones around the lengths at
+/// which the way of working changes.
+const FieldMetrics SHAPES[] = {
+    {FieldRegion(0, 0, 2200, 20), FieldRegion(280, 4, 1920, 12)},
+    {FieldRegion(0, 0, 1650, 9), FieldRegion(370, 2, 1280, 5)},
+    {FieldRegion(0, 563, 2640, 11), FieldRegion(720, 565, 1920, 7)},
+    {FieldRegion(0, 0, 864, 6), FieldRegion(144, 1, 720, 4)},
+    {FieldRegion(0, 0, 150, 7), FieldRegion(37, 1, 113, 4)},
+    {FieldRegion(0, 0, 150, 7), FieldRegion(36, 1, 114, 4)},
+    {FieldRegion(0, 0, 150, 8), FieldRegion(35, 1, 115, 4)},
+    {FieldRegion(0, 0, 300, 5), FieldRegion(99, 1, 201, 4)},
+    {FieldRegion(0, 0, 500, 5), FieldRegion(27, 1, 473, 4)},
+    {FieldRegion(0, 0, 500, 6), FieldRegion(26, 1, 474, 4)},
+    {FieldRegion(0, 0, 500, 7), FieldRegion(25, 1, 475, 4)},
+    {FieldRegion(0, 0, 20, 3), FieldRegion(12, 0, 8, 3)},
+    {FieldRegion(0, 0, 2200, 1), FieldRegion(280, 0, 1920, 1)},
+    {FieldRegion(0, 0, 8, 3), FieldRegion(8, 0, 0, 3)},
+};
+
+Frame randomFrame(std::size_t count, quint32 mask = 0x3FF)
+{
+    std::mt19937 random(31);
+    Frame frame(count);
+    for (quint16& word : frame) {
+        word = static_cast<quint16>(random() & mask);
+    }
+    return frame;
+}
+
+/// The CRC register a bit at a time, as the generator polynomial reads (SMPTE ST 292-1).
+WordPair crcBitByBit(const Frame& words)
+{
+    quint32 crc = 0;
+    for (const quint32 word : words) {
+        for (int bit = 0; bit < 10; ++bit) {
+            const bool out = ((crc ^ (word >> bit)) & 1) != 0;
+            crc >>= 1;
+            if (out) { // x^18 + x^5 + x^4 + 1, x^17 in the lowest bit
+                crc ^= 1u << 17 | 1u << 13 | 1u << 12;
+            }
+        }
+    }
+    const auto word = [](quint32 nine) {
+        return static_cast<quint16>((nine & 0x100) != 0 ? nine : nine | 0x200);
+    };
+    return {word(crc & 0x1FF), word(crc >> 9)};
+}
+
+Frame lineOf(quint16 active)
+{
+    Frame words(1920, active);
+    words.insert(words.end(), {0x3FF, 0, 0, 0x2D8, 0x204, 0x200});
+    return words;
+}
+
+} // namespace
+
+TEST_CASE("A line number is two words, with bit 9 the inverse of bit 8", "[frames]")
+{
+    CHECK(lineNumberWords(1) == WordPair{0x204, 0x200});
+    CHECK(lineNumberWords(500) == WordPair{0x1D0, 0x20C});
+    CHECK(lineNumberWords(1125) == WordPair{0x194, 0x220});
+    for (quint32 number = 0; number < 0x1000; ++number) {
+        const WordPair words = lineNumberWords(number);
+        REQUIRE((words[0] >> 2 & 0x7Fu | (words[1] >> 2 & 0xFu) << 7) == (number & 0x7FF));
+        REQUIRE((words[0] >> 9 & 1) == (~words[0] >> 8 & 1));
+        REQUIRE((words[0] & 3) == 0);
+        REQUIRE((words[1] & ~0x3Cu) == 0x200);
+    }
+}
+
+TEST_CASE("The CRC of known lines", "[frames]")
+{
+    CHECK(calculateCrc({}) == WordPair{0x200, 0x200});
+    // Worked out bit by bit outside this program.
+    CHECK(calculateCrc(lineOf(64)) == WordPair{699, 572});
+    CHECK(calculateCrc(lineOf(512)) == WordPair{759, 488});
+}
+
+TEST_CASE("The CRC is the one that a register gives bit by bit", "[frames]")
+{
+    for (std::size_t count : {1u, 2u, 7u, 119u, 120u, 121u, 1926u}) {
+        const Frame words = randomFrame(count);
+        CHECK(calculateCrc(words) == crcBitByBit(words));
+        Frame withMore = words; // only the lowest 10 bits count
+        for (quint16& word : withMore) {
+            word = static_cast<quint16>(word | 0xA400);
+        }
+        CHECK(calculateCrc(withMore) == calculateCrc(words));
+    }
+}
+
+TEST_CASE("Each line's CRC covers the picture before it and the words in front", "[frames]")
+{
+    for (const FieldMetrics& metrics : SHAPES) {
+        for (const quint32 mask : {0x3FFu, 0xFFFFu, 0u}) {
+            CAPTURE(&metrics - SHAPES, mask);
+            Frame frame = randomFrame(metrics.getTotalSamples(), mask);
+            const Frame untouched = frame;
+            const Frame previous = randomFrame(metrics.getActiveWidth(), mask >> 1);
+            REQUIRE(writeCrcs(frame, metrics, previous));
+
+            Frame expected = untouched;
+            const std::size_t width = metrics.getWidth();
+            for (std::size_t start = 0; start < frame.size(); start += width) {
+                Frame covered = previous;
+                for (std::size_t i = 0; i < covered.size() && start > 0; ++i) {
+                    covered[i] = untouched[start - covered.size() + i];
+                }
+                for (std::size_t i = 0; i < 6; ++i) {
+                    covered.push_back(untouched[start + i]);
+                }
+                const WordPair words = crcBitByBit(covered);
+                expected[start + 6] = words[0];
+                expected[start + 7] = words[1];
+            }
+            REQUIRE(frame == expected);
+        }
+    }
+}
+
+TEST_CASE("Frames of one size give the first line's CRC from the frame before", "[frames]")
+{
+    const FieldMetrics metrics = SHAPES[0];
+    Frame first = randomFrame(metrics.getTotalSamples());
+    const Frame last = lastActiveLine(first, metrics);
+    REQUIRE(last.size() == 1920);
+    CHECK(std::equal(last.begin(), last.end(), first.end() - 1920));
+    CHECK(lastActiveLine(Frame(1919), metrics).empty());
+
+    Frame second = first;
+    REQUIRE(writeCrcs(second, metrics, last));
+    Frame covered = last;
+    covered.insert(covered.end(), first.begin(), first.begin() + 6);
+    CHECK(WordPair{second[6], second[7]} == crcBitByBit(covered));
+}
+
+TEST_CASE("Sizes that do not agree leave the frame as it was", "[frames]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 0, 200, 5), FieldRegion(40, 1, 160, 3));
+    const Frame previous(160);
+    struct Row
+    {
+        FieldMetrics metrics;
+        std::size_t words;
+        std::size_t previous;
+    };
+    const Row rows[] = {
+        {metrics, 999, 160},
+        {metrics, 1001, 160},
+        {metrics, 0, 160},
+        {metrics, 1000, 159},
+        {metrics, 1000, 161},
+        {{FieldRegion(0, 0, 7, 5), FieldRegion(7, 1, 0, 3)}, 35, 0},
+        {{FieldRegion(0, 0, 20, 5), FieldRegion(0, 1, 21, 3)}, 100, 21},
+    };
+    for (const Row& row : rows) {
+        CAPTURE(&row - rows);
+        Frame frame(row.words, 0x155);
+        CHECK_FALSE(writeCrcs(frame, row.metrics, Frame(row.previous)));
+        CHECK(frame == Frame(row.words, 0x155));
+    }
+    Frame frame(999, 0x155);
+    CHECK_FALSE(writeLineNumbers(frame, metrics, true, true));
+    CHECK_FALSE(writeLineNumbers(frame, metrics, false, false));
+    CHECK(frame == Frame(999, 0x155));
+    Frame narrow(10);
+    CHECK_FALSE(writeLineNumbers(narrow, {FieldRegion(0, 0, 5, 2), FieldRegion()}, true, true));
+
+    // No line: nothing to do, and nothing wrong.
+    Frame empty;
+    const FieldMetrics none(FieldRegion(0, 0, 0, 0), FieldRegion());
+    CHECK(writeCrcs(empty, none, {}));
+    CHECK(writeLineNumbers(empty, none, true, true));
+    CHECK(empty.empty());
+}
+
+TEST_CASE("Lines are numbered from the first of the metrics on, if either flag is set", "[frames]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 563, 50, 562), FieldRegion(20, 583, 30, 540));
+    const Frame blank(metrics.getTotalSamples(), 0x155);
+    for (const auto& [first, second] : {std::pair(true, false), {false, true}, {true, true}}) {
+        Frame frame = blank;
+        REQUIRE(writeLineNumbers(frame, metrics, first, second));
+        Frame expected = blank;
+        for (quint32 line = 0; line < 562; ++line) {
+            const WordPair words = lineNumberWords(564 + line);
+            expected[line * 50 + 4] = words[0];
+            expected[line * 50 + 5] = words[1];
+        }
+        CHECK(frame == expected);
+    }
+    Frame frame = blank;
+    CHECK(writeLineNumbers(frame, metrics, false, false));
+    CHECK(frame == blank);
+}
+
+TEST_CASE("Timing references go to the start and in front of the picture", "[frames]")
+{
+    const FieldMetrics metrics(FieldRegion(0, 0, 30, 2), FieldRegion(12, 0, 18, 2));
+    Frame frame(60, 7);
+    CHECK(writeTimingReferences(frame, metrics, 0x274, 0x200) == 16);
+    Frame expected(60, 7);
+    const Frame words = {1023, 0, 0, 0x274, 7, 7, 7, 7, 1023, 0, 0, 0x200};
+    std::copy(words.begin(), words.end(), expected.begin());
+    CHECK(frame == expected);
+
+    Frame small(11, 7);
+    CHECK(writeTimingReferences(small, metrics, 1, 2) == 0);
+    CHECK(small == Frame(11, 7));
+    CHECK(writeTimingReferences(frame, {FieldRegion(0, 0, 30, 2), FieldRegion(3, 0, 27, 2)}, 1,
+                                2) == 0);
+    CHECK(frame == expected);
+}
+
+TEST_CASE("Rectangles fill the active picture row by row", "[frames]")
+{
+    using Store = std::vector<quint32>;
+    // 6 lines of 10 words; the picture is 7 wide from word 3 on, on lines 1 to 4.
+    const FieldMetrics metrics(FieldRegion(0, 0, 10, 6), FieldRegion(3, 1, 7, 4));
+    const auto filled = [](quint32 rows, quint32 firstRow, const Store& words) {
+        Store store(60, 0xFFFFFFFF);
+        for (quint32 row = firstRow; row < firstRow + rows; ++row) {
+            for (std::size_t i = 0; i < words.size(); ++i) {
+                store[(1 + row) * 10 + 3 + i] = words[i];
+            }
+        }
+        return store;
+    };
+    Store store(60, 0xFFFFFFFF);
+    SECTION("words")
+    {
+        fillRectangle32(metrics, store, 2, 1, 2, 0x12345678);
+        CHECK(store == filled(2, 1, Store(2, 0x12345678)));
+    }
+    SECTION("words, held to the picture's size")
+    {
+        fillRectangle32(metrics, store, 99, 0, 99, 5);
+        CHECK(store == filled(4, 0, Store(7, 5)));
+    }
+    SECTION("an even number of samples")
+    {
+        fillRectangle10(metrics, store, 4, 0, 1, 0x1555, false);
+        CHECK(store == filled(1, 0, Store(2, 0x155 * 1025)));
+    }
+    SECTION("an odd number of samples, the last in the first channel")
+    {
+        fillRectangle10(metrics, store, 5, 1, 2, 0x155, false);
+        CHECK(store == filled(2, 1, {0x55555, 0x55555, 0xFFC00 | 0x155}));
+    }
+    SECTION("an odd number of samples, the last in the second channel")
+    {
+        fillRectangle10(metrics, store, 5, 1, 2, 0x155, true);
+        CHECK(store == filled(2, 1, {0x55555, 0x55555, 0x155 << 10 | 0x3FF}));
+    }
+    SECTION("samples, held to the picture's width, the last as it is given")
+    {
+        fillRectangle10(metrics, store, 99, 0, 99, 0xABCD, true);
+        const quint32 both = 0x3CD * 1025;
+        CHECK(store == filled(4, 0, {both, both, both, 0xABCDu << 10 | 0x3FF}));
+    }
+    SECTION("nothing beyond the store's end")
+    {
+        Store cut(36, 0);
+        fillRectangle32(metrics, cut, 7, 2, 4, 1);
+        Store expected(36, 0);
+        std::fill(expected.begin() + 33, expected.end(), 1);
+        CHECK(cut == expected);
+        fillRectangle10(metrics, cut, 7, 2, 4, 2, false);
+        std::fill(expected.begin() + 33, expected.end(), 2 * 1025);
+        CHECK(cut == expected);
+        fillRectangle32(metrics, cut, 7, 0xFFFFFFFF, 4, 9);
+        CHECK(cut == expected);
+        Store none;
+        fillRectangle32(metrics, none, 7, 0, 4, 1);
+        CHECK(none.empty());
+    }
+}

@@ -1,0 +1,32 @@
+// The runner behind CTest: the host's cases with an exit value that counts failures.
+//   infrastructure_ctest TESTSOURCES [Catch arguments]
+#define CATCH_CONFIG_RUNNER
+#include <catch2/catch.hpp>
+
+#include "infrastructure/utility/Logging.h"
+#include "sw/infrastructure_test/DatacoreTest.h"
+#include "sw/infrastructure_test/NetworkConnectionTests.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s TESTSOURCES [Catch arguments]\n", argv[0]);
+        return 2;
+    }
+    setupLogging(false, "");
+    QCoreApplication app(argc, argv);
+
+    // Any free port: several runners may be at work on one machine.
+    NetworkConnectionTests connectionTests(&app, 0);
+    connectionTests.run();
+
+    DatacoreTest::testSourceDirectory = QString::fromLocal8Bit(argv[1]);
+    argv[1] = argv[0];
+    const int result = Catch::Session().run(argc - 1, argv + 1);
+    tearDownLogging();
+    return result;
+}

@@ -1,0 +1,127 @@
+"""The host as a whole: exit value, words to the runner, the log socket.
+
+usage: host.py INFRASTRUCTURE_TEST
+"""
+import os
+import queue
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+import threading
+import xml.etree.ElementTree
+
+import namespaces
+
+PORT = 4004
+ENSURE = "Ensure tests passed"
+# A few quick cases stand for all: the cases themselves are CTest's own business.
+FEW_CASES = f"{ENSURE},Socket errors have names,Parity bits*"
+
+
+def run(host, *words):
+    return subprocess.run([host, *words], capture_output=True, text=True, timeout=60, check=False)
+
+
+def check(holds, what, result=None):
+    if not holds:
+        print(f"FAILED: {what}")
+        if result is not None:
+            print(f"exit {result.returncode}\n{result.stdout}\n{result.stderr}")
+        sys.exit(1)
+    print(f"passed: {what}")
+
+
+def junit_cases(report):
+    """Each case's name in a JUnit report, and whether it failed."""
+    root = xml.etree.ElementTree.fromstring(report[report.index("<?xml"):])
+    return {case.get("name"): case.find("failure") is not None for case in root.iter("testcase")}
+
+
+def listen_to_log():
+    """A private /dev with nothing but what programs need and the log socket."""
+    kept = tempfile.mkdtemp()
+    devices = ["null", "zero", "urandom"]
+    for name in devices:
+        open(f"{kept}/{name}", "w").close()
+        namespaces.bind(f"/dev/{name}", f"{kept}/{name}")
+    namespaces.mount_empty("/dev")
+    for name in devices:
+        open(f"/dev/{name}", "w").close()
+        namespaces.bind(f"{kept}/{name}", f"/dev/{name}")
+    return LogSocket()
+
+
+class LogSocket:
+    """Takes what comes at the log socket, since a writer blocks on a full one."""
+
+    def __init__(self):
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.bind("/dev/log")
+        self.lines = queue.SimpleQueue()
+        threading.Thread(target=self._listen, daemon=True).start()
+
+    def _listen(self):
+        while True:
+            self.lines.put(self.socket.recv(65536).decode())
+
+    def read_until(self, end):
+        """The lines so far, up to the one that holds this text."""
+        lines = []
+        while not lines or end not in lines[-1]:
+            lines.append(self.lines.get(timeout=10))
+        return lines
+
+
+def check_log_lines(log, result):
+    # <priority>time program: text, the priority being facility user (1) times 8 plus the severity.
+    form = re.compile(r"<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d infrastructure_test: "
+                      r"\[\d\d/\d\d/\d\d\]\[tid:\d+\]\[([TDIWEC])\]> ([^\n]*)")
+    lines = log.read_until("multiple '='")
+    severities = {"I": 6, "W": 4, "E": 3, "C": 2}
+    texts = []
+    for line in lines:
+        match = form.fullmatch(line)
+        check(match is not None, f"the log line has the stated form: {line!r}")
+        check(int(match[1]) == 8 + severities[match[2]], f"its priority is user.{match[2]}")
+        texts.append(match[3])
+        check(match[3] not in result.stdout, "nothing of it is on standard output", result)
+    check(texts[0] == "_____ NetworkConnectionTests _____", "the first line is the banner")
+    check("----- PASSED -----" in texts, "the exercise reports to the log")
+    check("Command line argument contained multiple '='!" in texts, "an error line arrives too")
+
+
+def main(host):
+    namespaces.enter()
+    log = listen_to_log()
+
+    result = run(host, "testSources=/x", ENSURE, "a=b=c")
+    check_log_lines(log, result)
+
+    result = run(host, "testSources=/x", FEW_CASES)
+    check(result.returncode == 0 and "All tests passed" in result.stdout, "the host passes", result)
+
+    result = run(host, "testSources=/x", "-r", "junit", ENSURE)
+    check(junit_cases(result.stdout) == {ENSURE: False},
+          "with testSources first the runner takes the words behind it", result)
+    result = run(host, "-r", "junit", ENSURE)
+    check(junit_cases(result.stdout) == {ENSURE: False},
+          "without testSources the runner takes all words", result)
+    result = run(host, "testSources=/x", "No such case at all")
+    check(result.returncode == 0, "the runner's result does not reach the exit value", result)
+
+    with socket.socket(socket.AF_INET6, socket.SOCK_STREAM) as taken:
+        taken.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        taken.bind(("::", PORT))
+        taken.listen()
+        result = run(host, "testSources=/x", "-r", "junit", FEW_CASES)
+    check(result.returncode == 1, "with the port taken the host ends with 1", result)
+    cases = junit_cases(result.stdout)
+    check(len(cases) == 3, "with the port taken the cases still run", result)
+    check([name for name, failed in cases.items() if failed] == [ENSURE],
+          f"'{ENSURE}' fails, and nothing else", result)
+
+
+if __name__ == "__main__":
+    main(os.path.abspath(sys.argv[1]))

@@ -1,0 +1,115 @@
+"""A server and its mirrors as real processes: writes from all clients at once, one killed in the
+middle of writing, one whose link is reset; in the end all hold what the server holds.
+
+usage: mirrors.py DATACORE_SERVER DATACORE_CLIENT MIRROR_CLIENT
+"""
+import json
+import random
+import re
+import signal
+import subprocess
+import sys
+
+WRITES = 10000
+CHANGING = "statusCoreRouter/framesSeen"  # the server changes it all the time
+
+
+def check(holds, what):
+    if not holds:
+        print(f"FAILED: {what}")
+        sys.exit(1)
+    print(f"passed: {what}")
+
+
+class Mirror:
+    def __init__(self, program, port, seed):
+        self.process = subprocess.Popen([program, str(port), str(seed)], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, text=True)
+        self.expect("ready")
+
+    def tell(self, command):
+        self.process.stdin.write(command + "\n")
+        self.process.stdin.flush()
+
+    def read(self):
+        return self.process.stdout.readline().rstrip("\n")
+
+    def expect(self, answer):
+        line = self.read()
+        check(line == answer, f"{self.process.pid} answers {answer!r} ({line!r})")
+
+    def values(self):
+        self.tell("dump")
+        return json.loads(self.read())
+
+
+def flatten(tree, path=""):
+    """The dump of the command-line client as lists of values by full path."""
+    values = {}
+    for name, node in tree.items():
+        if isinstance(node, dict) and "data" in node:
+            full = f"{path}{name}"
+            data = node["data"]
+            values[full] = data if isinstance(data, list) else [] if data is None else [data]
+            values.update(flatten(node, full + "/"))
+    return values
+
+
+def main(server_program, client_program, mirror_program):
+    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
+    port = int(re.search(r"port (\d+)", server.stdout.readline())[1])
+
+    def tool(*words):
+        return subprocess.run([client_program, "--port", str(port), "--timeout", "20000", *words],
+                              capture_output=True, text=True, timeout=30, check=False)
+
+    try:
+        mirrors = [Mirror(mirror_program, port, seed) for seed in (1, 2, 3)]
+        victim = Mirror(mirror_program, port, 4)
+        for mirror in mirrors:
+            mirror.tell(f"write {WRITES // 3 + 1}")
+        victim.tell("write 1000000")
+        # A tool's round trip among the writes: what it waits for shows that they are under way.
+        check(tool("set", "commandCoreRouter/seek", str(random.randrange(10**6))).returncode == 0,
+              "a write by hand is acknowledged among the others")
+        victim.process.send_signal(signal.SIGKILL)
+        check(victim.process.wait(10) == -signal.SIGKILL, "a client was killed in the middle")
+        mirrors[2].expect("written")
+        mirrors[2].tell("reset")
+        mirrors[2].expect("ready")
+        mirrors[2].tell("write 100")
+        for mirror in mirrors:
+            mirror.expect("written")
+        for mirror in mirrors:
+            mirror.tell("settle")
+            mirror.expect("settled")
+
+        dump = tool("dump")
+        check(dump.returncode == 0, "the tool dumps all values")
+        expected = flatten(json.loads(dump.stdout))
+        for mirror in mirrors:
+            mirror.tell("sync")
+            mirror.expect("synced")
+        expected.pop(CHANGING)
+        for number, mirror in enumerate(mirrors):
+            values = mirror.values()
+            values.pop(CHANGING)
+            wrong = {path for path in expected if values.get(path) != expected[path]}
+            check(values.keys() == expected.keys() and not wrong,
+                  f"mirror {number} holds the server's {len(expected)} values {wrong or ''}")
+        for mirror in mirrors:
+            mirror.tell("quit")
+            check(mirror.process.wait(10) == 0, "a mirror ends cleanly")
+
+        check(tool("get", "no/such/path").returncode == 1, "an unknown path is an error")
+        check("invalid" in tool("set", "configCoreRouter/input1/equaliser", "99").stdout,
+              "a value out of range is kept and reported")
+        server.send_signal(signal.SIGINT)
+        check(server.wait(10) == 0, "the server ends cleanly on Ctrl-C")
+        check(tool("list").returncode == 1, "without a server the tool fails")
+    finally:
+        server.kill()
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
