@@ -139,13 +139,8 @@ void DatacoreServer::sendDump(const SerialisableDataPacket& request)
         VELLOG_ERR() << "Request of an unknown client " << list.getClientID();
         return;
     }
-    DatacorePathRadixTreePacket dump;
-    dump.setClientId(list.getClientID());
-    dump.setConfigTree(*trees.config);
-    dump.setStatusTree(*trees.status);
-    dump.setCommandTree(*trees.command);
-    dump.setPersistentConfigTree(*trees.persistentConfig);
-    std::vector<SerialisableDataPacket> packets{dump};
+    std::vector<SerialisableDataPacket> packets{DatacorePathRadixTreePacket(
+        list.getClientID(), *trees.config, *trees.status, *trees.command, *trees.persistentConfig)};
 
     const std::deque<QString> paths = list.getDatacorePaths();
     if (paths.empty()) {
@@ -175,9 +170,8 @@ void DatacoreServer::applyWrite(const SerialisableDataPacket& packet)
         return;
     }
     // Values only: the reasons are found here.
-    DatacoreJsonMessages messages;
     constexpr bool justData = true;
-    if (!datacore->populateFromJson(QString(), write.getDatacoreJsonObject(), justData, messages)) {
+    if (!write.populate(*datacore, justData)) {
         VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
     }
     std::vector<SerialisableDataPacket> packets;

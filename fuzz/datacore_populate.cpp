@@ -1,11 +1,12 @@
 // JSON from a peer, read into a tree with leaves of every class: first a byte of flags, then a path
 // and a line feed, then the JSON text. Whatever it is, each node answers, has a JSON form and a
 // path that leads to it, stands in the change list once at most, and reading the tree's own form
-// back changes nothing.
+// back changes nothing. Text that is taken as plain holds what the parser finds in it.
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
+#include "infrastructure/datacore/PlainJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -97,6 +98,20 @@ QJsonDocument parse(const QByteArray& text)
     return QJsonDocument::fromJson(text);
 }
 
+void checkPlain(const QByteArray& text, const QJsonDocument& document)
+{
+    PlainJsonIndex index;
+    if (!index.read(text.constData(), text.size())) {
+        return;
+    }
+    require(document.isObject());
+    const QJsonObject json = document.object();
+    for (auto it = json.begin(); it != json.end(); ++it) {
+        const QByteArray key = it.key().toLatin1();
+        require(index.find(text.constData(), QLatin1String(key)).toJsonValue() == it.value());
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -108,7 +123,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray bytes(reinterpret_cast<const char*>(data) + 1, static_cast<int>(size) - 1);
     const int lineEnd = std::max(bytes.indexOf('\n'), 0);
     const QString path = QString::fromUtf8(bytes.left(lineEnd));
-    const QJsonDocument document = parse(bytes.mid(lineEnd));
+    const QByteArray text = bytes.mid(lineEnd);
+    const QJsonDocument document = parse(text);
+    checkPlain(text, document);
 
     Tree tree;
     DatacoreJsonMessages messages;

@@ -118,8 +118,8 @@ void ClientDatacore::acknowledge(const DatacorePacket& packet)
 
 void ClientDatacore::applyContent(const DatacorePacket& packet)
 {
-    DatacoreJsonMessages messages;
-    populateFromJson(QString(), packet.getDatacoreJsonObject(), false, messages);
+    constexpr bool justData = false;
+    packet.populate(*this, justData);
 }
 
 void ClientDatacore::onChanged()

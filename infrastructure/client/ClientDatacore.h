@@ -10,7 +10,7 @@
 #include <QStringList>
 
 #include <cstdint>
-#include <deque>
+#include <vector>
 
 class DatacorePacket;
 
@@ -103,6 +103,6 @@ private:
     QStringList makeValidationMessages() const;
 
     QString path;
-    std::deque<int> pendingPacketIds; ///< sent and not acknowledged, oldest first
+    std::vector<int> pendingPacketIds; ///< sent and not acknowledged, oldest first
     int callDepth = 0;
 };

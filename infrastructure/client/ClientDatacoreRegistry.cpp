@@ -21,7 +21,7 @@ ClientDatacoreRegistry::~ClientDatacoreRegistry()
 
 ClientDatacore* ClientDatacoreRegistry::lookup(const QString& path) const
 {
-    return datacores.value(path, nullptr);
+    return datacoresByHash.value(path, nullptr);
 }
 
 void ClientDatacoreRegistry::populate(const QStringList& paths, ClientDatacoreMonitor& monitor)
@@ -30,6 +30,7 @@ void ClientDatacoreRegistry::populate(const QStringList& paths, ClientDatacoreMo
         return;
     }
     const QChar delimiter = DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
+    datacoresByHash.reserve(paths.size());
     for (const QString& path : paths) {
         if (path.endsWith(delimiter)) {
             VELLOG_ERR() << "Cannot create datacore with incomplete path: " << path;
@@ -40,14 +41,15 @@ void ClientDatacoreRegistry::populate(const QStringList& paths, ClientDatacoreMo
             VELLOG_ERR() << "No delimiter, assuming root datacore and creating ClientDatacore for: "
                          << path;
         }
-        if (datacores.contains(path)) {
+        if (datacoresByHash.contains(path)) {
             VELLOG_ERR() << "ClientDatacoreRegistry: Cannot create two cores for path '" << path
                          << "'.";
             continue;
         }
         auto* datacore = new ClientDatacore(QStringLiteral("ClientDatacore"),
                                             path.mid(lastDelimiter + 1), nullptr, path);
-        datacores.insert(path, datacore);
+        datacores.insert(datacores.cend(), path, datacore); // paths mostly come in order
+        datacoresByHash.insert(path, datacore);
         connect(datacore, &ClientDatacore::clientDatacoreHasUpdateForServer, &monitor,
                 &ClientDatacoreMonitor::onClientDatacoreUpdated, Qt::DirectConnection);
     }
@@ -65,6 +67,7 @@ void ClientDatacoreRegistry::clear()
 
 void ClientDatacoreRegistry::release()
 {
+    datacoresByHash.clear();
     const QMap<QString, ClientDatacore*> released = std::exchange(datacores, {});
     for (ClientDatacore* datacore : released) {
         if (datacore->isCallingOut()) {

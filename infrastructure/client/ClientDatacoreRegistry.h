@@ -3,6 +3,7 @@
 
 #include "infrastructure/client/ClientDatacore.h"
 
+#include <QHash>
 #include <QMap>
 
 class ClientDatacoreMonitor;
@@ -52,4 +53,5 @@ private:
     void release();
 
     QMap<QString, ClientDatacore*> datacores;
+    QHash<QString, ClientDatacore*> datacoresByHash; ///< the same, for lookup
 };

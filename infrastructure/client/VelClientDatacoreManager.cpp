@@ -27,11 +27,5 @@ void VelClientDatacoreManager::acceptPacket(const SerialisableDataPacket& packet
     if (!ok || !registry.isEmpty()) {
         return;
     }
-    QStringList paths;
-    for (const DatacorePathRadixTreeNode& root :
-         {dump.getConfigTree(), dump.getStatusTree(), dump.getCommandTree(),
-          dump.getPersistentConfigTree()}) {
-        root.appendPathsTo(paths);
-    }
-    registry.populate(paths, monitor);
+    registry.populate(dump.getPaths(), monitor);
 }

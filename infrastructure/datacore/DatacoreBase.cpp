@@ -294,9 +294,25 @@ bool DatacoreBase::populateFromJson(const QString& path, const QJsonObject& json
     return true;
 }
 
+bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justData)
+{
+    PlainJsonItems items(json);
+    if (!json.isObject() || items.isAtEnd() || items.getKey() != instanceName) {
+        return false;
+    }
+    const PlainJsonValue content = items.getValue();
+    items.next();
+    if (!items.isAtEnd()) {
+        return false;
+    }
+    readNode(content, justData);
+    return true;
+}
+
 /// Takes what stands under the node's name, and then updates once. With the key there, no element
 /// fails.
-void DatacoreBase::readNode(const QJsonObject& object, bool justData)
+template <typename Object>
+void DatacoreBase::readNode(const Object& object, bool justData)
 {
     {
         const Busy busy(populating);
@@ -324,6 +340,25 @@ int DatacoreBase::readElements(const QJsonObject& object, bool justData)
     return keysLeft;
 }
 
+int DatacoreBase::readElements(const PlainJsonValue& object, bool justData)
+{
+    int keysLeft = 0;
+    const auto elements = getElements();
+    auto next = elements.begin(); // both come in the order of their keys
+    for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
+        const auto found = std::find_if(next, elements.end(), [&](const DatacoreElement* element) {
+            return items.getKey() == element->getKey();
+        });
+        if (found != elements.end() && (!justData || (*found)->isData())) {
+            (*found)->readPlainJson(items.getValue());
+            next = found + 1;
+        } else {
+            ++keysLeft;
+        }
+    }
+    return keysLeft;
+}
+
 /// With no key left, the rest of the children need not be looked for.
 void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int keysLeft)
 {
@@ -335,6 +370,19 @@ void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int ke
         if (found != object.constEnd()) {
             child->second->readNode(found.value().toObject(), justData);
             --keysLeft;
+        }
+    }
+}
+
+void DatacoreBase::readChildren(const PlainJsonValue& object, bool justData, int keysLeft)
+{
+    if (!children || keysLeft == 0) {
+        return;
+    }
+    for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
+        const auto found = children->find(QString(items.getKey()));
+        if (found != children->end()) {
+            found->second->readNode(items.getValue(), justData);
         }
     }
 }

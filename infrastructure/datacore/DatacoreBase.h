@@ -66,6 +66,8 @@ public:
     /// changed validates once.
     bool populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                           DatacoreJsonMessages& messages) final;
+    /// The same for this node from plain text, in which the value stands under the node's name.
+    bool populateFromPlainJson(const PlainJsonValue& json, bool justData);
 
     bool isValid() const { return validStatusElement.getMessages().isEmpty(); }
     /// As above, with the reasons.
@@ -153,9 +155,12 @@ private:
 
     void writeNode(QJsonObject& json, JsonWriter& writer) const;
     QJsonObject writeElements(JsonWriter& writer) const;
-    void readNode(const QJsonObject& object, bool justData);
+    template <typename Object>
+    void readNode(const Object& object, bool justData);
     int readElements(const QJsonObject& object, bool justData);
+    int readElements(const PlainJsonValue& object, bool justData);
     void readChildren(const QJsonObject& object, bool justData, int keysLeft);
+    void readChildren(const PlainJsonValue& object, bool justData, int keysLeft);
     void updateStatus(DatacoreChangeList& list);
     void enterParent();
 

@@ -28,3 +28,5 @@ void DatacoreClassnameElement::appendJsonText(QByteArray& text) const
 }
 
 void DatacoreClassnameElement::readJsonValue(const QJsonValue& /*value*/) {}
+
+void DatacoreClassnameElement::readPlainJson(const PlainJsonValue& /*value*/) {}

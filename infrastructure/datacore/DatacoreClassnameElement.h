@@ -17,6 +17,7 @@ public:
     QJsonValue toJsonValue() const override;
     void appendJsonText(QByteArray& text) const override;
     void readJsonValue(const QJsonValue& value) override;
+    void readPlainJson(const PlainJsonValue& value) override;
 
 private:
     QString className;

@@ -1,6 +1,7 @@
 #include "infrastructure/datacore/DatacoreDataElement.h"
 
 #include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/PlainJson.h"
 #include "infrastructure/utility/Log.h"
 
 #include <QJsonArray>
@@ -131,13 +132,27 @@ void DatacoreDataElement::readJsonValue(const QJsonValue& value)
         }
         return;
     }
-    const QString text = value.toString();
+    readText(value.toString());
+}
+
+void DatacoreDataElement::readPlainJson(const PlainJsonValue& value)
+{
+    if (value.isNull() || value.isArray()) {
+        readJsonValue(value.toJsonValue());
+    } else {
+        readText(value.toLatin1());
+    }
+}
+
+template <typename Text>
+void DatacoreDataElement::readText(const Text& text)
+{
     if (holds(text)) {
         return;
     }
     if (getCount() == 0) {
         VELLOG_ERR() << "0 sized entry for data element";
     }
-    hold(text);
+    hold(QString(text));
     getOwner().elementPopulated();
 }

@@ -32,9 +32,16 @@ public:
     void appendJsonText(QByteArray& text) const override;
     /// A JSON number, boolean or object is taken as an empty string.
     void readJsonValue(const QJsonValue& value) override;
+    void readPlainJson(const PlainJsonValue& value) override;
 
 private:
-    bool holds(const QString& value) const { return !single.isNull() && single == value; }
+    template <typename Text>
+    bool holds(const Text& value) const
+    {
+        return !single.isNull() && single == value;
+    }
+    template <typename Text>
+    void readText(const Text& text);
     void hold(const QString& value);
     template <typename Values>
     void hold(const Values& values);

@@ -1,6 +1,7 @@
 #include "infrastructure/datacore/DatacoreElement.h"
 
 #include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/PlainJson.h"
 
 namespace {
 
@@ -25,6 +26,11 @@ bool DatacoreElement::isData() const
 void DatacoreElement::appendJsonText(QByteArray& text) const
 {
     appendJsonValue(text, toJsonValue());
+}
+
+void DatacoreElement::readPlainJson(const PlainJsonValue& value)
+{
+    readJsonValue(value.toJsonValue());
 }
 
 bool DatacoreElement::appendToJson(const QString& path, QJsonObject& json, bool justData,

@@ -7,6 +7,8 @@
 
 #include <QJsonValue>
 
+class PlainJsonValue;
+
 /// One part of a node: its values, its class name, or one of its two lists of reasons. It is a leaf
 /// of the path: any path but the empty one fails with message (Error, 5).
 class DatacoreElement : public DatacoreJsonInterface
@@ -30,6 +32,8 @@ public:
     virtual void appendJsonText(QByteArray& text) const;
     /// Takes what stands under the key. The owner is told if that is a change.
     virtual void readJsonValue(const QJsonValue& value) = 0;
+    /// The same, read where it stands in plain text.
+    virtual void readPlainJson(const PlainJsonValue& value);
 
 protected:
     /// The owner must outlive the element.

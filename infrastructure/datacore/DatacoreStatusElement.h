@@ -3,6 +3,7 @@
 
 #include "infrastructure/datacore/DatacoreElement.h"
 #include "infrastructure/datacore/MessageFactory.h"
+#include "infrastructure/datacore/PlainJson.h"
 
 #include <QJsonArray>
 #include <QVector>
@@ -67,6 +68,14 @@ public:
             getOwner().elementPopulated();
         }
         messages = kept;
+    }
+
+    /// No reasons, as in most nodes, and none held is told apart without an array being built.
+    void readPlainJson(const PlainJsonValue& value) override
+    {
+        if (!value.isEmptyArray() || !messages.isEmpty()) {
+            readJsonValue(value.toJsonValue());
+        }
     }
 
 protected:

@@ -30,6 +30,11 @@ void appendJsonString(QByteArray& text, const QString& string)
     *to = '"';
 }
 
+void appendNextJsonKey(QByteArray& text, QLatin1String key)
+{
+    text.append(",\"").append(key.data(), key.size()).append("\":");
+}
+
 void appendJsonValue(QByteArray& text, const QJsonValue& value)
 {
     // Only arrays and objects can be documents.

@@ -3,48 +3,12 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/JsonText.h"
 
-#include <QtEndian>
-
 namespace {
 
-// clang-format off
-QString clientIdKey() { return QStringLiteral("ClientID"); }
-QString packetIdKey() { return QStringLiteral("PacketID"); }
-QString pathKey() { return QStringLiteral("Path"); }
-QString datacoreKey() { return QStringLiteral("Datacore"); }
-// clang-format on
-
-/// Who wrote a value, and which of his writes it was.
-struct Writer
-{
-    const QString& clientID;
-    int packetID;
-};
-
-/// Length word and text, with the keys in the order in which a JSON object has them.
-QByteArray writePayload(const Writer* writer, const DatacoreBase& datacore, bool justData,
-                        const QString& path)
-{
-    constexpr int lengthWordBytes = 4;
-    constexpr int ordinaryTextBytes = 320;
-    QByteArray payload;
-    payload.reserve(ordinaryTextBytes);
-    payload.append("\0\0\0\0{\"Class\":\"DatacorePacket\"", lengthWordBytes + 25);
-    if (writer != nullptr) {
-        payload.append(",\"ClientID\":");
-        appendJsonString(payload, writer->clientID);
-    }
-    payload.append(",\"Datacore\":");
-    datacore.appendToJsonText(payload, justData);
-    if (writer != nullptr) {
-        payload.append(",\"PacketID\":").append(QByteArray::number(writer->packetID));
-    }
-    payload.append(",\"Path\":");
-    appendJsonString(payload, path);
-    payload.append('}');
-    qToBigEndian<quint32>(quint32(payload.size() - lengthWordBytes), payload.data());
-    return payload;
-}
+constexpr QLatin1String CLIENT_ID_KEY("ClientID");
+constexpr QLatin1String PACKET_ID_KEY("PacketID");
+constexpr QLatin1String PATH_KEY("Path");
+constexpr QLatin1String DATACORE_KEY("Datacore");
 
 } // namespace
 
@@ -63,17 +27,46 @@ DatacorePacket::DatacorePacket(const QString& clientID, int packetID, const QJso
     setPacketID(packetID);
 }
 
+/// Who wrote a value, and which of his writes it was.
+struct DatacorePacket::Writer
+{
+    const QString& clientID;
+    int packetID;
+};
+
+/// The keys are in the order in which a JSON object has them.
+SerialisableDataPacket::Payload DatacorePacket::writePayload(const Writer* writer,
+                                                             const DatacoreBase& datacore,
+                                                             bool justData, const QString& path)
+{
+    constexpr int ordinaryBytes = 320;
+    QByteArray payload = beginPayload(CLASSNAME(), ordinaryBytes);
+    if (writer != nullptr) {
+        appendNextJsonKey(payload, CLIENT_ID_KEY);
+        appendJsonString(payload, writer->clientID);
+    }
+    appendNextJsonKey(payload, DATACORE_KEY);
+    datacore.appendToJsonText(payload, justData);
+    if (writer != nullptr) {
+        appendNextJsonKey(payload, PACKET_ID_KEY);
+        payload.append(QByteArray::number(writer->packetID));
+    }
+    appendNextJsonKey(payload, PATH_KEY);
+    appendJsonString(payload, path);
+    return endPayload(payload);
+}
+
 DatacorePacket::DatacorePacket(const DatacoreBase& datacore, bool justData, const QString& path)
-    : SerialisableDataPacket(Payload{writePayload(nullptr, datacore, justData, path)})
+    : SerialisableDataPacket(writePayload(nullptr, datacore, justData, path))
 {
 }
 
 DatacorePacket::DatacorePacket(const QString& clientID, int packetID, const DatacoreBase& datacore,
                                bool justData, const QString& path)
-    : SerialisableDataPacket(Payload{[&] {
+    : SerialisableDataPacket([&] {
         const Writer writer{clientID, packetID};
         return writePayload(&writer, datacore, justData, path);
-    }()})
+    }())
 {
 }
 
@@ -84,60 +77,69 @@ DatacorePacket::DatacorePacket(const SerialisableDataPacket& source, bool& ok)
 
 bool DatacorePacket::containsClientID() const
 {
-    return contains(clientIdKey());
+    return contains(CLIENT_ID_KEY);
 }
 
 QString DatacorePacket::getClientID() const
 {
-    return value(clientIdKey()).toString();
+    return stringValue(CLIENT_ID_KEY);
 }
 
 void DatacorePacket::setClientID(const QString& clientID)
 {
-    insert(clientIdKey(), clientID);
+    insert(CLIENT_ID_KEY, clientID);
 }
 
 bool DatacorePacket::containsPacketID() const
 {
-    return contains(packetIdKey());
+    return contains(PACKET_ID_KEY);
 }
 
 int DatacorePacket::getPacketID() const
 {
-    return value(packetIdKey()).toInt(NO_PACKET_ID);
+    return intValue(PACKET_ID_KEY, NO_PACKET_ID);
 }
 
 void DatacorePacket::setPacketID(int packetID)
 {
-    insert(packetIdKey(), packetID);
+    insert(PACKET_ID_KEY, packetID);
 }
 
 bool DatacorePacket::containsDatacorePath() const
 {
-    return contains(pathKey());
+    return contains(PATH_KEY);
 }
 
 QString DatacorePacket::getDatacorePath() const
 {
-    return value(pathKey()).toString();
+    return stringValue(PATH_KEY);
 }
 
 void DatacorePacket::setDatacorePath(const QString& path)
 {
-    insert(pathKey(), path);
+    insert(PATH_KEY, path);
 }
 
 bool DatacorePacket::containsDatacoreObject() const
 {
-    return contains(datacoreKey());
+    return contains(DATACORE_KEY);
 }
 
 QJsonObject DatacorePacket::getDatacoreJsonObject() const
 {
-    return value(datacoreKey()).toObject();
+    return value(DATACORE_KEY).toObject();
 }
 
 void DatacorePacket::setDatacoreJsonObject(const QJsonObject& datacore)
 {
-    insert(datacoreKey(), datacore);
+    insert(DATACORE_KEY, datacore);
+}
+
+bool DatacorePacket::populate(DatacoreBase& datacore, bool justData) const
+{
+    if (isPlainText()) {
+        return datacore.populateFromPlainJson(plainValue(DATACORE_KEY), justData);
+    }
+    DatacoreJsonMessages messages;
+    return datacore.populateFromJson(QString(), getDatacoreJsonObject(), justData, messages);
 }

@@ -15,6 +15,11 @@ public:
 
     /// A dump of nothing.
     DatacorePathRadixTreePacket();
+    /// The whole dump, from the roots of the four trees. Writes the text at once, which is much
+    /// faster than by way of a JSON object.
+    DatacorePathRadixTreePacket(const QString& clientId, const DatacoreBase& config,
+                                const DatacoreBase& status, const DatacoreBase& command,
+                                const DatacoreBase& persistentConfig);
     /// The packet that `source` carries; `ok` is false, and the packet empty, for another class.
     DatacorePathRadixTreePacket(const SerialisableDataPacket& source, bool& ok);
 
@@ -34,6 +39,10 @@ public:
     DatacorePathRadixTreeNode getConfigTree() const;
     DatacorePathRadixTreeNode getCommandTree() const;
     DatacorePathRadixTreeNode getPersistentConfigTree() const;
+
+    /// The full paths of all nodes: of the config tree, then status, command and persistent config;
+    /// an ancestor ahead of its descendants. The same as from the decoded trees, and faster.
+    QStringList getPaths() const;
 
     /// Each takes the root of a tree.
     void setStatusTree(const DatacoreBase& root);

@@ -18,6 +18,9 @@ namespace {
 
 constexpr int CONNECT_TIMEOUT_MS = 500;
 constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is given back
+/// What is taken from the system at a time; the rest of a flood waits there, and holds the peer up.
+constexpr qint64 READ_BUFFER_BYTES = 512 << 10;
+static_assert(READ_BUFFER_BYTES > NetworkConnection::DISCARD_THRESHOLD_BYTES);
 
 struct SocketErrorName
 {
@@ -202,6 +205,9 @@ QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
 
 void NetworkConnection::wireSocket()
 {
+    if (socket->readBufferSize() == 0) {
+        socket->setReadBufferSize(READ_BUFFER_BYTES);
+    }
     connect(socket, &QTcpSocket::readyRead, this, &NetworkConnection::onReadyRead,
             Qt::DirectConnection);
     connect(socket, &QTcpSocket::disconnected, this, &NetworkConnection::onSocketDisconnected,

@@ -1,5 +1,6 @@
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
+#include "infrastructure/datacore/JsonText.h"
 #include "infrastructure/utility/Log.h"
 
 #include <QJsonArray>
@@ -12,15 +13,12 @@ namespace {
 
 constexpr int ORDINARY_PAYLOAD_BYTES = 1500; // the payload of one Ethernet frame
 
-QString classKey()
-{
-    return QStringLiteral("Class");
-}
+constexpr QLatin1String CLASS_KEY("Class");
 
 /// True for an object that says of which packet class it is.
 bool isPacketObject(const QJsonValue& value)
 {
-    return value.isObject() && !value.toObject().value(classKey()).toString().isEmpty();
+    return value.isObject() && !value.toObject().value(CLASS_KEY).toString().isEmpty();
 }
 
 } // namespace
@@ -31,7 +29,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QString& className)
         VELLOG_INFO() << "SerialisableDataPacket MUST HAVE CLASS NAME";
         return;
     }
-    json.insert(classKey(), className);
+    json.insert(CLASS_KEY, className);
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const QByteArray& jsonText, QJsonParseError* error)
@@ -54,12 +52,12 @@ SerialisableDataPacket::SerialisableDataPacket(const QJsonObject& object)
 SerialisableDataPacket::SerialisableDataPacket(const QByteArray& view,
                                                const RawDataPacketHeader& header)
     : RawDataPacket(view, header)
-    , hasUnparsedText(true)
+    , form(Form::Text)
 {
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const Payload& payload)
-    : hasUnparsedText(true)
+    : form(Form::Text)
     , serialisedPayload(payload.bytes)
 {
 }
@@ -76,34 +74,85 @@ SerialisableDataPacket::SerialisableDataPacket(const SerialisableDataPacket& par
 
 SerialisableDataPacket::SerialisableDataPacket(const QString& className,
                                                const SerialisableDataPacket& source, bool& ok)
+    : SerialisableDataPacket(source)
 {
-    ok = source.getPacketClassName() == className;
-    json = ok ? source.getJsonObject() : SerialisableDataPacket(className).json;
+    ok = getPacketClassName() == className;
+    if (!ok) {
+        *this = SerialisableDataPacket(className);
+    }
 }
 
-void SerialisableDataPacket::parseReceivedText() const
+/// What the payload holds after the length word, which is not consulted: the header has settled the
+/// size.
+QLatin1String SerialisableDataPacket::getText() const
 {
-    hasUnparsedText = false;
-    // The length word is not consulted: the header has settled the size.
     const QByteArray& payload = serialisedPayload.isEmpty() ? getPayload() : serialisedPayload;
-    const int textSize = std::max(payload.size() - LENGTH_WORD_BYTES, 0);
-    const QByteArray text =
-        textSize == 0 ? QByteArray()
-                      : QByteArray::fromRawData(payload.constData() + LENGTH_WORD_BYTES, textSize);
+    return payload.size() <= LENGTH_WORD_BYTES
+               ? QLatin1String()
+               : QLatin1String(payload.constData() + LENGTH_WORD_BYTES,
+                               payload.size() - LENGTH_WORD_BYTES);
+}
+
+void SerialisableDataPacket::parseText() const
+{
+    const QLatin1String text = getText();
     QJsonParseError error;
-    json = QJsonDocument::fromJson(text, &error).object();
+    json = QJsonDocument::fromJson(
+               text.isEmpty() ? QByteArray() : QByteArray::fromRawData(text.data(), text.size()),
+               &error)
+               .object();
     if (error.error != QJsonParseError::NoError) {
         VELLOG_INFO() << "SerialisablePacket failed to parse packet " << error.errorString();
-        json.insert(classKey(), QString());
+        json.insert(CLASS_KEY, QString());
     }
+    form = Form::Object;
 }
 
 const QJsonObject& SerialisableDataPacket::getJsonObject() const
 {
-    if (hasUnparsedText) {
-        parseReceivedText();
+    if (form != Form::Object) {
+        parseText();
     }
     return json;
+}
+
+bool SerialisableDataPacket::isPlainText() const
+{
+    if (form == Form::Text) {
+        const QLatin1String text = getText();
+        if (index.read(text.data(), text.size())) {
+            form = Form::PlainText;
+        } else {
+            parseText();
+        }
+    }
+    return form == Form::PlainText;
+}
+
+PlainJsonValue SerialisableDataPacket::plainValue(QLatin1String key) const
+{
+    return index.find(getText().data(), key);
+}
+
+bool SerialisableDataPacket::contains(QLatin1String key) const
+{
+    return isPlainText() ? !plainValue(key).isMissing() : json.contains(key);
+}
+
+QJsonValue SerialisableDataPacket::value(QLatin1String key) const
+{
+    return isPlainText() ? plainValue(key).toJsonValue() : json.value(key);
+}
+
+QString SerialisableDataPacket::stringValue(QLatin1String key) const
+{
+    return isPlainText() ? plainValue(key).toString() : json.value(key).toString(QLatin1String(""));
+}
+
+int SerialisableDataPacket::intValue(QLatin1String key, int defaultValue) const
+{
+    return isPlainText() ? plainValue(key).toInt(defaultValue)
+                         : json.value(key).toInt(defaultValue);
 }
 
 void SerialisableDataPacket::insert(const QString& key, const QJsonValue& content)
@@ -115,12 +164,39 @@ void SerialisableDataPacket::insert(const QString& key, const QJsonValue& conten
 
 QString SerialisableDataPacket::getPacketClassName() const
 {
-    return value(classKey()).toString(QLatin1String(""));
+    if (!isPlainText()) {
+        return stringValue(CLASS_KEY);
+    }
+    if (plainClassName.isNull()) {
+        plainClassName = stringValue(CLASS_KEY);
+    }
+    return plainClassName;
 }
 
 QByteArray SerialisableDataPacket::toJson() const
 {
     return QJsonDocument(getJsonObject()).toJson(QJsonDocument::Compact);
+}
+
+void SerialisableDataPacket::patchLength(QByteArray& payload)
+{
+    qToBigEndian<quint32>(quint32(payload.size() - LENGTH_WORD_BYTES), payload.data());
+}
+
+QByteArray SerialisableDataPacket::beginPayload(const QString& className, int ordinaryBytes)
+{
+    QByteArray payload;
+    payload.reserve(ordinaryBytes);
+    payload.append(LENGTH_WORD_BYTES, '\0').append("{\"Class\":");
+    appendJsonString(payload, className);
+    return payload;
+}
+
+SerialisableDataPacket::Payload SerialisableDataPacket::endPayload(QByteArray& payload)
+{
+    payload.append('}');
+    patchLength(payload);
+    return {payload};
 }
 
 QByteArray SerialisableDataPacket::serialisePayload() const
@@ -130,7 +206,7 @@ QByteArray SerialisableDataPacket::serialisePayload() const
         payload.reserve(ORDINARY_PAYLOAD_BYTES);
         payload.append(LENGTH_WORD_BYTES, '\0');
         payload.append(toJson());
-        qToBigEndian<quint32>(quint32(payload.size() - LENGTH_WORD_BYTES), payload.data());
+        patchLength(payload);
         serialisedPayload = payload;
     }
     return serialisedPayload;

@@ -4,6 +4,7 @@
 //                      | length (BE)  | compact JSON, UTF-8, no terminator
 #pragma once
 
+#include "infrastructure/datacore/PlainJson.h"
 #include "infrastructure/utility/packets/RawDataPacket.h"
 
 #include <fmt/ostream.h>
@@ -37,7 +38,7 @@ public:
     /// The object as it is, whether or not it has a "Class".
     explicit SerialisableDataPacket(const QJsonObject& object);
 
-    /// A received packet. Its text is parsed when the object is first looked at; text that can't be
+    /// A received packet. Its text is looked at when something is asked of it; text that can't be
     /// parsed is logged then and gives an object whose "Class" is empty, which no class matches.
     SerialisableDataPacket(const QByteArray& view, const RawDataPacketHeader& header);
 
@@ -78,6 +79,11 @@ protected:
     };
     static constexpr int LENGTH_WORD_BYTES = 4;
 
+    /// A payload that is written as text: the room for its length, and an object begun with its
+    /// "Class". Further members follow, each with its comma, and then endPayload.
+    static QByteArray beginPayload(const QString& className, int ordinaryBytes);
+    static Payload endPayload(QByteArray& payload);
+
     /// A packet whose text has been written already. It is parsed if the object is looked at.
     explicit SerialisableDataPacket(const Payload& payload);
     /// What a class's constructor from a received packet does: takes the source's content if the
@@ -89,12 +95,32 @@ protected:
     QJsonValue value(const QString& key) const { return getJsonObject().value(key); }
     void insert(const QString& key, const QJsonValue& content);
 
-private:
-    void parseReceivedText() const;
+    /// True while the content is plain text, of which no object has been built; `plainValue` is
+    /// for that time alone, and its result goes with the packet.
+    bool isPlainText() const;
+    PlainJsonValue plainValue(QLatin1String key) const;
+    // These build no object of the packet where the text is plain.
+    bool contains(QLatin1String key) const;
+    QJsonValue value(QLatin1String key) const;    ///< builds no more than this value
+    QString stringValue(QLatin1String key) const; ///< empty where there is no string
+    int intValue(QLatin1String key, int defaultValue) const;
 
-    // These change in const calls: the first look at a received packet parses its text, and the
-    // first serialisation is kept until the content changes. One object belongs to one thread.
-    mutable bool hasUnparsedText = false;
+private:
+    enum class Form {
+        Object,    ///< `json` is the content
+        Text,      ///< the text is, and nobody has looked at it
+        PlainText, ///< the text is, and `index` says where its members stand
+    };
+
+    static void patchLength(QByteArray& payload);
+    QLatin1String getText() const;
+    void parseText() const;
+
+    // These change in const calls: a text becomes an object when one is asked for, and the first
+    // serialisation is kept until the content changes. One object belongs to one thread.
+    mutable Form form = Form::Object;
+    mutable PlainJsonIndex index;
+    mutable QString plainClassName; ///< of a plain text, once it was asked for
     mutable QJsonObject json;
     mutable QByteArray serialisedPayload;
 };

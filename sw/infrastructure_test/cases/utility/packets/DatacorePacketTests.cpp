@@ -11,6 +11,25 @@
 #include <memory>
 #include <vector>
 
+namespace {
+
+/// The packet as it comes from a link, of which no object has been built.
+template <typename Packet>
+Packet receive(const Packet& sent)
+{
+    const QByteArray payload = sent.serialisePayload();
+    RawDataPacketHeader header;
+    header.packetType = sent.getPacketType();
+    header.payloadSize = quint32(payload.size());
+    bool ok = false;
+    const QByteArray bytes = QByteArray(RawDataPacketHeader::SIZE_BYTES, '\0') + payload;
+    Packet received(SerialisableDataPacket(bytes, header), ok);
+    CHECK(ok);
+    return received;
+}
+
+} // namespace
+
 TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[packets]")
 {
     const QJsonObject datacore{{QStringLiteral("text"), QStringLiteral("Some Datacore stuff")}};
@@ -19,14 +38,21 @@ TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[p
     CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePacket","ClientID":"clientCool",)"
                                         R"("Datacore":{"text":"Some Datacore stuff"},)"
                                         R"("PacketID":4711,"Path":"some/path"})"));
-    CHECK(packet.containsClientID());
-    CHECK(packet.containsPacketID());
-    CHECK(packet.containsDatacorePath());
-    CHECK(packet.containsDatacoreObject());
-    CHECK(packet.getClientID() == QStringLiteral("clientCool"));
-    CHECK(packet.getPacketID() == 4711);
-    CHECK(packet.getDatacorePath() == QStringLiteral("some/path"));
-    CHECK(packet.getDatacoreJsonObject() == datacore);
+    DatacorePacket received = receive(packet);
+    for (const DatacorePacket& same : {packet, received}) {
+        CHECK(same.containsClientID());
+        CHECK(same.containsPacketID());
+        CHECK(same.containsDatacorePath());
+        CHECK(same.containsDatacoreObject());
+        CHECK(same.getClientID() == QStringLiteral("clientCool"));
+        CHECK(same.getPacketID() == 4711);
+        CHECK(same.getDatacorePath() == QStringLiteral("some/path"));
+        CHECK(same.getDatacoreJsonObject() == datacore);
+    }
+    received.setPacketID(5);
+    CHECK(received.getPacketID() == 5);
+    CHECK(received.getDatacorePath() == QStringLiteral("some/path"));
+    CHECK(received != packet);
 
     bool ok = false;
     CHECK(DatacorePacket(SerialisableDataPacket(packet.getJsonObject()), ok) == packet);
@@ -95,6 +121,12 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
     CHECK(DatacorePathRadixTreePacket(SerialisableDataPacket(packet.getJsonObject()), ok) ==
           packet);
     CHECK(ok);
+
+    const DatacorePathRadixTreePacket whole(QStringLiteral("me"), root, leaf, inner, deep);
+    CHECK(whole.serialisePayload() == packet.serialisePayload());
+    paths += {QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("C/D"), QStringLiteral("D")};
+    CHECK(packet.getPaths() == paths);
+    CHECK(receive<DatacorePathRadixTreePacket>(packet).getPaths() == paths);
 }
 
 TEST_CASE("A dump of the wrong shape decodes to empty names", "[packets]")
@@ -114,4 +146,11 @@ TEST_CASE("A dump of the wrong shape decodes to empty names", "[packets]")
     CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode());
     CHECK(packet.getCommandTree() == DatacorePathRadixTreeNode());
     CHECK(packet.getConfigTree().kids.size() == 2);
+    CHECK(packet.getPaths() == QStringList{QString(), QStringLiteral("/"), QStringLiteral("/"),
+                                           QString(), QString(), QString()});
+    const auto received = receive<DatacorePathRadixTreePacket>(packet);
+    CHECK(received.getPaths() == packet.getPaths());
+    CHECK_FALSE(received.containsClientId());
+    CHECK_FALSE(received.containsStatusTree());
+    CHECK(received == packet);
 }

@@ -1,0 +1,98 @@
+// JSON text (RFC 8259) read where it stands, without an object being built for it. Plain is what
+// programs write for each other: no white space, printable ASCII without escapes, whole numbers of
+// up to nine digits, the keys of an object in ascending order, so that none comes twice. Text that
+// is anything else is for QJsonDocument, which gives the same values for plain text.
+#pragma once
+
+#include <QJsonValue>
+#include <QString>
+
+#include <array>
+
+/// A value in plain text, as a view that the text must outlive; by default, one that is missing.
+class PlainJsonValue
+{
+public:
+    PlainJsonValue() = default;
+
+    bool isMissing() const { return size == 0; }
+    bool isNull() const { return startsWith('n'); }
+    bool isString() const { return startsWith('"'); }
+    bool isArray() const { return startsWith('['); }
+    bool isObject() const { return startsWith('{'); }
+    bool isEmptyArray() const { return isArray() && size == 2; }
+
+    /// The characters of a string; none of any other value.
+    QLatin1String toLatin1() const
+    {
+        return isString() ? QLatin1String(text + 1, size - 2) : QLatin1String("", 0);
+    }
+    /// The same as a QString, which is empty but not null where there are none.
+    QString toString() const { return toLatin1(); }
+    /// A number's value; the default for any other value.
+    int toInt(int defaultValue) const;
+    /// The value as QJsonDocument gives it; undefined for one that is missing.
+    QJsonValue toJsonValue() const;
+
+private:
+    friend class PlainJsonIndex;
+    friend class PlainJsonItems;
+
+    PlainJsonValue(const char* valueText, int valueSize)
+        : text(valueText)
+        , size(valueSize)
+    {
+    }
+    bool startsWith(char character) const { return size > 0 && *text == character; }
+
+    const char* text = nullptr;
+    int size = 0;
+};
+
+/// Goes through what an object or an array holds, in the order of the text:
+///     for (PlainJsonItems items(value); !items.isAtEnd(); items.next())
+/// Any other value holds nothing.
+class PlainJsonItems
+{
+public:
+    explicit PlainJsonItems(const PlainJsonValue& container);
+
+    bool isAtEnd() const { return value.isMissing(); }
+    void next();
+
+    QLatin1String getKey() const { return key; } ///< empty in an array
+    const PlainJsonValue& getValue() const { return value; }
+
+private:
+    void read(const char* at);
+
+    bool hasKeys = false;
+    const char* end = nullptr; ///< the closing bracket
+    QLatin1String key;
+    PlainJsonValue value;
+};
+
+/// Where the members of an object stand in its text. It holds no pointers: the text may move.
+class PlainJsonIndex
+{
+public:
+    static constexpr int MAX_MEMBERS = 6;
+
+    /// Checks the text. False, with the index empty, unless it is a plain object of at most
+    /// MAX_MEMBERS members.
+    bool read(const char* text, int size);
+    /// The value under the key in the text that was read; missing where there is none.
+    PlainJsonValue find(const char* text, QLatin1String key) const;
+
+private:
+    struct Member
+    {
+        int keyStart; ///< from the start of the text
+        int keySize;
+        int valueStart;
+        int valueSize;
+    };
+
+    std::array<Member, MAX_MEMBERS> members{};
+    int count = 0;
+};

@@ -1,0 +1,206 @@
+// Plain JSON text read in place, against QJsonDocument.
+#include "infrastructure/datacore/DatacoreBool.h"
+#include "infrastructure/datacore/DatacoreNumberSetLimits.h"
+#include "infrastructure/datacore/PlainJson.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <random>
+
+namespace {
+
+/// True where the text is taken as plain; it then holds what QJsonDocument finds in it.
+bool isPlain(const QByteArray& text)
+{
+    PlainJsonIndex index;
+    if (!index.read(text.constData(), text.size())) {
+        return false;
+    }
+    QJsonParseError error;
+    const QJsonObject expected = QJsonDocument::fromJson(text, &error).object();
+    CHECK(error.error == QJsonParseError::NoError);
+    for (auto it = expected.begin(); it != expected.end(); ++it) {
+        const QByteArray key = it.key().toLatin1();
+        const PlainJsonValue value = index.find(text.constData(), QLatin1String(key));
+        CHECK(value.toJsonValue() == it.value());
+        CHECK(value.toInt(-7) == it.value().toInt(-7));
+        CHECK(value.toString() == it.value().toString());
+    }
+    CHECK(index.find(text.constData(), QLatin1String("absent")).isMissing());
+    return true;
+}
+
+/// What a server's node holds, and what a peer may send in its place.
+class Texts
+{
+public:
+    QByteArray make()
+    {
+        const QByteArray whole = object(3);
+        if (pick(3) != 0) {
+            return whole;
+        }
+        QByteArray bent = whole;
+        const int place = pick(bent.size());
+        switch (pick(3)) {
+        case 0:
+            bent.truncate(place);
+            break;
+        case 1:
+            bent[place] = static_cast<char>(random() & 0xFF);
+            break;
+        default:
+            bent.insert(place, "{}[],:\"0-t \\"[pick(12)]);
+        }
+        return bent;
+    }
+
+private:
+    int pick(int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); }
+
+    QByteArray value(int depth)
+    {
+        static const char* const words[] = {
+            "null", "true", "false", "\"\"",      "\"1080p50\"",  "0",  "-12", "999999999",
+            "1.5",  "1e3",  "-0",    "\"a\\nb\"", "\"\xC2\xB5\"", "[]", "{}"};
+        switch (depth > 0 ? pick(6) : 0) {
+        case 1:
+            return object(depth - 1);
+        case 2:
+            return '[' + value(depth - 1) + ',' + value(depth - 1) + ']';
+        case 3:
+            return object(0);
+        default:
+            return words[pick(pick(3) == 0 ? 15 : 8)];
+        }
+    }
+    QByteArray object(int depth)
+    {
+        static const char* const keys[] = {
+            "class", "data", "flag", "reasonsForBeingInactive", "reasonsForBeingInvalid", "root"};
+        QByteArray text;
+        for (const char* key : keys) {
+            if (pick(2) == 0) {
+                text += (text.isEmpty() ? "\"" : ",\"") + QByteArray(key) + "\":" + value(depth);
+            }
+        }
+        return '{' + text + '}';
+    }
+
+    std::mt19937 random{20230917};
+};
+
+QByteArray nested(int depth)
+{
+    return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + '}';
+}
+
+/// Answers for all of its class.
+struct Tree : DatacoreBase
+{
+    Tree()
+        : DatacoreBase(QStringLiteral("root"), nullptr)
+    {
+    }
+    DatacoreBool flag{QStringLiteral("flag"), this};
+    DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
+};
+
+QJsonObject write(const DatacoreBase& node)
+{
+    QJsonObject json;
+    DatacoreJsonMessages messages;
+    node.appendToJson(QString(), json, false, true, messages);
+    return json;
+}
+
+} // namespace
+
+TEST_CASE("Plain text is told from any other, and holds what a parser finds", "[datacore]")
+{
+    for (const char* text :
+         {R"({})", R"({"":1})", R"({"a":null,"b":[true,false,[],{}],"c":{"a":"x","b":-9}})",
+          R"({"Class":"X","ClientID":"7","Datacore":{"n":{"data":"5"}},"PacketID":999999999})"}) {
+        CHECK(isPlain(text));
+    }
+    for (const char* text : {"",
+                             "{",
+                             "[]",
+                             "\"a\"",
+                             "1",
+                             "null",
+                             R"({"a"})",
+                             R"({"a":})",
+                             R"({"a":1,})",
+                             R"({,"a":1})",
+                             R"({"a":1}})",
+                             R"({"a":1} )",
+                             R"({ "a":1})",
+                             R"({"a":1,"a":2})",
+                             R"({"b":1,"a":2})",
+                             R"({"a":01})",
+                             R"({"a":-0})",
+                             R"({"a":1.5})",
+                             R"({"a":1e3})",
+                             R"({"a":1000000000})",
+                             R"({"a":-})",
+                             R"({"a":nul})",
+                             R"({"a":truE})",
+                             R"({"a":"\u0041"})",
+                             R"({"a":"é"})",
+                             "{\"a\":\"\x1f\"}",
+                             "{\"a\":\"\x7f\"}",
+                             R"({"a":"x)",
+                             R"({"a":[1,]})",
+                             R"({"a":[1 2]})",
+                             R"({"a":[}])",
+                             R"({"a":1,"b":2,"c":3,"d":4,"e":5,"f":6,"g":7})"}) {
+        INFO(text);
+        CHECK_FALSE(isPlain(text));
+    }
+    CHECK(isPlain(nested(100)));
+    CHECK_FALSE(isPlain(nested(1000)));
+    CHECK_FALSE(isPlain(nested(100000)));
+    CHECK_FALSE(isPlain(QByteArray(100000, '{')));
+
+    Texts texts;
+    int plainCount = 0;
+    for (int i = 0; i < 20000; ++i) {
+        plainCount += isPlain(texts.make()) ? 1 : 0;
+    }
+    CHECK(plainCount > 5000);
+    CHECK(plainCount < 15000);
+}
+
+TEST_CASE("A tree takes the same from plain text as from its JSON object", "[datacore]")
+{
+    Texts texts;
+    int takenCount = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const QByteArray content = texts.make();
+        const QByteArray text = "{\"root\":" + content + (i % 16 == 0 ? ",\"second\":1}" : "}");
+        PlainJsonIndex index;
+        const QByteArray outer = "{\"json\":" + text + '}';
+        if (!index.read(outer.constData(), outer.size())) {
+            continue;
+        }
+        for (const bool justData : {false, true}) {
+            Tree expected;
+            DatacoreJsonMessages messages;
+            const bool isTaken = expected.populateFromJson(
+                QString(), QJsonDocument::fromJson(text).object(), justData, messages);
+            Tree tree;
+            const PlainJsonValue json = index.find(outer.constData(), QLatin1String("json"));
+            REQUIRE(tree.populateFromPlainJson(json, justData) == isTaken);
+            REQUIRE(write(tree) == write(expected));
+            REQUIRE(tree.takeChangedList().size() == expected.takeChangedList().size());
+            takenCount += isTaken ? 1 : 0;
+        }
+    }
+    CHECK(takenCount > 1000);
+    Tree tree;
+    CHECK_FALSE(tree.populateFromPlainJson(PlainJsonValue(), false));
+}
