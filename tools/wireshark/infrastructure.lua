@@ -8,7 +8,6 @@
 local HEADER_BYTES = 8
 local TEXT_OFFSET = 12
 local JSON_TYPE = 0x1010
-local DEEPEST_JSON = 100 -- beyond it the text is shown as it is
 
 local TYPE_NAMES = {
     [0x1010] = "SerialisableData",
@@ -62,13 +61,13 @@ link.prefs.largest = Pref.uint("Largest payload", 64 * 1024 * 1024,
     "A header with a larger size begins no packet")
 
 -- The scalar members of the object that a text holds: by key the value, and the place and size of
--- its text. Also how deep the text nests. Any bytes will do.
+-- its text. Any bytes will do.
 local function scan_json(text)
-    local members, depth, deepest, key, at = {}, 0, 0, nil, 1
+    local members, depth, key, at = {}, 0, nil, 1
     while true do
         at = text:find('["{}%[%],%w%-]', at)
         if not at then
-            return members, deepest
+            return members
         end
         local first = text:sub(at, at)
         local last = at
@@ -78,7 +77,7 @@ local function scan_json(text)
             while true do
                 last = text:find('["\\]', last)
                 if not last then
-                    return members, deepest
+                    return members
                 end
                 if text:sub(last, last) == '"' then
                     break
@@ -88,7 +87,6 @@ local function scan_json(text)
             value = text:sub(at + 1, last - 1)
         elseif first == "{" or first == "[" then
             depth = depth + 1
-            deepest = math.max(deepest, depth)
         elseif first == "}" or first == "]" then
             depth = depth - 1
         elseif first ~= "," then
@@ -133,7 +131,7 @@ end
 -- Shows the text of a JSON packet, and gives what is worth a word in the list.
 local function show_text(buffer, offset, size, pinfo, tree)
     local text = size > 0 and buffer(offset, size):raw() or ""
-    local members, deepest = scan_json(text)
+    local members = scan_json(text)
     local client_id = members.ClientID or members.ClientId
     local class = add_member(tree, fields.class, members.Class, buffer, offset)
     local path = add_member(tree, fields.path, members.Path, buffer, offset)
@@ -148,8 +146,7 @@ local function show_text(buffer, offset, size, pinfo, tree)
 
     if size > 0 then
         local json = Dissector.get("json")
-        local shown = deepest <= DEEPEST_JSON and json and
-            pcall(json.call, json, buffer(offset, size):tvb(), pinfo, tree)
+        local shown = json and pcall(json.call, json, buffer(offset, size):tvb(), pinfo, tree)
         if not shown then
             tree:add(fields.text, buffer(offset, size))
         end

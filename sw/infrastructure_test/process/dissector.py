@@ -156,7 +156,8 @@ def main(script, recording):
     bad = [json_packet(text) for text in
            (b"", b"{", b'{"Class"', b'{"Class":"x', b'{"Class":"\\', b'{"Class":{"Class":"y"}}',
             b'{"Class":"\xff\xfe","PacketID":1e300}', b'{"PacketID":1.5,"Class":7}', b"\0" * 9,
-            b"[" * 100000, b'{"a":' * 3000, b'["Class","x"]', b'{"Class":"","PacketID":-2147483649}')]
+            b"[" * 100000, b'{"a":' * 3000 + b"1" + b"}" * 3000,
+            b'["Class","x"]', b'{"Class":"","PacketID":-2147483649}')]
     bad += [packet(0x1010, b""), packet(0x1010, b"\0\0"), packet(0x1011, b""),
             packet(0x1029, b"x", 0x7FFFFFFF), packet(0x1013, b"x", 0xFFFFFFFF)]
     bad += [numbers.randbytes(500) for _ in range(20)]
