@@ -82,7 +82,12 @@ void Player::advance()
 {
     while (finished && !hasEnded) {
         if (!isHolding && !recording.read(record)) {
+            if (!recording.getError().isEmpty()) {
+                finish(recording.getError());
+                return;
+            }
             hasEnded = true;
+            socket->write(ownStream.takeRest());
         } else if (record.side != side) {
             isHolding = false;
             expectedCount += countPackets(recordedFarStream.take(record.bytes));
@@ -141,7 +146,7 @@ void Player::endSending()
 void Player::onClosed()
 {
     const bool isComplete =
-        side == Side_Client ? hasEnded : receivedCount >= packetCounts[Side_Client];
+        side == Side_Client ? hasToldEnd : receivedCount >= packetCounts[Side_Client];
     finish(isComplete ? QString()
                       : QStringLiteral("the link was closed after %1 of %2 packets of the client")
                             .arg(side == Side_Client ? sentCount : receivedCount)

@@ -68,6 +68,9 @@ void quit(const QString& error)
 
 int record(const Options& options)
 {
+    if (QFile::exists(options.files.front())) {
+        return fail(QStringLiteral("%1 exists already").arg(options.files.front()));
+    }
     Recorder recorder(options.files.front(), options.server.address, options.server.port, quit);
     if (!recorder.listen(options.listen.address, options.listen.port)) {
         return failToListen(options.listen);
