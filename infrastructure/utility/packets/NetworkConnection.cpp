@@ -50,11 +50,6 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
     {QAbstractSocket::ProxyProtocolError, "ProxyProtocolError"},
 };
 
-QString makeIdentifier(const QHostAddress& address, quint16 port)
-{
-    return QString::number(address.toIPv4Address()) + QString::number(port);
-}
-
 /// Builds a packet and gives it to those who were registered for its type when it arrived and still
 /// are when their turn comes.
 void deliver(const QByteArray& view, const RawDataPacketHeader& header)
@@ -217,8 +212,8 @@ void NetworkConnection::wireSocket()
 
 void NetworkConnection::readIdentifiers()
 {
-    localIdentifier = makeIdentifier(socket->localAddress(), socket->localPort());
-    peerIdentifier = makeIdentifier(socket->peerAddress(), socket->peerPort());
+    localIdentifier = makeConnectionIdentifier(socket->localAddress(), socket->localPort());
+    peerIdentifier = makeConnectionIdentifier(socket->peerAddress(), socket->peerPort());
 }
 
 bool NetworkConnection::isConnected() const
@@ -353,6 +348,11 @@ void NetworkConnection::onSocketDisconnected()
 void NetworkConnection::onSocketError(QAbstractSocket::SocketError socketError)
 {
     VELLOG_INFO() << getSocketErrorName(socketError);
+}
+
+QString makeConnectionIdentifier(const QHostAddress& address, quint16 port)
+{
+    return QString::number(address.toIPv4Address()) + QString::number(port);
 }
 
 QString getSocketErrorName(QAbstractSocket::SocketError socketError)

@@ -54,8 +54,7 @@ public:
     /// Bytes that were sent and that the system has not taken yet.
     qint64 getUnsentBytes() const;
 
-    /// This end: the IPv4 address as a decimal number, followed by the port in decimal.
-    ///     127.0.0.1, port 4004 => "21307064334004"
+    /// This end, as makeConnectionIdentifier tells it.
     const QString& getLocalIdentifier() const { return localIdentifier; }
     /// The far end, in the same form.
     const QString& getPeerIdentifier() const { return peerIdentifier; }
@@ -103,6 +102,11 @@ private:
     int socketSignalDepth = 0; ///< above 0 while a signal of a socket is being handled
     bool delivering = false;
 };
+
+/// What names one end of a link: the IPv4 address as a decimal number, followed by the port in
+/// decimal.
+///     127.0.0.1, port 4004 => "21307064334004"
+QString makeConnectionIdentifier(const QHostAddress& address, quint16 port);
 
 /// The name of a socket error, such as "QAbstractSocket::RemoteHostClosedError".
 QString getSocketErrorName(QAbstractSocket::SocketError socketError);

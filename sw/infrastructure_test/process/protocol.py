@@ -1,0 +1,161 @@
+"""docs/protocol.md against the programs: its examples are what a server sends, its tables are the
+records' own, its client works.
+
+usage: protocol.py DATACORE_SERVER ECHO_PACKETS
+"""
+import json
+import pathlib
+import random
+import re
+import struct
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path += [str(ROOT / "tools"), str(ROOT / "examples")]
+import client  # noqa: E402
+import protocol_tables  # noqa: E402
+
+DOCUMENT = (ROOT / "docs/protocol.md").read_text()
+EXAMPLE_ID = "213070643340000"  # the client's id in the document's examples
+EQUALISER = "configCoreRouter/input1/equaliser"
+
+
+def check(holds, what):
+    if not holds:
+        print(f"FAILED: {what}")
+        sys.exit(1)
+    print(f"passed: {what}")
+
+
+def blocks(language):
+    return re.findall(rf"^```{language}\n(.*?)^```$", DOCUMENT, re.S | re.M)
+
+
+def hexadecimal(block):
+    """The bytes of a dump; what stands behind two blanks on its lines is an explanation."""
+    return bytes.fromhex("".join(line.strip().split("  ")[0] for line in block.splitlines()))
+
+
+def check_client(port):
+    def run(*words):
+        return subprocess.run([sys.executable, str(ROOT / "examples/client.py"), str(port), *words],
+                              capture_output=True, text=True, timeout=30, check=False)
+
+    check(blocks("python") == [(ROOT / "examples/client.py").read_text()],
+          "the document's client is examples/client.py")
+    check(EQUALISER in run("list").stdout.splitlines(), "it lists the paths")
+    check(run("get", EQUALISER).stdout == "4 valid\n", "it gets a value")
+    check(run("set", EQUALISER, "99").stdout == "99 invalid [4]\n",
+          "a write is acknowledged with the server's reasons")
+    check(run("set", EQUALISER, "9").stdout == "9 valid\n", "another is valid")
+    check(run("get", EQUALISER).stdout == "9 valid\n", "the server holds it")
+    missing = run("get", "no/such/path")
+    check(missing.returncode == 1 and "no/such/path" in missing.stderr, "an unknown path is told")
+
+
+def check_examples(port):
+    """Goes through the conversation of the document and finds each of its packets in it."""
+    link = client.Client("127.0.0.1", port)
+    seen = []
+
+    def send(**packet):
+        seen.append(packet)
+        link.send(**packet)
+
+    def receive(**wanted):
+        seen.append(link.receive(**wanted))
+
+    send(Class="DatacoreRequestListPacket", ClientID=link.id,
+         DatacoreRequestList=[EQUALISER, "configCoreRouter/input1"])
+    receive(Class="DatacorePathRadixTreePacket")
+    receive(Path=EQUALISER)
+    receive(Path="configCoreRouter/input1")
+    for number, value in enumerate(("42", ["1", "2"])):
+        send(Class="DatacorePacket", ClientID=link.id, PacketID=number, Path=EQUALISER,
+             Datacore={"equaliser": {"data": value}})
+        receive(PacketID=number)
+
+    dump = hexadecimal(blocks("hex")[0])
+    check(struct.unpack(">HHII", dump[:12]) == (0x1010, 0, len(dump) - 8, len(dump) - 12),
+          "the header of the dumped packet holds its sizes")
+    documented = [json.loads(block) for block in blocks("json")] + [json.loads(dump[12:])]
+    for packet in documented:
+        if "Class" in packet:
+            text = json.dumps(packet).replace(EXAMPLE_ID, link.id)
+            check(json.loads(text) in seen, f"this packet goes over the link: {text[:60]}...")
+    check({packet["Class"] for packet in documented if "Class" in packet} ==
+          {packet["Class"] for packet in seen}, "every class of the protocol has its example")
+
+
+def made_up(parts, numbers):
+    """A payload with a random value in each field of a layout."""
+    payload = b""
+    for part in parts:
+        repeat = part.repeat
+        if repeat == "count":
+            repeat = numbers.randrange(5)
+            payload += struct.pack(">i", repeat)
+        for _ in range(repeat):
+            if part.element:
+                payload += made_up(part.element, numbers)
+                continue
+            for name in part.names:
+                kind = protocol_tables.TYPES[part.type][1]
+                value = {"?": numbers.random() < 0.5, "d": numbers.randrange(1000) / 8}.get(
+                    kind, numbers.randrange(1, 128))
+                if name.startswith("always "):
+                    value = int(name.split()[1])
+                if name.endswith(", IPv4") and payload[-1] == 0:
+                    value = 0  # a null address travels as zeros
+                payload += struct.pack(">" + kind, value)
+    return payload
+
+
+def check_records(echo_packets):
+    types = protocol_tables.read_types()
+    headings = re.findall(r"^### (0x.*)$", DOCUMENT, re.M)
+    named = re.findall(r"(0x\w{4}) (\w+)", "\n".join(headings))
+    check(sorted(named) == [(f"0x{number:04X}", name) for number, name in sorted(types.items())],
+          f"each of the {len(types)} raw types has its one section")
+    check(len(types) == 26, "there are 26 of them")
+
+    numbers = random.Random(7)
+    packets = []
+    for number, (_, sub_type, parts) in protocol_tables.read_packets().items():
+        for _ in range(10 if parts else 0):
+            payload = made_up(parts, numbers)
+            check(protocol_tables.decode(parts, payload) == len(payload), f"0x{number:04X} decodes")
+            packets.append(struct.pack(">HHI", number, sub_type, len(payload)) + payload)
+    check(len(packets) == 210, "21 types have a plain layout")
+    by_hand = [hexadecimal(block) for block in blocks("hex")[1:]]
+    check(sorted(packet[1] for packet in by_hand) == [0x19, 0x1F, 0x1F, 0x22, 0x26],
+          "the four others have a dump each, one of them two")
+    packets += by_hand
+    lines = "\n".join(packet.hex() for packet in packets)
+    echoes = subprocess.run([echo_packets], input=lines, capture_output=True, text=True, timeout=30,
+                            check=True).stdout.split("\n")[:-1]
+    for packet, echo in zip(packets, echoes, strict=True):
+        check(packet.hex() == echo, f"0x{packet[:2].hex()} of {len(packet)} bytes is read and "
+              "written as the document has it")
+    subprocess.run([sys.executable, str(ROOT / "tools/protocol_tables.py"), "--check"], check=True,
+                   timeout=30)
+
+
+def main(server_program, echo_packets):
+    check_records(echo_packets)
+    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
+    try:
+        port = int(re.search(r"port (\d+)", server.stdout.readline())[1])
+        check_examples(port)
+    finally:
+        server.kill()
+    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
+    try:
+        check_client(int(re.search(r"port (\d+)", server.stdout.readline())[1]))
+    finally:
+        server.kill()
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

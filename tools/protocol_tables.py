@@ -1,0 +1,223 @@
+#!/usr/bin/env python3
+"""Writes what docs/protocol.md takes from the sources: the tables of the measurement records, from
+their layouts, and the texts of the reasons.
+
+usage: protocol_tables.py [--check]
+    --check  writes nothing; fails if the document's tables are not those of the sources
+"""
+import collections
+import pathlib
+import re
+import struct
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+DOCUMENT = ROOT / "docs/protocol.md"
+DATACORE = ROOT / "infrastructure/datacore"
+PACKETS = ROOT / "infrastructure/utility/packets"
+RECORDS = ROOT / "infrastructure/utility/records"
+
+# By the C++ type: the document's word, and how Python's struct reads it.
+TYPES = {"quint8": ("u8", "B"), "qint8": ("i8", "b"), "quint16": ("u16", "H"),
+         "qint16": ("i16", "h"), "quint32": ("u32", "I"), "qint32": ("i32", "i"),
+         "quint64": ("u64", "Q"), "qint64": ("i64", "q"), "double": ("f64", "d"),
+         "bool": ("bool", "?")}
+
+# A part of a layout: `repeat` is how many stand there, "count" for a list; `element` are the parts
+# of a list's records.
+Part = collections.namedtuple("Part", "names type repeat element")
+
+
+def read_headers():
+    texts = [path.read_text() for path in sorted(RECORDS.glob("*.h"))]
+    return re.sub(r"[ \t]*///?[^\n]*", "", "\n".join(texts))
+
+
+class Layouts:
+    """The layouts of all records, read from the text of their headers."""
+
+    def __init__(self, text):
+        self.text = text
+
+    def body(self, record):
+        return re.search(rf"\nstruct {record}\b[^;{{]*\{{(.*?)\n\}};", self.text, re.S)[1]
+
+    def parts(self, record, level_type):
+        """The parts of a record; `level_type` is the C++ type that a meter's level has."""
+        body = self.body(record)
+        layout = re.search(r"LAYOUT\s*=\s*RecordLayout::layout\((.*?)\);", body, re.S)[1]
+        parts = []
+        form = r"RecordLayout::(\w+)(?:<(\w+)>)?\(([^()]*)\)|(\w+)::LAYOUT"
+        if re.sub(form, "", layout).strip(", \n"):
+            raise ValueError(f"{record} has a layout that can't be read: {layout}")
+        for kind, wire, arguments, base in re.findall(form, layout):
+            names = re.findall(r"::(\w+)", arguments)
+            wire = {"LevelOnWire": level_type}.get(wire, wire)
+            if base:
+                parts += self.parts(base, level_type)
+            elif kind in ("field", "fields"):
+                parts.append(Part(names, wire, 1, None))
+            elif kind == "placeholder":
+                parts.append(Part(["always " + arguments], wire, 1, None))
+            elif kind == "address":
+                parts.append(Part([names[0] + " present"], "bool", 1, None))
+                parts.append(Part([names[0] + ", IPv4"], "quint32", 1, None))
+            elif kind == "run":
+                count = re.search(rf"std::array<\w+, (\w+)>\s+{names[0]}\b", body)[1]
+                value = re.search(rf"{count}\s*=\s*(\d+)", body)[1]
+                parts.append(Part(names, wire, int(value), None))
+            elif kind == "list" and wire:
+                parts.append(Part(names, wire, "count", None))
+            else:
+                element = re.search(rf"<(\w+)(?:<T>)?>\s+{names[0]};", body)[1]
+                parts.append(Part(names, None, "count", self.parts(element, level_type)))
+        return parts
+
+    def record_of(self, packet_base):
+        """The record's name behind what a packet class is made of, and the type of its levels."""
+        level = re.search(r"<(float|int)>", packet_base)
+        name = re.match(r"(?:RecordPayload<)?(\w+)", packet_base)[1]
+        while not re.search(rf"\nstruct {name}\b[^;{{]*\{{", self.text):
+            name = re.search(rf"class {name}\b[^{{]*RecordPayload<(\w+)", self.text)[1]
+        return name, "double" if level and level[1] == "float" else "qint32"
+
+
+def read_types():
+    """The raw types' names by number."""
+    text = (PACKETS / "RawDataPacketHeader.h").read_text()
+    return {int(number, 16): name
+            for name, number in re.findall(r"RawPacketType_(\w+) = (0x\w+)", text)}
+
+
+def read_packets():
+    """By raw type number: class, sub type, and the layout, None where it is not a plain one."""
+    layouts = Layouts(read_headers())
+    numbers = {name: number for number, name in read_types().items()}
+    packets = {}
+    form = r"class (\w+)\s*: public TypedPacket<(.*?),\s*RawPacketType_(\w+)(?:,\s*(\d+))?>\s*\{"
+    for name, base, type_name, sub_type in re.findall(form, layouts.text, re.S):
+        parts = None
+        if not base.endswith("Payload"):
+            parts = layouts.parts(*layouts.record_of(base))
+        packets[numbers[type_name]] = (name, int(sub_type or 0), parts)
+    return packets
+
+
+def width(part):
+    return struct.calcsize(">" + TYPES[part.type][1]) * len(part.names)
+
+
+def fixed_size(parts):
+    return sum(width(part) * part.repeat for part in parts)
+
+
+def decode(parts, payload, offset=0):
+    """Where a payload of that layout ends; ValueError for one that is too short or holds a bool
+    that is none."""
+    for part in parts:
+        repeat = part.repeat
+        if repeat == "count":
+            (repeat,) = struct.unpack_from(">i", payload, offset)
+            offset += 4
+        for _ in range(repeat):
+            if part.element:
+                offset = decode(part.element, payload, offset)
+                continue
+            if offset + width(part) > len(payload):
+                raise ValueError(f"{part.names} at {offset} is not in {len(payload)} bytes")
+            if part.type == "bool" and any(b > 1 for b in payload[offset:offset + width(part)]):
+                raise ValueError(f"{part.names} at {offset} is no bool")
+            offset += width(part)
+    return offset
+
+
+def listing(names):
+    """`a`, `b`; a row of numbered names by its ends."""
+    stems = {re.sub(r"\d+$", "", name) for name in names}
+    if len(names) > 3 and len(stems) == 1:
+        numbers = [int(re.search(r"\d+$", name)[0]) for name in names]
+        if numbers == list(range(numbers[0], numbers[0] + len(names))):
+            return f"`{names[0]}` to `{names[-1]}`"
+    return ", ".join(f"`{name}`" if re.fullmatch(r"\w+", name) else name for name in names)
+
+
+def rows(parts, mark=""):
+    """The rows of a table. Behind a list, offsets count from its end."""
+    offset = 0
+    for part in parts:
+        if part.repeat == "count":
+            yield f"| {mark}{offset} | 4 | i32 | n, the count of `{part.names[0]}` |"
+            if part.element:
+                size = fixed_size(part.element)
+                yield f"| {mark}{offset + 4} | n × {size} | | `{part.names[0]}`, each: |"
+                yield from rows(part.element, "+")
+            else:
+                size = width(part)
+                yield (f"| {mark}{offset + 4} | n × {size} | {TYPES[part.type][0]} | "
+                       f"`{part.names[0]}` |")
+            mark, offset = "list end + ", 0
+            continue
+        each = width(part) // len(part.names)
+        count = len(part.names) * part.repeat
+        size = f"{count} × {each}" if count > 1 else str(each)
+        yield f"| {mark}{offset} | {size} | {TYPES[part.type][0]} | {listing(part.names)} |"
+        offset += each * count
+
+
+def sections():
+    """The document's sections of the records with a plain layout, one for each layout."""
+    names = read_types()
+    groups = []
+    for number, (name, sub_type, parts) in sorted(read_packets().items()):
+        if parts is None:
+            continue
+        same = next((group for group in groups if group[0] == parts), None)
+        if same is None:
+            same = (parts, [])
+            groups.append(same)
+        same[1].append((number, name, sub_type))
+    for parts, packets in groups:
+        yield "### " + ", ".join(f"0x{number:04X} {names[number]}" for number, _, _ in packets)
+        yield ""
+        yield "Class " + ", ".join(
+            f"`{name}`" + (f" (sub type {sub_type})" if sub_type else "")
+            for _, name, sub_type in packets) + "."
+        if all(part.repeat != "count" for part in parts):
+            yield f"Always {fixed_size(parts)} bytes."
+        yield ""
+        yield "| offset | bytes | type | field |"
+        yield "|---|---|---|---|"
+        yield from rows(parts)
+        yield ""
+
+
+def text_of(pieces):
+    return "".join(re.findall(r'"(.*?)"', pieces, re.S))
+
+
+def reasons():
+    """The tables of the reasons' texts."""
+    for name in ("DatacoreValidStatusMessage", "DatacoreActiveStatusMessage"):
+        text = (DATACORE / f"{name}.cpp").read_text()
+        yield f"| `{name}` | text |"
+        yield "|---|---|"
+        for number, pieces in re.findall(r"\{(\d+), (\".*?\")\},", text, re.S):
+            yield f"| {number} | {text_of(pieces)} |"
+        yield ""
+
+
+def main(check):
+    old = DOCUMENT.read_text()
+    new = old
+    for name, lines in (("record tables", sections()), ("reason texts", reasons())):
+        begin, end = f"<!-- {name}: tools/protocol_tables.py -->\n", f"<!-- end of {name} -->\n"
+        head, rest = new.split(begin)
+        new = head + begin + "\n" + "\n".join(lines) + end + rest.split(end)[1]
+    if check and new != old:
+        sys.exit(f"{DOCUMENT}: the tables are not those of the sources; run tools/protocol_tables.py")
+    if not check:
+        DOCUMENT.write_text(new)
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:] == ["--check"])
