@@ -26,10 +26,10 @@ template <typename Pixel>
 struct Pair
 {
     static constexpr bool HAS_ALPHA = true;
-    static constexpr int CR[] = {0, 4};
-    static constexpr int Y[] = {1, 5};
-    static constexpr int CB[] = {2, 6};
-    static constexpr int A[] = {3, 7};
+    static constexpr int CR[2] = {0, 4};
+    static constexpr int Y[2] = {1, 5};
+    static constexpr int CB[2] = {2, 6};
+    static constexpr int A[2] = {3, 7};
     static Words load(const quint16* words) { return WordVector::load(words); }
 };
 
@@ -43,10 +43,10 @@ template <>
 struct Pair<PixelDataRGB>
 {
     static constexpr bool HAS_ALPHA = false;
-    static constexpr int CR[] = {0, 5};
-    static constexpr int Y[] = {1, 6};
-    static constexpr int CB[] = {2, 7};
-    static constexpr const int* A = Y; ///< something else stands there
+    static constexpr int CR[2] = {0, 5};
+    static constexpr int Y[2] = {1, 6};
+    static constexpr int CB[2] = {2, 7};
+    static constexpr int A[2] = {0, 5}; ///< something else stands there
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
@@ -54,10 +54,10 @@ template <>
 struct Pair<PixelDataYCbCr>
 {
     static constexpr bool HAS_ALPHA = false;
-    static constexpr int Y[] = {0, 5};
-    static constexpr int CB[] = {1, 6};
-    static constexpr int CR[] = {2, 7};
-    static constexpr const int* A = Y; ///< something else stands there
+    static constexpr int Y[2] = {0, 5};
+    static constexpr int CB[2] = {1, 6};
+    static constexpr int CR[2] = {2, 7};
+    static constexpr int A[2] = {0, 5}; ///< something else stands there
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
