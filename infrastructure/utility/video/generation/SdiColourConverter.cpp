@@ -4,19 +4,23 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/generation/ColourEstimate.h"
+#include "infrastructure/utility/video/generation/WordVector.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 using namespace Tessorn::Sdi::PayloadId;
 using namespace Tessorn::Types;
+using namespace WordVector;
 
 namespace {
 
 using Matrix = SdiColourConverter::Matrix;
 
 constexpr quint16 ALPHA_OF_PIXELS_WITHOUT = 64;
+/// No estimate comes near it.
+constexpr quint16 HIGHEST_LIMIT = 32767;
 
 struct Limits
 {
@@ -88,19 +92,6 @@ const DepthRule* ruleFor(BitDepth depth)
     return nullptr;
 }
 
-/// Where the components of a result stand among the words of its pixel.
-struct ThreeWords
-{
-    static constexpr std::size_t WORDS = 3;
-    static constexpr std::size_t PLACES[] = {0, 1, 2}; ///< Y, Cb, Cr
-};
-struct FourWords
-{
-    static constexpr std::size_t WORDS = 4;
-    static constexpr std::size_t PLACES[] = {1, 2, 0};
-    static constexpr std::size_t ALPHA = 3;
-};
-
 // In doubles, one pixel at a time: what the results are.
 
 quint16 saturate(double value, Limits limits)
@@ -122,181 +113,218 @@ quint16 chromaWord(double value, const DepthRule& rule)
                     rule.chroma);
 }
 
-template <typename Form>
-void convertPixel(const quint16* rgb, const Matrix& matrix, const DepthRule& rule, quint16* result)
+void convertPixel(const Matrix& matrix, const DepthRule& rule, ColourBlock& block,
+                  std::size_t pixel)
 {
     double in[3];
     for (std::size_t i = 0; i < 3; ++i) {
-        in[i] = (rgb[i] * rule.inputScale - INPUT_BLACK) * INPUT_RANGE_INVERSE;
+        in[i] = (block.components[i][pixel] * rule.inputScale - INPUT_BLACK) * INPUT_RANGE_INVERSE;
     }
     const auto out = [&](std::size_t row) {
         const double* m = &matrix[3 * row];
         return in[0] * m[0] + in[1] * m[1] + in[2] * m[2];
     };
-    result[Form::PLACES[0]] = lumaWord(out(0), rule);
-    result[Form::PLACES[1]] = chromaWord(out(1), rule);
-    result[Form::PLACES[2]] = chromaWord(out(2), rule);
+    block.results[0][pixel] = lumaWord(out(0), rule);
+    block.results[1][pixel] = chromaWord(out(1), rule);
+    block.results[2][pixel] = chromaWord(out(2), rule);
 }
 
-// In floats, many at a time.
-
-/// Pixels that are worked on at a time.
-constexpr std::size_t BLOCK = 128;
-
-/// One result as a linear function of the three components, and its clamping limits. Half a step is
-/// added to all of them: what is left is to drop the fraction.
-struct EstimateRow
+ColourEstimate estimateFor(const Matrix& matrix, const DepthRule& rule)
 {
-    float factors[3];
-    float offset;
-    float low;
-    float high;
-};
-
-struct Estimate
-{
-    EstimateRow rows[3]; ///< Y, Cb, Cr
-    float certain;       ///< distance from the middle between two edges, up to which all is well
-};
-
-Estimate estimateFor(const Matrix& matrix, const DepthRule& rule)
-{
-    Estimate estimate{};
+    ColourEstimate estimate{};
     estimate.certain = 0.5f - rule.guard;
     for (std::size_t i = 0; i < 3; ++i) {
         const bool isLuma = i == 0;
         const Limits limits = isLuma ? rule.luma : rule.chroma;
         const double scale = (isLuma ? rule.lumaScale : rule.chromaScale) * INPUT_RANGE_INVERSE;
-        double offset = (isLuma ? rule.lumaOffset : rule.chromaOffset) + 0.5;
-        EstimateRow& row = estimate.rows[i];
+        double offset = isLuma ? rule.lumaOffset : rule.chromaOffset;
+        ColourEstimate::Row& row = estimate.rows[i];
         for (std::size_t source = 0; source < 3; ++source) {
             const double factor = matrix[3 * i + source] * scale;
             row.factors[source] = static_cast<float>(factor * rule.inputScale);
             offset -= factor * INPUT_BLACK;
         }
         row.offset = static_cast<float>(offset);
-        row.low = limits.low + 0.5f;
-        row.high = limits.high + 0.5f;
+        row.low = static_cast<qint16>(limits.low);
+        row.high = static_cast<qint16>(std::min(limits.high, HIGHEST_LIMIT));
     }
     return estimate;
 }
 
-/// A block's pixels, component by component.
-struct Planes
+/// The bits of all eight words.
+quint16 bitsOf(Words words)
 {
-    quint16 components[3][BLOCK];
-    qint32 results[3][BLOCK];
-    qint32 doubts[BLOCK]; ///< not 0: a result is too close to the edge between two integers
+    quint64 halves[2];
+    store(words, halves);
+    quint64 bits = halves[0] | halves[1];
+    bits |= bits >> 32;
+    return static_cast<quint16>(bits | bits >> 16);
+}
+
+// The words of pixels, in and out of a block, eight pixels at a time.
+
+/// A perfect shuffle: the second half of the words goes between the words of the first.
+void shuffle(std::array<Words, 3>& v)
+{
+    v = {pick<0, 12, 1, 13, 2, 14, 3, 15>(v[0], v[1]), pick<4, 8, 5, 9, 6, 10, 7, 11>(v[0], v[2]),
+         pick<0, 12, 1, 13, 2, 14, 3, 15>(v[1], v[2])};
+}
+
+void shuffle(std::array<Words, 4>& v)
+{
+    v = {pick<0, 8, 1, 9, 2, 10, 3, 11>(v[0], v[2]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[0], v[2]),
+         pick<0, 8, 1, 9, 2, 10, 3, 11>(v[1], v[3]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[1], v[3])};
+}
+
+/// Three shuffles bring eight pixels of three words, or of four, into the order of components.
+template <std::size_t wordsOfPixel>
+std::array<Words, wordsOfPixel> split(const quint16* words)
+{
+    std::array<Words, wordsOfPixel> v = {};
+    for (std::size_t i = 0; i < wordsOfPixel; ++i) {
+        v[i] = load(words + i * COUNT);
+    }
+    for (int round = 0; round < 3; ++round) {
+        shuffle(v);
+    }
+    return v;
+}
+
+/// Two shuffles bring four components into the order of pixels.
+std::array<Words, 4> merge(Words a, Words b, Words c, Words d)
+{
+    std::array<Words, 4> v = {a, b, c, d};
+    shuffle(v);
+    shuffle(v);
+    return v;
+}
+
+/// The first three words of each pixel. They are written with the word behind them, which the next
+/// pixel covers, but for the last.
+void storeThree(const std::array<Words, 4>& pixels, quint16* words)
+{
+    quint16 last[4];
+    storeHalves(pixels[0], words, words + 3);
+    storeHalves(pixels[1], words + 6, words + 9);
+    storeHalves(pixels[2], words + 12, words + 15);
+    storeHalves(pixels[3], words + 18, last);
+    std::copy_n(last, 3, words + 21);
+}
+
+void storeFour(const std::array<Words, 4>& pixels, quint16* words)
+{
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        store(pixels[i], words + i * COUNT);
+    }
+}
+
+/// A conversion of runs of pixels of three or four words. The fourth word stays as it is, or
+/// becomes 64.
+template <std::size_t wordsOfPixel>
+class Conversion
+{
+public:
+    Conversion(const Matrix& ofColours, const DepthRule& ofDepth, quint16 unusedBits,
+               bool keepsFourth)
+        : matrix(ofColours)
+        , rule(ofDepth)
+        , estimate(estimateFor(ofColours, ofDepth))
+        , shift(unusedBits)
+        , hasAlpha(keepsFourth)
+    {
+    }
+
+    /// `to` may be the same as `from`.
+    void convert(const quint16* from, std::size_t pixels, quint16* to) const
+    {
+        constexpr std::size_t BLOCK_WORDS = ColourBlock::PIXELS * wordsOfPixel;
+        for (; pixels >= ColourBlock::PIXELS; pixels -= ColourBlock::PIXELS) {
+            convertBlock(from, to);
+            from += BLOCK_WORDS;
+            to += BLOCK_WORDS;
+        }
+        if (pixels > 0) {
+            quint16 last[BLOCK_WORDS] = {};
+            std::copy_n(from, pixels * wordsOfPixel, last);
+            convertBlock(last, last);
+            std::copy_n(last, pixels * wordsOfPixel, to);
+        }
+    }
+
+private:
+    void convertBlock(const quint16* from, quint16* to) const
+    {
+        ColourBlock block;
+        Words bits = {};
+        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
+            const auto v = split<wordsOfPixel>(from + at * wordsOfPixel);
+            for (std::size_t i = 0; i < 3; ++i) {
+                const Words component = v[i] >> shift;
+                bits |= component;
+                store(component, block.components[i] + at);
+            }
+        }
+        // The estimate holds up to the highest component, which is all ones.
+        if (bitsOf(bits) <= rule.highest) {
+            run(estimate, block);
+        } else {
+            std::fill_n(block.doubts, ColourBlock::PIXELS, 1);
+        }
+        settleDoubts(block);
+        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
+            const Words y = load(block.results[0] + at);
+            const Words cb = load(block.results[1] + at);
+            const Words cr = load(block.results[2] + at);
+            if constexpr (wordsOfPixel == 3) {
+                storeThree(merge(y, cb, cr, cr), to + at * wordsOfPixel);
+            } else {
+                const Words alpha =
+                    hasAlpha ? split<4>(from + at * wordsOfPixel)[3] : all(ALPHA_OF_PIXELS_WITHOUT);
+                storeFour(merge(cr, y, cb, alpha), to + at * wordsOfPixel);
+            }
+        }
+    }
+
+    void settleDoubts(ColourBlock& block) const
+    {
+        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
+            if (bitsOf(load(block.doubts + at)) == 0) {
+                continue;
+            }
+            for (std::size_t pixel = at; pixel < at + COUNT; ++pixel) {
+                if (block.doubts[pixel] != 0) {
+                    convertPixel(matrix, rule, block, pixel);
+                }
+            }
+        }
+    }
+
+    const Matrix& matrix;
+    const DepthRule& rule;
+    ColourEstimate estimate;
+    ColourEstimate::Function run = ColourEstimate::fastest();
+    quint16 shift;
+    bool hasAlpha;
 };
 
-/// Estimates one result of each pixel. What is clamped lies in the middle of its step, so that it
-/// is certain.
-void estimatePlane(Planes& planes, std::size_t pixels, const EstimateRow& row, float certain,
-                   qint32* results)
-{
-    const EstimateRow e = row;
-    for (std::size_t i = 0; i < pixels; ++i) {
-        float sum = e.offset + e.factors[0] * planes.components[0][i] +
-                    e.factors[1] * planes.components[1][i] + e.factors[2] * planes.components[2][i];
-        sum = sum < e.low ? e.low : sum;
-        sum = sum > e.high ? e.high : sum;
-        const auto whole = static_cast<qint32>(sum);
-        const float fromMiddle = std::fabs(sum - static_cast<float>(whole) - 0.5f);
-        results[i] = whole;
-        planes.doubts[i] |= fromMiddle > certain ? 1 : 0;
-    }
-}
-
-/// Estimates the results of a block, into planes and as words.
-template <typename Form>
-void estimateBlock(const quint16* words, std::size_t pixels, const Estimate& estimate,
-                   Planes& planes, quint16* results)
-{
-    for (std::size_t i = 0; i < pixels; ++i) {
-        planes.components[0][i] = words[i * Form::WORDS];
-        planes.components[1][i] = words[i * Form::WORDS + 1];
-        planes.components[2][i] = words[i * Form::WORDS + 2];
-    }
-    std::fill_n(planes.doubts, pixels, 0);
-    for (std::size_t i = 0; i < 3; ++i) {
-        estimatePlane(planes, pixels, estimate.rows[i], estimate.certain, planes.results[i]);
-    }
-    for (std::size_t i = 0; i < pixels; ++i) {
-        quint16* result = results + i * Form::WORDS;
-        result[Form::PLACES[0]] = static_cast<quint16>(planes.results[0][i]);
-        result[Form::PLACES[1]] = static_cast<quint16>(planes.results[1][i]);
-        result[Form::PLACES[2]] = static_cast<quint16>(planes.results[2][i]);
-        if constexpr (Form::WORDS == FourWords::WORDS) {
-            result[FourWords::ALPHA] = ALPHA_OF_PIXELS_WITHOUT;
-        }
-    }
-}
-
-/// True when all components are in the range that the estimate holds for: its highest value is all
-/// ones.
-bool isInRange(const Planes& planes, std::size_t pixels, const DepthRule& rule)
-{
-    quint16 any = 0;
-    for (const auto& plane : planes.components) {
-        for (std::size_t i = 0; i < pixels; ++i) {
-            any = static_cast<quint16>(any | plane[i]);
-        }
-    }
-    return any <= rule.highest;
-}
-
-/// Converts a block of pixels. Of four words, the fourth result is 64.
-template <typename Form>
-void convertBlock(const quint16* words, std::size_t pixels, const Matrix& matrix,
-                  const DepthRule& rule, const Estimate& estimate, quint16* results)
-{
-    Planes planes;
-    estimateBlock<Form>(words, pixels, estimate, planes, results);
-    const bool isAllDoubtful = !isInRange(planes, pixels, rule);
-    for (std::size_t i = 0; i < pixels; ++i) {
-        if (planes.doubts[i] != 0 || isAllDoubtful) {
-            convertPixel<Form>(words + i * Form::WORDS, matrix, rule, results + i * Form::WORDS);
-        }
-    }
-}
-
-/// Calls `take` with the results of each block, its first pixel and the
-/// number of its pixels. Each input word is shifted right.
-template <typename Form, typename Take>
-void convert(const quint16* words, std::size_t pixelCount, quint16 shift, const Matrix& matrix,
-             const DepthRule& rule, Take take)
-{
-    const Estimate estimate = estimateFor(matrix, rule);
-    quint16 shifted[BLOCK * Form::WORDS];
-    quint16 results[BLOCK * Form::WORDS];
-    for (std::size_t first = 0; first < pixelCount; first += BLOCK) {
-        const std::size_t pixels = std::min(BLOCK, pixelCount - first);
-        const quint16* block = words + first * Form::WORDS;
-        if (shift != 0) {
-            for (std::size_t i = 0; i < pixels * Form::WORDS; ++i) {
-                shifted[i] = static_cast<quint16>(block[i] >> shift);
-            }
-            block = shifted;
-        }
-        convertBlock<Form>(block, pixels, matrix, rule, estimate, results);
-        take(results, first, pixels);
-    }
-}
-
-/// The same into a vector. Blocks are appended, so that no memory is filled twice.
-template <typename Form, typename Pixel, typename Source>
+/// The same into a vector, which grows by stretches, so that what fills them at first is in the
+/// cache still when the pixels take its place.
+template <std::size_t wordsOfPixel, typename Pixel, typename Source>
 void convertToVector(const Source* source, std::size_t pixelCount, const Matrix& matrix,
                      const DepthRule& rule, std::vector<Pixel>& converted)
 {
-    static_assert(sizeof(Pixel) == Form::WORDS * sizeof(quint16));
+    static_assert(sizeof(Pixel) == wordsOfPixel * sizeof(quint16));
     static_assert(sizeof(Source) == sizeof(Pixel));
+    constexpr std::size_t STRETCH = 8 * ColourBlock::PIXELS;
+    const Conversion<wordsOfPixel> conversion(matrix, rule, 0, false);
     converted.clear();
     converted.reserve(pixelCount);
-    convert<Form>(reinterpret_cast<const quint16*>(source), pixelCount, 0, matrix, rule,
-                  [&converted](const quint16* results, std::size_t, std::size_t pixels) {
-                      const auto* first = reinterpret_cast<const Pixel*>(results);
-                      converted.insert(converted.end(), first, first + pixels);
-                  });
+    for (std::size_t done = 0; done < pixelCount; done = converted.size()) {
+        const std::size_t pixels = std::min(STRETCH, pixelCount - done);
+        converted.resize(done + pixels);
+        conversion.convert(reinterpret_cast<const quint16*>(source + done), pixels,
+                           reinterpret_cast<quint16*>(converted.data() + done));
+    }
 }
 
 } // namespace
@@ -323,21 +351,13 @@ void SdiColourConverter::convertRgbToYCbCr(PictureBuffer& picture, Colourimetry 
         return;
     }
     const Matrix& matrix = getRgbToYCbCrMatrix(colourimetry);
-    quint16* const words = picture.words;
     if (hasAlpha) {
-        convert<FourWords>(words, picture.getPixelCount(), rule->unusedBits, matrix, *rule,
-                           [words](const quint16* results, std::size_t first, std::size_t pixels) {
-                               for (std::size_t i = 0; i < pixels; ++i) {
-                                   std::memcpy(words + 4 * (first + i), results + 4 * i,
-                                               3 * sizeof *words);
-                               }
-                           });
+        const Conversion<4> conversion(matrix, *rule, rule->unusedBits, true);
+        conversion.convert(picture.words, picture.getPixelCount(), picture.words);
         picture.format = PixelFormat_AYCrCb;
     } else {
-        convert<ThreeWords>(words, picture.getPixelCount(), rule->unusedBits, matrix, *rule,
-                            [words](const quint16* results, std::size_t first, std::size_t pixels) {
-                                std::memcpy(words + 3 * first, results, 3 * pixels * sizeof *words);
-                            });
+        const Conversion<3> conversion(matrix, *rule, rule->unusedBits, false);
+        conversion.convert(picture.words, picture.getPixelCount(), picture.words);
         picture.format = PixelFormat_YCbCr;
     }
 }
@@ -347,8 +367,7 @@ void SdiColourConverter::convertRgbToYCbCr(const PixelDataARGB* pixels, std::siz
                                            std::vector<PixelDataAYCrCb>& converted)
 {
     if (const DepthRule* rule = ruleFor(depth)) {
-        convertToVector<FourWords>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule,
-                                   converted);
+        convertToVector<4>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule, converted);
     }
 }
 
@@ -357,7 +376,6 @@ void SdiColourConverter::convertRgbToYCbCr(const PixelDataRGB* pixels, std::size
                                            std::vector<PixelDataYCbCr>& converted)
 {
     if (const DepthRule* rule = ruleFor(depth)) {
-        convertToVector<ThreeWords>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule,
-                                    converted);
+        convertToVector<3>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule, converted);
     }
 }

@@ -1,233 +1,212 @@
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/generation/WordVector.h"
 
 #include <algorithm>
-#include <cstring>
 
 using namespace Tessorn::Sdi::PayloadId;
 using namespace Tessorn::Types;
+using namespace WordVector;
+
+using Converter = SdiPixelToSourceImageSampleConverter;
+using Samples = Converter::Samples;
+using DualLinkSamples = Converter::DualLinkSamples;
 
 namespace {
-
-using Samples = SdiPixelToSourceImageSampleConverter::Samples;
-using DualLinkSamples = SdiPixelToSourceImageSampleConverter::DualLinkSamples;
 
 /// Alpha of the forms without it.
 constexpr quint16 NO_ALPHA = 64;
 
-// The components of all forms under one name: middle is Y or G, the others are Cr or R, Cb or B.
+constexpr std::size_t SAMPLES_OF_STEP = COUNT / 2;
+static_assert(sizeof(Sdi20BitSample) * SAMPLES_OF_STEP == sizeof(Words));
 
-constexpr quint16 middle(const PixelDataARGB& pixel)
+/// Two pixels in one vector, and which of its words are what. G counts as Y, R as Cr, B as Cb.
+template <typename Pixel>
+struct Pair
 {
-    return pixel.g;
-}
-constexpr quint16 middle(const PixelDataRGB& pixel)
-{
-    return pixel.g;
-}
-constexpr quint16 middle(const PixelDataAYCrCb& pixel)
-{
-    return pixel.y;
-}
-constexpr quint16 middle(const PixelDataYCbCr& pixel)
-{
-    return pixel.y;
-}
+    static constexpr bool HAS_ALPHA = true;
+    static constexpr int CR[2] = {0, 4};
+    static constexpr int Y[2] = {1, 5};
+    static constexpr int CB[2] = {2, 6};
+    static constexpr int A[2] = {3, 7};
+    static Words load(const quint16* words) { return WordVector::load(words); }
+};
 
-constexpr quint16 crOrR(const PixelDataARGB& pixel)
+/// Of pixels of three words the vector holds words 0 to 3 and 2 to 5.
+Words loadSixWords(const quint16* words)
 {
-    return pixel.r;
-}
-constexpr quint16 crOrR(const PixelDataRGB& pixel)
-{
-    return pixel.r;
-}
-constexpr quint16 crOrR(const PixelDataAYCrCb& pixel)
-{
-    return pixel.cr;
-}
-constexpr quint16 crOrR(const PixelDataYCbCr& pixel)
-{
-    return pixel.cr;
+    return loadHalves(words, words + 2);
 }
 
-constexpr quint16 cbOrB(const PixelDataARGB& pixel)
+template <>
+struct Pair<PixelDataRGB>
 {
-    return pixel.b;
-}
-constexpr quint16 cbOrB(const PixelDataRGB& pixel)
+    static constexpr bool HAS_ALPHA = false;
+    static constexpr int CR[2] = {0, 5};
+    static constexpr int Y[2] = {1, 6};
+    static constexpr int CB[2] = {2, 7};
+    static constexpr int A[2] = {0, 5}; ///< something else stands there
+    static Words load(const quint16* words) { return loadSixWords(words); }
+};
+
+template <>
+struct Pair<PixelDataYCbCr>
 {
-    return pixel.b;
-}
-constexpr quint16 cbOrB(const PixelDataAYCrCb& pixel)
+    static constexpr bool HAS_ALPHA = false;
+    static constexpr int Y[2] = {0, 5};
+    static constexpr int CB[2] = {1, 6};
+    static constexpr int CR[2] = {2, 7};
+    static constexpr int A[2] = {0, 5}; ///< something else stands there
+    static Words load(const quint16* words) { return loadSixWords(words); }
+};
+
+/// Puts the alpha of pixels without it at the words whose mask is all ones.
+Words withoutAlpha(Words words, Words mask)
 {
-    return pixel.cb;
-}
-constexpr quint16 cbOrB(const PixelDataYCbCr& pixel)
-{
-    return pixel.cb;
+    return (words & ~mask) | (all(NO_ALPHA) & mask);
 }
 
-constexpr quint16 alpha(const PixelDataARGB& pixel)
+/// Bits 11 to 9, 8 to 6, 5 to 3 and 2 to 0 of a 12-bit value that stands in four words, in bits 11
+/// to 9 of the first to the fourth word.
+Words spread(Words values)
 {
-    return pixel.a;
-}
-constexpr quint16 alpha(const PixelDataRGB&)
-{
-    return NO_ALPHA;
-}
-constexpr quint16 alpha(const PixelDataAYCrCb& pixel)
-{
-    return pixel.a;
-}
-constexpr quint16 alpha(const PixelDataYCbCr&)
-{
-    return NO_ALPHA;
-}
-
-/// Four words of two samples, the first in the lowest 16 bits.
-using FourWords = quint64;
-
-void store(FourWords words, Sdi20BitSample* samples)
-{
-    samples[0].channelOne = static_cast<quint16>(words);
-    samples[0].channelTwo = static_cast<quint16>(words >> 16);
-    samples[1].channelOne = static_cast<quint16>(words >> 32);
-    samples[1].channelTwo = static_cast<quint16>(words >> 48);
-}
-
-/// The four groups of three bits of a 12-bit value, the uppermost in the first word.
-///
-/// The factor puts copies of the value 19 bits apart, 16 for the next word and 3 for the next
-/// group.
-constexpr FourWords spread(quint16 value)
-{
-    constexpr FourWords COPIES = 1 | FourWords(1) << 19 | FourWords(1) << 38 | FourWords(1) << 57;
-    return (value * COPIES >> 9) & 0x0007000700070007u;
+    constexpr Words FACTORS = {1, 8, 64, 512, 1, 8, 64, 512};
+    return (values * FACTORS) & 0xE00;
 }
 
 /// Sets bit 9 of each word to the inverse of its bit 8.
-constexpr FourWords withInverse(FourWords words)
+Words withInverse(Words words)
 {
-    return words | (~words & 0x0100010001000100u) << 1;
+    return words | ((~words & 0x100) << 1);
 }
 
-/// The upper and lower halves of two 12-bit values, six bits to a word: one, two, one, two.
-constexpr FourWords halves(quint16 channelOne, quint16 channelTwo)
-{
-    const FourWords one = channelOne;
-    const FourWords two = channelTwo;
-    return (one >> 6 | two << (16 - 6) | one << 32 | two << 48) & 0x003F003F003F003Fu;
-}
+// One step of each mode: eight words, which are four samples, from so many pixels.
 
-// One step of each mode: the pixels that it takes and the samples that it gives.
+/// Luma of each pixel, colour of the even ones.
+struct ModeIILinkA
+{
+    static constexpr std::size_t PIXELS = 4;
+    template <typename Pixel>
+    static Words step(const quint16* words)
+    {
+        if constexpr (Pair<Pixel>::HAS_ALPHA) {
+            return pick<1, 2, 5, 0, 9, 10, 13, 8>(load(words), load(words + 8));
+        } else {
+            return pick<0, 1, 3, 2, 4, 5, 7, 6>(loadHalves(words, words + 6));
+        }
+    }
+};
+
+/// Alpha of each pixel, colour of the odd ones.
+struct ModeIILinkB
+{
+    static constexpr std::size_t PIXELS = 4;
+    template <typename Pixel>
+    static Words step(const quint16* words)
+    {
+        if constexpr (Pair<Pixel>::HAS_ALPHA) {
+            return pick<3, 6, 7, 4, 11, 14, 15, 12>(load(words), load(words + 8));
+        } else {
+            return withoutAlpha(pick<0, 2, 1, 3, 4, 6, 5, 7>(loadHalves(words + 2, words + 8)),
+                                Words{0xFFFF, 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF, 0});
+        }
+    }
+};
 
 struct Mode1
 {
-    static constexpr std::size_t PIXELS = 2;
-    static constexpr std::size_t SAMPLES = 2;
-    /// Y0, Cb0, Cr0, Y1 are neighbours: the first two as they are, the others turned.
-    static void step(const PixelDataYCbCr* pixels, Sdi20BitSample* samples)
+    static constexpr std::size_t PIXELS = 4;
+    template <typename Pixel>
+    static Words step(const quint16* words)
     {
-        constexpr FourWords MASK = 0x03FF03FF03FF03FFu;
-        constexpr int TURNED = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 32 : 0; ///< where Cr0 and Y1 lie
-        FourWords words = 0;
-        std::memcpy(&words, &pixels[0].y, sizeof words);
-        const auto half = static_cast<quint32>(words >> TURNED);
-        const quint32 turned = half << 16 | half >> 16;
-        words &= FourWords(0xFFFFFFFFu) << (32 - TURNED);
-        words = (words | FourWords(turned) << TURNED) & MASK;
-        std::memcpy(&samples[0].channelOne, &words, sizeof words);
-    }
-    static void step(const PixelDataAYCrCb* pixels, Sdi20BitSample* samples)
-    {
-        constexpr quint16 MASK = 0x3FF;
-        samples[0] = {quint16(pixels[0].y & MASK), quint16(pixels[0].cb & MASK)};
-        samples[1] = {quint16(pixels[1].y & MASK), quint16(pixels[0].cr & MASK)};
+        return ModeIILinkA::step<Pixel>(words) & 0x3FF;
     }
 };
 
 struct Mode2
 {
-    static constexpr std::size_t PIXELS = 1;
-    static constexpr std::size_t SAMPLES = 2;
+    static constexpr std::size_t PIXELS = 2;
     template <typename Pixel>
-    static void step(const Pixel* pixels, Sdi20BitSample* samples)
+    static Words step(const quint16* words)
     {
-        samples[0] = {middle(*pixels), alpha(*pixels)};
-        samples[1] = {crOrR(*pixels), cbOrB(*pixels)};
+        using P = Pair<Pixel>;
+        const Words picked =
+            pick<P::Y[0], P::A[0], P::CR[0], P::CB[0], P::Y[1], P::A[1], P::CR[1], P::CB[1]>(
+                P::load(words));
+        return P::HAS_ALPHA ? picked
+                            : withoutAlpha(picked, Words{0, 0xFFFF, 0, 0, 0, 0xFFFF, 0, 0});
     }
 };
 
+/// Each value of the two pixels in four words.
+template <int first, int second>
+Words fourTimes(Words words)
+{
+    return pick<first, first, first, first, second, second, second, second>(words);
+}
+
 struct Mode3
 {
-    static constexpr std::size_t PIXELS = 1;
-    static constexpr std::size_t SAMPLES = 2;
+    static constexpr std::size_t PIXELS = 2;
     template <typename Pixel>
-    static void step(const Pixel* pixels, Sdi20BitSample* samples)
+    static Words step(const quint16* words)
     {
-        store(withInverse(spread(crOrR(*pixels)) << 6 | spread(middle(*pixels)) << 3 |
-                          spread(cbOrB(*pixels))),
-              samples);
+        using P = Pair<Pixel>;
+        const Words pair = P::load(words);
+        return withInverse(spread(fourTimes<P::CR[0], P::CR[1]>(pair)) >> 3 |
+                           spread(fourTimes<P::Y[0], P::Y[1]>(pair)) >> 6 |
+                           spread(fourTimes<P::CB[0], P::CB[1]>(pair)) >> 9);
     }
 };
 
 struct Mode4
 {
     static constexpr std::size_t PIXELS = 2;
-    static constexpr std::size_t SAMPLES = 4;
     template <typename Pixel>
-    static void step(const Pixel* pixels, Sdi20BitSample* samples)
+    static Words step(const quint16* words)
     {
-        store(withInverse(halves(pixels[0].y, pixels[0].cb) | spread(alpha(pixels[0])) << 6),
-              samples);
-        store(withInverse(halves(pixels[1].y, pixels[0].cr) | spread(alpha(pixels[1])) << 6),
-              samples + 2);
+        using P = Pair<Pixel>;
+        constexpr Words FACTORS = {1, 1, 64, 64, 1, 1, 64, 64}; // upper halves, lower halves
+        const Words pair = P::load(words);
+        const Words picture =
+            pick<P::Y[0], P::CB[0], P::Y[0], P::CB[0], P::Y[1], P::CR[0], P::Y[1], P::CR[0]>(pair);
+        const Words alpha = P::HAS_ALPHA ? fourTimes<P::A[0], P::A[1]>(pair) : all(NO_ALPHA);
+        return withInverse(((picture * FACTORS) >> 6 & 0x3F) | spread(alpha) >> 3);
     }
 };
 
-struct ModeIILinkA
-{
-    static constexpr std::size_t PIXELS = 2;
-    static constexpr std::size_t SAMPLES = 2;
-    template <typename Pixel>
-    static void step(const Pixel* pixels, Sdi20BitSample* samples)
-    {
-        samples[0] = {pixels[0].y, pixels[0].cb};
-        samples[1] = {pixels[1].y, pixels[0].cr};
-    }
-};
-
-struct ModeIILinkB
-{
-    static constexpr std::size_t PIXELS = 2;
-    static constexpr std::size_t SAMPLES = 2;
-    template <typename Pixel>
-    static void step(const Pixel* pixels, Sdi20BitSample* samples)
-    {
-        samples[0] = {alpha(pixels[0]), pixels[1].cb};
-        samples[1] = {alpha(pixels[1]), pixels[1].cr};
-    }
-};
-
-/// All whole steps. Blocks are made beside and appended, so that no memory is filled twice.
+/// The samples of all pixels. The result grows by blocks, so that what fills them at first is in
+/// the cache still when the samples take its place.
 template <typename Mode, typename Pixel>
 Samples convert(const Pixel* pixels, std::size_t pixelCount)
 {
-    constexpr std::size_t BLOCK_STEPS = 1024;
-    Sdi20BitSample block[BLOCK_STEPS * Mode::SAMPLES];
-    std::size_t steps = pixelCount / Mode::PIXELS;
+    constexpr std::size_t BLOCK_STEPS = 256;
+    const auto* words = reinterpret_cast<const quint16*>(pixels);
+    const auto step = [](const quint16* from, Sdi20BitSample* to) {
+        store(Mode::template step<Pixel>(from), to);
+    };
+    constexpr std::size_t WORDS_OF_STEP = Mode::PIXELS * sizeof(Pixel) / sizeof *words;
+
     Samples samples;
-    samples.reserve(steps * Mode::SAMPLES);
-    while (steps > 0) {
+    samples.reserve(pixelCount * SAMPLES_OF_STEP / Mode::PIXELS);
+    for (std::size_t steps = pixelCount / Mode::PIXELS; steps > 0;) {
         const std::size_t count = std::min(steps, BLOCK_STEPS);
+        const std::size_t done = samples.size();
+        samples.resize(done + count * SAMPLES_OF_STEP);
         for (std::size_t i = 0; i < count; ++i) {
-            Mode::step(pixels + i * Mode::PIXELS, block + i * Mode::SAMPLES);
+            step(words + i * WORDS_OF_STEP, samples.data() + done + i * SAMPLES_OF_STEP);
         }
-        samples.insert(samples.end(), block, block + count * Mode::SAMPLES);
-        pixels += count * Mode::PIXELS;
+        words += count * WORDS_OF_STEP;
         steps -= count;
+    }
+    if (const std::size_t left = pixelCount % Mode::PIXELS; left > 0) {
+        Pixel last[Mode::PIXELS];
+        std::copy_n(pixels + pixelCount - left, left, last);
+        Sdi20BitSample lastSamples[SAMPLES_OF_STEP];
+        step(reinterpret_cast<const quint16*>(last), lastSamples);
+        samples.insert(samples.end(), lastSamples,
+                       lastSamples + left * SAMPLES_OF_STEP / Mode::PIXELS);
     }
     return samples;
 }
@@ -239,12 +218,14 @@ void checkDepth(bool isRight, const char* operation)
     }
 }
 
-void checkPairs(std::size_t pixelCount, const char* operation)
+/// The pixels that stand in pairs.
+std::size_t inPairs(std::size_t pixelCount, const char* operation)
 {
     if (pixelCount % 2 != 0) {
         VELLOG_ERR() << "Odd number of pixels in " << operation
                      << ", the last one is dropped: " << pixelCount;
     }
+    return pixelCount / 2 * 2;
 }
 
 /// Calls `take` with the picture's pixels where they are of one of these forms, and answers what it
@@ -279,8 +260,7 @@ template <typename Pixel>
 Samples toYCbCr422_10(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
 {
     checkDepth(is10Bit(depth), "convertToYCbCr422_10");
-    checkPairs(pixelCount, "convertToYCbCr422_10");
-    return convert<Mode1>(pixels, pixelCount);
+    return convert<Mode1>(pixels, inPairs(pixelCount, "convertToYCbCr422_10"));
 }
 
 template <typename Pixel>
@@ -301,154 +281,135 @@ template <typename Pixel>
 Samples toMappingMode4(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
 {
     checkDepth(is12Bit(depth), "resampleToMappingMode4");
-    checkPairs(pixelCount, "resampleToMappingMode4");
-    return convert<Mode4>(pixels, pixelCount);
+    return convert<Mode4>(pixels, inPairs(pixelCount, "resampleToMappingMode4"));
 }
 
 template <typename Pixel>
 DualLinkSamples toMappingModeII(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
 {
     checkDepth(is10Bit(depth), "resampleToMappingModeII");
-    checkPairs(pixelCount, "resampleToMappingModeII");
+    const std::size_t paired = inPairs(pixelCount, "resampleToMappingModeII");
     DualLinkSamples links;
-    links[DualLinkLink_A] = convert<ModeIILinkA>(pixels, pixelCount);
-    links[DualLinkLink_B] = convert<ModeIILinkB>(pixels, pixelCount);
+    links[DualLinkLink_A] = convert<ModeIILinkA>(pixels, paired);
+    links[DualLinkLink_B] = convert<ModeIILinkB>(pixels, paired);
     return links;
 }
 
 } // namespace
 
-Samples SdiPixelToSourceImageSampleConverter::convertToYCbCr422_10(const PixelDataAYCrCb* pixels,
-                                                                   std::size_t pixelCount,
-                                                                   BitDepth depth)
+Samples Converter::convertToYCbCr422_10(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
+                                        BitDepth depth)
 {
     return toYCbCr422_10(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::convertToYCbCr422_10(const PixelDataYCbCr* pixels,
-                                                                   std::size_t pixelCount,
-                                                                   BitDepth depth)
+Samples Converter::convertToYCbCr422_10(const PixelDataYCbCr* pixels, std::size_t pixelCount,
+                                        BitDepth depth)
 {
     return toYCbCr422_10(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::convertToYCbCr422_10(const PictureBuffer& picture,
-                                                                   BitDepth depth)
+Samples Converter::convertToYCbCr422_10(const PictureBuffer& picture, BitDepth depth)
 {
     return forYCbCr(picture, [&](const auto* pixels) {
         return toYCbCr422_10(pixels, picture.getPixelCount(), depth);
     });
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleTo444_4(const PixelDataARGB* pixels,
-                                                              std::size_t pixelCount,
-                                                              BitDepth depth)
+Samples Converter::resampleTo444_4(const PixelDataARGB* pixels, std::size_t pixelCount,
+                                   BitDepth depth)
 {
     return to444_4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleTo444_4(const PixelDataRGB* pixels,
-                                                              std::size_t pixelCount,
-                                                              BitDepth depth)
+Samples Converter::resampleTo444_4(const PixelDataRGB* pixels, std::size_t pixelCount,
+                                   BitDepth depth)
 {
     return to444_4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleTo444_4(const PixelDataAYCrCb* pixels,
-                                                              std::size_t pixelCount,
-                                                              BitDepth depth)
+Samples Converter::resampleTo444_4(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
+                                   BitDepth depth)
 {
     return to444_4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleTo444_4(const PixelDataYCbCr* pixels,
-                                                              std::size_t pixelCount,
-                                                              BitDepth depth)
+Samples Converter::resampleTo444_4(const PixelDataYCbCr* pixels, std::size_t pixelCount,
+                                   BitDepth depth)
 {
     return to444_4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleTo444_4(const PictureBuffer& picture,
-                                                              BitDepth depth)
+Samples Converter::resampleTo444_4(const PictureBuffer& picture, BitDepth depth)
 {
     return forAllForms(picture, [&](const auto* pixels) {
         return to444_4(pixels, picture.getPixelCount(), depth);
     });
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode3(const PixelDataARGB* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode3(const PixelDataARGB* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode3(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode3(const PixelDataRGB* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode3(const PixelDataRGB* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode3(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode3(const PixelDataAYCrCb* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode3(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode3(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode3(const PixelDataYCbCr* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode3(const PixelDataYCbCr* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode3(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode3(const PictureBuffer& picture,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode3(const PictureBuffer& picture, BitDepth depth)
 {
     return forAllForms(picture, [&](const auto* pixels) {
         return toMappingMode3(pixels, picture.getPixelCount(), depth);
     });
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode4(const PixelDataAYCrCb* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode4(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode4(const PixelDataYCbCr* pixels,
-                                                                     std::size_t pixelCount,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode4(const PixelDataYCbCr* pixels, std::size_t pixelCount,
+                                          BitDepth depth)
 {
     return toMappingMode4(pixels, pixelCount, depth);
 }
 
-Samples SdiPixelToSourceImageSampleConverter::resampleToMappingMode4(const PictureBuffer& picture,
-                                                                     BitDepth depth)
+Samples Converter::resampleToMappingMode4(const PictureBuffer& picture, BitDepth depth)
 {
     return forYCbCr(picture, [&](const auto* pixels) {
         return toMappingMode4(pixels, picture.getPixelCount(), depth);
     });
 }
 
-DualLinkSamples SdiPixelToSourceImageSampleConverter::resampleToMappingModeII(
-    const PixelDataAYCrCb* pixels, std::size_t pixelCount, BitDepth depth)
+DualLinkSamples Converter::resampleToMappingModeII(const PixelDataAYCrCb* pixels,
+                                                   std::size_t pixelCount, BitDepth depth)
 {
     return toMappingModeII(pixels, pixelCount, depth);
 }
 
-DualLinkSamples SdiPixelToSourceImageSampleConverter::resampleToMappingModeII(
-    const PixelDataYCbCr* pixels, std::size_t pixelCount, BitDepth depth)
+DualLinkSamples Converter::resampleToMappingModeII(const PixelDataYCbCr* pixels,
+                                                   std::size_t pixelCount, BitDepth depth)
 {
     return toMappingModeII(pixels, pixelCount, depth);
 }
 
-DualLinkSamples
-SdiPixelToSourceImageSampleConverter::resampleToMappingModeII(const PictureBuffer& picture,
-                                                              BitDepth depth)
+DualLinkSamples Converter::resampleToMappingModeII(const PictureBuffer& picture, BitDepth depth)
 {
     DualLinkSamples links = forYCbCr(picture, [&](const auto* pixels) {
         return toMappingModeII(pixels, picture.getPixelCount(), depth);

@@ -18,7 +18,8 @@
 /// 4 and II take pixels in pairs: a last odd pixel is dropped, with a log line at level err. A
 /// picture in a form that the mode does not take gives no samples.
 ///
-/// Except in mode 1, components must be in the range of their bits.
+/// What lies above the bits of a mode is left out, in modes 1, 3 and 4; in modes 2 and II
+/// components must be in range.
 class SdiPixelToSourceImageSampleConverter
 {
 public:
@@ -26,7 +27,7 @@ public:
     using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
 
     /// Mode 1, 10-bit 4:2:2: (Y0, Cb0), (Y1, Cr0) for two pixels. The second pixel's colour is left
-    /// out; what lies above 10 bits too.
+    /// out.
     static Samples convertToYCbCr422_10(const Tessorn::Types::PixelDataAYCrCb* pixels,
                                         std::size_t pixelCount,
                                         Tessorn::Sdi::PayloadId::BitDepth depth);

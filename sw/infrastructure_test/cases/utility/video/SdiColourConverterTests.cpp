@@ -1,9 +1,13 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
+#include "infrastructure/utility/video/generation/ColourEstimate.h"
+
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 
 using namespace Tessorn::Sdi::PayloadId;
@@ -262,4 +266,27 @@ TEST_CASE("A number that is no bit depth leaves everything as it was", "[colour]
     CHECK(picture.format == PixelFormat_RGB);
     CHECK(log.lines().count(
               QStringLiteral("error: Unsupported bit depth for colour conversion: 4")) == 2);
+}
+
+TEST_CASE("Estimates are the same with the widest vectors of the machine and without", "[colour]")
+{
+    const ColourEstimate estimate = {{{{0.2126f, 0.7152f, 0.0722f}, 0.125f, 64, 940},
+                                      {{-0.1172f, -0.3943f, 0.5115f}, 511.75f, 64, 960},
+                                      {{0.5115f, -0.4646f, -0.0469f}, 511.875f, 4, 1019}},
+                                     0.4375f};
+    std::mt19937 random(1);
+    for (int round = 0; round < 1000; ++round) {
+        ColourBlock block = {};
+        for (auto& component : block.components) {
+            std::generate(std::begin(component), std::end(component),
+                          [&] { return static_cast<quint16>(random() & 0x3FF); });
+        }
+        ColourBlock other = block;
+        ColourEstimate::run(estimate, block);
+        ColourEstimate::fastest()(estimate, other);
+        REQUIRE(std::memcmp(&block, &other, sizeof block) == 0);
+        const auto certain = std::count(std::begin(block.doubts), std::end(block.doubts), 0);
+        REQUIRE(certain > 0);
+        REQUIRE(certain < qint64(ColourBlock::PIXELS));
+    }
 }
