@@ -9,7 +9,7 @@ int main()
 {
     DatacoreBase config(QStringLiteral("config"), nullptr);
     DatacoreNumberLimits<int> level(QStringLiteral("level"), &config, 0, 100);
-    level.setDataString(QStringLiteral("175"));
+    level.setData(QStringLiteral("175"));
     for (const DatacoreBase* node : config.takeChangedList()) {
         DatacoreValidStatusMessages reasons;
         node->isValid(reasons);

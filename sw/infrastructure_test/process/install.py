@@ -40,23 +40,31 @@ def only(pattern):
     return found[0]
 
 
-def consume(name, prefix, consumer, cmake, cxx):
-    """Builds the consumer in both ways against what is below the prefix, and runs it."""
-    library_path = os.path.dirname(glob.glob(f"{prefix}/lib/**/libinfrastructure.*",
-                                             recursive=True)[0])
-    with tempfile.TemporaryDirectory() as folder:
-        run(cmake, "-G", "Ninja", "-S", consumer, "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}",
-            f"-DCMAKE_CXX_COMPILER={cxx}")
-        run(cmake, "--build", folder)
-        check(run(f"{folder}/consumer", LD_LIBRARY_PATH=library_path) == EXPECTED,
-              f"{name} serves find_package")
+class Consumer:
+    """A project that is built against what is below a prefix, and run."""
 
-        path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
-        flags = run("pkg-config", "--cflags", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
-        run(cxx, "-std=c++17", f"{consumer}/main.cpp", "-o", f"{folder}/plain",
-            *shlex.split(flags))
-        check(run(f"{folder}/plain", LD_LIBRARY_PATH=library_path) == EXPECTED,
-              f"{name} serves pkg-config")
+    def __init__(self, source, cmake, cxx):
+        self.source, self.cmake, self.cxx = source, cmake, cxx
+
+    def check_output(self, program, prefix, what):
+        library = glob.glob(f"{prefix}/lib/**/libinfrastructure.so", recursive=True)[0]
+        output = run(program, LD_LIBRARY_PATH=os.path.dirname(library))
+        check(output == EXPECTED, what, output)
+
+    def find_package(self, name, prefix):
+        with tempfile.TemporaryDirectory() as folder:
+            run(self.cmake, "-G", "Ninja", "-S", self.source, "-B", folder,
+                f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={self.cxx}")
+            run(self.cmake, "--build", folder)
+            self.check_output(f"{folder}/consumer", prefix, f"find_package works with the {name}")
+
+    def pkg_config(self, name, prefix):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
+            flags = run("pkg-config", "--cflags", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
+            run(self.cxx, "-std=c++17", f"{self.source}/main.cpp", "-o", f"{folder}/consumer",
+                *shlex.split(flags))
+            self.check_output(f"{folder}/consumer", prefix, f"pkg-config works with the {name}")
 
 
 def check_tools(prefix):
@@ -71,14 +79,14 @@ def check_tools(prefix):
         check(told == written, f"the options of {tool} are those of its page", (told, written))
 
 
-def check_packages(build, folder):
+def unpack_packages(build, folder, cmake_folder):
     """Packs, checks what the packages ask for, and unpacks them all in one place."""
-    run(os.path.join(os.path.dirname(CMAKE), "cpack"), "--config", f"{build}/CPackConfig.cmake",
+    run(f"{cmake_folder}/cpack", "--config", f"{build}/CPackConfig.cmake",
         "-G", "DEB", "-B", folder)
     depends = {}
     for package in glob.glob(f"{folder}/*.deb"):
         name, version, text = run("dpkg-deb", "-W", "--showformat",
-                                  "${Package}\n${Version}\n${Depends}", package).split("\n")
+                                  "${Package}|${Version}|${Depends}", package).split("|", 2)
         depends[name] = set(text.split(", "))
         run("dpkg", "-x", package, f"{folder}/root")
     runtime = only(f"{folder}/root/usr/lib/**/libinfrastructure.so.?.?")
@@ -96,16 +104,17 @@ def check_packages(build, folder):
     return f"{folder}/root/usr"
 
 
-def main(build, consumer, cxx):
+def main(build, source, cmake, cxx):
+    consumer = Consumer(source, cmake, cxx)
     with tempfile.TemporaryDirectory() as folder:
         prefix = f"{folder}/prefix"
-        run(CMAKE, "--install", build, "--prefix", prefix)
-        consume("the installed tree", prefix, consumer, CMAKE, cxx)
+        run(cmake, "--install", build, "--prefix", prefix)
+        consumer.find_package("installed tree", prefix)
+        consumer.pkg_config("installed tree", prefix)
         check_tools(prefix)
-        packages = check_packages(build, f"{folder}/packages")
-        consume("the unpacked packages", packages, consumer, CMAKE, cxx)
+        packed = unpack_packages(build, f"{folder}/packages", os.path.dirname(cmake))
+        consumer.find_package("unpacked packages", packed)
 
 
 if __name__ == "__main__":
-    BUILD, CONSUMER, CMAKE, CXX = sys.argv[1:]
-    main(BUILD, CONSUMER, CXX)
+    main(*sys.argv[1:])
