@@ -18,23 +18,28 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 
 set(runtime libinfrastructure${INFRASTRUCTURE_SOVERSION})
 set(same_version "${runtime} (= ${PROJECT_VERSION})")
-set(what "${PROJECT_DESCRIPTION}")
+# The first line of a description is the package's one line in a list; what follows is the rest.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
-    "${what}\n The state tree and its mirrors, packets and their links, measurement records, video,\n captions, IP media, PTP and the board.\n .\n This package holds the shared library.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shared layer of a video instrument - library
+The state tree and its mirrors, packets and their links, measurement records,
+video, captions, IP media, PTP and the board.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libinfrastructure-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${same_version}, qtbase5-dev (>= 5.15), libfmt-dev (>= 9)")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-    "${what} (development)\n Headers, a CMake package, a pkg-config file and an overview page.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${same_version}, qtbase5-dev (>= 5.15), libfmt-dev (>= 9)")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "shared layer of a video instrument - development
+Headers, a CMake package, a pkg-config file and an overview page.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME infrastructure-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${same_version}")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-    "${what} (tools)\n A datacore server and its command-line client, the board's report, tools for payload\n identifiers, captions and frames, and the verification host with its reference files.")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shared layer of a video instrument - tools
+A datacore server and its command-line client, the board's report, tools for
+payload identifiers, captions and frames, and the verification host with its
+reference files.")
 
 include(CPack)

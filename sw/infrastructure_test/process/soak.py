@@ -24,7 +24,7 @@ from mirrors import CHANGING, Mirror, check, flatten, start_server
 CLIENTS = 10
 GARBAGE_LINKS = 3             # at work at one time
 PATIENCE_S = 60               # for an answer; a mirror that takes longer has lost something
-GROWTH_LIMIT_KIB = 1024
+GROWTH_LIMIT_KIB = 1024       # in ten minutes less than 100 bytes for each link of garbage
 LINGER_RESET = struct.pack("ii", 1, 0)
 JSON_TYPE = 0x1010
 PATHS = ("configCoreRouter/input1/equaliser", "configCoreRouter/input2/label",
