@@ -38,8 +38,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME infrastructure-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${same_version}")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shared layer of a video instrument - tools
-A datacore server and its command-line client, the board's report, tools for
-payload identifiers, captions and frames, and the verification host with its
-reference files.")
+A datacore server and its command-line client, a recorder of links, the board's
+report, tools for payload identifiers, captions and frames, and the
+verification host with its reference files.")
 
 include(CPack)

@@ -16,7 +16,7 @@ config/level = 175 (Stored number is Oversized)
 1 Hello World!
 1920x1080p50 YCbCr:422:10 3G A Rec.709
 """
-WITH_OPTIONS = ("datacore_client", "datacore_server", "show_captions")
+WITH_OPTIONS = ("datacore_client", "datacore_server", "replay", "show_captions")
 
 
 def check(holds, what, shown=""):
