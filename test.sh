@@ -4,6 +4,7 @@
 #   ./test.sh --quick  Release only
 #   ./test.sh --tsan   the thread sanitizer build
 #   ./test.sh --fuzz   each fuzzer for FUZZ_SECONDS (60)
+#   ./test.sh --soak   server and clients under load for SOAK_SECONDS (600)
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
@@ -43,8 +44,9 @@ case "${1:-}" in
 --quick) run_ctest release ;;
 --tsan) run_ctest tsan ;;
 --fuzz) run_fuzzers ;;
+--soak) build_preset release && SOAK_SECONDS=${SOAK_SECONDS:-600} ctest --test-dir "$root/build/release" -V -R '^process\.soak$' --no-tests=error ;;
 *)
-    sed -n '2,6s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

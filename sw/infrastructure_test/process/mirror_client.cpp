@@ -126,7 +126,7 @@ private:
             const auto which = random() % static_cast<unsigned>(leaves.size());
             if (ClientDatacore* leaf =
                     manager.getRegistry().lookup(leaves[static_cast<int>(which)])) {
-                leaf->setDataString(QString::number(random()));
+                leaf->setDataStringList(randomValues());
             }
             --writesLeft;
         }
@@ -135,6 +135,19 @@ private:
         } else {
             answer("written");
         }
+    }
+
+    /// One number mostly, sometimes a list of texts, which may be empty.
+    QStringList randomValues()
+    {
+        if (random() % 4 != 0) {
+            return {QString::number(random())};
+        }
+        QStringList texts;
+        for (auto left = random() % 4; left > 0; --left) {
+            texts.append(QStringLiteral("\"\\/ \u00e4\u20ac %1").arg(random()));
+        }
+        return texts;
     }
 
     /// The peer gets a reset in place of an end, in the middle of a packet.

@@ -55,9 +55,14 @@ def flatten(tree, path=""):
     return values
 
 
+def start_server(program):
+    """The process and the port at which it listens."""
+    server = subprocess.Popen([program, "--port", "0"], stdout=subprocess.PIPE, text=True)
+    return server, int(re.search(r"port (\d+)", server.stdout.readline())[1])
+
+
 def main(server_program, client_program, mirror_program):
-    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
-    port = int(re.search(r"port (\d+)", server.stdout.readline())[1])
+    server, port = start_server(server_program)
 
     def tool(*words):
         return subprocess.run([client_program, "--port", str(port), "--timeout", "20000", *words],

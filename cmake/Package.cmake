@@ -1,0 +1,45 @@
+# Debian packages of the three components: `cmake --workflow --preset package`, or `cpack -G DEB`
+# in any build directory.
+set(CPACK_PACKAGE_VENDOR "The maintainers")
+set(CPACK_PACKAGE_CONTACT "The maintainers <maintainers@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL Runtime Development Tools)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/CompressManuals.cmake)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/infrastructure)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+
+set(runtime libinfrastructure${INFRASTRUCTURE_SOVERSION})
+set(same_version "${runtime} (= ${PROJECT_VERSION})")
+# The first line of a description is the package's one line in a list; what follows is the rest.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shared layer of a video instrument - library
+The state tree and its mirrors, packets and their links, measurement records,
+video, captions, IP media, PTP and the board.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libinfrastructure-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${same_version}, qtbase5-dev (>= 5.15), libfmt-dev (>= 9)")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "shared layer of a video instrument - development
+Headers, a CMake package, a pkg-config file and an overview page.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME infrastructure-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${same_version}")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shared layer of a video instrument - tools
+A datacore server and its command-line client, a recorder of links, the board's
+report, tools for payload identifiers, captions and frames, and the
+verification host with its reference files.")
+
+include(CPack)
