@@ -4,6 +4,7 @@
 #   ./test.sh --quick  Release only
 #   ./test.sh --tsan   the thread sanitizer build
 #   ./test.sh --fuzz   each fuzzer for FUZZ_SECONDS (60)
+#   ./test.sh --docs   what the documents name exists, and what is public is documented
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
@@ -43,8 +44,9 @@ case "${1:-}" in
 --quick) run_ctest release ;;
 --tsan) run_ctest tsan ;;
 --fuzz) run_fuzzers ;;
+--docs) install_packages docs && python3 "$root/tools/check_docs.py" links headers ;;
 *)
-    sed -n '2,6s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac
