@@ -68,16 +68,69 @@ def check_links():
     for page in [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]:
         is_code = False
         for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
-            is_code ^= line.startswith("```")
+            is_code ^= line.strip().startswith("```")
             if is_code:
                 continue
-            targets = [page.parent / link for link in re.findall(r"\]\(([^)#:]+)[^)]*\)", line)]
+            targets = []
+            for link, anchor in re.findall(r"\]\(([^)#:]*)#?([^):]*)\)", line):
+                target = page.parent / link if link else page
+                targets.append(target)
+                if anchor and target.exists() and anchor not in heading_anchors(target):
+                    complaints.append(f"{page.relative_to(ROOT)}:{number}: no heading {anchor}")
             targets += [ROOT / path for path in named.findall(line)]
             count += len(targets)
             for target in targets:
                 if not target.exists():
                     complaints.append(f"{page.relative_to(ROOT)}:{number}: no such file: {target}")
-    return complaints, f"{count} links and paths"
+    complaints += check_codemap() + check_standards()
+    return complaints, f"{count} links and paths, the codemap, the standards"
+
+
+def heading_anchors(page):
+    """The anchors of a page's headings, as the usual renderers make them."""
+    headings = re.findall(r"^#+ (.*)$", page.read_text(encoding="utf-8"), re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", heading).strip().lower().replace(" ", "-") for heading in headings}
+
+
+def check_codemap():
+    """The codemap's third column against the includes of each folder."""
+    library = ROOT / "infrastructure"
+    real = {}
+    for source in library.rglob("*"):
+        if source.suffix not in (".h", ".cpp"):
+            continue
+        folder = source.parent.relative_to(library).as_posix()
+        text = source.read_text(encoding="utf-8")
+        included = re.findall(r'^#include "infrastructure/(.*)/[^/"]+"', text, re.MULTILINE)
+        real.setdefault(folder, set()).update(set(included) - {folder})
+    stated = {}
+    for line in (ROOT / "docs" / "architecture.md").read_text(encoding="utf-8").splitlines():
+        cells = [cell.strip() for cell in line.split("|")]
+        if len(cells) == 6 and cells[1].startswith("`"):
+            stated[cells[1].strip("`")] = set(re.findall(r"`([^`]+)`", cells[3]))
+    return [
+        f"docs/architecture.md: `{folder}` includes {sorted(real.get(folder, []))}, "
+        f"the codemap says {sorted(stated.get(folder, []))}"
+        for folder in sorted(real.keys() | stated.keys())
+        if real.get(folder) != stated.get(folder)
+    ]
+
+
+STANDARD = re.compile(
+    r"\b(?:ST|RDD|RP) \d+(?:-\d+)?|\bCEA-\d+|BT\.\d+|\bIEEE \d+|\bIEC \d+|\bRFC \d+|\bJESD\w+|\bEN \d+ \d+"
+    r"|\bAES\d+|\bSCTE \d+|\bOP-47"
+)
+
+
+def check_standards():
+    """Each standard that a header cites has its place in docs/standards.md."""
+    page = ROOT / "docs" / "standards.md"
+    listed = set(STANDARD.findall(page.read_text(encoding="utf-8")))
+    complaints = []
+    for header in sorted((ROOT / "infrastructure").rglob("*.h")):
+        for standard in sorted(set(STANDARD.findall(header.read_text(encoding="utf-8"))) - listed):
+            complaints.append(f"{header.relative_to(ROOT)}: {standard} is not in docs/standards.md")
+    return complaints
 
 
 # What goes without a comment of its own, by the shape of Doxygen's complaint: one that repeats the
