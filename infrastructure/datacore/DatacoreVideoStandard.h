@@ -15,6 +15,7 @@
 class DatacoreVideoStandard : public DatacoreBase
 {
 public:
+    /// Null stands for no standard.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
     using Standards = std::deque<Standard>;
 

@@ -39,6 +39,7 @@ public:
     /// Where a path of this machine lies in the file system of the process.
     std::string hostPath(const std::string& path) const;
 
+    /// The system calls of these names, on this machine.
     virtual int open(const std::string& path, int flags, mode_t mode = 0);
     virtual ssize_t read(int descriptor, void* data, std::size_t sizeBytes);
     virtual ssize_t write(int descriptor, const void* data, std::size_t sizeBytes);

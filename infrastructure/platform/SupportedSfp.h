@@ -24,6 +24,7 @@ QString sfpRateText(SfpRate rate);
 /// Transceiver settings, each with one value for each rate, in the order of SfpRate.
 struct SfpTransceiverConfig
 {
+    /// One value for each rate, SDI, 1G, 10G and 1G10G.
     using Values = std::array<uint32_t, 4>;
 
     Values voltageSwingCode{};

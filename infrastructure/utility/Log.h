@@ -42,6 +42,7 @@ public:
     /// True when there is a logger and it takes this level.
     explicit operator bool() const { return logger != nullptr; }
 
+    /// The text as UTF-8.
     LogLine& operator<<(const QString& text);
     LogLine& operator<<(QLatin1String text);
     /// The bytes as they stand.

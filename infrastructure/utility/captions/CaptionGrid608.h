@@ -85,6 +85,7 @@ public:
     /// The characters, with a blank where a cell is blank: 32 of them.
     QString text() const;
 
+    /// Takes all of a cell, its validity too, at a column from 0 to 31.
     void setCell(unsigned column, const CaptionCell608& cell);
     /// Writes into a cell and leaves it as valid as it is: see setValid.
     void write(unsigned column, CaptionLook608 look) { contents[column].look = look; }

@@ -65,6 +65,10 @@ void take(Record& record, From& reader);
 template <typename Record>
 bool areEqual(const Record& a, const Record& b);
 
+// The parts of a layout. Each says how many bytes it takes on the wire (FIXED_SIZE, -1 where that
+// depends on the record; `size`), writes and reads its member (`put`, `take`), and compares it
+// (`isEqual`).
+
 /// A number: `Wire` says how it travels, the member how it is held.
 template <typename Wire, typename Owner, typename Held>
 struct Field
@@ -192,7 +196,7 @@ struct RecordList
 {
     List Owner::*member;
 
-    using Element = typename List::value_type;
+    using Element = typename List::value_type; ///< the record
     static constexpr int FIXED_SIZE = -1;
     static_assert(fixedSize<Element>() > 0, "a list's records have one size");
     qint64 size(const Owner& owner) const

@@ -21,9 +21,11 @@ struct VideoStandardDescription
     QString colourimetry; ///< "Rec.2020"
 };
 
+/// What all links together carry. Immutable, so any thread may read it.
 class StandardFromPayloadIdentifier
 {
 public:
+    /// Shared by standards and never changed.
     using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
     using Identifiers = std::vector<Identifier>;
     /// One list for each field of the frame, with one entry for each sub-image, all equal.

@@ -15,6 +15,7 @@
 namespace Tessorn {
 namespace Types {
 
+/// Red, green and blue with alpha, in this order of words.
 struct PixelDataARGB
 {
     quint16 r = 0;
@@ -23,6 +24,7 @@ struct PixelDataARGB
     quint16 a = 0;
 };
 
+/// Red, green and blue.
 struct PixelDataRGB
 {
     quint16 r = 0;
@@ -30,6 +32,7 @@ struct PixelDataRGB
     quint16 b = 0;
 };
 
+/// Luma between the colour differences, then alpha.
 struct PixelDataAYCrCb
 {
     quint16 cr = 0;
@@ -38,6 +41,7 @@ struct PixelDataAYCrCb
     quint16 a = 0;
 };
 
+/// Luma and the colour differences.
 struct PixelDataYCbCr
 {
     quint16 y = 0;

@@ -22,6 +22,7 @@
 class SdiPixelToSourceImageSampleConverter
 {
 public:
+    /// In the order of transmission, without blanking.
     using Samples = std::vector<Tessorn::Types::Sdi20BitSample>;
     using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
 

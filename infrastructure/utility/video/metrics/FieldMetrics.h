@@ -17,6 +17,7 @@
 
 #include "infrastructure/utility/video/metrics/FieldRegion.h"
 
+/// The regions of one field, and its size in the terms of store and interface.
 class FieldMetrics
 {
 public:
@@ -121,6 +122,7 @@ public:
     // Which word of a line a store's sample is. `multiplexed` is set for a stream that interleaves
     // two 10-bit sources word by word, where each word comes twice (SMPTE ST 292-1, clause 5).
 
+    /// Words 4 and 5 of a line are its number.
     static constexpr bool isFirstLineNumberWord(quint32 sample, bool multiplexed)
     {
         return isWord(sample, 4, 1, multiplexed);
@@ -133,6 +135,7 @@ public:
     {
         return isWord(sample, 4, 2, multiplexed);
     }
+    /// Words 6 and 7 are its CRC.
     static constexpr bool isFirstCrcWord(quint32 sample, bool multiplexed)
     {
         return isWord(sample, 6, 1, multiplexed);
