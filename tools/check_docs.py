@@ -7,8 +7,10 @@
     check_docs.py links headers                looks for what the documents link to or name; runs
                                                Doxygen, since what is public has a comment
 
-A page's example is "<!-- example: NAME -->", the C++ block behind it and the text block behind that.
+RUN_WITH holds the words that start a program of another machine. A page's example is
+"<!-- example: NAME -->", the C++ block behind it and the text block behind that.
 """
+import os
 import pathlib
 import re
 import subprocess
@@ -26,7 +28,8 @@ LOG_HEAD = re.compile(r"\[\d\d/\d\d/\d\d\]\[tid:\d+\]")
 
 def run_example(directory, name):
     program = pathlib.Path(directory) / f"docs_{name}"
-    done = subprocess.run([program], capture_output=True, timeout=30, text=True, encoding="utf-8")
+    words = [*os.environ.get("RUN_WITH", "").split(), program]
+    done = subprocess.run(words, capture_output=True, timeout=30, text=True, encoding="utf-8")
     if done.returncode != 0:
         raise SystemExit(f"{program} ended with {done.returncode}: {done.stderr}")
     return LOG_HEAD.sub("[26/01/31][tid:1234]", done.stdout)
