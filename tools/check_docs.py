@@ -142,12 +142,16 @@ SELF_EXPLAINING = re.compile(
     r"""Member\ (
         operator[!=]=\(                               # comparison of all that there is
       | .*\)=(default|delete)\ \(                    # copies
-      | (?P<name>\w+)\(.*\)\ \(function\)\ of\ (class|struct)\ (\w+::)*(?P=name)\b  # a constructor
+      | operator=\(.*\(function\)
+      | (?P<name>\w+)\(.*\)\ (noexcept\ )?\(function\)\ of\ (class|struct)\ (\w+::)*(?P=name)\b  # a constructor
       | (IpMediaFlow|RawDataPacket)\(.*\(function\)   # an inherited one
       | .*\)\ (const\ )?override\ \(                 # explained at the base
       | \w+\(\)\ const\ \(                          # a query without argument
       | set[A-Z]\w*\([^,]*\)\ \((function|slot)\)    # its setter
       | \w+(\[\d+\])?\ \(variable\)\ of\ (struct|class)       # a field, named for what it holds
+      | [A-Z_0-9]+(\[\])?\ \(variable\)                # a table or limit, named for what it holds
+      | DATACORE_\w+(\(.*\))?\ \(macro                 # of no use outside their headers
+      | VELLOG_\w+\(\)\ \(macro                        # one for each level
       | (CLASSNAME|LAYOUT|PACKET_TYPE|PACKET_SUB_TYPE)\b
       | (size|put|take|isEqual)\(.*\ RecordLayout::   # parts of a layout: their header explains them
       | (write|read|same)\(.*\ Tessorn::.*(Codec|Field)\b  # codecs of a field list likewise

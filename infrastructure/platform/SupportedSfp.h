@@ -82,7 +82,7 @@ struct SupportedSfp
 /// The boards that there are settings for; a board id is an index.
 constexpr unsigned SFP_BOARDS = 16;
 
-/// Settings by board id for a module that has none of its own: those of product model 0 and those
-/// of the others.
+/// These are the settings by board id for a module that has none of its own: those of product model
+/// 0 and those of the others.
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VEL;
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VELM;

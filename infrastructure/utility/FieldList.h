@@ -23,6 +23,7 @@ namespace Tessorn {
 /// A record's text while it grows; short ones take no heap memory.
 using FieldText = QVarLengthArray<QChar, 256>;
 
+/// The text as it leaves this layer.
 inline QString toQString(const FieldText& text)
 {
     return QString(text.constData(), text.size());
@@ -125,6 +126,7 @@ struct TrueFalse
     static constexpr QStringView YES = u"true";
     static constexpr QStringView NO = u"false";
 };
+/// The same as single letters.
 struct LetterTF
 {
     static constexpr QStringView YES = u"T";

@@ -93,6 +93,7 @@ public:
     void setValid(uint32_t columnBits) { validColumns |= columnBits; }
     /// Makes the cells from `column` to the end not valid and leaves all else in them.
     void clear(unsigned column = 0) { validColumns &= (uint32_t{1} << column) - 1; }
+    /// Makes one cell not valid and leaves all else in it.
     void clearCell(unsigned column) { validColumns &= ~(uint32_t{1} << column); }
 
     friend bool operator==(const CaptionRow608& a, const CaptionRow608& b);

@@ -85,7 +85,7 @@ protected:
     SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
                            bool& ok);
 
-    /// What the getters and setters of a class are made of. `value` is undefined for an absent key;
+    /// A class's getters and setters are made of these. `value` is undefined for an absent key;
     /// `insert` replaces what was there and drops the kept wire form.
     bool contains(const QString& key) const { return getJsonObject().contains(key); }
     QJsonValue value(const QString& key) const { return getJsonObject().value(key); }

@@ -16,7 +16,7 @@ class ParcelTag
 public:
     virtual ~ParcelTag() = default;
 
-    /// The words ahead of what the tag encloses, and those behind it.
+    /// These are the words ahead of what the tag encloses, and those behind it.
     virtual std::vector<quint32> getHeaderWords() const = 0;
     virtual std::vector<quint32> getFooterWords() const = 0;
 

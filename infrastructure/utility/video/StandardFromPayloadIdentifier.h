@@ -27,6 +27,7 @@ class StandardFromPayloadIdentifier
 public:
     /// Shared by standards and never changed.
     using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
+    /// One for each link, in their order.
     using Identifiers = std::vector<Identifier>;
     /// One list for each field of the frame, with one entry for each sub-image, all equal.
     using TransmissionMetrics = std::vector<std::vector<FieldMetrics>>;

@@ -85,10 +85,12 @@ public:
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,
         Tessorn::Sdi::SubImageDivision division = Tessorn::Sdi::SubImageDivision_None);
+    /// The same in the form of level A, whatever form the standard takes.
     static CursorPosition cursorPositionFromSourcePositionLevelA(
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,
         Tessorn::Sdi::SubImageDivision division = Tessorn::Sdi::SubImageDivision_None);
+    /// The same in the line interleaved form of level B.
     static CursorPosition cursorPositionFromSourcePositionLevelBli(
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,

@@ -53,6 +53,7 @@ struct PixelDataYCbCr
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
 
+/// Which of the four forms a picture's pixels have.
 enum PixelFormat : quint32 {
     PixelFormat_ARGB = 0,
     PixelFormat_RGB = 1,
