@@ -5,6 +5,7 @@
 #   ./test.sh --tsan   the thread sanitizer build
 #   ./test.sh --fuzz   each fuzzer for FUZZ_SECONDS (60)
 #   ./test.sh --soak   server and clients under load for SOAK_SECONDS (600)
+#   ./test.sh --docs   what the documents name exists, and what is public is documented
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
@@ -45,8 +46,9 @@ case "${1:-}" in
 --tsan) run_ctest tsan ;;
 --fuzz) run_fuzzers ;;
 --soak) build_preset release && SOAK_SECONDS=${SOAK_SECONDS:-600} ctest --test-dir "$root/build/release" -V -R '^process\.soak$' --no-tests=error ;;
+--docs) install_packages docs && python3 "$root/tools/check_docs.py" links headers ;;
 *)
-    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,8s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

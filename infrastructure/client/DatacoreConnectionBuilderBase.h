@@ -41,7 +41,9 @@ Q_SIGNALS:
     void connectionToDatacoresLost();
 
 public Q_SLOTS:
+    /// Forgets the connected mirrors and tells connectionToDatacoresLost.
     void onRegistryCleared();
+    /// Calls makeConnections and tells connectionToDatacoresGained.
     void onRegistryPopulated();
 
 private:

@@ -29,6 +29,7 @@ public:
     const QList<SourceSubImage>& getLinkSourceSubImages() const { return model; }
 
 Q_SIGNALS:
+    /// The list is another than before.
     void toUser_LinkSourceSubImagesChanged(QList<SdiOutputGroupLaneMapModel::SourceSubImage> model);
 
 public Q_SLOTS:

@@ -18,6 +18,7 @@ public:
                              SerialisableDataPacketDistributor& distributor,
                              QObject* parent = nullptr);
 
+    /// The mirrors; owned, and cleared when the link is lost.
     ClientDatacoreRegistry& getRegistry() { return registry; }
 
     /// True only for "DatacorePathRadixTreePacket".

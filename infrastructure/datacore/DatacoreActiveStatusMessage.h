@@ -9,6 +9,7 @@
 class DatacoreActiveStatusMessage : public MessageBase
 {
 public:
+    /// The identifiers; each but NoContent has a text.
     enum MessageContent : qint32 {
         MessageContent_NoContent = 0, ///< no text
         MessageContent_CommandExecutorBusy = 2,

@@ -47,6 +47,7 @@ public:
     void setDataMacAddressString(const QString& text,
                                  Tessorn::Types::Base base = Tessorn::Types::Base_Hexadecimal,
                                  char separator = ':');
+    /// The same for each of a list.
     void setDataMacAddressStringArray(const std::deque<QString>& texts,
                                       Tessorn::Types::Base base = Tessorn::Types::Base_Hexadecimal,
                                       char separator = ':');

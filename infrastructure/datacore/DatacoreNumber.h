@@ -53,6 +53,7 @@ protected:
     /// Rewrites the reasons with those that conversion gives, and returns the numbers.
     Numbers convertAll(DatacoreValidStatusMessages& reasons) const;
 
+    /// The text that deserialise reads back to the same number.
     static QString serialise(T number);
     static std::deque<QString> serialise(const std::deque<T>& numbers);
 };

@@ -23,6 +23,7 @@ public:
     /// All values. `ok` is false where one is no point; 0,0 stands in its place.
     std::deque<QPoint> getDataPoints(bool& ok) const;
 
+    /// Take one point, or a list, in place of all. Equal values are no change.
     void setDataPoint(int x, int y);
     void setDataPoints(const std::deque<QPoint>& points);
 

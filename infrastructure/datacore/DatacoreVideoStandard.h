@@ -15,7 +15,9 @@
 class DatacoreVideoStandard : public DatacoreBase
 {
 public:
+    /// Null stands for no standard.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
+    /// In the order of the values.
     using Standards = std::deque<Standard>;
 
     static QString CLASSNAME() { return QStringLiteral("DatacoreVideoStandard"); }

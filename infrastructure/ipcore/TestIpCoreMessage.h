@@ -7,6 +7,7 @@
 class TestIpCoreMessage : public IpCoreMessageBase
 {
 public:
+    /// The kinds of messages of the reference processor.
     enum MessageType {
         MessageTypeRoundJourneyTestMessage, ///< a TestIpCoreRoundJourneyTestMessage
     };

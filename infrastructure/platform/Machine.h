@@ -39,6 +39,7 @@ public:
     /// Where a path of this machine lies in the file system of the process.
     std::string hostPath(const std::string& path) const;
 
+    /// The system calls of these names, on this machine.
     virtual int open(const std::string& path, int flags, mode_t mode = 0);
     virtual ssize_t read(int descriptor, void* data, std::size_t sizeBytes);
     virtual ssize_t write(int descriptor, const void* data, std::size_t sizeBytes);
@@ -54,6 +55,7 @@ public:
     virtual int findUser(const std::string& name, uid_t& user, gid_t& group);
     /// Runs a program, its path being the first word, and waits; its exit value, -1 for a failure.
     virtual int run(const std::vector<std::string>& words);
+    /// Ends the process as std::abort does.
     [[noreturn]] virtual void abortProcess();
     /// Reads a file that is compiled into the program; false where it can't be opened.
     virtual bool readResource(const QString& path, QByteArray& out);
@@ -62,6 +64,7 @@ public:
     [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
     /// Formatted text to the error stream.
     [[gnu::format(printf, 2, 3)]] void printError(const char* format, ...);
+    /// These two do the same with the arguments as a list, for wrappers of the two above.
     void printList(const char* format, va_list arguments);
     void printErrorList(const char* format, va_list arguments);
     /// "text: what errno means" to the error stream, as perror does.

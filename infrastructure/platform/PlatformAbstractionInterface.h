@@ -25,7 +25,9 @@ public:
                               uint32_t& designId) = 0;
     /// Starts the watchdog, or changes its time-out, in seconds.
     virtual void watchdogStart(int timeoutSeconds) = 0;
+    /// Begins the time-out anew.
     virtual void watchdogKick() = 0;
+    /// Closes the watchdog; whether it goes on counting is its driver's affair.
     virtual void watchdogStop() = 0;
     /// The instrument's serial number, -1 where it can't be read.
     virtual int readDeviceNumber() = 0;

@@ -24,6 +24,7 @@ QString sfpRateText(SfpRate rate);
 /// Transceiver settings, each with one value for each rate, in the order of SfpRate.
 struct SfpTransceiverConfig
 {
+    /// One value for each rate, SDI, 1G, 10G and 1G10G.
     using Values = std::array<uint32_t, 4>;
 
     Values voltageSwingCode{};
@@ -81,7 +82,7 @@ struct SupportedSfp
 /// The boards that there are settings for; a board id is an index.
 constexpr unsigned SFP_BOARDS = 16;
 
-/// Settings by board id for a module that has none of its own: those of product model 0 and those
-/// of the others.
+/// These are the settings by board id for a module that has none of its own: those of product model
+/// 0 and those of the others.
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VEL;
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VELM;

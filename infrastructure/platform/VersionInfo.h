@@ -14,6 +14,7 @@ class PlatformAbstractionInterface;
 class VersionInfo
 {
 public:
+    /// Key and value, as the display shows them.
     using Entry = QPair<QString, QString>;
 
     /// The table of this machine, made at first use.

@@ -23,12 +23,15 @@ namespace Tessorn {
 /// A record's text while it grows; short ones take no heap memory.
 using FieldText = QVarLengthArray<QChar, 256>;
 
+/// The text as it leaves this layer.
 inline QString toQString(const FieldText& text)
 {
     return QString(text.constData(), text.size());
 }
 
-/// How a type is written, read and compared. `read` leaves the value alone where it gives false.
+/// How a type is written, read and compared. All codecs, and Field, have the same three operations:
+/// `write` appends a value's text, `read` takes a whole text, and leaves the value alone where it
+/// gives false, and `same` compares two values.
 template <typename Type, typename = void>
 struct FieldCodec;
 
@@ -96,7 +99,8 @@ private:
 template <auto Last>
 struct EnumCodec
 {
-    using Enum = decltype(Last);
+    using Enum = decltype(Last); ///< the enumeration
+    /// What its values travel as.
     using Number = FieldCodec<std::underlying_type_t<Enum>>;
     static_assert(std::is_unsigned_v<std::underlying_type_t<Enum>>);
 
@@ -122,12 +126,14 @@ struct TrueFalse
     static constexpr QStringView YES = u"true";
     static constexpr QStringView NO = u"false";
 };
+/// The same as single letters.
 struct LetterTF
 {
     static constexpr QStringView YES = u"T";
     static constexpr QStringView NO = u"F";
 };
 
+/// A flag as one of two words, TrueFalse or LetterTF; any other text is refused.
 template <typename Words>
 struct FlagCodec
 {
@@ -183,12 +189,14 @@ struct VectorCodec
     }
 };
 
+/// The type of the member that a pointer to it stands for.
 template <typename Member>
 struct MemberTraits;
+/// For data members, the only ones that are fields.
 template <typename Class, typename Type>
 struct MemberTraits<Type Class::*>
 {
-    using type = Type;
+    using type = Type; ///< the member's
 };
 
 /// One field: a data member, how it is written, and the bits that name it in a mask of fields.

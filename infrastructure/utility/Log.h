@@ -42,6 +42,7 @@ public:
     /// True when there is a logger and it takes this level.
     explicit operator bool() const { return logger != nullptr; }
 
+    /// The text as UTF-8.
     LogLine& operator<<(const QString& text);
     LogLine& operator<<(QLatin1String text);
     /// The bytes as they stand.
@@ -65,7 +66,8 @@ private:
     fmt::memory_buffer line;
 };
 
-// The switch keeps an `else` that follows from binding to the `if` inside.
+/// A LogLine of a level as a statement: what is streamed into it is evaluated only if the level
+/// passes. The switch keeps an `else` that follows from binding to the `if` inside.
 #define VELLOG_AT(LEVEL)                                                                           \
     switch (0)                                                                                     \
     case 0:                                                                                        \
@@ -74,6 +76,7 @@ private:
         } else                                                                                     \
             vellogLine
 
+/// These begin a line of their level.
 #define VELLOG_TRACE() VELLOG_AT(LogLevel_Trace)
 #define VELLOG_DEBUG() VELLOG_AT(LogLevel_Debug)
 #define VELLOG_INFO() VELLOG_AT(LogLevel_Info)

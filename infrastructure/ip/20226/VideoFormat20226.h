@@ -16,6 +16,7 @@ struct VideoFormat20226
     /// `formatWord` is the second word of the payload header, in host byte order.
     explicit VideoFormat20226(quint32 formatWord);
 
+    /// SdiDataRate_Unknown where a reserved code would have to tell.
     static Sdi::SdiDataRate getRateFromVideoSourceFormatUInt(quint32 formatWord);
     /// True for the rates that are a multiple of 1 / 1.001.
     static bool getIs1001FromVideoSourceFormatUInt(quint32 formatWord);

@@ -18,6 +18,7 @@ public:
     ///
     ///   97,,239.1.2.3,0,5006,0,,0+2;3;0;1*2
     QString serialise() const override;
+    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
     static AudioFlowConfigTx deserialise(QStringView text, bool& ok);
 
     /// "Packet Time: 1 ms\nChannels: 2\nSource: Monitored Audio"

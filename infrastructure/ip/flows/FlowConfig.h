@@ -18,6 +18,7 @@ public:
     ///
     ///   96,,239.1.2.3,0,5006,0,,0+1|2
     QString serialise() const override;
+    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
     static FlowConfig deserialise(QStringView text, bool& ok);
 
     /// True when there is an identity and a protocol that the instrument knows.

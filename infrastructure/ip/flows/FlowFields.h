@@ -31,6 +31,7 @@ inline bool isSameIdentity(const IpMediaFlow& a, const IpMediaFlow& b)
 
 /// Appends the identity's fields.
 void writeIdentity(FieldText& text, const IpMediaFlow& flow);
+/// Reads what writeIdentity wrote; false for any other text, with fields ahead of the bad one set.
 bool readIdentity(QStringView text, IpMediaFlow& flow);
 
 /// The identity, "+", and the fields of `List` joined by `separator`.
@@ -44,6 +45,7 @@ QString writeFlow(const Flow& flow)
     return toQString(text);
 }
 
+/// The flow that writeFlow wrote. Any other text gives a default-made one, and `ok` is false.
 template <typename List, char16_t separator, typename Flow>
 Flow readFlow(QStringView text, bool& ok)
 {

@@ -23,17 +23,20 @@ enum FlowMode : quint32 {
     FlowMode_Unicast = 2,
 };
 
+/// What a list of flows is for: nothing, letting through, keeping out.
 enum FilterKind : quint32 {
     FilterKind_Any = 0,
     FilterKind_OnlyInclude = 1,
     FilterKind_Exclude = 2,
 };
 
+/// Who picks a flow: the user or the instrument.
 enum SelectionMode : quint32 {
     SelectionMode_Manual = 0,
     SelectionMode_Auto = 1,
 };
 
+/// The class by which flows are sorted.
 enum FlowClass : quint32 {
     FlowClass_A = 0,
     FlowClass_B = 1,
@@ -41,6 +44,7 @@ enum FlowClass : quint32 {
     FlowClass_D = 3,
 };
 
+/// What is shown when a flow has gone.
 enum LostSignalAction : quint32 {
     LostSignalAction_BlackScreen = 0,
     LostSignalAction_FreezeLastFrame = 1,
@@ -67,11 +71,13 @@ enum PackingMode : quint32 {
     PackingMode_Gpm = 1,
 };
 
+/// Where a video flow that is sent comes from.
 enum VideoTxSource : quint32 {
     VideoTxSource_Monitor = 0,
     VideoTxSource_Generator = 1,
 };
 
+/// Where an audio flow that is sent comes from.
 enum AudioTxSource : quint32 {
     AudioTxSource_MonitoredAudio = 0,
     AudioTxSource_MeteredAudio = 1,
@@ -87,11 +93,14 @@ QLatin1String toString(FlowMode mode);
 QLatin1String toKeyword(FlowMode mode);
 /// FlowMode_Mixed => "hybrid".
 QLatin1String toHybridKeyword(FlowMode mode);
+/// FilterKind_OnlyInclude => "OnlyInclude", FlowClass_A => "Class A"; each of these by its own
+/// name.
 QLatin1String toString(FilterKind kind);
 QLatin1String toString(SelectionMode mode);
 QLatin1String toString(FlowClass flowClass);
 /// LostSignalAction_BlackScreen => "Black Screen"; others => "?".
 QLatin1String toString(LostSignalAction action);
+/// Kind2110_20 => "2110-20"; each of these by its own name.
 QLatin1String toString(Kind2110 kind);
 QLatin1String toString(RateShaping shaping);
 QLatin1String toString(PackingMode mode);

@@ -11,6 +11,7 @@
 namespace Tessorn {
 namespace IpTypes {
 
+/// A media port of the instrument.
 enum IpInterface : quint32 {
     IpInterface_TessEth0 = 0,
     IpInterface_TessEth1 = 1,
@@ -50,8 +51,8 @@ QString inputSelectionToString(quint32 selection, quint32 boardModel);
 /// An interface's name or "Seamless A+B"; "Error" for others.
 QString outputSelectionToString(quint32 selection, quint32 boardModel);
 
-/// The selection with exactly this text. Any other text, "Error" too, gives 0 and sets *ok to
-/// false.
+/// The selection with exactly this text, for each of these. Any other text, "Error" too, gives 0
+/// and sets *ok to false.
 quint32 inputSelectionFromString(QStringView text, quint32 boardModel, bool* ok = nullptr);
 quint32 outputSelectionFromString(QStringView text, quint32 boardModel, bool* ok = nullptr);
 

@@ -17,6 +17,7 @@ public:
     ///
     ///   96,,239.1.2.3,0,5006,0,,0+1;2;3;4000000000000;5;6;7;T;8;9;10
     QString serialise() const override;
+    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
     static IpMediaFlowData deserialise(QStringView text, bool& ok);
 
     quint32 measurementField1 = 0;

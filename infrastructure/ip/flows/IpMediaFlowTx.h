@@ -12,6 +12,7 @@ class IpMediaFlowTx : public IpMediaFlow
 public:
     using IpMediaFlow::IpMediaFlow;
 
+    /// The identity from its text, as IpMediaFlow reads it.
     static IpMediaFlowTx deserialise(QStringView text, bool& ok);
 };
 

@@ -17,12 +17,14 @@ public:
     virtual ~TxMedia2110();
 };
 
+/// A video flow that is sent.
 class TxMedia2110_Video : public TxMedia2110
 {
 public:
     VideoFlowConfigTx flow;
 };
 
+/// An audio flow that is sent.
 class TxMedia2110_Audio : public TxMedia2110
 {
 public:

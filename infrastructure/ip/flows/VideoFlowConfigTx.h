@@ -16,6 +16,7 @@ public:
     ///
     ///   96,,239.1.2.3,0,5006,0,,0+1;0;1;1;true;0
     QString serialise() const override;
+    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
     static VideoFlowConfigTx deserialise(QStringView text, bool& ok);
 
     /// "PRS: Linear\nPacking Mode: BPM\nSource: Monitor"

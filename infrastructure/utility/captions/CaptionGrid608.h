@@ -85,6 +85,7 @@ public:
     /// The characters, with a blank where a cell is blank: 32 of them.
     QString text() const;
 
+    /// Takes all of a cell, its validity too, at a column from 0 to 31.
     void setCell(unsigned column, const CaptionCell608& cell);
     /// Writes into a cell and leaves it as valid as it is: see setValid.
     void write(unsigned column, CaptionLook608 look) { contents[column].look = look; }
@@ -92,6 +93,7 @@ public:
     void setValid(uint32_t columnBits) { validColumns |= columnBits; }
     /// Makes the cells from `column` to the end not valid and leaves all else in them.
     void clear(unsigned column = 0) { validColumns &= (uint32_t{1} << column) - 1; }
+    /// Makes one cell not valid and leaves all else in it.
     void clearCell(unsigned column) { validColumns &= ~(uint32_t{1} << column); }
 
     friend bool operator==(const CaptionRow608& a, const CaptionRow608& b);

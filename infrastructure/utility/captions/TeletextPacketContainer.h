@@ -34,6 +34,7 @@ public:
     /// Appends a record, made to point at `offset` of the bytes; a record of length 0 gets null.
     /// False, and nothing appended, where its display data would reach past the end.
     bool append(TeletextPacket packet, std::size_t offset);
+    /// Drops the records and keeps the bytes.
     void clearTeletextPackets() { packets.clear(); }
 
     /// The records, a line each.

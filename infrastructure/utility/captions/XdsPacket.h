@@ -25,6 +25,7 @@ constexpr bool operator!=(const XdsBytePair& a, const XdsBytePair& b)
     return !(a == b);
 }
 
+/// How far a packet has got: it is open until its end pair.
 enum XdsStatus : uint32_t {
     XdsStatus_Open,
     XdsStatus_ChecksumFailed,

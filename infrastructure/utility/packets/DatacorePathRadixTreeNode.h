@@ -15,6 +15,7 @@ struct DatacorePathRadixTreeNode
     QString name;
     std::deque<DatacorePathRadixTreeNode> kids;
 
+    /// The JSON form has these keys.
     static QString NAME_KEY() { return QStringLiteral("Core"); }
     static QString KIDS_KEY() { return QStringLiteral("Kids"); }
 

@@ -16,6 +16,7 @@ class ParcelTag
 public:
     virtual ~ParcelTag() = default;
 
+    /// These are the words ahead of what the tag encloses, and those behind it.
     virtual std::vector<quint32> getHeaderWords() const = 0;
     virtual std::vector<quint32> getFooterWords() const = 0;
 
@@ -40,6 +41,7 @@ protected:
                quint32(tagByteB) << 8 | (count & 0xFu);
     }
 
+    /// The words of an array, for the operations above.
     template <std::size_t count>
     static std::vector<quint32> toVector(const std::array<quint32, count>& words)
     {

@@ -34,6 +34,7 @@ struct MeterReading
     qint32 meterValue3 = 0;
     T level = 0;
 
+    /// A float travels as a double, an int as it is.
     using LevelOnWire = std::conditional_t<std::is_floating_point_v<T>, double, qint32>;
     static constexpr auto LAYOUT = RecordLayout::layout(
         RecordLayout::field<qint32>(&MeterReading::meterIndex),

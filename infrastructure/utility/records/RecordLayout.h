@@ -65,6 +65,10 @@ void take(Record& record, From& reader);
 template <typename Record>
 bool areEqual(const Record& a, const Record& b);
 
+// The parts of a layout. Each says how many bytes it takes on the wire (FIXED_SIZE, -1 where that
+// depends on the record; `size`), writes and reads its member (`put`, `take`), and compares it
+// (`isEqual`).
+
 /// A number: `Wire` says how it travels, the member how it is held.
 template <typename Wire, typename Owner, typename Held>
 struct Field
@@ -192,7 +196,7 @@ struct RecordList
 {
     List Owner::*member;
 
-    using Element = typename List::value_type;
+    using Element = typename List::value_type; ///< the record
     static constexpr int FIXED_SIZE = -1;
     static_assert(fixedSize<Element>() > 0, "a list's records have one size");
     qint64 size(const Owner& owner) const
@@ -229,36 +233,44 @@ struct RecordList
     }
 };
 
+// What a layout is written with.
+
+/// A number that travels as `Wire`.
 template <typename Wire, typename Owner, typename Held>
 constexpr Field<Wire, Owner, Held> field(Held Owner::*member)
 {
     return {member};
 }
 
+/// A number without a member: written as `value`, skipped when read.
 template <typename Wire>
 constexpr Placeholder<Wire> placeholder(Wire value)
 {
     return {value};
 }
 
+/// The elements of a std::array, without a count.
 template <typename Wire, typename Owner, typename Array>
 constexpr Run<Wire, Owner, Array> run(Array Owner::*member)
 {
     return {member};
 }
 
+/// An IPv4 address, null or not, in 5 bytes.
 template <typename Owner>
 constexpr Address<Owner> address(QHostAddress Owner::*member)
 {
     return {member};
 }
 
+/// A count and the numbers of a vector, which travel as they are held.
 template <typename Wire, typename Owner, typename List>
 constexpr NumberList<Wire, Owner, List> list(List Owner::*member)
 {
     return {member};
 }
 
+/// A count and the records of a vector, each by its own layout of a fixed size.
 template <typename Owner, typename List>
 constexpr RecordList<Owner, List> list(List Owner::*member)
 {
@@ -317,6 +329,7 @@ qint64 sizeOf(const Record& record)
                       Record::LAYOUT);
 }
 
+/// Writes the record's parts in their order; the writer must have room for sizeOf bytes.
 template <typename Record>
 void put(const Record& record, BigEndianWriter& writer)
 {

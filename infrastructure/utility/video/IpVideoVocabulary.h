@@ -28,6 +28,7 @@ enum Sampling2110 : quint32 {
     Sampling2110_Key = 11,
 };
 
+/// The depth of a sample.
 enum BitDepth2110 : quint32 {
     BitDepth2110_10 = 0,
     BitDepth2110_12 = 1,
@@ -36,6 +37,7 @@ enum BitDepth2110 : quint32 {
     BitDepth2110_16Float = 4,
 };
 
+/// The standard that names primaries and matrix (ITU-R BT., SMPTE ST).
 enum Colourimetry2110 : quint32 {
     Colourimetry2110_Bt709 = 0,
     Colourimetry2110_Bt2020 = 1,
@@ -47,6 +49,7 @@ enum Colourimetry2110 : quint32 {
     Colourimetry2110_Xyz = 7,
 };
 
+/// The transfer characteristic system.
 enum TransferCurve2110 : quint32 {
     TransferCurve2110_Sdr = 0,
     TransferCurve2110_Pq = 1,

@@ -121,6 +121,7 @@ inline constexpr Vocabulary::Row<LuminanceAndColourDifferenceSignal> LUMINANCE_S
     {LuminanceAndColourDifferenceSignal_ICtCp, "ICtCp"},
 };
 
+/// A code of the picture rate, what is shown for it, and the rate in numbers.
 struct FrameRateRow
 {
     FrameRate value;

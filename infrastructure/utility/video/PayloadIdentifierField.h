@@ -70,6 +70,7 @@ public:
         return mask;
     }
 
+    /// The field's value in the 32 bits; 0 for a field without bits.
     constexpr quint32 read(quint32 rawValue) const
     {
         const quint32 byte = rawValue >> getShift();
@@ -120,6 +121,7 @@ struct PayloadIdentifierFieldValue
 class PayloadIdentifierFieldMap
 {
 public:
+    /// A field of the table.
     struct Entry
     {
         PayloadIdentifierKey key;
@@ -143,6 +145,7 @@ public:
         return key < PAYLOAD_IDENTIFIER_KEY_COUNT ? fields[key] : PayloadIdentifierField();
     }
 
+    /// True when the table has a field with bits under this key.
     constexpr bool contains(PayloadIdentifierKey key) const { return get(key).getWidth() != 0; }
 
     /// The bits of all fields.

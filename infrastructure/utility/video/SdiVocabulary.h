@@ -52,6 +52,7 @@ enum PictureFormat : quint32 {
     PictureFormat_Progressive = 3,
 };
 
+/// A data rate, what is shown for it, and its clock.
 struct SdiDataRateRow
 {
     SdiDataRate value;

@@ -21,10 +21,13 @@ struct VideoStandardDescription
     QString colourimetry; ///< "Rec.2020"
 };
 
+/// What all links together carry. Immutable, so any thread may read it.
 class StandardFromPayloadIdentifier
 {
 public:
+    /// Shared by standards and never changed.
     using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
+    /// One for each link, in their order.
     using Identifiers = std::vector<Identifier>;
     /// One list for each field of the frame, with one entry for each sub-image, all equal.
     using TransmissionMetrics = std::vector<std::vector<FieldMetrics>>;

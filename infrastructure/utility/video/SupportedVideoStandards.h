@@ -15,11 +15,14 @@
 #include <string_view>
 #include <vector>
 
+/// The list and its two indexes; look-ups take the logarithm of its length.
 class SupportedVideoStandards
 {
 public:
+    /// Shared with whoever found it and never changed; null where a look-up found none.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
 
+    /// One standard of the list.
     struct Entry
     {
         Standard standard;

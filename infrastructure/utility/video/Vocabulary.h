@@ -19,6 +19,7 @@ struct Row
     std::string_view text; ///< ASCII
 };
 
+/// A view of the same ASCII text, which must stay where it is.
 constexpr QLatin1String latin1(std::string_view text)
 {
     return QLatin1String(text.data(), static_cast<int>(text.size()));

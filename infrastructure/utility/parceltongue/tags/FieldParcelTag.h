@@ -13,6 +13,7 @@
 class FieldParcelTag : public ParcelTag
 {
 public:
+    /// These are the sizes of what getHeader and getFooter give.
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 8; }
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
 

@@ -7,6 +7,7 @@
 class LineParcelTag : public ParcelTag
 {
 public:
+    /// These are the sizes of what getHeader and getFooter give.
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 4; }
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
 

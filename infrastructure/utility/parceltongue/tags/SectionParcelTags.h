@@ -9,6 +9,7 @@ template <ParcelTongue::TagType type>
 class SectionParcelTag : public ParcelTag
 {
 public:
+    /// These are the sizes of what getHeader and getFooter give.
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 4; }
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
 
@@ -31,6 +32,7 @@ private:
     }
 };
 
+/// These are the three stretches of a line.
 using VerticalBlankingParcelTag = SectionParcelTag<ParcelTongue::TagType_VerticalBlanking>;
 using HorizontalBlankingParcelTag = SectionParcelTag<ParcelTongue::TagType_HorizontalBlanking>;
 using ActivePictureParcelTag = SectionParcelTag<ParcelTongue::TagType_ActivePicture>;

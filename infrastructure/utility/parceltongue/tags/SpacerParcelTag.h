@@ -7,6 +7,7 @@
 class SpacerParcelTag : public ParcelTag
 {
 public:
+    /// The least that a run of words can be lengthened by.
     static constexpr quint32 NUM_WORDS_IN_TAG() { return 1; }
 
     SpacerParcelTag(quint8 byteA, quint8 byteB)

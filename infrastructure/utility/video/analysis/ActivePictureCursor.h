@@ -19,21 +19,24 @@
 class ActivePictureCursor
 {
 public:
+    /// One sample, in the picture and in the stream.
     struct CursorPosition
     {
+        /// In the reconstructed picture; blanking lies around it.
         struct Active
         {
             qint32 line = 0;   ///< from 1
             qint32 sample = 0; ///< from 0
             qint32 field = 0;  ///< 1 or 2 where the lines travel in two fields, otherwise 0
         };
+        /// In the stream, as the digital interface counts.
         struct Source
         {
-            qint32 line = 0;
+            qint32 line = 0; ///< from 1
             /// The same sample's line number in the other level B link; 0 when there is none.
             qint32 lineInOtherLevelBLink = 0;
-            qint32 sample = 0;
-            qint32 link = 0; ///< sub-image or link, from 0
+            qint32 sample = 0; ///< from 0, the first of the active picture
+            qint32 link = 0;   ///< sub-image or link, from 0
         };
 
         Active activePosition;
@@ -82,10 +85,12 @@ public:
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,
         Tessorn::Sdi::SubImageDivision division = Tessorn::Sdi::SubImageDivision_None);
+    /// The same in the form of level A, whatever form the standard takes.
     static CursorPosition cursorPositionFromSourcePositionLevelA(
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,
         Tessorn::Sdi::SubImageDivision division = Tessorn::Sdi::SubImageDivision_None);
+    /// The same in the line interleaved form of level B.
     static CursorPosition cursorPositionFromSourcePositionLevelBli(
         qint32 line, qint32 lineInOtherLevelBLink, qint32 sample, qint32 link,
         const StandardFromPayloadIdentifier& standard, bool forceDivision = false,

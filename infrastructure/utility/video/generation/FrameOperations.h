@@ -20,6 +20,7 @@ namespace FrameOperations {
 
 /// One 10-bit word in each element.
 using Frame = std::vector<quint16>;
+/// Two words as they follow one another on the line.
 using WordPair = std::array<quint16, 2>;
 
 /// 1 => 0x204, 0x200; 1125 => 0x194, 0x220. Bits above the eleven of a line number are left out.

@@ -13,6 +13,7 @@
 #include <QJsonObject>
 #include <QList>
 
+/// The catalogue in one file. Any object can be given; see isValid.
 class PatternsJsonObject
 {
 public:

@@ -15,6 +15,7 @@
 namespace Tessorn {
 namespace Types {
 
+/// Red, green and blue with alpha, in this order of words.
 struct PixelDataARGB
 {
     quint16 r = 0;
@@ -23,6 +24,7 @@ struct PixelDataARGB
     quint16 a = 0;
 };
 
+/// Red, green and blue.
 struct PixelDataRGB
 {
     quint16 r = 0;
@@ -30,6 +32,7 @@ struct PixelDataRGB
     quint16 b = 0;
 };
 
+/// Luma between the colour differences, then alpha.
 struct PixelDataAYCrCb
 {
     quint16 cr = 0;
@@ -38,6 +41,7 @@ struct PixelDataAYCrCb
     quint16 a = 0;
 };
 
+/// Luma and the colour differences.
 struct PixelDataYCbCr
 {
     quint16 y = 0;
@@ -49,6 +53,7 @@ struct PixelDataYCbCr
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
 
+/// Which of the four forms a picture's pixels have.
 enum PixelFormat : quint32 {
     PixelFormat_ARGB = 0,
     PixelFormat_RGB = 1,

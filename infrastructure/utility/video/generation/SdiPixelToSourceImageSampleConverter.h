@@ -23,7 +23,9 @@
 class SdiPixelToSourceImageSampleConverter
 {
 public:
+    /// In the order of transmission, without blanking.
     using Samples = std::vector<Tessorn::Types::Sdi20BitSample>;
+    /// Those of each link.
     using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
 
     /// Mode 1, 10-bit 4:2:2: (Y0, Cb0), (Y1, Cr0) for two pixels. The second pixel's colour is left

@@ -14,6 +14,7 @@ enum PatternColour : quint32 {
     PatternColour_Unknown = 2,
 };
 
+/// What the catalogue says of a pattern; the file names are relative to the catalogue's folder.
 struct TestPattern
 {
     QString title;

@@ -17,6 +17,7 @@
 
 #include "infrastructure/utility/video/metrics/FieldRegion.h"
 
+/// The regions of one field, and its size in the terms of store and interface.
 class FieldMetrics
 {
 public:
@@ -80,6 +81,7 @@ public:
                                            : sample - active.getWidth(),
                 location.lineNumber - 1};
     }
+    /// 280, 41 => 0, 42 in such a field.
     constexpr Tessorn::Types::DigitalInterfaceSampleLocation
     toDigitalInterfaceSampleLocation(const Tessorn::Types::SampleLocation& location) const
     {
@@ -121,6 +123,7 @@ public:
     // Which word of a line a store's sample is. `multiplexed` is set for a stream that interleaves
     // two 10-bit sources word by word, where each word comes twice (SMPTE ST 292-1, clause 5).
 
+    /// Words 4 and 5 of a line are its number: these tell the first, the second, either.
     static constexpr bool isFirstLineNumberWord(quint32 sample, bool multiplexed)
     {
         return isWord(sample, 4, 1, multiplexed);
@@ -133,6 +136,7 @@ public:
     {
         return isWord(sample, 4, 2, multiplexed);
     }
+    /// Words 6 and 7 are its CRC: these tell the first, the second, either.
     static constexpr bool isFirstCrcWord(quint32 sample, bool multiplexed)
     {
         return isWord(sample, 6, 1, multiplexed);

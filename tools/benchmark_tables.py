@@ -1,0 +1,111 @@
+#!/usr/bin/env python3
+"""Puts the tables of docs/performance.md behind its line "<!-- tables -->".
+
+    benchmark_tables.py FILE.json ...    what bench_* wrote with --benchmark_out=FILE.json
+                                         --benchmark_out_format=json; a table for each program,
+                                         with the medians of its runs
+"""
+import datetime
+import json
+import pathlib
+import re
+import statistics
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PAGE = ROOT / "docs" / "performance.md"
+MARK = "<!-- tables -->\n"
+TIMES = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1}
+STANDING = {"ratio", "must", "aim", "items_per_second", "bytes_per_second", "real_time", "cpu_time"}
+NOT_COUNTERS = {"family_index", "per_family_instance_index", "repetitions", "repetition_index",
+                "threads", "iterations"}
+
+
+def in_unit(value, units):
+    """A number to three digits with the largest unit that it reaches."""
+    for scale, unit in units:
+        if abs(value) >= scale:
+            return f"{value / scale:.3g} {unit}" if value / scale < 1000 else f"{value / scale:.0f} {unit}"
+    return f"{value:.3g}"
+
+
+def as_time(seconds):
+    return in_unit(seconds, [(1, "s"), (1e-3, "ms"), (1e-6, "µs"), (1e-9, "ns")])
+
+
+def as_rate(row):
+    if "bytes_per_second" in row:
+        return in_unit(row["bytes_per_second"], [(1e9, "GB/s"), (1e6, "MB/s"), (1e3, "kB/s")])
+    if "items_per_second" in row:
+        return in_unit(row["items_per_second"], [(1e9, "G/s"), (1e6, "M/s"), (1e3, "k/s"), (1, "/s")])
+    return ""
+
+
+def as_factor(row, key):
+    return f"{row[key]:.3g}" if row.get(key) else ""
+
+
+def median_of(rows):
+    """A row with the median of each figure, and the least and the largest ratio."""
+    middle = dict(rows[0])
+    for key, value in rows[0].items():
+        if isinstance(value, (int, float)):
+            middle[key] = statistics.median(row[key] for row in rows if key in row)
+    return middle, sorted(row["ratio"] for row in rows if "ratio" in row)
+
+
+def to_row(rows):
+    row, ratios = median_of(rows)
+    name = re.sub(r"/(manual_time|real_time|iterations:\d+|min_time:[\d.]+)", "", row["name"])
+    others = [f"{key} {value:.4g}" for key, value in row.items()
+              if isinstance(value, (int, float)) and key not in STANDING | NOT_COUNTERS]
+    ratio = as_factor(row, "ratio")
+    if row.get("must") and row["ratio"] < row["must"]:
+        ratio = f"**{ratio}**"
+    spread = f"{ratios[0]:.3g} to {ratios[-1]:.3g}" if len(ratios) > 1 else ""
+    cells = [f"`{name}`", as_time(row["real_time"] * TIMES[row["time_unit"]]), as_rate(row), ratio,
+             spread, as_factor(row, "must"), as_factor(row, "aim"), ", ".join(others)]
+    return "| " + " | ".join(cells) + " |"
+
+
+def introduction(name):
+    """What the program's first comment says."""
+    lines = []
+    for line in (ROOT / "bench" / f"{name}.cpp").read_text(encoding="utf-8").splitlines():
+        if not line.startswith("//"):
+            break
+        lines.append(line[3:])
+    return "\n".join(lines).split("\n\n")[0].split("\n  ")[0]
+
+
+def to_table(name, runs):
+    rows = {}
+    for run in runs:
+        for row in run["benchmarks"]:
+            if "error_message" not in row:
+                rows.setdefault(row["name"], []).append(row)
+    times = sorted(datetime.datetime.fromisoformat(run["context"]["date"]) for run in runs)
+    loads = sorted(run["context"]["load_avg"][0] for run in runs)
+    return "\n".join([f"## {name}", "", introduction(name), "",
+                      f"Runs: {len(runs)}, {times[0]:%Y-%m-%d}; load average {loads[0]:.0f} to "
+                      f"{loads[-1]:.0f}.", "",
+                      "| row | time | rate | ratio | of the runs | must | aim | besides |",
+                      "|---|---|---|---|---|---|---|---|", *map(to_row, rows.values()), ""])
+
+
+def main():
+    if len(sys.argv) < 2:
+        raise SystemExit(__doc__)
+    programs = {}
+    for word in sys.argv[1:]:
+        run = json.loads(pathlib.Path(word).read_text(encoding="utf-8"))
+        name = pathlib.Path(run["context"]["executable"]).name.replace("bench_", "")
+        programs.setdefault(name, []).append(run)
+    page = PAGE.read_text(encoding="utf-8")
+    head = page[: page.index(MARK) + len(MARK)]
+    tables = [to_table(name, runs) for name, runs in programs.items()]
+    PAGE.write_text(head + "\n" + "\n".join(tables), encoding="utf-8")
+
+
+if __name__ == "__main__":
+    main()
