@@ -2,21 +2,15 @@
 
 usage: bench_table.py JSON ...
 
-A row's ratio is its speed over its peer's: below `must` it fails, from `aim` on it is as fast as is
-wanted. Rows without a ratio are left out.
+A row's ratio is its speed over its peer's, measured in turn with it. "BELOW MUST" is too slow, "must"
+fast enough, "aim" as fast as is wanted. Rows that measure no ratio are left out; a row that could
+not run shows why.
 """
 import json
+import re
 import sys
 
-
-def rows(paths):
-    for path in paths:
-        with open(path, encoding="utf-8") as file:
-            text = file.read()
-        for run in json.loads(text)["benchmarks"] if text else []:
-            if "ratio" in run:
-                name = run["name"].split("/iterations:")[0].removesuffix("/manual_time")
-                yield name, run["ratio"], run["must"], run["aim"]
+HEADINGS = ("row", "ratio", "must", "aim", "reached")
 
 
 def verdict(ratio, must, aim):
@@ -27,14 +21,26 @@ def verdict(ratio, must, aim):
     return "aim" if ratio >= aim else "must"
 
 
+def rows(path):
+    with open(path, encoding="utf-8") as file:
+        text = file.read()
+    if not text:  # the filter left nothing of this program
+        return
+    for run in json.loads(text)["benchmarks"]:
+        name = re.sub(r"/(iterations:\d+|min_time:[\d.]+|manual_time|real_time)", "", run["name"])
+        if run.get("error_occurred"):
+            yield name, "-", "-", "-", run["error_message"]
+        elif "ratio" in run and run["run_type"] == "iteration":
+            figures = run["ratio"], run["must"], run["aim"]
+            yield name, *(f"{figure:.2f}" for figure in figures), verdict(*figures)
+
+
 def main(paths):
-    table = [("row", "ratio", "must", "aim", "reached")]
-    table += [(name, f"{ratio:.2f}", f"{must:.2f}", f"{aim:.2f}", verdict(ratio, must, aim))
-              for name, ratio, must, aim in rows(paths)]
+    table = [HEADINGS] + [row for path in paths for row in rows(path)]
     widths = [max(map(len, column)) for column in zip(*table)]
-    for row in table:
-        print(row[0].ljust(widths[0]), *(cell.rjust(width) for cell, width
-                                         in zip(row[1:4], widths[1:4])), row[4], sep="  ")
+    for name, *figures, reached in table:
+        cells = [figure.rjust(width) for figure, width in zip(figures, widths[1:])]
+        print(name.ljust(widths[0]), *cells, reached, sep="  ")
 
 
 if __name__ == "__main__":
