@@ -35,6 +35,10 @@ run_valgrind() {
         "$root/sw/infrastructure_test/testsources" --order rand --rng-seed 1
 }
 
+run_tsan() {
+    TSAN_OPTIONS="suppressions=$root/tools/tsan.supp history_size=7 ${TSAN_OPTIONS:-}" run_ctest tsan
+}
+
 run_fuzzers() {
     install_packages fuzz
     build_preset fuzz
@@ -75,14 +79,14 @@ case "${1:-}" in
     run_ctest asan-ubsan
     ;;
 --quick) run_ctest release ;;
---tsan) run_ctest tsan ;;
+--tsan) run_tsan ;;
 --valgrind) run_valgrind ;;
 --fuzz) run_fuzzers ;;
 --armhf) run_armhf ;;
 --all)
     run_release
     run_ctest asan-ubsan
-    run_ctest tsan
+    run_tsan
     run_valgrind
     run_fuzzers
     run_armhf
