@@ -392,7 +392,9 @@ TEST_CASE("More than can be held for a packet closes the link", "[packets]")
     REQUIRE(connection.adoptSocket(adopted));
     socket->feed(QByteArray());
     CHECK_FALSE(connection.isConnected());
-    CHECK(log.lines().join('\n').contains(QStringLiteral("error: Incoming packet exceeds ")));
+    CHECK(log.lines()
+              .join(QLatin1Char('\n'))
+              .contains(QStringLiteral("error: Incoming packet exceeds ")));
 }
 
 TEST_CASE("Socket errors have names", "[packets]")
