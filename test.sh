@@ -29,10 +29,10 @@ run_valgrind() {
     install_packages valgrind
     echo "== valgrind"
     build_preset release infrastructure_ctest
-    valgrind --quiet --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite \
-        --suppressions="$root/tools/valgrind.supp" \
+    valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
+        --errors-for-leak-kinds=definite --suppressions="$root/tools/valgrind.supp" \
         "$root/build/release/sw/infrastructure_test/infrastructure_ctest" \
-        "$root/sw/infrastructure_test/testsources" --order rand --rng-seed 1
+        "$root/sw/infrastructure_test/testsources" --order rand --rng-seed 1 "~[vfork]"
 }
 
 run_tsan() {
