@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks in Release: ./bench.sh [FILTER]
+# Builds and runs the benchmarks in Release, and prints one table of their ratios at the end:
+#   ./bench.sh [FILTER]
 # FILTER is a regular expression over the benchmarks' names.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -7,7 +8,12 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 install_packages build bench
 build_preset bench >&2
+results=$(mktemp -d)
+trap 'rm -rf "$results"' EXIT
 for program in "$root"/build/bench/bench/bench_*; do
     [ -x "$program" ] && [ -f "$program" ] || continue
-    "$program" --benchmark_counters_tabular=true ${1:+--benchmark_filter="$1"}
+    "$program" --benchmark_counters_tabular=true ${1:+--benchmark_filter="$1"} \
+        --benchmark_out="$results/${program##*/}.json" --benchmark_out_format=json
 done
+echo
+python3 "$root/tools/bench_table.py" "$results"/*.json

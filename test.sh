@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test.
-#   ./test.sh          Release, then the same under the address and undefined sanitizers
-#   ./test.sh --quick  Release only
-#   ./test.sh --tsan   the thread sanitizer build
-#   ./test.sh --fuzz   each fuzzer for FUZZ_SECONDS (60)
-#   ./test.sh --soak   server and clients under load for SOAK_SECONDS (600)
-#   ./test.sh --docs   what the documents name exists, and what is public is documented
+# Installs what is missing, builds, and runs the tests.
+#   ./test.sh             Release, then the same under the address and undefined sanitizers
+#   ./test.sh --quick     Release only
+#   ./test.sh --tsan      the thread sanitizer build
+#   ./test.sh --valgrind  the cases of the Release build under memcheck
+#   ./test.sh --fuzz      each fuzzer for FUZZ_SECONDS (60)
+#   ./test.sh --soak      server and clients under load for SOAK_SECONDS (600)
+#   ./test.sh --docs      what the documents name exists, and what is public is documented
+#   ./test.sh --armhf     32-bit ARM, under user-mode emulation
+#   ./test.sh --all       all of these but --soak and --docs
+#   ./test.sh --coverage  lines of infrastructure/ that the tests reach; details in build/coverage
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
@@ -18,8 +22,27 @@ run_ctest() {
         --label-exclude long
 }
 
+run_release() {
+    build_preset release all_verify_interface_header_sets
+    run_ctest release
+}
+
+run_valgrind() {
+    install_packages valgrind
+    echo "== valgrind"
+    build_preset release infrastructure_ctest
+    valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
+        --errors-for-leak-kinds=definite --suppressions="$root/tools/valgrind.supp" \
+        "$root/build/release/sw/infrastructure_test/infrastructure_ctest" \
+        "$root/sw/infrastructure_test/testsources" --order rand --rng-seed 1 "~[vfork]"
+}
+
+run_tsan() {
+    TSAN_OPTIONS="suppressions=$root/tools/tsan.supp history_size=7 ${TSAN_OPTIONS:-}" run_ctest tsan
+}
+
 run_fuzzers() {
-    install_packages build fuzz
+    install_packages fuzz
     build_preset fuzz
     local fuzzer corpus count=0
     for fuzzer in "$root"/build/fuzz/fuzz/fuzz_*; do
@@ -35,20 +58,52 @@ run_fuzzers() {
     echo "$count passed, 0 failed"
 }
 
+run_armhf() {
+    install_packages armhf
+    "$root/tools/armhf_sysroot.sh" "$root/build/armhf-sysroot"
+    run_ctest armhf
+}
+
+run_soak() {
+    build_preset release
+    SOAK_SECONDS=${SOAK_SECONDS:-600} ctest --test-dir "$root/build/release" -V \
+        -R '^process\.soak$' --no-tests=error
+}
+
+run_coverage() {
+    install_packages coverage
+    mkdir -p "$root/build/coverage/report"
+    find "$root/build/coverage" -name '*.gcda' -delete
+    run_ctest coverage
+    gcovr --root "$root" --filter "$root/infrastructure/" --fail-under-line 90 --print-summary \
+        --sort-uncovered --txt --html-details "$root/build/coverage/report/index.html" \
+        "$root/build/coverage"
+}
+
 install_packages build test
 case "${1:-}" in
 '')
-    build_preset release all_verify_interface_header_sets
-    run_ctest release
+    run_release
     run_ctest asan-ubsan
     ;;
 --quick) run_ctest release ;;
---tsan) run_ctest tsan ;;
+--tsan) run_tsan ;;
+--valgrind) run_valgrind ;;
 --fuzz) run_fuzzers ;;
---soak) build_preset release && SOAK_SECONDS=${SOAK_SECONDS:-600} ctest --test-dir "$root/build/release" -V -R '^process\.soak$' --no-tests=error ;;
+--soak) run_soak ;;
 --docs) install_packages docs && python3 "$root/tools/check_docs.py" links headers ;;
+--armhf) run_armhf ;;
+--all)
+    run_release
+    run_ctest asan-ubsan
+    run_tsan
+    run_valgrind
+    run_fuzzers
+    run_armhf
+    ;;
+--coverage) run_coverage ;;
 *)
-    sed -n '2,8s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

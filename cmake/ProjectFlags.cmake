@@ -19,3 +19,18 @@ function(infrastructure_flags target)
     target_link_options(${target} PRIVATE -fsanitize=${INFRASTRUCTURE_SANITIZE})
   endif()
 endfunction()
+
+# infrastructure_runnable(OUT TARGET): what a shell or script starts to run TARGET: the program, or
+# where it is built for another machine a script that starts it in the emulator.
+function(infrastructure_runnable out target)
+  if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    set(${out} $<TARGET_FILE:${target}> PARENT_SCOPE)
+    return()
+  endif()
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/emulated_${target})
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
+  file(GENERATE OUTPUT ${script}
+       CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${target}>' \"$@\"\n"
+       FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+  set(${out} ${script} PARENT_SCOPE)
+endfunction()

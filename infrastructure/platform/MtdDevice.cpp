@@ -144,11 +144,11 @@ int eraseRange(int descriptor, const mtd_info_user& info, uint64_t offset, uint6
     }
     if (offset % info.erasesize != 0) {
         offset -= offset % info.erasesize;
-        complain("Moving device start offset to erase boundary, new start offset: %ld\n",
-                 static_cast<long>(offset));
+        complain("Moving device start offset to erase boundary, new start offset: %lld\n",
+                 static_cast<long long>(offset));
     }
-    say("Erase in progress (%d sectors from offset 0x%08lX): ...\n", static_cast<int>(sectors),
-        static_cast<unsigned long>(offset));
+    say("Erase in progress (%d sectors from offset 0x%08llX): ...\n", static_cast<int>(sectors),
+        static_cast<unsigned long long>(offset));
     return eraseBlocks(descriptor, offset, sectors, info.erasesize) ? 0 : -1;
 }
 
@@ -209,8 +209,8 @@ bool openDestination(CopyEnd& end)
 bool fitsDevice(const CopyEnd& end, uint64_t sizeBytes)
 {
     if (end.isDevice && sizeBytes > end.info.size) {
-        complain("Size requested is %zd bytes but mtd is only %u bytes\n",
-                 static_cast<ssize_t>(sizeBytes), end.info.size);
+        complain("Size requested is %lld bytes but mtd is only %u bytes\n",
+                 static_cast<long long>(sizeBytes), end.info.size);
         return false;
     }
     return true;
@@ -282,7 +282,7 @@ bool copy(const std::string& sourcePath, const std::string& destinationPath, int
     if (!destinationIsOpen || !fitsDevice(to, total)) {
         return false;
     }
-    say("%zd bytes to transfer\n", static_cast<ssize_t>(total));
+    say("%lld bytes to transfer\n", static_cast<long long>(total));
     if (to.isDevice && mtdErase(to.path, 0, static_cast<int64_t>(total)) != 0) {
         complain("Write failed, could not erase device %s first\n", to.path.c_str());
         return false;

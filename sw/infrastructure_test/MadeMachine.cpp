@@ -142,9 +142,9 @@ int MadeMachine::eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64
         errno = EIO;
         return -1;
     }
-    const std::vector<char> ones(length, '\xFF');
-    REQUIRE(::pwrite(descriptor, ones.data(), length, static_cast<off_t>(start)) ==
-            static_cast<ssize_t>(length));
+    const std::vector<char> ones(flash.eraseBytes, '\xFF');
+    REQUIRE(::pwrite(descriptor, ones.data(), ones.size(), static_cast<off_t>(start)) ==
+            static_cast<ssize_t>(ones.size()));
     flash.erased.push_back(block);
     return 0;
 }

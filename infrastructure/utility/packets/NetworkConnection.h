@@ -31,9 +31,10 @@ class NetworkConnection : public QObject, public SerialisableDataPacketAcceptorI
 public:
     /// Above this many buffered bytes raw data packets are discarded.
     static constexpr int DISCARD_THRESHOLD_BYTES = 131072;
-    /// The most bytes that can wait for a packet to be complete. A peer that sends a packet beyond
-    /// it can't be served: the link is closed, with a log line.
-    static constexpr int MAX_BUFFERED_BYTES = 0x7FFF0000;
+    /// The most bytes that can wait for a packet to be complete: what a QByteArray can hold, or a
+    /// sixteenth of the addresses where these have 32 bits. A peer that sends a packet beyond it
+    /// can't be served: the link is closed, with a log line.
+    static constexpr int MAX_BUFFERED_BYTES = sizeof(void*) > 4 ? 0x7FFF0000 : 0x10000000;
 
     /// Not connected. `context` is kept for whoever made the connection.
     explicit NetworkConnection(QObject* parent = nullptr, quint32 context = 0);

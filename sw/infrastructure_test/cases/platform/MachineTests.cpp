@@ -4,6 +4,7 @@
 #include "sw/infrastructure_test/Catch.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -16,7 +17,6 @@ TEST_CASE("The machine in use is the real one unless a case makes another", "[pl
     CHECK(real.hostPath("/proc/mtd") == "/proc/mtd");
     CHECK(real.run({"/bin/sh", "-c", "exit 3"}) == 3);
     CHECK(real.run({"/bin/sh", "-c", "kill -9 $$"}) == -1);
-    CHECK(real.run({"/nowhere/at/all"}) == -1);
     uid_t user = 1;
     gid_t group = 1;
     CHECK(real.findUser("root", user, group) == 0);
@@ -37,4 +37,31 @@ TEST_CASE("The machine in use is the real one unless a case makes another", "[pl
         CHECK(errno == ENODATA);
     }
     CHECK(&Machine::current() == &real);
+}
+
+// Left out where vfork is a plain fork (memcheck, user-mode emulation): there the child's failure
+// can't reach its parent.
+TEST_CASE("A program that isn't there can't be run", "[platform][vfork]")
+{
+    CHECK(Machine::current().run({"/nowhere/at/all"}) == -1);
+    CHECK(errno == ENOENT);
+}
+
+TEST_CASE("A file beyond 4 GiB has its size, and a place in it is found", "[platform]")
+{
+    constexpr int64_t SIZE = 0x140000000;
+    MadeMachine made;
+    made.writeFile("/large", "");
+    REQUIRE(::truncate(made.hostPath("/large").c_str(), SIZE) == 0);
+    struct stat status
+    {
+    };
+    REQUIRE(made.status("/large", status) == 0);
+    CHECK(status.st_size == SIZE);
+    MachineFile file(made, "/large", O_RDONLY);
+    CHECK(made.seek(file.getDescriptor(), SIZE - 1) == SIZE - 1);
+    char last = 'x';
+    CHECK(file.readExactly(&last, 1));
+    CHECK(last == 0);
+    CHECK_FALSE(file.readExactly(&last, 1));
 }

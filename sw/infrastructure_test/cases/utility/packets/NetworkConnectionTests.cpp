@@ -376,6 +376,27 @@ TEST_CASE("Packets that came before a socket was adopted are delivered", "[packe
     CHECK(waitFor([&] { return receiver.numbers == numbersUpTo(1); }));
 }
 
+TEST_CASE("More than can be held for a packet closes the link", "[packets]")
+{
+    struct FullSocket : MemorySocket
+    {
+        qint64 bytesAvailable() const override
+        {
+            return NetworkConnection::MAX_BUFFERED_BYTES + qint64(1);
+        }
+    };
+    const LogCapture log;
+    NetworkConnection connection;
+    auto* const socket = new FullSocket;
+    std::unique_ptr<QTcpSocket> adopted(socket);
+    REQUIRE(connection.adoptSocket(adopted));
+    socket->feed(QByteArray());
+    CHECK_FALSE(connection.isConnected());
+    CHECK(log.lines()
+              .join(QLatin1Char('\n'))
+              .contains(QStringLiteral("error: Incoming packet exceeds ")));
+}
+
 TEST_CASE("Socket errors have names", "[packets]")
 {
     const auto name = [](int error) {

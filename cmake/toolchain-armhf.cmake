@@ -1,0 +1,20 @@
+# 32-bit ARM, hard float: Debian's cross compiler against the sysroot of tools/armhf_sysroot.sh.
+# Programs that the build or CTest runs go through the user-mode emulator.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+# The compiler's notes on what GCC 7 changed: all that is linked is newer.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+
+set(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot)
+cmake_path(NORMAL_PATH CMAKE_SYSROOT)
+if(NOT EXISTS ${CMAKE_SYSROOT}/.complete)
+  message(FATAL_ERROR "No sysroot: run tools/armhf_sysroot.sh ${CMAKE_SYSROOT}")
+endif()
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${CMAKE_SYSROOT})
