@@ -148,7 +148,7 @@ SELF_EXPLAINING = re.compile(
       | .*\)\ (const\ )?override\ \(                 # explained at the base
       | \w+\(\)\ const\ \(                          # a query without argument
       | set[A-Z]\w*\([^,]*\)\ \((function|slot)\)    # its setter
-      | \w+(\[\d+\])?\ \(variable\)\ of\ (struct|class)       # a field, named for what it holds
+      | \w+(\[\w+\])*\ \(variable\)\ of\ (struct|class)       # a field, named for what it holds
       | [A-Z_0-9]+(\[\])?\ \(variable\)                # a table or limit, named for what it holds
       | DATACORE_\w+(\(.*\))?\ \(macro                 # of no use outside their headers
       | VELLOG_\w+\(\)\ \(macro                        # one for each level

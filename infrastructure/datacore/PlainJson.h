@@ -58,6 +58,7 @@ public:
     explicit PlainJsonItems(const PlainJsonValue& container);
 
     bool isAtEnd() const { return value.isMissing(); }
+    /// Goes on to the next item, or to the end.
     void next();
 
     QLatin1String getKey() const { return key; } ///< empty in an array

@@ -82,6 +82,7 @@ protected:
     /// A payload that is written as text: the room for its length, and an object begun with its
     /// "Class". Further members follow, each with its comma, and then endPayload.
     static QByteArray beginPayload(const QString& className, int ordinaryBytes);
+    /// Closes the object and fills in the length; what is returned shares the bytes of `payload`.
     static Payload endPayload(QByteArray& payload);
 
     /// A packet whose text has been written already. It is parsed if the object is looked at.
@@ -100,8 +101,9 @@ protected:
     /// True while the content is plain text, of which no object has been built; `plainValue` is
     /// for that time alone, and its result goes with the packet.
     bool isPlainText() const;
+    /// Missing where the object has no such key.
     PlainJsonValue plainValue(QLatin1String key) const;
-    // These build no object of the packet where the text is plain.
+    /// These build no object of the packet where the text is plain.
     bool contains(QLatin1String key) const;
     QJsonValue value(QLatin1String key) const;    ///< builds no more than this value
     QString stringValue(QLatin1String key) const; ///< empty where there is no string

@@ -17,6 +17,7 @@ struct ColourBlock
     alignas(32) quint16 doubts[PIXELS]; ///< not 0: a result is too close to an edge
 };
 
+/// Three linear functions of a pixel's components, with the limits of their results.
 struct ColourEstimate
 {
     /// A result before it is rounded to the nearest integer and held to its limits.
@@ -34,6 +35,7 @@ struct ColourEstimate
     /// are held to their limits.
     using Function = void (*)(const ColourEstimate& estimate, ColourBlock& block);
 
+    /// The plain form of it.
     static void run(const ColourEstimate& estimate, ColourBlock& block);
 
     /// The fastest form on this machine. All give the same.

@@ -8,6 +8,7 @@
 
 namespace WordVector {
 
+/// Eight words, which the arithmetic of the language works on one by one.
 using Words = quint16 __attribute__((vector_size(16)));
 
 constexpr std::size_t COUNT = sizeof(Words) / sizeof(quint16);
@@ -37,6 +38,7 @@ inline Words loadHalves(const quint16* first, const quint16* second)
     return result;
 }
 
+/// Writes all eight, 16 bytes, to a place of any alignment.
 inline void store(Words words, void* target)
 {
     std::memcpy(target, &words, sizeof words);
@@ -61,6 +63,7 @@ Words pick(Words first, Words second)
     return __builtin_shufflevector(first, second, places...);
 }
 
+/// The same among eight words alone.
 template <int... places>
 Words pick(Words words)
 {
