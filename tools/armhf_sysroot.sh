@@ -60,6 +60,9 @@ find "$sysroot" -type l -lname '/*' -printf '%P\t%l\n' | while IFS=$'\t' read -r
     ln -sfnr "$sysroot$target" "$sysroot/$link"
 done
 
+# libsensors can't read a folder through the emulator where the file system's offsets have 64 bits.
+rm -rf "$sysroot/etc/sensors.d"
+
 # Qt's CMake files look for these beside its libraries, and they run on this machine.
 for tool in moc rcc; do
     ln -sfn "$host_tools/$tool" "$sysroot/usr/lib/qt5/bin/$tool"

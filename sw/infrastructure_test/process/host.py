@@ -21,7 +21,7 @@ FEW_CASES = f"{ENSURE},Socket errors have names,Parity bits*"
 
 
 def run(host, *words):
-    return subprocess.run([host, *words], capture_output=True, text=True, timeout=60, check=False)
+    return subprocess.run([host, *words], capture_output=True, text=True, timeout=300, check=False)
 
 
 def check(holds, what, result=None):

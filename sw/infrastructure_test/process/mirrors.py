@@ -65,8 +65,8 @@ def main(server_program, client_program, mirror_program):
     server, port = start_server(server_program)
 
     def tool(*words):
-        return subprocess.run([client_program, "--port", str(port), "--timeout", "20000", *words],
-                              capture_output=True, text=True, timeout=30, check=False)
+        return subprocess.run([client_program, "--port", str(port), "--timeout", "200000", *words],
+                              capture_output=True, text=True, timeout=300, check=False)
 
     try:
         mirrors = [Mirror(mirror_program, port, seed) for seed in (1, 2, 3)]
