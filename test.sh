@@ -76,7 +76,7 @@ run_coverage() {
     find "$root/build/coverage" -name '*.gcda' -delete
     run_ctest coverage
     gcovr --root "$root" --filter "$root/infrastructure/" --fail-under-line 90 --print-summary \
-        --sort-uncovered --txt --html-details "$root/build/coverage/report/index.html" \
+        --sort-uncovered --txt - --html-details "$root/build/coverage/report/index.html" \
         "$root/build/coverage"
 }
 

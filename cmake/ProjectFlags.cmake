@@ -27,10 +27,14 @@ function(infrastructure_runnable out target)
     set(${out} $<TARGET_FILE:${target}> PARENT_SCOPE)
     return()
   endif()
-  set(script ${CMAKE_CURRENT_BINARY_DIR}/emulated_${target})
-  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
-  file(GENERATE OUTPUT ${script}
-       CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${target}>' \"$@\"\n"
-       FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+  get_property(script GLOBAL PROPERTY infrastructure_emulated_${target})
+  if(NOT script)
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/emulated_${target})
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
+    file(GENERATE OUTPUT ${script}
+         CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${target}>' \"$@\"\n"
+         FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set_property(GLOBAL PROPERTY infrastructure_emulated_${target} ${script})
+  endif()
   set(${out} ${script} PARENT_SCOPE)
 endfunction()

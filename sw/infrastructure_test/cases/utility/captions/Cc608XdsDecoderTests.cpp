@@ -320,6 +320,10 @@ TEST_CASE("Classes follow from the start code", "[captions]")
         REQUIRE(packet.append({static_cast<uint8_t>(code), 1, 0, 0}));
         CHECK(packet.classIndex() == (code % 2 == 1 && code <= 13 ? code / 2 : 7));
     }
+    XdsPacket other = packet;
+    CHECK(other == packet);
+    REQUIRE(other.append({'A', 'B', 0, 0}));
+    CHECK_FALSE(other == packet);
     CHECK(XdsPacket::className(6) == QStringLiteral("Private data"));
     CHECK(XdsPacket::className(7) == QStringLiteral("Unknown"));
 }

@@ -101,6 +101,7 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
     CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePathRadixTreePacket","ClientId":"me",)"
                                         R"("ConfigTreeObject":{"Core":"A","Kids":[{"Core":"B"},)"
                                         R"({"Core":"C","Kids":[{"Core":"D"}]}]}})"));
+    CHECK(packet.getClientId() == QStringLiteral("me"));
     CHECK(packet.containsConfigTree());
     CHECK_FALSE(packet.containsStatusTree());
     CHECK_FALSE(packet.containsCommandTree());

@@ -67,6 +67,16 @@ constexpr quint32 PSF30_12G_RGB = 0xCE478201;
 
 } // namespace
 
+TEST_CASE("A standard has the bits of its first link", "[video]")
+{
+    constexpr quint32 transferOfTwo = 2u << 20;
+    const Standard standard({createPayloadIdentifier(PSF24_2048_1G5 | transferOfTwo),
+                             createPayloadIdentifier(P50_DUAL_LINK)});
+    CHECK(standard.getPicutreInterlaced() == 1);
+    CHECK(standard.getTransportInterlaced() == 0);
+    CHECK(standard.getTransferCharacteristics() == 2);
+}
+
 TEST_CASE("Links together make an aggregate rate", "[video]")
 {
     const QStringList expected = {
