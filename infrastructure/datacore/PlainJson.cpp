@@ -220,8 +220,9 @@ bool PlainJsonIndex::read(const char* text, int size)
                              ++found;
                          })
             : nullptr;
-    count = past == end && found <= MAX_MEMBERS ? found : 0;
-    return past == end && found <= MAX_MEMBERS;
+    const bool isPlain = past != nullptr && past == end && found <= MAX_MEMBERS;
+    count = isPlain ? found : 0;
+    return isPlain;
 }
 
 PlainJsonValue PlainJsonIndex::find(const char* text, QLatin1String key) const

@@ -161,6 +161,7 @@ TEST_CASE("Plain text is told from any other, and holds what a parser finds", "[
         INFO(text);
         CHECK_FALSE(isPlain(text));
     }
+    CHECK_FALSE(PlainJsonIndex().read(nullptr, 0)); // a packet without payload
     CHECK(isPlain(nested(100)));
     CHECK_FALSE(isPlain(nested(1000)));
     CHECK_FALSE(isPlain(nested(100000)));
