@@ -374,10 +374,20 @@ private:
     }
 };
 
+/// The levels of a bush with so many leaves.
+int levelsOf(int64_t leaves)
+{
+    int levels = 0;
+    for (; leaves > 1; leaves /= 10) {
+        ++levels;
+    }
+    return levels;
+}
+
 void findByPath(benchmark::State& state)
 {
-    const Bush<DatacoreBase> bush(4);
-    const Bush<LiteralDatacore> literal(4);
+    const Bush<DatacoreBase> bush(levelsOf(state.range(0)));
+    const Bush<LiteralDatacore> literal(levelsOf(state.range(0)));
     const auto find = [](const auto& tree) {
         return [&tree] {
             for (std::size_t i = 0; i < tree.paths.size(); ++i) {
@@ -391,8 +401,8 @@ void findByPath(benchmark::State& state)
 
 void givePath(benchmark::State& state)
 {
-    const Bush<DatacoreBase> bush(4);
-    const Bush<LiteralDatacore> literal(4);
+    const Bush<DatacoreBase> bush(levelsOf(state.range(0)));
+    const Bush<LiteralDatacore> literal(levelsOf(state.range(0)));
     const auto give = [](const auto& tree) {
         return [&tree] {
             for (const auto* leaf : tree.leaves) {
@@ -455,8 +465,8 @@ SIZES(writeBesideBare<Shape_Wide>);
 SIZES(writeBesideBare<Shape_Groups>);
 SIZES(readUnchanged);
 BENCHMARK(readChanged)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(findByPath)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(givePath)->UseManualTime()->Unit(benchmark::kMillisecond);
+SIZES(findByPath);
+SIZES(givePath);
 BENCHMARK_TEMPLATE(bytesForEachLeaf, NumberTree)->Iterations(1);
 BENCHMARK_TEMPLATE(bytesForEachLeaf, Tree<LiteralDatacore>)->Iterations(1);
 

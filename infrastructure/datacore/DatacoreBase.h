@@ -142,7 +142,7 @@ private:
     struct NameOrder
     {
         using is_transparent = void;
-        bool operator()(QStringView a, QStringView b) const { return a < b; }
+        bool operator()(QStringView a, QStringView b) const;
     };
     using Children = std::map<QString, DatacoreBase*, NameOrder>;
 

@@ -126,7 +126,8 @@ auto DatacoreNumber<T>::convertAll(DatacoreValidStatusMessages& reasons) const -
     bool allOk = true;
     for (int i = 0; i < getDataCount(); ++i) {
         bool ok = false;
-        numbers.append(deserialise(getDataAt(i), ok));
+        const T number = deserialise(getDataAt(i), ok);
+        numbers.append(ok ? number : T());
         allOk = allOk && ok;
     }
     reasons.clear();

@@ -27,7 +27,8 @@ public:
     DatacoreNumber(const QString& name, DatacoreBase* parentNode, T number);
     DatacoreNumber(const QString& name, DatacoreBase* parentNode, const std::deque<T>& numbers);
 
-    /// The first value. `ok` is false where it is no number, or there is none; then 0.
+    /// The first value. `ok` is false where it is no number, or there is none; then what
+    /// `deserialise` gives.
     T getDataNumber(bool& ok) const;
     /// All values. `ok` is false where one is no number; 0 stands in its place.
     std::deque<T> getDataNumbers(bool& ok) const;
@@ -35,8 +36,8 @@ public:
     void setDataNumber(T number);
     void setDataNumbers(const std::deque<T>& numbers);
 
-    /// The number that a text stands for; `ok` is false, and the number 0, where it stands for
-    /// none.
+    /// The number that a text stands for. Where it stands for none, `ok` is false and the number 0,
+    /// or infinity for a floating number that is too large.
     static T deserialise(const QString& text, bool& ok);
 
 protected:

@@ -26,7 +26,15 @@ template <typename T>
 DatacoreNumberSetLimits<T>::DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode,
                                                     T minimum, T maximum,
                                                     const std::deque<T>& numbers)
-    : DatacoreNumberLimits<T>(CLASSNAME(), name, parentNode, minimum, maximum, numbers)
+    : DatacoreNumberSetLimits(CLASSNAME(), name, parentNode, minimum, maximum, numbers)
+{
+}
+
+template <typename T>
+DatacoreNumberSetLimits<T>::DatacoreNumberSetLimits(const QString& className, const QString& name,
+                                                    DatacoreBase* parentNode, T minimum, T maximum,
+                                                    const std::deque<T>& numbers)
+    : DatacoreNumberLimits<T>(className, name, parentNode, minimum, maximum, numbers)
 {
     this->initialiseStatus();
 }

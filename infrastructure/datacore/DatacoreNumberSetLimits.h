@@ -20,6 +20,10 @@ public:
                             const std::deque<T>& numbers);
 
 protected:
+    /// For a subclass with a class name of its own.
+    DatacoreNumberSetLimits(const QString& className, const QString& name, DatacoreBase* parentNode,
+                            T minimum, T maximum, const std::deque<T>& numbers);
+
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
 };
 

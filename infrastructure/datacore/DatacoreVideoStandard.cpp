@@ -57,22 +57,19 @@ DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* 
 DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode,
                                              const Standards& standards)
     : DatacoreBase(CLASSNAME(), name, parentNode, toTexts(standards))
-    , cache(readStandards())
 {
+    readStandards();
     initialiseStatus();
 }
 
 Standard DatacoreVideoStandard::getDataVideoStandard() const
 {
-    if (!isValid()) {
-        return fromText(getData());
-    }
     return cache.empty() ? nullptr : cache.front();
 }
 
 Standards DatacoreVideoStandard::getDataVideoStandards() const
 {
-    return isValid() ? cache : readStandards();
+    return cache;
 }
 
 void DatacoreVideoStandard::setDataVideoStandard(const Standard& standard)
@@ -96,19 +93,21 @@ void DatacoreVideoStandard::updateValidStatus(DatacoreValidStatusMessages& reaso
                     MessageContent_DatacoreValueNotConvertableToVideoStandard));
         }
     }
+    if (!reasons.isEmpty()) {
+        readStandards(); // no onValid follows
+    }
 }
 
 void DatacoreVideoStandard::onValid()
 {
-    Standards standards = readStandards();
-    cache.swap(standards);
+    readStandards();
 }
 
-Standards DatacoreVideoStandard::readStandards() const
+void DatacoreVideoStandard::readStandards()
 {
     Standards standards;
     for (int i = 0; i < getDataCount(); ++i) {
         standards.push_back(fromText(getDataAt(i)));
     }
-    return standards;
+    cache.swap(standards);
 }

@@ -29,7 +29,7 @@ public:
                           const Standards& standards);
 
     /// The first value; null where there is none or it is no standard. The same record as long as
-    /// the value of a valid leaf stays, and no parsing.
+    /// the value stays, and no parsing.
     Standard getDataVideoStandard() const;
     /// All values; null in the place of one that is no standard.
     Standards getDataVideoStandards() const;
@@ -44,7 +44,7 @@ protected:
     void onValid() override;
 
 private:
-    Standards readStandards() const;
+    void readStandards();
 
-    Standards cache; ///< what the data says, as long as the leaf is valid
+    Standards cache; ///< what the data says
 };

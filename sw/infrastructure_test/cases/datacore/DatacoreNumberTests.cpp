@@ -165,6 +165,38 @@ TEST_CASE("Numbers are read as decimal and cut to their type", "[datacore]")
     CHECK(leaf.takeChangedList().empty());
 }
 
+TEMPLATE_TEST_CASE("A number too large for a double counts as 0 among the others", "[datacore]",
+                   float, double)
+{
+    using T = TestType;
+    bool ok = true;
+    DatacoreNumber<T> leaf(name(), nullptr);
+    leaf.setData({QStringLiteral("1e400"), QStringLiteral("-1e400"), QStringLiteral("2")});
+    CHECK(leaf.getDataNumbers(ok) == std::deque<T>{0, 0, 2});
+    CHECK_FALSE(ok);
+
+    DatacoreNumberLimits<T> limits(name(), nullptr, T(5), T(10));
+    limits.setData(QStringLiteral("1e400"));
+    CHECK(reasons(limits) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
+    DatacoreNumberSet<T> set(name(), nullptr);
+    set.setData({QStringLiteral("1e400"), QStringLiteral("0")});
+    CHECK(reasons(set) == std::vector<int>{NOT_CONVERTABLE<T>, 23});
+}
+
+TEST_CASE("A subclass of a set with limits has a class name of its own", "[datacore]")
+{
+    struct Layers : DatacoreNumberSetLimits<int>
+    {
+        Layers()
+            : DatacoreNumberSetLimits(QStringLiteral("Layers"), name(), nullptr, 1, 4, {4, 4, 5})
+        {
+        }
+    };
+    const Layers layers;
+    CHECK(layers.getClassName() == QStringLiteral("Layers"));
+    CHECK(reasons(layers) == std::vector<int>{23, 4});
+}
+
 TEMPLATE_TEST_CASE("Duplicates are found", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;

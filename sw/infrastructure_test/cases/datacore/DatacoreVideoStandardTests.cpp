@@ -123,6 +123,7 @@ TEST_CASE("Text that is no payload identifier makes one message each and gives n
     REQUIRE(read.size() == 4);
     CHECK(*read[0] == *supported(QUAD_P60));
     CHECK(read[1] == nullptr);
+    CHECK(leaf.getDataVideoStandard() == read[0]); // the same record while the value stays
     CHECK(*read[2] == *supported(P50));
     CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
 
