@@ -98,19 +98,20 @@ void ClientDatacore::populateFromPacket(const DatacorePacket& packet, bool isOwn
 
 void ClientDatacore::acknowledge(const DatacorePacket& packet)
 {
-    const auto found =
-        std::find(pendingPacketIds.begin(), pendingPacketIds.end(), packet.getPacketID());
+    const auto find = [this, id = packet.getPacketID()] {
+        return std::find(pendingPacketIds.begin(), pendingPacketIds.end(), id);
+    };
+    auto found = find();
+    if (found != pendingPacketIds.end() && found != pendingPacketIds.begin()) {
+        const auto skipped = found - pendingPacketIds.begin();
+        Q_EMIT lostPackets(static_cast<int>(skipped) + 1);
+        found = find(); // a slot may have written
+    }
     if (found == pendingPacketIds.end()) {
         return;
     }
-    const auto skipped = found - pendingPacketIds.begin();
     pendingPacketIds.erase(pendingPacketIds.begin(), found + 1);
-    const bool isInSync = pendingPacketIds.empty();
-    if (skipped > 0) {
-        Q_EMIT lostPackets(static_cast<int>(skipped) + 1);
-    }
-    // What a slot has written meanwhile is newer than the echo.
-    if (isInSync && pendingPacketIds.empty()) {
+    if (pendingPacketIds.empty()) {
         Q_EMIT datacoreInSyncWithServer();
         applyContent(packet);
     }

@@ -132,14 +132,16 @@ NetworkConnection::~NetworkConnection()
 {
     if (socketSignalDepth > 0) {
         // Deleted from within the socket's own signal: the socket has to live until that returns.
-        replaceSocket(nullptr)->setParent(nullptr);
+        QTcpSocket* last = replaceSocket(nullptr);
+        last->setParent(nullptr);
+        last->deleteLater();
     }
 }
 
 bool NetworkConnection::connectToHost(const QString& host, quint16 port)
 {
     dropLink();
-    replaceSocket(new QTcpSocket(this));
+    discard(replaceSocket(new QTcpSocket(this)));
     wireSocket();
     socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
     if (!socket->waitForConnected(CONNECT_TIMEOUT_MS)) {
@@ -158,7 +160,7 @@ bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
 {
     dropLink();
     if (accepted == nullptr) {
-        replaceSocket(new QTcpSocket(this));
+        discard(replaceSocket(new QTcpSocket(this)));
         return false;
     }
     accepted->setParent(this);
@@ -166,6 +168,8 @@ bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
     if (previous != nullptr && socketSignalDepth == 0) {
         previous->setParent(nullptr);
         accepted.reset(previous);
+    } else {
+        discard(previous);
     }
     wireSocket();
     readIdentifiers();
@@ -184,8 +188,8 @@ void NetworkConnection::dropLink()
     }
 }
 
-/// Puts a socket in place of the one there was, which is given back and goes by itself unless the
-/// caller takes it. Half a packet of the old one is forgotten.
+/// Puts a socket in place of the one there was, which is given back. Half a packet of the old one
+/// is forgotten.
 QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
 {
     QTcpSocket* previous = std::exchange(socket, newSocket);
@@ -193,9 +197,16 @@ QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
     incomingBuffer.clear();
     if (previous != nullptr) {
         previous->disconnect(this);
-        previous->deleteLater(); // it may be in the middle of a signal
     }
     return previous;
+}
+
+/// Deletes a socket that may be in the middle of a signal.
+void NetworkConnection::discard(QTcpSocket* previous)
+{
+    if (previous != nullptr) {
+        previous->deleteLater();
+    }
 }
 
 void NetworkConnection::wireSocket()

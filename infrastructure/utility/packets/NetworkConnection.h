@@ -91,6 +91,7 @@ private:
     void onSocketDisconnected();
     void dropLink();
     QTcpSocket* replaceSocket(QTcpSocket* newSocket);
+    static void discard(QTcpSocket* previous);
     void wireSocket();
     void readIdentifiers();
 

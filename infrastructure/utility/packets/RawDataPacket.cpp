@@ -27,7 +27,10 @@ RawDataPacketHeader RawDataPacket::parseHeader(const char* bytes, int size)
 {
     RawDataPacketHeader header;
     if (size < RawDataPacketHeader::SIZE_BYTES) {
-        header.packetType = RawDataPacketHeader::INCOMPLETE_PACKET;
+        const bool isBegun = size >= int(sizeof(quint16)) &&
+                             RawDataPacketHeader::isPacketType(qFromBigEndian<quint16>(bytes));
+        header.packetType =
+            isBegun ? RawDataPacketHeader::INCOMPLETE_PACKET : RawDataPacketHeader::NO_PACKET;
         return header;
     }
     header.packetType = qFromBigEndian<quint16>(bytes);

@@ -54,6 +54,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QByteArray& view,
     : RawDataPacket(view, header)
     , form(Form::Text)
 {
+    isPlainText(); // or it is parsed, and bad text logged, once for all copies
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const Payload& payload)

@@ -38,8 +38,8 @@ public:
     /// The object as it is, whether or not it has a "Class".
     explicit SerialisableDataPacket(const QJsonObject& object);
 
-    /// A received packet. Its text is looked at when something is asked of it; text that can't be
-    /// parsed is logged then and gives an object whose "Class" is empty, which no class matches.
+    /// A received packet. Text that can't be parsed is logged and gives an object whose "Class" is
+    /// empty, which no class matches.
     SerialisableDataPacket(const QByteArray& view, const RawDataPacketHeader& header);
 
     /// The child packet under `key`. `ok` is false, and the packet empty, where there is no object

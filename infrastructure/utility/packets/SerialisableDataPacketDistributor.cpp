@@ -2,6 +2,8 @@
 
 #include "infrastructure/utility/Log.h"
 
+#include <QPointer>
+
 SerialisableDataPacketDistributor::SerialisableDataPacketDistributor(QObject* parent)
     : QObject(parent)
 {
@@ -48,9 +50,11 @@ void SerialisableDataPacketDistributor::acceptPacket(const SerialisableDataPacke
                       << className;
         return;
     }
-    // By index: an acceptor may register another, which then gets this packet too.
+    // By index: an acceptor may register another, which then gets this packet too. And one may end
+    // the client with all that belongs to it.
+    const QPointer<SerialisableDataPacketDistributor> self(this);
     std::deque<SerialisableDataPacketAcceptorInterface*>& acceptors = found->second;
-    for (std::size_t i = 0; i < acceptors.size(); ++i) {
+    for (std::size_t i = 0; self && i < acceptors.size(); ++i) {
         if (acceptors[i] != nullptr) {
             acceptors[i]->acceptPacket(packet);
         }

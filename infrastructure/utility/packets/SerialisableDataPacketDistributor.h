@@ -12,7 +12,8 @@
 #include <map>
 
 /// Takes every JSON packet that reaches the process and gives it to each acceptor of its class, in
-/// the order of registration. Acceptors can't be taken out again: they outlive the distributor.
+/// the order of registration. Acceptors can't be taken out again: they outlive the distributor,
+/// which one of them may destroy while it is called.
 class SerialisableDataPacketDistributor
     : public QObject,
       public SerialisableDataPacketAcceptorInterface,

@@ -113,6 +113,24 @@ TEST_CASE("An acknowledgement may skip older writes and never undoes newer ones"
     CHECK(mirror.datacore.getData() == QStringLiteral("4"));
 }
 
+TEST_CASE("Lost packets are told of while they are pending, and a slot may write then", "[client]")
+{
+    Mirror mirror;
+    mirror.datacore.setDataInt(1);
+    mirror.datacore.setDataInt(2);
+    mirror.takeJournal();
+    int pending = 0;
+    QObject::connect(&mirror.datacore, &ClientDatacore::lostPackets, &mirror.datacore, [&](int) {
+        pending = mirror.datacore.getPendingCount();
+        mirror.datacore.setDataInt(3);
+    });
+    mirror.receive(QStringLiteral("2"), 1, true);
+    CHECK(pending == 2);
+    CHECK(mirror.takeJournal() == lines({"lost 2", "updated 3||1", "out of sync", "send 2"}));
+    CHECK(mirror.datacore.getPendingCount() == 1);
+    CHECK(mirror.datacore.getData() == QStringLiteral("3")); // and no older echo
+}
+
 TEST_CASE("A foreign packet is applied while local writes are in flight", "[client]")
 {
     Mirror mirror;

@@ -137,7 +137,8 @@ TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not"
             : RawDataPacketReceiverInterfaceBase(RawPacketType_EyeVerticalHistogram)
         {
         }
-        void receiveRawPacket(std::shared_ptr<RawDataPacket>) override {}
+        void receiveRawPacket(std::shared_ptr<RawDataPacket>) override { ++count; }
+        int count = 0;
     };
     constexpr int threshold = NetworkConnection::DISCARD_THRESHOLD_BYTES;
     const RawReceiver rawReceiver;
@@ -148,10 +149,12 @@ TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not"
     const int room = threshold - jsonPacket(0).size() - 8;
     link.socket->feed(rawPacket(room) + jsonPacket(0));
     CHECK(log.lines().isEmpty()); // exactly the threshold
+    CHECK(rawReceiver.count == 1);
 
     link.socket->feed(rawPacket(room + 1) + jsonPacket(1));
     CHECK(log.lines() == QStringList{QStringLiteral(
                              "error: Incoming buffer size 131073 Discarding raw data packets")});
+    CHECK(rawReceiver.count == 1);
 
     // One JSON packet above it: a line for each call until it is complete, and it arrives.
     const QByteArray large = jsonPacket(2, 300000);
@@ -352,7 +355,8 @@ TEST_CASE("Both ends name each other, and a lost link is announced once", "[pack
     std::unique_ptr<QTcpSocket> other(new MemorySocket);
     REQUIRE(far.adoptSocket(other));
     REQUIRE(other != nullptr); // the socket held before comes back, closed
-    CHECK(other->state() == QAbstractSocket::UnconnectedState);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    CHECK(other->state() == QAbstractSocket::UnconnectedState); // it is nobody else's
     REQUIRE(waitFor([&] { return losses > 0; }));
     CHECK_FALSE(near.isConnected());
     CHECK(losses == 1);

@@ -18,13 +18,22 @@ TEST_CASE("A header is read as the bytes stand and bad ones are told apart", "[p
     constexpr quint16 none = RawDataPacketHeader::NO_PACKET;
     constexpr quint16 incomplete = RawDataPacketHeader::INCOMPLETE_PACKET;
     const std::vector<Row> rows{
-        {"1010000000000000", 0, 0x1010},     {"1029000300000004", 4, 0x1029},
-        {"1010000000000004", 5, 0x1010},     {"1010000000000004", 3, incomplete},
-        {"100f000000000000", 0, none},       {"102a000000000000", 8, none},
-        {"0000000000000000", 0, none},       {"1110000000000000", 0, none},
-        {"101000007fffffff", 0, incomplete}, {"1010000080000000", 64, none},
-        {"10100000ffffffff", 64, none},      {"10100000fffffff8", 64, none},
-        {"10100000000000", 0, incomplete},   {"", 0, incomplete},
+        {"1010000000000000", 0, 0x1010},
+        {"1029000300000004", 4, 0x1029},
+        {"1010000000000004", 5, 0x1010},
+        {"1010000000000004", 3, incomplete},
+        {"100f000000000000", 0, none},
+        {"102a000000000000", 8, none},
+        {"0000000000000000", 0, none},
+        {"1110000000000000", 0, none},
+        {"101000007fffffff", 0, incomplete},
+        {"1010000080000000", 64, none},
+        {"10100000ffffffff", 64, none},
+        {"10100000fffffff8", 64, none},
+        {"10100000000000", 0, incomplete},
+        {"1010", 0, incomplete},
+        {"100f", 0, none},
+        {"", 0, none},
     };
     for (const Row& row : rows) {
         const QByteArray view = QByteArray::fromHex(row.hex) + QByteArray(row.payloadBytes, 'p');

@@ -68,6 +68,28 @@ TEST_CASE("What nobody takes is logged with its class, and so is a refused regis
     CHECK(journal.isEmpty());
 }
 
+TEST_CASE("An acceptor may end the client with its distributor", "[packets]")
+{
+    struct Ending : Acceptor
+    {
+        using Acceptor::Acceptor;
+        void acceptPacket(const SerialisableDataPacket& packet) override
+        {
+            Acceptor::acceptPacket(packet);
+            client.reset();
+        }
+        std::unique_ptr<SerialisableDataPacketDistributor> client =
+            std::make_unique<SerialisableDataPacketDistributor>();
+    };
+    QStringList journal;
+    Acceptor after(QStringLiteral("after:"), journal);
+    Ending ending(QStringLiteral("ending:"), journal);
+    ending.client->registerPacketAcceptor(ending, QStringLiteral("One"));
+    ending.client->registerPacketAcceptor(after, QStringLiteral("One"));
+    ending.client->acceptPacket(SerialisableDataPacket(QStringLiteral("One")));
+    CHECK(journal == QStringList{QStringLiteral("ending:One")});
+}
+
 TEST_CASE("A distributor takes every JSON packet of the process, and can hand on to another",
           "[packets]")
 {
