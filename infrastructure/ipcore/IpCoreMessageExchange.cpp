@@ -48,3 +48,8 @@ void IpCoreMessageExchange::setNotificationReceiver(NotificationReceiverInterfac
 {
     notificationReceiver = receiver;
 }
+
+void IpCoreMessageExchange::clearNotificationReceiver(NotificationReceiverInterface* receiver)
+{
+    notificationReceiver.compare_exchange_strong(receiver, nullptr);
+}

@@ -33,6 +33,7 @@ public:
     std::unique_ptr<IpCoreMessageBase> takeMessage() override;
     bool hasMessage() const override;
     void setNotificationReceiver(NotificationReceiverInterface* receiver) override;
+    void clearNotificationReceiver(NotificationReceiverInterface* receiver) override;
 
 private:
     std::atomic<NotificationReceiverInterface*> notificationReceiver; ///< may be null, not owned

@@ -24,4 +24,9 @@ public:
     {
         static_cast<void>(receiver);
     }
+    /// Tells nobody from now on if this is still the receiver, and leaves another one be.
+    virtual void clearNotificationReceiver(NotificationReceiverInterface* receiver)
+    {
+        static_cast<void>(receiver);
+    }
 };

@@ -28,7 +28,7 @@ IpCoreSupervisor::IpCoreSupervisor(IpCoreMessageSink& sink, IpCoreMessageSource&
 
 IpCoreSupervisor::~IpCoreSupervisor()
 {
-    messagesIn.setNotificationReceiver(nullptr);
+    messagesIn.clearNotificationReceiver(this);
     stopThread();
 }
 

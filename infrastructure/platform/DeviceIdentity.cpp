@@ -86,13 +86,17 @@ int writeDeviceIdentity(uint32_t number)
         machine.printError("Serial num %u has more than 6 digits\n", number);
         return -1;
     }
-    const std::string device = mtdFindDevice(FPGA_MTD_IDENT);
-    if (device.empty()) {
+    const std::string device = "/dev/" + mtdFindDevice(FPGA_MTD_IDENT);
+    struct stat status
+    {
+    };
+    // A copy to a path that does not exist would make a file there, and succeed.
+    if (machine.status(device, status) != 0 || !S_ISCHR(status.st_mode)) {
         machine.printError("Failed to open mtd\n");
         return -1;
     }
     const bool done = writeFile(machine, IDENTITY_FILE, identityText(number)) &&
-                      mtdCopy(IDENTITY_FILE, "/dev/" + device, 0, MtdOutput_All) == 0 &&
+                      mtdCopy(IDENTITY_FILE, device, 0, MtdOutput_All) == 0 &&
                       machine.run({"/sbin/fw_setenv", "runlevel", "4"}) == 0;
     return done ? 0 : -1;
 }

@@ -216,6 +216,16 @@ bool fitsDevice(const CopyEnd& end, uint64_t sizeBytes)
     return true;
 }
 
+/// A destination is not erased for a source that ends early.
+bool isThere(const CopyEnd& from, uint64_t sizeBytes)
+{
+    if (!from.isDevice && sizeBytes > from.fileBytes) {
+        complain("Could not read from %s\n", from.path.c_str());
+        return false;
+    }
+    return true;
+}
+
 /// True when the device holds these bytes at this place; leaves its position behind them.
 bool holds(MachineFile& device, uint64_t offset, const char* bytes, char* scratch, std::size_t size)
 {
@@ -279,7 +289,7 @@ bool copy(const std::string& sourcePath, const std::string& destinationPath, int
     to.path = destinationPath;
     const bool destinationIsOpen = openDestination(to);
     MachineFile destination(machine, to.descriptor);
-    if (!destinationIsOpen || !fitsDevice(to, total)) {
+    if (!destinationIsOpen || !fitsDevice(to, total) || !isThere(from, total)) {
         return false;
     }
     say("%lld bytes to transfer\n", static_cast<long long>(total));

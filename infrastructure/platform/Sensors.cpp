@@ -1,5 +1,6 @@
 #include "infrastructure/platform/Sensors.h"
 
+#include "infrastructure/platform/Gpio.h"
 #include "infrastructure/platform/Machine.h"
 #include "infrastructure/utility/Log.h"
 
@@ -181,6 +182,11 @@ Sensors::Sensors(const std::string& configFile, int mainBoardId)
 {
     startLibrary(configFile);
     populate();
+}
+
+Sensors::Sensors(const std::string& configFile)
+    : Sensors(configFile, getBoardId(0))
+{
 }
 
 Sensors::~Sensors()

@@ -66,6 +66,8 @@ public:
     /// other none. Throws std::runtime_error "Could not open sensors configuration file", and
     /// InitError.
     Sensors(const std::string& configFile, int mainBoardId);
+    /// For the board that this runs on.
+    explicit Sensors(const std::string& configFile);
     Sensors(const Sensors&) = delete;
     Sensors& operator=(const Sensors&) = delete;
     ~Sensors();

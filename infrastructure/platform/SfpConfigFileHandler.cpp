@@ -50,9 +50,9 @@ QString boardIdOrMezzanine(const QString& boardIdText, const VersionInfo& versio
 
 unsigned boardNumber(const QString& boardId)
 {
-    const unsigned number = boardId.toUInt();
+    const qulonglong number = boardId.toULongLong();
     if (number <= SFP_BOARDS) {
-        return number;
+        return static_cast<unsigned>(number);
     }
     constexpr unsigned fallback = SFP_BOARDS - 1;
     VELLOG_WARN() << "BoardId " << number << " unknown, using " << fallback << " for defaults";

@@ -8,6 +8,7 @@
 #include "infrastructure/platform/Watchdog.h"
 
 #include <array>
+#include <limits>
 #include <string_view>
 
 namespace Tessorn {
@@ -16,11 +17,19 @@ namespace {
 
 constexpr int HARDWARE_IDS = 3;
 
-/// The next line; the empty text where there is none, or one longer than any that is looked for.
+/// The next line; the empty text where there is none, or for one longer than any that is looked
+/// for.
 std::string_view nextLine(std::istream& stream, std::array<char, 256>& buffer)
 {
     stream.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-    return stream ? std::string_view(buffer.data()) : std::string_view();
+    if (stream) {
+        return std::string_view(buffer.data());
+    }
+    if (!stream.eof() && stream.gcount() > 0) { // the rest of a long line
+        stream.clear();
+        stream.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    }
+    return std::string_view();
 }
 
 /// "fpga_version: 1.2.3+4"; a line of another form changes nothing.

@@ -17,8 +17,15 @@ bool loadJsonFile(const QString& path, QJsonObject& out)
         VELLOG_ERR() << "File " << path << " can't be read: " << file.errorString();
         return false;
     }
-    // One byte more than the limit tells a file that is too large, also where it has no size.
-    const QByteArray text = file.read(MAX_JSON_FILE_BYTES + 1);
+    // In blocks, for a file in /proc has no size, and a read takes as much memory as it asks for.
+    constexpr int BLOCK_BYTES = 64 << 10;
+    QByteArray text;
+    for (QByteArray block; text.size() <= MAX_JSON_FILE_BYTES; text += block) {
+        block = file.read(BLOCK_BYTES);
+        if (block.isEmpty()) {
+            break;
+        }
+    }
     file.close();
     if (text.size() > MAX_JSON_FILE_BYTES) {
         VELLOG_ERR() << "File " << path << " is larger than " << MAX_JSON_FILE_BYTES << " bytes";

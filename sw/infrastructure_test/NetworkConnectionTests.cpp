@@ -26,6 +26,15 @@ BasicTestPacket makeAwkwardPacket(int number)
     return packet;
 }
 
+void logResult(bool passed, const char* passedText, const char* failedText)
+{
+    if (passed) {
+        VELLOG_INFO() << passedText;
+    } else {
+        VELLOG_ERR() << failedText;
+    }
+}
+
 } // namespace
 
 bool NetworkConnectionTests::testsPassed = false;
@@ -70,10 +79,10 @@ bool NetworkConnectionTests::run()
         }
         drainQueue();
     } else {
-        VELLOG_INFO() << "ABORTING TESTS";
+        VELLOG_ERR() << "ABORTING TESTS";
     }
     running = false;
-    VELLOG_INFO() << (passed ? "----- PASSED -----" : "----- FAILED -----");
+    logResult(passed, "----- PASSED -----", "----- FAILED -----");
     testsPassed = passed;
     return passed;
 }
@@ -82,20 +91,19 @@ bool NetworkConnectionTests::runSequence(const char* name, Sequence sequence)
 {
     VELLOG_INFO() << "Running " << name;
     const bool passed = (this->*sequence)();
-    VELLOG_INFO() << (passed ? "Passed" : "Failed");
+    logResult(passed, "Passed", "Failed");
     return passed;
 }
 
 bool NetworkConnectionTests::connectNetworkConnectionsTest()
 {
     VELLOG_INFO() << "Running connectNetworkConnectionsTest:";
-    if (!connectBothEnds()) {
-        VELLOG_INFO() << "Failed to connect the server and Client.";
-        VELLOG_INFO() << "Failed";
-        return false;
+    const bool passed = connectBothEnds();
+    if (!passed) {
+        VELLOG_ERR() << "Failed to connect the server and Client.";
     }
-    VELLOG_INFO() << "Passed";
-    return true;
+    logResult(passed, "Passed", "Failed");
+    return passed;
 }
 
 bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
@@ -127,7 +135,7 @@ bool NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest()
 bool NetworkConnectionTests::recipientWaitsForEntirePacketBeforeDecodingTest()
 {
     if (!connectBothEnds(SMALL_READ_BUFFER_BYTES)) {
-        VELLOG_INFO() << "Failed to connect the server and Client.";
+        VELLOG_ERR() << "Failed to connect the server and Client.";
         return false;
     }
     const bool passed = exchange(client, "Client", "Server", makeAwkwardPacket(3));
@@ -143,17 +151,17 @@ bool NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWit
     }
     for (const BasicTestPacket& packet : sent) {
         if (!waitForPacket()) {
-            VELLOG_INFO() << "Packet sent from Client to Server did not arrive";
+            VELLOG_ERR() << "Packet sent from Client to Server did not arrive";
             return false;
         }
         if (rxQueue.pop() != packet) {
-            VELLOG_INFO() << "Packet sent from Client to Server arrived changed.";
+            VELLOG_ERR() << "Packet sent from Client to Server arrived changed.";
             return false;
         }
     }
     application->processEvents();
     if (!rxQueue.isEmpty()) {
-        VELLOG_INFO() << "More packets received than expected.";
+        VELLOG_ERR() << "More packets received than expected.";
         return false;
     }
     return true;
@@ -165,24 +173,25 @@ bool NetworkConnectionTests::exchange(NetworkConnection& sender, const char* sen
 {
     sender.acceptPacket(sent);
     if (!waitForPacket()) {
-        VELLOG_INFO() << "Packet sent from " << senderName << " to " << receiverName
-                      << " did not arrive";
+        // The two texts differ in their last character.
+        VELLOG_ERR() << "Packet sent from " << senderName << " to " << receiverName
+                     << " did not arrive" << (&sender == &client ? "" : ".");
         return false;
     }
     bool ok = false;
     const BasicTestPacket received(rxQueue.pop(), ok);
     if (!ok) {
-        VELLOG_INFO() << "Creation of BasicTestPacket from SerialisableDataPacket failed";
+        VELLOG_ERR() << "Creation of BasicTestPacket from SerialisableDataPacket failed";
         return false;
     }
     if (received != sent) {
-        VELLOG_INFO() << "Packet sent from " << senderName << " to " << receiverName
-                      << " arrived changed.";
+        VELLOG_ERR() << "Packet sent from " << senderName << " to " << receiverName
+                     << " arrived changed.";
         return false;
     }
     application->processEvents();
     if (!rxQueue.isEmpty()) {
-        VELLOG_INFO() << "More packets received from " << senderName << " than expected.";
+        VELLOG_ERR() << "More packets received from " << senderName << " than expected.";
         return false;
     }
     return true;

@@ -20,7 +20,7 @@ int main(int argc, char** argv)
 
     const MappedProgramArguments arguments(app, true);
     const QString testSources = QStringLiteral("testSources");
-    if (arguments.contains(testSources)) {
+    if (arguments.contains(testSources) && argc > 1) { // the program's own name is a key too
         DatacoreTest::testSourceDirectory = arguments.value(testSources);
         // The runner takes the word after the program's name for the program's name.
         Catch::Session().run(argc - 1, argv + 1);

@@ -108,19 +108,24 @@ def main(host):
     result = run(host, "-r", "junit", ENSURE)
     check(junit_cases(result.stdout) == {ENSURE: False},
           "without testSources the runner takes all words", result)
-    result = run(host, "testSources=/x", "No such case at all")
-    check(result.returncode == 0, "the runner's result does not reach the exit value", result)
+    result = run(host, "testSources=/x", "-w", "NoTests", "No such case at all")
+    check(result.returncode == 0 and "No test" in result.stdout, "the runner's result does not reach the exit value", result)
 
     with socket.socket(socket.AF_INET6, socket.SOCK_STREAM) as taken:
         taken.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         taken.bind(("::", PORT))
         taken.listen()
+        passing = run(host, "testSources=/x", "Parity bits*")
         result = run(host, "testSources=/x", "-r", "junit", FEW_CASES)
+    check(passing.returncode == 1 and "All tests passed" in passing.stdout,
+          "with the port taken the host ends with 1 though all cases pass", passing)
     check(result.returncode == 1, "with the port taken the host ends with 1", result)
     cases = junit_cases(result.stdout)
     check(len(cases) == 3, "with the port taken the cases still run", result)
     check([name for name, failed in cases.items() if failed] == [ENSURE],
           f"'{ENSURE}' fails, and nothing else", result)
+    lines = log.read_until("----- FAILED -----")
+    check(any("[E]> ABORTING TESTS" in line for line in lines), "the log says why", result)
 
 
 if __name__ == "__main__":

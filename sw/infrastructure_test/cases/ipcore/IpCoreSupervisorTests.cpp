@@ -189,6 +189,23 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
                        "round journey, core 1 instance 5", "round journey, core 2 instance 0"});
 }
 
+TEST_CASE("A supervisor that follows another on the same source is woken", "[ipcore]")
+{
+    constexpr int64_t anHour = 3600000;
+    IpCoreMessageExchange in("in", 8, 100);
+    IpCoreMessageExchange out("out", 8, 100);
+    EchoProcessor processor(1, 0);
+    auto supervisor = std::make_unique<IpCoreSupervisor>(
+        out, in, std::vector<IpCoreMessageProcessorBase*>{&processor}, "first", anHour);
+    supervisor = std::make_unique<IpCoreSupervisor>(
+        out, in, std::vector<IpCoreMessageProcessorBase*>{&processor}, "second", anHour);
+    supervisor->startThread();
+    for (int i = 0; i < 2; ++i) { // by the second it has slept
+        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
+        CHECK(waitForMessage(out) != nullptr);
+    }
+}
+
 TEST_CASE("No message is lost between full exchanges", "[ipcore]")
 {
     makeRoundJourneys(20000);

@@ -84,3 +84,14 @@ TEST_CASE("An identity that could not be written whole is reported", "[platform]
     machine.programResult = 0;
     CHECK(writeDeviceIdentity(1) == 0);
 }
+
+TEST_CASE("A partition without its device takes no identity", "[platform]")
+{
+    MadeMachine machine;
+    machine.addProcMtd();
+    machine.writeFile("/var/volatile/tmps", "");
+    CHECK(writeDeviceIdentity(1) == -1);
+    CHECK(machine.readFile("/dev/mtd3").isNull()); // which would be a copy to a new file
+    CHECK(machine.programs.empty());
+    CHECK_THAT(machine.takeErr(), Catch::EndsWith("Failed to open mtd\n"));
+}

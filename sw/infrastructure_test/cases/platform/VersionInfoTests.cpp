@@ -74,7 +74,8 @@ TEST_CASE("A line of the FPGA driver's that does not match changes nothing", "[p
         {"fpga_version: 1.2.3\nfpga_design_id: 5\n", {9, 9, 9, 9, 5}},
         {"fpga_design_id: 5\nfpga_version: 1.2.3+4\n", {9, 9, 9, 9, 9}},
         {"fpga_version: 1.2.3+4294967296\nfpga_design_id: x\n", {9, 9, 9, 9, 9}},
-        {"fpga_version: 1.2.3+" + QByteArray(1000, '4') + "\nfpga_design_id: 5\n", {9, 9, 9, 9, 9}},
+        {"fpga_version: 1.2.3+" + QByteArray(1000, '4') + "\nfpga_design_id: 5\n", {9, 9, 9, 9, 5}},
+        {QByteArray(1000, '4'), {9, 9, 9, 9, 9}},
     }));
     MadeMachine machine;
     machine.writeFile("/proc/tess_pcie", row.text);
