@@ -30,8 +30,8 @@ struct GrandmasterInfo
     /// The fields in the order above as decimal numbers and "true" or "false", joined by commas.
     QString serialise() const;
 
-    /// The value that `serialise` made `text` from. Any other text gives a default-made value, and
-    /// `ok` is false.
+    /// The value that `serialise` made `text` from. A text of another form gives a default-made
+    /// value, and `ok` is false.
     static GrandmasterInfo deserialise(QStringView text, bool& ok);
 
     /// The identity in hexadecimal, as in "00-1D-C1-FF-FE-12-34-56".

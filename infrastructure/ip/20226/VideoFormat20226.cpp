@@ -89,22 +89,9 @@ constexpr FrameRateRow FRAME_RATES[] = {
     {0x1B, true, SdiDataRate_Unknown, false},  // 24 / 1.001
 };
 
-struct SampleRow
-{
-    quint32 value;
-    bool needs3G; ///< more bits for a pixel than 4:2:2 at 10 bits
-};
-
-constexpr SampleRow SAMPLES[] = {
-    {0, false}, // unknown
-    {1, false}, // 4:2:2 10 bit
-    {2, true},  // 4:4:4 10 bit
-    {3, true},  // 4:4:4:4 10 bit
-    {5, true},  // 4:2:2 12 bit
-    {6, true},  // 4:4:4 12 bit
-    {7, true},  // 4:4:4:4 12 bit
-    {8, true},  // 4:2:2:4 12 bit
-};
+/// Sample codes up to this one are unknown and 4:2:2 at 10 bits; those above, the reserved ones
+/// too, take more bits for a pixel.
+constexpr quint32 SAMPLE_422_10 = 1;
 
 } // namespace
 
@@ -120,7 +107,6 @@ SdiDataRate VideoFormat20226::getRateFromVideoSourceFormatUInt(quint32 formatWor
     const Codes codes(formatWord);
     const FrameRow* frame = Vocabulary::find(FRAMES, codes.frame);
     const FrameRateRow* frameRate = Vocabulary::find(FRAME_RATES, codes.frameRate);
-    const SampleRow* sample = Vocabulary::find(SAMPLES, codes.sample);
 
     // From what leaves no doubt to what must be combined.
     if (frameRate != nullptr && frameRate->serialRate != SdiDataRate_Unknown) {
@@ -132,10 +118,10 @@ SdiDataRate VideoFormat20226::getRateFromVideoSourceFormatUInt(quint32 formatWor
     if (frame != nullptr && frame->rule == FrameRateRule::Rate270M) {
         return SdiDataRate_270M;
     }
-    if (frame == nullptr || frameRate == nullptr || sample == nullptr) {
+    if (frame == nullptr || frameRate == nullptr) {
         return SdiDataRate_Unknown;
     }
-    if (sample->needs3G) {
+    if (codes.sample > SAMPLE_422_10) {
         return SdiDataRate_3G;
     }
     const bool slow = frame->rule == FrameRateRule::Rate1G5 || !frameRate->isFast;

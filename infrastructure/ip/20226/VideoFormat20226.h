@@ -9,14 +9,13 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// What the format word says of the interface. A word with codes that have no meaning gives
-/// SdiDataRate_Unknown.
+/// What the format word says of the interface.
 struct VideoFormat20226
 {
     /// `formatWord` is the second word of the payload header, in host byte order.
     explicit VideoFormat20226(quint32 formatWord);
 
-    /// SdiDataRate_Unknown where a reserved code would have to tell.
+    /// SdiDataRate_Unknown where a reserved picture size or frame rate would have to tell.
     static Sdi::SdiDataRate getRateFromVideoSourceFormatUInt(quint32 formatWord);
     /// True for the rates that are a multiple of 1 / 1.001.
     static bool getIs1001FromVideoSourceFormatUInt(quint32 formatWord);

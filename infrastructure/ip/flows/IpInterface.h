@@ -6,7 +6,7 @@
 #include <QString>
 #include <QStringView>
 
-#include <array>
+#include <vector>
 
 namespace Tessorn {
 namespace IpTypes {
@@ -20,7 +20,7 @@ enum IpInterface : quint32 {
 namespace IpValidInterfaces {
 
 /// The interfaces that media is received on.
-inline constexpr std::array<IpInterface, 1> ipRxInterfaces{IpInterface_TessEth0};
+inline const std::vector<IpInterface> ipRxInterfaces{IpInterface_TessEth0};
 
 } // namespace IpValidInterfaces
 

@@ -2,8 +2,9 @@
 
 QString TeletextPacket::displayText() const
 {
-    QString text(displayDataLength, QLatin1Char(' '));
-    for (int i = 0; i < displayDataLength; ++i) {
+    const int length = displayData != nullptr ? displayDataLength : 0;
+    QString text(length, QLatin1Char(' '));
+    for (int i = 0; i < length; ++i) {
         const char character = static_cast<char>(displayData[i] & 0x7F);
         if (character >= ' ' && character < 0x7F) {
             text[i] = QLatin1Char(character);

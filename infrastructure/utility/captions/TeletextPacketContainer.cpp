@@ -52,7 +52,7 @@ std::size_t TeletextPacketContainer::displayDataOffset(const TeletextPacket& pac
 void TeletextPacketContainer::setBytes(const uint8_t* ancillaryWords, std::size_t size)
 {
     packets.clear();
-    ancillaryBytes.assign(ancillaryWords, ancillaryWords + size);
+    ancillaryBytes = std::vector<uint8_t>(ancillaryWords, ancillaryWords + size); // may be our own
 }
 
 bool TeletextPacketContainer::append(TeletextPacket packet, std::size_t offset)

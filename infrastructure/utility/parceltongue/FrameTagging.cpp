@@ -67,9 +67,13 @@ std::optional<std::size_t> sizeIfTaggable(const Field& field)
         return std::nullopt;
     }
     const quint64 samples = quint64(metrics.getWidth()) * metrics.getHeight();
-    if (samples != field.words.size() || samples == 0) {
+    if (samples != field.words.size()) {
         VELLOG_ERR() << "Field of " << field.words.size() << " samples is not tagged, expected "
                      << samples;
+        return std::nullopt;
+    }
+    if (metrics.getWidth() == 0 && metrics.getHeight() != 0) {
+        VELLOG_ERR() << "Field of " << metrics.getHeight() << " empty lines is not tagged";
         return std::nullopt;
     }
     const quint64 size = getTaggedSize(metrics);

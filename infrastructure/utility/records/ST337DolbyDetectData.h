@@ -3,17 +3,17 @@
 
 #include "infrastructure/utility/records/MetersData.h"
 
-/// What is found in one channel.
+/// What is found in one channel, 24 bytes. The wire has its own order.
 struct DolbyDetectChannel
 {
     quint8 channel = 0;
+    quint8 channelByte1 = 0;
+    bool channelFlag1 = false;
+    bool channelFlag2 = false;
     qint32 channelWord1 = 0;
     qint32 channelWord2 = 0;
     qint32 channelWord3 = 0;
-    bool channelFlag1 = false;
-    bool channelFlag2 = false;
     quint16 channelWord4 = 0;
-    quint8 channelByte1 = 0;
     bool channelFlag3 = false;
     bool channelFlag4 = false;
     bool channelFlag5 = false;
@@ -33,6 +33,7 @@ struct DolbyDetectChannel
                                                         &DolbyDetectChannel::channelFlag5,
                                                         &DolbyDetectChannel::channelFlag6));
 };
+static_assert(sizeof(DolbyDetectChannel) == 24, "many channels are held at a time");
 
 /// One burst.
 struct DolbyDetectBurst

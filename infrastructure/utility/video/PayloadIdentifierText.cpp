@@ -7,9 +7,6 @@ namespace PayloadIdentifierText {
 
 void appendWord(QString& text, QLatin1String word)
 {
-    if (word.isEmpty()) {
-        return;
-    }
     if (!text.isEmpty()) {
         text += QLatin1Char(' ');
     }
@@ -48,7 +45,9 @@ void appendInterface(QString& text, quint32 links, const PayloadIdentifierBase& 
     if (identifier.getSdiDataRate() == SdiDataRate_3G) {
         appendWord(text, toString(identifier.getLevel()));
     }
-    appendWord(text, division);
+    if (!division.isEmpty()) {
+        appendWord(text, division);
+    }
 }
 
 void appendSignal(QString& text, const PayloadIdentifierBase& identifier)

@@ -6,7 +6,7 @@
 
 namespace PayloadIdentifierText {
 
-/// Appends a word; nothing for an empty one.
+/// Appends a word. An empty one, of a number without a name, leaves the blank.
 void appendWord(QString& text, QLatin1String word);
 
 /// "1920x1080p50": the size is the whole picture's.

@@ -298,8 +298,13 @@ StandardFromPayloadIdentifier::getTransmissionMetrics(bool* succeeded) const
         copies = links;
     } else if (links != 1 && links != 2 && links != 4) {
         return fail(NO_METRICS);
+    } else if (level == Level_A && format == PictureFormat_Progressive) {
+        layout = FRAME_LAYOUT;
+    } else if (level == Level_A &&
+               (format == PictureFormat_Interlaced || format == PictureFormat_Psf)) {
+        layout = FIELDS_LAYOUT;
     } else if (level == Level_A) {
-        layout = format == PictureFormat_Progressive ? FRAME_LAYOUT : FIELDS_LAYOUT;
+        return fail(NO_METRICS);
     } else if (level != Level_B) {
         return fail("Don't support level C");
     } else if (format != PictureFormat_Progressive) {

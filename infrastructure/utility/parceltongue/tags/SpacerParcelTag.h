@@ -9,6 +9,8 @@ class SpacerParcelTag : public ParcelTag
 public:
     /// The least that a run of words can be lengthened by.
     static constexpr quint32 NUM_WORDS_IN_TAG() { return 1; }
+    static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return NUM_WORDS_IN_TAG(); }
+    static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return NUM_WORDS_IN_TAG(); }
 
     SpacerParcelTag(quint8 byteA, quint8 byteB)
         : ParcelTag(ParcelTongue::TagType_Spacer, byteA, byteB)

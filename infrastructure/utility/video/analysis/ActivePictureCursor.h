@@ -71,7 +71,8 @@ public:
         qint32 line, qint32 sample, qint32 field, const StandardFromPayloadIdentifier& standard,
         bool forceDivision = false,
         Tessorn::Sdi::SubImageDivision division = Tessorn::Sdi::SubImageDivision_None);
-    /// The field is passed on.
+    /// In the line interleaved form of level B, whatever form the standard takes. The field is
+    /// passed on.
     static CursorPosition cursorPositionFromActivePicturePositionLevelBli(
         qint32 line, qint32 sample, qint32 field, const StandardFromPayloadIdentifier& standard,
         bool forceDivision = false,

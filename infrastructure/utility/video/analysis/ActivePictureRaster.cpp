@@ -41,7 +41,7 @@ ActivePictureRaster::ActivePictureRaster(const StandardFromPayloadIdentifier& st
                                          SubImageDivision subImageDivision,
                                          ActivePictureForm pictureForm)
     : division(subImageDivision)
-    , lineInterleaved(isLineInterleaved(standard))
+    , lineInterleaved(pictureForm == ActivePictureForm_LevelBli || isLineInterleaved(standard))
     , samplesAPixel(lineInterleaved || isExtended(standard) ? 2 : 1)
 {
     const bool isInterleave = division == SubImageDivision_TwoSampleInterleave;

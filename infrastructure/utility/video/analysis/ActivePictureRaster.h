@@ -46,8 +46,9 @@ public:
         qint64 link = 0;
     };
 
-    /// With the division given, whatever the standard's own is. Throws std::out_of_range for a
-    /// standard without active lines.
+    /// With the division given, whatever the standard's own is, and the form. Throws
+    /// std::out_of_range for a standard without active lines, and for the level B form of one whose
+    /// lines are all in one field.
     ActivePictureRaster(const StandardFromPayloadIdentifier& standard,
                         Tessorn::Sdi::SubImageDivision subImageDivision,
                         ActivePictureForm pictureForm);

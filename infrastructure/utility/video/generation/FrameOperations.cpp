@@ -226,18 +226,23 @@ bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousA
     if (!hasSizeOf(metrics, frame) || previousActiveLine.size() != activeWidth) {
         return false;
     }
-    if (frame.empty()) {
+    if (width == 0 || frame.size() < width) {
         return true;
     }
     if (width < CRC_INDEX + 2 || activeWidth > width) {
         return false;
     }
+    // With next to no blanking, a line's CRC is among the words that the next one covers.
+    const bool oneByOne = width - activeWidth < CRC_INDEX + 2;
     Frame first = previousActiveLine;
     first.insert(first.end(), frame.begin(), frame.begin() + COVERED_WORDS);
     CrcWriter crcs(activeWidth + COVERED_WORDS);
     const quint16* covered = first.data();
     forEachLine(frame, width, [&](quint16* line) {
         crcs.add(covered, line + CRC_INDEX);
+        if (oneByOne) {
+            crcs.flush();
+        }
         covered = line + width - activeWidth;
     });
     crcs.flush();

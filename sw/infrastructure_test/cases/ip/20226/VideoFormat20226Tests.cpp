@@ -31,8 +31,7 @@ SdiDataRate expectedRate(quint32 map, quint32 frame, quint32 frameRate, quint32 
     if (frame == 0x10 || frame == 0x11) {
         return SdiDataRate_270M;
     }
-    if (frames.count(frame) == 0 || fast.count(frameRate) + slow.count(frameRate) == 0 ||
-        sample == 4 || sample > 8) {
+    if (frames.count(frame) == 0 || fast.count(frameRate) + slow.count(frameRate) == 0) {
         return SdiDataRate_Unknown;
     }
     if (sample > 1) {

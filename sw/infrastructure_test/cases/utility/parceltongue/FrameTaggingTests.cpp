@@ -110,6 +110,14 @@ TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
         CHECK(
             log.contains(QStringLiteral("error: Field of 39 samples is not tagged, expected 40")));
     }
+    SECTION("lines without samples")
+    {
+        LogCapture log;
+        CHECK(tagField({FieldMetrics(FieldRegion(0, 0, 0, 3), FieldRegion()), {}}, {}).empty());
+        CHECK(log.contains(QStringLiteral("error: Field of 3 empty lines is not tagged")));
+        // No line at all leaves the field's own tags, and spacers.
+        CHECK(tagField({FieldMetrics(FieldRegion(), FieldRegion()), {}}, {}).size() == 16);
+    }
     SECTION("metrics whose size wraps around")
     {
         field.metrics = FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion());

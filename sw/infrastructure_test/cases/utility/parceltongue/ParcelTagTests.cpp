@@ -27,6 +27,10 @@ void checkSizes(const Tag& tag)
 
 TEST_CASE("Each tag has as many words as its class states", "[parceltongue]")
 {
+    CHECK(SpacerParcelTag::NUM_WORDS_IN_HEADER_TAG() ==
+          SpacerParcelTag(0, 0).getHeaderWords().size());
+    CHECK(SpacerParcelTag::NUM_WORDS_IN_FOOTER_TAG() ==
+          SpacerParcelTag(0, 0).getFooterWords().size());
     checkSizes(FieldParcelTag(0, 0, 0, HD, false, false, 0, 0, 0, 0, 0, 0, 0));
     checkSizes(LineParcelTag(1, 0, 0));
     checkSizes(VerticalBlankingParcelTag());

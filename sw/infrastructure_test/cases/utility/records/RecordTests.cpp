@@ -111,7 +111,7 @@ TEST_CASE("Records have these bytes", "[records]")
                                            "00000001 00000002 00000003 00000004 fffffffb"));
 
     ST337DolbyDetectData dolby;
-    dolby.channels = {{0xAB, 1, 2, 3, true, false, 0x0405, 6, false, true, true, false}};
+    dolby.channels = {{0xAB, 6, true, false, 1, 2, 3, 0x0405, false, true, true, false}};
     dolby.bursts = {{-1, 2, 3, 0x80}};
     CHECK(dolby.serialisePayload() ==
           hex("00000000 00000000 00000000 00000001"

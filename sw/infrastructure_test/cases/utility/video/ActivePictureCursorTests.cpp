@@ -248,6 +248,19 @@ TEST_CASE("The line of either level B link leads to the same place in the pictur
               .sourcePosition.lineInOtherLevelBLink == 0);
 }
 
+TEST_CASE("The level B form can be asked for on any standard of two fields", "[cursor]")
+{
+    const Standard& standard = standardCalled("1920x1080i50 YCbCr:422:10 1.5G Rec.709");
+    const auto there = Cursor::cursorPositionFromActivePicturePositionLevelBli(2, 7, 2, standard);
+    CHECK(there.activePosition.field == 2);
+    CHECK(there.sourcePosition.line == 21);
+    CHECK(there.sourcePosition.lineInOtherLevelBLink == 584);
+    CHECK(there.sourcePosition.sample == 15);
+    CHECK_THROWS_AS(Cursor::cursorPositionFromActivePicturePositionLevelBli(
+                        2, 7, 2, standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709")),
+                    std::out_of_range);
+}
+
 TEST_CASE("A position finds its sub-image", "[cursor]")
 {
     struct Row

@@ -196,6 +196,12 @@ TEST_CASE("Links that no standard has are named with a question mark", "[video]"
     CHECK(Wide(4, Level_B, 8).getDescription(false).contains(QLatin1String(" DS?_Link? ")));
     CHECK(Wide(4, Level_A, 7).getDescription(false).contains(QLatin1String(" Link8 ")));
     CHECK(Wide(4, Level_A, 8).getDescription(false).contains(QLatin1String(" Link? ")));
+
+    // A colourimetry that has no name.
+    const PayloadIdentifierBase nameless(
+        0x01000004, {{PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0}}},
+                     {PayloadIdentifierKey_Colourimetry, {3, {0, 1, 2}}}});
+    CHECK(nameless.getDescription(true).endsWith(QLatin1Char(' ')));
 }
 
 TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
@@ -231,6 +237,13 @@ TEST_CASE("A comparison can log each field that differs, in its own order", "[vi
                                "info: NO MATCH - getPayloadAndDigitialInterface\n"
                                "info: NO MATCH - getTransferCharacteristics\n"
                                "info: Comparable? false"));
+
+    const LogCapture otherFields;
+    CHECK_FALSE(one.isEqual(PayloadIdentifier2160_12g(0xCECA8001 ^ 0x4010), true));
+    CHECK(otherFields.lines().mid(3) == lines("info: NO MATCH - getHorizontalArraySize\n"
+                                              "info: NO MATCH - "
+                                              "getLuminanceAndColourDifferenceSignal\n"
+                                              "info: Comparable? false"));
 
     const LogCapture equalLog;
     CHECK(one.isEqual(one, true));

@@ -25,6 +25,7 @@ const FieldMetrics SHAPES[] = {
     {FieldRegion(0, 0, 20, 3), FieldRegion(12, 0, 8, 3)},
     {FieldRegion(0, 0, 2200, 1), FieldRegion(280, 0, 1920, 1)},
     {FieldRegion(0, 0, 8, 3), FieldRegion(8, 0, 0, 3)},
+    {FieldRegion(0, 0, 130, 7), FieldRegion(5, 0, 125, 7)}, // a CRC lies in what the next covers
 };
 
 Frame randomFrame(std::size_t count, quint32 mask = 0x3FF)
@@ -106,19 +107,18 @@ TEST_CASE("Each line's CRC covers the picture before it and the words in front",
         for (const quint32 mask : {0x3FFu, 0xFFFFu, 0u}) {
             CAPTURE(&metrics - SHAPES, mask);
             Frame frame = randomFrame(metrics.getTotalSamples(), mask);
-            const Frame untouched = frame;
+            Frame expected = frame;
             const Frame previous = randomFrame(metrics.getActiveWidth(), mask >> 1);
             REQUIRE(writeCrcs(frame, metrics, previous));
 
-            Frame expected = untouched;
             const std::size_t width = metrics.getWidth();
             for (std::size_t start = 0; start < frame.size(); start += width) {
                 Frame covered = previous;
                 for (std::size_t i = 0; i < covered.size() && start > 0; ++i) {
-                    covered[i] = untouched[start - covered.size() + i];
+                    covered[i] = expected[start - covered.size() + i];
                 }
                 for (std::size_t i = 0; i < 6; ++i) {
-                    covered.push_back(untouched[start + i]);
+                    covered.push_back(expected[start + i]);
                 }
                 const WordPair words = crcBitByBit(covered);
                 expected[start + 6] = words[0];
@@ -183,6 +183,12 @@ TEST_CASE("Sizes that do not agree leave the frame as it was", "[frames]")
     CHECK(writeCrcs(empty, none, {}));
     CHECK(writeLineNumbers(empty, none, true, true));
     CHECK(empty.empty());
+
+    // The size wraps around to that of two words, less than a line.
+    const FieldMetrics wrapping(FieldRegion(0, 0, 0x80000001, 2), FieldRegion());
+    Frame two{1, 2};
+    CHECK(writeCrcs(two, wrapping, {}));
+    CHECK(two == Frame{1, 2});
 }
 
 TEST_CASE("Lines are numbered from the first of the metrics on, if either flag is set", "[frames]")
