@@ -34,21 +34,43 @@ DatacorePacket toEcho(const DatacorePacket& write, const DatacoreBase& datacore)
                           write.getDatacorePath());
 }
 
-/// `packets` holds what has not been sent yet.
-void sendValues(const DatacoreBase& datacore, NetworkConnection& client,
-                std::vector<SerialisableDataPacket>& packets)
+} // namespace
+
+/// The answer to a request, sent piece by piece.
+class DatacoreServer::Dump
 {
-    packets.push_back(toPacket(datacore));
-    if (packets.size() >= PACKETS_A_FLUSH) {
+public:
+    explicit Dump(NetworkConnection& receiver)
+        : client(receiver)
+    {
+    }
+
+    /// False once the client has too much to read.
+    bool add(const SerialisableDataPacket& packet)
+    {
+        packets.push_back(packet);
+        if (packets.size() >= PACKETS_A_FLUSH) {
+            flush();
+        }
+        return client.getUnsentBytes() <= MAX_UNSENT_BYTES;
+    }
+    bool addTree(const DatacoreBase& datacore)
+    {
+        const std::vector<DatacoreBase*> children = datacore.getChildren();
+        return add(toPacket(datacore)) &&
+               std::all_of(children.begin(), children.end(),
+                           [this](const DatacoreBase* child) { return addTree(*child); });
+    }
+    void flush()
+    {
         client.acceptPackets(packets);
         packets.clear();
     }
-    for (const DatacoreBase* child : datacore.getChildren()) {
-        sendValues(*child, client, packets);
-    }
-}
 
-} // namespace
+private:
+    NetworkConnection& client;
+    std::vector<SerialisableDataPacket> packets;
+};
 
 DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent)
     : QObject(parent)
@@ -85,6 +107,12 @@ void DatacoreServer::dropClient(NetworkConnection* client)
     clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
     VELLOG_INFO() << "Client " << client->getPeerIdentifier() << " has gone";
     client->deleteLater();
+}
+
+void DatacoreServer::dropClientThatDoesNotRead(NetworkConnection* client)
+{
+    VELLOG_ERR() << "Client " << client->getPeerIdentifier() << " does not read, dropped";
+    dropClient(client);
 }
 
 NetworkConnection* DatacoreServer::findClient(const QString& clientId) const
@@ -139,23 +167,28 @@ void DatacoreServer::sendDump(const SerialisableDataPacket& request)
         VELLOG_ERR() << "Request of an unknown client " << list.getClientID();
         return;
     }
-    std::vector<SerialisableDataPacket> packets{DatacorePathRadixTreePacket(
-        list.getClientID(), *trees.config, *trees.status, *trees.command, *trees.persistentConfig)};
+    Dump dump(*client);
+    bool isRead = dump.add(DatacorePathRadixTreePacket(
+        list.getClientID(), *trees.config, *trees.status, *trees.command, *trees.persistentConfig));
 
     const std::deque<QString> paths = list.getDatacorePaths();
     if (paths.empty()) {
         for (const DatacoreBase* root : getRoots()) {
-            sendValues(*root, *client, packets);
+            isRead = isRead && dump.addTree(*root);
         }
     }
-    for (const QString& path : paths) {
-        if (const DatacoreBase* datacore = findDatacore(path)) {
-            packets.push_back(toPacket(*datacore));
+    for (auto path = paths.begin(); isRead && path != paths.end(); ++path) {
+        if (const DatacoreBase* datacore = findDatacore(*path)) {
+            isRead = dump.add(toPacket(*datacore));
         } else {
-            VELLOG_ERR() << "Request for an unknown path " << path;
+            VELLOG_ERR() << "Request for an unknown path " << *path;
         }
     }
-    client->acceptPackets(packets);
+    if (isRead) {
+        dump.flush();
+    } else {
+        dropClientThatDoesNotRead(client);
+    }
 }
 
 /// Takes the value, and sends what the server now holds to all: to the writer as its
@@ -207,8 +240,7 @@ void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packet
             continue;
         }
         if (client->getUnsentBytes() > MAX_UNSENT_BYTES) {
-            VELLOG_ERR() << "Client " << client->getPeerIdentifier() << " does not read, dropped";
-            dropClient(client);
+            dropClientThatDoesNotRead(client);
             continue;
         }
         client->acceptPackets(packets);

@@ -45,8 +45,11 @@ public:
     void acceptPacket(const SerialisableDataPacket& packet) override;
 
 private:
+    class Dump;
+
     void acceptClient();
     void dropClient(NetworkConnection* client);
+    void dropClientThatDoesNotRead(NetworkConnection* client);
     NetworkConnection* findClient(const QString& clientId) const;
     void sendDump(const SerialisableDataPacket& request);
     void applyWrite(const SerialisableDataPacket& packet);

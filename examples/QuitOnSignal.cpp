@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,13 +14,15 @@ int signalSockets[2]; // a handler may do little more than write
 
 void onSignal(int)
 {
+    const int interrupted = errno;
     const char byte = 0;
     static_cast<void>(!::write(signalSockets[0], &byte, sizeof byte));
+    errno = interrupted;
 }
 
 } // namespace
 
-void quitOnSignal()
+void quitOnSignal(int exitValue)
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalSockets) != 0) {
         return; // signals keep ending the process at once
@@ -27,7 +30,7 @@ void quitOnSignal()
     auto* notifier =
         new QSocketNotifier(signalSockets[1], QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, QCoreApplication::instance(),
-                     [] { QCoreApplication::quit(); });
+                     [exitValue] { QCoreApplication::exit(exitValue); });
     struct sigaction action = {};
     action.sa_handler = onSignal;
     action.sa_flags =

@@ -1,6 +1,7 @@
 // A command-line tool for an engineer at the instrument: looks at a datacore server and writes to
 // it.
 //   datacore_client list | get PATH | set PATH VALUE... | watch [PATH-PREFIX] | dump
+#include "examples/CommandLine.h"
 #include "examples/QuitOnSignal.h"
 #include "infrastructure/client/VelClientDatacoreManager.h"
 #include "infrastructure/utility/Logging.h"
@@ -267,7 +268,6 @@ int main(int argc, char** argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Looks at a datacore server and writes to it."));
-    parser.addHelpOption();
     const QCommandLineOption addressOption(QStringLiteral("address"),
                                            QStringLiteral("Address of the server."),
                                            QStringLiteral("address"), QStringLiteral("127.0.0.1"));
@@ -284,18 +284,20 @@ int main(int argc, char** argv)
         QStringLiteral("command ..."));
     parser.setOptionsAfterPositionalArgumentsMode(
         QCommandLineParser::ParseAsPositionalArguments); // "-5" is a value
-    parser.process(app);
+    if (const std::optional<int> exitValue = parseCommandLine(parser)) {
+        return *exitValue;
+    }
 
     bool isPort = false;
     bool isTimeout = false;
     const quint16 port = parser.value(portOption).toUShort(&isPort);
     const int timeoutMs = parser.value(timeoutOption).toInt(&isTimeout);
     if (!isPort || !isTimeout || timeoutMs <= 0 || !isCommand(parser.positionalArguments())) {
-        std::fputs(qPrintable(parser.helpText()), stderr);
-        return 2;
+        return refuseCommandLine(parser);
     }
     setupLogging(false, "");
-    quitOnSignal();
+    const bool endsByItself = parser.positionalArguments().front() != QLatin1String("watch");
+    quitOnSignal(endsByItself ? 1 : 0);
     Tool tool(parser.positionalArguments(), timeoutMs);
     int result = 1;
     if (tool.start(parser.value(addressOption), port)) {

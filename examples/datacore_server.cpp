@@ -1,5 +1,6 @@
-// A server of four small trees, with a leaf of every type, some of which change by themselves.
+// A server of four small trees, with leaves of nearly every type, one of which changes by itself.
 //   datacore_server [--address ADDRESS] [--port PORT]
+#include "examples/CommandLine.h"
 #include "examples/DatacoreServer.h"
 #include "examples/QuitOnSignal.h"
 #include "infrastructure/datacore/DatacoreBool.h"
@@ -99,7 +100,6 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Serves four datacore trees to clients."));
-    parser.addHelpOption();
     const QCommandLineOption addressOption(QStringLiteral("address"),
                                            QStringLiteral("Address to listen at."),
                                            QStringLiteral("address"), QStringLiteral("127.0.0.1"));
@@ -107,14 +107,15 @@ int main(int argc, char** argv)
                                         QStringLiteral("Port to listen at; 0 for any."),
                                         QStringLiteral("port"), QStringLiteral("4010"));
     parser.addOptions({addressOption, portOption});
-    parser.process(app);
+    if (const std::optional<int> exitValue = parseCommandLine(parser)) {
+        return *exitValue;
+    }
 
     bool isPort = false;
     const quint16 port = parser.value(portOption).toUShort(&isPort);
     const QHostAddress address(parser.value(addressOption));
     if (!isPort || address.isNull() || !parser.positionalArguments().isEmpty()) {
-        std::fputs(qPrintable(parser.helpText()), stderr);
-        return 2;
+        return refuseCommandLine(parser);
     }
 
     setupLogging(false, "");

@@ -7,8 +7,9 @@
 //                                                  and CRCs, and the samples of the image where one
 //                                                  is given; tells the first word that is wrong
 //
-// STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of 10 bits 4:2:2 on
-// one link. An image has the size of the standard's picture.
+// STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of level A, 720 or
+// 1080 lines, 10 bits 4:2:2 on one link. An image has the size of the standard's picture.
+#include "examples/CommandLine.h"
 #include "infrastructure/utility/parceltongue/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
@@ -312,40 +313,45 @@ int check(const QString& path, const std::vector<FieldMetrics>& fieldMetrics,
 
 int main(int argc, char** argv)
 {
-    QStringList arguments;
-    for (int i = 1; i < argc; ++i) {
-        arguments << QString::fromLocal8Bit(argv[i]);
+    const QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Makes a frame as it goes out on a serial link, tagged."));
+    const QCommandLineOption checkOption(QStringLiteral("check"),
+                                         QStringLiteral("Verify FILE, do not write it."));
+    const QCommandLineOption pictureOption(
+        QStringLiteral("picture"),
+        QStringLiteral("The picture, of the standard's size, in place of colour bars."),
+        QStringLiteral("image"));
+    parser.addOptions({checkOption, pictureOption});
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The words."));
+    parser.addPositionalArgument(QStringLiteral("STANDARD"),
+                                 QStringLiteral("\"%1\"").arg(QLatin1String(DEFAULT_STANDARD)),
+                                 QStringLiteral("[STANDARD]"));
+    if (const std::optional<int> exitValue = parseCommandLine(parser)) {
+        return *exitValue;
     }
-    const bool isCheck = arguments.removeAll(QStringLiteral("--check")) > 0;
-    QString picturePath;
-    const int option = arguments.indexOf(QStringLiteral("--picture"));
-    if (option >= 0 && option + 1 < arguments.size()) {
-        picturePath = arguments.takeAt(option + 1);
-        arguments.removeAt(option);
-    }
+    const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty() || arguments.size() > 2) {
-        std::fputs("usage: make_frame FILE [STANDARD] [--picture IMAGE]\n"
-                   "       make_frame --check FILE [STANDARD] [--picture IMAGE]\n",
-                   stderr);
-        return 2;
+        return refuseCommandLine(parser);
     }
     const QString description =
         arguments.size() == 2 ? arguments[1] : QString::fromLatin1(DEFAULT_STANDARD);
     const Standard standard = SupportedVideoStandards::getInstance().findByDescription(description);
     const std::vector<FieldMetrics> metrics = metricsOf(standard);
     if (metrics.empty()) {
-        std::fprintf(stderr, "Not a standard of 10 bits 4:2:2 on one link: %s\n",
+        std::fprintf(stderr, "Not a level A standard of 10 bits 4:2:2 on one link: %s\n",
                      qPrintable(description));
         return 2;
     }
     Samples picture;
-    if (!picturePath.isEmpty()) {
-        picture = readPicture(picturePath, *standard);
+    if (parser.isSet(pictureOption)) {
+        picture = readPicture(parser.value(pictureOption), *standard);
         if (picture.empty()) {
             return 1;
         }
     }
-    if (isCheck) {
+    if (parser.isSet(checkOption)) {
         return check(arguments[0], metrics, picture);
     }
     return make(arguments[0], metrics,

@@ -8,6 +8,7 @@
 // and 1 for field 1, 0 for field 2. The pairs of a Scenarist file belong to the field asked for. An
 // OP-47 FILE has an ancillary packet in hexadecimal bytes on each line, from the data flag 00 FF FF
 // to the checksum.
+#include "examples/CommandLine.h"
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/Op47decoder.h"
@@ -207,14 +208,14 @@ int main(int argc, char** argv)
     const QCommandLineOption op47Option(QStringLiteral("op47"),
                                         QStringLiteral("the file holds OP-47 packets"));
     parser.addOptions({channelOption, xdsOption, op47Option});
-    parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("what to read"));
-    parser.process(app);
+    if (const std::optional<int> exitValue = parseCommandLine(parser)) {
+        return *exitValue;
+    }
 
     const int service = parser.value(channelOption).toInt();
     if (parser.positionalArguments().size() != 1 || service < 1 || service > 4) {
-        complain(parser.helpText());
-        return 2;
+        return refuseCommandLine(parser);
     }
     QFile file(parser.positionalArguments().constFirst());
     if (!file.open(QIODevice::ReadOnly)) {

@@ -1,5 +1,6 @@
 // Records a link to a file, and plays either side of it back.
 //   replay record FILE | to-server FILE | to-client FILE | show FILE...
+#include "examples/CommandLine.h"
 #include "examples/QuitOnSignal.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 #include "tools/replay/Player.h"
@@ -217,7 +218,6 @@ int main(int argc, char** argv)
                        "  to-server FILE  plays the client's side to the server\n"
                        "  to-client FILE  takes one client and plays the server's side to it\n"
                        "  show FILE...    prints a line for each packet"));
-    parser.addHelpOption();
     const QCommandLineOption serverOption(
         QStringLiteral("server"), QStringLiteral("Where the server is."),
         QStringLiteral("address:port"), QStringLiteral("127.0.0.1:4010"));
@@ -230,7 +230,9 @@ int main(int argc, char** argv)
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("record | to-server | to-client | show"));
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The recording."));
-    parser.process(app);
+    if (const std::optional<int> exitValue = parseCommandLine(parser)) {
+        return *exitValue;
+    }
 
     Options options;
     options.files = parser.positionalArguments().mid(1);
@@ -240,10 +242,9 @@ int main(int argc, char** argv)
     for (const Command& command : COMMANDS) {
         if (areEndpoints && parser.positionalArguments().value(0) == QLatin1String(command.name) &&
             !options.files.isEmpty() && options.files.size() <= command.mostFiles) {
-            quitOnSignal();
+            quitOnSignal(command.run == record ? 0 : 1); // a recording ends when one likes
             return command.run(options);
         }
     }
-    std::fputs(qPrintable(parser.helpText()), stderr);
-    return 2;
+    return refuseCommandLine(parser);
 }

@@ -16,7 +16,7 @@ config/level = 175 (Stored number is Oversized)
 1 Hello World!
 1920x1080p50 YCbCr:422:10 3G A Rec.709
 """
-WITH_OPTIONS = ("datacore_client", "datacore_server", "replay", "show_captions")
+WITH_OPTIONS = ("datacore_client", "datacore_server", "make_frame", "replay", "show_captions")
 
 
 def check(holds, what, shown=""):
@@ -77,6 +77,10 @@ def check_tools(prefix):
         with open(f"{prefix}/share/man/man1/{tool}.1", encoding="utf-8") as page:
             written = set(re.findall(r"^\.It.*Fl Fl (\S+)", page.read(), re.MULTILINE))
         check(told == written, f"the options of {tool} are those of its page", (told, written))
+        refused = subprocess.run([f"{prefix}/bin/{tool}", "--nonsense"], capture_output=True,
+                                 text=True, timeout=300, check=False, cwd=prefix)
+        check(refused.returncode == 2 and "nonsense" in refused.stderr,
+              f"{tool} refuses an option that it does not have", refused)
 
 
 def unpack_packages(build, folder, cmake_folder):
