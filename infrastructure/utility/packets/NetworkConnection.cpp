@@ -10,8 +10,12 @@
 #include <QTcpSocket>
 #include <QVarLengthArray>
 
+#include <sys/socket.h>
+#include <sys/uio.h>
+
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -20,6 +24,8 @@ constexpr int CONNECT_TIMEOUT_MS = 500;
 constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is given back
 /// What is taken from the system at a time; the rest of a flood waits there, and holds the peer up.
 constexpr qint64 READ_BUFFER_BYTES = 512 << 10;
+/// What many packets are sent by, so that the peer begins while the rest of them is written.
+constexpr int JOINED_BYTES = 32 << 10;
 static_assert(READ_BUFFER_BYTES > NetworkConnection::DISCARD_THRESHOLD_BYTES);
 
 struct SocketErrorName
@@ -93,6 +99,22 @@ int distanceToNextCandidate(const char* bytes, int size)
     constexpr int firstByte = RawPacketType_First >> 8;
     const void* found = std::memchr(bytes + 1, firstByte, static_cast<std::size_t>(size - 1));
     return found ? static_cast<int>(static_cast<const char*>(found) - bytes) : size;
+}
+
+/// The number of bytes that the system takes without waiting; 0 after an error, which the socket
+/// meets too when it writes.
+qint64 sendAtOnce(qintptr descriptor, const QByteArray& first, const QByteArray& second)
+{
+    const auto part = [](const QByteArray& bytes) {
+        return iovec{const_cast<char*>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
+    };
+    iovec parts[] = {part(first), part(second)};
+    msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = std::size(parts);
+    const auto sent =
+        ::sendmsg(static_cast<int>(descriptor), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    return std::max<qint64>(sent, 0);
 }
 
 } // namespace
@@ -256,20 +278,52 @@ void NetworkConnection::sendRawPacket(std::shared_ptr<RawDataPacket> packet)
 
 void NetworkConnection::acceptPackets(const std::vector<SerialisableDataPacket>& packets)
 {
-    if (socket != nullptr && socket->isWritable()) {
-        for (const SerialisableDataPacket& packet : packets) {
-            packet.serialiseTo(*socket);
-        }
-        socket->flush();
+    if (socket == nullptr || !socket->isWritable()) {
+        return;
     }
+    const QPointer<NetworkConnection> self(this);
+    const quint32 sentTo = socketCount;
+    QByteArray joined;
+    for (const SerialisableDataPacket& packet : packets) {
+        const QByteArray payload = packet.serialisePayload();
+        joined += packet.makeHeader(payload);
+        joined += payload;
+        if (joined.size() >= JOINED_BYTES) {
+            transmit(joined, QByteArray());
+            if (!self || socketCount != sentTo || !socket->isWritable()) {
+                return; // the link has broken, and somebody was told who may do anything
+            }
+            joined.resize(0);
+        }
+    }
+    transmit(joined, QByteArray());
 }
 
 void NetworkConnection::send(const RawDataPacket& packet)
 {
     if (socket != nullptr && socket->isWritable()) {
-        packet.serialiseTo(*socket);
-        socket->flush();
+        const QByteArray payload = packet.serialisePayload();
+        transmit(packet.makeHeader(payload), payload);
     }
+}
+
+/// Gives the system what it takes at once, and the rest to the socket. A socket that writes all of
+/// it has its event loop wake up for nothing, which costs as much as the write.
+void NetworkConnection::transmit(const QByteArray& first, const QByteArray& second)
+{
+    qint64 taken = 0;
+    if (socket->bytesToWrite() == 0 && isConnected()) {
+        taken = sendAtOnce(socket->socketDescriptor(), first, second);
+    }
+    if (taken == qint64(first.size()) + second.size()) {
+        return;
+    }
+    for (const QByteArray* part : {&first, &second}) {
+        const qint64 skipped = std::min<qint64>(taken, part->size());
+        socket->write(part->constData() + skipped, part->size() - skipped);
+        taken -= skipped;
+    }
+    socket->flush();
 }
 
 void NetworkConnection::onReadyRead()

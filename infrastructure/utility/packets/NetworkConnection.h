@@ -66,8 +66,8 @@ public:
     bool canAcceptPacket(QString className) override;
     /// Sends the packet and flushes; does nothing without a link.
     void acceptPacket(const SerialisableDataPacket& packet) override;
-    /// Sends the packets in order and flushes once, which costs far less than one by one; the bytes
-    /// on the wire are the same.
+    /// Sends the packets in order, many at a time, which costs far less than one by one; the bytes on
+    /// the wire are the same.
     void acceptPackets(const std::vector<SerialisableDataPacket>& packets);
     /// Sends the packet and flushes; does nothing without a link or without a packet.
     virtual void sendRawPacket(std::shared_ptr<RawDataPacket> packet);
@@ -86,6 +86,7 @@ private:
     class SocketSignal;
 
     void send(const RawDataPacket& packet);
+    void transmit(const QByteArray& first, const QByteArray& second);
     bool readAvailableBytes();
     void deliverPackets(const SocketSignal& signal, bool discardRawData);
     void onSocketDisconnected();

@@ -47,15 +47,20 @@ RawDataPacketHeader RawDataPacket::parseHeader(const char* bytes, int size)
     return header;
 }
 
+QByteArray RawDataPacket::makeHeader(const QByteArray& payload) const
+{
+    QByteArray header(RawDataPacketHeader::SIZE_BYTES, Qt::Uninitialized);
+    qToBigEndian<quint16>(getPacketType(), header.data());
+    qToBigEndian<quint16>(getPacketSubType(), header.data() + 2);
+    qToBigEndian<quint32>(quint32(payload.size()), header.data() + 4);
+    return header;
+}
+
 bool RawDataPacket::serialiseTo(QIODevice& device) const
 {
-    const QByteArray body = serialisePayload();
-    char head[RawDataPacketHeader::SIZE_BYTES];
-    qToBigEndian<quint16>(getPacketType(), head);
-    qToBigEndian<quint16>(getPacketSubType(), head + 2);
-    qToBigEndian<quint32>(quint32(body.size()), head + 4);
-
+    const QByteArray payload = serialisePayload();
+    const QByteArray header = makeHeader(payload);
     // By pointer and size, so that a socket joins both in its write buffer and sends them as one.
-    return device.write(head, sizeof head) == qint64(sizeof head) &&
-           device.write(body.constData(), body.size()) == body.size();
+    return device.write(header.constData(), header.size()) == header.size() &&
+           device.write(payload.constData(), payload.size()) == payload.size();
 }

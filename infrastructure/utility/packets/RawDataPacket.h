@@ -43,6 +43,9 @@ public:
     /// The same on bytes in place.
     static RawDataPacketHeader parseHeader(const char* bytes, int size);
 
+    /// The header that goes before the payload given, which is this packet's.
+    QByteArray makeHeader(const QByteArray& payload) const;
+
     /// Writes header and payload to the device. True when it took all of both.
     bool serialiseTo(QIODevice& device) const;
 

@@ -415,3 +415,70 @@ TEST_CASE("Socket errors have names", "[packets]")
               QStringLiteral("illegal value for QAbstractSocket::SocketError: %1").arg(illegal));
     }
 }
+
+namespace {
+
+/// Two connections over loopback of which the far one has not been read from yet.
+struct LoopbackLink
+{
+    LoopbackLink()
+        : near(std::make_unique<NetworkConnection>())
+    {
+        REQUIRE(server.listen(QHostAddress::LocalHost, 0));
+        REQUIRE(near->connectToHost(QHostAddress(QHostAddress::LocalHost), server.serverPort()));
+        REQUIRE(server.waitForNewConnection(5000));
+        farSocket.reset(server.nextPendingConnection());
+    }
+
+    QTcpServer server;
+    std::unique_ptr<NetworkConnection> near;
+    std::unique_ptr<QTcpSocket> farSocket;
+};
+
+} // namespace
+
+TEST_CASE("Packets beyond what the system takes at once arrive whole and in order", "[packets]")
+{
+    LoopbackLink link;
+    std::vector<SerialisableDataPacket> packets;
+    int number = 0;
+    const auto makePacket = [&number](int textBytes) {
+        BasicTestPacket packet;
+        packet.setTestInt(number++);
+        packet.setTestString(QString(textBytes, QLatin1Char('t')));
+        return packet;
+    };
+    link.near->acceptPacket(makePacket(10));
+    CHECK(link.near->getUnsentBytes() == 0); // the system has it
+    while (link.near->getUnsentBytes() == 0) {
+        link.near->acceptPacket(makePacket(100000));
+    }
+    link.near->acceptPacket(makePacket(10)); // behind what waits
+    for (int i = 0; i < 1000; ++i) {
+        packets.push_back(makePacket(100));
+    }
+    link.near->acceptPackets(packets);
+
+    const Receiver receiver;
+    NetworkConnection far;
+    REQUIRE(far.adoptSocket(link.farSocket));
+    REQUIRE(waitFor([&] { return static_cast<int>(receiver.numbers.size()) >= number; }));
+    CHECK(receiver.numbers == numbersUpTo(number));
+    CHECK(link.near->getUnsentBytes() == 0);
+}
+
+TEST_CASE("A connection may be deleted when its link breaks among many packets", "[packets]")
+{
+    LoopbackLink link;
+    link.farSocket->abort(); // with a reset, for the second write to meet
+    QObject::connect(link.near.get(), &NetworkConnection::disconnectedFromHost,
+                     [&link] { delete link.near.release(); });
+    const LogCapture log;
+    const std::vector<SerialisableDataPacket> packets(
+        10000, SerialisableDataPacket(QStringLiteral("Lost")));
+    while (link.near != nullptr) {
+        link.near->acceptPackets(packets);
+        QCoreApplication::processEvents();
+    }
+    CHECK(link.near == nullptr);
+}
