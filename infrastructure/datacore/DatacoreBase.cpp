@@ -4,7 +4,6 @@
 #include "infrastructure/utility/Log.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -130,33 +129,9 @@ void DatacoreBase::enterParent()
         return;
     }
     if (!parent->children) {
-        parent->children = std::make_unique<Children>();
+        parent->children = std::make_unique<DatacoreChildren>();
     }
-    // Children mostly come in the order of their names. The first of a name stays.
-    parent->children->try_emplace(parent->children->end(), instanceName, this);
-}
-
-/// The order of QString. The names of siblings begin alike, so what they share is passed over in
-/// steps of four characters, and without a call.
-bool DatacoreBase::NameOrder::operator()(QStringView a, QStringView b) const
-{
-    const auto common = std::min(a.size(), b.size());
-    const QChar* nextA = a.data();
-    const QChar* nextB = b.data();
-    const QChar* const end = nextA + common;
-    for (quint64 wordA = 0, wordB = 0; end - nextA >= 4; nextA += 4, nextB += 4) {
-        std::memcpy(&wordA, nextA, sizeof(wordA));
-        std::memcpy(&wordB, nextB, sizeof(wordB));
-        if (wordA != wordB) {
-            break;
-        }
-    }
-    for (; nextA != end; ++nextA, ++nextB) {
-        if (*nextA != *nextB) {
-            return *nextA < *nextB;
-        }
-    }
-    return a.size() < b.size();
+    parent->children->add(instanceName, this);
 }
 
 template <typename Node>
@@ -169,11 +144,10 @@ Node* DatacoreBase::findNode(Node* node, QStringView path)
         if (name.isEmpty() || !node->children) {
             return nullptr;
         }
-        const auto found = node->children->lower_bound(name);
-        if (found == node->children->end() || NameOrder()(name, found->first)) {
+        node = node->children->find(name);
+        if (node == nullptr) {
             return nullptr;
         }
-        node = found->second;
         next = end == path.end() ? end : end + 1;
     }
     return node;
@@ -210,8 +184,8 @@ std::vector<DatacoreBase*> DatacoreBase::getChildren() const
 {
     std::vector<DatacoreBase*> nodes;
     if (children) {
-        nodes.reserve(children->size());
-        for (const auto& [name, child] : *children) {
+        nodes.reserve(children->inOrder().size());
+        for (const auto& [name, child] : children->inOrder()) {
             nodes.push_back(child);
         }
     }
@@ -256,7 +230,7 @@ void DatacoreBase::writeNode(QJsonObject& json, JsonWriter& writer) const
 {
     QJsonObject content = writeElements(writer);
     if (writer.withChildren && children) {
-        for (const auto& [name, child] : *children) {
+        for (const auto& [name, child] : children->inOrder()) {
             child->writeNode(content, writer);
         }
     }
@@ -391,10 +365,11 @@ void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int ke
     if (!children) {
         return;
     }
-    for (auto child = children->cbegin(); keysLeft > 0 && child != children->cend(); ++child) {
-        const auto found = object.constFind(child->first);
+    for (std::size_t i = 0; keysLeft > 0 && i < children->inOrder().size(); ++i) {
+        const DatacoreChildren::Entry& child = children->inOrder()[i];
+        const auto found = object.constFind(child.name);
         if (found != object.constEnd()) {
-            child->second->readNode(found.value().toObject(), justData);
+            child.node->readNode(found.value().toObject(), justData);
             --keysLeft;
         }
     }
@@ -406,9 +381,8 @@ void DatacoreBase::readChildren(const PlainJsonValue& object, bool justData, int
         return;
     }
     for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
-        const auto found = children->find(QString(items.getKey()));
-        if (found != children->end()) {
-            found->second->readNode(items.getValue(), justData);
+        if (DatacoreBase* child = children->find(QString(items.getKey()))) {
+            child->readNode(items.getValue(), justData);
         }
     }
 }
@@ -427,15 +401,19 @@ bool DatacoreBase::isActive(DatacoreActiveStatusMessages& reasons) const
 
 bool DatacoreBase::areChildrenValid() const
 {
-    return !children || std::all_of(children->begin(), children->end(), [](const auto& entry) {
-        return entry.second->isValid() && entry.second->areChildrenValid();
+    if (!children) {
+        return true;
+    }
+    const std::vector<DatacoreChildren::Entry>& entries = children->inOrder();
+    return std::all_of(entries.begin(), entries.end(), [](const DatacoreChildren::Entry& entry) {
+        return entry.node->isValid() && entry.node->areChildrenValid();
     });
 }
 
 void DatacoreBase::clearChangeState()
 {
     if (children) {
-        for (const auto& [name, child] : *children) {
+        for (const auto& [name, child] : children->inOrder()) {
             child->clearChangeState();
         }
     }
@@ -449,10 +427,8 @@ std::vector<DatacoreBase*> DatacoreBase::takeChangedList()
 
 void DatacoreBase::notifyValidRecursive()
 {
-    if (children) {
-        for (const auto& [name, child] : *children) {
-            child->notifyValidRecursive();
-        }
+    for (DatacoreBase* child : getChildren()) { // a hook may add others
+        child->notifyValidRecursive();
     }
     if (isValid()) {
         callHook(*this, [this] { onValid(); });

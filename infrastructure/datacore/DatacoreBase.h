@@ -4,6 +4,7 @@
 
 #include "infrastructure/datacore/DatacoreActiveStatusElement.h"
 #include "infrastructure/datacore/DatacoreChangeList.h"
+#include "infrastructure/datacore/DatacoreChildren.h"
 #include "infrastructure/datacore/DatacoreClassnameElement.h"
 #include "infrastructure/datacore/DatacoreDataElement.h"
 #include "infrastructure/datacore/DatacoreValidStatusElement.h"
@@ -12,7 +13,6 @@
 
 #include <array>
 #include <deque>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -139,13 +139,6 @@ protected:
     bool updatesSuppressed = false; ///< holds this node's updates back while a subclass sets it
 
 private:
-    struct NameOrder
-    {
-        using is_transparent = void;
-        bool operator()(QStringView a, QStringView b) const;
-    };
-    using Children = std::map<QString, DatacoreBase*, NameOrder>;
-
     template <typename Node>
     static Node* findNode(Node* node, QStringView path);
 
@@ -172,7 +165,8 @@ private:
     bool populating = false;     ///< populateFromJson is at work on this node
     bool updatingStatus = false; ///< this node finds its reasons
     DatacoreChangeList pendingChanges;
-    std::unique_ptr<Children> children; ///< null where there are none, as with nearly all nodes
+    std::unique_ptr<DatacoreChildren>
+        children; ///< null where there are none, as with nearly all nodes
     QString instanceName;
     DatacoreBase* parent;
 };

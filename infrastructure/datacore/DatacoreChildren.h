@@ -1,0 +1,46 @@
+// The children of a node of the state tree, by name.
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <cstddef>
+#include <vector>
+
+class DatacoreBase;
+
+/// Children to be found by name and walked in the order of their names. The nodes are not owned and
+/// never looked into, so one that is gone does no harm here. Finding one of many takes a look into
+/// a hash table; up to eight are compared one by one.
+class DatacoreChildren
+{
+public:
+    struct Entry
+    {
+        QString name;
+        DatacoreBase* node;
+    };
+
+    /// The first of a name stays.
+    void add(const QString& name, DatacoreBase* node);
+    /// Null where there is none of this name.
+    DatacoreBase* find(QStringView name) const;
+    /// All of them, in the order of their names. A walk during which children may be added goes by
+    /// index and asks anew at each step.
+    const std::vector<Entry>& inOrder();
+
+private:
+    struct Slot
+    {
+        quint32 hash;
+        quint32 place; ///< in `entries`, plus 1; 0 is free
+    };
+
+    void addToSlots(std::size_t place);
+    void growSlots();
+
+    std::vector<Entry> entries;
+    std::vector<Slot>
+        slots;            ///< a power of two of them, of which half are free; none for few entries
+    bool isSorted = true; ///< children mostly come in the order of their names
+};

@@ -1,0 +1,100 @@
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <map>
+#include <memory>
+#include <random>
+
+namespace {
+
+/// Names that begin alike, of all lengths, with characters beyond ASCII; some come twice.
+QString makeName(std::mt19937& random)
+{
+    QString name = QStringLiteral("measurement").left(static_cast<int>(random() % 12));
+    const int more = static_cast<int>(random() % 3) + (name.isEmpty() ? 1 : 0);
+    for (int i = 0; i < more; ++i) {
+        name += QChar(static_cast<ushort>(random() % 2 == 0 ? 'a' + random() % 3 : 0xFFF0));
+    }
+    return name;
+}
+
+} // namespace
+
+TEST_CASE("Children are found by name and walked in its order, the first of a name", "[datacore]")
+{
+    for (const int count : {1, 8, 9, 16, 17, 300}) {
+        std::mt19937 random(static_cast<unsigned>(count));
+        DatacoreChildren children;
+        std::map<QString, DatacoreBase*> expected;
+        std::vector<std::unique_ptr<DatacoreBase>> nodes;
+        for (int i = 0; i < count; ++i) {
+            const QString name = makeName(random);
+            nodes.push_back(std::make_unique<DatacoreBase>(name, nullptr));
+            children.add(name, nodes.back().get());
+            expected.emplace(name, nodes.back().get());
+            if (i % 7 == 0) {
+                children.inOrder(); // later ones come out of order
+            }
+        }
+        CAPTURE(count);
+        REQUIRE(children.inOrder().size() == expected.size());
+        auto next = expected.begin();
+        for (const DatacoreChildren::Entry& entry : children.inOrder()) {
+            REQUIRE(entry.name == next->first);
+            REQUIRE(entry.node == next->second);
+            REQUIRE(children.find(entry.name) == entry.node);
+            ++next;
+        }
+        for (int i = 0; i < 1000; ++i) {
+            const QString name = makeName(random);
+            const auto found = expected.find(name);
+            REQUIRE(children.find(name) == (found == expected.end() ? nullptr : found->second));
+        }
+        CHECK(children.find(QStringView()) == nullptr);
+    }
+}
+
+TEST_CASE("A node's name outlives it among its siblings", "[datacore]")
+{
+    DatacoreBase root(QStringLiteral("root"), nullptr);
+    auto gone = std::make_unique<DatacoreBase>(QStringLiteral("b"), &root);
+    gone.reset();
+    const DatacoreBase a(QStringLiteral("a"), &root);
+    const DatacoreBase c(QStringLiteral("c"), &root);
+    CHECK(root.findDatacore(QStringLiteral("a")) == &a);
+    CHECK(root.findDatacore(QStringLiteral("c")) == &c);
+}
+
+TEST_CASE("A hook may add children while the others are told", "[datacore]")
+{
+    /// Adds a sibling behind itself, and one before, when it is told for the first time.
+    struct Growing : DatacoreBase
+    {
+        Growing(const QString& name, DatacoreBase* parentNode)
+            : DatacoreBase(name, parentNode)
+            , owner(parentNode)
+        {
+        }
+        void onValid() override
+        {
+            ++told;
+            if (!before) {
+                before = std::make_unique<DatacoreBase>(QStringLiteral("a"), owner);
+                behind = std::make_unique<DatacoreBase>(QStringLiteral("z"), owner);
+            }
+        }
+        DatacoreBase* owner;
+        int told = 0;
+        std::unique_ptr<DatacoreBase> before;
+        std::unique_ptr<DatacoreBase> behind;
+    };
+    DatacoreBase root(QStringLiteral("root"), nullptr);
+    const Growing growing(QStringLiteral("m"), &root);
+    root.notifyValidRecursive();
+    CHECK(growing.told == 1);
+    std::vector<DatacoreBase*> children = root.getChildren();
+    REQUIRE(children.size() == 3);
+    CHECK(children[0] == growing.before.get());
+    CHECK(children[1] == &growing);
+    CHECK(children[2] == growing.behind.get());
+}
