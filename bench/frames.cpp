@@ -134,7 +134,7 @@ void crcsBesideMemcpy(benchmark::State& state)
 
 /// Tagging beside `peer`, which is called with the tagged words and takes as many allocations.
 template <typename Peer>
-void compareTagging(benchmark::State& state, Peer peer)
+void compareTagging(benchmark::State& state, double must, double aim, Peer peer)
 {
     const ParcelTongue::Field field{METRICS, randomWords<quint32>(METRICS.getTotalSamples())};
     const ParcelTongue::FieldTagValues values;
@@ -143,7 +143,7 @@ void compareTagging(benchmark::State& state, Peer peer)
     benchmark::DoNotOptimize(ParcelTongue::tagField(field, values));
     const std::size_t taken = allocations - before;
     bench::compare(
-        state, 0.8, 0.95,
+        state, must, aim,
         [&] { benchmark::DoNotOptimize(ParcelTongue::tagField(field, values).data()); },
         [&] { peer(tagged); });
     state.counters["allocations"] = static_cast<double>(taken);
@@ -152,7 +152,7 @@ void compareTagging(benchmark::State& state, Peer peer)
 /// A copy as large as the output, in memory taken for it.
 void taggingBesideCopy(benchmark::State& state)
 {
-    compareTagging(state, [](const std::vector<quint32>& tagged) {
+    compareTagging(state, 0, 0.95, [](const std::vector<quint32>& tagged) {
         const std::vector<quint32> copy(tagged);
         benchmark::DoNotOptimize(copy.data());
     });
@@ -162,7 +162,7 @@ void taggingBesideCopy(benchmark::State& state)
 void taggingBesideMemcpy(benchmark::State& state)
 {
     std::vector<quint32> copy;
-    compareTagging(state, [&](const std::vector<quint32>& tagged) {
+    compareTagging(state, 0.8, 0.95, [&](const std::vector<quint32>& tagged) {
         copy.resize(tagged.size());
         std::memcpy(copy.data(), tagged.data(), tagged.size() * sizeof(quint32));
         benchmark::ClobberMemory();
