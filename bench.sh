@@ -16,4 +16,4 @@ for program in "$root"/build/bench/bench/bench_*; do
         --benchmark_out="$results/${program##*/}.json" --benchmark_out_format=json
 done
 echo
-python3 "$root/tools/bench_table.py" "$results"/*.json
+python3 "$root/tools/benchmark_tables.py" ratios "$results"/*.json

@@ -1,9 +1,14 @@
 #!/usr/bin/env python3
-"""Puts the tables of docs/performance.md behind its line "<!-- tables -->".
+"""Tables from what bench_* wrote with --benchmark_out=FILE.json --benchmark_out_format=json.
 
-    benchmark_tables.py FILE.json ...    what bench_* wrote with --benchmark_out=FILE.json
-                                         --benchmark_out_format=json; a table for each program,
-                                         with the medians of its runs
+    benchmark_tables.py ratios FILE.json ...    prints one table of all ratios. A row's ratio is its
+                                                speed over its peer's, measured in turn with it.
+                                                "BELOW MUST" is too slow, "must" fast enough, "aim"
+                                                as fast as is wanted. Rows that measure no ratio are
+                                                left out; a row that could not run shows why.
+    benchmark_tables.py page FILE.json ...      puts a table for each program, with the medians of
+                                                its runs, behind the line "<!-- tables -->" of
+                                                docs/performance.md
 """
 import datetime
 import json
@@ -19,6 +24,36 @@ TIMES = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1}
 STANDING = {"ratio", "must", "aim", "items_per_second", "bytes_per_second", "real_time", "cpu_time"}
 NOT_COUNTERS = {"family_index", "per_family_instance_index", "repetitions", "repetition_index",
                 "threads", "iterations"}
+
+
+def row_name(row):
+    return re.sub(r"/(manual_time|real_time|iterations:\d+|min_time:[\d.]+)", "", row["name"])
+
+
+def verdict(ratio, must, aim):
+    if must == 0 and aim == 0:
+        return "no bound"
+    if ratio < must:
+        return "BELOW MUST"
+    return "aim" if ratio >= aim else "must"
+
+
+def ratio_rows(run):
+    for row in run["benchmarks"]:
+        if row.get("error_occurred"):
+            yield row_name(row), "-", "-", "-", row["error_message"]
+        elif "ratio" in row and row["run_type"] == "iteration":
+            figures = row["ratio"], row["must"], row["aim"]
+            yield row_name(row), *(f"{figure:.2f}" for figure in figures), verdict(*figures)
+
+
+def print_ratios(runs):
+    table = [("row", "ratio", "must", "aim", "reached")]
+    table += [row for run in runs for row in ratio_rows(run)]
+    widths = [max(map(len, column)) for column in zip(*table)]
+    for name, *figures, reached in table:
+        cells = [figure.rjust(width) for figure, width in zip(figures, widths[1:])]
+        print(name.ljust(widths[0]), *cells, reached, sep="  ")
 
 
 def in_unit(value, units):
@@ -56,7 +91,7 @@ def median_of(rows):
 
 def to_row(rows):
     row, ratios = median_of(rows)
-    name = re.sub(r"/(manual_time|real_time|iterations:\d+|min_time:[\d.]+)", "", row["name"])
+    name = row_name(row)
     others = [f"{key} {value:.4g}" for key, value in row.items()
               if isinstance(value, (int, float)) and key not in STANDING | NOT_COUNTERS]
     ratio = as_factor(row, "ratio")
@@ -93,18 +128,24 @@ def to_table(name, runs):
                       "|---|---|---|---|---|---|---|---|", *map(to_row, rows.values()), ""])
 
 
-def main():
-    if len(sys.argv) < 2:
-        raise SystemExit(__doc__)
+def write_page(runs):
     programs = {}
-    for word in sys.argv[1:]:
-        run = json.loads(pathlib.Path(word).read_text(encoding="utf-8"))
+    for run in runs:
         name = pathlib.Path(run["context"]["executable"]).name.replace("bench_", "")
         programs.setdefault(name, []).append(run)
     page = PAGE.read_text(encoding="utf-8")
     head = page[: page.index(MARK) + len(MARK)]
     tables = [to_table(name, runs) for name, runs in programs.items()]
     PAGE.write_text(head + "\n" + "\n".join(tables), encoding="utf-8")
+
+
+def main():
+    outputs = {"ratios": print_ratios, "page": write_page}
+    if len(sys.argv) < 3 or sys.argv[1] not in outputs:
+        raise SystemExit(__doc__)
+    texts = [pathlib.Path(word).read_text(encoding="utf-8") for word in sys.argv[2:]]
+    # A program of which a filter has left nothing writes an empty file.
+    outputs[sys.argv[1]]([json.loads(text) for text in texts if text])
 
 
 if __name__ == "__main__":

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::size_t MAX_WALKED_ENTRIES = 8; ///< up to here a walk is as fast as the slots
+constexpr std::size_t MAX_WALKED_ENTRIES = 8; ///< up to here a walk is as fast as the table
 
 /// Of every character, four at a time. It stays within the process, so byte order is nothing to it.
 quint32 hashOf(QStringView name)
@@ -49,16 +49,16 @@ void DatacoreChildren::add(const QString& name, DatacoreBase* node)
     if (entries.size() <= MAX_WALKED_ENTRIES) {
         return;
     }
-    if (2 * entries.size() > slots.size()) {
-        growSlots();
+    if (2 * entries.size() > table.size()) {
+        growTable();
     } else {
-        addToSlots(entries.size() - 1);
+        addToTable(entries.size() - 1);
     }
 }
 
 DatacoreBase* DatacoreChildren::find(QStringView name) const
 {
-    if (slots.empty()) {
+    if (table.empty()) {
         const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
             return isEqual(entry.name, name);
         });
@@ -66,7 +66,7 @@ DatacoreBase* DatacoreChildren::find(QStringView name) const
     }
     const quint32 hash = hashOf(name);
     for (std::size_t i = hash;; ++i) {
-        const Slot slot = slots[i & (slots.size() - 1)];
+        const Slot slot = table[i & (table.size() - 1)];
         if (slot.place == 0) {
             return nullptr;
         }
@@ -83,32 +83,32 @@ const std::vector<DatacoreChildren::Entry>& DatacoreChildren::inOrder()
         std::sort(entries.begin(), entries.end(),
                   [](const Entry& a, const Entry& b) { return a.name < b.name; });
         isSorted = true;
-        if (!slots.empty()) {
-            growSlots();
+        if (!table.empty()) {
+            growTable();
         }
     }
     return entries;
 }
 
-void DatacoreChildren::addToSlots(std::size_t place)
+void DatacoreChildren::addToTable(std::size_t place)
 {
     const quint32 hash = hashOf(entries[place].name);
     std::size_t i = hash;
-    while (slots[i & (slots.size() - 1)].place != 0) {
+    while (table[i & (table.size() - 1)].place != 0) {
         ++i;
     }
-    slots[i & (slots.size() - 1)] = {hash, static_cast<quint32>(place + 1)};
+    table[i & (table.size() - 1)] = {hash, static_cast<quint32>(place + 1)};
 }
 
-/// Makes slots for the entries that there are, and as many again.
-void DatacoreChildren::growSlots()
+/// Makes a table for the entries that there are, and as many again.
+void DatacoreChildren::growTable()
 {
     std::size_t count = 4 * MAX_WALKED_ENTRIES;
     while (count < 2 * entries.size()) {
         count *= 2;
     }
-    slots.assign(count, Slot{});
+    table.assign(count, Slot{});
     for (std::size_t place = 0; place < entries.size(); ++place) {
-        addToSlots(place);
+        addToTable(place);
     }
 }

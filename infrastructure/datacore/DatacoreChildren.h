@@ -36,11 +36,10 @@ private:
         quint32 place; ///< in `entries`, plus 1; 0 is free
     };
 
-    void addToSlots(std::size_t place);
-    void growSlots();
+    void addToTable(std::size_t place);
+    void growTable();
 
     std::vector<Entry> entries;
-    std::vector<Slot>
-        slots;            ///< a power of two of them, of which half are free; none for few entries
-    bool isSorted = true; ///< children mostly come in the order of their names
+    std::vector<Slot> table; ///< a power of two of slots, half of them free; none for few entries
+    bool isSorted = true;    ///< children mostly come in the order of their names
 };
