@@ -18,7 +18,9 @@ inline int refuseCommandLine(const QCommandLineParser& parser)
 /// which standard error tells of.
 inline std::optional<int> parseCommandLine(QCommandLineParser& parser)
 {
-    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Print this summary of the options."));
+    parser.addOption(help);
     if (!parser.parse(QCoreApplication::arguments())) {
         std::fprintf(stderr, "%s\n", qPrintable(parser.errorText()));
         return 2;

@@ -362,17 +362,17 @@ int DatacoreBase::readElements(const PlainJsonValue& object, bool justData)
 /// With no key left, the rest of the children need not be looked for.
 void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int keysLeft)
 {
-    if (!children) {
+    if (!children || keysLeft == 0) {
         return;
     }
-    for (std::size_t i = 0; keysLeft > 0 && i < children->inOrder().size(); ++i) {
-        const DatacoreChildren::Entry& child = children->inOrder()[i];
-        const auto found = object.constFind(child.name);
+    children->walk([&](const QString& name, DatacoreBase& child) {
+        const auto found = object.constFind(name);
         if (found != object.constEnd()) {
-            child.node->readNode(found.value().toObject(), justData);
+            child.readNode(found.value().toObject(), justData);
             --keysLeft;
         }
-    }
+        return keysLeft > 0;
+    });
 }
 
 void DatacoreBase::readChildren(const PlainJsonValue& object, bool justData, int keysLeft)
@@ -427,8 +427,11 @@ std::vector<DatacoreBase*> DatacoreBase::takeChangedList()
 
 void DatacoreBase::notifyValidRecursive()
 {
-    for (DatacoreBase* child : getChildren()) { // a hook may add others
-        child->notifyValidRecursive();
+    if (children) {
+        children->walk([](const QString&, DatacoreBase& child) {
+            child.notifyValidRecursive();
+            return true;
+        });
     }
     if (isValid()) {
         callHook(*this, [this] { onValid(); });

@@ -25,9 +25,23 @@ public:
     void add(const QString& name, DatacoreBase* node);
     /// Null where there is none of this name.
     DatacoreBase* find(QStringView name) const;
-    /// All of them, in the order of their names. A walk during which children may be added goes by
-    /// index and asks anew at each step.
+    /// All of them, in the order of their names.
     const std::vector<Entry>& inOrder();
+    /// Calls `use` with each name and node in that order, until it returns false. It may add
+    /// children; those behind the one that it was called with get their turn too.
+    template <typename Use>
+    void walk(Use use)
+    {
+        for (std::size_t i = 0; i < inOrder().size(); ++i) {
+            const Entry current = inOrder()[i];
+            if (!use(current.name, *current.node)) {
+                return;
+            }
+            while (inOrder()[i].node != current.node) {
+                ++i; // some were added before it
+            }
+        }
+    }
 
 private:
     struct Slot

@@ -35,12 +35,6 @@ Standard fromText(const QString& text)
     return rawValue ? createVideoStandard(*rawValue) : nullptr;
 }
 
-bool isStandard(const QString& text)
-{
-    const std::optional<quint32> rawValue = parsePayloadIdentifierBytes(text);
-    return rawValue && findPayloadIdentifierFacts(*rawValue >> 24) != nullptr;
-}
-
 } // namespace
 
 DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode)
@@ -58,7 +52,6 @@ DatacoreVideoStandard::DatacoreVideoStandard(const QString& name, DatacoreBase* 
                                              const Standards& standards)
     : DatacoreBase(CLASSNAME(), name, parentNode, toTexts(standards))
 {
-    readStandards();
     initialiseStatus();
 }
 
@@ -84,23 +77,16 @@ void DatacoreVideoStandard::setDataVideoStandards(const Standards& standards)
 
 void DatacoreVideoStandard::updateValidStatus(DatacoreValidStatusMessages& reasons)
 {
+    readStandards();
     reasons.clear();
-    for (int i = 0; i < getDataCount(); ++i) {
-        if (!isStandard(getDataAt(i))) {
+    for (const Standard& standard : cache) {
+        if (standard == nullptr) {
             reasons.append(DatacoreValidStatusMessage(
                 MessageBase::MessageType_Error,
                 DatacoreValidStatusMessage::
                     MessageContent_DatacoreValueNotConvertableToVideoStandard));
         }
     }
-    if (!reasons.isEmpty()) {
-        readStandards(); // no onValid follows
-    }
-}
-
-void DatacoreVideoStandard::onValid()
-{
-    readStandards();
 }
 
 void DatacoreVideoStandard::readStandards()

@@ -40,8 +40,8 @@ public:
     void setDataVideoStandards(const Standards& standards);
 
 protected:
+    /// Reads the standards anew. A subclass with reasons of its own calls it first.
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
-    void onValid() override;
 
 private:
     void readStandards();

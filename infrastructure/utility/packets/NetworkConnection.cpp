@@ -5,6 +5,7 @@
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
+#include <QNetworkProxy>
 #include <QPointer>
 #include <QScopeGuard>
 #include <QTcpSocket>
@@ -164,6 +165,7 @@ bool NetworkConnection::connectToHost(const QString& host, quint16 port)
 {
     dropLink();
     discard(replaceSocket(new QTcpSocket(this)));
+    socket->setProxy(QNetworkProxy::NoProxy);
     wireSocket();
     socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
     if (!socket->waitForConnected(CONNECT_TIMEOUT_MS)) {
@@ -312,7 +314,8 @@ void NetworkConnection::send(const RawDataPacket& packet)
 void NetworkConnection::transmit(const QByteArray& first, const QByteArray& second)
 {
     qint64 taken = 0;
-    if (socket->bytesToWrite() == 0 && isConnected()) {
+    const bool isPlain = socket->metaObject() == &QTcpSocket::staticMetaObject; // no encryption
+    if (isPlain && socket->bytesToWrite() == 0 && isConnected()) {
         taken = sendAtOnce(socket->socketDescriptor(), first, second);
     }
     if (taken == qint64(first.size()) + second.size()) {

@@ -41,7 +41,8 @@ public:
     ~NetworkConnection() override;
 
     /// Connects to a listening peer, in place of any link there was; waits up to 500 ms. False,
-    /// with the object not connected, when nobody answers.
+    /// with the object not connected, when nobody answers. Never through a proxy: the peer knows
+    /// this end by its address.
     bool connectToHost(const QString& host, quint16 port);
     bool connectToHost(const QHostAddress& address, quint16 port);
 
@@ -66,8 +67,8 @@ public:
     bool canAcceptPacket(QString className) override;
     /// Sends the packet and flushes; does nothing without a link.
     void acceptPacket(const SerialisableDataPacket& packet) override;
-    /// Sends the packets in order, many at a time, which costs far less than one by one; the bytes on
-    /// the wire are the same.
+    /// Sends the packets in order, many at a time, which costs far less than one by one; the bytes
+    /// on the wire are the same.
     void acceptPackets(const std::vector<SerialisableDataPacket>& packets);
     /// Sends the packet and flushes; does nothing without a link or without a packet.
     virtual void sendRawPacket(std::shared_ptr<RawDataPacket> packet);

@@ -67,7 +67,7 @@ TEST_CASE("A node's name outlives it among its siblings", "[datacore]")
 
 TEST_CASE("A hook may add children while the others are told", "[datacore]")
 {
-    /// Adds a sibling behind itself, and one before, when it is told for the first time.
+    /// Adds a sibling before itself, and one behind, when it is told for the first time.
     struct Growing : DatacoreBase
     {
         Growing(const QString& name, DatacoreBase* parentNode)
@@ -89,12 +89,26 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
         std::unique_ptr<DatacoreBase> behind;
     };
     DatacoreBase root(QStringLiteral("root"), nullptr);
-    const Growing growing(QStringLiteral("m"), &root);
-    root.notifyValidRecursive();
+    Growing growing(QStringLiteral("m"), &root);
+    DatacoreBase next(QStringLiteral("n"), &root);
+    SECTION("by a call")
+    {
+        root.notifyValidRecursive();
+    }
+    SECTION("by JSON that they read")
+    {
+        const auto value = [](const char* data) {
+            return QJsonObject{{QStringLiteral("data"), QLatin1String(data)}};
+        };
+        const QJsonObject json{
+            {QStringLiteral("root"),
+             QJsonObject{{QStringLiteral("m"), value("1")}, {QStringLiteral("n"), value("2")}}}};
+        DatacoreJsonMessages messages;
+        REQUIRE(root.populateFromJson(QString(), json, true, messages));
+        CHECK(next.getData() == QStringLiteral("2"));
+    }
     CHECK(growing.told == 1);
-    std::vector<DatacoreBase*> children = root.getChildren();
-    REQUIRE(children.size() == 3);
-    CHECK(children[0] == growing.before.get());
-    CHECK(children[1] == &growing);
-    CHECK(children[2] == growing.behind.get());
+    const std::vector<DatacoreBase*> children = root.getChildren();
+    CHECK(children ==
+          std::vector<DatacoreBase*>{growing.before.get(), &growing, &next, growing.behind.get()});
 }

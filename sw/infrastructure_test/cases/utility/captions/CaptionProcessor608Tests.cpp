@@ -248,20 +248,30 @@ uint16_t mixedCode(std::mt19937& random)
     }
 }
 
+/// Random pairs of both fields, many at a time and, by another processor, one by one.
 void runRandomPairs(std::size_t count)
 {
-    auto processor = std::make_unique<CaptionProcessor608>();
-    processor->setFieldSelect(CaptionFieldSelect608_Field1);
+    const auto many = std::make_unique<CaptionProcessor608>();
+    const auto single = std::make_unique<CaptionProcessor608>();
+    for (CaptionProcessor608* processor : {many.get(), single.get()}) {
+        processor->setFieldSelect(CaptionFieldSelect608_Field1);
+    }
     std::mt19937 random(608);
-    std::vector<Caption608BytePair> records(1000);
+    std::vector<Caption608BytePair> records;
     std::size_t changes = 0;
     for (std::size_t done = 0; done < count; done += records.size()) {
+        records.resize(1 + random() % 200);
+        bool isChanged = false;
         for (Caption608BytePair& record : records) {
-            const auto bits = static_cast<unsigned>(random());
-            record = Caption608BytePair::fromRaw(static_cast<uint8_t>(bits),
-                                                 static_cast<uint8_t>(bits >> 8), true);
+            const uint16_t code = mixedCode(random);
+            record = Caption608BytePair::fromRaw(static_cast<uint8_t>(code >> 8),
+                                                 static_cast<uint8_t>(code), random() % 4 != 0);
+            isChanged = single->processRecord(record) || isChanged;
         }
-        changes += processor->processPairs(records) ? 1 : 0;
+        REQUIRE(many->processPairs(records) == isChanged);
+        REQUIRE(many->hasPendingChange() == single->hasPendingChange());
+        REQUIRE(many->displayedGrid() == single->displayedGrid());
+        changes += isChanged ? 1 : 0;
     }
     CHECK(changes > 0);
 }
@@ -550,7 +560,7 @@ TEST_CASE("Records are taken by field, all of them", "[captions]")
     CHECK_FALSE(untouched.processor.processPairs({}));
 }
 
-TEST_CASE("Random pairs go through the caption processor", "[captions]")
+TEST_CASE("Random pairs have one effect, many at a time or one by one", "[captions]")
 {
     runRandomPairs(500000);
 }

@@ -1,3 +1,4 @@
+#include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/BasicTestPacket.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 #include "sw/infrastructure_test/Catch.h"
@@ -78,6 +79,16 @@ TEST_CASE("Awkward strings survive the wire unchanged", "[packets]")
         CHECK(received == sent);
         CHECK(received.getTestString() == text);
     }
+}
+
+TEST_CASE("A packet is shown as indented JSON, in a log line too", "[packets]")
+{
+    const SerialisableDataPacket received = receive(R"({"Class":"One","Path":"a/b"})");
+    const std::string expected = "{\n    \"Class\": \"One\",\n    \"Path\": \"a/b\"\n}\n";
+    CHECK(fmt::format("{}", received) == expected);
+    const LogCapture log;
+    VELLOG_INFO() << received;
+    CHECK(log.lines() == QStringList{QStringLiteral("info: ") + QString::fromStdString(expected)});
 }
 
 TEST_CASE("Packets compare by their JSON alone", "[packets]")
