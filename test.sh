@@ -55,6 +55,7 @@ run_fuzzers() {
         rm -rf "$corpus"
         count=$((count + 1))
     done
+    [ "$count" -gt 0 ] || { echo "there is no fuzzer" >&2; return 1; }
     echo "$count passed, 0 failed"
 }
 
@@ -80,6 +81,16 @@ run_coverage() {
         "$root/build/coverage"
 }
 
+usage() {
+    sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
+    exit 2
+}
+
+[ $# -le 1 ] || usage
+case "${1:-}" in
+'' | --quick | --tsan | --valgrind | --fuzz | --soak | --docs | --armhf | --all | --coverage) ;;
+*) usage ;;
+esac
 install_packages build test
 case "${1:-}" in
 '')
@@ -102,8 +113,4 @@ case "${1:-}" in
     run_armhf
     ;;
 --coverage) run_coverage ;;
-*)
-    sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
-    ;;
 esac

@@ -1,5 +1,9 @@
 # Debian packages of the three components: `cmake --workflow --preset package`, or `cpack -G DEB`
-# in any build directory.
+# in any build directory but one of a cross build, where the packager would ask this machine for its
+# architecture and its libraries.
+if(CMAKE_CROSSCOMPILING)
+  return()
+endif()
 set(CPACK_PACKAGE_VENDOR "The maintainers")
 set(CPACK_PACKAGE_CONTACT "The maintainers <maintainers@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -63,6 +63,11 @@ std::vector<StreamPiece> PacketStream::take(const QByteArray& arrived)
     return pieces;
 }
 
+QString PacketStream::overfullText()
+{
+    return QStringLiteral("a packet of more than %1 bytes").arg(MAX_WAITING_BYTES);
+}
+
 QByteArray PacketStream::takeRest()
 {
     QByteArray rest;

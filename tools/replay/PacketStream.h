@@ -4,6 +4,7 @@
 #include "infrastructure/utility/packets/RawDataPacketHeader.h"
 
 #include <QByteArray>
+#include <QString>
 
 #include <vector>
 
@@ -28,8 +29,10 @@ public:
     std::vector<StreamPiece> take(const QByteArray& arrived);
     /// What waits for a packet to be whole, and will not be.
     QByteArray takeRest();
-    /// True while a packet above the limit is waited for: the caller gives the link up.
+    /// True while a packet above the limit is waited for: the caller gives the stream up.
     bool isOverfull() const { return waiting.size() > MAX_WAITING_BYTES; }
+    /// What is said then.
+    static QString overfullText();
 
 private:
     QByteArray waiting;

@@ -2,8 +2,11 @@
 
 #include "infrastructure/utility/packets/NetworkConnection.h"
 
-#include <algorithm>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -44,6 +47,10 @@ bool Player::open(const QString& fileName)
     PacketStream streams[2];
     while (recording.read(record)) {
         packetCounts[record.side] += countPackets(streams[record.side].take(record.bytes));
+        if (streams[record.side].isOverfull()) {
+            openError = PacketStream::overfullText();
+            return false;
+        }
     }
     if (!recording.getError().isEmpty()) {
         return false;
@@ -70,9 +77,11 @@ void Player::onReadyRead()
 {
     receivedCount += countPackets(farStream.take(socket->readAll()));
     if (farStream.isOverfull()) {
-        finish(
-            QStringLiteral("a packet of more than %1 bytes").arg(PacketStream::MAX_WAITING_BYTES));
+        finish(PacketStream::overfullText());
         return;
+    }
+    if (hasToldEnd) {
+        timer.start(LINGER_MS); // it still answers
     }
     advance();
 }
@@ -138,9 +147,19 @@ void Player::endSending()
     if (!std::exchange(hasToldEnd, true)) {
         ::shutdown(static_cast<int>(socket->socketDescriptor()), SHUT_WR);
         timer.disconnect(this);
-        connect(&timer, &QTimer::timeout, this, [this] { finish(QString()); });
+        connect(&timer, &QTimer::timeout, this, &Player::onLingered);
         timer.start(LINGER_MS);
     }
+}
+
+/// A server need not end the link, but it has to have taken all.
+void Player::onLingered()
+{
+    int unacknowledged = 0;
+    ::ioctl(static_cast<int>(socket->socketDescriptor()), SIOCOUTQ, &unacknowledged);
+    finish(unacknowledged == 0
+               ? QString()
+               : QStringLiteral("the server has not taken the last %1 bytes").arg(unacknowledged));
 }
 
 void Player::onClosed()

@@ -25,7 +25,7 @@ public:
 
     /// Reads the recording through. False, with getError, where it is none.
     bool open(const QString& fileName);
-    QString getError() const { return recording.getError(); }
+    QString getError() const { return openError.isEmpty() ? recording.getError() : openError; }
     /// Begins. The socket belongs to the caller and outlives this.
     void start(QTcpSocket& peer);
 
@@ -40,12 +40,14 @@ private:
     void endSending();
     void onReadyRead();
     void onClosed();
+    void onLingered();
     void finish(const QString& error);
 
     Side side;
     bool isFast;
     Finished finished;
     LinkRecordingReader recording;
+    QString openError;
     LinkRecord record;
     bool isHolding = false;  ///< the record is the side's next and not due yet
     bool hasEnded = false;   ///< all is sent

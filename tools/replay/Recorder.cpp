@@ -80,8 +80,7 @@ void Recorder::pump(Side side)
     while (isRecording && from.bytesAvailable() > 0 && to.bytesToWrite() < MAX_UNSENT_BYTES) {
         passOn(side, streams[side].take(from.read(READ_BUFFER_BYTES)));
         if (streams[side].isOverfull()) {
-            finish(QStringLiteral("a packet of more than %1 bytes")
-                       .arg(PacketStream::MAX_WAITING_BYTES));
+            finish(PacketStream::overfullText());
         }
     }
 }

@@ -171,13 +171,22 @@ bool showFile(const QString& fileName)
                     qPrintable(header.clientAddress.toString()), unsigned(header.clientPort),
                     qPrintable(start.toString(Qt::ISODateWithMs)));
         while (recording.read(record)) {
-            for (const StreamPiece& piece : streams[record.side].take(record.bytes)) {
+            PacketStream& stream = streams[record.side];
+            for (const StreamPiece& piece : stream.take(record.bytes)) {
                 show(record.timeUs, record.side,
                      QStringLiteral("%1 bytes  %2").arg(piece.bytes.size()).arg(describe(piece)));
+            }
+            if (stream.isOverfull()) {
+                return failToOpen(fileName, PacketStream::overfullText()) == 0;
             }
             if (record.isClose) {
                 show(record.timeUs, record.side, QStringLiteral("closed"));
             }
+        }
+    }
+    for (const Side side : {Side_Client, Side_Server}) {
+        if (const int rest = streams[side].takeRest().size()) {
+            show(record.timeUs, side, QStringLiteral("%1 bytes of an unfinished packet").arg(rest));
         }
     }
     return recording.getError().isEmpty() || failToOpen(fileName, recording.getError()) == 0;

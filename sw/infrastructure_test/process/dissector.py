@@ -2,6 +2,8 @@
 
 usage: dissector.py INFRASTRUCTURE_LUA RECORDING
 """
+import atexit
+import os
 import pathlib
 import random
 import re
@@ -92,13 +94,16 @@ def main(script, recording):
            re.findall(r"\[(0x1\w+)\] = \"(\w+)\"", source)} == protocol_tables.read_types(),
           "the dissector knows all raw types by name")
     directory = pathlib.Path(tempfile.mkdtemp())
+    atexit.register(shutil.rmtree, directory, ignore_errors=True)
+    # Nobody's own preferences and plugins.
+    environment = {**os.environ, "HOME": str(directory), "WIRESHARK_CONFIG_DIR": str(directory)}
 
     def tshark(capture, *words):
         path = directory / "link.pcap"
         path.write_bytes(capture.content)
         result = subprocess.run(["tshark", "-X", f"lua_script:{script}", "-n", "-r", str(path),
                                  *words], capture_output=True, text=True, errors="replace",
-                                timeout=60, check=False)
+                                timeout=60, check=False, env=environment)
         check(result.returncode == 0 and "Lua" not in result.stdout + result.stderr,
               f"tshark runs, {words[:2]}", result.stderr + result.stdout[:2000])
         return result.stdout

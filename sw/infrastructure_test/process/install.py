@@ -62,6 +62,7 @@ class Consumer:
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
             flags = run("pkg-config", "--cflags", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
+            check("-D_FILE_OFFSET_BITS=64" in flags, "pkg-config tells the width of file offsets")
             run(self.cxx, "-std=c++17", f"{self.source}/main.cpp", "-o", f"{folder}/consumer",
                 *shlex.split(flags))
             self.check_output(f"{folder}/consumer", prefix, f"pkg-config works with the {name}")

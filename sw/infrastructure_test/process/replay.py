@@ -2,8 +2,10 @@
 
 usage: replay.py REPLAY DATACORE_SERVER DATACORE_CLIENT
 """
+import atexit
 import pathlib
 import re
+import shutil
 import signal
 import socket
 import struct
@@ -56,6 +58,7 @@ def records(path):
 
 def main(replay, server_program, client_program):
     directory = pathlib.Path(tempfile.mkdtemp())
+    atexit.register(shutil.rmtree, directory, ignore_errors=True)
 
     def run(*words):
         return subprocess.run(words, capture_output=True, text=True, timeout=30, check=False)
