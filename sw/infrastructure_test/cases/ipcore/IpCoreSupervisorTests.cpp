@@ -189,21 +189,32 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
                        "round journey, core 1 instance 5", "round journey, core 2 instance 0"});
 }
 
-TEST_CASE("A supervisor that follows another on the same source is woken", "[ipcore]")
+TEST_CASE("A supervisor that goes leaves its successor on the source told", "[ipcore]")
 {
-    constexpr int64_t anHour = 3600000;
+    struct Counting : IpCoreSupervisor
+    {
+        using IpCoreSupervisor::IpCoreSupervisor;
+        void notify() override { ++count; }
+        int count = 0;
+    };
     IpCoreMessageExchange in("in", 8, 100);
     IpCoreMessageExchange out("out", 8, 100);
-    EchoProcessor processor(1, 0);
-    auto supervisor = std::make_unique<IpCoreSupervisor>(
-        out, in, std::vector<IpCoreMessageProcessorBase*>{&processor}, "first", anHour);
-    supervisor = std::make_unique<IpCoreSupervisor>(
-        out, in, std::vector<IpCoreMessageProcessorBase*>{&processor}, "second", anHour);
-    supervisor->startThread();
-    for (int i = 0; i < 2; ++i) { // by the second it has slept
+    const std::vector<IpCoreMessageProcessorBase*> processors;
+    const auto send = [&in] {
         in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
-        CHECK(waitForMessage(out) != nullptr);
+    };
+    auto first = std::make_unique<Counting>(out, in, processors, "first", PERIOD_MS);
+    send();
+    CHECK(first->count == 1);
+    Counting second(out, in, processors, "second", PERIOD_MS);
+    first.reset();
+    send();
+    CHECK(second.count == 1);
+    {
+        const Counting third(out, in, processors, "third", PERIOD_MS);
     }
+    send(); // to nobody
+    CHECK(second.count == 1);
 }
 
 TEST_CASE("No message is lost between full exchanges", "[ipcore]")
