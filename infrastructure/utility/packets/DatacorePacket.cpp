@@ -5,10 +5,10 @@
 
 namespace {
 
-constexpr QLatin1String CLIENT_ID_KEY("ClientID");
-constexpr QLatin1String PACKET_ID_KEY("PacketID");
-constexpr QLatin1String PATH_KEY("Path");
-constexpr QLatin1String DATACORE_KEY("Datacore");
+const QLatin1String CLIENT_ID_KEY("ClientID");
+const QLatin1String PACKET_ID_KEY("PacketID");
+const QLatin1String PATH_KEY("Path");
+const QLatin1String DATACORE_KEY("Datacore");
 
 } // namespace
 

@@ -9,11 +9,11 @@ namespace {
 
 constexpr int ORDINARY_BYTES = 16 << 10; ///< of a dump of a few hundred names
 
-constexpr QLatin1String CLIENT_ID_KEY("ClientId");
-constexpr QLatin1String STATUS_TREE_KEY("StatusTreeObject");
-constexpr QLatin1String CONFIG_TREE_KEY("ConfigTreeObject");
-constexpr QLatin1String COMMAND_TREE_KEY("CommandTreeObject");
-constexpr QLatin1String PERSISTENT_CONFIG_TREE_KEY("PersistentConfigTreeObject");
+const QLatin1String CLIENT_ID_KEY("ClientId");
+const QLatin1String STATUS_TREE_KEY("StatusTreeObject");
+const QLatin1String CONFIG_TREE_KEY("ConfigTreeObject");
+const QLatin1String COMMAND_TREE_KEY("CommandTreeObject");
+const QLatin1String PERSISTENT_CONFIG_TREE_KEY("PersistentConfigTreeObject");
 
 QJsonObject encode(const DatacoreBase& datacore)
 {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int ORDINARY_PAYLOAD_BYTES = 1500; // the payload of one Ethernet frame
 
-constexpr QLatin1String CLASS_KEY("Class");
+const QLatin1String CLASS_KEY("Class");
 
 /// True for an object that says of which packet class it is.
 bool isPacketObject(const QJsonValue& value)
