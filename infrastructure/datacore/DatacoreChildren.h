@@ -15,6 +15,7 @@ class DatacoreBase;
 class DatacoreChildren
 {
 public:
+    /// A child and the name that it is found by.
     struct Entry
     {
         QString name;

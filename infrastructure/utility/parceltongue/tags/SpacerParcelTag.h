@@ -9,7 +9,9 @@ class SpacerParcelTag : public ParcelTag
 public:
     /// The least that a run of words can be lengthened by.
     static constexpr quint32 NUM_WORDS_IN_TAG() { return 1; }
+    /// The size of the header, as every class of tag states it.
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return NUM_WORDS_IN_TAG(); }
+    /// The size of the footer.
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return NUM_WORDS_IN_TAG(); }
 
     SpacerParcelTag(quint8 byteA, quint8 byteB)
