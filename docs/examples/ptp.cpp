@@ -23,6 +23,7 @@ int main()
     leader.clockIdentity = 0x001DC1FFFE123456;
     leader.clockClass = 6;
     leader.currentUtcOffset = 37;
+    std::puts(qPrintable(stamp.toUtc(leader.currentUtcOffset).toString()));
     const QString text = leader.serialise();
     std::printf("%s\n%s\n", qPrintable(leader.clockIdentityToString()), qPrintable(text));
     bool ok = false;

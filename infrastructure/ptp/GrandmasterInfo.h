@@ -14,12 +14,14 @@ struct GrandmasterInfo
     quint64 clockIdentity = 0; ///< first octet in the highest byte
     quint8 priority1 = 0;
     quint8 clockClass = 0;
-    quint8 clockAccuracy = 0; ///< ptpClockAccuracyToString has the texts
+    quint8 clockAccuracy = 0; ///< clockAccuracyToString has the texts
     quint16 offsetScaledLogVariance = 0;
     quint8 priority2 = 0;
     quint16 stepsRemoved = 0;
-    quint8 timeSource = 0;       ///< ptpTimeSourceToString has the texts
-    qint16 currentUtcOffset = 0; ///< seconds from UTC to TAI
+    /// A PtpTimeSource, toString has the texts; PtpTimeSource_Unknown is beyond a byte and can't be
+    /// here.
+    quint8 timeSource = 0;
+    qint16 currentUtcOffset = 0; ///< seconds that TAI is ahead of UTC; PtpTimestamp::toUtc takes it
     bool currentUtcOffsetValid = false;
     bool leap59 = false;
     bool leap61 = false;

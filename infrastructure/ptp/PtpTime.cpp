@@ -1,6 +1,7 @@
 #include "infrastructure/ptp/PtpTime.h"
 
 #include <QDateTime>
+#include <QLocale>
 
 #include <algorithm>
 #include <iterator>
@@ -52,9 +53,20 @@ QString PtpTimestamp::toString(bool withUtc) const
     if (seconds < 0 || nanoseconds < 0 || seconds > LAST_SHOWN_SECOND) {
         return QStringLiteral("Error");
     }
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)
-               .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) +
+    // QDateTime's own texts have the digits of the machine's language.
+    return QLocale::c().toString(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC),
+                                 QStringLiteral("yyyy-MM-dd hh:mm:ss")) +
            QLatin1String(withUtc ? " (UTC)" : "");
+}
+
+PtpTimestamp PtpTimestamp::toUtc(qint32 currentUtcOffset) const
+{
+    PtpTimestamp utc = *this;
+    if (__builtin_sub_overflow(seconds, qint64{currentUtcOffset}, &utc.seconds)) {
+        utc.seconds = currentUtcOffset < 0 ? std::numeric_limits<qint64>::max()
+                                           : std::numeric_limits<qint64>::min();
+    }
+    return utc;
 }
 
 qint64 PtpTimestamp::toNanoseconds() const

@@ -30,7 +30,9 @@ inline constexpr PtpTimingTimePresentation PTP_TIMING_TIME_PRESENTATIONS[] = {
 QString ptpTimeToString(qint64 nanoseconds);
 QString ptpTimeToString(qint32 nanoseconds);
 
-/// A point in time as seconds and nanoseconds since 1970-01-01 00:00:00 UTC.
+/// A point in time as seconds and nanoseconds since 1970-01-01 00:00:00 on the time scale of
+/// whoever fills it in. The texts take it as UTC. PTP's own time scale is TAI (IEEE
+/// 1588-2008, 7.2.2), which is ahead of UTC: what comes from there is shown in UTC by way of toUtc.
 struct PtpTimestamp
 {
     qint64 seconds = 0;
@@ -39,6 +41,13 @@ struct PtpTimestamp
     /// "2025-11-23 01:02:03", with " (UTC)" behind it when `withUtc` asks for it. "Error" where a
     /// part is negative, or the year has more than four digits.
     QString toString(bool withUtc = false) const;
+
+    /// A time on PTP's own scale as UTC, which is earlier by the grandmaster's `currentUtcOffset`
+    /// seconds (GrandmasterInfo). Seconds that 64 bits do not hold become the nearest value that
+    /// they do.
+    ///
+    ///   PtpTimestamp{1763859760, 5}.toUtc(37) => {1763859723, 5}
+    PtpTimestamp toUtc(qint32 currentUtcOffset) const;
 
     /// Nanoseconds since 1970. Where a part is negative, minus the sum of the parts' absolute
     /// values. What 64 bits do not hold becomes the nearest value that they do.
