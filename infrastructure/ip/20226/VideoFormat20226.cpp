@@ -43,6 +43,7 @@ enum class FrameRateRule {
     Rate270M,    ///< standard definition, whatever the frame rate
     Rate1G5,     ///< 1.5 Gb/s at all its frame rates, with 4:2:2 10-bit samples
     ByFrameRate, ///< 3 Gb/s for fast pictures, 1.5 Gb/s for slow ones, with 4:2:2 10-bit samples
+    AnySize,     ///< either of the two above: unknown where they differ and pictures of both exist
 };
 
 struct FrameRow
@@ -52,7 +53,7 @@ struct FrameRow
 };
 
 constexpr FrameRow FRAMES[] = {
-    {0x00, FrameRateRule::ByFrameRate}, // unknown
+    {0x00, FrameRateRule::AnySize},     // unknown
     {0x10, FrameRateRule::Rate270M},    // 720x486 interlaced
     {0x11, FrameRateRule::Rate270M},    // 720x576 interlaced
     {0x20, FrameRateRule::Rate1G5},     // 1920x1080 interlaced
@@ -69,24 +70,25 @@ struct FrameRateRow
     bool is1001;
     SdiDataRate serialRate; ///< of the code itself, or SdiDataRate_Unknown: the frame decides
     bool isFast;            ///< 47.95 Hz and above
+    bool has720Lines;       ///< fast, and a rate of pictures with 720 lines (SMPTE ST 296) too
 };
 
 constexpr FrameRateRow FRAME_RATES[] = {
-    {0x00, false, SdiDataRate_3G, false},      // unknown, at 2.970 GHz
-    {0x01, true, SdiDataRate_3G, false},       // unknown, at 2.970 GHz / 1.001
-    {0x02, false, SdiDataRate_1G5, false},     // unknown, at 1.485 GHz
-    {0x03, true, SdiDataRate_1G5, false},      // unknown, at 1.485 GHz / 1.001
-    {0x04, false, SdiDataRate_270M, false},    // unknown, at 0.270 GHz
-    {0x10, false, SdiDataRate_Unknown, true},  // 60
-    {0x11, true, SdiDataRate_Unknown, true},   // 60 / 1.001
-    {0x12, false, SdiDataRate_Unknown, true},  // 50
-    {0x14, false, SdiDataRate_Unknown, true},  // 48
-    {0x15, true, SdiDataRate_Unknown, true},   // 48 / 1.001
-    {0x16, false, SdiDataRate_Unknown, false}, // 30
-    {0x17, true, SdiDataRate_Unknown, false},  // 30 / 1.001
-    {0x18, false, SdiDataRate_Unknown, false}, // 25
-    {0x1A, false, SdiDataRate_Unknown, false}, // 24
-    {0x1B, true, SdiDataRate_Unknown, false},  // 24 / 1.001
+    {0x00, false, SdiDataRate_3G, false, false},      // unknown, at 2.970 GHz
+    {0x01, true, SdiDataRate_3G, false, false},       // unknown, at 2.970 GHz / 1.001
+    {0x02, false, SdiDataRate_1G5, false, false},     // unknown, at 1.485 GHz
+    {0x03, true, SdiDataRate_1G5, false, false},      // unknown, at 1.485 GHz / 1.001
+    {0x04, false, SdiDataRate_270M, false, false},    // unknown, at 0.270 GHz
+    {0x10, false, SdiDataRate_Unknown, true, true},   // 60
+    {0x11, true, SdiDataRate_Unknown, true, true},    // 60 / 1.001
+    {0x12, false, SdiDataRate_Unknown, true, true},   // 50
+    {0x14, false, SdiDataRate_Unknown, true, false},  // 48
+    {0x15, true, SdiDataRate_Unknown, true, false},   // 48 / 1.001
+    {0x16, false, SdiDataRate_Unknown, false, false}, // 30
+    {0x17, true, SdiDataRate_Unknown, false, false},  // 30 / 1.001
+    {0x18, false, SdiDataRate_Unknown, false, false}, // 25
+    {0x1A, false, SdiDataRate_Unknown, false, false}, // 24
+    {0x1B, true, SdiDataRate_Unknown, false, false},  // 24 / 1.001
 };
 
 /// Sample codes up to this one are unknown and 4:2:2 at 10 bits; those above, the reserved ones
@@ -123,6 +125,9 @@ SdiDataRate VideoFormat20226::getRateFromVideoSourceFormatUInt(quint32 formatWor
     }
     if (codes.sample > SAMPLE_422_10) {
         return SdiDataRate_3G;
+    }
+    if (frame->rule == FrameRateRule::AnySize && frameRate->has720Lines) {
+        return SdiDataRate_Unknown;
     }
     const bool slow = frame->rule == FrameRateRule::Rate1G5 || !frameRate->isFast;
     return slow ? SdiDataRate_1G5 : SdiDataRate_3G;

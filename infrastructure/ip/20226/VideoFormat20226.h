@@ -15,7 +15,8 @@ struct VideoFormat20226
     /// `formatWord` is the second word of the payload header, in host byte order.
     explicit VideoFormat20226(quint32 formatWord);
 
-    /// SdiDataRate_Unknown where a reserved picture size or frame rate would have to tell.
+    /// SdiDataRate_Unknown where a reserved picture size or frame rate would have to tell, and for
+    /// an unknown picture size at 50, 59.94 or 60 Hz, which pictures of 1.5 and of 3 Gb/s have.
     static Sdi::SdiDataRate getRateFromVideoSourceFormatUInt(quint32 formatWord);
     /// True for the rates that are a multiple of 1 / 1.001.
     static bool getIs1001FromVideoSourceFormatUInt(quint32 formatWord);

@@ -16,5 +16,8 @@ public:
     virtual QString serialiseDetails() const = 0;
 };
 
+/// What is transmitted is known to the two kinds alone, and so is whether it is equal.
+bool operator==(const FlowConfigTx& a, const FlowConfigTx& b) = delete;
+
 } // namespace IpTypes
 } // namespace Tessorn

@@ -73,12 +73,19 @@ public:
     IpInterface interface;
 };
 
-/// All fields equal.
+/// Identities equal, `interface` and source filter included.
 bool operator==(const IpMediaFlow& a, const IpMediaFlow& b);
+
+/// Flows of two classes have no ==, which would leave out what one of them has more. Their
+/// identities have: as IpMediaFlow, or by flowParamsSame.
+template <typename A, typename B,
+          typename = std::enable_if_t<std::is_base_of_v<IpMediaFlow, A> &&
+                                      std::is_base_of_v<IpMediaFlow, B> && !std::is_same_v<A, B>>>
+bool operator==(const A& a, const B& b) = delete;
 
 /// For flows of all kinds: the opposite of their operator==.
 template <typename Flow, typename = std::enable_if_t<std::is_base_of_v<IpMediaFlow, Flow>>>
-bool operator!=(const Flow& a, const Flow& b)
+auto operator!=(const Flow& a, const Flow& b) -> decltype(a == b)
 {
     return !(a == b);
 }

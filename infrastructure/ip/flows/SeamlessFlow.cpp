@@ -7,6 +7,21 @@
 namespace Tessorn {
 namespace IpTypes {
 
+namespace {
+
+/// What the same stream has on both interfaces.
+void takeStream(IpMediaFlow& flow, const IpMediaFlow& from)
+{
+    flow.payloadType = from.payloadType;
+    flow.srcIpAddr = from.srcIpAddr;
+    flow.dstIpAddr = from.dstIpAddr;
+    flow.srcUdpPort = from.srcUdpPort;
+    flow.dstUdpPort = from.dstUdpPort;
+    flow.ssrc = from.ssrc;
+}
+
+} // namespace
+
 SeamlessFlow mergedFlow(const std::vector<SeamlessFlow>& flows, int index)
 {
     constexpr std::size_t streamsPerInterface = 2;
@@ -23,7 +38,7 @@ SeamlessFlow mergedFlow(const std::vector<SeamlessFlow>& flows, int index)
     }
     const SeamlessFlow& partner = flows[partnerPosition];
     if (merged.flow.isNull()) {
-        merged.flow.IpMediaFlow::operator=(partner.flow);
+        takeStream(merged.flow, partner.flow);
     }
     merged.channelCount = std::max(merged.channelCount, partner.channelCount);
     if (merged.packetTime == INVALID_AUDIO_PACKET_TIME) {

@@ -28,9 +28,10 @@ inline bool operator!=(const SeamlessFlow& a, const SeamlessFlow& b)
 }
 
 /// The flow at `index`, completed from its partner, which is the one two places on from the first
-/// two, otherwise two places back. A null flow takes the partner's identity with its interface; the
-/// larger channel count counts; an invalid packet time (255) gives way to the partner's. Without a
-/// partner the flow is as it stands; an index out of range gives a default-made value.
+/// two, otherwise two places back. A null flow takes the partner's payload type, addresses, ports
+/// and SSRC; it stays on its own interface, without a source filter. The larger channel count
+/// counts; an invalid packet time (255) gives way to the partner's. Without a partner the flow is
+/// as it stands; an index out of range gives a default-made value.
 SeamlessFlow mergedFlow(const std::vector<SeamlessFlow>& flows, int index);
 
 } // namespace IpTypes

@@ -37,6 +37,9 @@ SdiDataRate expectedRate(quint32 map, quint32 frame, quint32 frameRate, quint32 
     if (sample > 1) {
         return SdiDataRate_3G;
     }
+    if (frame == 0 && frameRate >= 0x10 && frameRate <= 0x12) { // 60, 59.94, 50
+        return SdiDataRate_Unknown;
+    }
     return frame == 0x20 || frame == 0x30 || slow.count(frameRate) != 0 ? SdiDataRate_1G5
                                                                         : SdiDataRate_3G;
 }
@@ -62,6 +65,8 @@ TEST_CASE("The words of well-known formats give their interface", "[ip]")
         {"3G B 2048x1080p50", formatWord(1, 0x23, 0x12, 1), SdiDataRate_3G, false, Level_B},
         {"1.5G 1080p25", formatWord(0, 0x21, 0x18, 1), SdiDataRate_1G5, false, Level_A},
         {"two streams of 1080i29.97", formatWord(2, 0x20, 0x17, 1), SdiDataRate_3G, true, Level_B},
+        {"60 Hz of unknown size", formatWord(0, 0, 0x10, 1), SdiDataRate_Unknown, false, Level_A},
+        {"48 Hz of unknown size", formatWord(0, 0, 0x14, 0), SdiDataRate_3G, false, Level_A},
         {"525 lines", formatWord(0, 0x10, 0x17, 1), SdiDataRate_270M, true, Level_A},
         {"625 lines, 4:4:4", formatWord(0, 0x11, 0x18, 2), SdiDataRate_270M, false, Level_A},
     };

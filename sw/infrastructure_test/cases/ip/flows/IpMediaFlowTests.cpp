@@ -1,6 +1,8 @@
 // A flow's identity: null, comparison under a mask, the texts that are shown.
 #include "infrastructure/ip/flows/FlowConfig.h"
 #include "infrastructure/ip/flows/IpMediaFlowData.h"
+#include "infrastructure/ip/flows/IpMediaFlowTx.h"
+#include "infrastructure/ip/flows/TxMedia2110.h"
 #include "sw/infrastructure_test/Catch.h"
 
 #include <functional>
@@ -49,7 +51,27 @@ const std::vector<Change>& changes()
     return all;
 }
 
+template <typename A, typename B = A>
+constexpr bool COMPARES = std::is_invocable_v<std::equal_to<>, const A&, const B&>&&
+    std::is_invocable_v<std::not_equal_to<>, const A&, const B&>;
+template <typename A, typename B>
+constexpr bool IS_REFUSED = !std::is_invocable_v<std::equal_to<>, const A&, const B&> &&
+                            !std::is_invocable_v<std::equal_to<>, const B&, const A&> &&
+                            !std::is_invocable_v<std::not_equal_to<>, const A&, const B&>;
+
 } // namespace
+
+TEST_CASE("Flows compare with those of their own class alone", "[ip]")
+{
+    STATIC_REQUIRE((COMPARES<IpMediaFlow> && COMPARES<IpMediaFlowData> && COMPARES<FlowConfig>));
+    STATIC_REQUIRE((COMPARES<VideoFlowConfigTx> && COMPARES<AudioFlowConfigTx>));
+    STATIC_REQUIRE((COMPARES<IpMediaFlowTx> && COMPARES<TxMedia2110_Video>));
+    STATIC_REQUIRE((IS_REFUSED<FlowConfig, IpMediaFlow>));
+    STATIC_REQUIRE((IS_REFUSED<FlowConfig, IpMediaFlowData>));
+    STATIC_REQUIRE((IS_REFUSED<IpMediaFlowTx, IpMediaFlow>));
+    STATIC_REQUIRE((IS_REFUSED<VideoFlowConfigTx, FlowConfigTx>));
+    STATIC_REQUIRE((IS_REFUSED<FlowConfigTx, FlowConfigTx>)); // would be the identity alone
+}
 
 TEST_CASE("A flow made with an interface alone is null and keeps it", "[ip]")
 {
@@ -132,13 +154,7 @@ TEST_CASE("The measurement that stays at home tells no flows apart", "[ip]")
     auto other = flow;
     other.measurementField4 = 1;
     CHECK(flow == other);
-    other.measurementField5 = 1;
-    CHECK(flow != other);
-    other = flow;
     other.measurementPackets = quint64{1} << 40;
-    CHECK(flow != other);
-    other = flow;
-    other.ssrc = 0;
     CHECK(flow != other);
 }
 

@@ -29,14 +29,25 @@ TEST_CASE("A flow is completed from its partner on the other interface", "[ip]")
                                     makeFlow(13, 6, 255, IpInterface_TessEth1)};
     flows[0].flowField1 = 9;
     flows[0].flow.protocol = IpProtocol_2110_30;
+    flows[2].flow.protocol = IpProtocol_2110_31;
+    flows[2].flow.matchParams = IpMediaFlow::Ssrc;
+    bool ok = false;
+    static_cast<IpMediaFlow&>(flows[2].flow) =
+        IpMediaFlow::deserialise(u"96,192.168.0.1,239.1.2.3,5004,5006,12,10.0.0.1,1", ok);
+    REQUIRE(ok);
 
+    // What tells the stream, and nothing else: interface and source filter are the port's own.
     const SeamlessFlow first = mergedFlow(flows, 0);
-    CHECK(first.flow.ssrc == 12);
-    CHECK(first.flow.interface == IpInterface_TessEth1);
-    CHECK(first.flow.protocol == IpProtocol_2110_30);
+    CHECK(first.flow.serialise() == QStringLiteral("96,192.168.0.1,239.1.2.3,5004,5006,12,,0+2|2"));
     CHECK(first.channelCount == 4);
     CHECK(first.packetTime == 0);
     CHECK(first.flowField1 == 9);
+
+    // Nor does the flow of the second interface leave it.
+    std::vector<SeamlessFlow> turned{flows[2], flows[3], flows[0], flows[1]};
+    turned[2].flow.interface = IpInterface_TessEth1;
+    CHECK(mergedFlow(turned, 2).flow.serialise() ==
+          QStringLiteral("96,192.168.0.1,239.1.2.3,5004,5006,12,,1+2|2"));
 
     const SeamlessFlow second = mergedFlow(flows, 1);
     CHECK(second.flow == flows[1].flow); // has an identity of its own
