@@ -14,6 +14,7 @@
 #include <QStringView>
 #include <QVarLengthArray>
 
+#include <algorithm>
 #include <limits>
 #include <type_traits>
 #include <vector>
@@ -185,7 +186,7 @@ struct VectorCodec
     }
     static bool same(const std::vector<Element>& a, const std::vector<Element>& b)
     {
-        return a == b;
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), FieldCodec<Element>::same);
     }
 };
 

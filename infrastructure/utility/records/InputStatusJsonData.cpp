@@ -23,3 +23,13 @@ void InputStatusJsonData::readFromJson(const QJsonObject& json)
         lanes.append(lane);
     }
 }
+
+bool operator==(const InputStatusJsonData& a, const InputStatusJsonData& b)
+{
+    return a.lanes == b.lanes;
+}
+
+bool operator!=(const InputStatusJsonData& a, const InputStatusJsonData& b)
+{
+    return !(a == b);
+}

@@ -18,3 +18,6 @@ public:
 
     QList<LaneStatusJsonData> lanes;
 };
+
+bool operator==(const InputStatusJsonData& a, const InputStatusJsonData& b);
+bool operator!=(const InputStatusJsonData& a, const InputStatusJsonData& b);

@@ -17,12 +17,17 @@ struct AudioMetersHeader
         &AudioMetersHeader::metersField3));
 };
 
-/// The base of what the audio meters send.
-class AudioMetersDataPacket : public RawDataPacket
+/// The base of what the audio meters send, with the header words.
+class AudioMetersDataPacket : public RecordPayload<AudioMetersHeader>
 {
 public:
-    using RawDataPacket::RawDataPacket;
+    using RecordPayload::RecordPayload;
 };
+
+/// What is behind the words is known to the packets' own classes alone, and so is whether it is
+/// equal.
+bool operator==(const AudioMetersDataPacket& a, const AudioMetersDataPacket& b) = delete;
+bool operator!=(const AudioMetersDataPacket& a, const AudioMetersDataPacket& b) = delete;
 
 /// One meter.
 template <typename T>
@@ -43,14 +48,13 @@ struct MeterReading
         RecordLayout::field<LevelOnWire>(&MeterReading::level));
 };
 
-/// The header words and the meters.
+/// The meters, behind the header words.
 template <typename T>
-struct Meters : AudioMetersHeader
+struct Meters
 {
     QVector<MeterReading<T>> readings;
 
-    static constexpr auto LAYOUT =
-        RecordLayout::layout(AudioMetersHeader::LAYOUT, RecordLayout::list(&Meters::readings));
+    static constexpr auto LAYOUT = RecordLayout::layout(RecordLayout::list(&Meters::readings));
 };
 
 /// The base of the meter packets with levels of one type.
@@ -94,9 +98,7 @@ public:
 };
 
 /// The header words alone say whether AES audio is present.
-class AesPresenceDataPacket
-    : public TypedPacket<RecordPayload<AudioMetersHeader, AudioMetersDataPacket>,
-                         RawPacketType_AesPresence>
+class AesPresenceDataPacket : public TypedPacket<AudioMetersDataPacket, RawPacketType_AesPresence>
 {
 public:
     using TypedPacket::TypedPacket;

@@ -367,16 +367,25 @@ QByteArray serialise(const Record& record)
     return payload;
 }
 
-} // namespace RecordLayout
-
-/// Records with a layout compare by its fields.
+/// Records with a layout compare by its fields. A namespace of its own, other than the global one,
+/// takes the operators in once, ahead of its records; so vectors of them have == too:
+///
+///   namespace Measurements {
+///   using RecordLayout::operator==;
+///   using RecordLayout::operator!=;
+///   struct Timing ...
 template <typename Record, typename = decltype(Record::LAYOUT)>
 bool operator==(const Record& a, const Record& b)
 {
-    return RecordLayout::areEqual(a, b);
+    return areEqual(a, b);
 }
 template <typename Record, typename = decltype(Record::LAYOUT)>
 bool operator!=(const Record& a, const Record& b)
 {
-    return !RecordLayout::areEqual(a, b);
+    return !areEqual(a, b);
 }
+
+} // namespace RecordLayout
+
+using RecordLayout::operator==;
+using RecordLayout::operator!=;

@@ -4,11 +4,23 @@
 #include "infrastructure/utility/packets/RawDataPacket.h"
 #include "infrastructure/utility/records/RecordLayout.h"
 
-/// A packet that is the record it carries: its fields are the packet's own.
+#include <tuple>
+#include <type_traits>
+
+/// The parts of a base that is a packet with a record itself, and none of any other.
+template <typename Base, typename = void>
+constexpr std::tuple<> PARTS_OF_BASE;
+template <typename Base>
+constexpr auto PARTS_OF_BASE<Base, std::void_t<decltype(Base::LAYOUT)>> = Base::LAYOUT;
+
+/// A packet that is the record it carries: its fields are the packet's own. The record of a base
+/// goes ahead.
 template <typename Record, typename Base = RawDataPacket>
 class RecordPayload : public Base, public Record
 {
 public:
+    static constexpr auto LAYOUT = RecordLayout::layout(PARTS_OF_BASE<Base>, Record::LAYOUT);
+
     RecordPayload() = default;
     /// A packet of these values.
     explicit RecordPayload(const Record& values)
@@ -20,10 +32,10 @@ public:
         : Base(view, header)
     {
         RecordLayout::Reader reader(this->getPayload());
-        RecordLayout::take<Record>(*this, reader);
+        RecordLayout::take(*this, reader);
     }
 
-    QByteArray serialisePayload() const override { return RecordLayout::serialise<Record>(*this); }
+    QByteArray serialisePayload() const override { return RecordLayout::serialise(*this); }
 };
 
 /// Gives a packet class its numbers.

@@ -49,15 +49,15 @@ struct DolbyDetectBurst
         RecordLayout::field<quint16>(&DolbyDetectBurst::burstByte1));
 };
 
-/// The header words, the channels and the bursts.
-struct ST337DolbyDetect : AudioMetersHeader
+/// The channels and the bursts, behind the header words.
+struct ST337DolbyDetect
 {
     QVector<DolbyDetectChannel> channels;
     QVector<DolbyDetectBurst> bursts;
 
-    static constexpr auto LAYOUT = RecordLayout::layout(
-        AudioMetersHeader::LAYOUT, RecordLayout::list(&ST337DolbyDetect::channels),
-        RecordLayout::list(&ST337DolbyDetect::bursts));
+    static constexpr auto LAYOUT =
+        RecordLayout::layout(RecordLayout::list(&ST337DolbyDetect::channels),
+                             RecordLayout::list(&ST337DolbyDetect::bursts));
 };
 
 class ST337DolbyDetectData

@@ -53,7 +53,38 @@ using ClockFields = FieldList<Field<&Clock::priority, FieldCodec<quint8>, 1>,
                               Field<&Clock::locked, FlagCodec<TrueFalse>, 2>, Field<&Clock::offset>,
                               Field<&Clock::ports, VectorCodec<quint32, u'*'>, 4>>;
 
+/// A record of somebody else, which has a codec and no ==.
+struct Port
+{
+    quint32 number = 0;
+};
+
 } // namespace
+
+template <>
+struct Tessorn::FieldCodec<Port>
+{
+    static void write(FieldText& text, const Port& port)
+    {
+        FieldCodec<quint32>::write(text, port.number);
+    }
+    static bool read(QStringView text, Port& port)
+    {
+        return FieldCodec<quint32>::read(text, port.number);
+    }
+    static bool same(const Port& a, const Port& b) { return a.number == b.number; }
+};
+
+TEST_CASE("A vector's elements compare as their codec says", "[utility][fields]")
+{
+    using Ports = VectorCodec<Port, u'-'>;
+    std::vector<Port> read;
+    CHECK(Ports::read(u"5-6", read));
+    CHECK(written<Ports>(read) == QStringLiteral("5-6"));
+    CHECK(Ports::same(read, {{5}, {6}}));
+    CHECK_FALSE(Ports::same(read, {{5}, {7}}));
+    CHECK_FALSE(Ports::same(read, {{5}}));
+}
 
 TEST_CASE("Integers are written and read to the limits of their types", "[utility][fields]")
 {

@@ -27,6 +27,65 @@ QByteArray hex(const char* digits)
 
 } // namespace
 
+/// A namespace as a user of the library has one.
+namespace Elsewhere {
+
+using RecordLayout::operator==;
+using RecordLayout::operator!=;
+
+struct Sample
+{
+    qint32 value = 0;
+
+    static constexpr auto LAYOUT =
+        RecordLayout::layout(RecordLayout::field<qint32>(&Sample::value));
+};
+
+} // namespace Elsewhere
+
+TEST_CASE("Records of another namespace compare, and so do lists of them", "[records]")
+{
+    const std::vector<Elsewhere::Sample> samples{{1}, {2}};
+    CHECK(samples == std::vector<Elsewhere::Sample>{{1}, {2}});
+    CHECK(samples != std::vector<Elsewhere::Sample>{{1}, {3}});
+    CHECK(QVector<Elsewhere::Sample>{{1}} != QVector<Elsewhere::Sample>{{2}});
+    CHECK((samples[0] == samples[0] && samples[0] != samples[1]));
+}
+
+TEST_CASE("Words of the audio meters are reached through their base", "[records]")
+{
+    PhaseMetersData phase;
+    phase.readings = {{1, 2, 3, 4, 0.5f}};
+    AudioMetersDataPacket& base = phase;
+    base.metersField1 = 11;
+    base.metersField2 = 12;
+    base.metersField3 = 13;
+    const std::shared_ptr<AudioMetersDataPacket> received =
+        receive<PhaseMetersData>(phase.serialisePayload());
+    CHECK(received->metersField1 == 11);
+    CHECK(received->metersField2 == 12);
+    CHECK(received->metersField3 == 13);
+    CHECK(static_cast<const PhaseMetersData&>(*received) == phase);
+    ++received->metersField3;
+    CHECK(static_cast<const PhaseMetersData&>(*received) != phase);
+    STATIC_REQUIRE_FALSE((std::is_invocable_v<std::equal_to<>, AudioMetersDataPacket&,
+                                              AudioMetersDataPacket&>)); // the words alone
+    STATIC_REQUIRE_FALSE(
+        (std::is_invocable_v<std::not_equal_to<>, AudioMetersDataPacket&, AudioMetersDataPacket&>));
+}
+
+TEST_CASE("A payload of 2 GiB is refused", "[records]")
+{
+    const LogCapture log;
+    CHECK(RecordLayout::allocatePayload(0).size() == 0);
+    CHECK_FALSE(RecordLayout::allocatePayload(0).isNull());
+    CHECK(RecordLayout::allocatePayload(5).size() == 5);
+    CHECK(log.lines().isEmpty());
+    CHECK(RecordLayout::allocatePayload(2147483584).isNull());
+    CHECK(log.lines() == QStringList{QStringLiteral("error: Record of 2147483584 bytes exceeds the "
+                                                    "largest payload, 2147483583")});
+}
+
 TEMPLATE_TEST_CASE("A record comes back from the factory as it was sent", "[records]",
                    EyeVerticalHistogramData, EyeHorizontalHistogramData, PpmMetersData,
                    PeakHoldMetersData, PhaseMetersData, InstantPeakDbMetersData,
@@ -38,6 +97,7 @@ TEMPLATE_TEST_CASE("A record comes back from the factory as it was sent", "[reco
                    PtpMediaLatencyPacket, RefVsPtpPacket, SCTE104RawDataPacket,
                    LoudnessEngineRawDataPacket)
 {
+    const LogCapture log;
     Randomiser randomiser(17);
     for (int i = 0; i < 200; ++i) {
         TestType sent;
@@ -53,7 +113,9 @@ TEMPLATE_TEST_CASE("A record comes back from the factory as it was sent", "[reco
         randomiser.fill(other);
         // Long enough that two random ones are not the same by chance.
         REQUIRE((other == sent) == (other.serialisePayload() == payload));
+        REQUIRE((other != sent) == (other.serialisePayload() != payload));
     }
+    CHECK(log.lines().isEmpty());
 }
 
 TEMPLATE_TEST_CASE("A payload that ends anywhere gives zeros for what is missing", "[records]",
@@ -111,64 +173,48 @@ TEST_CASE("Records have these bytes", "[records]")
                                            "00000001 00000002 00000003 00000004 fffffffb"));
 
     ST337DolbyDetectData dolby;
-    dolby.channels = {{0xAB, 6, true, false, 1, 2, 3, 0x0405, false, true, true, false}};
+    dolby.metersField2 = 9;
+    dolby.channels = {{0xAB, 6, true, false, 1, 2, 3, 0x0405, false, true, true, true},
+                      {0, 0, false, true, 0, 0, 0, 0, true, true, false, true}};
     dolby.bursts = {{-1, 2, 3, 0x80}};
     CHECK(dolby.serialisePayload() ==
-          hex("00000000 00000000 00000000 00000001"
-              "00ab 00000001 00000002 00000003 01 00 0405 0006 00 01 01 00"
+          hex("00000000 00000009 00000000 00000002"
+              "00ab 00000001 00000002 00000003 01 00 0405 0006 00 01 01 01"
+              "0000 00000000 00000000 00000000 00 01 0000 0000 01 01 00 01"
               "00000001 ffff 0002 0003 0080"));
 
     AesPresenceDataPacket aes;
     aes.metersField3 = -1;
     CHECK(aes.serialisePayload() == hex("00000000 00000000 ffffffff"));
 
-    RefVsPtpPacket reference;
-    reference.referenceTime = 0x0102030405060708;
-    reference.referenceField1 = -1;
-    reference.referenceField2 = 9;
+    RefVsPtpPacket reference(RefVsPtp{0x0102030405060708, -1, 9});
     CHECK(reference.serialisePayload() == hex("0102030405060708 ffffffff 00000009"));
 
-    VideoIp2110_21DataPacket video;
-    video.counter1 = 1;
-    video.counter2 = 2;
-    video.counter3 = 3;
-    video.counter4 = 4;
-    video.counter5 = 5;
-    video.counter6 = 6;
-    video.measurement1 = 2.0;
-    video.videoWord2 = 7;
-    video.videoField1 = 8;
+    VideoIp2110_21DataPacket video(
+        VideoIp2110_21{1, 2, 3, 4, 5, 6, 2.0, -2.0, 0.5, -0.5, 0x0102, 7, 8});
     CHECK(video.serialisePayload() ==
           hex("00000002 00000001 00000003 00000004 00000005 00000006"
-              "4000000000000000 0000000000000000 0000000000000000 0000000000000000"
-              "0000 0007 00000008"));
+              "4000000000000000 c000000000000000 3fe0000000000000 bfe0000000000000"
+              "0102 0007 00000008"));
 
-    SCTE104RawDataPacket scte;
-    scte.scteWord9 = 9;
-    scte.scteWord10 = 10;
-    scte.scteWord11 = 11;
-    scte.scteField1 = 0x01020304;
-    scte.scteWord12 = 12;
-    scte.scteWord18 = 18;
+    SCTE104RawDataPacket scte(
+        SCTE104Raw{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0x01020304, 12, 13, 14, 15, 16, 17, 18});
     CHECK(scte.serialisePayload() ==
-          hex("0000 0000 0000 0000 0000 0000 0000 0000 0009 000b 000a 01020304"
-              "000c 0000 0000 0000 0000 0000 0012"));
+          hex("0001 0002 0003 0004 0005 0006 0007 0008 0009 000b 000a 01020304"
+              "000c 000d 000e 000f 0010 0011 0012"));
 
-    LoudnessEngineRawDataPacket loudness;
-    loudness.loudnessStamp2 = 2;
-    loudness.loudnessWord4 = 4;
-    loudness.loudnessFlag5 = true;
-    loudness.loudnessByte1 = 6;
-    loudness.loudnessWord5 = 7;
+    LoudnessEngineRawDataPacket loudness(
+        LoudnessEngineRaw{1, 2, 3, 4, 5, 6, true, false, false, true, false, 0xF7, 8});
     CHECK(loudness.serialisePayload() ==
-          hex("0000000000000000 0000000000000002 0000 0000 0000 0004 00 00 00 00 01 06 0007"));
+          hex("0000000000000001 0000000000000002 0003 0004 0005 0006 01 00 00 01 00 f7 0008"));
 
     AudioChannelStatusDataPacket audio;
+    audio.statusField1 = 8;
     audio.statusField2 = 2;
     audio.statusFlag = true;
     audio.channels = {{0xFF, 1, 2, 3, 11, 12, 13, 14, 15, 16, 4, 5}};
     CHECK(audio.serialisePayload() ==
-          hex("00000000 00000002 00000001 000000ff 00000001 00000002 00000003"
+          hex("00000008 00000002 00000001 000000ff 00000001 00000002 00000003"
               "0000000b 0000000c 0000000d 0000000e 0000000f 00000010"
               "00000000 00000004 00000005 01"));
 }
@@ -176,55 +222,31 @@ TEST_CASE("Records have these bytes", "[records]")
 TEST_CASE("The long records have their fields where they belong", "[records]")
 {
     // Every field its own value, so that no two can change places unseen.
-    PtpMediaLatencyPacket latency;
-    latency.latencyStamp = 1;
-    latency.latencyField1 = 2;
-    latency.latencyField6 = 7;
-    latency.latencyStamp2 = 8;
-    latency.latencyWord = 9;
-    latency.latencyByte1 = 10;
-    latency.latencyByte2 = 11;
-    latency.latencyStamp3 = 12;
-    latency.latencyStamp4 = 13;
-    latency.latencyField7 = 14;
-    latency.latencyField8 = 15;
-    latency.latencyStamp5 = 16;
-    latency.latencyField9 = 17;
-    latency.latencyField10 = 18;
-    latency.latencyStamp6 = 19;
-    latency.latencyField11 = 20;
-    latency.latencyField26 = 35;
+    const PtpMediaLatencyPacket latency(
+        PtpMediaLatency{1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18,
+                        19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35});
     CHECK(latency.serialisePayload() ==
-          hex("0000000000000001 00000002 00000000 00000000 00000000 00000000 00000007"
+          hex("0000000000000001 00000002 00000003 00000004 00000005 00000006 00000007"
               "0000000000000008 0009 0a 0b 000000000000000c 000000000000000d 0000000e 0000000f"
-              "0000000000000010 00000011 00000012 0000000000000013 00000014") +
-              QByteArray(14 * 4, '\0') + hex("00000023"));
+              "0000000000000010 00000011 00000012 0000000000000013 00000014 00000015 00000016"
+              "00000017 00000018 00000019 0000001a 0000001b 0000001c 0000001d 0000001e 0000001f"
+              "00000020 00000021 00000022 00000023"));
 
-    AudioPitHistogramPacket pit;
-    pit.pitField1 = 1;
-    pit.pitField2 = 2;
-    pit.pitTotal = 3;
-    pit.pitField3 = 4;
-    pit.pitField6 = 7;
-    pit.pitFlag2 = true;
-    pit.bins[0] = 8;
-    pit.bins[63] = 9;
-    pit.pitField7 = 10;
-    pit.sourceAddress = QHostAddress(QStringLiteral("239.1.2.3"));
-    pit.pitField8 = 11;
-    pit.pitField10 = 13;
-    pit.thirdAddress = QHostAddress(QStringLiteral("10.0.0.1"));
-    pit.pitField12 = 15;
-    pit.flowIndex = 0x1617;
+    const QHostAddress third(QStringLiteral("10.0.0.1"));
+    PitHistogram values{
+        1,  2,  3,  4,  5,     6,  7,  false, true, {8}, 10, QHostAddress(0xEF010203),
+        {}, 11, 12, 13, third, 14, 15, 0x1617};
+    values.bins[63] = 9;
+    const AudioPitHistogramPacket pit(values);
     CHECK(pit.serialisePayload() ==
-          hex("00000001 00000002 0000000000000003 00000004 00000000 00000000 00000007 00 01"
+          hex("00000001 00000002 0000000000000003 00000004 00000005 00000006 00000007 00 01"
               "00000008") +
               QByteArray(62 * 4, '\0') +
-              hex("00000009 0000000a 01 ef010203 00 00000000 0000000b 00000000 0000000d"
-                  "01 0a000001 00000000 0000000f 1617"));
+              hex("00000009 0000000a 01 ef010203 00 00000000 0000000b 0000000c 0000000d"
+                  "01 0a000001 0000000e 0000000f 1617"));
     const auto received = receive<AudioPitHistogramPacket>(pit.serialisePayload());
     CHECK(received->destinationAddress.isNull());
-    CHECK(received->thirdAddress == pit.thirdAddress);
+    CHECK(received->thirdAddress == third);
 
     CHECK(wireBytes(VideoPitHistogramPacket()).left(4) == hex("101c 0000"));
     CHECK(wireBytes(AudioPitHistogramPacket()).left(4) == hex("101d 0001"));

@@ -77,13 +77,18 @@ TEST_CASE("A sample grid has these bytes", "[records]")
     RawSdiSampleGridRow row;
     row.rowDescriptor = {-1};
     row.rowField1 = 1;
-    row.rowField7 = 7;
+    row.rowField2 = 2;
+    row.rowField3 = 3;
+    row.rowField4 = 4;
+    row.rowField5 = 5;
+    row.rowField6 = 6;
+    row.rowField7 = -7;
     row.lineSamples = {{0x3FF, 0x001}, {0x000, 0x3FF}};
     RawSdiSampleGrid grid;
     grid.rows = {row, row};
     grid.rows[1].lineSamples = {{2, 1}, {4, 3}, {6, 5}}; // longer than the first: cut
     const QByteArray fields =
-        QByteArray::fromHex("00000001 00000000 00000000 00000000 00000000 00000000 00000007");
+        QByteArray::fromHex("00000001 00000002 00000003 00000004 00000005 00000006 fffffff9");
     CHECK(RawSdiSampleGridPacket(grid).serialisePayload() ==
           QByteArray::fromHex("00000002 00000002 00000001 ffffffff") + fields +
               QByteArray::fromHex("000007ff 000ffc00") + fields +
@@ -133,6 +138,20 @@ TEST_CASE("The status of ancillary packets comes back as it was sent", "[records
         status.entries[1][1]->groupField1 += 1;
         CHECK(received->getStatus() != status);
     }
+    const AncPacketStatus status = makeStatus(2);
+    for (void (*change)(AncPacketStatus&) :
+         {+[](AncPacketStatus& s) { ++s.kind; }, +[](AncPacketStatus& s) { ++s.version; },
+          +[](AncPacketStatus& s) { ++s.detail; }, +[](AncPacketStatus& s) { ++s.statusWord1; },
+          +[](AncPacketStatus& s) { ++s.statusWord2; },
+          +[](AncPacketStatus& s) { ++s.statusByte1; }}) {
+        AncPacketStatus other = status;
+        change(other);
+        CHECK(other != status);
+        CHECK_FALSE(other == status);
+    }
+    AncPacketStatus other = makeStatus(1);
+    ++other.detail; // does not travel
+    CHECK(other == makeStatus(1));
     CHECK(receive<AncillaryStatusDataPacket>(QByteArray())->getStatus() == AncPacketStatus());
 }
 
@@ -188,6 +207,7 @@ TeletextPacketContainer makeTeletext()
     row.magazine = 7;
     row.packetNumber = 20;
     row.displayDataLength = 40;
+    row.subtitle = true;
     REQUIRE(teletext.append(row, 20));
     TeletextPacket header;
     header.hasPageHeader = true;
@@ -200,6 +220,7 @@ TeletextPacketContainer makeTeletext()
     REQUIRE(teletext.append(header, 28));
     TeletextPacket hidden;
     hidden.packetNumber = 26;
+    hidden.magazineSerial = true;
     REQUIRE(teletext.append(hidden, 0));
     return teletext;
 }
@@ -233,9 +254,9 @@ TEST_CASE("Teletext has these bytes", "[records]")
     const QByteArray payload = TeletextRawDataPacket(makeTeletext()).serialisePayload();
     CHECK(payload[0] == 60);
     CHECK(payload.mid(61) == QByteArray::fromHex("03"
-                                                 "07 14 00 28 14 00 00 0000 00 00 00 00"
+                                                 "07 14 00 28 14 00 00 0000 00 01 00 00"
                                                  "00 00 01 20 1c 58 88 3412 01 00 00 05"
-                                                 "00 1a 00 00 00 00 00 0000 00 00 00 00"));
+                                                 "00 1a 00 00 00 00 00 0000 00 00 01 00"));
 }
 
 TEST_CASE("Teletext that is cut, lies or is too long is read and sent as far as it goes",
