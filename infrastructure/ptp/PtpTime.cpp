@@ -44,8 +44,8 @@ QString ptpTimeToString(qint64 nanoseconds)
 
 QString ptpTimeToString(qint32 nanoseconds)
 {
-    // The most negative value has no counterpart above zero in 32 bits.
-    return ptpTimeToString(qint64{std::max(nanoseconds, -std::numeric_limits<qint32>::max())});
+    // The most negative value, which has no counterpart above zero in 32 bits, has one here.
+    return ptpTimeToString(qint64{nanoseconds});
 }
 
 QString PtpTimestamp::toString(bool withUtc) const

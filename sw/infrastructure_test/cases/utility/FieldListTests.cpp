@@ -84,6 +84,8 @@ TEST_CASE("A vector's elements compare as their codec says", "[utility][fields]"
     CHECK(Ports::same(read, {{5}, {6}}));
     CHECK_FALSE(Ports::same(read, {{5}, {7}}));
     CHECK_FALSE(Ports::same(read, {{5}}));
+    CHECK_FALSE(Ports::read(u"7-x", read)); // leaves them alone
+    CHECK(Ports::same(read, {{5}, {6}}));
 }
 
 TEST_CASE("Integers are written and read to the limits of their types", "[utility][fields]")

@@ -80,6 +80,15 @@ TEST_CASE("The words of well-known formats give their interface", "[ip]")
     }
 }
 
+TEST_CASE("Formats are equal where rate, clock and level are", "[ip]")
+{
+    const VideoFormat20226 format(formatWord(0, 0x21, 0x10, 1)); // 1080p60
+    CHECK(format == VideoFormat20226(formatWord(0, 0x23, 0x12, 1)));
+    CHECK(format != VideoFormat20226(formatWord(0, 0x30, 0x10, 1))); // 1.5 Gb/s
+    CHECK(format != VideoFormat20226(formatWord(0, 0x21, 0x11, 1))); // 59.94 Hz
+    CHECK(format != VideoFormat20226(formatWord(1, 0x21, 0x10, 1))); // level B
+}
+
 TEST_CASE("Every word has the rate, the clock and the level of its codes", "[ip]")
 {
     const std::set<quint32> codes1001{0x01, 0x03, 0x11, 0x15, 0x17, 0x1B};

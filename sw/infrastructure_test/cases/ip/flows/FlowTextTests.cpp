@@ -153,6 +153,10 @@ TEST_CASE("An address that is not IPv4 is written as none", "[ip]")
     flow.dstIpAddr = QHostAddress(QStringLiteral("::ffff:10.0.0.1")); // has an IPv4 form
     CHECK(flow.serialise() == QStringLiteral("0,,10.0.0.1,0,0,0,,0"));
     CHECK(flow.toKey(false) == QStringLiteral("10.0.0.1,0,,0,0,0"));
+    IpMediaFlow same;
+    same.srcIpAddr = QHostAddress(0u);
+    same.dstIpAddr = QHostAddress(QStringLiteral("10.0.0.1"));
+    CHECK(same == flow); // by their IPv4 values
 }
 
 TEST_CASE("Readers of flows take nothing but what the writers make", "[ip]")

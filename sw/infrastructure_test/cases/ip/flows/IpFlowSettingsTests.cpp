@@ -19,6 +19,21 @@ FlowConfig makeFlow()
     return flow;
 }
 
+/// A change of one field, and the flag that asks for it.
+struct Row
+{
+    void (*change)(IpFlowSettings&);
+    bool IpFlowSettings::*flag;
+};
+const Row ROWS[] = {
+    {[](IpFlowSettings& s) { s.srcIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchSrcIp},
+    {[](IpFlowSettings& s) { s.dstIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchDstIp},
+    {[](IpFlowSettings& s) { ++s.srcUdpPort; }, &IpFlowSettings::matchSrcPort},
+    {[](IpFlowSettings& s) { ++s.dstUdpPort; }, &IpFlowSettings::matchDstPort},
+    {[](IpFlowSettings& s) { ++s.ssrc; }, &IpFlowSettings::matchSsrc},
+    {[](IpFlowSettings& s) { ++s.payloadType; }, &IpFlowSettings::matchPayload},
+};
+
 } // namespace
 
 TEST_CASE("A filter without identity is null, whatever its protocol and interface", "[ip]")
@@ -27,6 +42,7 @@ TEST_CASE("A filter without identity is null, whatever its protocol and interfac
     CHECK(settings.isNull());
     CHECK(settings.matchPayload);
     CHECK(settings.protocol == IpProtocol_Other);
+    CHECK(settings.interface == IpInterface_TessEth0);
 
     IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
     CHECK(elsewhere.isNull());
@@ -35,18 +51,17 @@ TEST_CASE("A filter without identity is null, whatever its protocol and interfac
     CHECK(elsewhere != settings);
     CHECK(IpFlowSettings(IpInterface_TessEth1).protocol == IpProtocol_Other);
 
-    elsewhere.payloadType = 96; // does not count
-    CHECK(elsewhere.isNull());
-    for (bool IpFlowSettings::*flag :
-         {&IpFlowSettings::matchSrcIp, &IpFlowSettings::matchDstIp, &IpFlowSettings::matchSrcPort,
-          &IpFlowSettings::matchDstPort, &IpFlowSettings::matchSsrc}) {
+    for (const Row& row : ROWS) {
+        const bool counts = row.flag != &IpFlowSettings::matchPayload;
+        IpFlowSettings changed;
+        row.change(changed);
+        CHECK(changed.isNull() != counts);
+        CHECK(changed != settings);
         IpFlowSettings flagged;
-        flagged.*flag = true;
-        CHECK_FALSE(flagged.isNull());
+        flagged.*row.flag = !(flagged.*row.flag);
+        CHECK(flagged.isNull() != counts);
+        CHECK(flagged != settings);
     }
-    IpFlowSettings sent;
-    sent.ssrc = 1;
-    CHECK_FALSE(sent.isNull());
 }
 
 TEST_CASE("A filter from a flow takes its flags from the mask", "[ip]")
@@ -86,20 +101,7 @@ TEST_CASE("Filters match where both of them ask for the same", "[ip]")
     CHECK_FALSE(settingsMatch(all, null));
     CHECK(settingsMatch(all, all));
 
-    struct Row
-    {
-        void (*change)(IpFlowSettings&);
-        bool IpFlowSettings::*flag;
-    };
-    const Row rows[] = {
-        {[](IpFlowSettings& s) { s.srcIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchSrcIp},
-        {[](IpFlowSettings& s) { s.dstIpAddr = QHostAddress(1u); }, &IpFlowSettings::matchDstIp},
-        {[](IpFlowSettings& s) { ++s.srcUdpPort; }, &IpFlowSettings::matchSrcPort},
-        {[](IpFlowSettings& s) { ++s.dstUdpPort; }, &IpFlowSettings::matchDstPort},
-        {[](IpFlowSettings& s) { ++s.ssrc; }, &IpFlowSettings::matchSsrc},
-        {[](IpFlowSettings& s) { ++s.payloadType; }, &IpFlowSettings::matchPayload},
-    };
-    for (const Row& row : rows) {
+    for (const Row& row : ROWS) {
         IpFlowSettings other = all;
         row.change(other);
         CHECK_FALSE(settingsMatch(all, other));

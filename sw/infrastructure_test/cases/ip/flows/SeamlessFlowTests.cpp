@@ -70,6 +70,13 @@ TEST_CASE("A flow without a partner stands as it is, and none is made up", "[ip]
         CHECK(mergedFlow(one, index) == SeamlessFlow());
     }
     CHECK(mergedFlow({}, 0) == SeamlessFlow());
+    for (const SeamlessFlow& other :
+         {makeFlow(1, 2, 255), makeFlow(0, 3, 255), makeFlow(0, 2, 254)}) {
+        CHECK(other != one[0]);
+    }
+    SeamlessFlow fielded = one[0];
+    fielded.flowField1 = 1;
+    CHECK(fielded != one[0]);
 
     const std::vector<SeamlessFlow> nulls{makeFlow(0, 1, 255), makeFlow(0, 1, 255),
                                           makeFlow(0, 1, 255)};
@@ -86,4 +93,8 @@ TEST_CASE("Media of a transmitter is held by its base", "[ip]")
     CHECK(static_cast<const TxMedia2110_Video&>(*held) == video);
     CHECK(TxMedia2110_Video() != video);
     CHECK(dynamic_cast<const TxMedia2110_Audio*>(held.get()) == nullptr);
+    TxMedia2110_Audio audio;
+    CHECK(audio == TxMedia2110_Audio());
+    audio.flow.channelCount = 1;
+    CHECK(audio != TxMedia2110_Audio());
 }

@@ -60,6 +60,7 @@ AncPacketStatus makeStatus(quint8 kind)
 
 TEST_CASE("A sample grid comes back as it was sent", "[records]")
 {
+    const LogCapture log;
     for (const RawSdiSampleGrid& grid :
          {RawSdiSampleGrid(), makeGrid(1, 0, 0), makeGrid(3, 1, 2), makeGrid(10, 2199, 5)}) {
         const RawSdiSampleGridPacket sent(grid);
@@ -70,6 +71,7 @@ TEST_CASE("A sample grid comes back as it was sent", "[records]")
         CHECK(received->serialisePayload() == payload);
     }
     CHECK(RawSdiSampleGridPacket().serialisePayload() == QByteArray(12, '\0'));
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("A sample grid has these bytes", "[records]")
@@ -229,6 +231,7 @@ TeletextPacketContainer makeTeletext()
 
 TEST_CASE("Teletext comes back with its pointers in its own bytes", "[records]")
 {
+    const LogCapture log;
     for (const TeletextPacketContainer& teletext :
          {TeletextPacketContainer(), TeletextPacketContainer({1, 2, 3}), makeTeletext()}) {
         const QByteArray payload = TeletextRawDataPacket(teletext).serialisePayload();
@@ -247,6 +250,7 @@ TEST_CASE("Teletext comes back with its pointers in its own bytes", "[records]")
                                     back.bytes().data() + back.bytes().size())));
         }
     }
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("Teletext has these bytes", "[records]")
@@ -279,13 +283,18 @@ TEST_CASE("Teletext that is cut, lies or is too long is read and sent as far as 
     TeletextPacket row;
     row.displayDataLength = 40;
     REQUIRE(large.append(row, 250));
+    for (int i = 0; i < 300; ++i) {
+        REQUIRE(large.append(TeletextPacket(), 0));
+    }
     const LogCapture log;
     const auto cut =
         receive<TeletextRawDataPacket>(TeletextRawDataPacket(large).serialisePayload());
     CHECK(cut->getTeletextData().bytes().size() == 255);
+    CHECK(cut->getTeletextData().teletextPackets().size() == 255);
     CHECK(cut->getTeletextData().teletextPackets()[0].displayData == nullptr);
-    CHECK(log.lines() == QStringList{QStringLiteral(
-                             "error: Teletext of 300 bytes and 1 records is cut to 255 of each")});
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral(
+              "error: Teletext of 300 bytes and 301 records is cut to 255 of each")});
 }
 
 TEST_CASE("Caption pairs keep their parity on the wire and lose it in the data", "[records]")
