@@ -174,13 +174,13 @@ TEST_CASE("Records have these bytes", "[records]")
 
     ST337DolbyDetectData dolby;
     dolby.metersField2 = 9;
-    dolby.channels = {{0xAB, 6, true, false, 1, 2, 3, 0x0405, false, true, true, true},
-                      {0, 0, false, true, 0, 0, 0, 0, true, true, false, true}};
+    dolby.channels = {{0xAB, 6, true, false, 1, 2, 3, 0x0405, false, true, true, false},
+                      {0, 0, false, true, 0, 0, 0, 0, true, true, false, false}};
     dolby.bursts = {{-1, 2, 3, 0x80}};
     CHECK(dolby.serialisePayload() ==
           hex("00000000 00000009 00000000 00000002"
-              "00ab 00000001 00000002 00000003 01 00 0405 0006 00 01 01 01"
-              "0000 00000000 00000000 00000000 00 01 0000 0000 01 01 00 01"
+              "00ab 00000001 00000002 00000003 01 00 0405 0006 00 01 01 00"
+              "0000 00000000 00000000 00000000 00 01 0000 0000 01 01 00 00"
               "00000001 ffff 0002 0003 0080"));
 
     AesPresenceDataPacket aes;
@@ -207,6 +207,16 @@ TEST_CASE("Records have these bytes", "[records]")
         LoudnessEngineRaw{1, 2, 3, 4, 5, 6, true, false, false, true, false, 0xF7, 8});
     CHECK(loudness.serialisePayload() ==
           hex("0000000000000001 0000000000000002 0003 0004 0005 0006 01 00 00 01 00 f7 0008"));
+
+    int at = 24;
+    for (bool LoudnessEngineRaw::*const flag :
+         {&LoudnessEngineRaw::loudnessFlag1, &LoudnessEngineRaw::loudnessFlag2,
+          &LoudnessEngineRaw::loudnessFlag3, &LoudnessEngineRaw::loudnessFlag4,
+          &LoudnessEngineRaw::loudnessFlag5}) {
+        LoudnessEngineRaw flagged;
+        flagged.*flag = true;
+        CHECK(LoudnessEngineRawDataPacket(flagged).serialisePayload().indexOf('\1') == at++);
+    }
 
     AudioChannelStatusDataPacket audio;
     audio.statusField1 = 8;
