@@ -73,13 +73,15 @@ class Layouts:
                 parts.append(Part(names, None, "count", self.parts(element, level_type)))
         return parts
 
-    def record_of(self, packet_base):
-        """The record's name behind what a packet class is made of, and the type of its levels."""
-        level = re.search(r"<(float|int)>", packet_base)
-        name = re.match(r"(?:RecordPayload<)?(\w+)", packet_base)[1]
-        while not re.search(rf"\nstruct {name}\b[^;{{]*\{{", self.text):
-            name = re.search(rf"class {name}\b[^{{]*RecordPayload<(\w+)", self.text)[1]
-        return name, "double" if level and level[1] == "float" else "qint32"
+    def packet_parts(self, base, level_type):
+        """The parts of what a packet class is made of; where its base has a record, that goes ahead."""
+        payload = re.search(r"RecordPayload<(\w+)(?:<T>)?(?:,\s*(\w+))?>", base)
+        if payload:
+            ahead = self.packet_parts(payload[2], level_type) if payload[2] else []
+            return ahead + self.parts(payload[1], level_type)
+        name = re.match(r"\w+", base)[0]
+        heading = re.search(rf"class {name}\b([^{{;]*RecordPayload<[^{{;]*)\{{", self.text)
+        return self.packet_parts(heading[1], level_type) if heading else []
 
 
 def read_types():
@@ -98,7 +100,8 @@ def read_packets():
     for name, base, type_name, sub_type in re.findall(form, layouts.text, re.S):
         parts = None
         if not base.endswith("Payload"):
-            parts = layouts.parts(*layouts.record_of(base))
+            level_type = "double" if base.endswith("<float>") else "qint32"
+            parts = layouts.packet_parts(base, level_type)
         packets[numbers[type_name]] = (name, int(sub_type or 0), parts)
     return packets
 
