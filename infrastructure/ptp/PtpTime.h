@@ -30,9 +30,9 @@ inline constexpr PtpTimingTimePresentation PTP_TIMING_TIME_PRESENTATIONS[] = {
 QString ptpTimeToString(qint64 nanoseconds);
 QString ptpTimeToString(qint32 nanoseconds);
 
-/// A point in time as seconds and nanoseconds since 1970-01-01 00:00:00 on the time scale of
-/// whoever fills it in. The texts take it as UTC. PTP's own time scale is TAI (IEEE
-/// 1588-2008, 7.2.2), which is ahead of UTC: what comes from there is shown in UTC by way of toUtc.
+/// A point in time as seconds and nanoseconds since 1970-01-01 00:00:00, on the time scale of
+/// whoever fills it in. The texts take it as UTC. PTP's own time scale is TAI, which is ahead of
+/// UTC (IEEE 1588-2008, 7.2): a time on it is shown in UTC by way of toUtc.
 struct PtpTimestamp
 {
     qint64 seconds = 0;

@@ -367,8 +367,8 @@ QByteArray serialise(const Record& record)
     return payload;
 }
 
-/// Records with a layout compare by its fields. A namespace of its own, other than the global one,
-/// takes the operators in once, ahead of its records; so vectors of them have == too:
+/// Records with a layout compare by its fields. A namespace with records of its own, other than the
+/// global one, takes the operators in once; so vectors of its records have == too:
 ///
 ///   namespace Measurements {
 ///   using RecordLayout::operator==;
@@ -377,12 +377,12 @@ QByteArray serialise(const Record& record)
 template <typename Record, typename = decltype(Record::LAYOUT)>
 bool operator==(const Record& a, const Record& b)
 {
-    return areEqual(a, b);
+    return RecordLayout::areEqual(a, b);
 }
 template <typename Record, typename = decltype(Record::LAYOUT)>
 bool operator!=(const Record& a, const Record& b)
 {
-    return !areEqual(a, b);
+    return !RecordLayout::areEqual(a, b);
 }
 
 } // namespace RecordLayout

@@ -67,6 +67,7 @@ TEST_CASE("A time of the protocol's own scale is earlier in UTC", "[ptp]")
     CHECK(tai.toUtc(37) == PtpTimestamp{1483228800, 5});
     CHECK(tai.toUtc(37).toString() == QStringLiteral("2017-01-01 00:00:00"));
     CHECK(tai.toUtc(0) == tai);
+    CHECK(PtpTimestamp() == PtpTimestamp{0, 0});
     CHECK(tai.toUtc(-1) == PtpTimestamp{1483228838, 5});
     CHECK(tai != PtpTimestamp{1483228837, 6});
     CHECK(tai != PtpTimestamp{1483228836, 5});

@@ -41,6 +41,7 @@ TEST_CASE("A filter without identity is null, whatever its protocol and interfac
     const IpFlowSettings settings;
     CHECK(settings.isNull());
     CHECK(settings.matchPayload);
+    CHECK(settings.payloadType == 0);
     CHECK(settings.protocol == IpProtocol_Other);
     CHECK(settings.interface == IpInterface_TessEth0);
 

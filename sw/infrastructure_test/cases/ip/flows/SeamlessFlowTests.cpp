@@ -69,7 +69,8 @@ TEST_CASE("A flow without a partner stands as it is, and none is made up", "[ip]
          {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
         CHECK(mergedFlow(one, index) == SeamlessFlow());
     }
-    CHECK(mergedFlow({}, 0) == SeamlessFlow());
+    CHECK(mergedFlow({}, 0) == makeFlow(0, 0, 0));
+    CHECK(SeamlessFlow().flowField1 == 0);
     for (const SeamlessFlow& other :
          {makeFlow(1, 2, 255), makeFlow(0, 3, 255), makeFlow(0, 2, 254)}) {
         CHECK(other != one[0]);
