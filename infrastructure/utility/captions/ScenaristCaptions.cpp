@@ -143,7 +143,7 @@ bool isScenaristFile(const QByteArray& content)
 {
     const QByteArray text = withoutMark(content);
     const int end = text.indexOf('\n');
-    return text.left(end).trimmed() == HEADER;
+    return text.mid(0, end).trimmed() == HEADER; // -1 is all of it
 }
 
 std::vector<ScenaristLine> readScenaristFile(const QByteArray& content, QStringList& errors)

@@ -32,6 +32,16 @@ TEST_CASE("A cleared cell keeps all but its validity", "[captions]")
         CHECK(cleared.rowText(3) == QString(kept, QChar(u'♪')) + QString(32 - kept, QChar(u' ')));
         CHECK(cleared != grid);
     }
+    for (const CaptionCell608& other :
+         {CaptionCell608{5, true, u'♪', true, 7}, CaptionCell608{6, false, u'♪', true, 7},
+          CaptionCell608{6, true, u'a', true, 7}, CaptionCell608{6, true, u'♪', false, 7},
+          CaptionCell608{6, true, u'♪', true, 8}}) {
+        CaptionGrid608 changed = grid;
+        changed.row(3).setCell(7, other);
+        CHECK(changed != grid);
+        CHECK(changed.cell(3, 7) == other);
+        CHECK(other != cellOf(u'♪', 7));
+    }
     grid.clear();
     CaptionCell608 cleared = cellOf(u'♪', 7);
     cleared.valid = false;

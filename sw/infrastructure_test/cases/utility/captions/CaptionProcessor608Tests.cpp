@@ -410,8 +410,13 @@ TEST_CASE("Records are taken by field, all of them", "[captions]")
         Caption608BytePair::fromRaw(0xC1, 0xC2, false), // "AB"
         Caption608BytePair::fromRaw(0xC8, 0x49, true),  // "HI"
     };
-    CHECK(records[0].data1 == 0x14);
-    CHECK(records[0].rawData1 == 0x94);
+    CHECK(records[0] == Caption608BytePair{0x14, 0x2C, 0x94, 0x2C, true, 0});
+    for (const Caption608BytePair& other :
+         {Caption608BytePair{1, 0, 0, 0, false, 0}, Caption608BytePair{0, 1, 0, 0, false, 0},
+          Caption608BytePair{0, 0, 1, 0, false, 0}, Caption608BytePair{0, 0, 0, 1, false, 0},
+          Caption608BytePair{0, 0, 0, 0, true, 0}, Caption608BytePair{0, 0, 0, 0, false, 1}}) {
+        CHECK(other != Caption608BytePair());
+    }
     struct Row
     {
         CaptionFieldSelect608 select;

@@ -262,6 +262,10 @@ TEST_CASE("A packet is built pair by pair", "[captions]")
     }
     CHECK(packet.toString() == QStringLiteral("Unknown type 9: \"\""));
 
+    for (const XdsBytePair& other : {XdsBytePair{1, 0, 0, 0}, XdsBytePair{0, 1, 0, 0},
+                                     XdsBytePair{0, 0, 1, 0}, XdsBytePair{0, 0, 0, 1}}) {
+        CHECK(other != XdsBytePair());
+    }
     const auto packetOf = [](const std::vector<XdsBytePair>& pairs) {
         XdsPacket built;
         for (const XdsBytePair& pair : pairs) {

@@ -9,6 +9,7 @@ TEST_CASE("Lines of a Scenarist file give time codes and pairs", "[captions]")
     const QByteArray content = "Scenarist_SCC V1.0\r\n\r\n01:02:03:04\t9420 94AE\r\n"
                                "00:00:59;29  8080 \n23:59:59:29";
     CHECK(isScenaristFile(content));
+    CHECK(isScenaristFile("Scenarist_SCC V1.0"));
     CHECK(isScenaristFile("\xEF\xBB\xBFScenarist_SCC V1.0\n"));
     CHECK_FALSE(isScenaristFile("Scenarist_SCC V1.1\n"));
     CHECK_FALSE(isScenaristFile(""));
@@ -36,6 +37,11 @@ TEST_CASE("A line that can't be read is reported with its number and skipped", "
         {"00:00:01:30 9420", "\"00:00:01:30\" is no time code"},
         {"24:00:01:00 9420", "\"24:00:01:00\" is no time code"},
         {"00:60:01:00 9420", "\"00:60:01:00\" is no time code"},
+        {"00:00:60:00 9420", "\"00:00:60:00\" is no time code"},
+        {"00-00:01:00 9420", "\"00-00:01:00\" is no time code"},
+        {"00:00;01:00 9420", "\"00:00;01:00\" is no time code"},
+        {"00:00:01.00 9420", "\"00:00:01.00\" is no time code"},
+        {"Scenarist_SCC V1.0", "\"Scenarist_SCC\" is no time code"},
         {"0x:00:01:00 9420", "\"0x:00:01:00\" is no time code"},
         {"9420 9420", "\"9420\" is no time code"},
         {"00:00:01:00 942", "\"942\" is no four-digit hexadecimal word"},
