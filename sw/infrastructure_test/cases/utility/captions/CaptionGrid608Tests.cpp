@@ -13,7 +13,7 @@ CaptionCell608 cellOf(char16_t glyph, uint32_t extra)
 TEST_CASE("A cleared cell keeps all but its validity", "[captions]")
 {
     CaptionGrid608 grid;
-    CHECK(grid.cell(3, 0) == CaptionCell608());
+    CHECK(grid.cell(3, 0) == CaptionCell608{0, false, u'\0', false, 0});
     CHECK(grid.cell(3, 0).text().isEmpty());
     for (unsigned column = 0; column < 32; ++column) {
         grid.row(3).setCell(column, cellOf(u'♪', column));

@@ -320,6 +320,7 @@ TEST_CASE("Of equal control pairs in a row every second one is ignored", "[capti
     CHECK(swaps({EOC, 0x4141, EOC}) == 2);
     CHECK(swaps({EOC, 0x0000, EOC}) == 2); // filler is no control pair
     CHECK(swaps({EOC, EOC | CHANNEL_2, EOC}) == 2);
+    CHECK(swaps({EOC, EOC | 0x8000, EOC}) == 2); // nor is one with its parity bit
 }
 
 TEST_CASE("What is written where is as the reactions say", "[captions]")

@@ -101,6 +101,7 @@ uint64_t digestOfRandomPairs(std::size_t poolSize, int count, bool resets)
 TEST_CASE("A packet of each class whose bytes sum to a multiple of 128 comes out whole",
           "[captions]")
 {
+    const LogCapture log;
     Xds xds;
     const char* const names[] = {"Current",        "Future",   "Channel",     "Miscellaneous",
                                  "Public service", "Reserved", "Private data"};
@@ -132,6 +133,7 @@ TEST_CASE("A packet of each class whose bytes sum to a multiple of 128 comes out
         xds.pool.release(xds.packet);
         CHECK(xds.pool.inUseCount() == 0);
     }
+    CHECK(log.lines().isEmpty());
     // Filler behind a packet has nothing to belong to, once.
     CHECK(xds.feed({{0, 0}}) == XdsNoOpenPacket);
     CHECK(xds.feed({{0, 0}}) == XdsOk);

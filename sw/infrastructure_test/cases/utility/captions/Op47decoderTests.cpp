@@ -235,10 +235,10 @@ TEST_CASE("An OP-47 packet may end anywhere", "[captions]")
         const Decoded decoded = decode(words);
         const std::size_t records = size < 60 ? 0 : std::min<std::size_t>((size - 15) / 45, 5);
         CHECK(decoded.count() == records);
-        CHECK(decoded.report.longEnough == (records == 5));
-        CHECK(decoded.report.expectedLength == static_cast<uint32_t>(size) - 7u);
-        CHECK(decoded.report.lengthCorrect == (size <= 15 || size == whole.size()));
-        CHECK(decoded.report.ancIsOp47);
+        const bool isLength = size <= 15 || size == whole.size();
+        CHECK(decoded.report ==
+              Op47ErrorReport{true, true, isLength, isLength, true, size <= 15 ? 0u : 234u,
+                              static_cast<uint32_t>(size) - 7u, records == 5, true});
     }
     CHECK(decode({}).report.expectedLength == 0xFFFFFFF9u);
     CHECK(decode(std::vector<uint8_t>(6)).report.expectedLength == 0xFFFFFFFFu);
