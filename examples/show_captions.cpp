@@ -105,7 +105,7 @@ public:
         const CaptionGrid608 before = processor.displayedGrid();
         const bool isReported = processor.process(timed.pair.code(), dataChannel);
         const CaptionGrid608& after = processor.displayedGrid();
-        if (isReported || (after != before && rowsOf(after) == BLANK)) {
+        if (isReported || (after != before && rowsOf(after) == blank())) {
             showText();
         }
         if (isReported) {
@@ -127,7 +127,8 @@ public:
 
 private:
     static constexpr int STANDING_FRAMES = 15; ///< half a second: long enough to be seen
-    static constexpr QLatin1String BLANK{"(blank)\n"};
+
+    static QString blank() { return QStringLiteral("(blank)\n"); }
 
     /// The rows that are not blank, by their number in the standard.
     static QString rowsOf(const CaptionGrid608& grid)
@@ -139,7 +140,7 @@ private:
                 rows += QStringLiteral("%1 |%2|\n").arg(row + 1, 2).arg(text);
             }
         }
-        return rows.isEmpty() ? QString(BLANK) : rows;
+        return rows.isEmpty() ? blank() : rows;
     }
 
     void show(const ScenaristTimeCode& timeCode, const QString& picture)
@@ -153,7 +154,7 @@ private:
     CaptionProcessor608 processor;
     ScenaristTimeCode textAt;
     QString text; ///< the picture at `textAt`, until it is printed
-    QString shown = BLANK;
+    QString shown = blank();
 };
 
 void showCaptions(const std::vector<TimedPair>& pairs, int service)
