@@ -12,9 +12,8 @@
 
 namespace {
 
-constexpr uint16_t RCL = 0x1420, BS = 0x1421, DER = 0x1424, RU2 = 0x1425, RU4 = 0x1427,
-                   RDC = 0x1429, RTD = 0x142B, EDM = 0x142C, CR = 0x142D, ENM = 0x142E,
-                   EOC = 0x142F, TO1 = 0x1721, TO3 = 0x1723;
+constexpr uint16_t RCL = 0x1420, RU2 = 0x1425, RU4 = 0x1427, RDC = 0x1429, RTD = 0x142B,
+                   EDM = 0x142C, CR = 0x142D, EOC = 0x142F, TO3 = 0x1723;
 constexpr uint16_t ROW_15 = 0x1470, ROW_1 = 0x1150; ///< preamble address codes, column 0
 constexpr uint16_t CHANNEL_2 = 0x0800;
 
