@@ -1,4 +1,5 @@
-// Prints what a caption file shows: each time the picture changes, its rows with their time code.
+// Prints what a caption file shows: each picture that stands for half a second, or until the
+// decoder reports its change, as rows with their time code.
 //
 //   show_captions [--channel 1-4] FILE   captions of CC1 (or CC2 to CC4)
 //   show_captions --xds FILE             the Extended Data Services packets in place of captions
@@ -19,6 +20,7 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -41,31 +43,46 @@ void complain(const QString& text)
     std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr);
 }
 
+/// The pairs of a Scenarist file, one a frame: those of a line that begins before the pairs of the
+/// line above have ended follow them.
 std::vector<TimedPair> scenaristPairs(const QByteArray& content, bool isField1, QStringList& errors)
 {
     std::vector<TimedPair> pairs;
+    int lineBegin = 0;
+    int nextFree = 0;
     for (const ScenaristLine& line : readScenaristFile(content, errors)) {
-        int frame = 0;
+        const int begin = line.timeCode.frameNumber();
+        int late = begin >= lineBegin ? std::max(nextFree - begin, 0) : 0;
+        lineBegin = begin;
         for (const auto& raw : line.pairs) {
-            pairs.push_back({line.timeCode.advanced(frame),
+            pairs.push_back({line.timeCode.advanced(late++),
                              Caption608BytePair::fromRaw(raw[0], raw[1], isField1)});
-            ++frame;
         }
+        nextFree = begin + late;
     }
     return pairs;
 }
 
-/// The records of a raw file, one for each frame and field.
+/// The records of a raw file, one for each frame and field. None where one has no field flag: the
+/// file is something else.
 std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
 {
     std::vector<TimedPair> pairs;
     int frames[2] = {0, 0};
     const int size = content.size() - content.size() % RAW_RECORD_BYTES;
     for (int i = 0; i < size; i += RAW_RECORD_BYTES) {
-        const bool isField1 = (content[i + 2] & 1) != 0;
+        const auto field = static_cast<uint8_t>(content[i + 2]);
+        if (field > 1) {
+            errors.append(
+                QStringLiteral("no header line \"Scenarist_SCC V1.0\", and no raw records: "
+                               "byte %1 is %2 in place of a field, 0 or 1")
+                    .arg(i + 2)
+                    .arg(field));
+            return {};
+        }
         const auto pair = Caption608BytePair::fromRaw(
-            static_cast<uint8_t>(content[i]), static_cast<uint8_t>(content[i + 1]), isField1);
-        pairs.push_back({ScenaristTimeCode().advanced(frames[isField1 ? 1 : 0]++), pair});
+            static_cast<uint8_t>(content[i]), static_cast<uint8_t>(content[i + 1]), field == 1);
+        pairs.push_back({ScenaristTimeCode().advanced(frames[field]++), pair});
     }
     if (size != content.size()) {
         errors.append(
@@ -74,20 +91,45 @@ std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
     return pairs;
 }
 
-/// Prints pictures, each once.
+/// Prints the pictures that stood, each once: those whose change the decoder reports, what text
+/// made of them by then, and what stands for STANDING_FRAMES or is cleared without a report.
 class Screen
 {
 public:
-    void show(const ScenaristTimeCode& timeCode, const CaptionGrid608& grid)
+    void process(const TimedPair& timed, int dataChannel)
     {
-        const QString picture = rowsOf(grid);
-        if (picture != shown) {
-            shown = picture;
-            print(timeCode.toString() + QLatin1Char('\n') + picture + QLatin1Char('\n'));
+        const int frame = timed.timeCode.frameNumber();
+        if (frame < textAt.frameNumber() || frame >= textAt.frameNumber() + STANDING_FRAMES) {
+            showText();
+        }
+        const CaptionGrid608 before = processor.displayedGrid();
+        const bool isReported = processor.process(timed.pair.code(), dataChannel);
+        const CaptionGrid608& after = processor.displayedGrid();
+        if (isReported || (after != before && rowsOf(after) == blank())) {
+            showText();
+        }
+        if (isReported) {
+            show(timed.timeCode, rowsOf(after));
+        } else if (after != before) {
+            textAt = timed.timeCode;
+            text = rowsOf(after);
+        }
+    }
+
+    /// Prints what text has made of the picture since the last one printed.
+    void showText()
+    {
+        if (!text.isEmpty()) {
+            show(textAt, text);
+            text.clear();
         }
     }
 
 private:
+    static constexpr int STANDING_FRAMES = 15; ///< half a second: long enough to be seen
+
+    static QString blank() { return QStringLiteral("(blank)\n"); }
+
     /// The rows that are not blank, by their number in the standard.
     static QString rowsOf(const CaptionGrid608& grid)
     {
@@ -98,39 +140,33 @@ private:
                 rows += QStringLiteral("%1 |%2|\n").arg(row + 1, 2).arg(text);
             }
         }
-        return rows.isEmpty() ? QStringLiteral("(blank)\n") : rows;
+        return rows.isEmpty() ? blank() : rows;
     }
 
-    QString shown = rowsOf(CaptionGrid608());
+    void show(const ScenaristTimeCode& timeCode, const QString& picture)
+    {
+        if (picture != shown) {
+            shown = picture;
+            print(timeCode.toString() + QLatin1Char('\n') + picture + QLatin1Char('\n'));
+        }
+    }
+
+    CaptionProcessor608 processor;
+    ScenaristTimeCode textAt;
+    QString text; ///< the picture at `textAt`, until it is printed
+    QString shown = blank();
 };
 
-/// Text that is painted on reports no change: it is shown when the next change comes, before that,
-/// and at the end of the file.
 void showCaptions(const std::vector<TimedPair>& pairs, int service)
 {
     const bool isField1 = service <= 2;
-    const int dataChannel = (service - 1) % 2;
-    CaptionProcessor608 processor;
     Screen screen;
-    ScenaristTimeCode lastTextAt;
     for (const TimedPair& timed : pairs) {
-        if (timed.pair.isField1 != isField1) {
-            continue;
-        }
-        const bool wasPending = processor.hasPendingChange();
-        const CaptionGrid608 before = processor.displayedGrid();
-        if (processor.process(timed.pair.code(), dataChannel)) {
-            if (wasPending) {
-                screen.show(lastTextAt, before);
-            }
-            screen.show(timed.timeCode, processor.displayedGrid());
-        } else if (processor.displayedGrid() != before) {
-            lastTextAt = timed.timeCode;
+        if (timed.pair.isField1 == isField1) {
+            screen.process(timed, (service - 1) % 2);
         }
     }
-    if (processor.hasPendingChange()) {
-        screen.show(lastTextAt, processor.displayedGrid());
-    }
+    screen.showText();
 }
 
 void showXds(const std::vector<TimedPair>& pairs)

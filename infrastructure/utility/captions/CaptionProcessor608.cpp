@@ -32,9 +32,6 @@ constexpr PairClass classifyControlPair(unsigned code)
     if ((code & 0x7770) == 0x1120) {
         return PairClass_MidRow;
     }
-    if ((code & 0x777C) == 0x1724 || (code & 0x777C) == 0x1728) {
-        return PairClass_Ignored;
-    }
     if ((code & 0x7040) == 0x1040) {
         return PairClass_Preamble;
     }
@@ -348,7 +345,7 @@ bool CaptionProcessor608::processCommand(uint16_t code)
             tab(code - Command_TO1 + 1u);
         }
         return false;
-    default: // alarms, flash and the text restart have no effect on a caption
+    default: // alarms, flash, text restart, character sets and backgrounds: no effect on a caption
         return false;
     }
 }

@@ -24,9 +24,11 @@ enum CaptionMode608 : uint8_t {
     CaptionMode608_Text,    ///< text service: discarded
 };
 
-/// Keeps the displayed and the non-displayed picture of one data channel. Any input is taken; what
-/// has no meaning is ignored. A control pair that comes twice in a row, as it is sent, acts once.
-/// Mid-row codes change the attributes of what follows and take no column of their own.
+/// Keeps the displayed and the non-displayed picture of one data channel: control pairs, special
+/// and extended characters of the other are ignored. Printable pairs name no channel, and the text
+/// of either is written. Any input is taken; what has no meaning is ignored. A control pair that
+/// comes twice in a row, as it is sent, acts once. Mid-row codes change the attributes of what
+/// follows and take no column of their own.
 class CaptionProcessor608
 {
 public:
@@ -48,8 +50,9 @@ public:
     bool processPairs(const Caption608BytePair* records, std::size_t count);
     /// Processes one record of the selected field for the first data channel.
     bool processRecord(const Caption608BytePair& record);
-    /// Processes one pair, the first byte in the high byte, for data channel 0 or 1: CC1 and CC2 of
-    /// field 1, CC3 and CC4 of field 2. True when the displayed picture is to be drawn again.
+    /// Processes one pair, the first byte in the high byte, and obeys the control pairs of data
+    /// channel 0 or 1: CC1 and CC2 of field 1, CC3 and CC4 of field 2. True when the displayed
+    /// picture is to be drawn again.
     bool process(uint16_t code, int channel);
 
 private:

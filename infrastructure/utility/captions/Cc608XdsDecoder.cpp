@@ -48,7 +48,7 @@ inline void Cc608XdsDecoder::unlink(Node* node)
 inline Cc608XdsDecoder::Node* Cc608XdsDecoder::removeCurrent()
 {
     Node* node = current();
-    slots[slotOf(node->startCode(), node->type())] = nullptr;
+    openPackets[slotOf(node->startCode(), node->type())] = nullptr;
     unlink(node);
     return node;
 }
@@ -57,7 +57,7 @@ inline Cc608XdsDecoder::Node* Cc608XdsDecoder::removeCurrent()
 /// touched longest ago.
 inline Cc608XdsDecoder::Node* Cc608XdsDecoder::nodeToStart(std::size_t slot)
 {
-    if (Node* open = slots[slot]) {
+    if (Node* open = openPackets[slot]) {
         unlink(open);
         return open;
     }
@@ -68,7 +68,7 @@ inline Cc608XdsDecoder::Node* Cc608XdsDecoder::nodeToStart(std::size_t slot)
         return nullptr;
     }
     Node* oldest = unowned.newer;
-    slots[slotOf(oldest->startCode(), oldest->type())] = nullptr;
+    openPackets[slotOf(oldest->startCode(), oldest->type())] = nullptr;
     unlink(oldest);
     return oldest;
 }
@@ -81,7 +81,7 @@ inline XdsResult Cc608XdsDecoder::start(XdsBytePair pair)
         return XdsNoPacketAvailable;
     }
     node->begin(pair);
-    slots[slot] = node;
+    openPackets[slot] = node;
     linkAsCurrent(node);
     setState(State_Collecting);
     return XdsOk;
@@ -90,7 +90,7 @@ inline XdsResult Cc608XdsDecoder::start(XdsBytePair pair)
 inline XdsResult Cc608XdsDecoder::resume(XdsBytePair pair)
 {
     const auto startCode = static_cast<uint8_t>(pair.c1 - 1);
-    Node* node = isPacketType(pair.c2) ? slots[slotOf(startCode, pair.c2)] : nullptr;
+    Node* node = isPacketType(pair.c2) ? openPackets[slotOf(startCode, pair.c2)] : nullptr;
     if (node == nullptr) {
         return XdsNoOpenPacket;
     }

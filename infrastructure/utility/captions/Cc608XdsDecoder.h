@@ -134,5 +134,5 @@ private:
     /// none. As a packet it takes the pairs that belong to no other and forgets them when it is
     /// full.
     Node unowned;
-    std::array<Node*, CLASS_COUNT * TYPE_COUNT> slots{}; ///< open packets by class and type
+    std::array<Node*, CLASS_COUNT * TYPE_COUNT> openPackets{}; ///< by class and type
 };

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr char HEADER[] = "Scenarist_SCC V1.0";
+constexpr ScenaristPair FILLER{0x80, 0x80};
 constexpr int FRAMES_PER_SECOND = 30;
 constexpr int FRAMES_PER_DAY = 24 * 60 * 60 * FRAMES_PER_SECOND;
 
@@ -17,14 +18,6 @@ constexpr int DROPPED_PER_MINUTE = 2;
 constexpr int DROP_FRAMES_PER_MINUTE = 60 * FRAMES_PER_SECOND - DROPPED_PER_MINUTE;
 constexpr int DROP_FRAMES_PER_TEN_MINUTES = 10 * DROP_FRAMES_PER_MINUTE + DROPPED_PER_MINUTE;
 constexpr int DROP_FRAMES_PER_DAY = 24 * 6 * DROP_FRAMES_PER_TEN_MINUTES;
-
-int frameNumber(const ScenaristTimeCode& time)
-{
-    const int totalMinutes = time.hours * 60 + time.minutes;
-    const int number = (totalMinutes * 60 + time.seconds) * FRAMES_PER_SECOND + time.frames;
-    return time.isDropFrame ? number - DROPPED_PER_MINUTE * (totalMinutes - totalMinutes / 10)
-                            : number;
-}
 
 /// The number that a frame has where none are left out.
 int countingNumber(int frame)
@@ -61,42 +54,52 @@ bool hasOddParity(uint8_t byte)
     return Tessorn::BitTwiddles::getOddParityBit(byte) == 0;
 }
 
-/// What is wrong with a word, empty where it gives a pair.
-QString parseWord(const QByteArray& word, std::array<uint8_t, 2>& pair)
+QString quoted(const QByteArray& word)
+{
+    return QLatin1Char('"') + QString::fromLatin1(word.left(16)) + QLatin1Char('"');
+}
+
+/// False where the word is no four hexadecimal digits.
+bool parseWord(const QByteArray& word, ScenaristPair& pair)
 {
     constexpr int digits = 4;
     const auto isHexDigit = [](char c) {
         return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
     };
-    const QString quoted = QLatin1Char('"') + QString::fromLatin1(word.left(16)) + QLatin1Char('"');
     if (word.size() != digits || !std::all_of(word.begin(), word.end(), isHexDigit)) {
-        return quoted + QLatin1String(" is no four-digit hexadecimal word");
+        return false;
     }
     const unsigned value = word.toUInt(nullptr, 16);
     pair = {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
-    if (!hasOddParity(pair[0]) || !hasOddParity(pair[1])) {
-        return quoted + QLatin1String(" has a byte of even parity");
-    }
-    return {};
+    return true;
 }
 
-/// What is wrong with a line, empty where it could be read.
-QString parseLine(const QByteArray& text, ScenaristLine& line)
+/// Reads a line; false, with the last of `complaints` to say why, where it can't be read.
+bool parseLine(const QByteArray& text, ScenaristLine& line, QStringList& complaints)
 {
     const QList<QByteArray> words = text.split(' ');
+    const QString place = QStringLiteral("line %1").arg(line.lineNumber);
     if (!parseTimeCode(words.first(), line.timeCode)) {
-        return QLatin1Char('"') + QString::fromLatin1(words.first().left(16)) +
-               QLatin1String("\" is no time code");
+        complaints.append(place + QLatin1String(": ") + quoted(words.first()) +
+                          QLatin1String(" is no time code"));
+        return false;
     }
+    line.timeCode = line.timeCode.advanced(0); // of a frame that exists
     for (int i = 1; i < words.size(); ++i) {
-        std::array<uint8_t, 2> pair{};
-        const QString complaint = parseWord(words[i], pair);
-        if (!complaint.isEmpty()) {
-            return complaint;
+        ScenaristPair pair{};
+        if (!parseWord(words[i], pair)) {
+            complaints.append(place + QLatin1String(": ") + quoted(words[i]) +
+                              QLatin1String(" is no four-digit hexadecimal word"));
+            return false;
+        }
+        if (!hasOddParity(pair[0]) || !hasOddParity(pair[1])) {
+            complaints.append(QStringLiteral("%1, word %2: ").arg(place).arg(i) + quoted(words[i]) +
+                              QLatin1String(" has a byte of even parity"));
+            pair = FILLER;
         }
         line.pairs.push_back(pair);
     }
-    return {};
+    return true;
 }
 
 /// The content without the byte order mark that some editors put before it.
@@ -108,10 +111,22 @@ QByteArray withoutMark(const QByteArray& content)
 
 } // namespace
 
+int ScenaristTimeCode::frameNumber() const
+{
+    const int totalMinutes = hours * 60 + minutes;
+    const int number = (totalMinutes * 60 + seconds) * FRAMES_PER_SECOND + frames;
+    if (!isDropFrame) {
+        return number;
+    }
+    const bool isLeftOut = frames < DROPPED_PER_MINUTE && seconds == 0 && minutes % 10 != 0;
+    return number - DROPPED_PER_MINUTE * (totalMinutes - totalMinutes / 10) +
+           (isLeftOut ? DROPPED_PER_MINUTE - frames : 0);
+}
+
 ScenaristTimeCode ScenaristTimeCode::advanced(int count) const
 {
     const int framesPerDay = isDropFrame ? DROP_FRAMES_PER_DAY : FRAMES_PER_DAY;
-    const int frame = (frameNumber(*this) + count % framesPerDay) % framesPerDay;
+    const int frame = (frameNumber() + count % framesPerDay) % framesPerDay;
     const int number = isDropFrame ? countingNumber(frame) : frame;
     const int totalSeconds = number / FRAMES_PER_SECOND;
     return {totalSeconds / 3600, totalSeconds / 60 % 60, totalSeconds % 60,
@@ -128,7 +143,7 @@ bool isScenaristFile(const QByteArray& content)
 {
     const QByteArray text = withoutMark(content);
     const int end = text.indexOf('\n');
-    return text.left(end).trimmed() == HEADER;
+    return text.mid(0, end).trimmed() == HEADER; // -1 is all of it
 }
 
 std::vector<ScenaristLine> readScenaristFile(const QByteArray& content, QStringList& errors)
@@ -143,11 +158,8 @@ std::vector<ScenaristLine> readScenaristFile(const QByteArray& content, QStringL
         }
         ScenaristLine line;
         line.lineNumber = lineNumber;
-        const QString complaint = parseLine(simplified, line);
-        if (complaint.isEmpty()) {
+        if (parseLine(simplified, line, errors)) {
             lines.push_back(std::move(line));
-        } else {
-            errors.append(QStringLiteral("line %1: %2").arg(lineNumber).arg(complaint));
         }
     }
     return lines;

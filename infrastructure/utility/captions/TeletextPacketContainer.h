@@ -28,8 +28,8 @@ public:
     /// How far into the bytes a record's display data begins; 0 for a record without.
     std::size_t displayDataOffset(const TeletextPacket& packet) const;
 
-    /// Takes a copy of other bytes and drops the records. Allocates only what does not fit into
-    /// what the container holds already.
+    /// Takes a newly allocated copy of other bytes, which may be part of its own, and drops the
+    /// records.
     void setBytes(const uint8_t* ancillaryWords, std::size_t size);
     /// Appends a record, made to point at `offset` of the bytes; a record of length 0 gets null.
     /// False, and nothing appended, where its display data would reach past the end.

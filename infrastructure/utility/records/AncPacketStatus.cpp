@@ -1,14 +1,65 @@
 #include "infrastructure/utility/records/AncPacketStatus.h"
 
-bool operator==(const AncPacketStatus& a, const AncPacketStatus& b)
+void AncPacketStatus::DetailPart::put(const AncPacketStatus& status, BigEndianWriter& writer) const
 {
-    return a.kind == b.kind && a.version == b.version &&
-           (a.kind != AncPacketStatus::KIND_WITH_DETAIL || a.detail == b.detail) &&
-           a.statusWord1 == b.statusWord1 && a.statusWord2 == b.statusWord2 &&
-           a.statusByte1 == b.statusByte1 && a.entries == b.entries;
+    if (isThere(status)) {
+        writer.put(status.detail);
+    }
 }
 
-bool operator!=(const AncPacketStatus& a, const AncPacketStatus& b)
+void AncPacketStatus::DetailPart::take(AncPacketStatus& status, BigEndianReader& reader) const
 {
-    return !(a == b);
+    status.detail = isThere(status) ? reader.take<quint8>() : quint8(0);
+}
+
+bool AncPacketStatus::DetailPart::isEqual(const AncPacketStatus& a, const AncPacketStatus& b) const
+{
+    return !isThere(a) || a.detail == b.detail; // the kinds are compared before
+}
+
+qint64 AncPacketStatus::EntriesPart::size(const AncPacketStatus& status) const
+{
+    qint64 size = 0;
+    for (const auto& [key, groups] : status.entries) {
+        size += 1;
+        for (const auto& group : groups) {
+            size += group ? 1 + RecordLayout::fixedSize<AncStatusGroup>() : 1;
+        }
+    }
+    return size;
+}
+
+void AncPacketStatus::EntriesPart::put(const AncPacketStatus& status, BigEndianWriter& writer) const
+{
+    BigEndianWriter local = writer; // in registers, whatever the bytes may alias
+    for (const auto& [key, groups] : status.entries) {
+        local.put(key);
+        for (const auto& group : groups) {
+            local.put(group.has_value());
+            if (group) {
+                RecordLayout::put(*group, local);
+            }
+        }
+    }
+    writer = local;
+}
+
+void AncPacketStatus::EntriesPart::take(AncPacketStatus& status, BigEndianReader& reader) const
+{
+    status.entries.clear();
+    while (reader.getRemaining() > 0) {
+        const quint8 key = reader.take<quint8>();
+        Entry entry;
+        for (auto& group : entry) {
+            if (reader.take<bool>()) {
+                RecordLayout::take(group.emplace(), reader);
+            }
+        }
+        status.entries.emplace(key, entry);
+    }
+}
+
+bool AncPacketStatus::EntriesPart::isEqual(const AncPacketStatus& a, const AncPacketStatus& b) const
+{
+    return a.entries == b.entries;
 }

@@ -24,7 +24,7 @@ struct AncStatusGroup
         RecordLayout::field<quint64>(&AncStatusGroup::groupStamp2));
 };
 
-/// The status of all kinds of packet.
+/// The status of all kinds of packet. Equal when all that travels is.
 struct AncPacketStatus
 {
     /// The kind that carries a third byte.
@@ -39,9 +39,35 @@ struct AncPacketStatus
     quint16 statusWord1 = 0;
     quint16 statusWord2 = 0;
     quint8 statusByte1 = 0;
-    std::map<quint8, Entry> entries;
-};
+    std::map<quint8, Entry> entries; ///< of a key that comes twice the first counts
 
-/// Equal when all that travels is.
-bool operator==(const AncPacketStatus& a, const AncPacketStatus& b);
-bool operator!=(const AncPacketStatus& a, const AncPacketStatus& b);
+    /// The part of the layout that is `detail` for KIND_WITH_DETAIL and nothing for any other.
+    struct DetailPart
+    {
+        static constexpr int FIXED_SIZE = -1;
+        qint64 size(const AncPacketStatus& status) const { return isThere(status) ? 1 : 0; }
+        void put(const AncPacketStatus& status, BigEndianWriter& writer) const;
+        void take(AncPacketStatus& status, BigEndianReader& reader) const;
+        bool isEqual(const AncPacketStatus& a, const AncPacketStatus& b) const;
+
+        static bool isThere(const AncPacketStatus& status)
+        {
+            return status.kind == KIND_WITH_DETAIL;
+        }
+    };
+    /// The last part: the entries in the order of their keys, to the end of the payload.
+    struct EntriesPart
+    {
+        static constexpr int FIXED_SIZE = -1;
+        qint64 size(const AncPacketStatus& status) const;
+        void put(const AncPacketStatus& status, BigEndianWriter& writer) const;
+        void take(AncPacketStatus& status, BigEndianReader& reader) const;
+        bool isEqual(const AncPacketStatus& a, const AncPacketStatus& b) const;
+    };
+
+    static constexpr auto LAYOUT = RecordLayout::layout(
+        RecordLayout::fields<quint8>(&AncPacketStatus::kind, &AncPacketStatus::version),
+        DetailPart{},
+        RecordLayout::fields<quint16>(&AncPacketStatus::statusWord1, &AncPacketStatus::statusWord2),
+        RecordLayout::field<quint8>(&AncPacketStatus::statusByte1), EntriesPart{});
+};

@@ -4,27 +4,16 @@
 //   entry: | key | 3 x group |      group: | 0 |  or  | 1 | 2 x 32 | 64 | 2 x 32 | 64 bits |
 #pragma once
 
-#include "infrastructure/utility/packets/RawDataPacket.h"
 #include "infrastructure/utility/records/AncPacketStatus.h"
 #include "infrastructure/utility/records/RecordPacket.h"
 
-/// Entries travel in the order of their keys. Of a key that comes twice the first entry counts.
-class AncillaryStatusPayload : public RawDataPacket
+/// A packet that is the status it carries.
+class AncillaryStatusPayload : public RecordPayload<AncPacketStatus>
 {
 public:
-    AncillaryStatusPayload() = default;
-    explicit AncillaryStatusPayload(const AncPacketStatus& values)
-        : status(values)
-    {
-    }
-    AncillaryStatusPayload(const QByteArray& view, const RawDataPacketHeader& header);
+    using RecordPayload::RecordPayload;
 
-    QByteArray serialisePayload() const override;
-
-    const AncPacketStatus& getStatus() const { return status; }
-
-private:
-    AncPacketStatus status;
+    const AncPacketStatus& getStatus() const { return *this; }
 };
 
 class AncillaryStatusDataPacket

@@ -13,7 +13,7 @@ CaptionCell608 cellOf(char16_t glyph, uint32_t extra)
 TEST_CASE("A cleared cell keeps all but its validity", "[captions]")
 {
     CaptionGrid608 grid;
-    CHECK(grid.cell(3, 0) == CaptionCell608());
+    CHECK(grid.cell(3, 0) == CaptionCell608{0, false, u'\0', false, 0});
     CHECK(grid.cell(3, 0).text().isEmpty());
     for (unsigned column = 0; column < 32; ++column) {
         grid.row(3).setCell(column, cellOf(u'♪', column));
@@ -31,6 +31,16 @@ TEST_CASE("A cleared cell keeps all but its validity", "[captions]")
         const int kept = static_cast<int>(from);
         CHECK(cleared.rowText(3) == QString(kept, QChar(u'♪')) + QString(32 - kept, QChar(u' ')));
         CHECK(cleared != grid);
+    }
+    for (const CaptionCell608& other :
+         {CaptionCell608{5, true, u'♪', true, 7}, CaptionCell608{6, false, u'♪', true, 7},
+          CaptionCell608{6, true, u'a', true, 7}, CaptionCell608{6, true, u'♪', false, 7},
+          CaptionCell608{6, true, u'♪', true, 8}}) {
+        CaptionGrid608 changed = grid;
+        changed.row(3).setCell(7, other);
+        CHECK(changed != grid);
+        CHECK(changed.cell(3, 7) == other);
+        CHECK(other != cellOf(u'♪', 7));
     }
     grid.clear();
     CaptionCell608 cleared = cellOf(u'♪', 7);

@@ -1,5 +1,4 @@
 #include "infrastructure/utility/captions/Op47decoder.h"
-#include "infrastructure/utility/video/ancillary/AncillaryCollectorPacket.h"
 #include "sw/infrastructure_test/Catch.h"
 
 #include <cstring>
@@ -80,35 +79,45 @@ Decoded decode(const std::vector<uint8_t>& words)
 
 TEST_CASE("A page header gives its page, subcode and control bits", "[captions]")
 {
-    Header header;
-    header.page = 0xA7;
-    header.subcode = 0x1234;
-    header.erase = true;
-    const Decoded first = decode(op47({teletextPacket(3, 0, header)}));
-    REQUIRE(first.report.isConformant());
-    CHECK(first.report.toString() == QStringLiteral("conformant"));
-    REQUIRE(first.count() == 1);
-    CHECK(first[0].magazine == 3);
-    CHECK(first[0].packetNumber == 0);
-    CHECK(first[0].hasPageHeader);
-    CHECK(first[0].pageDecimal == 107);
-    CHECK(first[0].pageBcd == 0xA7);
-    CHECK(first[0].subcode == 0x1234);
-    CHECK(first[0].erasePage);
-    CHECK_FALSE(first[0].subtitle);
-    CHECK(first[0].displayDataLength == 32);
-    CHECK(first.container.displayDataOffset(first[0]) == 15 + 13);
-
-    header = Header();
-    header.subtitle = true;
-    for (unsigned bits = 0; bits < 16; ++bits) {
-        header.c11To14 = bits;
-        const Decoded decoded = decode(op47({teletextPacket(0, 0, header)}));
+    // Each bit both ways, and all that is not looked at inverted: run-in, parity, C5, C7 to C10.
+    constexpr uint8_t unread[13] = {0xFF, 0xFF, 0xFF, 0x55, 0x55, 0x55, 0x55,
+                                    0x55, 0x55, 0x55, 0x75, 0xFF, 0x55};
+    for (unsigned bits = 0; bits < 32; ++bits) {
+        const bool isFirst = bits < 16;
+        Header header;
+        header.page = isFirst ? 0xA7 : 0x58;
+        header.subcode = isFirst ? 0x1234 : 0x0DCB;
+        header.erase = isFirst;
+        header.subtitle = !isFirst;
+        header.c11To14 = bits % 16;
+        std::vector<uint8_t> packet = teletextPacket(isFirst ? 3 : 4, 0, header);
+        for (std::size_t i = 0; i < 13; ++i) {
+            packet[i] ^= bits % 2 == 0 ? 0 : unread[i];
+        }
+        Op47decoder decoder;
+        CHECK((decoder.getLastMagazine() == -1 && decoder.getLastPage() == -1));
+        const Decoded decoded = decode(decoder, op47({packet}));
+        CHECK(decoded.report.toString() == QStringLiteral("conformant"));
         REQUIRE(decoded.count() == 1);
-        CHECK(decoded[0].subtitle);
-        CHECK_FALSE(decoded[0].erasePage);
-        CHECK(decoded[0].magazineSerial == ((bits & 1) != 0));
-        CHECK(decoded[0].nationalOption == bits >> 1);
+        TeletextPacket expected;
+        expected.magazine = isFirst ? 3 : 4;
+        expected.hasPageHeader = true;
+        expected.displayDataLength = 32;
+        expected.pageDecimal = isFirst ? 107 : 58;
+        expected.pageBcd = isFirst ? 0xA7 : 0x58;
+        expected.subcode = isFirst ? 0x1234 : 0x0DCB;
+        expected.erasePage = isFirst;
+        expected.subtitle = !isFirst;
+        expected.magazineSerial = bits % 2 != 0;
+        expected.nationalOption = static_cast<uint8_t>(bits % 16 / 2);
+        expected.displayData = decoded.container.bytes().data() + 15 + 13;
+        CHECK(decoded[0] == expected);
+        CHECK((decoder.getLastMagazine() == expected.magazine &&
+               decoder.getLastPage() == expected.pageBcd));
+        CHECK(decoded[0].toString() ==
+              (isFirst ? QStringLiteral("magazine 3 row 0 page A7 subcode 1234: ")
+                       : QStringLiteral("magazine 4 row 0 page 58 subcode DCB: ")) +
+                  QStringLiteral("NOPQRSTUVWXYZ[\\]^_`abcdefghijklm"));
     }
 }
 
@@ -138,38 +147,46 @@ TEST_CASE("Each question of conformance has its own flag", "[captions]")
 {
     struct Row
     {
-        std::size_t word;
         bool Op47ErrorReport::*flag;
-        std::size_t records;
         const char* text;
+        std::vector<std::size_t> words;
+        std::size_t records;
     };
     const std::vector<Row> rows{
-        {0, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
-        {1, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
-        {2, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
-        {3, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
-        {4, &Op47ErrorReport::ancIsOp47, 0, "no OP-47 packet"},
-        {5, &Op47ErrorReport::packetDataCountCorrect, 1, "wrong data count"},
-        {6, &Op47ErrorReport::payloadIdentifierCorrect, 1, "wrong payload identifier"},
-        {7, &Op47ErrorReport::payloadIdentifierCorrect, 1, "wrong payload identifier"},
-        {8, &Op47ErrorReport::lengthCorrect, 1, "length 55 in place of 54"},
-        {9, &Op47ErrorReport::formatCodeCorrect, 1, "wrong format code"},
+        {&Op47ErrorReport::ancIsOp47, "no OP-47 packet", {0, 1, 2, 3, 4}, 0},
+        {&Op47ErrorReport::payloadIdentifierCorrect, "wrong payload identifier", {6, 7}, 1},
+        {&Op47ErrorReport::packetDataCountCorrect, "wrong data count", {5}, 1},
+        {&Op47ErrorReport::lengthCorrect, "length 55 in place of 54", {8}, 1},
+        {&Op47ErrorReport::formatCodeCorrect, "wrong format code", {9}, 1},
+        {&Op47ErrorReport::longEnough, "too short", {}, 0},
+        {&Op47ErrorReport::vbiPacketDescriptorsAreContiguous, "gap in the descriptors", {}, 0},
     };
     const std::vector<uint8_t> good = op47({teletextPacket(0, 20)});
-    const Op47ErrorReport goodReport = decode(good).report;
-    CHECK(goodReport.receivedLength == 54);
-    CHECK(goodReport.expectedLength == 54);
+    Op47ErrorReport all{true, true, true, true, true, 54, 54, true, true};
+    CHECK(decode(good).report == all);
+    CHECK(all != Op47ErrorReport());
+    all.expectedLength = 0;
+    CHECK(all != decode(good).report);
+    all = {true, true, true, true, true, 55, 54, true, true};
+    QStringList texts;
     for (const Row& row : rows) {
-        CAPTURE(row.word);
-        std::vector<uint8_t> words = good;
-        words[row.word] ^= 1;
-        const Decoded decoded = decode(words);
-        Op47ErrorReport expected = goodReport;
-        expected.*row.flag = false;
-        expected.receivedLength = words[8];
-        CHECK(decoded.report == expected);
-        CHECK(decoded.report.toString() == QString::fromLatin1(row.text));
-        CHECK(decoded.count() == row.records);
+        CAPTURE(row.text);
+        Op47ErrorReport alone{true, true, true, true, true, 55, 54, true, true};
+        CHECK(alone.isConformant());
+        alone.*row.flag = false;
+        all.*row.flag = false;
+        texts.append(QString::fromLatin1(row.text));
+        CHECK_FALSE(alone.isConformant());
+        CHECK(alone.toString() == texts.last());
+        CHECK(all.toString() == texts.join(QStringLiteral(", ")));
+        for (const std::size_t word : row.words) {
+            std::vector<uint8_t> words = good;
+            words[word] ^= 1;
+            const Decoded decoded = decode(words);
+            alone.receivedLength = words[8];
+            CHECK(decoded.report == alone);
+            CHECK(decoded.count() == row.records);
+        }
     }
 
     // The data count of a foreign packet is tested too.
@@ -218,10 +235,10 @@ TEST_CASE("An OP-47 packet may end anywhere", "[captions]")
         const Decoded decoded = decode(words);
         const std::size_t records = size < 60 ? 0 : std::min<std::size_t>((size - 15) / 45, 5);
         CHECK(decoded.count() == records);
-        CHECK(decoded.report.longEnough == (records == 5));
-        CHECK(decoded.report.expectedLength == static_cast<uint32_t>(size) - 7u);
-        CHECK(decoded.report.lengthCorrect == (size <= 15 || size == whole.size()));
-        CHECK(decoded.report.ancIsOp47);
+        const bool isLength = size <= 15 || size == whole.size();
+        CHECK(decoded.report ==
+              Op47ErrorReport{true, true, isLength, isLength, true, size <= 15 ? 0u : 234u,
+                              static_cast<uint32_t>(size) - 7u, records == 5, true});
     }
     CHECK(decode({}).report.expectedLength == 0xFFFFFFF9u);
     CHECK(decode(std::vector<uint8_t>(6)).report.expectedLength == 0xFFFFFFFFu);
@@ -234,6 +251,8 @@ TEST_CASE("An OP-47 packet may end anywhere", "[captions]")
 TEST_CASE("The page filter keeps the rows of one page", "[captions]")
 {
     Op47decoder decoder;
+    decoder.setPageFilter(true, 0, -1); // the page of no header yet, which is none
+    CHECK(decode(decoder, op47({teletextPacket(0, 20)})).count() == 0);
     decoder.setPageFilter(true, 0, 0x88);
     const auto count = [&decoder](const Packets& packets) {
         const Decoded decoded = decode(decoder, op47(packets));
@@ -251,6 +270,9 @@ TEST_CASE("The page filter keeps the rows of one page", "[captions]")
     CHECK(decoder.getLastPage() == 0x89);
     CHECK(count({teletextPacket(0, 20)}) == 0);
     CHECK(count({teletextPacket(0, 0), teletextPacket(0, 20)}) == 2);
+    decoder.setPageFilter(true, 5, 0x88);
+    CHECK(count({teletextPacket(5, 20), teletextPacket(6, 21)}) == 1);
+    CHECK(decoder.getLastMagazine() == 6); // that of a refused packet too
     decoder.setPageFilter(false, 0, 0);
     CHECK(count({teletextPacket(5, 20)}) == 1);
 
@@ -261,36 +283,15 @@ TEST_CASE("The page filter keeps the rows of one page", "[captions]")
     CHECK(decode(decoder, words).report.longEnough);
 }
 
-TEST_CASE("A subtitle sequence is followed through collected packets", "[captions]")
-{
-    Op47decoder decoder;
-    decoder.setPageFilter(true, 0, 0x88);
-    Header clock;
-    clock.page = 0x01;
-    std::vector<TeletextPacket> kept;
-    for (int subtitle = 0; subtitle < 10; ++subtitle) {
-        for (const auto& packet : {teletextPacket(0, 0), teletextPacket(0, 22),
-                                   teletextPacket(0, 0, clock), teletextPacket(0, 1)}) {
-            const std::vector<uint8_t> sent = op47({packet});
-            AncillaryCollectorPacket collected;
-            std::copy(sent.begin() + 3, sent.end(), collected.buffer.begin() + 8);
-            std::vector<uint8_t> words(7 + collected.getDataCount());
-            for (std::size_t i = 0; i < words.size(); ++i) {
-                words[i] = collected.getAncWord(i);
-            }
-            REQUIRE(words == sent);
-            CHECK(decoder.decode(words.data(), words.size(), kept).isConformant());
-        }
-    }
-    CHECK(kept.size() == 20);
-}
-
 TEST_CASE("Decoding appends, and any bytes decode", "[captions]")
 {
     Op47decoder decoder;
     TeletextPacketContainer container(op47({teletextPacket(0, 25)}));
     decoder.decode(container);
     decoder.decode(container);
+    std::vector<TeletextPacket> kept(1);
+    decoder.decode(container.bytes().data(), container.bytes().size(), kept);
+    CHECK((kept.size() == 2 && kept[1] == container.teletextPackets()[0]));
     CHECK(container.teletextPackets().size() == 2);
     CHECK(container.toString().startsWith(QStringLiteral("magazine 8 row 25: FGHIJ")));
 

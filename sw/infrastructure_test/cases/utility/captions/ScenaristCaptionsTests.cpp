@@ -9,6 +9,7 @@ TEST_CASE("Lines of a Scenarist file give time codes and pairs", "[captions]")
     const QByteArray content = "Scenarist_SCC V1.0\r\n\r\n01:02:03:04\t9420 94AE\r\n"
                                "00:00:59;29  8080 \n23:59:59:29";
     CHECK(isScenaristFile(content));
+    CHECK(isScenaristFile("Scenarist_SCC V1.0"));
     CHECK(isScenaristFile("\xEF\xBB\xBFScenarist_SCC V1.0\n"));
     CHECK_FALSE(isScenaristFile("Scenarist_SCC V1.1\n"));
     CHECK_FALSE(isScenaristFile(""));
@@ -18,9 +19,7 @@ TEST_CASE("Lines of a Scenarist file give time codes and pairs", "[captions]")
     REQUIRE(lines.size() == 3);
     CHECK(lines[0].lineNumber == 3);
     CHECK(lines[0].timeCode.toString() == QStringLiteral("01:02:03:04"));
-    REQUIRE(lines[0].pairs.size() == 2);
-    CHECK(lines[0].pairs[0] == std::array<uint8_t, 2>{0x94, 0x20});
-    CHECK(lines[0].pairs[1] == std::array<uint8_t, 2>{0x94, 0xAE});
+    CHECK(lines[0].pairs == std::vector<ScenaristPair>{{0x94, 0x20}, {0x94, 0xAE}});
     CHECK(lines[1].timeCode.isDropFrame);
     CHECK(lines[1].timeCode.toString() == QStringLiteral("00:00:59;29"));
     CHECK(lines[2].pairs.empty());
@@ -38,14 +37,18 @@ TEST_CASE("A line that can't be read is reported with its number and skipped", "
         {"00:00:01:30 9420", "\"00:00:01:30\" is no time code"},
         {"24:00:01:00 9420", "\"24:00:01:00\" is no time code"},
         {"00:60:01:00 9420", "\"00:60:01:00\" is no time code"},
+        {"00:00:60:00 9420", "\"00:00:60:00\" is no time code"},
+        {"00-00:01:00 9420", "\"00-00:01:00\" is no time code"},
+        {"00:00;01:00 9420", "\"00:00;01:00\" is no time code"},
+        {"00:00:01.00 9420", "\"00:00:01.00\" is no time code"},
+        {"Scenarist_SCC V1.0", "\"Scenarist_SCC\" is no time code"},
         {"0x:00:01:00 9420", "\"0x:00:01:00\" is no time code"},
         {"9420 9420", "\"9420\" is no time code"},
         {"00:00:01:00 942", "\"942\" is no four-digit hexadecimal word"},
         {"00:00:01:00 9420 94200", "\"94200\" is no four-digit hexadecimal word"},
         {"00:00:01:00 94g0", "\"94g0\" is no four-digit hexadecimal word"},
         {"00:00:01:00 +420", "\"+420\" is no four-digit hexadecimal word"},
-        {"00:00:01:00 1420", "\"1420\" has a byte of even parity"},
-        {"00:00:01:00 94a0", "\"94a0\" has a byte of even parity"},
+        {QByteArray(20, 'x'), "\"xxxxxxxxxxxxxxxx\" is no time code"},
     };
     for (const Row& row : rows) {
         QStringList errors;
@@ -64,8 +67,21 @@ TEST_CASE("A line that can't be read is reported with its number and skipped", "
         }
         QStringList errors;
         const auto lines = readScenaristFile(content, errors);
-        REQUIRE(static_cast<int>(lines.size()) + errors.size() <= content.count('\n') + 1);
+        REQUIRE(static_cast<int>(lines.size()) <= content.count('\n') + 1);
+        REQUIRE(errors.size() <= content.size());
     }
+}
+
+TEST_CASE("A word of even parity costs its pair, not its line", "[captions]")
+{
+    QStringList errors{QStringLiteral("before")};
+    const auto lines = readScenaristFile("00:00:01:00 1420 9420 94A0\n", errors);
+    CHECK(errors ==
+          QStringList{QStringLiteral("before"),
+                      QStringLiteral("line 1, word 1: \"1420\" has a byte of even parity"),
+                      QStringLiteral("line 1, word 3: \"94A0\" has a byte of even parity")});
+    REQUIRE(lines.size() == 1);
+    CHECK(lines[0].pairs == std::vector<ScenaristPair>{{0x80, 0x80}, {0x94, 0x20}, {0x80, 0x80}});
 }
 
 TEST_CASE("Time codes count frames, dropped numbers included", "[captions]")
@@ -93,5 +109,16 @@ TEST_CASE("Time codes count frames, dropped numbers included", "[captions]")
     };
     for (const Row& row : rows) {
         CHECK(row.from.advanced(row.frames).toString() == QString::fromLatin1(row.to));
+    }
+    // Of the numbers of eleven minutes those left out stand for the frame that comes next.
+    for (int number = 0, frames = 0; number < 11 * 1800; ++number) {
+        const ScenaristTimeCode time{0, number / 1800, number / 30 % 60, number % 30, true};
+        const bool isLeftOut = number % 1800 < 2 && time.minutes % 10 != 0;
+        QStringList errors;
+        const auto lines = readScenaristFile(time.toString().toLatin1(), errors);
+        REQUIRE(time.frameNumber() == frames);
+        REQUIRE(lines[0].timeCode.toString() ==
+                (isLeftOut ? QString::asprintf("00:%02d:00;02", time.minutes) : time.toString()));
+        frames += isLeftOut ? 0 : 1;
     }
 }

@@ -113,12 +113,34 @@ TEST_CASE("Containers are equal by bytes, fields and offsets", "[captions]")
     REQUIRE(second.append(record(1, 40), 1));
     CHECK(first != second);
 
-    TeletextPacket header = record(0, 32);
-    const TeletextPacket plain = header;
-    header.subcode = 1;
-    CHECK(header != plain);
-    header.subcode = 0;
-    CHECK(header == plain);
-    header.nationalOption = 1;
-    CHECK(header != plain);
+    const uint8_t byte = 0;
+    const std::vector<TeletextPacket> others{
+        {1, 0, false, 0, nullptr, 0, 0, 0, false, false, false, 0},
+        {0, 1, false, 0, nullptr, 0, 0, 0, false, false, false, 0},
+        {0, 0, true, 0, nullptr, 0, 0, 0, false, false, false, 0},
+        {0, 0, false, 1, nullptr, 0, 0, 0, false, false, false, 0},
+        {0, 0, false, 0, &byte, 0, 0, 0, false, false, false, 0},
+        {0, 0, false, 0, nullptr, 1, 0, 0, false, false, false, 0},
+        {0, 0, false, 0, nullptr, 0, 1, 0, false, false, false, 0},
+        {0, 0, false, 0, nullptr, 0, 0, 1, false, false, false, 0},
+        {0, 0, false, 0, nullptr, 0, 0, 0, true, false, false, 0},
+        {0, 0, false, 0, nullptr, 0, 0, 0, false, true, false, 0},
+        {0, 0, false, 0, nullptr, 0, 0, 0, false, false, true, 0},
+        {0, 0, false, 0, nullptr, 0, 0, 0, false, false, false, 1},
+    };
+    for (std::size_t i = 0; i < others.size(); ++i) {
+        CAPTURE(i);
+        CHECK(others[i] != TeletextPacket());
+        CHECK(others[i] == TeletextPacket(others[i]));
+    }
+}
+
+TEST_CASE("Display text has a blank for what is no character", "[captions]")
+{
+    const uint8_t bytes[] = {0xC1, 0x1F, 0x20, 0x7E, 0x7F, 0x8D, 0x5A, 'x'};
+    TeletextPacket packet = record(20, 7);
+    CHECK(packet.displayText().isEmpty());
+    packet.displayData = bytes;
+    packet.magazine = 1;
+    CHECK(packet.toString() == QStringLiteral("magazine 1 row 20: A  ~  Z"));
 }

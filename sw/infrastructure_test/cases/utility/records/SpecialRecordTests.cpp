@@ -137,6 +137,9 @@ TEST_CASE("The status of ancillary packets comes back as it was sent", "[records
         REQUIRE(received != nullptr);
         CHECK(received->getStatus() == status);
         CHECK(received->getStatus().detail == (kind == 2 ? 0x42 : 0));
+        status.detail = 0x43;
+        CHECK((received->getStatus() == status) == (kind != 2));
+        status.detail = 0x42;
         status.entries[1][1]->groupField1 += 1;
         CHECK(received->getStatus() != status);
     }
@@ -232,8 +235,12 @@ TeletextPacketContainer makeTeletext()
 TEST_CASE("Teletext comes back with its pointers in its own bytes", "[records]")
 {
     const LogCapture log;
+    TeletextPacketContainer full(std::vector<quint8>(255, 7)); // 255 bytes and records are whole
+    for (int i = 0; i < 255; ++i) {
+        REQUIRE(full.append(TeletextPacket(), 0));
+    }
     for (const TeletextPacketContainer& teletext :
-         {TeletextPacketContainer(), TeletextPacketContainer({1, 2, 3}), makeTeletext()}) {
+         {TeletextPacketContainer(), TeletextPacketContainer({1, 2, 3}), makeTeletext(), full}) {
         const QByteArray payload = TeletextRawDataPacket(teletext).serialisePayload();
         CHECK(payload.size() == static_cast<int>(teletext.bytes().size() + 2 +
                                                  13 * teletext.teletextPackets().size()));

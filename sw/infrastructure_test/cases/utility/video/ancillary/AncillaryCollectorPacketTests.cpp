@@ -27,6 +27,7 @@ TEST_CASE("A collected packet reads as the words of the SDI stream", "[ancillary
     CHECK(packet.getDataCount() == 5);
     CHECK(packet.getDidSdid() == AncillaryDidSdid{0x7B, 0x0B});
     CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7B, 0x0C});
+    CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7C, 0x0B});
     CHECK(*packet.payloadIndex() == 0x7B);
     CHECK(*packet.firstUserDataWord() == 0);
     CHECK(packet.verifyPacketDataCount());
