@@ -108,6 +108,27 @@ TEST_CASE("Packets compare by their JSON alone", "[packets]")
     CHECK(a.serialisePayload() == before);
 }
 
+TEST_CASE("A packet that was moved from keeps its content and can be sent", "[packets]")
+{
+    const LogCapture log;
+    const QByteArray text(R"({"Class":"BasicTestPacket","TestInt":1})");
+    for (const SerialisableDataPacket& original :
+         {receive(text), SerialisableDataPacket(text, nullptr)}) {
+        bool ok = false;
+        BasicTestPacket from(original, ok);
+        BasicTestPacket to(std::move(from));
+        BasicTestPacket assigned;
+        assigned = std::move(to);
+        for (const BasicTestPacket& packet : {from, to, assigned}) {
+            CHECK(packet.getPacketClassName() == BasicTestPacket::CLASSNAME());
+            CHECK(packet.getTestInt() == 1);
+            CHECK(packet.serialisePayload().mid(4) == text);
+            CHECK(packet.getPayload() == original.getPayload());
+        }
+    }
+    CHECK(log.lines().isEmpty());
+}
+
 TEST_CASE("Children that are no packets are refused, and the good ones still come out", "[packets]")
 {
     const QJsonObject good{{QStringLiteral("Class"), QStringLiteral("Kid")}};
