@@ -194,6 +194,54 @@ TEST_CASE("Packets reach the mirror of their path, and what fits none is logged"
     CHECK(client.socket->written.isEmpty()); // a filled mirror sends nothing back
 }
 
+TEST_CASE("Content of the wrong shape is logged with its path and a piece of what was there",
+          "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    client.dump(server.config, server.status);
+    client.leaf()->setDataString(QStringLiteral("before"));
+    struct Row
+    {
+        const char* json;
+        const char* value; ///< what the mirror holds then
+    };
+    const std::string large(1000, 'x');
+    const std::string many = "[\"" + large + "\"]";
+    const Row rows[] = {
+        {nullptr, "before"},
+        {"{}", "before"},
+        {"5", "before"},
+        {"[\"é\"]", "before"},
+        {"{\"other\":{\"data\":\"1\"}}", "before"},
+        {"{\"leaf\":{\"data\":\"1\"},\"other\":{}}", "before"},
+        {"{\"leaf\":\"1\"}", "before"},
+        {many.c_str(), "before"},
+        {"{\"leaf\":{\"data\":5}}", ""},
+        {"{\"leaf\":{\"data\":{\"a\":1}}}", ""},
+        {"{\"leaf\":{\"data\":[\"a\",true]}}", "a,"},
+    };
+    for (const Row& row : rows) {
+        const QByteArray object =
+            row.json == nullptr ? QByteArray() : QByteArray(",\"Datacore\":") + row.json;
+        const QByteArray text =
+            R"({"Class":"DatacorePacket")" + object + R"(,"Path":"configCoreRouter/leaf"})";
+        CAPTURE(text.toStdString());
+        const QString expected =
+            QStringLiteral("error: Content of the wrong shape for configCoreRouter/leaf: ") +
+            (row.json == nullptr ? QStringLiteral("none") : QString::fromUtf8(row.json).left(200));
+        const SerialisableDataPacket packet(text, nullptr);
+        const QByteArray payload = packet.serialisePayload();
+        const LogCapture log;
+        client.socket->feed(packet.makeHeader(payload) + payload);
+        client.distributor.acceptPacket(packet);
+        CHECK(log.lines() == QStringList{expected, expected});
+        const std::deque<QString> values = client.leaf()->getDataList();
+        CHECK(QStringList(values.begin(), values.end()).join(QLatin1Char(',')) ==
+              QLatin1String(row.value));
+    }
+}
+
 TEST_CASE("A write is on the wire when the slot returns, and only the own echo ends it", "[client]")
 {
     const ServerTrees server;
