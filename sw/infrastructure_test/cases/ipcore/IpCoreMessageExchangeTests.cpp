@@ -38,6 +38,9 @@ TEST_CASE("An exchange gives messages out in order and counts its space", "[ipco
         REQUIRE(test);
         CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
     }
+    const TestIpCoreRoundJourneyTestMessage unaddressed;
+    CHECK(unaddressed.getIpCoreId() == 0);
+    CHECK(unaddressed.getIpCoreInstance() == 0);
     CHECK(exchange.takeMessage() == nullptr);
     exchange.acceptMessage(nullptr);
     CHECK_FALSE(exchange.hasMessage());
