@@ -40,9 +40,7 @@ void appendMember(QByteArray& payload, QLatin1String key, const QJsonValue& valu
     }
 }
 
-// What is asked of the content of a packet that a node has taken, in both forms: an object with the
-// node's name for its one key.
-
+/// What is asked of content that a node has taken: an object with the node's name for its one key.
 bool isWellShaped(const QJsonObject& datacore)
 {
     const QJsonValue content = datacore.begin().value();
@@ -54,20 +52,19 @@ bool isWellShaped(const QJsonObject& datacore)
                        [](const QJsonValue& text) { return text.isString(); });
 }
 
-bool isWellShaped(const PlainJsonValue& datacore)
+/// True for all that is not well shaped, at less cost: what is no text has become an empty one.
+bool isSuspect(const PlainJsonValue& content, const DatacoreBase& datacore)
 {
-    const PlainJsonValue content = PlainJsonItems(datacore).getValue();
-    PlainJsonItems members(content);
-    while (!members.isAtEnd() && members.getKey() != DATA_KEY) {
-        members.next();
+    const int nodeStart = datacore.getInstanceName().size() + int(sizeof(R"({"":)")) - 1;
+    if (content.getText().data()[nodeStart] != '{') {
+        return true;
     }
-    const PlainJsonValue& data = members.getValue(); // missing at the end
-    PlainJsonItems texts(data);
-    while (!texts.isAtEnd() && texts.getValue().isString()) {
-        texts.next();
+    for (int i = 0; i < datacore.getDataCount(); ++i) {
+        if (datacore.getDataAt(i).isEmpty()) {
+            return true;
+        }
     }
-    return content.isObject() && texts.isAtEnd() &&
-           (data.isString() || data.isNull() || data.isMissing() || data.isArray());
+    return false;
 }
 
 } // namespace
@@ -202,7 +199,8 @@ bool DatacorePacket::populate(DatacoreBase& datacore, bool justData) const
 {
     if (isPlainText()) {
         const PlainJsonValue content = plainValue(DATACORE_KEY);
-        return datacore.populateFromPlainJson(content, justData) && isWellShaped(content);
+        return datacore.populateFromPlainJson(content, justData) &&
+               (!isSuspect(content, datacore) || isWellShaped(getDatacoreJsonObject()));
     }
     const QJsonObject content = getDatacoreJsonObject();
     DatacoreJsonMessages messages;
