@@ -23,17 +23,6 @@ DatacorePacket toPacket(const DatacoreBase& datacore)
     return DatacorePacket(datacore, justData, datacore.getPath());
 }
 
-/// The echo of a write: what the server holds, under the ids of the write.
-DatacorePacket toEcho(const DatacorePacket& write, const DatacoreBase& datacore)
-{
-    if (!write.containsClientID() || !write.containsPacketID()) {
-        return toPacket(datacore); // nobody waits for it
-    }
-    constexpr bool justData = false;
-    return DatacorePacket(write.getClientID(), write.getPacketID(), datacore, justData,
-                          write.getDatacorePath());
-}
-
 } // namespace
 
 /// The answer to a request, sent piece by piece.
@@ -202,13 +191,12 @@ void DatacoreServer::applyWrite(const SerialisableDataPacket& packet)
         VELLOG_ERR() << "Write to an unknown path " << write.getDatacorePath();
         return;
     }
-    // Values only: the reasons are found here.
-    constexpr bool justData = true;
+    constexpr bool justData = true; // the reasons are found here
     if (!write.populate(*datacore, justData)) {
         VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
     }
     std::vector<SerialisableDataPacket> packets;
-    packets.push_back(toEcho(write, *datacore));
+    packets.push_back(DatacorePacket(write, *datacore, !justData));
     for (DatacoreBase* root : getRoots()) {
         for (const DatacoreBase* changed : root->takeChangedList()) {
             if (changed != datacore) {

@@ -11,8 +11,8 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QHash>
 #include <QJsonDocument>
+#include <QSet>
 #include <QTime>
 #include <QTimer>
 
@@ -145,11 +145,11 @@ private:
             timer.stop();
             watch(words.value(1));
         } else if (command() == QLatin1String("dump")) {
-            missingValues = registry().getCount();
             const QStringList paths = registry().getPaths();
             for (const QString& path : paths) {
+                missingValues.insert(path);
                 QObject::connect(registry().lookup(path), &ClientDatacore::datacoreInSyncWithServer,
-                                 [this] { onValueForDump(); });
+                                 [this, path] { onValueForDump(path); });
             }
         } else {
             ClientDatacore* datacore = registry().lookup(words[1]);
@@ -204,9 +204,9 @@ private:
     }
 
     /// Called ahead of each value; the last one is taken when control gets back.
-    void onValueForDump()
+    void onValueForDump(const QString& path)
     {
-        if (--missingValues == 0) {
+        if (missingValues.remove(path) && missingValues.isEmpty()) {
             QTimer::singleShot(0, &timer, [this] { dump(); });
         }
     }
@@ -232,7 +232,7 @@ private:
     SerialisableDataPacketDistributor distributor;
     VelClientDatacoreManager manager;
     QTimer timer;
-    int missingValues = 0;
+    QSet<QString> missingValues;
     int exitValue = 0;
     bool isWriting = false;
     bool isFinished = false;

@@ -38,6 +38,6 @@ int main(int argc, char** argv)
     packet.setTestString(QStringLiteral("Hello World!"));
     client.acceptPacket(packet);
 
-    const Printer printer; // takes JSON packets as long as it lives
+    Printer printer; // takes JSON packets as long as it lives
     return app.exec();
 }

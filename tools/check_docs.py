@@ -4,11 +4,13 @@
     check_docs.py examples DIRECTORY           compares docs/areas with docs/examples and what its
                                                programs, which lie in DIRECTORY, print
     check_docs.py examples DIRECTORY --write   puts text and output into the pages instead
-    check_docs.py links headers                looks for what the documents link to or name; runs
+    check_docs.py links headers                looks for what the documents link to or name, and
+                                               compares the files they show with the real ones; runs
                                                Doxygen, since what is public has a comment
 
 RUN_WITH holds the words that start a program of another machine. A page's example is
-"<!-- example: NAME -->", the C++ block behind it and the text block behind that.
+"<!-- example: NAME -->", the C++ block behind it and the text block behind that; a block behind
+"<!-- file: PATH -->" shows a whole file.
 """
 import os
 import pathlib
@@ -22,6 +24,7 @@ EXAMPLES = ROOT / "docs" / "examples"
 EXAMPLE = re.compile(
     r"(<!-- example: (\w+) -->\n```cpp\n)(.*?)(^```\n.*?^```text\n)(.*?)(^```$)", re.DOTALL | re.MULTILINE
 )
+FILE = re.compile(r"<!-- file: (\S+) -->\n```\w+\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 # What differs from run to run in a line of the log: day and thread.
 LOG_HEAD = re.compile(r"\[\d\d/\d\d/\d\d\]\[tid:\d+\]")
 
@@ -63,13 +66,17 @@ def check_examples(directory, write):
 
 
 def check_links():
-    """Relative links, and paths in backticks that begin with a folder of the project; not in code."""
+    """Relative links, and paths in backticks that begin with a folder of the project, not in code;
+    whole files."""
     complaints = []
     count = 0
     folders = "infrastructure|sw|examples|bench|fuzz|docs|tools|cmake"
     named = re.compile(rf"`((?:{folders})/[\w./-]*)`")
     for page in [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]:
         is_code = False
+        for path, shown in FILE.findall(page.read_text(encoding="utf-8")):
+            if shown != (ROOT / path).read_text(encoding="utf-8"):
+                complaints.append(f"{page.relative_to(ROOT)}: {path} is another")
         for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
             is_code ^= line.strip().startswith("```")
             if is_code:

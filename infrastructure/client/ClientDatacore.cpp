@@ -1,5 +1,6 @@
 #include "infrastructure/client/ClientDatacore.h"
 
+#include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 
 #include <QMetaMethod>
@@ -8,6 +9,8 @@
 #include <type_traits>
 
 namespace {
+
+constexpr int MAX_LOGGED_CHARACTERS = 200; ///< of content that a peer has sent
 
 QString toText(bool value)
 {
@@ -99,7 +102,9 @@ void ClientDatacore::populateFromPacket(const DatacorePacket& packet, bool isOwn
 void ClientDatacore::acknowledge(const DatacorePacket& packet)
 {
     const auto find = [this, id = packet.getPacketID()] {
-        return std::find(pendingPacketIds.begin(), pendingPacketIds.end(), id);
+        const auto end = pendingPacketIds.end();
+        const auto found = std::lower_bound(pendingPacketIds.begin(), end, id);
+        return found != end && *found == id ? found : end;
     };
     auto found = find();
     if (found != pendingPacketIds.end() && found != pendingPacketIds.begin()) {
@@ -120,7 +125,12 @@ void ClientDatacore::acknowledge(const DatacorePacket& packet)
 void ClientDatacore::applyContent(const DatacorePacket& packet)
 {
     constexpr bool justData = false;
-    packet.populate(*this, justData);
+    if (!packet.populate(*this, justData)) {
+        const QString text = packet.getDatacoreText();
+        VELLOG_ERR() << "Content of the wrong shape for " << path << ": "
+                     << (text.isEmpty() ? QStringLiteral("none")
+                                        : text.left(MAX_LOGGED_CHARACTERS));
+    }
 }
 
 void ClientDatacore::onChanged()
@@ -136,8 +146,7 @@ void ClientDatacore::onChanged()
 
 int ClientDatacore::takeNextPacketId()
 {
-    const auto largest = std::max_element(pendingPacketIds.begin(), pendingPacketIds.end());
-    const int packetId = largest == pendingPacketIds.end() ? 0 : *largest + 1;
+    const int packetId = pendingPacketIds.empty() ? 0 : pendingPacketIds.back() + 1;
     pendingPacketIds.push_back(packetId);
     Q_EMIT datacoreOutOfSyncWithServer();
     return packetId;

@@ -10,7 +10,7 @@
 #include <QStringList>
 
 #include <cstdint>
-#include <vector>
+#include <deque>
 
 class DatacorePacket;
 
@@ -28,7 +28,8 @@ public:
     ClientDatacore(const QString& className, const QString& name, DatacoreBase* parentDatacore,
                    const QString& fullPath);
 
-    /// The full path in the server's tree.
+    /// The full path in the server's tree. By way of a DatacoreBase it is that within this process
+    /// instead, which for a root is its name alone: the operation is not virtual.
     QString getPath() const { return path; }
     /// How many writes the server has not acknowledged.
     int getPendingCount() const { return static_cast<int>(pendingPacketIds.size()); }
@@ -37,7 +38,8 @@ public:
 
     /// Takes a packet from the server. With `isOwnUpdate` and a packet id it is an acknowledgement:
     /// its content is taken only when nothing is pending any more, and an id that is not pending is
-    /// ignored. Any other packet is taken at once, even while writes are in flight.
+    /// ignored. Any other packet is taken at once, even while writes are in flight. Content of the
+    /// wrong shape is logged; see DatacorePacket::populate.
     void populateFromPacket(const DatacorePacket& packet, bool isOwnUpdate);
 
     /// The strings, a line each, without a line end at the end. `hasErrors` and `hasWarnings`,
@@ -52,14 +54,16 @@ Q_SIGNALS:
     void clientDatacoreHasUpdateForServer(int packetID, ClientDatacore* datacore);
     /// A local write was made; always ahead of the signal above.
     void datacoreOutOfSyncWithServer();
-    /// Nothing is pending any more.
+    /// Nothing is pending any more. It comes ahead of the packet's content: until datacoreUpdated,
+    /// which follows where that is new, the mirror holds what it held before.
     void datacoreInSyncWithServer();
     /// An acknowledgement skipped earlier writes; the number counts the acknowledged one as well.
     void lostPackets(int numLostPackets);
 
 public Q_SLOTS:
-    // Each writes its argument as text: numbers in decimal, bools as "true" and "false", points and
-    // sizes as "x,y". An equal value is no write.
+    // Each writes its argument as text: whole numbers in decimal, floating point ones with six
+    // significant digits (setDataString takes more), bools as "true" and "false", points and sizes
+    // as "x,y". An equal value is no write.
     void setDataString(QString data);
     void setDataStringList(QStringList data);
     void setDataBool(bool data);
@@ -103,6 +107,6 @@ private:
     QStringList makeValidationMessages() const;
 
     QString path;
-    std::vector<int> pendingPacketIds; ///< sent and not acknowledged, oldest first
+    std::deque<int> pendingPacketIds; ///< sent and not acknowledged, oldest and lowest first
     int callDepth = 0;
 };

@@ -22,6 +22,8 @@ public:
     bool isObject() const { return startsWith('{'); }
     bool isEmptyArray() const { return isArray() && size == 2; }
 
+    /// The value's own text, quotes and brackets included.
+    QLatin1String getText() const { return QLatin1String(text, size); }
     /// The characters of a string; none of any other value.
     QLatin1String toLatin1() const
     {

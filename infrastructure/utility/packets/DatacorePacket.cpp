@@ -3,12 +3,69 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/JsonText.h"
 
+#include <QJsonArray>
+
+#include <algorithm>
+
 namespace {
 
 const QLatin1String CLIENT_ID_KEY("ClientID");
 const QLatin1String PACKET_ID_KEY("PacketID");
 const QLatin1String PATH_KEY("Path");
 const QLatin1String DATACORE_KEY("Datacore");
+const QLatin1String DATA_KEY("data"); ///< in the node's content
+
+void appendMember(QByteArray& payload, QLatin1String key, const QString& text)
+{
+    appendNextJsonKey(payload, key);
+    appendJsonString(payload, text);
+}
+
+void appendMember(QByteArray& payload, QLatin1String key, int number)
+{
+    appendNextJsonKey(payload, key);
+    payload.append(QByteArray::number(number));
+}
+
+/// Nothing for an undefined value.
+void appendMember(QByteArray& payload, QLatin1String key, const QJsonValue& value)
+{
+    if (value.isString()) {
+        appendMember(payload, key, value.toString());
+    } else if (value == QJsonValue(value.toInt())) {
+        appendMember(payload, key, value.toInt());
+    } else if (!value.isUndefined()) {
+        appendNextJsonKey(payload, key);
+        appendJsonValue(payload, value);
+    }
+}
+
+/// What is asked of content that a node has taken: an object with the node's name for its one key.
+bool isWellShaped(const QJsonObject& datacore)
+{
+    const QJsonValue content = datacore.begin().value();
+    const QJsonValue data = content[DATA_KEY];
+    const QJsonArray texts = data.toArray();
+    return content.isObject() &&
+           (data.isString() || data.isNull() || data.isUndefined() || data.isArray()) &&
+           std::all_of(texts.begin(), texts.end(),
+                       [](const QJsonValue& text) { return text.isString(); });
+}
+
+/// True for all that is not well shaped, at less cost: what is no text has become an empty one.
+bool isSuspect(const PlainJsonValue& content, const DatacoreBase& datacore)
+{
+    const int nodeStart = datacore.getInstanceName().size() + int(sizeof(R"({"":)")) - 1;
+    if (content.getText().data()[nodeStart] != '{') {
+        return true;
+    }
+    for (int i = 0; i < datacore.getDataCount(); ++i) {
+        if (datacore.getDataAt(i).isEmpty()) {
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
@@ -27,46 +84,40 @@ DatacorePacket::DatacorePacket(const QString& clientID, int packetID, const QJso
     setPacketID(packetID);
 }
 
-/// Who wrote a value, and which of his writes it was.
-struct DatacorePacket::Writer
-{
-    const QString& clientID;
-    int packetID;
-};
-
 /// The keys are in the order in which a JSON object has them.
-SerialisableDataPacket::Payload DatacorePacket::writePayload(const Writer* writer,
-                                                             const DatacoreBase& datacore,
-                                                             bool justData, const QString& path)
+template <typename ClientId, typename PacketId>
+SerialisableDataPacket::Payload
+DatacorePacket::writePayload(const ClientId& clientID, const PacketId& packetID,
+                             const DatacoreBase& datacore, bool justData, const QString& path)
 {
     constexpr int ordinaryBytes = 320;
     QByteArray payload = beginPayload(CLASSNAME(), ordinaryBytes);
-    if (writer != nullptr) {
-        appendNextJsonKey(payload, CLIENT_ID_KEY);
-        appendJsonString(payload, writer->clientID);
-    }
+    appendMember(payload, CLIENT_ID_KEY, clientID);
     appendNextJsonKey(payload, DATACORE_KEY);
     datacore.appendToJsonText(payload, justData);
-    if (writer != nullptr) {
-        appendNextJsonKey(payload, PACKET_ID_KEY);
-        payload.append(QByteArray::number(writer->packetID));
-    }
-    appendNextJsonKey(payload, PATH_KEY);
-    appendJsonString(payload, path);
+    appendMember(payload, PACKET_ID_KEY, packetID);
+    appendMember(payload, PATH_KEY, path);
     return endPayload(payload);
 }
 
 DatacorePacket::DatacorePacket(const DatacoreBase& datacore, bool justData, const QString& path)
-    : SerialisableDataPacket(writePayload(nullptr, datacore, justData, path))
+    : SerialisableDataPacket([&] {
+        const QJsonValue nobody(QJsonValue::Undefined);
+        return writePayload(nobody, nobody, datacore, justData, path);
+    }())
 {
 }
 
 DatacorePacket::DatacorePacket(const QString& clientID, int packetID, const DatacoreBase& datacore,
                                bool justData, const QString& path)
-    : SerialisableDataPacket([&] {
-        const Writer writer{clientID, packetID};
-        return writePayload(&writer, datacore, justData, path);
-    }())
+    : SerialisableDataPacket(writePayload(clientID, packetID, datacore, justData, path))
+{
+}
+
+DatacorePacket::DatacorePacket(const DatacorePacket& write, const DatacoreBase& datacore,
+                               bool justData)
+    : SerialisableDataPacket(writePayload(write.value(CLIENT_ID_KEY), write.value(PACKET_ID_KEY),
+                                          datacore, justData, write.getDatacorePath()))
 {
 }
 
@@ -135,11 +186,24 @@ void DatacorePacket::setDatacoreJsonObject(const QJsonObject& datacore)
     insert(DATACORE_KEY, datacore);
 }
 
+QString DatacorePacket::getDatacoreText() const
+{
+    QByteArray text;
+    if (containsDatacoreObject()) {
+        appendJsonValue(text, value(DATACORE_KEY));
+    }
+    return QString::fromUtf8(text);
+}
+
 bool DatacorePacket::populate(DatacoreBase& datacore, bool justData) const
 {
     if (isPlainText()) {
-        return datacore.populateFromPlainJson(plainValue(DATACORE_KEY), justData);
+        const PlainJsonValue content = plainValue(DATACORE_KEY);
+        return datacore.populateFromPlainJson(content, justData) &&
+               (!isSuspect(content, datacore) || isWellShaped(getDatacoreJsonObject()));
     }
+    const QJsonObject content = getDatacoreJsonObject();
     DatacoreJsonMessages messages;
-    return datacore.populateFromJson(QString(), getDatacoreJsonObject(), justData, messages);
+    return datacore.populateFromJson(QString(), content, justData, messages) &&
+           isWellShaped(content);
 }

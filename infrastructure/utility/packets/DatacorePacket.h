@@ -25,6 +25,9 @@ public:
     DatacorePacket(const DatacoreBase& datacore, bool justData, const QString& path);
     DatacorePacket(const QString& clientID, int packetID, const DatacoreBase& datacore,
                    bool justData, const QString& path);
+    /// The echo of a write: what the node holds, under the write's path and ids. The ids come back
+    /// as they came, whatever kind of JSON they are; numbers are doubles, whole ones exact to 2^53.
+    DatacorePacket(const DatacorePacket& write, const DatacoreBase& datacore, bool justData);
     /// The packet that `source` carries; `ok` is false, and the packet empty, for another class.
     DatacorePacket(const SerialisableDataPacket& source, bool& ok);
 
@@ -44,13 +47,16 @@ public:
     QJsonObject getDatacoreJsonObject() const; ///< empty where absent
     void setDatacoreJsonObject(const QJsonObject& datacore);
 
+    /// What stands under "Datacore", of whatever kind, as compact JSON; empty where absent.
+    QString getDatacoreText() const;
+
     /// Has a node take the value, as DatacoreBase::populateFromJson does with an empty path; much
-    /// faster than by way of the object.
+    /// faster than by way of the object. False too, with whatever could be taken, where the node's
+    /// content is no object, or its "data" neither null nor text nor an array of texts.
     bool populate(DatacoreBase& datacore, bool justData) const;
 
 private:
-    struct Writer;
-
-    static Payload writePayload(const Writer* writer, const DatacoreBase& datacore, bool justData,
-                                const QString& path);
+    template <typename ClientId, typename PacketId>
+    static Payload writePayload(const ClientId& clientID, const PacketId& packetID,
+                                const DatacoreBase& datacore, bool justData, const QString& path);
 };

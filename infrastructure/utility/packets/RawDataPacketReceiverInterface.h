@@ -4,8 +4,12 @@
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 
 #include <memory>
+#include <type_traits>
 
-/// Takes packets of class `T`, which states its raw type number as `T::PACKET_TYPE`.
+class SerialisableDataPacket;
+
+/// Takes packets of class `T`, which states its raw type number as `T::PACKET_TYPE`. A class of
+/// JSON packets is none of these: every JSON packet arrives as a SerialisableDataPacket.
 template <typename T>
 class RawDataPacketReceiverInterface : public RawDataPacketReceiverInterfaceBase
 {
@@ -13,6 +17,11 @@ public:
     RawDataPacketReceiverInterface()
         : RawDataPacketReceiverInterfaceBase(T::PACKET_TYPE)
     {
+        static_assert(std::is_same_v<T, SerialisableDataPacket> ||
+                          !std::is_base_of_v<SerialisableDataPacket, T>,
+                      "JSON packets arrive as SerialisableDataPacket: for those of one class, "
+                      "register a SerialisableDataPacketAcceptorInterface with a "
+                      "SerialisableDataPacketDistributor");
     }
 
     void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) override

@@ -46,10 +46,10 @@ public:
     /// with a "Class" that is a non-empty string.
     SerialisableDataPacket(const SerialisableDataPacket& parent, const QString& key, bool& ok);
 
+    // A copy shares what its original holds. A move is a copy: what it would leave behind is a text
+    // without its bytes, and an index into it.
     SerialisableDataPacket(const SerialisableDataPacket&) = default;
-    SerialisableDataPacket(SerialisableDataPacket&&) = default;
     SerialisableDataPacket& operator=(const SerialisableDataPacket&) = default;
-    SerialisableDataPacket& operator=(SerialisableDataPacket&&) = default;
 
     /// The text under "Class", empty where there is none.
     QString getPacketClassName() const;

@@ -7,10 +7,13 @@ import json
 import random
 import re
 import signal
+import socket
+import struct
 import subprocess
 import sys
 
 WRITES = 10000
+JSON_TYPE = 0x1010
 CHANGING = "statusCoreRouter/framesSeen"  # the server changes it all the time
 
 
@@ -19,6 +22,14 @@ def check(holds, what):
         print(f"FAILED: {what}")
         sys.exit(1)
     print(f"passed: {what}")
+
+
+def packet(payload, packet_type=JSON_TYPE, size=None):
+    return struct.pack(">HHI", packet_type, 0, len(payload) if size is None else size) + payload
+
+
+def json_packet(text, length=None):
+    return packet(struct.pack(">I", len(text) if length is None else length) + text)
 
 
 class Mirror:
@@ -59,6 +70,23 @@ def start_server(program):
     """The process and the port at which it listens."""
     server = subprocess.Popen([program, "--port", "0"], stdout=subprocess.PIPE, text=True)
     return server, int(re.search(r"port (\d+)", server.stdout.readline())[1])
+
+
+def check_repeated_value(client_program):
+    """A server that sends one value again and again, and another never, has not sent them all."""
+    dump = {"Class": "DatacorePathRadixTreePacket",
+            "ConfigTreeObject": {"Core": "a", "Kids": [{"Core": "b"}]}}
+    value = {"Class": "DatacorePacket", "Path": "a", "Datacore": {"a": {"data": "x"}}}
+    with socket.create_server(("127.0.0.1", 0)) as listener:
+        tool = subprocess.Popen([client_program, "--port", str(listener.getsockname()[1]),
+                                 "--timeout", "500", "dump"], stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, text=True)
+        with listener.accept()[0] as link:
+            for sent in [dump, *[value] * 10]:
+                link.sendall(json_packet(json.dumps(sent).encode()))
+            text, error = tool.communicate(timeout=30)
+    check(tool.returncode == 1 and "did not answer" in error,
+          f"a value sent twice does not stand for another {text}")
 
 
 def main(server_program, client_program, mirror_program):
@@ -106,6 +134,7 @@ def main(server_program, client_program, mirror_program):
             mirror.tell("quit")
             check(mirror.process.wait(10) == 0, "a mirror ends cleanly")
 
+        check_repeated_value(client_program)
         check(tool("get", "no/such/path").returncode == 1, "an unknown path is an error")
         check("invalid" in tool("set", "configCoreRouter/input1/equaliser", "99").stdout,
               "a value out of range is kept and reported")

@@ -1,5 +1,5 @@
 """docs/protocol.md against the programs: its examples are what a server sends, its tables are the
-records' own, its client works.
+records' own, its client works, and ids come back as they were sent.
 
 usage: protocol.py DATACORE_SERVER ECHO_PACKETS
 """
@@ -42,8 +42,6 @@ def check_client(port):
         return subprocess.run([sys.executable, str(ROOT / "examples/client.py"), str(port), *words],
                               capture_output=True, text=True, timeout=30, check=False)
 
-    check(blocks("python") == [(ROOT / "examples/client.py").read_text()],
-          "the document's client is examples/client.py")
     check(EQUALISER in run("list").stdout.splitlines(), "it lists the paths")
     check(run("get", EQUALISER).stdout == "4 valid\n", "it gets a value")
     check(run("set", EQUALISER, "99").stdout == "99 invalid [4]\n",
@@ -86,6 +84,19 @@ def check_examples(port):
             check(json.loads(text) in seen, f"this packet goes over the link: {text[:60]}...")
     check({packet["Class"] for packet in documented if "Class" in packet} ==
           {packet["Class"] for packet in seen}, "every class of the protocol has its example")
+
+
+def check_ids(port):
+    """Ids of every kind of JSON, together and alone, come back as they were sent."""
+    link = client.Client("127.0.0.1", port)
+    for ids in ({"ClientID": link.id, "PacketID": 3000000000},
+                {"ClientID": 5, "PacketID": -2**53}, {"ClientID": None, "PacketID": "7"},
+                {"ClientID": ["\u00e4", {}], "PacketID": True}, {"ClientID": {"a": [1]}, "PacketID": 1.5},
+                {"ClientID": ""}, {"PacketID": None}, {}):
+        link.send(Class="DatacorePacket", Path=EQUALISER, Datacore={"equaliser": {"data": "4"}}, **ids)
+        echo = link.receive(Class="DatacorePacket", Path=EQUALISER)
+        back = {key: value for key, value in echo.items() if key.endswith("ID")}
+        check(json.dumps(back) == json.dumps(ids), f"the ids {ids} come back ({back})")
 
 
 def made_up(parts, numbers):
@@ -148,6 +159,7 @@ def main(server_program, echo_packets):
     try:
         port = int(re.search(r"port (\d+)", server.stdout.readline())[1])
         check_examples(port)
+        check_ids(port)
     finally:
         server.kill()
     server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)

@@ -19,14 +19,14 @@ import sys
 import threading
 import time
 
-from mirrors import CHANGING, Mirror, check, flatten, start_server
+from mirrors import (CHANGING, JSON_TYPE, Mirror, check, flatten, json_packet, packet,
+                     start_server)
 
 CLIENTS = 10
 GARBAGE_LINKS = 3             # at work at one time
 PATIENCE_S = 60               # for an answer; a mirror that takes longer has lost something
 GROWTH_LIMIT_KIB = 1024       # in ten minutes less than 100 bytes for each link of garbage
 LINGER_RESET = struct.pack("ii", 1, 0)
-JSON_TYPE = 0x1010
 PATHS = ("configCoreRouter/input1/equaliser", "configCoreRouter/input2/label",
          "configCoreRouter/subImages", "commandCoreRouter/seek", "configCoreRouter")
 
@@ -62,14 +62,6 @@ class Client(threading.Thread):
             self.ask("settle", "settled")
             time.sleep(self.random.random() / 50)
         self.ask("settle", "settled")
-
-
-def packet(payload, packet_type=JSON_TYPE, size=None):
-    return struct.pack(">HHI", packet_type, 0, len(payload) if size is None else size) + payload
-
-
-def json_packet(text, length=None):
-    return packet(struct.pack(">I", len(text) if length is None else length) + text)
 
 
 def write_packet(rng):

@@ -48,13 +48,7 @@ struct Client
         connection.adoptSocket(adopted);
     }
 
-    void dump(const DatacoreBase& config, const DatacoreBase& status)
-    {
-        DatacorePathRadixTreePacket packet;
-        packet.setConfigTree(config);
-        packet.setStatusTree(status);
-        manager.acceptPacket(packet);
-    }
+    void dump(const struct ServerTrees& server);
     ClientDatacore* leaf()
     {
         return manager.getRegistry().lookup(QStringLiteral("configCoreRouter/leaf"));
@@ -79,7 +73,18 @@ struct ServerTrees
     DatacoreBase status{QStringLiteral("statusCoreRouter"), nullptr};
     DatacoreBase inner{QStringLiteral("inner"), &status};
     DatacoreBase deep{QStringLiteral("deep"), &inner};
+    DatacoreBase command{QStringLiteral("commandCoreRouter"), nullptr};
+    DatacoreBase persistent{QStringLiteral("persistentConfigCoreRouter"), nullptr};
+    DatacoreBase leaves[3]{{QStringLiteral("leaf"), &status},
+                           {QStringLiteral("leaf"), &command},
+                           {QStringLiteral("leaf"), &persistent}};
 };
+
+void Client::dump(const ServerTrees& server)
+{
+    manager.acceptPacket(DatacorePathRadixTreePacket(QString(), server.config, server.status,
+                                                     server.command, server.persistent));
+}
 
 class Builder : public DatacoreConnectionBuilderBase
 {
@@ -89,6 +94,13 @@ public:
     void makeConnections() override
     {
         ++made;
+        const char* const routers[] = {"config", "status", "command", "persistentConfig"};
+        for (quint32 tree = 0; tree < 4; ++tree) {
+            connected = connectDatacore(QStringLiteral("leaf"), ServerSideDataTree(tree));
+            REQUIRE(connected != nullptr);
+            CHECK(connected->getPath() ==
+                  QLatin1String(routers[tree]) + QStringLiteral("CoreRouter/leaf"));
+        }
         connected = connectDatacore(QStringLiteral("inner/deep"), StatusTree);
         CHECK(connectDatacore(QStringLiteral("inner/deep"), StatusTree) == connected);
         CHECK(connectDatacore(QStringLiteral("nowhere"), ConfigTree) == nullptr);
@@ -143,16 +155,26 @@ TEST_CASE("A dump fills the mirror in the order of the trees, until the link is 
                      [&] { journal.append(QStringLiteral("gained %1").arg(builder.made)); });
     QObject::connect(&builder, &Builder::connectionToDatacoresLost,
                      [&] { journal.append(QStringLiteral("lost %1").arg(registry.isEmpty())); });
+    CHECK_FALSE(client.manager.canAcceptPacket(DatacorePacket::CLASSNAME()));
+    client.manager.acceptPacket(SerialisableDataPacket(DatacorePacket::CLASSNAME()));
+    CHECK(journal.isEmpty()); // a packet of another class is no dump
     const LogCapture log;
-    client.dump(server.config, server.status);
+    client.dump(server);
     CHECK(registry.getPaths() ==
-          lines({"", "configCoreRouter", "configCoreRouter/leaf", "statusCoreRouter",
-                 "statusCoreRouter/inner", "statusCoreRouter/inner/deep"}));
-    CHECK(log.contains(
-        QStringLiteral("error: Invalid path, constructed from configCoreRouter and nowhere")));
-    CHECK(log.contains(QStringLiteral("error: Invalid server side datatree specified")));
-    CHECK(log.contains(QStringLiteral("error: Invalid path, constructed from  and path")));
-    REQUIRE(builder.connected != nullptr);
+          lines({"commandCoreRouter", "commandCoreRouter/leaf", "configCoreRouter",
+                 "configCoreRouter/leaf", "persistentConfigCoreRouter",
+                 "persistentConfigCoreRouter/leaf", "statusCoreRouter", "statusCoreRouter/inner",
+                 "statusCoreRouter/inner/deep", "statusCoreRouter/leaf"}));
+    // A root has no delimiter, and is told of in the order of the dump.
+    QStringList told = log.lines();
+    CHECK(told.replaceInStrings(QStringLiteral("No delimiter, assuming root datacore and creating "
+                                               "ClientDatacore for: "),
+                                QString()) ==
+          lines({"error: configCoreRouter", "error: statusCoreRouter", "error: commandCoreRouter",
+                 "error: persistentConfigCoreRouter",
+                 "error: Invalid path, constructed from configCoreRouter and nowhere",
+                 "error: Invalid server side datatree specified",
+                 "error: Invalid path, constructed from  and path"}));
 
     int refreshed = 0;
     QObject::connect(builder.connected, &ClientDatacore::datacoreUpdated, &builder,
@@ -160,14 +182,21 @@ TEST_CASE("A dump fills the mirror in the order of the trees, until the link is 
     builder.populateConnectedGuiElements();
     CHECK(refreshed == 2); // connected twice
 
-    client.dump(server.config, server.config); // a second dump changes nothing
+    client.dump(server); // a second dump changes nothing
     CHECK(journal == lines({"gained 1"}));
     client.socket->drop();
+    client.socket->drop(); // what is empty is not cleared
     CHECK(journal == lines({"gained 1", "lost 1"}));
     CHECK(registry.isEmpty());
     builder.populateConnectedGuiElements();
-    client.dump(server.status, server.config);
+    client.dump(server);
     CHECK(journal == lines({"gained 1", "lost 1", "gained 2"}));
+
+    // A refresh in which the link is lost ends there.
+    QObject::connect(registry.lookup(QStringLiteral("configCoreRouter/leaf")),
+                     &ClientDatacore::datacoreUpdated, &builder, [&] { client.socket->drop(); });
+    builder.populateConnectedGuiElements();
+    CHECK(journal.last() == QStringLiteral("lost 1"));
 }
 
 TEST_CASE("Packets reach the mirror of their path, and what fits none is logged", "[client]")
@@ -182,7 +211,7 @@ TEST_CASE("Packets reach the mirror of their path, and what fits none is logged"
     CHECK(log.lines() == lines({"info: Client datacore populator: Registry is empty, no way to "
                                 "populate: configCoreRouter/leaf"}));
 
-    client.dump(server.config, server.status);
+    client.dump(server);
     client.distributor.acceptPacket(DatacorePacket(content, QStringLiteral("x/y")));
     CHECK(
         log.lines().last() ==
@@ -191,14 +220,70 @@ TEST_CASE("Packets reach the mirror of their path, and what fits none is logged"
     client.socket->written.clear();
     client.distributor.acceptPacket(packet);
     CHECK(client.leaf()->getData() == QStringLiteral("5"));
+    ClientDatacoreMonitor(client.connection).onClientDatacoreUpdated(0, client.leaf());
     CHECK(client.socket->written.isEmpty()); // a filled mirror sends nothing back
+
+    const int linesBefore = log.lines().size();
+    ClientDatacorePopulator populator(client.connection, client.manager.getRegistry(),
+                                      client.distributor);
+    CHECK_FALSE(populator.canAcceptPacket(DatacorePathRadixTreePacket::CLASSNAME()));
+    populator.acceptPacket(DatacorePathRadixTreePacket());
+    CHECK(log.lines().size() == linesBefore); // of no concern to it
+}
+
+TEST_CASE("Content of the wrong shape is logged with its path and a piece of what was there",
+          "[client]")
+{
+    const ServerTrees server;
+    Client client;
+    client.dump(server);
+    client.leaf()->setDataString(QStringLiteral("before"));
+    struct Row
+    {
+        const char* json;
+        const char* value; ///< what the mirror holds then
+    };
+    const std::string large(1000, 'x');
+    const std::string many = "[\"" + large + "\"]";
+    const Row rows[] = {
+        {nullptr, "before"},
+        {"{}", "before"},
+        {"5", "before"},
+        {"[\"é\"]", "before"},
+        {"{\"other\":{\"data\":\"1\"}}", "before"},
+        {"{\"leaf\":{\"data\":\"1\"},\"other\":{}}", "before"},
+        {"{\"leaf\":\"1\"}", "before"},
+        {many.c_str(), "before"},
+        {"{\"leaf\":{\"data\":5}}", ""},
+        {"{\"leaf\":{\"data\":{\"a\":1}}}", ""},
+        {"{\"leaf\":{\"data\":[\"a\",true]}}", "a,"},
+    };
+    for (const Row& row : rows) {
+        const QByteArray object =
+            row.json == nullptr ? QByteArray() : QByteArray(",\"Datacore\":") + row.json;
+        const QByteArray text =
+            R"({"Class":"DatacorePacket")" + object + R"(,"Path":"configCoreRouter/leaf"})";
+        CAPTURE(text.toStdString());
+        const QString expected =
+            QStringLiteral("error: Content of the wrong shape for configCoreRouter/leaf: ") +
+            (row.json == nullptr ? QStringLiteral("none") : QString::fromUtf8(row.json).left(200));
+        const SerialisableDataPacket packet(text, nullptr);
+        const QByteArray payload = packet.serialisePayload();
+        const LogCapture log;
+        client.socket->feed(packet.makeHeader(payload) + payload);
+        client.distributor.acceptPacket(packet);
+        CHECK(log.lines() == QStringList{expected, expected});
+        const std::deque<QString> values = client.leaf()->getDataList();
+        CHECK(QStringList(values.begin(), values.end()).join(QLatin1Char(',')) ==
+              QLatin1String(row.value));
+    }
 }
 
 TEST_CASE("A write is on the wire when the slot returns, and only the own echo ends it", "[client]")
 {
     const ServerTrees server;
     Client client;
-    client.dump(server.config, server.status);
+    client.dump(server);
     client.leaf()->setDataInt(7);
     const QString id = client.connection.getLocalIdentifier();
     CHECK(client.sent() ==
@@ -217,8 +302,13 @@ TEST_CASE("A write is on the wire when the slot returns, and only the own echo e
     client.distributor.acceptPacket(echo); // somebody else's
     CHECK(client.leaf()->getPendingCount() == 1);
     echo.setClientID(id);
+    const LogCapture log;
     client.distributor.acceptPacket(echo);
     CHECK(client.leaf()->getPendingCount() == 0);
+    const QPointer<ClientDatacore> leaf(client.leaf());
+    client.socket->drop();
+    CHECK(leaf.isNull()); // no call is under way
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("A link that breaks in the middle of a write leaves nothing that is used after its end",
@@ -226,7 +316,7 @@ TEST_CASE("A link that breaks in the middle of a write leaves nothing that is us
 {
     const ServerTrees server;
     Client client;
-    client.dump(server.config, server.status);
+    client.dump(server);
     const QPointer<ClientDatacore> leaf(client.leaf());
     const QPointer<ClientDatacore> other(
         client.manager.getRegistry().lookup(QStringLiteral("statusCoreRouter")));
@@ -251,7 +341,7 @@ TEST_CASE("A mirror that is told of a packet may have the link dropped", "[clien
 {
     const ServerTrees server;
     Client client;
-    client.dump(server.config, server.status);
+    client.dump(server);
     const QPointer<ClientDatacore> leaf(client.leaf());
     QObject::connect(leaf, &ClientDatacore::datacoreInSyncWithServer,
                      [&client] { client.socket->drop(); });
@@ -259,36 +349,27 @@ TEST_CASE("A mirror that is told of a packet may have the link dropped", "[clien
         {{QStringLiteral("leaf"), QJsonObject{{QStringLiteral("data"), QStringLiteral("5")}}}},
         QStringLiteral("configCoreRouter/leaf")));
     CHECK(client.manager.getRegistry().isEmpty());
+    CHECK_FALSE(leaf.isNull()); // it was in the middle of the call
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     CHECK(leaf.isNull());
 }
 
-TEST_CASE("A dump of ten thousand paths, deep or wide, fills the mirror", "[client]")
+TEST_CASE("A dump of ten thousand deep paths fills the mirror", "[client]")
 {
     Client client;
     DatacorePathRadixTreeNode root{QStringLiteral("root"), {}};
     std::size_t expected = 1;
-    SECTION("wide")
-    {
-        for (int i = 0; i < 10000; ++i) {
-            root.kids.push_back({QString::number(i), {}});
+    // As deep as a JSON text of the dump can be, many times over.
+    for (int i = 0; i < 20; ++i) {
+        DatacorePathRadixTreeNode chain{QStringLiteral("end"), {}};
+        for (int depth = 0; depth < 499; ++depth) {
+            DatacorePathRadixTreeNode above{QStringLiteral("n"), {}};
+            above.kids.push_back(std::move(chain));
+            chain = std::move(above);
         }
-        expected += 10000;
-    }
-    SECTION("deep")
-    {
-        // As deep as a JSON text of the dump can be, many times over.
-        for (int i = 0; i < 20; ++i) {
-            DatacorePathRadixTreeNode chain{QStringLiteral("end"), {}};
-            for (int depth = 0; depth < 499; ++depth) {
-                DatacorePathRadixTreeNode above{QStringLiteral("n"), {}};
-                above.kids.push_back(std::move(chain));
-                chain = std::move(above);
-            }
-            chain.name = QString::number(i);
-            root.kids.push_back(std::move(chain));
-            expected += 500;
-        }
+        chain.name = QString::number(i);
+        root.kids.push_back(std::move(chain));
+        expected += 500;
     }
     QStringList paths;
     root.appendPathsTo(paths);

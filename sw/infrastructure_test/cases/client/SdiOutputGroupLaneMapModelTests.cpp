@@ -34,6 +34,7 @@ struct ModelAndChanges
 TEST_CASE("A lane map is filled up to four links and tells changes only", "[client]")
 {
     ModelAndChanges lanes;
+    const LogCapture log;
     lanes.update(QString());
     lanes.update(QStringLiteral("0"));
     lanes.update(QStringLiteral("1 2 3 4"));
@@ -42,6 +43,7 @@ TEST_CASE("A lane map is filled up to four links and tells changes only", "[clie
     lanes.update(QStringLiteral("4 5 2147483648 1 2 3"));
     CHECK(lanes.changes == std::vector<std::vector<int>>{
                                {0, 0, 0, 0}, {1, 2, 3, 4}, {0, 0, 0, 0}, {4, 0, 0, 1, 2, 3}});
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("A lane map refuses to get shorter", "[client]")

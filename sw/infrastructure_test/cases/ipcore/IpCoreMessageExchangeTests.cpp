@@ -12,7 +12,27 @@ std::unique_ptr<IpCoreMessageBase> message(uint32_t instance)
     return std::make_unique<TestIpCoreRoundJourneyTestMessage>(7, instance);
 }
 
+template <typename Base>
+struct Unaddressed : Base
+{
+    using Base::Base;
+    std::string toString() const override { return std::string(); }
+};
+
 } // namespace
+
+TEST_CASE("A message without an address is for core 0, instance 0", "[ipcore]")
+{
+    const Unaddressed<IpCoreMessageBase> plain;
+    const Unaddressed<TestIpCoreMessage> typed(
+        TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
+    const TestIpCoreRoundJourneyTestMessage journey;
+    for (const IpCoreMessageBase* message :
+         std::initializer_list<const IpCoreMessageBase*>{&plain, &typed, &journey}) {
+        CHECK(message->getIpCoreId() == 0);
+        CHECK(message->getIpCoreInstance() == 0);
+    }
+}
 
 TEST_CASE("An exchange gives messages out in order and counts its space", "[ipcore]")
 {

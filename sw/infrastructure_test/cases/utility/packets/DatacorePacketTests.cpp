@@ -59,13 +59,55 @@ TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[p
     CHECK(ok);
 
     const DatacorePacket fromServer(datacore, QStringLiteral("some/path"));
-    CHECK_FALSE(fromServer.containsClientID());
-    CHECK_FALSE(fromServer.containsPacketID());
-    CHECK(fromServer.getPacketID() == -1);
+    for (const DatacorePacket& same : {fromServer, receive(fromServer)}) {
+        CHECK_FALSE(same.containsClientID());
+        CHECK_FALSE(same.containsPacketID());
+        CHECK(same.getPacketID() == -1);
+    }
     const DatacorePacket empty(SerialisableDataPacket(QStringLiteral("Other")), ok);
     CHECK_FALSE(ok);
+    CHECK_FALSE(empty.containsDatacorePath());
+    CHECK_FALSE(empty.containsDatacoreObject());
+    CHECK(empty.getDatacoreText().isEmpty());
     CHECK(empty.getDatacorePath().isEmpty());
     CHECK(empty.getDatacoreJsonObject().isEmpty());
+}
+
+TEST_CASE("What a packet writes of a node, and has a node take, goes by the flag", "[packets]")
+{
+    DatacoreBase node(QStringLiteral("n"), nullptr, QStringLiteral("1"));
+    const QString path = QStringLiteral("r/n");
+    const QByteArray value(R"({"n":{"data":"1"}})");
+    const QByteArray whole(R"({"n":{"class":"DatacoreBase","data":"1",)"
+                           R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[]}})");
+    const DatacorePacket write(QStringLiteral("me"), 3, node, true, path);
+    CHECK(write.getDatacoreText() == QLatin1String(value));
+    CHECK(DatacorePacket(QStringLiteral("me"), 3, node, false, path).getDatacoreText() ==
+          QLatin1String(whole));
+    CHECK(DatacorePacket(node, true, path).getDatacoreText() == QLatin1String(value));
+    CHECK(DatacorePacket(node, false, path).toJson() ==
+          R"({"Class":"DatacorePacket","Datacore":)" + whole + R"(,"Path":"r/n"})");
+    CHECK(DatacorePacket(write, node, true) == write);
+    CHECK(DatacorePacket(write, node, false).getDatacoreText() == QLatin1String(whole));
+
+    struct Mirror : DatacoreBase
+    {
+        using DatacoreBase::DatacoreBase;
+        void updateActiveStatus(DatacoreActiveStatusMessages&) override {} // reasons stay
+    };
+    const QJsonObject inactive =
+        QJsonDocument::fromJson(R"({"n":{"reasonsForBeingInactive":[)"
+                                R"({"DatacoreActiveStatusMessage":{},)"
+                                R"("MessageBase":{"type":3,"identifier":2}}]}})")
+            .object();
+    const DatacorePacket packet(inactive, path);
+    for (const DatacorePacket& same : {packet, receive(packet)}) {
+        Mirror mirror(QStringLiteral("n"), nullptr);
+        CHECK(same.populate(mirror, true));
+        CHECK(mirror.isActive());
+        CHECK(same.populate(mirror, false));
+        CHECK_FALSE(mirror.isActive());
+    }
 }
 
 TEST_CASE("A path list keeps its order and its class has another name on the wire", "[packets]")
@@ -84,6 +126,7 @@ TEST_CASE("A path list keeps its order and its class has another name on the wir
     const DatacorePathListPacket bare(SerialisableDataPacket(DatacorePathListPacket::CLASSNAME()),
                                       ok);
     CHECK(ok);
+    CHECK_FALSE(bare.containsClientID());
     CHECK_FALSE(bare.containsDatacorePaths());
     CHECK(bare.getDatacorePaths().empty());
 }
@@ -102,10 +145,12 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
                                         R"("ConfigTreeObject":{"Core":"A","Kids":[{"Core":"B"},)"
                                         R"({"Core":"C","Kids":[{"Core":"D"}]}]}})"));
     CHECK(packet.getClientId() == QStringLiteral("me"));
-    CHECK(packet.containsConfigTree());
-    CHECK_FALSE(packet.containsStatusTree());
-    CHECK_FALSE(packet.containsCommandTree());
-    CHECK_FALSE(packet.containsPersistentConfigTree());
+    const auto present = [&packet] {
+        return std::vector<bool>{packet.containsClientId(), packet.containsConfigTree(),
+                                 packet.containsStatusTree(), packet.containsCommandTree(),
+                                 packet.containsPersistentConfigTree()};
+    };
+    CHECK(present() == std::vector<bool>{true, true, false, false, false});
 
     QStringList paths;
     packet.getConfigTree().appendPathsTo(paths);
@@ -114,7 +159,9 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
 
     packet.setStatusTree(leaf);
     packet.setCommandTree(inner);
+    CHECK(present() == std::vector<bool>{true, true, true, true, false});
     packet.setPersistentConfigTree(deep);
+    CHECK(present().back());
     CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode{QStringLiteral("B"), {}});
     CHECK(packet.getCommandTree() == packet.getConfigTree().kids[1]);
     CHECK(packet.getPersistentConfigTree().name == QStringLiteral("D"));

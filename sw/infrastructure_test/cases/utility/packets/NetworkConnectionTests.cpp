@@ -7,6 +7,8 @@
 
 #include <QBuffer>
 #include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QNetworkProxy>
 #include <QPointer>
 #include <QTcpServer>
 
@@ -101,13 +103,13 @@ TEST_CASE("Packets cut at any byte arrive once each, in order", "[packets]")
     const QByteArray stream = jsonPacket(0) + rawPacket(5) + jsonPacket(1) + jsonPacket(2, 30);
     for (int cut = 0; cut <= stream.size(); ++cut) {
         FedConnection link;
-        const Receiver receiver;
+        Receiver receiver;
         link.socket->feed(stream.left(cut));
         link.socket->feed(stream.mid(cut));
         REQUIRE(receiver.numbers == numbersUpTo(3));
     }
     FedConnection link;
-    const Receiver receiver;
+    Receiver receiver;
     for (const char byte : stream) {
         link.socket->feed(QByteArray(1, byte));
     }
@@ -122,7 +124,7 @@ TEST_CASE("Garbage between packets is skipped byte by byte", "[packets]")
           QByteArray::fromHex("102a000000000000"), QByteArray::fromHex("10111fffff0010ff")}) {
         CAPTURE(garbage.toHex().toStdString());
         FedConnection link;
-        const Receiver receiver;
+        Receiver receiver;
         link.socket->feed(garbage + jsonPacket(0));
         link.socket->feed(garbage + jsonPacket(1) + jsonPacket(2));
         CHECK(receiver.numbers == numbersUpTo(3));
@@ -141,8 +143,8 @@ TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not"
         int count = 0;
     };
     constexpr int threshold = NetworkConnection::DISCARD_THRESHOLD_BYTES;
-    const RawReceiver rawReceiver;
-    const Receiver receiver;
+    RawReceiver rawReceiver;
+    Receiver receiver;
     const LogCapture log;
     FedConnection link;
 
@@ -214,7 +216,7 @@ TEST_CASE("A receiver may delete or reconnect the connection that delivers to it
     {
         QPointer<NetworkConnection> connection(new NetworkConnection);
         linkUp(*connection);
-        const Receiver receiver([&] { delete connection.data(); });
+        Receiver receiver([&] { delete connection.data(); });
         far->write(jsonPacket(0) + jsonPacket(1));
         REQUIRE(waitFor([&] { return connection.isNull(); }));
         CHECK(receiver.numbers == numbersUpTo(1));
@@ -278,7 +280,7 @@ TEST_CASE("After random bytes in random pieces the link works again", "[packets]
         }
     }
     FedConnection link;
-    const Receiver receiver;
+    Receiver receiver;
     std::uniform_int_distribution<int> pieceBytes(1, 20000);
     for (int sent = 0; sent < total;) {
         const QByteArray piece = garbage.mid(sent, pieceBytes(random));
@@ -293,36 +295,25 @@ TEST_CASE("After random bytes in random pieces the link works again", "[packets]
     CHECK(receiver.numbers.back() == 77);
 }
 
-TEST_CASE("100 MB of random bytes go through without fault", "[packets]")
-{
-    std::mt19937 random(5);
-    QByteArray piece(1 << 20, '\0');
-    FedConnection link;
-    const Receiver receiver;
-    for (int sent = 0; sent < 100; ++sent) {
-        for (char& byte : piece) {
-            byte = static_cast<char>(random());
-        }
-        link.socket->feed(piece);
-    }
-    CHECK(link.connection->isConnected());
-}
-
 TEST_CASE("Without a link sending is a no-op and nothing is connected", "[packets]")
 {
+    const LogCapture log;
     NetworkConnection connection(nullptr, 7);
     CHECK(connection.getConnectionContext() == 7);
     CHECK_FALSE(connection.isConnected());
     connection.acceptPacket(BasicTestPacket());
     connection.sendRawPacket(nullptr);
     connection.sendRawPacket(std::make_shared<BasicTestPacket>());
+    connection.acceptPackets({BasicTestPacket()});
+    CHECK(connection.getUnsentBytes() == 0);
     CHECK(connection.canAcceptPacket(QStringLiteral("anything")));
 
     std::unique_ptr<QTcpSocket> nothing;
     CHECK_FALSE(connection.adoptSocket(nothing));
+    std::unique_ptr<QTcpSocket> unconnected(new QTcpSocket);
+    CHECK_FALSE(connection.adoptSocket(unconnected));
     CHECK_FALSE(connection.isConnected());
     connection.acceptPacket(BasicTestPacket());
-    CHECK(connection.getLocalIdentifier().isEmpty());
 
     QTcpServer closed;
     REQUIRE(closed.listen(QHostAddress::LocalHost, 0));
@@ -330,6 +321,33 @@ TEST_CASE("Without a link sending is a no-op and nothing is connected", "[packet
     closed.close();
     CHECK_FALSE(connection.connectToHost(QHostAddress(QHostAddress::LocalHost), port));
     CHECK_FALSE(connection.isConnected());
+    CHECK(log.lines() == QStringList{QStringLiteral("info: QAbstractSocket::"
+                                                    "ConnectionRefusedError")});
+}
+
+TEST_CASE("A flood is read piece by piece, and the size of the pieces may be given", "[packets]")
+{
+    FedConnection link;
+    CHECK(link.socket->readBufferSize() > NetworkConnection::DISCARD_THRESHOLD_BYTES);
+    std::unique_ptr<QTcpSocket> small(new MemorySocket);
+    small->setReadBufferSize(10);
+    const QTcpSocket& adopted = *small;
+    REQUIRE(link.connection->adoptSocket(small));
+    CHECK(adopted.readBufferSize() == 10);
+}
+
+TEST_CASE("No proxy comes between two ends", "[packets]")
+{
+    QTcpServer server;
+    REQUIRE(server.listen(QHostAddress::LocalHost, 0));
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::Socks5Proxy, QStringLiteral("127.0.0.1"), 1));
+    NetworkConnection connection;
+    // This host by its other name: Qt itself goes past a proxy for a loopback address.
+    const bool isConnected =
+        connection.connectToHost(QStringLiteral("0.0.0.0"), server.serverPort());
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+    CHECK(isConnected);
 }
 
 TEST_CASE("Both ends name each other, and a lost link is announced once", "[packets]")
@@ -374,7 +392,7 @@ TEST_CASE("Packets that came before a socket was adopted are delivered", "[packe
     peer.write(jsonPacket(0));
     REQUIRE(waitFor([&] { return accepted->bytesAvailable() > 0; }));
 
-    const Receiver receiver;
+    Receiver receiver;
     NetworkConnection connection;
     REQUIRE(connection.adoptSocket(accepted));
     CHECK(waitFor([&] { return receiver.numbers == numbersUpTo(1); }));
@@ -396,9 +414,9 @@ TEST_CASE("More than can be held for a packet closes the link", "[packets]")
     REQUIRE(connection.adoptSocket(adopted));
     socket->feed(QByteArray());
     CHECK_FALSE(connection.isConnected());
-    CHECK(log.lines()
-              .join(QLatin1Char('\n'))
-              .contains(QStringLiteral("error: Incoming packet exceeds ")));
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("error: Incoming packet exceeds %1 bytes, closing link to 00")
+                          .arg(NetworkConnection::MAX_BUFFERED_BYTES)});
 }
 
 TEST_CASE("Socket errors have names", "[packets]")
@@ -406,10 +424,13 @@ TEST_CASE("Socket errors have names", "[packets]")
     const auto name = [](int error) {
         return getSocketErrorName(static_cast<QAbstractSocket::SocketError>(error));
     };
-    CHECK(name(-1) == QStringLiteral("QAbstractSocket::UnknownSocketError"));
-    CHECK(name(0) == QStringLiteral("QAbstractSocket::ConnectionRefusedError"));
-    CHECK(name(12) == QStringLiteral("QAbstractSocket::ProxyAuthenticationRequiredError"));
-    CHECK(name(18) == QStringLiteral("QAbstractSocket::ProxyProtocolError"));
+    QByteArray names;
+    for (int error = -1; error <= 18; ++error) {
+        names += error == 13 ? QByteArray() : name(error).toUtf8() + '\n';
+    }
+    // That of "QAbstractSocket::UnknownSocketError\n" and so on, as Qt documents the names.
+    CHECK(QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex() ==
+          "a7a36fa0024e59bff185b9f47fa683f435eaef2da7a2739381ff7907ae9a7c37");
     for (const int illegal : {-2, 13, 19, 1000}) {
         CHECK(name(illegal) ==
               QStringLiteral("illegal value for QAbstractSocket::SocketError: %1").arg(illegal));
@@ -459,7 +480,7 @@ TEST_CASE("Packets beyond what the system takes at once arrive whole and in orde
     }
     link.near->acceptPackets(packets);
 
-    const Receiver receiver;
+    Receiver receiver;
     NetworkConnection far;
     REQUIRE(far.adoptSocket(link.farSocket));
     REQUIRE(waitFor([&] { return static_cast<int>(receiver.numbers.size()) >= number; }));

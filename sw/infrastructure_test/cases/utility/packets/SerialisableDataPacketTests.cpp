@@ -55,9 +55,9 @@ TEST_CASE("Received text that can't be parsed gives a packet of no class and one
     const SerialisableDataPacket bad = receive("{\"Class\":\"X\"} garbage");
     CHECK(bad.getPacketClassName().isEmpty());
     CHECK(bad.toJson() == QByteArray(R"({"Class":""})"));
-    REQUIRE(log.lines().size() == 1);
-    CHECK(log.lines()[0].startsWith(
-        QStringLiteral("info: SerialisablePacket failed to parse packet ")));
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("info: SerialisablePacket failed to parse packet garbage at "
+                                     "the end of the document")});
 
     CHECK(receive("").getJsonObject().contains(QStringLiteral("Class")));
     CHECK(receive("[1]").getJsonObject().isEmpty()); // JSON, yet no object
@@ -106,6 +106,27 @@ TEST_CASE("Packets compare by their JSON alone", "[packets]")
     CHECK_FALSE(a == b);
     CHECK(b.serialisePayload() != before); // what was kept of the first call is gone
     CHECK(a.serialisePayload() == before);
+}
+
+TEST_CASE("A packet that was moved from keeps its content and can be sent", "[packets]")
+{
+    const LogCapture log;
+    const QByteArray text(R"({"Class":"BasicTestPacket","TestInt":1})");
+    for (const SerialisableDataPacket& original :
+         {receive(text), SerialisableDataPacket(text, nullptr)}) {
+        bool ok = false;
+        BasicTestPacket from(original, ok);
+        BasicTestPacket to(std::move(from));
+        BasicTestPacket assigned;
+        assigned = std::move(to);
+        for (const BasicTestPacket& packet : {from, to, assigned}) {
+            CHECK(packet.getPacketClassName() == BasicTestPacket::CLASSNAME());
+            CHECK(packet.getTestInt() == 1);
+            CHECK(packet.serialisePayload().mid(4) == text);
+            CHECK(packet.getPayload() == original.getPayload());
+        }
+    }
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("Children that are no packets are refused, and the good ones still come out", "[packets]")
