@@ -9,6 +9,8 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 /// A description in pieces, for a display with columns.
@@ -70,6 +72,8 @@ public:
     /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2; 4 to 7 the same
     /// for level B. A combination that is not among them gives 0, and a log line at level info.
     quint32 getMappingMode() const;
+    /// The same, and nothing where there is no such mode. Logs nothing.
+    std::optional<quint32> findMappingMode() const;
 
     /// A figure for level and picture rate. It is not the blanking of the raster: that is the
     /// metrics' to tell.
@@ -86,9 +90,14 @@ public:
     /// How the samples of the standard lie in the frame store. Where that is not known, logs why at
     /// level err, sets *succeeded to false and returns nothing.
     ///
-    /// The arithmetic is modulo 2^32. A standard whose active picture does not fit its field, such
-    /// as 2160 lines in segmented frames, has metrics that succeed and are not to be filled.
+    /// The arithmetic is modulo 2^32, and also a standard whose active picture does not fit its
+    /// field, such as 2160 lines in segmented frames, has metrics: getReasonWithoutMetrics tells.
     TransmissionMetrics getTransmissionMetrics(bool* succeeded = nullptr) const;
+    /// Why no frame store can be filled by the metrics of this standard: it has none, or its
+    /// picture does not fit them. Empty where one can. Logs nothing.
+    ///
+    ///   2160 lines in segmented frames => "The picture does not fit its field"
+    std::string_view getReasonWithoutMetrics() const;
 
     /// Compares the identifiers, by what they say of the picture, and the division.
     friend bool operator==(const StandardFromPayloadIdentifier& a,

@@ -2,6 +2,7 @@
 
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <map>
 #include <numeric>
@@ -102,8 +103,8 @@ bool isSamePlace(const Position& a, const Position& b)
 void checkShapes(qint64 lineStep)
 {
     std::map<Shape, const Standard*> shapes;
-    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
-        shapes.emplace(shapeOf(*entry.standard), entry.standard.get());
+    for (const auto& standard : SupportedVideoStandards::getInstance().getStandards()) {
+        shapes.emplace(shapeOf(*standard), standard.get());
     }
     CHECK(shapes.size() > 20);
     for (const auto& shape : shapes) {
@@ -147,8 +148,9 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
     const auto below = [&random](qint64 limit) {
         return static_cast<qint32>(random() % static_cast<quint32>(limit));
     };
-    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
-        const Standard& standard = *entry.standard;
+    const LogCapture log;
+    for (const auto& listed : SupportedVideoStandards::getInstance().getStandards()) {
+        const Standard& standard = *listed;
         const Walk walk(standard);
         CAPTURE(standard.getDescription());
         for (int i = 0; i < 10; ++i) {
@@ -170,6 +172,7 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
             REQUIRE(Cursor::areCursorPositionsEqual(from, again, standard));
         }
     }
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("Positions lie where the interface standards put them", "[cursor]")
@@ -283,6 +286,10 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
         {{5, 0}, SubImage1, {5, 0}, SubImage1, {3, 0}},
     };
     const Standard& square = standardCalled("3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709");
+    const Standard* const squares[] = {
+        &square, &standardCalled("3840x2160p25 RGB:444:12 QL 3G A SQ Rec.709"),
+        &standardCalled("3840x2160psf25 YCbCr:422:10 QL 1.5G SQ Rec.709"),
+        &standardCalled("3840x2160p50 YCbCr:422:10 QL 3G B SQ Rec.709")};
     const Standard& interleave = standardCalled("3840x2160p50 YCbCr:422:10 QL 3G A 2-SI Rec.709");
     const Standard& single = standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709");
     for (const Row& row : rows) {
@@ -299,7 +306,10 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
         };
         const auto none = SubImageDivision_None;
         const auto twoSample = SubImageDivision_TwoSampleInterleave;
-        check(square, false, none, row.square, row.inSquare, true);
+        // However many samples a pixel takes, and in however many fields the lines travel.
+        for (const Standard* standard : squares) {
+            check(*standard, false, none, row.square, row.inSquare, true);
+        }
         check(single, true, SubImageDivision_SquareDivision, row.square, row.inSquare, true);
         check(interleave, false, none, row.interleave, row.inInterleave, true);
         check(square, true, twoSample, row.interleave, row.inInterleave, true);

@@ -5,12 +5,34 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <QFile>
+
 namespace {
 
 using Key = PayloadIdentifierKey;
 
 constexpr PayloadIdentifierFieldMap BYTE_0_ONLY{
     {PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0, 1, 2, 3, 4, 5, 6, 7}}}};
+
+/// The most memory that the process has had so far.
+int peakKib()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    REQUIRE(status.open(QIODevice::ReadOnly));
+    const QByteArray text = status.readAll();
+    return text.mid(text.indexOf("VmHWM:") + 6).split('k').first().trimmed().toInt();
+}
+
+/// The same, counted from now on where the system can (proc(5), clear_refs).
+int startOfPeakKib()
+{
+    QFile reset(QStringLiteral("/proc/self/clear_refs"));
+    if (reset.open(QIODevice::WriteOnly)) {
+        reset.write("5");
+        reset.close();
+    }
+    return peakKib();
+}
 
 QStringList lines(const char* text)
 {
@@ -288,6 +310,12 @@ TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
         CHECK_FALSE(parsePayloadIdentifierBytes(QString::fromLatin1(bad)).has_value());
     }
     CHECK_FALSE(parsePayloadIdentifierBytes(QStringLiteral("\u0661 0 0 0")).has_value());
+    // The longest text there is; and one that would be millions of parts.
+    CHECK(parsePayloadIdentifierBytes(QStringLiteral("255 255 255 255")) == 0xFFFFFFFF);
+    const QString blanks(4 << 20, QLatin1Char(' '));
+    const int before = startOfPeakKib();
+    CHECK_FALSE(parsePayloadIdentifierBytes(blanks).has_value());
+    CHECK(peakKib() - before < 4096);
     for (const quint32 value : {0u, 0x01020304u, 0xFFFFFFFFu, 0x80000001u}) {
         CHECK(parsePayloadIdentifierBytes(getPayloadIdentifierText(value)) == value);
     }
