@@ -90,8 +90,11 @@ struct NoMetrics
 };
 
 constexpr char COULD_NOT_CREATE[] = "Couldn't create metrics.";
+constexpr std::string_view LINE_INTERLEAVE_ALONE =
+    "Metrics of two 1.5G links are known for line interleave alone";
 constexpr NoMetrics NO_DUAL_LINK{"Only support DualLink 1.5G line interlieve.",
-                                 "Metrics of two 1.5G links are known for line interleave alone"};
+                                 LINE_INTERLEAVE_ALONE};
+constexpr NoMetrics NO_FIELDS_ON_DUAL_LINK{COULD_NOT_CREATE, LINE_INTERLEAVE_ALONE};
 constexpr NoMetrics NO_LEVEL_B{COULD_NOT_CREATE,
                                "Metrics of level B are known for progressive pictures alone"};
 constexpr NoMetrics NO_LEVEL{"Don't support level C", "Metrics are known for levels A and B alone"};
@@ -132,10 +135,11 @@ const NoMetrics* findLayout(const StandardFromPayloadIdentifier& standard, Store
     } else {
         layout = {1, 1, 2, subImages};
     }
-    return identifier.getLinesPerField().size() < layout.fields ||
-                   identifier.getFirstActivePictureLines().size() < layout.fields
-               ? &NO_RASTER
-               : nullptr;
+    if (identifier.getLinesPerField().size() < layout.fields ||
+        identifier.getFirstActivePictureLines().size() < layout.fields) {
+        return rate == SdiDataRate_1G5 && links == 2 ? &NO_FIELDS_ON_DUAL_LINK : &NO_RASTER;
+    }
+    return nullptr;
 }
 
 StandardFromPayloadIdentifier::TransmissionMetrics

@@ -146,7 +146,8 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
         values[i] = static_cast<quint32>(100 + i);
     }
     sections[1].fields[1].words.pop_back();
-    tagFrame(sections, values, false, true, 5);
+    const bool flagA = GENERATE(false, true);
+    tagFrame(sections, values, flagA, !flagA, 5);
 
     // 19 / 3 = 6: steps of three for two fields, of two for three.
     const quint32 expected[2][3] = {{100, 103, 0}, {106, 108, 110}};
@@ -165,8 +166,8 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
             CHECK(tag.getTagByteA() == 0);
             CHECK(tag.getTagByteB() == number);
             CHECK(tag.getFlagC() == (number == 1));
-            CHECK_FALSE(tag.getFlagA());
-            CHECK(tag.getFlagB());
+            CHECK((tag.getFlagA() != 0) == flagA);
+            CHECK((tag.getFlagB() != 0) == !flagA);
             CHECK(tag.getTotalLines() == 1125);
             CHECK(tag.getSamplesPerLine() == 10);
             CHECK(tagged.words.back() == (0x47000001 | number << 8));

@@ -7,6 +7,7 @@
 #include <map>
 #include <numeric>
 #include <random>
+#include <set>
 #include <stdexcept>
 
 using namespace Tessorn::Sdi;
@@ -57,6 +58,23 @@ struct Walk
     qint64 firstLinkLines = 0;
 };
 
+/// Every so many lines, and the two on either side of the end of each field and link.
+std::set<qint64> linesToWalk(const Standard& standard, qint64 count, qint64 lineStep)
+{
+    std::set<qint64> lines;
+    for (qint64 line = 1; line <= count; line += lineStep) {
+        lines.insert(line);
+    }
+    qint64 end = 0;
+    for (const quint32 fieldLines : standard.getPrimaryIdentifier()->getLinesPerField()) {
+        end += fieldLines;
+        lines.insert({end - 1, end, end + 1});
+    }
+    lines.insert({count - 1, count});
+    lines.erase(lines.upper_bound(count), lines.end());
+    return lines;
+}
+
 /// True when the way out of the picture and back ends where it began, inside the stream.
 bool returnsToPicture(const Walk& walk, qint64 line, qint64 sample)
 {
@@ -99,7 +117,7 @@ bool isSamePlace(const Position& a, const Position& b)
     return source(a) == source(b);
 }
 
-/// Walks over the pictures and the streams of one standard of each shape, every so many lines.
+/// Walks over the pictures and the streams of one standard of each shape.
 void checkShapes(qint64 lineStep)
 {
     std::map<Shape, const Standard*> shapes;
@@ -112,7 +130,7 @@ void checkShapes(qint64 lineStep)
         const Walk walk(standard);
         CAPTURE(standard.getDescription());
         std::size_t lostInPicture = 0;
-        for (qint64 line = 1; line <= walk.height; line += lineStep) {
+        for (const qint64 line : linesToWalk(standard, walk.height, lineStep)) {
             for (qint64 sample = 0; sample < walk.width; ++sample) {
                 lostInPicture += returnsToPicture(walk, line, sample) ? 0 : 1;
             }
@@ -120,7 +138,7 @@ void checkShapes(qint64 lineStep)
         CHECK(lostInPicture == 0);
         std::size_t lostInStream = 0;
         for (qint64 link = 0; link < walk.links; ++link) {
-            for (qint64 line = 1; line <= walk.frameLines; line += lineStep) {
+            for (const qint64 line : linesToWalk(standard, walk.frameLines, lineStep)) {
                 for (qint64 sample = 0; sample < walk.samples; ++sample) {
                     lostInStream += returnsToStream(walk, line, sample, link) ? 0 : 1;
                 }

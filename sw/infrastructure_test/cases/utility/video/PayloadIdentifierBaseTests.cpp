@@ -191,7 +191,7 @@ TEST_CASE("A description tells the picture, the interface, and the signal where 
           QLatin1String(*known.withoutLink != '\0' ? known.withoutLink : known.description));
 }
 
-TEST_CASE("Links that no standard has are named with a question mark", "[video]")
+TEST_CASE("Each link has its name, and one that no standard has a question mark", "[video]")
 {
     /// One link, level A or B, with a channel field of four bits.
     class Wide : public PayloadIdentifierBase
@@ -213,11 +213,20 @@ TEST_CASE("Links that no standard has are named with a question mark", "[video]"
         Tessorn::Sdi::Level mappingLevel;
     };
     using namespace Tessorn::Sdi;
-    CHECK(Wide(1, Level_B, 2).getDescription(false).contains(QLatin1String(" Link? ")));
-    CHECK(Wide(4, Level_B, 7).getDescription(false).contains(QLatin1String(" DS8_Link4 ")));
-    CHECK(Wide(4, Level_B, 8).getDescription(false).contains(QLatin1String(" DS?_Link? ")));
-    CHECK(Wide(4, Level_A, 7).getDescription(false).contains(QLatin1String(" Link8 ")));
-    CHECK(Wide(4, Level_A, 8).getDescription(false).contains(QLatin1String(" Link? ")));
+    const auto names = [](quint32 links, Level level) {
+        QStringList list;
+        for (quint32 channel = 0; channel < 9; ++channel) {
+            const QString text = Wide(links, level, channel).getDescription(false);
+            list << text.section(QLatin1Char(' '), -2, -2);
+        }
+        return list.join(QLatin1Char(' '));
+    };
+    CHECK(names(1, Level_B) ==
+          QStringLiteral("LinkA LinkB Link? Link? Link? Link? Link? Link? Link?"));
+    CHECK(names(8, Level_B) == QStringLiteral("DS1_Link1 DS2_Link1 DS3_Link2 DS4_Link2 DS5_Link3 "
+                                              "DS6_Link3 DS7_Link4 DS8_Link4 DS?_Link?"));
+    CHECK(names(8, Level_A) ==
+          QStringLiteral("Link1 Link2 Link3 Link4 Link5 Link6 Link7 Link8 Link?"));
 
     // A colourimetry that has no name.
     const PayloadIdentifierBase nameless(
@@ -228,6 +237,16 @@ TEST_CASE("Links that no standard has are named with a question mark", "[video]"
 
 TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
 {
+    QStringList names;
+    for (quint32 key = 0; key <= PAYLOAD_IDENTIFIER_KEY_COUNT; ++key) {
+        names << toString(static_cast<Key>(key));
+    }
+    CHECK(
+        names ==
+        lines("payload and digital interface\nsample structure\npicture rate\npicture\ntransport\n"
+              "bit depth\naspect ratio\nhorizontal array size\ncolourimetry\n"
+              "transfer characteristics\nluminance and colour difference signal\n"
+              "channel assignment\naudio copy status\n"));
     using Variant = PayloadIdentifier2160_QuadLink3g;
     const auto& facts = Variant::FACTS;
     const quint32 base = facts.compose({{PayloadIdentifierKey_PictureRate, 9}});
@@ -238,6 +257,8 @@ TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
                              key == PayloadIdentifierKey_ChannelAssignment ||
                              key == PayloadIdentifierKey_AudioCopyStatus;
         CHECK(Variant(base).isEqual(Variant(changed)) == ignored);
+        CHECK(Variant(base).getDifferences(Variant(changed)) ==
+              (ignored ? std::vector<Key>() : std::vector<Key>{key}));
     }
 }
 

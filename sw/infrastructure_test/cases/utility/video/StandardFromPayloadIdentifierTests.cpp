@@ -23,30 +23,34 @@ class Imagined : public PayloadIdentifierBase
 {
 public:
     Imagined(quint32 links, SdiDataRate dataRate, Level mapping = Level_A,
-             std::vector<quint32> lines = {1125})
+             std::vector<quint32> lines = {1125}, std::vector<quint32> firstLines = {42})
         : PayloadIdentifierBase(0)
         , linkCount(links)
         , rate(dataRate)
         , level(mapping)
         , linesPerField(std::move(lines))
+        , firstActiveLines(std::move(firstLines))
     {
     }
     quint32 getNumberOfLinks() const override { return linkCount; }
     SdiDataRate getSdiDataRate() const override { return rate; }
     Level getLevel() const override { return level; }
     std::vector<quint32> getLinesPerField() const override { return linesPerField; }
+    std::vector<quint32> getFirstActivePictureLines() const override { return firstActiveLines; }
 
 private:
     quint32 linkCount;
     SdiDataRate rate;
     Level level;
     std::vector<quint32> linesPerField;
+    std::vector<quint32> firstActiveLines;
 };
 
 Standard imagine(quint32 links, SdiDataRate rate, Level level = Level_A,
-                 std::vector<quint32> lines = {1125})
+                 std::vector<quint32> lines = {1125}, std::vector<quint32> firstLines = {42})
 {
-    return Standard({std::make_shared<Imagined>(links, rate, level, std::move(lines))});
+    return Standard(
+        {std::make_shared<Imagined>(links, rate, level, std::move(lines), std::move(firstLines))});
 }
 
 // Identifiers by hand.
@@ -172,6 +176,7 @@ TEST_CASE("Mapping modes follow depth, structure and level", "[video]")
                       "info: Shouldn't reach this return statement")) == (mode == '.' ? 2 : 0));
         }
     }
+    CHECK(imagine(1, SdiDataRate_3G, Level(2)).findMappingMode() == 4u); // as level B
 }
 
 TEST_CASE("Horizontal blanking figures are a table by height, rate and level", "[video]")
@@ -230,6 +235,7 @@ TEST_CASE("Standards compare by their identifiers and division", "[video]")
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A));
     CHECK(standardOf(P50_3G_A) != standardOf(P60_3G_A));
     CHECK(standardOf(P50_3G_A) != standardOf(P50_3G_A, true));
+    CHECK(standardOf(P60_QUAD_A) != standardOf(P60_QUAD_A, true, 4)); // the division alone
     CHECK(standardOf(P50_3G_A, true) != standardOf(P50_3G_A, true, 2));
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A, false, 2)); // not used
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A ^ 0x8000));  // aspect ratio
@@ -377,7 +383,7 @@ TEST_CASE("Metrics that cannot be made say why, once", "[video]")
         {"level B line interleave with one field", standardOf(P50_3G_B | 0x00800000), none,
          noRaster},
         {"dual link interlaced", standardOf(0x87052201), dualLink, noDualLink},
-        {"dual link with one field", standardOf(P50_DUAL_LINK | 0x00800000), none, noRaster},
+        {"dual link with one field", standardOf(P50_DUAL_LINK | 0x00800000), none, noDualLink},
         {"dual link 3G", imagine(2, SdiDataRate_3G), dualLink, noDualLink},
         {"dual link level B", imagine(2, SdiDataRate_1G5, Level_B), dualLink, noDualLink},
         {"no links", imagine(0, SdiDataRate_3G), none, noRaster},
@@ -386,7 +392,8 @@ TEST_CASE("Metrics that cannot be made say why, once", "[video]")
         {"no level", imagine(1, SdiDataRate_3G, Level(2)), "Don't support level C",
          "Metrics are known for levels A and B alone"},
         {"no lines", imagine(1, SdiDataRate_3G, Level_A, {}), none, noRaster},
-        {"lines but no first active ones", imagine(1, SdiDataRate_3G), none, noRaster},
+        {"lines but no first active ones", imagine(1, SdiDataRate_3G, Level_A, {1125}, {}), none,
+         noRaster},
     };
     for (const Known& row : rows) {
         CAPTURE(row.what);
