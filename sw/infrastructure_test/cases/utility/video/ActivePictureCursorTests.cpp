@@ -1,5 +1,6 @@
 #include "infrastructure/utility/video/analysis/ActivePictureCursor.h"
 
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
@@ -264,7 +265,9 @@ TEST_CASE("The line of either level B link leads to the same place in the pictur
         CHECK(other.activePosition.line == line);
         CHECK(other.activePosition.sample == 100);
     }
-    // The first link has one line more than the second.
+    // Line 1 of either; the first link has one line more than the second.
+    CHECK(Cursor::cursorPositionFromSourcePosition(564, 0, 0, 0, standard)
+              .sourcePosition.lineInOtherLevelBLink == 1);
     CHECK(Cursor::cursorPositionFromSourcePosition(563, 0, 0, 0, standard)
               .sourcePosition.lineInOtherLevelBLink == 0);
 }
@@ -364,6 +367,7 @@ TEST_CASE("The first and last positions are those of the whole stream", "[cursor
 TEST_CASE("Positions are equal when all but field and other line are", "[cursor]")
 {
     const Standard& plain = standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    const Standard& interleaved = standardCalled("1920x1080p50 YCbCr:422:10 3G B Rec.709");
     const Standard& extended = standardCalled("1920x1080p25 RGB:444:10 3G A Rec.709");
     const Position position{{10, 20, 1}, {30, 40, 50, 2}};
     struct Row
@@ -384,8 +388,24 @@ TEST_CASE("Positions are equal when all but field and other line are", "[cursor]
     };
     for (const Row& row : rows) {
         CHECK(Cursor::areCursorPositionsEqual(position, row.other, plain) == row.isEqual);
+        CHECK(Cursor::areCursorPositionsEqual(position, row.other, interleaved) == row.isEqual);
         CHECK(Cursor::areCursorPositionsEqual(position, row.other, extended) ==
               row.isEqualExtended);
+    }
+}
+
+TEST_CASE("A picture that does not fit its lines goes there and back, and links count modulo four",
+          "[cursor]")
+{
+    const Standard wide({createPayloadIdentifier(0xC0CB8001)}); // 2160p60 on 6G
+    for (const qint32 sample : {0, 2199, 2200, 3838, 3839}) {
+        const auto source =
+            Cursor::cursorPositionFromActivePicturePosition(7, sample, 0, wide).sourcePosition;
+        const auto back = Cursor::cursorPositionFromSourcePosition(source.line, 0, source.sample,
+                                                                   source.link + 4, wide);
+        CHECK(back.activePosition.line == 7);
+        CHECK(back.activePosition.sample == sample);
+        CHECK(back.sourcePosition.link == source.link);
     }
 }
 
