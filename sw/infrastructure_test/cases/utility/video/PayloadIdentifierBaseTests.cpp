@@ -181,11 +181,20 @@ TEST_CASE("A description tells the picture, the interface, and the signal where 
          "3840x2160p30 RGB:444:12 12G 2-SI ICtCp S-Log3 Rec.2020"},
         {0xC0C340E1, "4096x2160p24 YCbCr:422:10 6G 2-SI Link8 Rec.709",
          "4096x2160p24 YCbCr:422:10 6G 2-SI Rec.709"},
+        {0xCECA4001, "4096x2160p59.94 YCbCr:422:10 12G 2-SI Link1 Rec.709",
+         "4096x2160p59.94 YCbCr:422:10 12G 2-SI Rec.709"},
+        {0xCEE86001, "4096x2160p48 YCbCr:422:10 12G 2-SI Link1 PQ Rec.2020",
+         "4096x2160p48 YCbCr:422:10 12G 2-SI PQ Rec.2020"},
+        {0xC2CB8001, "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Link1 Rec.709",
+         "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Rec.709"},
+        {0xC0E3A001, "3840x2160p24 YCbCr:422:10 6G 2-SI Link1 PQ Rec.2020",
+         "3840x2160p24 YCbCr:422:10 6G 2-SI PQ Rec.2020"},
         {0x844A0001, "1280x720p59.94 YCbCr:422:10 1.5G Rec.709", ""},
         {0x89011003, "1920x1080iRsvRate YCbCr:422:12FR 3G A ColVancPacket", ""},
     }));
     const auto identifier = createPayloadIdentifier(known.rawValue);
     REQUIRE(identifier);
+    CHECK(identifier->getReservedBitErrors().isEmpty());
     CHECK(identifier->getDescription(false) == QLatin1String(known.description));
     CHECK(identifier->getDescription(true) ==
           QLatin1String(*known.withoutLink != '\0' ? known.withoutLink : known.description));

@@ -130,49 +130,6 @@ TEST_CASE("Each reader reads its own field", "[video]")
     CHECK(identifier->getAudioCopyStatus() == 1);
 }
 
-TEST_CASE("Well-known identifiers have no reserved bit and describe themselves", "[video]")
-{
-    struct Known
-    {
-        quint32 payloadByte;
-        quint32 values[12]; // in the order of the keys below
-        const char* description;
-    };
-    // clang-format off
-    const Known rows[] = {
-        {0xCE, {1, 1, 10, 0, 0, 0, 1, 1, 0, 0, 0, 0}, "4096x2160p59.94 YCbCr:422:10 12G 2-SI Rec.709"},
-        {0xCE, {1, 1, 8,  0, 2, 0, 1, 1, 0, 0, 2, 0}, "4096x2160p48 YCbCr:422:10 12G 2-SI PQ Rec.2020"},
-        {0xC2, {1, 1, 11, 0, 0, 1, 0, 1, 0, 0, 0, 0}, "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Rec.709"},
-        {0xC2, {1, 1, 9,  0, 2, 1, 0, 1, 0, 0, 2, 0}, "3840x2160p50 YCbCr:422:10 DL 6G 2-SI PQ Rec.2020"},
-        {0x97, {1, 1, 11, 0, 0, 1, 0, 1, 0, 2, 0, 0}, "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709"},
-        {0xC0, {1, 1, 7,  0, 0, 1, 0, 1, 0, 0, 0, 0}, "3840x2160p30 YCbCr:422:10 6G 2-SI Rec.709"},
-        {0xC0, {1, 1, 3,  0, 2, 1, 0, 1, 0, 0, 2, 0}, "3840x2160p24 YCbCr:422:10 6G 2-SI PQ Rec.2020"},
-        // Level B: the same fields, but for the transport bit.
-        {0x8A, {0, 1, 9,  0, 0, 1, 0, 1, 0, 0, 0, 0}, "1920x1080p50 YCbCr:422:10 3G B Rec.709"},
-    };
-    // clang-format on
-    constexpr Key keys[] = {TRANSPORT, PICTURE, RATE, STRUCTURE, COLOUR,   ASPECT,
-                            ARRAY,     DEPTH,   COPY, CHANNEL,   TRANSFER, LUMINANCE};
-    for (const Known& row : rows) {
-        const PayloadIdentifierFacts& facts = *findPayloadIdentifierFacts(row.payloadByte);
-        quint32 raw = facts.compose({});
-        for (std::size_t i = 0; i < std::size(keys); ++i) {
-            raw = facts.fields.compose({{keys[i], row.values[i]}}, raw);
-        }
-        const auto identifier = createPayloadIdentifier(raw);
-        CHECK(identifier->getReservedBitErrors().isEmpty());
-        CHECK(identifier->checkThatPayloadIdentifierFieldsDoNotOverlap());
-        CHECK(identifier->getDescription(true) == QLatin1String(row.description));
-        for (std::size_t i = 0; i < std::size(keys); ++i) {
-            CHECK(identifier->getField(keys[i]) ==
-                  (facts.fields.contains(keys[i]) ? row.values[i] : 0));
-        }
-    }
-    // A word seen on real links.
-    CHECK(make(0x8A, {{PICTURE, 1}, {RATE, 9}, {ASPECT, 1}, {DEPTH, 1}})->getRawValue() ==
-          0x8A492001);
-}
-
 TEST_CASE("Each kind answers for its interface", "[video]")
 {
     struct Known
