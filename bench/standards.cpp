@@ -82,7 +82,7 @@ quint32 readFrom(const ListMap& map, quint32 rawValue, quint32 key)
 
 void readField(benchmark::State& state)
 {
-    const auto identifier = listed().back().standard->getPrimaryIdentifier();
+    const auto identifier = listed().back()->getPrimaryIdentifier();
     const ListMap map = listMapOf(identifier->getFieldMap());
     constexpr int rounds = 1000;
     const std::size_t before = allocations;

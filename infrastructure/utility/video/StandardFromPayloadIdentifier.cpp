@@ -79,7 +79,9 @@ struct StoreLayout
     std::size_t fields;
     quint32 lineStreams;
     quint32 pictureStreams;
-    std::size_t copies; ///< of each field's metrics
+    std::size_t copies;                         ///< of each field's metrics
+    std::vector<quint32> lines = {};            ///< of each field, and of more than these maybe
+    std::vector<quint32> firstActiveLines = {}; ///< likewise
 };
 
 /// Why there is no layout.
@@ -135,8 +137,9 @@ const NoMetrics* findLayout(const StandardFromPayloadIdentifier& standard, Store
     } else {
         layout = {1, 1, 2, subImages};
     }
-    if (identifier.getLinesPerField().size() < layout.fields ||
-        identifier.getFirstActivePictureLines().size() < layout.fields) {
+    layout.lines = identifier.getLinesPerField();
+    layout.firstActiveLines = identifier.getFirstActivePictureLines();
+    if (layout.lines.size() < layout.fields || layout.firstActiveLines.size() < layout.fields) {
         return rate == SdiDataRate_1G5 && links == 2 ? &NO_FIELDS_ON_DUAL_LINK : &NO_RASTER;
     }
     return nullptr;
@@ -146,8 +149,6 @@ StandardFromPayloadIdentifier::TransmissionMetrics
 makeMetrics(const StandardFromPayloadIdentifier& standard, const StoreLayout& layout)
 {
     const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
-    const std::vector<quint32> lines = identifier.getLinesPerField();
-    const std::vector<quint32> firstActiveLines = identifier.getFirstActivePictureLines();
     const quint32 lineWidth = layout.lineStreams * standard.getSamplesPerLine();
     const quint32 pictureWidth =
         layout.pictureStreams * identifier.getFieldActivePictureWidthInSamples();
@@ -155,11 +156,11 @@ makeMetrics(const StandardFromPayloadIdentifier& standard, const StoreLayout& la
     StandardFromPayloadIdentifier::TransmissionMetrics metrics;
     quint32 firstLine = 0;
     for (std::size_t field = 0; field < layout.fields; ++field) {
-        const FieldRegion whole(0, firstLine, lineWidth, lines[field]);
-        const FieldRegion active(lineWidth - pictureWidth, firstActiveLines[field] - 1,
+        const FieldRegion whole(0, firstLine, lineWidth, layout.lines[field]);
+        const FieldRegion active(lineWidth - pictureWidth, layout.firstActiveLines[field] - 1,
                                  pictureWidth, pictureHeight);
         metrics.emplace_back(layout.copies, FieldMetrics(whole, active));
-        firstLine += lines[field];
+        firstLine += layout.lines[field];
     }
     return metrics;
 }

@@ -29,12 +29,12 @@ class StandardFromPayloadIdentifier
 public:
     /// Shared by standards and never changed.
     using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
-    /// One for each link, in their order.
+    /// One for each link, or for each channel where a link has two, in their order.
     using Identifiers = std::vector<Identifier>;
     /// One list for each field of the frame, with one entry for each sub-image, all equal.
     using TransmissionMetrics = std::vector<std::vector<FieldMetrics>>;
 
-    /// One identifier for each link; the first is the one that queries ask. Null pointers are left
+    /// The identifiers of all links; the first is the one that queries ask. Null pointers are left
     /// out. A standard without identifiers answers as an identifier of an unknown kind does.
     ///
     /// `isSquareDivision` says that four 1080-line standards are the quadrants of a 2160-line
@@ -69,8 +69,9 @@ public:
     double getSamplePeriodMicroseconds() const;
 
     /// How samples are mapped on the interface (SMPTE ST 425-1, mapping structures 1 to 4): 0
-    /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2; 4 to 7 the same
-    /// for level B. A combination that is not among them gives 0, and a log line at level info.
+    /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2 and with key; 4 to
+    /// 7 the same for level B. A combination that is not among them, such as 4:2:0, gives 0, and a
+    /// log line at level info.
     quint32 getMappingMode() const;
     /// The same, and nothing where there is no such mode. Logs nothing.
     std::optional<quint32> findMappingMode() const;

@@ -9,7 +9,8 @@
 #include <vector>
 
 /// The standard that one link's identifier tells of, with an identifier for each of its links: the
-/// given one first, then the others in the order of their links. Null where byte 0 is unknown.
+/// given one first, then the others in the order of their links, made of its fields and without
+/// reserved bits. Null where byte 0 is unknown.
 ///
 /// With `squareDivision`, the identifier is that of each of four quadrants.
 std::shared_ptr<const StandardFromPayloadIdentifier>
