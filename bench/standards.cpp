@@ -28,23 +28,23 @@ using namespace Tessorn::Sdi::PayloadId;
 constexpr double FIELD_READ_LIMIT_NS = 5;
 constexpr double LIST_LIMIT_S = 0.020;
 
-const std::vector<SupportedVideoStandards::Entry>& entries()
+const std::vector<SupportedVideoStandards::Standard>& listed()
 {
-    return SupportedVideoStandards::getInstance().getEntries();
+    return SupportedVideoStandards::getInstance().getStandards();
 }
 
 /// Calls `use` with each standard of the list.
 template <typename Use>
 void forEachStandard(Use use)
 {
-    for (const auto& entry : entries()) {
-        use(*entry.standard);
+    for (const auto& standard : listed()) {
+        use(*standard);
     }
 }
 
 void perStandard(benchmark::State& state)
 {
-    state.SetItemsProcessed(state.iterations() * static_cast<qint64>(entries().size()));
+    state.SetItemsProcessed(state.iterations() * static_cast<qint64>(listed().size()));
 }
 
 /// A field table as one would write it first: an ordered map of lists.
@@ -82,7 +82,7 @@ quint32 readFrom(const ListMap& map, quint32 rawValue, quint32 key)
 
 void readField(benchmark::State& state)
 {
-    const auto identifier = entries().back().standard->getPrimaryIdentifier();
+    const auto identifier = listed().back()->getPrimaryIdentifier();
     const ListMap map = listMapOf(identifier->getFieldMap());
     constexpr int rounds = 1000;
     const std::size_t before = allocations;
@@ -183,11 +183,12 @@ void validateAll(benchmark::State& state)
 
 void metricsAll(benchmark::State& state)
 {
+    std::vector<SupportedVideoStandards::Standard> withMetrics;
+    std::copy_if(listed().begin(), listed().end(), std::back_inserter(withMetrics),
+                 [](const auto& standard) { return standard->getReasonWithoutMetrics().empty(); });
     for (auto _ : state) {
-        for (const auto& entry : entries()) {
-            if (entry.reasonWithoutMetrics.empty()) {
-                benchmark::DoNotOptimize(entry.standard->getTransmissionMetrics());
-            }
+        for (const auto& standard : withMetrics) {
+            benchmark::DoNotOptimize(standard->getTransmissionMetrics());
         }
     }
     perStandard(state);
@@ -199,8 +200,8 @@ void compareLookUp(benchmark::State& state, Find find, Walk walk)
 {
     const auto forSome = [](auto lookUp) {
         return [lookUp] {
-            for (std::size_t place = 0; place < entries().size(); place += 100) {
-                benchmark::DoNotOptimize(lookUp(*entries()[place].standard));
+            for (std::size_t place = 0; place < listed().size(); place += 100) {
+                benchmark::DoNotOptimize(lookUp(*listed()[place]));
             }
         };
     };
@@ -217,8 +218,8 @@ void findByDescription(benchmark::State& state)
         },
         [](const StandardFromPayloadIdentifier& wanted) {
             const QString description = wanted.getDescription();
-            return std::find_if(entries().begin(), entries().end(), [&](const auto& entry) {
-                return entry.standard->getDescription() == description;
+            return std::find_if(listed().begin(), listed().end(), [&](const auto& standard) {
+                return standard->getDescription() == description;
             });
         });
 }
@@ -232,8 +233,8 @@ void findByPayloadIdentifier(benchmark::State& state)
                 wanted.getPrimaryIdentifier()->getRawValue(), wanted.isSquareDivision());
         },
         [](const StandardFromPayloadIdentifier& wanted) {
-            return std::find_if(entries().begin(), entries().end(),
-                                [&](const auto& entry) { return *entry.standard == wanted; });
+            return std::find_if(listed().begin(), listed().end(),
+                                [&](const auto& standard) { return *standard == wanted; });
         });
 }
 
@@ -245,7 +246,7 @@ void buildList(benchmark::State& state)
     for (auto _ : state) {
         const double took = bench::seconds([&] {
             const SupportedVideoStandards standards;
-            count = standards.getEntries().size();
+            count = standards.getStandards().size();
         });
         state.SetIterationTime(took);
         ratios.push_back(LIST_LIMIT_S / took);

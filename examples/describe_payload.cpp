@@ -13,18 +13,14 @@ namespace {
 
 using namespace Tessorn::Sdi::PayloadId;
 
-struct FieldName
-{
-    PayloadIdentifierKey key;
-    const char* name;
-    QLatin1String (*word)(quint32 value, quint32 pictureBit); ///< null for a plain number
-};
+/// What a number of a field means.
+using Word = QLatin1String (*)(quint32 value, quint32 pictureBit);
 
 /// The word of a vocabulary for a value.
-template <typename Word>
+template <typename Vocabulary>
 QLatin1String wordOf(quint32 value, quint32)
 {
-    return toString(static_cast<Word>(value));
+    return toString(static_cast<Vocabulary>(value));
 }
 
 QLatin1String rateOf(quint32 value, quint32 pictureBit)
@@ -37,22 +33,21 @@ QLatin1String scanOf(quint32 value, quint32)
     return QLatin1String(value == PROGRESSIVE ? "progressive" : "interlaced");
 }
 
-constexpr FieldName FIELD_NAMES[] = {
-    {PayloadIdentifierKey_PayloadAndDigitalInterface, "payload and digital interface", nullptr},
-    {PayloadIdentifierKey_SampleStructure, "sample structure", wordOf<SampleStructure>},
-    {PayloadIdentifierKey_PictureRate, "picture rate", rateOf},
-    {PayloadIdentifierKey_PictureInterlaced, "picture", scanOf},
-    {PayloadIdentifierKey_TransportInterlaced, "transport", scanOf},
-    {PayloadIdentifierKey_BitDepth, "bit depth", wordOf<BitDepth>},
-    {PayloadIdentifierKey_AspectRatio, "aspect ratio", nullptr},
-    {PayloadIdentifierKey_HorizontalArraySize, "horizontal array size", nullptr},
-    {PayloadIdentifierKey_Colourimetry, "colourimetry", wordOf<Colourimetry>},
-    {PayloadIdentifierKey_TransferCharacteristics, "transfer characteristics",
-     wordOf<TransferCurve>},
-    {PayloadIdentifierKey_LuminanceAndColourDifferenceSignal,
-     "luminance and colour difference signal", wordOf<LuminanceAndColourDifferenceSignal>},
-    {PayloadIdentifierKey_ChannelAssignment, "channel assignment", nullptr},
-    {PayloadIdentifierKey_AudioCopyStatus, "audio copy status", nullptr},
+/// By key; null for a plain number.
+constexpr Word WORDS[PAYLOAD_IDENTIFIER_KEY_COUNT] = {
+    nullptr, // payload and digital interface
+    wordOf<SampleStructure>,
+    rateOf,
+    scanOf, // picture
+    scanOf, // transport
+    wordOf<BitDepth>,
+    nullptr, // aspect ratio
+    nullptr, // horizontal array size
+    wordOf<Colourimetry>,
+    wordOf<TransferCurve>,
+    wordOf<LuminanceAndColourDifferenceSignal>,
+    nullptr, // channel assignment
+    nullptr, // audio copy status
 };
 
 /// Eight hexadecimal digits, with or without "0x".
@@ -87,12 +82,13 @@ void printIdentifier(QTextStream& out, const PayloadIdentifierBase& identifier)
 {
     out << identifier.getDescription(false) << "\n  bytes "
         << getPayloadIdentifierText(identifier.getRawValue()) << "\n";
-    for (const FieldName& field : FIELD_NAMES) {
-        if (identifier.getFieldMap().contains(field.key)) {
-            const quint32 value = identifier.getField(field.key);
-            out << "    " << field.name << " " << value;
-            if (field.word != nullptr) {
-                out << " " << field.word(value, identifier.getPicutreInterlaced());
+    for (quint32 number = 0; number < PAYLOAD_IDENTIFIER_KEY_COUNT; ++number) {
+        const auto key = static_cast<PayloadIdentifierKey>(number);
+        if (identifier.getFieldMap().contains(key)) {
+            const quint32 value = identifier.getField(key);
+            out << "    " << toString(key) << " " << value;
+            if (WORDS[number] != nullptr) {
+                out << " " << WORDS[number](value, identifier.getPicutreInterlaced());
             }
             out << "\n";
         }
@@ -111,14 +107,16 @@ void printStandard(QTextStream& out, const StandardFromPayloadIdentifier& standa
     out << "standard " << standard.getDescription() << "\n  links " << standard.getNumberOfLinks()
         << ", sub-images " << standard.getNumberOfSubImages() << ", aggregate rate "
         << toString(standard.getAggregateDataRate()) << ", samples per line "
-        << standard.getSamplesPerLine() << "\n  mapping mode " << standard.getMappingMode() << "\n";
-    bool succeeded = false;
-    const auto metrics = standard.getTransmissionMetrics(&succeeded);
-    if (!succeeded) {
-        out << "  no metrics\n";
-    }
-    for (const auto& field : metrics) {
-        out << "  " << field.size() << " times " << field.front() << "\n";
+        << standard.getSamplesPerLine() << "\n  mapping mode ";
+    const std::optional<quint32> mode = standard.findMappingMode();
+    out << (mode ? QString::number(*mode) : QStringLiteral("none")) << "\n";
+    const std::string_view reason = standard.getReasonWithoutMetrics();
+    if (!reason.empty()) {
+        out << "  no metrics: " << Tessorn::Vocabulary::latin1(reason) << "\n";
+    } else {
+        for (const auto& field : standard.getTransmissionMetrics()) {
+            out << "  " << field.size() << " times " << field.front() << "\n";
+        }
     }
     const bool supported =
         SupportedVideoStandards::getInstance().findByPayloadIdentifier(
@@ -146,11 +144,17 @@ int main(int argc, char** argv)
                    stderr);
         return 2;
     }
-    const auto standard =
-        words.size() == 1 ? createVideoStandard(words[0]) : createVideoStandardFromLinks(words);
+    QStringList complaints;
+    const auto standard = words.size() == 1 ? createVideoStandard(words[0])
+                                            : createVideoStandardFromLinks(words, &complaints);
     QTextStream out(stdout);
     for (const quint32 word : words) {
         printIdentifier(out, *createPayloadIdentifier(word));
+    }
+    if (standard == nullptr) {
+        out << "no standard: the links don't belong together\n";
+        printComplaints(out, "complaints", complaints);
+        return 1;
     }
     printStandard(out, *standard);
     return 0;

@@ -5,10 +5,10 @@
 //   make_frame --check FILE [STANDARD] [--picture IMAGE]
 //                                                  verifies tags, timing references, line numbers
 //                                                  and CRCs, and the samples of the image where one
-//                                                  is given; tells the first word that is wrong
+//                                                  is given; tells the first fault of the stream
 //
 // STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of level A, 720 or
-// 1080 lines, 10 bits 4:2:2 on one link. An image has the size of the standard's picture.
+// 1080 lines, 10 bits 4:2:2 YCbCr on one link. An image has the size of the standard's picture.
 #include "examples/CommandLine.h"
 #include "infrastructure/utility/parceltongue/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
@@ -36,13 +36,14 @@ constexpr const char* DEFAULT_STANDARD = "1920x1080p50 YCbCr:422:10 3G A Rec.709
 constexpr quint16 BLACK = 64;
 constexpr quint16 NO_COLOUR = 512;
 
-/// 75 % bars (ITU-R BT.709-6, 10 bits), from white to black.
-struct Bar
-{
-    quint16 y, cb, cr;
-};
-constexpr Bar BARS[] = {{721, 512, 512}, {674, 176, 543}, {581, 589, 176}, {534, 253, 207},
-                        {251, 771, 817}, {204, 435, 848}, {111, 848, 481}, {64, 512, 512}};
+/// 75 % of the range from black to white, on 10 bits.
+constexpr quint16 BRIGHT = BLACK + 876 * 3 / 4;
+
+/// 75 % bars in R'G'B', from white to black.
+constexpr quint16 BARS[][3] = {{BRIGHT, BRIGHT, BRIGHT}, {BRIGHT, BRIGHT, BLACK},
+                               {BLACK, BRIGHT, BRIGHT},  {BLACK, BRIGHT, BLACK},
+                               {BRIGHT, BLACK, BRIGHT},  {BRIGHT, BLACK, BLACK},
+                               {BLACK, BLACK, BRIGHT},   {BLACK, BLACK, BLACK}};
 
 /// One field as two streams of 10-bit words.
 struct Streams
@@ -106,14 +107,36 @@ void complete(std::vector<Streams>& fields)
     complete(fields, &Streams::chroma);
 }
 
-/// Samples of a whole picture, line by line.
-Samples bars(const QSize& size)
+/// Samples of R'G'B' in the upper 10 bits of words, in the standard's colourimetry.
+Samples toSamples(std::vector<quint16>& words, int width, int height,
+                  const StandardFromPayloadIdentifier& standard)
 {
+    using namespace Tessorn::Sdi::PayloadId;
+    Tessorn::Types::PictureBuffer picture{Tessorn::Types::PixelFormat_RGB,
+                                          static_cast<quint32>(width), static_cast<quint32>(height),
+                                          words.data()};
+    const auto depth = static_cast<BitDepth>(standard.getBitDepth());
+    SdiColourConverter::convertRgbToYCbCr(
+        picture, static_cast<Colourimetry>(standard.getPrimaryIdentifier()->getColourimetry()),
+        depth);
+    return SdiPixelToSourceImageSampleConverter::convertToYCbCr422_10(picture, depth);
+}
+
+/// A whole picture, line by line.
+Samples bars(const StandardFromPayloadIdentifier& standard)
+{
+    const QSize size = standard.getPictureSize();
     const auto width = static_cast<std::size_t>(size.width());
-    Samples samples(width * static_cast<std::size_t>(size.height()));
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const Bar& bar = BARS[i % width * std::size(BARS) / width];
-        samples[i] = {bar.y, i % 2 == 0 ? bar.cb : bar.cr};
+    std::vector<quint16> words;
+    for (std::size_t x = 0; x < width; ++x) {
+        for (const quint16 component : BARS[x * std::size(BARS) / width]) {
+            words.push_back(static_cast<quint16>(component << 6));
+        }
+    }
+    const Samples line = toSamples(words, size.width(), 1, standard);
+    Samples samples;
+    for (int y = 0; y < size.height(); ++y) {
+        samples.insert(samples.end(), line.begin(), line.end());
     }
     return samples;
 }
@@ -144,15 +167,7 @@ Samples readPicture(const QString& path, const StandardFromPayloadIdentifier& st
             }
         });
     }
-    using namespace Tessorn::Sdi::PayloadId;
-    Tessorn::Types::PictureBuffer picture{Tessorn::Types::PixelFormat_RGB,
-                                          static_cast<quint32>(image.width()),
-                                          static_cast<quint32>(image.height()), words.data()};
-    const auto depth = static_cast<BitDepth>(standard.getBitDepth());
-    SdiColourConverter::convertRgbToYCbCr(
-        picture, static_cast<Colourimetry>(standard.getPrimaryIdentifier()->getColourimetry()),
-        depth);
-    return SdiPixelToSourceImageSampleConverter::convertToYCbCr422_10(picture, depth);
+    return toSamples(words, image.width(), image.height(), standard);
 }
 
 /// A field of a picture: blanking, and every `fieldCount`-th line from `number` on.
@@ -178,9 +193,13 @@ Streams fieldOf(const Samples& picture, const FieldMetrics& metrics, std::size_t
     return field;
 }
 
-/// Tags say which field it is, and nothing else.
-std::vector<quint32> tag(const ParcelTongue::Field& field, std::size_t number)
+/// The words of a field with their tags, which say which field it is, and nothing else.
+std::vector<quint32> taggedWords(const Streams& streams, std::size_t number)
 {
+    ParcelTongue::Field field{streams.metrics, std::vector<quint32>(streams.luma.size())};
+    for (std::size_t i = 0; i < field.words.size(); ++i) {
+        field.words[i] = Sdi20BitSample{streams.luma[i], streams.chroma[i]}.toStoreWord();
+    }
     ParcelTongue::FieldTagValues values;
     values.value32 = static_cast<quint32>(number);
     return ParcelTongue::tagField(field, values);
@@ -190,7 +209,8 @@ std::vector<quint32> tag(const ParcelTongue::Field& field, std::size_t number)
 std::vector<FieldMetrics> metricsOf(const Standard& standard)
 {
     std::vector<FieldMetrics> metrics;
-    if (standard && standard->getMappingMode() == 0 && standard->getNumberOfLinks() == 1) {
+    if (standard && standard->findMappingMode() == 0u && standard->getNumberOfLinks() == 1 &&
+        standard->getPrimaryIdentifier()->getLuminanceAndColourDifferenceSignal() == 0) {
         for (const auto& field : standard->getTransmissionMetrics()) {
             if (field.size() == 1) {
                 metrics.push_back(field.front());
@@ -211,12 +231,7 @@ int make(const QString& path, const std::vector<FieldMetrics>& fieldMetrics, con
     QFile file(path);
     bool ok = file.open(QIODevice::WriteOnly);
     for (std::size_t number = 0; number < fields.size() && ok; ++number) {
-        const Streams& streams = fields[number];
-        ParcelTongue::Field field{streams.metrics, std::vector<quint32>(streams.luma.size())};
-        for (std::size_t i = 0; i < field.words.size(); ++i) {
-            field.words[i] = Sdi20BitSample{streams.luma[i], streams.chroma[i]}.toStoreWord();
-        }
-        std::vector<quint32> words = tag(field, number);
+        std::vector<quint32> words = taggedWords(fields[number], number);
         qToBigEndian<quint32>(words.data(), static_cast<qsizetype>(words.size()), words.data());
         const auto bytes = static_cast<qint64>(words.size() * sizeof(quint32));
         ok = file.write(reinterpret_cast<const char*>(words.data()), bytes) == bytes;
@@ -228,48 +243,67 @@ int make(const QString& path, const std::vector<FieldMetrics>& fieldMetrics, con
     return ok ? 0 : 1;
 }
 
-/// Reads one field, and compares all words but its samples with what tagging them gives.
-std::optional<Streams> readField(QFile& file, const FieldMetrics& metrics, std::size_t number)
+/// The words of one field; none, and a line, where there are not so many.
+std::vector<quint32> readField(QFile& file, const FieldMetrics& metrics, std::size_t number)
 {
     std::vector<quint32> words(static_cast<std::size_t>(ParcelTongue::getTaggedSize(metrics)));
     const auto bytes = static_cast<qint64>(words.size() * sizeof(quint32));
     if (file.read(reinterpret_cast<char*>(words.data()), bytes) != bytes) {
         std::printf("field %zu is cut short\n", number + 1);
-        return std::nullopt;
+        return {};
     }
     qFromBigEndian<quint32>(words.data(), static_cast<qsizetype>(words.size()), words.data());
+    return words;
+}
 
-    ParcelTongue::Field field{metrics, std::vector<quint32>(metrics.getTotalSamples())};
-    Streams streams{metrics, Frame(field.words.size()), Frame(field.words.size())};
-    for (quint32 i = 0; i < field.words.size(); ++i) {
-        field.words[i] = words[ParcelTongue::getTaggedIndex(metrics, i)];
-        const Sdi20BitSample sample = Sdi20BitSample::fromStoreWord(field.words[i]);
+/// The samples among the words of a field.
+Streams streamsOf(const std::vector<quint32>& words, const FieldMetrics& metrics)
+{
+    const quint32 samples = metrics.getTotalSamples();
+    Streams streams{metrics, Frame(samples), Frame(samples)};
+    for (quint32 i = 0; i < samples; ++i) {
+        const auto sample =
+            Sdi20BitSample::fromStoreWord(words[ParcelTongue::getTaggedIndex(metrics, i)]);
         streams.luma[i] = sample.channelOne;
         streams.chroma[i] = sample.channelTwo;
-    }
-    const std::vector<quint32> expected = tag(field, number);
-    const auto wrong = std::mismatch(words.begin(), words.end(), expected.begin());
-    if (wrong.first != words.end()) {
-        std::printf("field %zu: tag word %td is %08x, expected %08x\n", number + 1,
-                    wrong.first - words.begin(), *wrong.first, *wrong.second);
-        return std::nullopt;
     }
     return streams;
 }
 
-/// True when the streams are equal; otherwise prints the first place where they are not.
-bool compare(const char* name, const FieldMetrics& metrics, const Frame& found,
-             const Frame& expected)
+/// Prints by line and sample where a word of a field is not the expected one, and how.
+void printFault(const FieldMetrics& metrics, std::size_t index, quint32 found, quint32 expected)
 {
-    const auto wrong = std::mismatch(found.begin(), found.end(), expected.begin());
-    if (wrong.first == found.end()) {
-        return true;
+    // The first sample that is not ahead of the word.
+    const quint32 samples = metrics.getTotalSamples();
+    quint32 sample = 0;
+    for (quint32 behind = samples; sample < behind;) {
+        const quint32 middle = sample + (behind - sample) / 2;
+        if (ParcelTongue::getTaggedIndex(metrics, middle) < index) {
+            sample = middle + 1;
+        } else {
+            behind = middle;
+        }
     }
-    const auto index = static_cast<quint32>(wrong.first - found.begin());
-    std::printf("%s, line %u, sample %u: %u, expected %u\n", name,
-                metrics.getFirstLineNumber() + index / metrics.getWidth(),
-                index % metrics.getWidth(), *wrong.first, *wrong.second);
-    return false;
+    const bool isLast = sample == samples;
+    const bool isTag = isLast || ParcelTongue::getTaggedIndex(metrics, sample) != index;
+    const quint32 place = isLast ? sample - 1 : sample;
+    const quint32 line = metrics.getFirstLineNumber() + place / metrics.getWidth();
+    const quint32 column = place % metrics.getWidth();
+    const auto was = Sdi20BitSample::fromStoreWord(found);
+    const auto should = Sdi20BitSample::fromStoreWord(expected);
+    if (isTag) {
+        std::printf("tag %s line %u, sample %u: %08x, expected %08x\n",
+                    isLast ? "behind" : "before", line, column, found, expected);
+    } else if (was.channelTwo != should.channelTwo) {
+        std::printf("chroma, line %u, sample %u: %u, expected %u\n", line, column, was.channelTwo,
+                    should.channelTwo);
+    } else if (was.channelOne != should.channelOne) {
+        std::printf("luma, line %u, sample %u: %u, expected %u\n", line, column, was.channelOne,
+                    should.channelOne);
+    } else {
+        std::printf("bits 31 to 20, line %u, sample %u: %03x, expected 000\n", line, column,
+                    found >> 20);
+    }
 }
 
 /// With a picture, its samples and the blanking around them are verified as well.
@@ -281,27 +315,29 @@ int check(const QString& path, const std::vector<FieldMetrics>& fieldMetrics,
         std::fprintf(stderr, "%s: %s\n", qPrintable(path), qPrintable(file.errorString()));
         return 1;
     }
-    std::vector<Streams> found;
-    for (const FieldMetrics& metrics : fieldMetrics) {
-        std::optional<Streams> field = readField(file, metrics, found.size());
-        if (!field) {
+    std::vector<std::vector<quint32>> found;
+    std::vector<Streams> expected;
+    for (std::size_t number = 0; number < fieldMetrics.size(); ++number) {
+        const FieldMetrics& metrics = fieldMetrics[number];
+        found.push_back(readField(file, metrics, number));
+        if (found.back().empty()) {
             return 1;
         }
-        found.push_back(std::move(*field));
+        expected.push_back(picture.empty()
+                               ? streamsOf(found.back(), metrics)
+                               : fieldOf(picture, metrics, number, fieldMetrics.size()));
     }
     if (!file.atEnd()) {
         std::puts("more words than the fields have");
         return 1;
     }
-    std::vector<Streams> expected = found;
-    for (std::size_t number = 0; number < found.size() && !picture.empty(); ++number) {
-        expected[number] = fieldOf(picture, fieldMetrics[number], number, found.size());
-    }
     complete(expected);
     for (std::size_t number = 0; number < found.size(); ++number) {
-        const Streams& field = found[number];
-        if (!compare("luma", field.metrics, field.luma, expected[number].luma) ||
-            !compare("chroma", field.metrics, field.chroma, expected[number].chroma)) {
+        const std::vector<quint32> words = taggedWords(expected[number], number);
+        const auto wrong = std::mismatch(words.begin(), words.end(), found[number].begin());
+        if (wrong.first != words.end()) {
+            printFault(fieldMetrics[number], static_cast<std::size_t>(wrong.first - words.begin()),
+                       *wrong.second, *wrong.first);
             return 1;
         }
     }
@@ -340,7 +376,7 @@ int main(int argc, char** argv)
     const Standard standard = SupportedVideoStandards::getInstance().findByDescription(description);
     const std::vector<FieldMetrics> metrics = metricsOf(standard);
     if (metrics.empty()) {
-        std::fprintf(stderr, "Not a level A standard of 10 bits 4:2:2 on one link: %s\n",
+        std::fprintf(stderr, "Not a level A standard of 10 bits 4:2:2 YCbCr on one link: %s\n",
                      qPrintable(description));
         return 2;
     }
@@ -354,6 +390,5 @@ int main(int argc, char** argv)
     if (parser.isSet(checkOption)) {
         return check(arguments[0], metrics, picture);
     }
-    return make(arguments[0], metrics,
-                picture.empty() ? bars(standard->getPictureSize()) : picture);
+    return make(arguments[0], metrics, picture.empty() ? bars(*standard) : picture);
 }

@@ -224,7 +224,7 @@ void tagFrame(std::vector<Section>& sections, const std::vector<quint32>& values
             fieldValues.flagB = flagB;
             fieldValues.value4 = value4;
             fieldValues.flagC = static_cast<quint32>(number);
-            fieldValues.tagByteB = static_cast<quint8>(number & 0xFFu);
+            fieldValues.tagByteB = static_cast<quint8>(number);
             position += values.size() / sections.size() / fields.size();
             if (sizeIfTaggable(field)) {
                 field.words = tagField(field, fieldValues);

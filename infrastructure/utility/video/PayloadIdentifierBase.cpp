@@ -11,26 +11,37 @@ using namespace Tessorn::Sdi::PayloadId;
 
 namespace {
 
-struct ComparedField
+struct FieldRow
 {
-    PayloadIdentifierKey key;
-    std::string_view reader;
+    PayloadIdentifierKey value;
+    std::string_view text;
+    std::string_view reader; ///< empty for a field that a comparison leaves out
 };
 
-/// What a comparison looks at, in the order in which it reports.
-constexpr ComparedField COMPARED_FIELDS[] = {
-    {PayloadIdentifierKey_SampleStructure, "getSampleStructure"},
-    {PayloadIdentifierKey_PictureRate, "getFrameRate"},
-    {PayloadIdentifierKey_PictureInterlaced, "getPicutreInterlaced"},
-    {PayloadIdentifierKey_TransportInterlaced, "getTransportInterlaced"},
-    {PayloadIdentifierKey_BitDepth, "getBitDepth"},
-    {PayloadIdentifierKey_HorizontalArraySize, "getHorizontalArraySize"},
-    {PayloadIdentifierKey_Colourimetry, "getColourimetry"},
-    {PayloadIdentifierKey_PayloadAndDigitalInterface, "getPayloadAndDigitialInterface"},
-    {PayloadIdentifierKey_TransferCharacteristics, "getTransferCharacteristics"},
+/// In the order in which a comparison reports.
+constexpr FieldRow FIELDS[] = {
+    {PayloadIdentifierKey_SampleStructure, "sample structure", "getSampleStructure"},
+    {PayloadIdentifierKey_PictureRate, "picture rate", "getFrameRate"},
+    {PayloadIdentifierKey_PictureInterlaced, "picture", "getPicutreInterlaced"},
+    {PayloadIdentifierKey_TransportInterlaced, "transport", "getTransportInterlaced"},
+    {PayloadIdentifierKey_BitDepth, "bit depth", "getBitDepth"},
+    {PayloadIdentifierKey_HorizontalArraySize, "horizontal array size", "getHorizontalArraySize"},
+    {PayloadIdentifierKey_Colourimetry, "colourimetry", "getColourimetry"},
+    {PayloadIdentifierKey_PayloadAndDigitalInterface, "payload and digital interface",
+     "getPayloadAndDigitialInterface"},
+    {PayloadIdentifierKey_TransferCharacteristics, "transfer characteristics",
+     "getTransferCharacteristics"},
     {PayloadIdentifierKey_LuminanceAndColourDifferenceSignal,
-     "getLuminanceAndColourDifferenceSignal"},
+     "luminance and colour difference signal", "getLuminanceAndColourDifferenceSignal"},
+    {PayloadIdentifierKey_AspectRatio, "aspect ratio", ""},
+    {PayloadIdentifierKey_ChannelAssignment, "channel assignment", ""},
+    {PayloadIdentifierKey_AudioCopyStatus, "audio copy status", ""},
 };
+
+bool differs(const FieldRow& row, const PayloadIdentifierBase& a, const PayloadIdentifierBase& b)
+{
+    return !row.reader.empty() && a.getField(row.value) != b.getField(row.value);
+}
 
 // What a link is called, by its channel assignment.
 constexpr std::string_view DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
@@ -48,6 +59,11 @@ QLatin1String nameOf(const std::string_view (&names)[count], quint32 number,
 }
 
 } // namespace
+
+QLatin1String toString(PayloadIdentifierKey key)
+{
+    return Vocabulary::text(FIELDS, key);
+}
 
 PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifierFieldMap fieldMap)
     : rawValue(rawBytes)
@@ -178,17 +194,16 @@ QStringList PayloadIdentifierBase::getReservedBitErrors() const
 
 bool PayloadIdentifierBase::isEqual(const PayloadIdentifierBase& other, bool verbose) const
 {
-    const auto matches = [this, &other](const ComparedField& field) {
-        return getField(field.key) == other.getField(field.key);
-    };
-    const bool equal = std::all_of(std::begin(COMPARED_FIELDS), std::end(COMPARED_FIELDS), matches);
+    const bool equal =
+        std::none_of(std::begin(FIELDS), std::end(FIELDS),
+                     [this, &other](const FieldRow& row) { return differs(row, *this, other); });
     if (verbose) {
         VELLOG_INFO() << "Comparing payload Identifiers...";
         VELLOG_INFO() << getDescription(false);
         VELLOG_INFO() << other.getDescription(false);
-        for (const ComparedField& field : COMPARED_FIELDS) {
-            if (!matches(field)) {
-                VELLOG_INFO() << "NO MATCH - " << field.reader;
+        for (const FieldRow& row : FIELDS) {
+            if (differs(row, *this, other)) {
+                VELLOG_INFO() << "NO MATCH - " << row.reader;
             }
         }
         VELLOG_INFO() << "Comparable? " << equal;
@@ -196,11 +211,23 @@ bool PayloadIdentifierBase::isEqual(const PayloadIdentifierBase& other, bool ver
     return equal;
 }
 
+std::vector<PayloadIdentifierKey>
+PayloadIdentifierBase::getDifferences(const PayloadIdentifierBase& other) const
+{
+    std::vector<PayloadIdentifierKey> keys;
+    for (const FieldRow& row : FIELDS) {
+        if (differs(row, *this, other)) {
+            keys.push_back(row.value);
+        }
+    }
+    return keys;
+}
+
 quint32 PayloadIdentifierBase::getComparedMask(const PayloadIdentifierFieldMap& fieldMap)
 {
     quint32 mask = 0;
-    for (const ComparedField& field : COMPARED_FIELDS) {
-        mask |= fieldMap.get(field.key).getMask();
+    for (const FieldRow& row : FIELDS) {
+        mask |= row.reader.empty() ? 0 : fieldMap.get(row.value).getMask();
     }
     return mask;
 }

@@ -14,6 +14,9 @@
 #include <array>
 #include <vector>
 
+/// PayloadIdentifierKey_SampleStructure => "sample structure"; what is no key => "".
+QLatin1String toString(PayloadIdentifierKey key);
+
 /// By itself an identifier of an unknown kind: it has fields, but no geometry.
 class PayloadIdentifierBase
 {
@@ -91,6 +94,9 @@ public:
     /// Compares all that says what the picture is: every field but aspect ratio, channel assignment
     /// and audio copy status. With `verbose`, logs each field that differs, at level info.
     bool isEqual(const PayloadIdentifierBase& other, bool verbose = false) const;
+
+    /// The fields in which a comparison finds these two to differ.
+    std::vector<PayloadIdentifierKey> getDifferences(const PayloadIdentifierBase& other) const;
 
     /// The bits that a comparison looks at in an identifier of this table.
     static quint32 getComparedMask(const PayloadIdentifierFieldMap& fieldMap);

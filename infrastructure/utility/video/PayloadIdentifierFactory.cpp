@@ -38,6 +38,9 @@ const Kind* findKind(quint32 payloadByte)
     return nullptr;
 }
 
+/// Of four numbers with three digits each; a longer text is refused before anything is made of it.
+constexpr int LONGEST_TEXT = 4 * 3 + 3;
+
 /// One to three digits and nothing else, up to 255.
 std::optional<quint32> parseByte(QStringView text)
 {
@@ -70,6 +73,9 @@ Identifier createPayloadIdentifier(quint32 rawValue)
 
 std::optional<quint32> parsePayloadIdentifierBytes(QStringView text)
 {
+    if (text.size() > LONGEST_TEXT) {
+        return std::nullopt;
+    }
     const auto parts = text.split(QLatin1Char(' '));
     if (parts.size() != 4) {
         return std::nullopt;

@@ -79,14 +79,91 @@ struct StoreLayout
     std::size_t fields;
     quint32 lineStreams;
     quint32 pictureStreams;
+    std::size_t copies;                         ///< of each field's metrics
+    std::vector<quint32> lines = {};            ///< of each field, and of more than these maybe
+    std::vector<quint32> firstActiveLines = {}; ///< likewise
 };
 
-constexpr StoreLayout FRAME_LAYOUT{1, 1, 1};
-constexpr StoreLayout FIELDS_LAYOUT{2, 1, 1};
-constexpr StoreLayout LEVEL_B_LINE_INTERLEAVE_LAYOUT{2, 2, 2};
-constexpr StoreLayout LEVEL_B_LAYOUT{1, 1, 2};
+/// Why there is no layout.
+struct NoMetrics
+{
+    const char* logged;
+    std::string_view reason;
+};
+
+constexpr char COULD_NOT_CREATE[] = "Couldn't create metrics.";
+constexpr std::string_view LINE_INTERLEAVE_ALONE =
+    "Metrics of two 1.5G links are known for line interleave alone";
+constexpr NoMetrics NO_DUAL_LINK{"Only support DualLink 1.5G line interlieve.",
+                                 LINE_INTERLEAVE_ALONE};
+constexpr NoMetrics NO_FIELDS_ON_DUAL_LINK{COULD_NOT_CREATE, LINE_INTERLEAVE_ALONE};
+constexpr NoMetrics NO_LEVEL_B{COULD_NOT_CREATE,
+                               "Metrics of level B are known for progressive pictures alone"};
+constexpr NoMetrics NO_LEVEL{"Don't support level C", "Metrics are known for levels A and B alone"};
+constexpr NoMetrics NO_RASTER{COULD_NOT_CREATE, "No raster is known for this interface"};
 
 constexpr char LOG_ORIGIN[] = "StandardFromPayloadIdentifier::getTransmissionMetrics: ";
+
+/// Null, and the layout, or why there is none.
+const NoMetrics* findLayout(const StandardFromPayloadIdentifier& standard, StoreLayout& layout)
+{
+    const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
+    const quint32 links = identifier.getNumberOfLinks();
+    const SdiDataRate rate = identifier.getSdiDataRate();
+    const Level level = standard.getLevel();
+    const PictureFormat format = standard.getPicutreInterlacedProgressivePsf();
+    const std::size_t subImages = standard.getNumberOfSubImages();
+
+    if (links == 2 && rate != SdiDataRate_6G) {
+        if (rate != SdiDataRate_1G5 || level != Level_A || format != PictureFormat_Progressive) {
+            return &NO_DUAL_LINK;
+        }
+        layout = {2, 1, 1, links};
+    } else if (links != 1 && links != 2 && links != 4) {
+        return &NO_RASTER;
+    } else if (level == Level_A && format == PictureFormat_Progressive) {
+        layout = {1, 1, 1, subImages};
+    } else if (level == Level_A &&
+               (format == PictureFormat_Interlaced || format == PictureFormat_Psf)) {
+        layout = {2, 1, 1, subImages};
+    } else if (level == Level_A) {
+        return &NO_RASTER;
+    } else if (level != Level_B) {
+        return &NO_LEVEL;
+    } else if (format != PictureFormat_Progressive) {
+        return &NO_LEVEL_B;
+    } else if (standard.findMappingMode() == LEVEL_B_MAPPING_MODES) {
+        layout = {2, 2, 2, subImages};
+    } else {
+        layout = {1, 1, 2, subImages};
+    }
+    layout.lines = identifier.getLinesPerField();
+    layout.firstActiveLines = identifier.getFirstActivePictureLines();
+    if (layout.lines.size() < layout.fields || layout.firstActiveLines.size() < layout.fields) {
+        return rate == SdiDataRate_1G5 && links == 2 ? &NO_FIELDS_ON_DUAL_LINK : &NO_RASTER;
+    }
+    return nullptr;
+}
+
+StandardFromPayloadIdentifier::TransmissionMetrics
+makeMetrics(const StandardFromPayloadIdentifier& standard, const StoreLayout& layout)
+{
+    const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
+    const quint32 lineWidth = layout.lineStreams * standard.getSamplesPerLine();
+    const quint32 pictureWidth =
+        layout.pictureStreams * identifier.getFieldActivePictureWidthInSamples();
+    const quint32 pictureHeight = identifier.getFieldActivePictureHeight();
+    StandardFromPayloadIdentifier::TransmissionMetrics metrics;
+    quint32 firstLine = 0;
+    for (std::size_t field = 0; field < layout.fields; ++field) {
+        const FieldRegion whole(0, firstLine, lineWidth, layout.lines[field]);
+        const FieldRegion active(lineWidth - pictureWidth, layout.firstActiveLines[field] - 1,
+                                 pictureWidth, pictureHeight);
+        metrics.emplace_back(layout.copies, FieldMetrics(whole, active));
+        firstLine += layout.lines[field];
+    }
+    return metrics;
+}
 
 } // namespace
 
@@ -192,6 +269,15 @@ double StandardFromPayloadIdentifier::getSamplePeriodMicroseconds() const
 
 quint32 StandardFromPayloadIdentifier::getMappingMode() const
 {
+    const std::optional<quint32> mode = findMappingMode();
+    if (!mode) {
+        VELLOG_INFO() << "Shouldn't reach this return statement";
+    }
+    return mode.value_or(0);
+}
+
+std::optional<quint32> StandardFromPayloadIdentifier::findMappingMode() const
+{
     const auto structure = SampleStructure(getSampleStructure());
     const auto depth = BitDepth(getBitDepth());
     for (const MappingRow& row : MAPPING_MODES) {
@@ -199,8 +285,7 @@ quint32 StandardFromPayloadIdentifier::getMappingMode() const
             return row.mode + (getLevel() == Level_A ? 0 : LEVEL_B_MAPPING_MODES);
         }
     }
-    VELLOG_INFO() << "Shouldn't reach this return statement";
-    return 0;
+    return std::nullopt;
 }
 
 quint32 StandardFromPayloadIdentifier::getHorizontalBlankingSamples() const
@@ -274,67 +359,35 @@ void StandardFromPayloadIdentifier::appendPicture(QString& text) const
 StandardFromPayloadIdentifier::TransmissionMetrics
 StandardFromPayloadIdentifier::getTransmissionMetrics(bool* succeeded) const
 {
-    bool ignored = false;
-    bool& done = succeeded != nullptr ? *succeeded : ignored;
-    done = false;
-    const auto fail = [](const char* reason) {
-        VELLOG_ERR() << LOG_ORIGIN << reason;
-        return TransmissionMetrics();
-    };
-    constexpr char NO_METRICS[] = "Couldn't create metrics.";
-
-    const quint32 links = primaryIdentifier->getNumberOfLinks();
-    const SdiDataRate rate = primaryIdentifier->getSdiDataRate();
-    const Level level = getLevel();
-    const PictureFormat format = getPicutreInterlacedProgressivePsf();
-    std::size_t copies = getNumberOfSubImages();
     StoreLayout layout{};
+    const NoMetrics* const none = findLayout(*this, layout);
+    if (succeeded != nullptr) {
+        *succeeded = none == nullptr;
+    }
+    if (none != nullptr) {
+        VELLOG_ERR() << LOG_ORIGIN << none->logged;
+        return {};
+    }
+    return makeMetrics(*this, layout);
+}
 
-    if (links == 2 && rate != SdiDataRate_6G) {
-        if (rate != SdiDataRate_1G5 || level != Level_A || format != PictureFormat_Progressive) {
-            return fail("Only support DualLink 1.5G line interlieve.");
+std::string_view StandardFromPayloadIdentifier::getReasonWithoutMetrics() const
+{
+    StoreLayout layout{};
+    if (const NoMetrics* none = findLayout(*this, layout)) {
+        return none->reason;
+    }
+    layout.copies = 1;
+    for (const std::vector<FieldMetrics>& field : makeMetrics(*this, layout)) {
+        const FieldMetrics& metrics = field.front();
+        if (metrics.getActiveWidth() > metrics.getWidth()) {
+            return "The picture does not fit its lines";
         }
-        layout = FIELDS_LAYOUT;
-        copies = links;
-    } else if (links != 1 && links != 2 && links != 4) {
-        return fail(NO_METRICS);
-    } else if (level == Level_A && format == PictureFormat_Progressive) {
-        layout = FRAME_LAYOUT;
-    } else if (level == Level_A &&
-               (format == PictureFormat_Interlaced || format == PictureFormat_Psf)) {
-        layout = FIELDS_LAYOUT;
-    } else if (level == Level_A) {
-        return fail(NO_METRICS);
-    } else if (level != Level_B) {
-        return fail("Don't support level C");
-    } else if (format != PictureFormat_Progressive) {
-        return fail(NO_METRICS);
-    } else {
-        layout = getMappingMode() == LEVEL_B_MAPPING_MODES ? LEVEL_B_LINE_INTERLEAVE_LAYOUT
-                                                           : LEVEL_B_LAYOUT;
+        if (!metrics.contains(metrics.getActivePictureRegion())) {
+            return "The picture does not fit its field";
+        }
     }
-
-    const std::vector<quint32> lines = primaryIdentifier->getLinesPerField();
-    const std::vector<quint32> firstActiveLines = primaryIdentifier->getFirstActivePictureLines();
-    if (lines.size() < layout.fields || firstActiveLines.size() < layout.fields) {
-        return fail(NO_METRICS);
-    }
-
-    const quint32 lineWidth = layout.lineStreams * getSamplesPerLine();
-    const quint32 pictureWidth =
-        layout.pictureStreams * primaryIdentifier->getFieldActivePictureWidthInSamples();
-    const quint32 pictureHeight = primaryIdentifier->getFieldActivePictureHeight();
-    TransmissionMetrics metrics;
-    quint32 firstLine = 0;
-    for (std::size_t field = 0; field < layout.fields; ++field) {
-        const FieldRegion whole(0, firstLine, lineWidth, lines[field]);
-        const FieldRegion active(lineWidth - pictureWidth, firstActiveLines[field] - 1,
-                                 pictureWidth, pictureHeight);
-        metrics.emplace_back(copies, FieldMetrics(whole, active));
-        firstLine += lines[field];
-    }
-    done = true;
-    return metrics;
+    return {};
 }
 
 bool operator==(const StandardFromPayloadIdentifier& a, const StandardFromPayloadIdentifier& b)

@@ -9,6 +9,8 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 /// A description in pieces, for a display with columns.
@@ -27,12 +29,12 @@ class StandardFromPayloadIdentifier
 public:
     /// Shared by standards and never changed.
     using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
-    /// One for each link, in their order.
+    /// One for each link, or for each channel where a link has two, in their order.
     using Identifiers = std::vector<Identifier>;
     /// One list for each field of the frame, with one entry for each sub-image, all equal.
     using TransmissionMetrics = std::vector<std::vector<FieldMetrics>>;
 
-    /// One identifier for each link; the first is the one that queries ask. Null pointers are left
+    /// The identifiers of all links; the first is the one that queries ask. Null pointers are left
     /// out. A standard without identifiers answers as an identifier of an unknown kind does.
     ///
     /// `isSquareDivision` says that four 1080-line standards are the quadrants of a 2160-line
@@ -67,9 +69,12 @@ public:
     double getSamplePeriodMicroseconds() const;
 
     /// How samples are mapped on the interface (SMPTE ST 425-1, mapping structures 1 to 4): 0
-    /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2; 4 to 7 the same
-    /// for level B. A combination that is not among them gives 0, and a log line at level info.
+    /// 10-bit 4:2:2, 1 10-bit 4:4:4 and with key, 2 12-bit 4:4:4, 3 12-bit 4:2:2 and with key; 4 to
+    /// 7 the same for level B. A combination that is not among them, such as 4:2:0, gives 0, and a
+    /// log line at level info.
     quint32 getMappingMode() const;
+    /// The same, and nothing where there is no such mode. Logs nothing.
+    std::optional<quint32> findMappingMode() const;
 
     /// A figure for level and picture rate. It is not the blanking of the raster: that is the
     /// metrics' to tell.
@@ -86,9 +91,14 @@ public:
     /// How the samples of the standard lie in the frame store. Where that is not known, logs why at
     /// level err, sets *succeeded to false and returns nothing.
     ///
-    /// The arithmetic is modulo 2^32. A standard whose active picture does not fit its field, such
-    /// as 2160 lines in segmented frames, has metrics that succeed and are not to be filled.
+    /// The arithmetic is modulo 2^32, and also a standard whose active picture does not fit its
+    /// field, such as 2160 lines in segmented frames, has metrics: getReasonWithoutMetrics tells.
     TransmissionMetrics getTransmissionMetrics(bool* succeeded = nullptr) const;
+    /// Why no frame store can be filled by the metrics of this standard: it has none, or its
+    /// picture does not fit them. Empty where one can. Logs nothing.
+    ///
+    ///   2160 lines in segmented frames => "The picture does not fit its field"
+    std::string_view getReasonWithoutMetrics() const;
 
     /// Compares the identifiers, by what they say of the picture, and the division.
     friend bool operator==(const StandardFromPayloadIdentifier& a,

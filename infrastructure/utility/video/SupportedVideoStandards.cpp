@@ -77,13 +77,7 @@ struct Carriage
     Set structures;
     BitDepth depth;
     Quadrant quadrant;
-    std::string_view reasonWithoutMetrics;
 };
-
-constexpr std::string_view NO_DUAL_LINK =
-    "Metrics of two 1.5G links are known for line interleave alone";
-constexpr std::string_view NO_LEVEL_B =
-    "Metrics of level B are known for progressive pictures alone";
 
 // clang-format off
 constexpr const PayloadIdentifierFacts& HD_720     = PayloadIdentifier720_1g5::FACTS;
@@ -100,69 +94,69 @@ constexpr const PayloadIdentifierFacts& SINGLE_12G = PayloadIdentifier2160_12g::
 
 constexpr Carriage CARRIAGES[] = {
     // SMPTE ST 292-1
-    {HD_720,     NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S422, BitDepth_10, NO, ""},
-    {HD_1080,    NARROW,        I,       FIELDS_50_TO_60, S422,         BitDepth_10, NO, ""},
-    {HD_1080,    NARROW | WIDE, P | PSF, FILM_TO_30,      S422,         BitDepth_10, SQ, ""},
+    {HD_720,     NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S422, BitDepth_10, NO},
+    {HD_1080,    NARROW,        I,       FIELDS_50_TO_60, S422,         BitDepth_10, NO},
+    {HD_1080,    NARROW | WIDE, P | PSF, FILM_TO_30,      S422,         BitDepth_10, SQ},
 
     // SMPTE ST 372
-    {DUAL_LINK,  NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO, ""},
-    {DUAL_LINK,  WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO, ""},
-    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, NO_DUAL_LINK},
-    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, NO_DUAL_LINK},
-    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, NO, NO_DUAL_LINK},
-    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, NO, NO_DUAL_LINK},
+    {DUAL_LINK,  NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO},
+    {DUAL_LINK,  WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO},
+    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO},
+    {DUAL_LINK,  NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO},
+    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {DUAL_LINK,  NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, NO},
 
     // SMPTE ST 425-1, level A: mapping structures 1 to 4
-    {A_1080,     NARROW,        P,       FRAMES_50_TO_60, S422,         BitDepth_10, SQ, ""},
-    {A_1080,     WIDE,          P,       FRAMES_48_TO_60, S422,         BitDepth_10, SQ, ""},
-    {A_720,      NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S444 | S4444, BitDepth_10, NO, ""},
-    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, ""},
-    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, SQ, ""},
-    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, ""},
-    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, SQ, ""},
-    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S422 | S4224, BitDepth_12, NO, ""},
-    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S422 | S4224, BitDepth_12, SQ, ""},
+    {A_1080,     NARROW,        P,       FRAMES_50_TO_60, S422,         BitDepth_10, SQ},
+    {A_1080,     WIDE,          P,       FRAMES_48_TO_60, S422,         BitDepth_10, SQ},
+    {A_720,      NARROW,        P,       FILM_TO_30 | FRAMES_50_TO_60, S444 | S4444, BitDepth_10, NO},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444 | S4444, BitDepth_10, SQ},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S444,         BitDepth_12, SQ},
+    {A_1080,     NARROW,        I,       FIELDS_50_TO_60, S422 | S4224, BitDepth_12, NO},
+    {A_1080,     NARROW | WIDE, P | PSF, FILM_TO_30,      S422 | S4224, BitDepth_12, SQ},
 
     // SMPTE ST 425-1, level B: the dual link of ST 372 on one
-    {B_1080,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, SQ, ""},
-    {B_1080,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, SQ, ""},
-    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, SQ, ""},
-    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, SQ, ""},
-    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO, NO_LEVEL_B},
-    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO, NO_LEVEL_B},
-    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444 | S4444, BitDepth_10, NO, NO_LEVEL_B},
-    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444,         BitDepth_12, NO, NO_LEVEL_B},
+    {B_1080,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, SQ},
+    {B_1080,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, SQ},
+    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, SQ},
+    {B_1080,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, SQ},
+    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444 | S4444, BitDepth_10, NO},
+    {B_1080,     NARROW,        I,       FIELDS_50_TO_60, S444,         BitDepth_12, NO},
+    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {B_1080,     NARROW | WIDE, PSF,     FILM_TO_30,      S444,         BitDepth_12, NO},
 
     // SMPTE ST 2081-10
-    {SINGLE_6G,  NARROW | WIDE, P,       FILM_TO_30,      S422_420,     BitDepth_10, NO, ""},
+    {SINGLE_6G,  NARROW | WIDE, P,       FILM_TO_30,      S422_420,     BitDepth_10, NO},
 
     // SMPTE ST 425-5, level A
-    {QUAD_A,     NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {QUAD_A,     WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
-    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
-    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+    {QUAD_A,     NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO},
+    {QUAD_A,     WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO},
+    {QUAD_A,     NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO},
 
     // SMPTE ST 425-5, level B
-    {QUAD_B,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO, ""},
-    {QUAD_B,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO, ""},
-    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
-    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
-    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S422,         BitDepth_12, NO, ""},
+    {QUAD_B,     NARROW,        LI,      FRAMES_50_TO_60, S422,         BitDepth_10, NO},
+    {QUAD_B,     WIDE,          LI,      FRAMES_48_TO_60, S422,         BitDepth_10, NO},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO},
+    {QUAD_B,     NARROW | WIDE, P,       FILM_TO_30,      S422,         BitDepth_12, NO},
 
     // SMPTE ST 2081-11
-    {DUAL_6G,    NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {DUAL_6G,    WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
-    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
-    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+    {DUAL_6G,    NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO},
+    {DUAL_6G,    WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO},
+    {DUAL_6G,    NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO},
 
     // SMPTE ST 2082-10
-    {SINGLE_12G, NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {SINGLE_12G, WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO, ""},
-    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO, ""},
-    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO, ""},
-    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO, ""},
+    {SINGLE_12G, NARROW,        P,       FRAMES_50_TO_60, S422_420,     BitDepth_10, NO},
+    {SINGLE_12G, WIDE,          P,       FRAMES_48_TO_60, S422_420,     BitDepth_10, NO},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444 | S4444, BitDepth_10, NO},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S444,         BitDepth_12, NO},
+    {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO},
 };
 
 /// What the samples mean. Beyond Rec.709, pictures with a key or data beside them are not listed.
@@ -258,11 +252,9 @@ const SupportedVideoStandards& SupportedVideoStandards::getInstance()
 SupportedVideoStandards::SupportedVideoStandards()
 {
     const auto add = [this](const Carriage& row, quint32 rawValue, bool squareDivision) {
-        const auto place = static_cast<quint32>(entries.size());
-        entries.push_back(
-            {createVideoStandard(rawValue, squareDivision), row.reasonWithoutMetrics});
-        byDescription.push_back(
-            {descriptionHash(entries.back().standard->getDescription()), place});
+        const auto place = static_cast<quint32>(standards.size());
+        standards.push_back(createVideoStandard(rawValue, squareDivision));
+        byDescription.push_back({descriptionHash(standards.back()->getDescription()), place});
         byPayloadIdentifier.push_back({identifierHash(row.facts, rawValue, squareDivision), place});
     };
     for (const Carriage& row : CARRIAGES) {
@@ -276,7 +268,7 @@ SupportedVideoStandards::SupportedVideoStandards()
     const auto byHash = [](const IndexEntry& a, const IndexEntry& b) { return a.hash < b.hash; };
     std::sort(byDescription.begin(), byDescription.end(), byHash);
     std::sort(byPayloadIdentifier.begin(), byPayloadIdentifier.end(), byHash);
-    entries.shrink_to_fit();
+    standards.shrink_to_fit();
     byDescription.shrink_to_fit();
     byPayloadIdentifier.shrink_to_fit();
 }
@@ -289,7 +281,7 @@ SupportedVideoStandards::Standard SupportedVideoStandards::find(const Index& ind
         index.begin(), index.end(), hash,
         [](const IndexEntry& candidate, quint32 wanted) { return candidate.hash < wanted; });
     for (; entry != index.end() && entry->hash == hash; ++entry) {
-        const Standard& standard = entries[entry->place].standard;
+        const Standard& standard = standards[entry->place];
         if (matches(*standard)) {
             return standard;
         }

@@ -12,7 +12,6 @@
 #include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
 
 #include <memory>
-#include <string_view>
 #include <vector>
 
 /// The list and its two indexes; look-ups take the logarithm of its length.
@@ -22,14 +21,6 @@ public:
     /// Shared with whoever found it and never changed; null where a look-up found none.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
 
-    /// One standard of the list.
-    struct Entry
-    {
-        Standard standard;
-        /// Why the standard has no transmission metrics; empty for one that has.
-        std::string_view reasonWithoutMetrics;
-    };
-
     /// The list of the process. Any thread may be the first to ask.
     static const SupportedVideoStandards& getInstance();
 
@@ -38,7 +29,7 @@ public:
     SupportedVideoStandards& operator=(const SupportedVideoStandards&) = delete;
 
     /// By interface, slowest first, square division last.
-    const std::vector<Entry>& getEntries() const { return entries; }
+    const std::vector<Standard>& getStandards() const { return standards; }
 
     /// The standard with this description, letter for letter, or null.
     Standard findByDescription(const QString& description) const;
@@ -60,7 +51,7 @@ private:
     template <typename Matches>
     Standard find(const Index& index, quint32 hash, Matches matches) const;
 
-    std::vector<Entry> entries;
+    std::vector<Standard> standards;
     Index byDescription;
     Index byPayloadIdentifier;
 };

@@ -21,13 +21,10 @@ ActivePictureForm formOf(const StandardFromPayloadIdentifier& standard)
                                                             : ActivePictureForm_LevelA;
 }
 
-/// Samples and lines of a quadrant: W and H of the interface.
 PixelCoordinates quadrantSize(const StandardFromPayloadIdentifier& standard)
 {
-    const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
-    const quint32 linesShared = ActivePictureRaster::isLineInterleaved(standard) ? 2 : 1;
-    return {identifier.getFieldActivePictureWidthInSamples(),
-            identifier.getFieldActivePictureHeight() * linesShared};
+    const QSize size = ActivePictureRaster::getSubImageSize(standard);
+    return {static_cast<quint32>(size.width()), static_cast<quint32>(size.height())};
 }
 
 CursorPosition positionOf(const ActivePictureRaster::Active& active,

@@ -43,10 +43,10 @@ public:
         Source sourcePosition;
     };
 
-    /// The sub-image of a position: x counts as getFieldActivePictureWidthInSamples does and y as
-    /// getFieldActivePictureHeight, both from 0. `hasSubImages` may be null.
+    /// The sub-image of a position: x counts pixels and y picture lines, both from 0. A quadrant is
+    /// half the picture either way. `hasSubImages` may be null.
     ///
-    /// Square division of 1920x1080: 1920, 0 => SubImage2. Two-sample interleave: 2, 1 =>
+    /// Square division of 3840x2160: 1920, 0 => SubImage2. Two-sample interleave: 2, 1 =>
     /// SubImage4.
     static Tessorn::Sdi::SubImage determineSubImageFromActivePicturePosition(
         const Tessorn::Types::PixelCoordinates& position,

@@ -33,8 +33,14 @@ bool ActivePictureRaster::isLineInterleaved(const StandardFromPayloadIdentifier&
 
 bool ActivePictureRaster::isExtended(const StandardFromPayloadIdentifier& standard)
 {
-    const quint32 mode = standard.getMappingMode();
+    const quint32 mode = standard.findMappingMode().value_or(0);
     return mode != 0 && mode != 4;
+}
+
+QSize ActivePictureRaster::getSubImageSize(const StandardFromPayloadIdentifier& standard)
+{
+    const QSize size = standard.getPictureSize();
+    return standard.getNumberOfSubImages() > 1 ? QSize(size.width() / 2, size.height() / 2) : size;
 }
 
 ActivePictureRaster::ActivePictureRaster(const StandardFromPayloadIdentifier& standard,
@@ -67,9 +73,9 @@ ActivePictureRaster::ActivePictureRaster(const StandardFromPayloadIdentifier& st
     frameLines = std::accumulate(lines.begin(), lines.end(), qint64(0));
     fieldLines[0] = fields == 2 || linesArePaired ? qint64(lines.at(0)) : frameLines;
 
-    const qint64 sides = standard.getNumberOfSubImages() > 1 ? 2 : 1;
-    width = standard.getPictureSize().width() / sides;
-    height = standard.getPictureSize().height() / sides;
+    const QSize subImage = getSubImageSize(standard);
+    width = subImage.width();
+    height = subImage.height();
     const qint64 lineSamples = standard.getSamplesPerLine();
     lineWidth = std::max(lineInterleaved ? lineSamples : lineSamples / samplesAPixel, width);
     const quint32 frontPorch = standard.getHorizontalBlankingSamples() /

@@ -57,6 +57,8 @@ public:
     static bool isLineInterleaved(const StandardFromPayloadIdentifier& standard);
     /// True where a pixel takes two samples: mapping structures 2 to 4.
     static bool isExtended(const StandardFromPayloadIdentifier& standard);
+    /// Pixels and picture lines of a sub-image; of the picture, where the standard has none.
+    static QSize getSubImageSize(const StandardFromPayloadIdentifier& standard);
 
     /// The field of the position is not looked at.
     Source toSource(const Active& active) const;

@@ -51,12 +51,13 @@ bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousA
 Frame lastActiveLine(const Frame& frame, const FieldMetrics& metrics);
 
 /// Fills a rectangle of a field with a word. It begins `firstRow` lines below the first active
-/// sample; `width` and `height` are held to those of the active picture. What would lie beyond the
-/// store's end is not written.
+/// sample; `width` and `height` are held to those of the active picture, so that rows from further
+/// down may go into the blanking below it. What would lie beyond the store's end is not written.
 void fillRectangle32(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
                      quint32 firstRow, quint32 height, quint32 value);
 
 /// The same in samples of 10 bits, two to a word: `value` goes to both channels of width / 2 words.
+/// Since it is the samples that are held to the active width, they reach its left half at most.
 /// Of an odd width, the last word of each row gets it in one channel, as it is given: in bits 19 to
 /// 10 with `secondChannel`, else in the lowest 10; the other channel stays.
 void fillRectangle10(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,

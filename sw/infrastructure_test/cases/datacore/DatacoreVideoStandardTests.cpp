@@ -80,9 +80,9 @@ TEST_CASE("A video standard is the four bytes of its first link", "[datacore][vi
 TEST_CASE("Supported video standards come back from a leaf through JSON", "[datacore][video]")
 {
     Standards written;
-    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
-        if (!entry.standard->isSquareDivision()) {
-            written.push_back(entry.standard);
+    for (const auto& standard : SupportedVideoStandards::getInstance().getStandards()) {
+        if (!standard->isSquareDivision()) {
+            written.push_back(standard);
         }
     }
     QJsonObject json;

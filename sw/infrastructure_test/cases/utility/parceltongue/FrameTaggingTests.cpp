@@ -146,7 +146,8 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
         values[i] = static_cast<quint32>(100 + i);
     }
     sections[1].fields[1].words.pop_back();
-    tagFrame(sections, values, false, true, 5);
+    const bool flagA = GENERATE(false, true);
+    tagFrame(sections, values, flagA, !flagA, 5);
 
     // 19 / 3 = 6: steps of three for two fields, of two for three.
     const quint32 expected[2][3] = {{100, 103, 0}, {106, 108, 110}};
@@ -165,8 +166,8 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
             CHECK(tag.getTagByteA() == 0);
             CHECK(tag.getTagByteB() == number);
             CHECK(tag.getFlagC() == (number == 1));
-            CHECK_FALSE(tag.getFlagA());
-            CHECK(tag.getFlagB());
+            CHECK((tag.getFlagA() != 0) == flagA);
+            CHECK((tag.getFlagB() != 0) == !flagA);
             CHECK(tag.getTotalLines() == 1125);
             CHECK(tag.getSamplesPerLine() == 10);
             CHECK(tagged.words.back() == (0x47000001 | number << 8));
@@ -176,20 +177,12 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
     const Words before = sections[0].fields[0].words;
     tagFrame(sections, {}, false, true, 5);
     CHECK(sections[0].fields[0].words == before);
-}
 
-TEST_CASE("A frame with fewer values than fields repeats them, and without any has 0",
-          "[parceltongue]")
-{
-    const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
-    const Field field = fieldOf(metrics);
-    const std::vector<Section> sections = {{{field, field}}, {{field}}};
-    auto few = sections;
-    tagFrame(few, {9}, false, false, 0);
-    auto none = sections;
-    tagFrame(none, {}, false, false, 0);
-    for (std::size_t number = 0; number < 2; ++number) {
-        CHECK(FieldParcelTag(few[number].fields.back().words).getValue32() == 9);
-        CHECK(FieldParcelTag(none[number].fields.back().words).getValue32() == 0);
+    // Fewer values than fields are repeated; none give 0.
+    for (const quint32 value : {9u, 0u}) {
+        std::vector<Section> few = {{{field, field}}, {{field}}};
+        tagFrame(few, value != 0 ? Words{value} : Words(), false, false, 0);
+        CHECK(FieldParcelTag(few[0].fields.back().words).getValue32() == value);
+        CHECK(FieldParcelTag(few[1].fields.back().words).getValue32() == value);
     }
 }

@@ -1,11 +1,14 @@
 #include "infrastructure/utility/video/analysis/ActivePictureCursor.h"
 
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <map>
 #include <numeric>
 #include <random>
+#include <set>
 #include <stdexcept>
 
 using namespace Tessorn::Sdi;
@@ -56,6 +59,23 @@ struct Walk
     qint64 firstLinkLines = 0;
 };
 
+/// Every so many lines, and the two on either side of the end of each field and link.
+std::set<qint64> linesToWalk(const Standard& standard, qint64 count, qint64 lineStep)
+{
+    std::set<qint64> lines;
+    for (qint64 line = 1; line <= count; line += lineStep) {
+        lines.insert(line);
+    }
+    qint64 end = 0;
+    for (const quint32 fieldLines : standard.getPrimaryIdentifier()->getLinesPerField()) {
+        end += fieldLines;
+        lines.insert({end - 1, end, end + 1});
+    }
+    lines.insert({count - 1, count});
+    lines.erase(lines.upper_bound(count), lines.end());
+    return lines;
+}
+
 /// True when the way out of the picture and back ends where it began, inside the stream.
 bool returnsToPicture(const Walk& walk, qint64 line, qint64 sample)
 {
@@ -98,12 +118,12 @@ bool isSamePlace(const Position& a, const Position& b)
     return source(a) == source(b);
 }
 
-/// Walks over the pictures and the streams of one standard of each shape, every so many lines.
+/// Walks over the pictures and the streams of one standard of each shape.
 void checkShapes(qint64 lineStep)
 {
     std::map<Shape, const Standard*> shapes;
-    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
-        shapes.emplace(shapeOf(*entry.standard), entry.standard.get());
+    for (const auto& standard : SupportedVideoStandards::getInstance().getStandards()) {
+        shapes.emplace(shapeOf(*standard), standard.get());
     }
     CHECK(shapes.size() > 20);
     for (const auto& shape : shapes) {
@@ -111,7 +131,7 @@ void checkShapes(qint64 lineStep)
         const Walk walk(standard);
         CAPTURE(standard.getDescription());
         std::size_t lostInPicture = 0;
-        for (qint64 line = 1; line <= walk.height; line += lineStep) {
+        for (const qint64 line : linesToWalk(standard, walk.height, lineStep)) {
             for (qint64 sample = 0; sample < walk.width; ++sample) {
                 lostInPicture += returnsToPicture(walk, line, sample) ? 0 : 1;
             }
@@ -119,7 +139,7 @@ void checkShapes(qint64 lineStep)
         CHECK(lostInPicture == 0);
         std::size_t lostInStream = 0;
         for (qint64 link = 0; link < walk.links; ++link) {
-            for (qint64 line = 1; line <= walk.frameLines; line += lineStep) {
+            for (const qint64 line : linesToWalk(standard, walk.frameLines, lineStep)) {
                 for (qint64 sample = 0; sample < walk.samples; ++sample) {
                     lostInStream += returnsToStream(walk, line, sample, link) ? 0 : 1;
                 }
@@ -147,8 +167,9 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
     const auto below = [&random](qint64 limit) {
         return static_cast<qint32>(random() % static_cast<quint32>(limit));
     };
-    for (const auto& entry : SupportedVideoStandards::getInstance().getEntries()) {
-        const Standard& standard = *entry.standard;
+    const LogCapture log;
+    for (const auto& listed : SupportedVideoStandards::getInstance().getStandards()) {
+        const Standard& standard = *listed;
         const Walk walk(standard);
         CAPTURE(standard.getDescription());
         for (int i = 0; i < 10; ++i) {
@@ -170,6 +191,7 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
             REQUIRE(Cursor::areCursorPositionsEqual(from, again, standard));
         }
     }
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("Positions lie where the interface standards put them", "[cursor]")
@@ -243,7 +265,9 @@ TEST_CASE("The line of either level B link leads to the same place in the pictur
         CHECK(other.activePosition.line == line);
         CHECK(other.activePosition.sample == 100);
     }
-    // The first link has one line more than the second.
+    // Line 1 of either; the first link has one line more than the second.
+    CHECK(Cursor::cursorPositionFromSourcePosition(564, 0, 0, 0, standard)
+              .sourcePosition.lineInOtherLevelBLink == 1);
     CHECK(Cursor::cursorPositionFromSourcePosition(563, 0, 0, 0, standard)
               .sourcePosition.lineInOtherLevelBLink == 0);
 }
@@ -283,6 +307,10 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
         {{5, 0}, SubImage1, {5, 0}, SubImage1, {3, 0}},
     };
     const Standard& square = standardCalled("3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709");
+    const Standard* const squares[] = {
+        &square, &standardCalled("3840x2160p25 RGB:444:12 QL 3G A SQ Rec.709"),
+        &standardCalled("3840x2160psf25 YCbCr:422:10 QL 1.5G SQ Rec.709"),
+        &standardCalled("3840x2160p50 YCbCr:422:10 QL 3G B SQ Rec.709")};
     const Standard& interleave = standardCalled("3840x2160p50 YCbCr:422:10 QL 3G A 2-SI Rec.709");
     const Standard& single = standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709");
     for (const Row& row : rows) {
@@ -299,7 +327,10 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
         };
         const auto none = SubImageDivision_None;
         const auto twoSample = SubImageDivision_TwoSampleInterleave;
-        check(square, false, none, row.square, row.inSquare, true);
+        // However many samples a pixel takes, and in however many fields the lines travel.
+        for (const Standard* standard : squares) {
+            check(*standard, false, none, row.square, row.inSquare, true);
+        }
         check(single, true, SubImageDivision_SquareDivision, row.square, row.inSquare, true);
         check(interleave, false, none, row.interleave, row.inInterleave, true);
         check(square, true, twoSample, row.interleave, row.inInterleave, true);
@@ -336,6 +367,7 @@ TEST_CASE("The first and last positions are those of the whole stream", "[cursor
 TEST_CASE("Positions are equal when all but field and other line are", "[cursor]")
 {
     const Standard& plain = standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    const Standard& interleaved = standardCalled("1920x1080p50 YCbCr:422:10 3G B Rec.709");
     const Standard& extended = standardCalled("1920x1080p25 RGB:444:10 3G A Rec.709");
     const Position position{{10, 20, 1}, {30, 40, 50, 2}};
     struct Row
@@ -356,8 +388,24 @@ TEST_CASE("Positions are equal when all but field and other line are", "[cursor]
     };
     for (const Row& row : rows) {
         CHECK(Cursor::areCursorPositionsEqual(position, row.other, plain) == row.isEqual);
+        CHECK(Cursor::areCursorPositionsEqual(position, row.other, interleaved) == row.isEqual);
         CHECK(Cursor::areCursorPositionsEqual(position, row.other, extended) ==
               row.isEqualExtended);
+    }
+}
+
+TEST_CASE("A picture that does not fit its lines goes there and back, and links count modulo four",
+          "[cursor]")
+{
+    const Standard wide({createPayloadIdentifier(0xC0CB8001)}); // 2160p60 on 6G
+    for (const qint32 sample : {0, 2199, 2200, 3838, 3839}) {
+        const auto source =
+            Cursor::cursorPositionFromActivePicturePosition(7, sample, 0, wide).sourcePosition;
+        const auto back = Cursor::cursorPositionFromSourcePosition(source.line, 0, source.sample,
+                                                                   source.link + 4, wide);
+        CHECK(back.activePosition.line == 7);
+        CHECK(back.activePosition.sample == sample);
+        CHECK(back.sourcePosition.link == source.link);
     }
 }
 

@@ -5,12 +5,34 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <QFile>
+
 namespace {
 
 using Key = PayloadIdentifierKey;
 
 constexpr PayloadIdentifierFieldMap BYTE_0_ONLY{
     {PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0, 1, 2, 3, 4, 5, 6, 7}}}};
+
+/// The most memory that the process has had so far.
+int peakKib()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    REQUIRE(status.open(QIODevice::ReadOnly));
+    const QByteArray text = status.readAll();
+    return text.mid(text.indexOf("VmHWM:") + 6).split('k').first().trimmed().toInt();
+}
+
+/// The same, counted from now on where the system can (proc(5), clear_refs).
+int startOfPeakKib()
+{
+    QFile reset(QStringLiteral("/proc/self/clear_refs"));
+    if (reset.open(QIODevice::WriteOnly)) {
+        reset.write("5");
+        reset.close();
+    }
+    return peakKib();
+}
 
 QStringList lines(const char* text)
 {
@@ -159,17 +181,26 @@ TEST_CASE("A description tells the picture, the interface, and the signal where 
          "3840x2160p30 RGB:444:12 12G 2-SI ICtCp S-Log3 Rec.2020"},
         {0xC0C340E1, "4096x2160p24 YCbCr:422:10 6G 2-SI Link8 Rec.709",
          "4096x2160p24 YCbCr:422:10 6G 2-SI Rec.709"},
+        {0xCECA4001, "4096x2160p59.94 YCbCr:422:10 12G 2-SI Link1 Rec.709",
+         "4096x2160p59.94 YCbCr:422:10 12G 2-SI Rec.709"},
+        {0xCEE86001, "4096x2160p48 YCbCr:422:10 12G 2-SI Link1 PQ Rec.2020",
+         "4096x2160p48 YCbCr:422:10 12G 2-SI PQ Rec.2020"},
+        {0xC2CB8001, "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Link1 Rec.709",
+         "3840x2160p60 YCbCr:422:10 DL 6G 2-SI Rec.709"},
+        {0xC0E3A001, "3840x2160p24 YCbCr:422:10 6G 2-SI Link1 PQ Rec.2020",
+         "3840x2160p24 YCbCr:422:10 6G 2-SI PQ Rec.2020"},
         {0x844A0001, "1280x720p59.94 YCbCr:422:10 1.5G Rec.709", ""},
         {0x89011003, "1920x1080iRsvRate YCbCr:422:12FR 3G A ColVancPacket", ""},
     }));
     const auto identifier = createPayloadIdentifier(known.rawValue);
     REQUIRE(identifier);
+    CHECK(identifier->getReservedBitErrors().isEmpty());
     CHECK(identifier->getDescription(false) == QLatin1String(known.description));
     CHECK(identifier->getDescription(true) ==
           QLatin1String(*known.withoutLink != '\0' ? known.withoutLink : known.description));
 }
 
-TEST_CASE("Links that no standard has are named with a question mark", "[video]")
+TEST_CASE("Each link has its name, and one that no standard has a question mark", "[video]")
 {
     /// One link, level A or B, with a channel field of four bits.
     class Wide : public PayloadIdentifierBase
@@ -191,11 +222,20 @@ TEST_CASE("Links that no standard has are named with a question mark", "[video]"
         Tessorn::Sdi::Level mappingLevel;
     };
     using namespace Tessorn::Sdi;
-    CHECK(Wide(1, Level_B, 2).getDescription(false).contains(QLatin1String(" Link? ")));
-    CHECK(Wide(4, Level_B, 7).getDescription(false).contains(QLatin1String(" DS8_Link4 ")));
-    CHECK(Wide(4, Level_B, 8).getDescription(false).contains(QLatin1String(" DS?_Link? ")));
-    CHECK(Wide(4, Level_A, 7).getDescription(false).contains(QLatin1String(" Link8 ")));
-    CHECK(Wide(4, Level_A, 8).getDescription(false).contains(QLatin1String(" Link? ")));
+    const auto names = [](quint32 links, Level level) {
+        QStringList list;
+        for (quint32 channel = 0; channel < 9; ++channel) {
+            const QString text = Wide(links, level, channel).getDescription(false);
+            list << text.section(QLatin1Char(' '), -2, -2);
+        }
+        return list.join(QLatin1Char(' '));
+    };
+    CHECK(names(1, Level_B) ==
+          QStringLiteral("LinkA LinkB Link? Link? Link? Link? Link? Link? Link?"));
+    CHECK(names(8, Level_B) == QStringLiteral("DS1_Link1 DS2_Link1 DS3_Link2 DS4_Link2 DS5_Link3 "
+                                              "DS6_Link3 DS7_Link4 DS8_Link4 DS?_Link?"));
+    CHECK(names(8, Level_A) ==
+          QStringLiteral("Link1 Link2 Link3 Link4 Link5 Link6 Link7 Link8 Link?"));
 
     // A colourimetry that has no name.
     const PayloadIdentifierBase nameless(
@@ -206,6 +246,16 @@ TEST_CASE("Links that no standard has are named with a question mark", "[video]"
 
 TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
 {
+    QStringList names;
+    for (quint32 key = 0; key <= PAYLOAD_IDENTIFIER_KEY_COUNT; ++key) {
+        names << toString(static_cast<Key>(key));
+    }
+    CHECK(
+        names ==
+        lines("payload and digital interface\nsample structure\npicture rate\npicture\ntransport\n"
+              "bit depth\naspect ratio\nhorizontal array size\ncolourimetry\n"
+              "transfer characteristics\nluminance and colour difference signal\n"
+              "channel assignment\naudio copy status\n"));
     using Variant = PayloadIdentifier2160_QuadLink3g;
     const auto& facts = Variant::FACTS;
     const quint32 base = facts.compose({{PayloadIdentifierKey_PictureRate, 9}});
@@ -216,6 +266,8 @@ TEST_CASE("Identifiers are compared by what they say of the picture", "[video]")
                              key == PayloadIdentifierKey_ChannelAssignment ||
                              key == PayloadIdentifierKey_AudioCopyStatus;
         CHECK(Variant(base).isEqual(Variant(changed)) == ignored);
+        CHECK(Variant(base).getDifferences(Variant(changed)) ==
+              (ignored ? std::vector<Key>() : std::vector<Key>{key}));
     }
 }
 
@@ -288,6 +340,12 @@ TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
         CHECK_FALSE(parsePayloadIdentifierBytes(QString::fromLatin1(bad)).has_value());
     }
     CHECK_FALSE(parsePayloadIdentifierBytes(QStringLiteral("\u0661 0 0 0")).has_value());
+    // The longest text there is; and one that would be millions of parts.
+    CHECK(parsePayloadIdentifierBytes(QStringLiteral("255 255 255 255")) == 0xFFFFFFFF);
+    const QString blanks(4 << 20, QLatin1Char(' '));
+    const int before = startOfPeakKib();
+    CHECK_FALSE(parsePayloadIdentifierBytes(blanks).has_value());
+    CHECK(peakKib() - before < 4096);
     for (const quint32 value : {0u, 0x01020304u, 0xFFFFFFFFu, 0x80000001u}) {
         CHECK(parsePayloadIdentifierBytes(getPayloadIdentifierText(value)) == value);
     }

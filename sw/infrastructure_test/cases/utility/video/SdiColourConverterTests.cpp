@@ -5,6 +5,8 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <QCryptographicHash>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -242,6 +244,18 @@ TEST_CASE("Colourimetries choose their matrix, and what has none is logged", "[c
         CHECK(Converter::getYCbCrToRgbMatrix(row.colourimetry) == row.toRgb);
         CHECK(log.lines().count(complaint) == row.complaints);
     }
+    // Of their figures, each with a blank behind it, taken with sha256sum.
+    QByteArray figures;
+    for (const Converter::Matrix* matrix :
+         {&Converter::NO_CONVERSION, &Converter::RGB_TO_YCRCB_REC2020,
+          &Converter::RGB_TO_YCRCB_REC709, &Converter::RGB_TO_YCRCB_REC601,
+          &Converter::YCBCR_TO_RGB_REC709, &Converter::YCBCR_TO_RGB_REC601}) {
+        for (const double figure : *matrix) {
+            figures += QByteArray::number(figure, 'g', 12) + ' ';
+        }
+    }
+    CHECK(QCryptographicHash::hash(figures, QCryptographicHash::Sha256).toHex() ==
+          "34613241a905f4e6d892b653fa459bebf2567f16fc643abb29a26198bd6e054d");
 
     const LogCapture log;
     const auto pixels = randomPixels(1000, 1023);

@@ -23,30 +23,34 @@ class Imagined : public PayloadIdentifierBase
 {
 public:
     Imagined(quint32 links, SdiDataRate dataRate, Level mapping = Level_A,
-             std::vector<quint32> lines = {1125})
+             std::vector<quint32> lines = {1125}, std::vector<quint32> firstLines = {42})
         : PayloadIdentifierBase(0)
         , linkCount(links)
         , rate(dataRate)
         , level(mapping)
         , linesPerField(std::move(lines))
+        , firstActiveLines(std::move(firstLines))
     {
     }
     quint32 getNumberOfLinks() const override { return linkCount; }
     SdiDataRate getSdiDataRate() const override { return rate; }
     Level getLevel() const override { return level; }
     std::vector<quint32> getLinesPerField() const override { return linesPerField; }
+    std::vector<quint32> getFirstActivePictureLines() const override { return firstActiveLines; }
 
 private:
     quint32 linkCount;
     SdiDataRate rate;
     Level level;
     std::vector<quint32> linesPerField;
+    std::vector<quint32> firstActiveLines;
 };
 
 Standard imagine(quint32 links, SdiDataRate rate, Level level = Level_A,
-                 std::vector<quint32> lines = {1125})
+                 std::vector<quint32> lines = {1125}, std::vector<quint32> firstLines = {42})
 {
-    return Standard({std::make_shared<Imagined>(links, rate, level, std::move(lines))});
+    return Standard(
+        {std::make_shared<Imagined>(links, rate, level, std::move(lines), std::move(firstLines))});
 }
 
 // Identifiers by hand.
@@ -156,21 +160,23 @@ TEST_CASE("Mapping modes follow depth, structure and level", "[video]")
             CAPTURE(depth, structure);
             const LogCapture log;
             const quint32 fields = structure << 8 | depth;
-            const quint32 levelA = standardOf(0x89C90000 | fields).getMappingMode();
-            const quint32 levelB = standardOf(0x8AC90000 | fields).getMappingMode();
             const char mode = modes[depth][structure];
-            if (mode == '.') {
-                CHECK(levelA == 0);
-                CHECK(levelB == 0);
-                CHECK(log.lines().count(
-                          QStringLiteral("info: Shouldn't reach this return statement")) == 2);
-            } else {
-                CHECK(levelA == static_cast<quint32>(mode - '0'));
-                CHECK(levelB == levelA + 4);
-                CHECK(log.lines().isEmpty());
+            for (const quint32 levelB : {0u, 1u}) {
+                const Standard standard =
+                    standardOf((levelB != 0 ? 0x8AC90000 : 0x89C90000) | fields);
+                std::optional<quint32> expected;
+                if (mode != '.') {
+                    expected = static_cast<quint32>(mode - '0') + 4 * levelB;
+                }
+                CHECK(standard.findMappingMode() == expected);
+                CHECK(log.lines().size() == (expected ? 0 : static_cast<int>(levelB)));
+                CHECK(standard.getMappingMode() == expected.value_or(0));
             }
+            CHECK(log.lines().count(QStringLiteral(
+                      "info: Shouldn't reach this return statement")) == (mode == '.' ? 2 : 0));
         }
     }
+    CHECK(imagine(1, SdiDataRate_3G, Level(2)).findMappingMode() == 4u); // as level B
 }
 
 TEST_CASE("Horizontal blanking figures are a table by height, rate and level", "[video]")
@@ -229,6 +235,7 @@ TEST_CASE("Standards compare by their identifiers and division", "[video]")
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A));
     CHECK(standardOf(P50_3G_A) != standardOf(P60_3G_A));
     CHECK(standardOf(P50_3G_A) != standardOf(P50_3G_A, true));
+    CHECK(standardOf(P60_QUAD_A) != standardOf(P60_QUAD_A, true, 4)); // the division alone
     CHECK(standardOf(P50_3G_A, true) != standardOf(P50_3G_A, true, 2));
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A, false, 2)); // not used
     CHECK(standardOf(P50_3G_A) == standardOf(P50_3G_A ^ 0x8000));  // aspect ratio
@@ -268,6 +275,7 @@ TEST_CASE("Metrics place the picture of each standard in its store", "[video]")
         Standard standard;
         std::size_t copies;
         std::vector<FieldMetrics> fields;
+        const char* reason = "";
     };
     using Region = FieldRegion;
     const Known rows[] = {
@@ -331,11 +339,13 @@ TEST_CASE("Metrics place the picture of each standard in its store", "[video]")
          standardOf(PSF30_12G_RGB),
          4,
          {{Region(0, 0, 4400, 563), Region(560, 20, 3840, 1080)},
-          {Region(0, 563, 4400, 562), Region(560, 583, 3840, 1080)}}},
+          {Region(0, 563, 4400, 562), Region(560, 583, 3840, 1080)}},
+         "The picture does not fit its field"},
         {"2160p60 on 6G",
          standardOf(0xC0CB8001),
          4,
-         {{Region(0, 0, 1100, 1125), Region(1100u - 1920u, 41, 1920, 1080)}}},
+         {{Region(0, 0, 1100, 1125), Region(1100u - 1920u, 41, 1920, 1080)}},
+         "The picture does not fit its lines"},
     };
     for (const Known& row : rows) {
         CAPTURE(row.what);
@@ -348,6 +358,7 @@ TEST_CASE("Metrics place the picture of each standard in its store", "[video]")
             CHECK(metrics[field] == std::vector<FieldMetrics>(row.copies, row.fields[field]));
         }
         CHECK(row.standard.getTransmissionMetrics().size() == metrics.size());
+        CHECK(row.standard.getReasonWithoutMetrics() == row.reason);
         CHECK(log.lines().isEmpty());
     }
 }
@@ -360,22 +371,29 @@ TEST_CASE("Metrics that cannot be made say why, once", "[video]")
     {
         const char* what;
         Standard standard;
+        const char* logged;
         const char* reason;
     };
+    const char* const noRaster = "No raster is known for this interface";
+    const char* const noLevelB = "Metrics of level B are known for progressive pictures alone";
+    const char* const noDualLink = "Metrics of two 1.5G links are known for line interleave alone";
     const Known rows[] = {
-        {"level B interlaced", standardOf(I50_RGB_3G_B), none},
-        {"level B segmented", standardOf(0x8A472201), none},
-        {"level B line interleave with one field", standardOf(P50_3G_B | 0x00800000), none},
-        {"dual link interlaced", standardOf(0x87052201), dualLink},
-        {"dual link with one field", standardOf(P50_DUAL_LINK | 0x00800000), none},
-        {"dual link 3G", imagine(2, SdiDataRate_3G), dualLink},
-        {"dual link level B", imagine(2, SdiDataRate_1G5, Level_B), dualLink},
-        {"no links", imagine(0, SdiDataRate_3G), none},
-        {"three links", imagine(3, SdiDataRate_3G), none},
-        {"eight links", imagine(8, SdiDataRate_1G5), none},
-        {"no level", imagine(1, SdiDataRate_3G, Level(2)), "Don't support level C"},
-        {"no lines", imagine(1, SdiDataRate_3G, Level_A, {}), none},
-        {"lines but no first active ones", imagine(1, SdiDataRate_3G), none},
+        {"level B interlaced", standardOf(I50_RGB_3G_B), none, noLevelB},
+        {"level B segmented", standardOf(0x8A472201), none, noLevelB},
+        {"level B line interleave with one field", standardOf(P50_3G_B | 0x00800000), none,
+         noRaster},
+        {"dual link interlaced", standardOf(0x87052201), dualLink, noDualLink},
+        {"dual link with one field", standardOf(P50_DUAL_LINK | 0x00800000), none, noDualLink},
+        {"dual link 3G", imagine(2, SdiDataRate_3G), dualLink, noDualLink},
+        {"dual link level B", imagine(2, SdiDataRate_1G5, Level_B), dualLink, noDualLink},
+        {"no links", imagine(0, SdiDataRate_3G), none, noRaster},
+        {"three links", imagine(3, SdiDataRate_3G), none, noRaster},
+        {"eight links", imagine(8, SdiDataRate_1G5), none, noRaster},
+        {"no level", imagine(1, SdiDataRate_3G, Level(2)), "Don't support level C",
+         "Metrics are known for levels A and B alone"},
+        {"no lines", imagine(1, SdiDataRate_3G, Level_A, {}), none, noRaster},
+        {"lines but no first active ones", imagine(1, SdiDataRate_3G, Level_A, {1125}, {}), none,
+         noRaster},
     };
     for (const Known& row : rows) {
         CAPTURE(row.what);
@@ -383,10 +401,9 @@ TEST_CASE("Metrics that cannot be made say why, once", "[video]")
         bool succeeded = true;
         CHECK(row.standard.getTransmissionMetrics(&succeeded).empty());
         CHECK_FALSE(succeeded);
-        CHECK(log.lines().filter(QStringLiteral("error: ")) ==
-              QStringList{QStringLiteral("error: StandardFromPayloadIdentifier::"
-                                         "getTransmissionMetrics: ") +
-                          QLatin1String(row.reason)});
-        CHECK_FALSE(row.standard.getDescription().isEmpty());
+        CHECK(row.standard.getReasonWithoutMetrics() == row.reason);
+        CHECK(log.lines() == QStringList{QStringLiteral("error: StandardFromPayloadIdentifier::"
+                                                        "getTransmissionMetrics: ") +
+                                         QLatin1String(row.logged)});
     }
 }

@@ -25,7 +25,7 @@ const FieldMetrics SHAPES[] = {
     {FieldRegion(0, 0, 20, 3), FieldRegion(12, 0, 8, 3)},
     {FieldRegion(0, 0, 2200, 1), FieldRegion(280, 0, 1920, 1)},
     {FieldRegion(0, 0, 8, 3), FieldRegion(8, 0, 0, 3)},
-    {FieldRegion(0, 0, 130, 7), FieldRegion(5, 0, 125, 7)}, // a CRC lies in what the next covers
+    {FieldRegion(0, 0, 130, 7), FieldRegion(7, 0, 123, 7)}, // a CRC lies in what the next covers
 };
 
 Frame randomFrame(std::size_t count, quint32 mask = 0x3FF)
@@ -137,6 +137,7 @@ TEST_CASE("Frames of one size give the first line's CRC from the frame before", 
     REQUIRE(last.size() == 1920);
     CHECK(std::equal(last.begin(), last.end(), first.end() - 1920));
     CHECK(lastActiveLine(Frame(1919), metrics).empty());
+    CHECK(lastActiveLine(Frame(1920), metrics).size() == 1920);
 
     Frame second = first;
     REQUIRE(writeCrcs(second, metrics, last));
@@ -176,6 +177,9 @@ TEST_CASE("Sizes that do not agree leave the frame as it was", "[frames]")
     CHECK(frame == Frame(999, 0x155));
     Frame narrow(10);
     CHECK_FALSE(writeLineNumbers(narrow, {FieldRegion(0, 0, 5, 2), FieldRegion()}, true, true));
+    narrow.resize(6);
+    CHECK(writeLineNumbers(narrow, {FieldRegion(0, 0, 6, 1), FieldRegion()}, true, true));
+    CHECK(narrow == Frame{0, 0, 0, 0, 0x204, 0x200});
 
     // No line: nothing to do, and nothing wrong.
     Frame empty;
@@ -221,6 +225,12 @@ TEST_CASE("Timing references go to the start and in front of the picture", "[fra
     std::copy(words.begin(), words.end(), expected.begin());
     CHECK(frame == expected);
 
+    Frame exact(12, 7);
+    CHECK(writeTimingReferences(exact, metrics, 0x274, 0x200) == 16);
+    CHECK(exact == words);
+    CHECK(writeTimingReferences(exact, {FieldRegion(0, 0, 12, 1), FieldRegion(4, 0, 8, 1)}, 1, 2) ==
+          0);
+    CHECK(exact[3] == 2); // in the place of the first
     Frame small(11, 7);
     CHECK(writeTimingReferences(small, metrics, 1, 2) == 0);
     CHECK(small == Frame(11, 7));
