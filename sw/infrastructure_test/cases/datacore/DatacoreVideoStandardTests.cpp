@@ -3,6 +3,7 @@
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <QJsonDocument>
 
@@ -132,4 +133,19 @@ TEST_CASE("Text that is no payload identifier makes one message each and gives n
                                             StandardFromPayloadIdentifier::Identifiers()));
     CHECK(reasons(unknown) == std::vector<int>{29});
     CHECK(unknown.getDataVideoStandard() == nullptr);
+}
+
+TEST_CASE("A square division is stored as its quadrant, and the log says so", "[datacore][video]")
+{
+    const auto division = createVideoStandard(0x89C98001, true);
+    const LogCapture log;
+    DatacoreVideoStandard leaf(name(), nullptr, division);
+    leaf.setDataVideoStandards({supported(P50), division});
+    const QString line =
+        QStringLiteral("error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
+                       "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    CHECK(log.lines() == QStringList{line, line});
+    CHECK(leaf.getDataAt(1) == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.isValid());
+    CHECK(*leaf.getDataVideoStandards()[1] == *supported(P50));
 }

@@ -39,7 +39,7 @@ class Texts
 public:
     QByteArray make()
     {
-        const QByteArray whole = object(3);
+        const QByteArray whole = pick(8) == 0 ? '[' + object(1) + ']' : object(3);
         if (pick(3) != 0) {
             return whole;
         }
@@ -107,6 +107,7 @@ struct Tree : DatacoreBase
     }
     DatacoreBool flag{QStringLiteral("flag"), this};
     DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
+    DatacoreBool unnamed{QString(), this};
 };
 
 QJsonObject write(const DatacoreBase& node)
