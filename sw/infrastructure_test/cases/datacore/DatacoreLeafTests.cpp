@@ -3,8 +3,7 @@
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <limits>
 #include <random>
@@ -16,36 +15,6 @@ using Octets = DatacoreMacAddress::Octets;
 QString name()
 {
     return QStringLiteral("leaf");
-}
-
-std::deque<QString> strings(std::initializer_list<const char*> texts)
-{
-    std::deque<QString> list;
-    for (const char* text : texts) {
-        list.push_back(QLatin1String(text));
-    }
-    return list;
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
-}
-
-void transfer(const DatacoreBase& from, DatacoreBase& to)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    REQUIRE(from.appendToJson(QString(), json, true, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
-    REQUIRE(to.populateFromJson(QString(), json, true, messages));
 }
 
 constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};

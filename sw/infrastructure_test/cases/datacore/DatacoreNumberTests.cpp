@@ -3,8 +3,7 @@
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <cmath>
 #include <limits>
@@ -19,28 +18,6 @@ namespace {
 QString name()
 {
     return QStringLiteral("number");
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
-}
-
-/// Writes one node to JSON text and reads another from it.
-void transfer(const DatacoreBase& from, DatacoreBase& to)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    REQUIRE(from.appendToJson(QString(), json, false, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
-    REQUIRE(to.populateFromJson(QString(), json, false, messages));
 }
 
 template <typename T>

@@ -3,9 +3,8 @@
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
-
-#include <QJsonDocument>
 
 namespace {
 
@@ -14,18 +13,6 @@ using Standards = DatacoreVideoStandard::Standards;
 QString name()
 {
     return QStringLiteral("standard");
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
 }
 
 DatacoreVideoStandard::Standard supported(const char* description)
@@ -86,13 +73,9 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
             written.push_back(entry.standard);
         }
     }
-    QJsonObject json;
-    DatacoreJsonMessages messages;
     const DatacoreVideoStandard sender(name(), nullptr, written);
-    REQUIRE(sender.appendToJson(QString(), json, true, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
     DatacoreVideoStandard receiver(name(), nullptr);
-    REQUIRE(receiver.populateFromJson(QString(), json, true, messages));
+    transfer(sender, receiver);
     const Standards read = receiver.getDataVideoStandards();
     REQUIRE(receiver.isValid());
     REQUIRE(read.size() == written.size());

@@ -3,6 +3,7 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/PlainJson.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -109,14 +110,6 @@ struct Tree : DatacoreBase
     DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
     DatacoreBool unnamed{QString(), this};
 };
-
-QJsonObject write(const DatacoreBase& node)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    node.appendToJson(QString(), json, false, true, messages);
-    return json;
-}
 
 } // namespace
 
