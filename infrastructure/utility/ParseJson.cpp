@@ -3,19 +3,19 @@
 #include "infrastructure/utility/Log.h"
 
 #include <QJsonParseError>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <charconv>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace {
 
 using Text = std::string_view;
 
 constexpr std::size_t NONE = Text::npos;
-constexpr std::size_t MAX_DEPTH = 1024; ///< the parser goes no deeper
+constexpr int MAX_DEPTH = 1024; ///< the parser goes no deeper
 
 /// The next character in the escape that begins at `at`, and moves on behind it. As the parser does
 /// it: what has no meaning after a backslash stands for itself. The digits may be bad; the parser
@@ -114,8 +114,8 @@ private:
     };
     struct Container
     {
-        bool isObject;
-        std::size_t firstKey; ///< in keys
+        bool isObject = false;
+        int firstKey = 0; ///< in keys
     };
 
     std::size_t endOfString(std::size_t at) const
@@ -157,9 +157,9 @@ private:
     }
 
     /// Looks at the keys from `first` on, which all belong to one object.
-    std::size_t findRepeated(std::size_t first)
+    std::size_t findRepeated(int first)
     {
-        const auto begin = keys.begin() + static_cast<std::ptrdiff_t>(first);
+        const auto begin = keys.begin() + first;
         std::sort(begin, keys.end(), [](const Key& a, const Key& b) { return a.name < b.name; });
         const auto found = std::adjacent_find(
             begin, keys.end(), [](const Key& a, const Key& b) { return a.name == b.name; });
@@ -167,8 +167,8 @@ private:
     }
 
     Text text;
-    std::vector<Key> keys; ///< of the open objects, outermost first
-    std::vector<Container> open;
+    QVarLengthArray<Key, 32> keys; ///< of the open objects, outermost first
+    QVarLengthArray<Container, 16> open;
     std::string unescaped;
 };
 
