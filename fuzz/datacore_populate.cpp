@@ -1,7 +1,8 @@
 // JSON from a peer, read into a tree with leaves of every class: first a byte of flags, then a path
 // and a line feed, then the JSON text. Whatever it is, each node answers, has a JSON form and a
 // path that leads to it, stands in the change list once at most, and reading the tree's own form
-// back changes nothing. Text that is taken as plain holds what the parser finds in it.
+// back changes nothing. Text that is taken as plain holds what the parser finds in it, and
+// gives a tree the same.
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
@@ -103,6 +104,24 @@ void checkPlain(const QByteArray& text, const QJsonDocument& document)
     }
 }
 
+/// Plain text gives a tree what its JSON object gives it.
+void checkPlainRead(const QByteArray& content, bool justData)
+{
+    const QByteArray text = "{\"json\":{\"root\":" + content + "}}";
+    PlainJsonIndex index;
+    if (!index.read(text.constData(), text.size())) {
+        return;
+    }
+    const PlainJsonValue json = index.find(text.constData(), QLatin1String("json"));
+    Tree tree;
+    require(tree.populateFromPlainJson(json, justData));
+    Tree expected;
+    DatacoreJsonMessages messages;
+    require(
+        expected.populateFromJson(QString(), json.toJsonValue().toObject(), justData, messages));
+    require(write(tree) == write(expected));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -117,6 +136,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray text = bytes.mid(lineEnd);
     const QJsonDocument document = parseJson(text);
     checkPlain(text, document);
+    checkPlainRead(text.trimmed(), flags & Flag_JustData);
 
     Tree tree;
     DatacoreJsonMessages messages;

@@ -38,9 +38,14 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
     leaf.setData(strings({"TRUE", "true", "x", "false"}));
     CHECK(reasons(leaf) == std::vector<int>{10});
     CHECK(leaf.getDataBools() == std::deque<bool>{false, true, false, false});
+    leaf.setDataBools({true, false});
+    CHECK(leaf.getDataList() == strings({"true", "false"}));
+    leaf.setDataBool(false);
+    CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBools({});
     CHECK(leaf.isValid());
     CHECK_FALSE(leaf.getDataBool());
+    CHECK(DatacoreBool(name(), nullptr, true).getDataBool());
     const std::deque<bool> flags{true, false, true};
     transfer(DatacoreBool(name(), nullptr, flags), leaf);
     CHECK(leaf.getDataBools() == flags);
@@ -78,7 +83,8 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
     CHECK(reasons(leaf) == std::vector<int>{20, 20});
     CHECK(leaf.getDataPoints(ok) == std::deque<QPoint>{{0, 0}, {5, 6}, {0, 0}});
     CHECK_FALSE(ok);
-    leaf.setDataPoints({{5, 6}, {7, 8}});
+    leaf.setDataPoints({{5, 6}, {7, -8}});
+    CHECK(leaf.getDataList() == strings({"5,6", "7,-8"}));
     CHECK(leaf.isValid());
     leaf.setDataPoints({});
     CHECK(leaf.isValid());
@@ -105,9 +111,14 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
     leaf.setDataMacAddressSegmentsArray({EXAMPLE, {1, 2, 3, 4, 5, 6}});
     CHECK(leaf.getDataMacAddressStringArray(ok) ==
           strings({"00:15:E9:2B:99:3C", "01:02:03:04:05:06"}));
-    CHECK(leaf.getDataMacAddressSegmentsArray(ok).size() == 2);
+    CHECK(leaf.getDataMacAddressSegmentsArray(ok) ==
+          std::deque<Octets>{EXAMPLE, {1, 2, 3, 4, 5, 6}});
     CHECK(ok);
     CHECK(leaf.isValid());
+    leaf.setDataMacAddressStringArray(strings({"10-20-30-40-50-60", "0-0-0-0-0-9"}), Base_Decimal,
+                                      '-');
+    CHECK(leaf.getDataMacAddressStringArray(ok, Base_Decimal, '.') ==
+          strings({"10.20.30.40.50.60", "0.0.0.0.0.9"}));
 }
 
 TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")

@@ -68,8 +68,11 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
     CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
     CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
-    CHECK(limits.getMinimumValue() == std::numeric_limits<T>::lowest());
-    CHECK(limits.getMaximumValue() == std::numeric_limits<T>::max());
+    for (const DatacoreNumberLimits<T>* leaf :
+         {&limits, static_cast<const DatacoreNumberLimits<T>*>(&setLimits)}) {
+        CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
+        CHECK(leaf->getMaximumValue() == std::numeric_limits<T>::max());
+    }
 }
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
@@ -210,6 +213,11 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
     using T = TestType;
     DatacoreNumberLimits<T> leaf(name(), nullptr, T(5), T(10));
     CHECK(reasons(leaf) == std::vector<int>{5}); // 0 lies outside from the start
+    CHECK(leaf.getMinimumValue() == T(5));
+    CHECK(leaf.getMaximumValue() == T(10));
+    CHECK(reasons(DatacoreNumberSetLimits<T>(name(), nullptr, T(5), T(10))) == std::vector<int>{5});
+    CHECK(reasons(DatacoreNumberLimits<T>(name(), nullptr, T(5), T(10), {11, 10, 4})) ==
+          std::vector<int>{4, 5});
     leaf.setDataNumbers({5, 10});
     CHECK(leaf.isValid());
     leaf.setDataNumbers({11, 12, 13});

@@ -176,7 +176,8 @@ TEST_CASE("A tree takes the same from plain text as from its JSON object", "[dat
     int takenCount = 0;
     for (int i = 0; i < 5000; ++i) {
         const QByteArray content = texts.make();
-        const QByteArray text = "{\"root\":" + content + (i % 16 == 0 ? ",\"second\":1}" : "}");
+        const QByteArray text = (i % 16 == 1 ? "{\"other\":" : "{\"root\":") + content +
+                                (i % 16 == 0 ? ",\"second\":1}" : "}");
         PlainJsonIndex index;
         const QByteArray outer = "{\"json\":" + text + '}';
         if (!index.read(outer.constData(), outer.size())) {
