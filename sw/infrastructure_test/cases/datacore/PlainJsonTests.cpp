@@ -99,13 +99,23 @@ QByteArray nested(int depth)
     return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + '}';
 }
 
-/// Answers for all of its class.
+/// Has reasons for either status, and keeps those that it receives.
 struct Tree : DatacoreBase
 {
     Tree()
         : DatacoreBase(QStringLiteral("root"), nullptr)
     {
+        static const QJsonObject reasons = parseObject(
+            R"({"root": {"reasonsForBeingInactive": [{"DatacoreActiveStatusMessage": {},
+                                                      "MessageBase": {"identifier": 5}}],
+                         "reasonsForBeingInvalid": [{"DatacoreValidStatusMessage": {},
+                                                     "MessageBase": {"identifier": 4}}]}})");
+        DatacoreJsonMessages messages;
+        populateFromJson(QString(), reasons, false, messages);
     }
+    void updateValidStatus(DatacoreValidStatusMessages&) override {}
+    void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
+
     DatacoreBool flag{QStringLiteral("flag"), this};
     DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
     DatacoreBool unnamed{QString(), this};

@@ -47,33 +47,37 @@ TEST_CASE("An object with a key twice is bad text at any depth", "[utility]")
              R"({"\a\/\"":1,"\u0061/\u0022":2})", // a needless backslash is none
              R"({"\b\f\n\r\t\\":1,"\u0008\u000C\u000a\u000D\u0009\u005c":2})",
              R"({"é":1,"\u00E9":2})", R"({"日":1,"\u65e5":2})", R"({"🎥":1,"\ud83c\uDFA5":2})",
+             "{\"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\":1,"
+             "\"\\u007f\\u0080\\u07ff\\u0800\\uffff\":2}", // the edges of UTF-8's lengths
              R"({"a\ud83c":1,"a\uD83C":2})", R"({"a\u0000b":1,"a\u0000b":2})",
              R"({"x":{"a":[1],"a":[2]}, but no more)", // the parser would have kept the inner one
          }) {
         CAPTURE(text);
         CHECK(isRefused(text));
     }
-    for (const char* text : {
-             "",
-             "null",
-             R"({"a":{"a":[{"a":1},{"a":1}]},"b":"a","c":["a","a"],"A":"\",\"a\":"})",
-             R"({"\\u0061":1,"a":2,"\u0061b":3,"a\u0000":4,"\u0161":5,"\u1061":6})",
-             R"({"\ud83c":1,"\udfa5":2,"\ud83c\udfa5":3,"\udfa5\ud83c":4,"\ud83cX":5,"\ud83cu":6})",
-             R"({"\b":1,"b":2,"\f":3,"f":4,"\n":5,"n":6,"\r":7,"r":8,"\t":9,"t":10})",
-             R"({"a":1,"a")",
-             R"({"a":1,"a":2])",
-             R"({"a":1 "a":2})",
-             R"({"a\)",
-             R"({"\u)",
-             R"(]{"a":1,"a":1})",
-             R"({} {"a":1,"a":1})",
-         }) {
+    for (
+        const char* text : {
+            "",
+            "null",
+            R"({"a":{"a":[{"a":1},{"a":1}]},"b":"a","c":["a","a"],"A":"\",\"a\":"})",
+            R"({"\\u0061":1,"a":2,"\u0061b":3,"a\u0000":4,"\u0161":5,"\u1061":6})",
+            R"({"\ud83c":1,"\udfa5":2,"\ud83c\udfa5":3,"\udfa5\ud83c":4,"\ud83cX":5,"\ud83cXudfa5":6})",
+            R"({"\b":1,"b":2,"\f":3,"f":4,"\n":5,"n":6,"\r":7,"r":8,"\t":9,"t":10})",
+            R"({"a":1,"a")",
+            R"({"a":1,"a":2])",
+            R"({"a":1 "a":2})",
+            R"({"a\)",
+            R"({"\u)",
+            R"(]{"a":1,"a":1})",
+            R"({} {"a":1,"a":1})",
+        }) {
         CAPTURE(text);
         CHECK_FALSE(isRefused(text));
     }
     for (const char* deep : {"[", "{\"a\":", "[{\"a\":"}) {
         CHECK_FALSE(isRefused(QByteArray(deep).repeated(100000)));
     }
+    CHECK(isRefused(QByteArray(1023, '[') + R"({"a":1,"a":2})")); // the deepest that is parsed
     QByteArray many = "{\"x\":0";
     for (int i = 200000; i > 0; --i) {
         many += ",\"" + QByteArray::number(i) + "\":[]";
