@@ -310,7 +310,7 @@ bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justDa
 }
 
 /// Takes what stands under the node's name, and then updates once. With the key there, no element
-/// fails.
+/// fails. What is no object counts as an empty one.
 template <typename Object>
 void DatacoreBase::readNode(const Object& object, bool justData)
 {
@@ -377,7 +377,7 @@ void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int ke
 
 void DatacoreBase::readChildren(const PlainJsonValue& object, bool justData, int keysLeft)
 {
-    if (!children || keysLeft == 0) {
+    if (!children || keysLeft == 0 || !object.isObject()) {
         return;
     }
     for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {

@@ -18,6 +18,10 @@
 template <typename T>
 class DatacoreNumber : public DatacoreBase
 {
+    static_assert(IS_DATACORE_NUMBER_TYPE<T>,
+                  "DatacoreNumber<T> takes short, int, long, long long, unsigned short, unsigned "
+                  "int, unsigned long, unsigned long long, float and double");
+
 public:
     /// DatacoreNumber<int> => "DatacoreInt32", by the size of T.
     static QString CLASSNAME();

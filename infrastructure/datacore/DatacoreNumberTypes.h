@@ -22,3 +22,12 @@
     ROW(unsigned long long, "UInt64")                                                              \
     ROW(float, "Float")                                                                            \
     ROW(double, "Double")
+
+/// True for those types.
+template <typename T>
+constexpr bool IS_DATACORE_NUMBER_TYPE = false;
+#define DATACORE_TAKE_TYPE(TYPE, NAME)                                                             \
+    template <>                                                                                    \
+    inline constexpr bool IS_DATACORE_NUMBER_TYPE<TYPE> = true;
+DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_TAKE_TYPE)
+#undef DATACORE_TAKE_TYPE

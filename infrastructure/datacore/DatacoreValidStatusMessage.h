@@ -17,10 +17,14 @@ public:
         MessageContent_DatacoreValueNotConvertableToIntegralValue = 6,
         MessageContent_DatacoreValueNotConvertableToFloatingPointValue = 7,
         MessageContent_DatacoreValueNotConvertableToBoolean = 10,
+        MessageContent_DatacoreValueNotConvertableToGrandmasterInfo = 15,
         MessageContent_DatacoreValueNotConvertableToDesiredType = 20,
         MessageContent_DatacoreContainsDuplicateValues = 23,
         MessageContent_DatacoreValueNotConvertableToVideoStandard = 29,
+        MessageContent_DatacoreValueNotConvertableToVideoStandard2110 = 30,
         MessageContent_InvalidMacAddress = 32,
+        MessageContent_VideoStandard2110ParamsInvalid = 43,
+        MessageContent_PacketsPerMarkerBitNotStable = 44,
     };
 
     static QLatin1String CLASSNAME() { return QLatin1String("DatacoreValidStatusMessage"); }

@@ -1,5 +1,6 @@
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
 
+#include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
 
@@ -8,10 +9,19 @@ namespace {
 using Standard = DatacoreVideoStandard::Standard;
 using Standards = DatacoreVideoStandard::Standards;
 
+/// The log tells of what the text can't hold.
 QString toText(const Standard& standard)
 {
-    return standard ? getPayloadIdentifierText(standard->getPrimaryIdentifier()->getRawValue())
-                    : QString();
+    if (standard == nullptr) {
+        return QString();
+    }
+    const auto& identifier = standard->getPrimaryIdentifier();
+    const QString text = getPayloadIdentifierText(identifier->getRawValue());
+    if (standard->isSquareDivision()) {
+        VELLOG_ERR() << "Video standard " << standard->getDescription() << " is held as " << text
+                     << ", " << identifier->getDescription(true);
+    }
+    return text;
 }
 
 std::deque<QString> toTexts(const Standards& standards)

@@ -11,7 +11,8 @@
 /// makes the leaf invalid, with one message (Error, 29) for each.
 ///
 /// The text tells one identifier, so the record that is read has all links of its interface, but no
-/// square division.
+/// square division. One that is written is held as its first quadrant, and a log line at level err
+/// names both.
 class DatacoreVideoStandard : public DatacoreBase
 {
 public:

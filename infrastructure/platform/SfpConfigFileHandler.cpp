@@ -2,10 +2,10 @@
 
 #include "infrastructure/platform/Machine.h"
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/ParseJson.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <fcntl.h>
@@ -90,7 +90,7 @@ int SfpConfigFileHandler::fileRevision() const
     if (!file.isOpen() || !file.readAll(data, MOST_FILE_BYTES)) {
         return -1;
     }
-    const QJsonObject root = QJsonDocument::fromJson(data).object();
+    const QJsonObject root = parseJson(data).object();
     return root.value(QLatin1String("configRevision")).toInt(-1);
 }
 

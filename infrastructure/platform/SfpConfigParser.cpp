@@ -1,8 +1,7 @@
 #include "infrastructure/platform/SfpConfigParser.h"
 
 #include "infrastructure/utility/Log.h"
-
-#include <QJsonDocument>
+#include "infrastructure/utility/ParseJson.h"
 
 #include <algorithm>
 #include <limits>
@@ -151,7 +150,7 @@ SfpConfigParser::SfpConfigParser(const QString& boardIdText, unsigned boardNumbe
 
 bool SfpConfigParser::parse(const QByteArray& data, std::vector<SupportedSfp>& sfps) const
 {
-    const QJsonDocument document = QJsonDocument::fromJson(data);
+    const QJsonDocument document = parseJson(data);
     if (!document.isObject()) {
         VELLOG_ERR() << "Invalid JSON file for supported sfps";
         return false;

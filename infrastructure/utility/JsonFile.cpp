@@ -1,9 +1,9 @@
 #include "infrastructure/utility/JsonFile.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/ParseJson.h"
 
 #include <QFile>
-#include <QJsonDocument>
 #include <QJsonParseError>
 
 bool loadJsonFile(const QString& path, QJsonObject& out)
@@ -33,7 +33,7 @@ bool loadJsonFile(const QString& path, QJsonObject& out)
     }
 
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const QJsonDocument document = parseJson(text, &error);
     if (document.isNull()) {
         VELLOG_ERR() << "JSON file badly formed: " << error.errorString()
                      << " at: " << error.offset;

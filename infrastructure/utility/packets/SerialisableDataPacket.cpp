@@ -2,6 +2,7 @@
 
 #include "infrastructure/datacore/JsonText.h"
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/ParseJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -35,7 +36,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QString& className)
 SerialisableDataPacket::SerialisableDataPacket(const QByteArray& jsonText, QJsonParseError* error)
 {
     QJsonParseError parseError;
-    json = QJsonDocument::fromJson(jsonText, &parseError).object();
+    json = parseJson(jsonText, &parseError).object();
     if (parseError.error != QJsonParseError::NoError) {
         VELLOG_INFO() << "SerialisablePacket failed to parse packet: " << parseError.errorString();
     }
@@ -98,9 +99,10 @@ void SerialisableDataPacket::parseText() const
 {
     const QLatin1String text = getText();
     QJsonParseError error;
-    json = QJsonDocument::fromJson(
-               text.isEmpty() ? QByteArray() : QByteArray::fromRawData(text.data(), text.size()),
-               &error)
+    const QByteArray bytes =
+        text.isEmpty() ? QByteArray() : QByteArray::fromRawData(text.data(), text.size());
+    json = (form == Form::PlainText ? QJsonDocument::fromJson(bytes, &error) // no key comes twice
+                                    : parseJson(bytes, &error))
                .object();
     if (error.error != QJsonParseError::NoError) {
         VELLOG_INFO() << "SerialisablePacket failed to parse packet " << error.errorString();

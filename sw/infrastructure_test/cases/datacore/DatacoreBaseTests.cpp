@@ -2,35 +2,12 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/DatacoreNumber.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <memory>
+#include <QJsonArray>
 
 namespace {
-
-QJsonObject parse(const QByteArray& text)
-{
-    QJsonParseError error;
-    const QJsonObject json = QJsonDocument::fromJson(text, &error).object();
-    REQUIRE(error.error == QJsonParseError::NoError);
-    return json;
-}
-
-QByteArray toText(const QJsonObject& json)
-{
-    return QJsonDocument(json).toJson(QJsonDocument::Compact);
-}
-
-QJsonObject write(const DatacoreBase& node, const char* path, bool justData, bool withChildren)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    REQUIRE(node.appendToJson(QLatin1String(path), json, justData, withChildren, messages));
-    REQUIRE(messages.isEmpty());
-    return json;
-}
 
 bool read(DatacoreBase& node, const char* path, const QJsonObject& json, bool justData = false)
 {
@@ -159,8 +136,9 @@ TEST_CASE("A second child of a name is not reachable", "[datacore]")
 TEST_CASE("Reading takes what an object names and leaves the rest", "[datacore]")
 {
     SmallTree tree;
-    CHECK(read(tree.root, "",
-               parse(R"({"root": {"a": {"c": {"data": "30"}}, "unknown": {"data": 1}, "class": "X",
+    CHECK(read(
+        tree.root, "",
+        parseObject(R"({"root": {"a": {"c": {"data": "30"}}, "unknown": {"data": 1}, "class": "X",
                                   "data": ["7", "8"]}})")));
     CHECK(tree.c.getData() == QStringLiteral("30"));
     CHECK(tree.a.getData() == QStringLiteral("2"));
@@ -169,7 +147,7 @@ TEST_CASE("Reading takes what an object names and leaves the rest", "[datacore]"
     CHECK(tree.root.getClassName() == QStringLiteral("DatacoreBase"));
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.root, &tree.c});
 
-    CHECK(read(tree.root, "a", parse(R"({"a": {"data": "20", "c": {"data": null}}})"), true));
+    CHECK(read(tree.root, "a", parseObject(R"({"a": {"data": "20", "c": {"data": null}}})"), true));
     CHECK(tree.a.getData() == QStringLiteral("20"));
     CHECK(tree.c.getDataCount() == 0);
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.a, &tree.c});
@@ -179,13 +157,13 @@ TEST_CASE("Objects of another shape are refused or read as empty", "[datacore]")
 {
     SmallTree tree;
     const QJsonObject before = write(tree.root, "", false, true);
-    CHECK_FALSE(read(tree.root, "", parse("{}")));
-    CHECK_FALSE(read(tree.root, "", parse(R"({"a": {"data": "9"}})")));
-    CHECK_FALSE(read(tree.root, "", parse(R"({"a": {"data": "9"}, "root": {"data": "9"}})")));
-    CHECK_FALSE(read(tree.root, "a", parse(R"({"root": {"data": "9"}})")));
-    CHECK_FALSE(read(tree.root, "d", parse(R"({"d": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "", parseObject("{}")));
+    CHECK_FALSE(read(tree.root, "", parseObject(R"({"a": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "", parseObject(R"({"a": {"data": "9"}, "root": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "a", parseObject(R"({"root": {"data": "9"}})")));
+    CHECK_FALSE(read(tree.root, "d", parseObject(R"({"d": {"data": "9"}})")));
     for (const char* content : {"null", "5", "[]", R"("text")", R"({"a": 5, "b": [], "z": {}})"}) {
-        CHECK(read(tree.root, "", parse(QByteArray(R"({"root": )") + content + '}')));
+        CHECK(read(tree.root, "", parseObject(QByteArray(R"({"root": )") + content + '}')));
     }
     CHECK(write(tree.root, "", false, true) == before);
     CHECK(tree.root.takeChangedList().empty());
@@ -202,7 +180,7 @@ TEST_CASE("Names beyond ASCII are found and come back", "[datacore]")
     for (const QString& name : names) {
         nodes.push_back(std::make_unique<DatacoreBase>(name, &root, name));
     }
-    const QJsonObject json = parse(toText(write(root, "", true, true)));
+    const QJsonObject json = parseObject(toText(write(root, "", true, true)));
     for (const auto& node : nodes) {
         CHECK(root.findDatacore(node->getInstanceName()) == node.get());
         node->setData(QStringLiteral("other"));

@@ -4,9 +4,8 @@
 #include "infrastructure/datacore/DatacoreDataElement.h"
 #include "infrastructure/datacore/DatacoreValidStatusElement.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
-
-#include <QJsonDocument>
 
 #include <deque>
 
@@ -19,23 +18,6 @@ struct Owner : DatacoreElementPrivateInterface
     int populated = 0;
     int changedLocally = 0;
 };
-
-std::deque<QString> strings(std::initializer_list<const char*> texts)
-{
-    std::deque<QString> list;
-    for (const char* text : texts) {
-        list.push_back(QLatin1String(text));
-    }
-    return list;
-}
-
-QJsonObject parse(const QByteArray& text)
-{
-    QJsonParseError error;
-    const QJsonObject json = QJsonDocument::fromJson(text, &error).object();
-    REQUIRE(error.error == QJsonParseError::NoError);
-    return json;
-}
 
 } // namespace
 
@@ -116,7 +98,7 @@ TEST_CASE("Incoming data is a change where the values differ, and not where the 
         Owner owner;
         DatacoreDataElement element(owner, row.held);
         REQUIRE(element.getValues() == row.held);
-        const QJsonObject json = parse(QByteArray(R"({"data": )") + row.incoming + '}');
+        const QJsonObject json = parseObject(QByteArray(R"({"data": )") + row.incoming + '}');
         DatacoreJsonMessages messages;
         const LogCapture log;
         CHECK(element.populateFromJson(QString(), json, false, messages));
@@ -190,7 +172,7 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
         CHECK(owner.changedLocally == 1);
 
         DatacoreJsonMessages messages;
-        const QJsonObject json = parse(R"({"reasonsForBeingInvalid": )" + row.incoming + '}');
+        const QJsonObject json = parseObject(R"({"reasonsForBeingInvalid": )" + row.incoming + '}');
         CHECK(element.populateFromJson(QString(), json, true, messages));
         CHECK(owner.populated == 0); // not in the just-data form
         CHECK(element.populateFromJson(QString(), json, false, messages));
@@ -208,7 +190,7 @@ TEST_CASE("A class name is written, set, and never read", "[datacore]")
     Owner owner;
     DatacoreClassnameElement element(owner, QStringLiteral("A"));
     DatacoreJsonMessages messages;
-    CHECK(element.populateFromJson(QString(), parse(R"({"class": "B"})"), false, messages));
+    CHECK(element.populateFromJson(QString(), parseObject(R"({"class": "B"})"), false, messages));
     CHECK(element.getClassName() == QStringLiteral("A"));
     element.setClassName(QStringLiteral("A"));
     CHECK(owner.changedLocally == 0);

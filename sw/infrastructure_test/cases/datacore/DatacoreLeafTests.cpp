@@ -3,8 +3,7 @@
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <limits>
 #include <random>
@@ -16,36 +15,6 @@ using Octets = DatacoreMacAddress::Octets;
 QString name()
 {
     return QStringLiteral("leaf");
-}
-
-std::deque<QString> strings(std::initializer_list<const char*> texts)
-{
-    std::deque<QString> list;
-    for (const char* text : texts) {
-        list.push_back(QLatin1String(text));
-    }
-    return list;
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
-}
-
-void transfer(const DatacoreBase& from, DatacoreBase& to)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    REQUIRE(from.appendToJson(QString(), json, true, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
-    REQUIRE(to.populateFromJson(QString(), json, true, messages));
 }
 
 constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
@@ -69,9 +38,14 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
     leaf.setData(strings({"TRUE", "true", "x", "false"}));
     CHECK(reasons(leaf) == std::vector<int>{10});
     CHECK(leaf.getDataBools() == std::deque<bool>{false, true, false, false});
+    leaf.setDataBools({true, false});
+    CHECK(leaf.getDataList() == strings({"true", "false"}));
+    leaf.setDataBool(false);
+    CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBools({});
     CHECK(leaf.isValid());
     CHECK_FALSE(leaf.getDataBool());
+    CHECK(DatacoreBool(name(), nullptr, true).getDataBool());
     const std::deque<bool> flags{true, false, true};
     transfer(DatacoreBool(name(), nullptr, flags), leaf);
     CHECK(leaf.getDataBools() == flags);
@@ -109,7 +83,8 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
     CHECK(reasons(leaf) == std::vector<int>{20, 20});
     CHECK(leaf.getDataPoints(ok) == std::deque<QPoint>{{0, 0}, {5, 6}, {0, 0}});
     CHECK_FALSE(ok);
-    leaf.setDataPoints({{5, 6}, {7, 8}});
+    leaf.setDataPoints({{5, 6}, {7, -8}});
+    CHECK(leaf.getDataList() == strings({"5,6", "7,-8"}));
     CHECK(leaf.isValid());
     leaf.setDataPoints({});
     CHECK(leaf.isValid());
@@ -136,9 +111,14 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
     leaf.setDataMacAddressSegmentsArray({EXAMPLE, {1, 2, 3, 4, 5, 6}});
     CHECK(leaf.getDataMacAddressStringArray(ok) ==
           strings({"00:15:E9:2B:99:3C", "01:02:03:04:05:06"}));
-    CHECK(leaf.getDataMacAddressSegmentsArray(ok).size() == 2);
+    CHECK(leaf.getDataMacAddressSegmentsArray(ok) ==
+          std::deque<Octets>{EXAMPLE, {1, 2, 3, 4, 5, 6}});
     CHECK(ok);
     CHECK(leaf.isValid());
+    leaf.setDataMacAddressStringArray(strings({"10-20-30-40-50-60", "0-0-0-0-0-9"}), Base_Decimal,
+                                      '-');
+    CHECK(leaf.getDataMacAddressStringArray(ok, Base_Decimal, '.') ==
+          strings({"10.20.30.40.50.60", "0.0.0.0.0.9"}));
 }
 
 TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")

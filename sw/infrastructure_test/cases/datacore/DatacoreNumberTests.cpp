@@ -3,8 +3,7 @@
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <cmath>
 #include <limits>
@@ -19,28 +18,6 @@ namespace {
 QString name()
 {
     return QStringLiteral("number");
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
-}
-
-/// Writes one node to JSON text and reads another from it.
-void transfer(const DatacoreBase& from, DatacoreBase& to)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    REQUIRE(from.appendToJson(QString(), json, false, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
-    REQUIRE(to.populateFromJson(QString(), json, false, messages));
 }
 
 template <typename T>
@@ -91,8 +68,11 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
     CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
     CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
-    CHECK(limits.getMinimumValue() == std::numeric_limits<T>::lowest());
-    CHECK(limits.getMaximumValue() == std::numeric_limits<T>::max());
+    for (const DatacoreNumberLimits<T>* leaf :
+         {&limits, static_cast<const DatacoreNumberLimits<T>*>(&setLimits)}) {
+        CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
+        CHECK(leaf->getMaximumValue() == std::numeric_limits<T>::max());
+    }
 }
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
@@ -233,6 +213,11 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
     using T = TestType;
     DatacoreNumberLimits<T> leaf(name(), nullptr, T(5), T(10));
     CHECK(reasons(leaf) == std::vector<int>{5}); // 0 lies outside from the start
+    CHECK(leaf.getMinimumValue() == T(5));
+    CHECK(leaf.getMaximumValue() == T(10));
+    CHECK(reasons(DatacoreNumberSetLimits<T>(name(), nullptr, T(5), T(10))) == std::vector<int>{5});
+    CHECK(reasons(DatacoreNumberLimits<T>(name(), nullptr, T(5), T(10), {11, 10, 4})) ==
+          std::vector<int>{4, 5});
     leaf.setDataNumbers({5, 10});
     CHECK(leaf.isValid());
     leaf.setDataNumbers({11, 12, 13});

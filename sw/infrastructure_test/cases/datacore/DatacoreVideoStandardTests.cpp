@@ -3,8 +3,8 @@
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
 #include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 namespace {
 
@@ -13,18 +13,6 @@ using Standards = DatacoreVideoStandard::Standards;
 QString name()
 {
     return QStringLiteral("standard");
-}
-
-std::vector<int> reasons(const DatacoreBase& node)
-{
-    DatacoreValidStatusMessages messages;
-    node.isValid(messages);
-    std::vector<int> identifiers;
-    for (const auto& message : messages) {
-        CHECK(message.getType() == MessageBase::MessageType_Error);
-        identifiers.push_back(message.getIdentifier());
-    }
-    return identifiers;
 }
 
 DatacoreVideoStandard::Standard supported(const char* description)
@@ -85,13 +73,9 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
             written.push_back(standard);
         }
     }
-    QJsonObject json;
-    DatacoreJsonMessages messages;
     const DatacoreVideoStandard sender(name(), nullptr, written);
-    REQUIRE(sender.appendToJson(QString(), json, true, true, messages));
-    json = QJsonDocument::fromJson(QJsonDocument(json).toJson()).object();
     DatacoreVideoStandard receiver(name(), nullptr);
-    REQUIRE(receiver.populateFromJson(QString(), json, true, messages));
+    transfer(sender, receiver);
     const Standards read = receiver.getDataVideoStandards();
     REQUIRE(receiver.isValid());
     REQUIRE(read.size() == written.size());
@@ -132,4 +116,19 @@ TEST_CASE("Text that is no payload identifier makes one message each and gives n
                                             StandardFromPayloadIdentifier::Identifiers()));
     CHECK(reasons(unknown) == std::vector<int>{29});
     CHECK(unknown.getDataVideoStandard() == nullptr);
+}
+
+TEST_CASE("A square division is stored as its quadrant, and the log says so", "[datacore][video]")
+{
+    const auto division = createVideoStandard(0x89C98001, true);
+    const LogCapture log;
+    DatacoreVideoStandard leaf(name(), nullptr, division);
+    leaf.setDataVideoStandards({supported(P50), division});
+    const QString line =
+        QStringLiteral("error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
+                       "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    CHECK(log.lines() == QStringList{line, line});
+    CHECK(leaf.getDataAt(1) == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.isValid());
+    CHECK(*leaf.getDataVideoStandards()[1] == *supported(P50));
 }

@@ -2,8 +2,35 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
-#include <QJsonDocument>
+namespace {
+
+/// Invalid and inactive from the start where it has several values.
+struct Node : DatacoreBase
+{
+    explicit Node(const std::deque<QString>& values)
+        : DatacoreBase(QStringLiteral("na\"me"), nullptr, values)
+    {
+        initialiseStatus();
+    }
+    void updateValidStatus(DatacoreValidStatusMessages& reasons) override
+    {
+        reasons.clear();
+        if (getDataCount() > 1) {
+            reasons = {{MessageBase::MessageType_Error, 4}, {MessageBase::MessageType_Info, 7}};
+        }
+    }
+    void updateActiveStatus(DatacoreActiveStatusMessages& reasons) override
+    {
+        reasons.clear();
+        if (getDataCount() > 1) {
+            reasons = {{MessageBase::MessageType_Info, 5}};
+        }
+    }
+};
+
+} // namespace
 
 TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
 {
@@ -13,14 +40,13 @@ TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
           std::deque<QString>{QStringLiteral("a \"b\" \\ \n \u00e9 \U0001F3A5 \x01 \x7f")},
           std::deque<QString>{QString(QChar(0xD800))},
           std::deque<QString>{QStringLiteral("one"), QStringLiteral("t\"wo")}}) {
-        DatacoreBase node(QStringLiteral("na\"me"), nullptr, values);
+        const Node node(values);
+        CHECK(node.isValid() == (values.size() < 2));
+        CHECK(node.isActive() == (values.size() < 2));
         for (const bool justData : {true, false}) {
-            QJsonObject json;
-            DatacoreJsonMessages messages;
-            node.appendToJson(QString(), json, justData, false, messages);
             QByteArray text;
             node.appendToJsonText(text, justData);
-            CHECK(text == QJsonDocument(json).toJson(QJsonDocument::Compact));
+            CHECK(text == toText(write(node, "", justData)));
         }
     }
 }
@@ -30,10 +56,7 @@ TEST_CASE("A packet of a node is the packet of its JSON object", "[packets]")
     DatacoreBase node(QStringLiteral("node"), nullptr, QStringLiteral("5"));
     const QString path = QStringLiteral("root/node");
     for (const bool justData : {true, false}) {
-        QJsonObject json;
-        DatacoreJsonMessages messages;
-        node.appendToJson(QString(), json, justData, false, messages);
-
+        const QJsonObject json = write(node, "", justData);
         const DatacorePacket value(node, justData, path);
         CHECK(value.serialisePayload() == DatacorePacket(json, path).serialisePayload());
 

@@ -3,6 +3,7 @@
 #include "infrastructure/datacore/DatacoreValidStatusMessage.h"
 #include "infrastructure/datacore/MessageFactory.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QCryptographicHash>
@@ -13,11 +14,6 @@ namespace {
 QJsonValue parse(const QByteArray& text)
 {
     return QJsonDocument::fromJson('[' + text + ']').array().at(0);
-}
-
-QByteArray toText(const QJsonObject& json)
-{
-    return QJsonDocument(json).toJson(QJsonDocument::Compact);
 }
 
 /// All texts of a class in the form "4 Stored number is Oversized\n", for numbers up to 1000.

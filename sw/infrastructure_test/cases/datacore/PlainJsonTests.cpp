@@ -3,6 +3,7 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/PlainJson.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -39,7 +40,7 @@ class Texts
 public:
     QByteArray make()
     {
-        const QByteArray whole = object(3);
+        const QByteArray whole = pick(8) == 0 ? '[' + object(1) + ']' : object(3);
         if (pick(3) != 0) {
             return whole;
         }
@@ -98,24 +99,27 @@ QByteArray nested(int depth)
     return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + '}';
 }
 
-/// Answers for all of its class.
+/// Has reasons for either status, and keeps those that it receives.
 struct Tree : DatacoreBase
 {
     Tree()
         : DatacoreBase(QStringLiteral("root"), nullptr)
     {
+        static const QJsonObject reasons = parseObject(
+            R"({"root": {"reasonsForBeingInactive": [{"DatacoreActiveStatusMessage": {},
+                                                      "MessageBase": {"identifier": 5}}],
+                         "reasonsForBeingInvalid": [{"DatacoreValidStatusMessage": {},
+                                                     "MessageBase": {"identifier": 4}}]}})");
+        DatacoreJsonMessages messages;
+        populateFromJson(QString(), reasons, false, messages);
     }
+    void updateValidStatus(DatacoreValidStatusMessages&) override {}
+    void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
+
     DatacoreBool flag{QStringLiteral("flag"), this};
     DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
+    DatacoreBool unnamed{QString(), this};
 };
-
-QJsonObject write(const DatacoreBase& node)
-{
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    node.appendToJson(QString(), json, false, true, messages);
-    return json;
-}
 
 } // namespace
 
@@ -182,7 +186,8 @@ TEST_CASE("A tree takes the same from plain text as from its JSON object", "[dat
     int takenCount = 0;
     for (int i = 0; i < 5000; ++i) {
         const QByteArray content = texts.make();
-        const QByteArray text = "{\"root\":" + content + (i % 16 == 0 ? ",\"second\":1}" : "}");
+        const QByteArray text = (i % 16 == 1 ? "{\"other\":" : "{\"root\":") + content +
+                                (i % 16 == 0 ? ",\"second\":1}" : "}");
         PlainJsonIndex index;
         const QByteArray outer = "{\"json\":" + text + '}';
         if (!index.read(outer.constData(), outer.size())) {

@@ -1,0 +1,20 @@
+// A leaf of the state tree that holds what a PTP grandmaster says of itself.
+#pragma once
+
+#include "infrastructure/datacore/leaves/DatacoreRecordLeaf.h"
+#include "infrastructure/ptp/GrandmasterInfo.h"
+
+/// A value is the fifteen fields of the data set, joined by commas:
+///
+///   8376079548036182,128,6,33,20061,128,1,32,37,true,false,false,true,true,true
+///
+/// Text of another form is kept and makes the leaf invalid, with one message (Error, 15) for each.
+class DatacoreGrandmasterInfo : public DatacoreRecordLeaf<Tessorn::IpTypes::GrandmasterInfo>
+{
+public:
+    static QString CLASSNAME() { return QStringLiteral("DatacoreGrandmasterInfo"); }
+
+    /// No value where no records are given.
+    DatacoreGrandmasterInfo(const QString& name, DatacoreBase* parentNode,
+                            const Records& initialRecords = {});
+};
