@@ -3,7 +3,9 @@
 //   VELLOG_INFO() << "Running " << name;
 //   VELLOG_ERR() << "Incoming buffer size " << size << " Discarding raw data packets";
 //
-// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere.
+// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere. What comes
+// from files and peers can't forge a line: a control character is written as "\n", "\x1B" and so
+// on, other text as it is.
 #pragma once
 
 #include <fmt/format.h>
@@ -42,6 +44,9 @@ public:
     /// True when there is a logger and it takes this level.
     explicit operator bool() const { return logger != nullptr; }
 
+    /// The text, "(null)" for a null pointer.
+    LogLine& operator<<(const char* text);
+    LogLine& operator<<(char* text) { return *this << static_cast<const char*>(text); }
     /// The text as UTF-8.
     LogLine& operator<<(const QString& text);
     LogLine& operator<<(QLatin1String text);
