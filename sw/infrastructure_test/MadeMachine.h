@@ -62,6 +62,7 @@ public:
     QByteArray resource; ///< null for the real ones
 
     int open(const std::string& path, int flags, mode_t mode) override;
+    int openRegular(const std::string& path) override;
     int close(int descriptor) override;
     ssize_t write(int descriptor, const void* data, std::size_t sizeBytes) override;
     int ioctl(int descriptor, unsigned long request, void* argument) override;
@@ -83,6 +84,8 @@ private:
 
     explicit MadeMachine(std::unique_ptr<QTemporaryDir> root);
     static std::string take(std::FILE* stream, Text& text);
+    bool mayOpen(const std::string& path) const;
+    int keepPath(int descriptor, const std::string& path);
     Flash* flashOf(int descriptor);
     ssize_t writeFlash(Flash& flash, int descriptor, const char* data, std::size_t sizeBytes);
     int eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64_t length);

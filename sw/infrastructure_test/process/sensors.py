@@ -184,11 +184,13 @@ def configuration(program):
     check(printer.readings["adt7473in2_inputrenamed"]["value"] == 6.6,
           "the configuration file is used")
     printer.end()
-    result = subprocess.run([program, "0", "/sys/class/none.conf"], capture_output=True, text=True,
-                            timeout=60, check=False)
-    check(result.returncode == 1 and
-          result.stdout == "error: Could not open sensors configuration file\n",
-          "a configuration file that is not there is an error", result.stdout)
+    os.mkfifo("/sys/class/pipe.conf")
+    for path in ("/sys/class/none.conf", "/sys/class/pipe.conf"):
+        result = subprocess.run([program, "0", path], capture_output=True, text=True, timeout=60,
+                                check=False)
+        check(result.returncode == 1 and
+              result.stdout == "error: Could not open sensors configuration file\n",
+              f"{path} is an error", result.stdout)
 
 
 def main(program):
