@@ -166,6 +166,12 @@ int MadeMachine::eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64
     return 0;
 }
 
+int MadeMachine::sync(int descriptor)
+{
+    syncs.push_back(openPaths[descriptor]);
+    return Machine::sync(descriptor);
+}
+
 int MadeMachine::ioctl(int descriptor, unsigned long request, void* argument)
 {
     if (Flash* flash = flashOf(descriptor)) {

@@ -54,6 +54,7 @@ public:
     int ownerFailure = 0;                      ///< errno of a change of owner
     std::set<std::string> users = {"veluser"}; ///< those that there are, user 1000 of group 100
     std::vector<std::string> ownerChanges;     ///< "path user group"
+    std::vector<std::string> syncs;            ///< paths
     std::vector<std::string> programs;         ///< that were run
     int programResult = 0;
     std::vector<std::string> ioctls; ///< of the watchdog
@@ -65,6 +66,7 @@ public:
     int openRegular(const std::string& path) override;
     int close(int descriptor) override;
     ssize_t write(int descriptor, const void* data, std::size_t sizeBytes) override;
+    int sync(int descriptor) override;
     int ioctl(int descriptor, unsigned long request, void* argument) override;
     int status(const std::string& path, struct stat& result) override;
     int rename(const std::string& from, const std::string& to) override;

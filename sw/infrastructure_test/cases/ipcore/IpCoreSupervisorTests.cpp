@@ -44,6 +44,13 @@ private:
     uint32_t instance;
 };
 
+/// Makes its passes on the thread that asks for them.
+struct OnePass : IpCoreSupervisor
+{
+    using IpCoreSupervisor::IpCoreSupervisor;
+    using IpCoreSupervisor::supervisorLoopStep;
+};
+
 /// Waits for the next message; null where none comes for long.
 std::unique_ptr<IpCoreMessageBase> waitForMessage(IpCoreMessageSource& source)
 {
@@ -161,11 +168,6 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
                 getIpCoreId(), getIpCoreInstance()));
         }
     };
-    struct OnePass : IpCoreSupervisor
-    {
-        using IpCoreSupervisor::IpCoreSupervisor;
-        using IpCoreSupervisor::supervisorLoopStep;
-    };
     IpCoreMessageExchange in("in", 8, 100);
     IpCoreMessageExchange out("out", 8, 100);
     Generator a(2, 0);
@@ -240,11 +242,6 @@ TEST_CASE("A processor that throws is named in the log and the pass goes on", "[
             throw std::runtime_error("no register");
         }
         bool keeps = true;
-    };
-    struct OnePass : IpCoreSupervisor
-    {
-        using IpCoreSupervisor::IpCoreSupervisor;
-        using IpCoreSupervisor::supervisorLoopStep;
     };
     IpCoreMessageExchange in("in", 8, 100);
     IpCoreMessageExchange out("out", 8, 100);

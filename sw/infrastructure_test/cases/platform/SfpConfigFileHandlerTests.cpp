@@ -58,6 +58,7 @@ TEST_CASE("A fresh system gets its directory and its file from the program", "[p
     CHECK(machine.readFile(PATH) == sfpHandler.defaultConfig());
     CHECK(machine.ownerChanges == std::vector<std::string>{PATH + " 1000 100"});
     CHECK(filesIn(machine) == QStringList{FILE_NAME});
+    CHECK(machine.syncs == std::vector<std::string>{PATH + ".tmp", DIRECTORY.toStdString()});
     CHECK(log.contains(QStringLiteral("info: Directory /home/sfp/config could not be found. "
                                       "Attempting to create it.")));
     CHECK(log.contains(QStringLiteral("info: Successfully created directory /home/sfp/config.")));
