@@ -7,8 +7,8 @@
 
 #include <QJsonDocument>
 
-#include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -20,11 +20,6 @@ spdlog::level::level_enum toSpdlog(LogLevel level)
     return static_cast<spdlog::level::level_enum>(level);
 }
 
-void append(fmt::memory_buffer& line, const QByteArray& bytes)
-{
-    line.append(bytes.constData(), bytes.constData() + bytes.size());
-}
-
 /// C0 and DEL.
 bool isControl(char character)
 {
@@ -33,42 +28,28 @@ bool isControl(char character)
 }
 
 /// The first byte of a control character, C1 in UTF-8 (C2 80 to C2 9F) included, or the end.
-const char* findControl(const char* from, const char* end)
+const char* findControl(const char* from, const char* end, bool withLineFeeds)
 {
-    return std::find_if(from, end, [end](const char& character) {
-        return isControl(character) ||
-               (character == '\xC2' && &character + 1 != end &&
-                (static_cast<unsigned char>(*(&character + 1)) & 0xE0) == 0x80);
-    });
+    for (; from != end; ++from) {
+        if (isControl(*from) ? withLineFeeds || *from != '\n'
+                             : *from == '\xC2' && from + 1 != end &&
+                                   (static_cast<unsigned char>(from[1]) & 0xE0) == 0x80) {
+            break;
+        }
+    }
+    return from;
 }
 
-/// The line with an escape in place of each control character.
-fmt::memory_buffer escaped(const char* from, const char* end)
+void appendEscape(fmt::memory_buffer& text, char control)
 {
-    fmt::memory_buffer text;
-    for (const char* next = from; next != end;) {
-        const char* control = findControl(next, end);
-        text.append(next, control);
-        if (control == end) {
-            break;
-        }
-        control += *control == '\xC2' ? 1 : 0;
-        switch (*control) {
-        case '\t':
-            text.append(std::string_view("\\t"));
-            break;
-        case '\n':
-            text.append(std::string_view("\\n"));
-            break;
-        case '\r':
-            text.append(std::string_view("\\r"));
-            break;
-        default:
-            fmt::format_to(fmt::appender(text), "\\x{:02X}", static_cast<unsigned char>(*control));
-        }
-        next = control + 1;
+    constexpr std::string_view named = "\tt\nn\rr";
+    const std::size_t found = named.find(control);
+    if (found != std::string_view::npos) {
+        const char escape[] = {'\\', named[found + 1]};
+        text.append(escape, escape + sizeof escape);
+    } else {
+        fmt::format_to(fmt::appender(text), "\\x{:02X}", static_cast<unsigned char>(control));
     }
-    return text;
 }
 
 } // namespace
@@ -84,27 +65,21 @@ LogLine::LogLine(LogLevel lineLevel)
 
 LogLine::~LogLine()
 {
-    if (!logger) {
-        return;
+    if (logger) {
+        logger->log(toSpdlog(level), spdlog::string_view_t(line.data(), line.size()));
     }
-    const char* const end = line.data() + line.size();
-    if (findControl(line.data(), end) != end) {
-        line = escaped(line.data(), end);
-    }
-    logger->log(toSpdlog(level), spdlog::string_view_t(line.data(), line.size()));
 }
 
 LogLine& LogLine::operator<<(const char* text)
 {
     const std::string_view shown = text ? text : "(null)";
-    line.append(shown.data(), shown.data() + shown.size());
+    append(shown.data(), shown.size());
     return *this;
 }
 
 LogLine& LogLine::operator<<(const QString& text)
 {
-    append(line, text.toUtf8());
-    return *this;
+    return *this << text.toUtf8();
 }
 
 LogLine& LogLine::operator<<(QLatin1String text)
@@ -114,17 +89,44 @@ LogLine& LogLine::operator<<(QLatin1String text)
 
 LogLine& LogLine::operator<<(const QByteArray& bytes)
 {
-    append(line, bytes);
+    append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     return *this;
 }
 
 LogLine& LogLine::operator<<(const QJsonObject& object)
 {
-    append(line, QJsonDocument(object).toJson(QJsonDocument::Compact));
-    return *this;
+    return *this << QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 LogLine& LogLine::operator<<(const QStringList& strings)
 {
     return *this << strings.join(QLatin1String(", "));
+}
+
+void LogLine::append(const char* text, std::size_t size)
+{
+    const std::size_t start = line.size();
+    line.append(text, text + size);
+    escapeFrom(start);
+}
+
+void LogLine::escapeFrom(std::size_t start, bool withLineFeeds)
+{
+    const char* const end = line.data() + line.size();
+    const char* control = findControl(line.data() + start, end, withLineFeeds);
+    if (control == end) {
+        return;
+    }
+    fmt::memory_buffer text;
+    for (const char* next = line.data(); next != end;) {
+        text.append(next, control);
+        if (control == end) {
+            break;
+        }
+        control += *control == '\xC2' ? 1 : 0;
+        appendEscape(text, *control);
+        next = control + 1;
+        control = findControl(next, end, withLineFeeds);
+    }
+    line = std::move(text);
 }

@@ -15,7 +15,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
 #include <memory>
+#include <string_view>
+#include <type_traits>
 
 namespace spdlog {
 class logger;
@@ -57,15 +60,26 @@ public:
     /// The strings, joined by ", ".
     LogLine& operator<<(const QStringList& strings);
 
-    /// Anything that fmt formats with "{}": numbers, text, packets.
+    /// Anything that fmt formats with "{}": numbers, text, packets. What is no text keeps the line
+    /// feeds of its layout: those of a packet's indented JSON.
     template <typename T>
     LogLine& operator<<(const T& value)
     {
+        const std::size_t start = line.size();
         fmt::format_to(fmt::appender(line), "{}", value);
+        if constexpr (!std::is_arithmetic_v<T> || std::is_same_v<T, char>) {
+            constexpr bool isText =
+                std::is_same_v<T, char> || std::is_convertible_v<const T&, std::string_view>;
+            escapeFrom(start, isText);
+        }
         return *this;
     }
 
 private:
+    /// Escapes the control characters from there on, line feeds too or all others.
+    void escapeFrom(std::size_t start, bool withLineFeeds = true);
+    void append(const char* text, std::size_t size);
+
     std::shared_ptr<spdlog::logger> logger; ///< null when the line is not wanted
     LogLevel level;
     fmt::memory_buffer line;

@@ -18,7 +18,10 @@ TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
     VELLOG_WARN() << packet;
     VELLOG_CRITICAL() << QString();
     char text[] = "text";
-    VELLOG_INFO() << static_cast<const char*>(nullptr) << static_cast<char*>(nullptr) << text;
+    VELLOG_INFO() << static_cast<const char*>(nullptr) << static_cast<char*>(nullptr) << text
+                  << '\n'
+                  << std::string("\nb") << std::string_view("\nv")
+                  << QStringList{QStringLiteral("\n")} << "\n";
     // What could end the line or drive a terminal (C0, DEL, C1); backslashes and other text stay.
     VELLOG_INFO() << QByteArray("\0\x01\t\n\r\x1B[2J\x1F \x7E\x7F", 13)
                   << QByteArray("\xC2\x80\xC2\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2");
@@ -28,9 +31,9 @@ TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
               QStringLiteral("info: text µ♯ bytes 42 -1.5 18446744073709551615 true {}"),
               QStringLiteral("error: {\"a\":1}x, "),
               QStringLiteral(
-                  R"(warning: {\n    "Class": "BasicTestPacket",\n    "TestInt": -7\n}\n)"),
+                  "warning: {\n    \"Class\": \"BasicTestPacket\",\n    \"TestInt\": -7\n}\n"),
               QStringLiteral("critical: "),
-              QStringLiteral("info: (null)(null)text"),
+              QStringLiteral(R"(info: (null)(null)text\n\nb\nv\n\n)"),
               QString::fromUtf8("info: \\x00\\x01\\t\\n\\r\\x1B[2J\\x1F ~\\x7F"
                                 "\\x80\\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2"),
           });
