@@ -219,7 +219,8 @@ TEST_CASE("A busy input keeps a supervisor neither from generating nor from its 
         in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
     }
     supervisor.startThread();
-    while (in.spaceAvailable() < 700) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (in.spaceAvailable() < 700 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield(); // no pass sleeps while messages wait
     }
     supervisor.stopThread();
