@@ -14,7 +14,8 @@ namespace {
 
 std::atomic<int> signalTaken{0};
 
-/// Stops before the next case once a signal has come, whatever number of failures it was to stop at.
+/// Stops before the next case once a signal has come, whatever number of failures it was to stop
+/// at.
 class StoppableConfig : public Catch::Config
 {
 public:
