@@ -169,13 +169,13 @@ private:
         for (const QString& path : paths) {
             if (path.startsWith(prefix)) {
                 ClientDatacore* datacore = registry().lookup(path);
-                QObject::connect(
-                    datacore, &ClientDatacore::datacoreUpdated,
-                    [path, datacore](const QStringList& data) {
-                        print(QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz ")) +
-                              path + QStringLiteral(" = ") + valueText(data) +
-                              QStringLiteral("  ") + statusText(*datacore));
-                    });
+                QObject::connect(datacore, &ClientDatacore::datacoreUpdated,
+                                 [path, datacore](const QStringList& data) {
+                                     print(QTime::currentTime().toString(Qt::ISODateWithMs) +
+                                           QLatin1Char(' ') + path + QStringLiteral(" = ") +
+                                           valueText(data) + QStringLiteral("  ") +
+                                           statusText(*datacore));
+                                 });
             }
         }
     }

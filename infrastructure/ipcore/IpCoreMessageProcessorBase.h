@@ -8,11 +8,13 @@
 #include <memory>
 
 /// Takes the messages for its IP core and makes messages of its own. An IpCoreSupervisor calls it,
-/// always on the supervisor's thread.
+/// always on the supervisor's thread. A std::exception that it lets out is logged there, and ends
+/// nothing else.
 class IpCoreMessageProcessorBase : public IpCoreRegisterableInterface
 {
 public:
-    /// Sends what there is to say unasked. Called once in each pass, when no message is waiting.
+    /// Sends what there is to say unasked. Called once in each pass, when no message is waiting
+    /// or many have been handed out.
     virtual void generateMessages(IpCoreMessageSink& sink) { static_cast<void>(sink); }
     /// Acts on a message, which is never empty; answers go to the sink. The processor may move the
     /// message away; what it leaves is destroyed.

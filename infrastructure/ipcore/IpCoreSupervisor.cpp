@@ -2,6 +2,7 @@
 
 #include "infrastructure/utility/Log.h"
 
+#include <exception>
 #include <utility>
 
 IpCoreSupervisor::IpCoreSupervisor(IpCoreMessageSink& sink, IpCoreMessageSource& source,
@@ -34,15 +35,29 @@ IpCoreSupervisor::~IpCoreSupervisor()
 
 void IpCoreSupervisor::supervisorLoopStep()
 {
-    while (std::unique_ptr<IpCoreMessageBase> message = messagesIn.takeMessage()) {
+    for (int taken = 0; taken < MOST_MESSAGES_IN_A_PASS && !isStopRequested(); ++taken) {
+        std::unique_ptr<IpCoreMessageBase> message = messagesIn.takeMessage();
+        if (!message) {
+            break;
+        }
         route(std::move(message));
+    }
+    if (isStopRequested()) {
+        return;
     }
     for (const auto& [id, instances] : processors) {
         for (const auto& [instance, processor] : instances) {
-            processor->generateMessages(messagesOut);
+            try {
+                processor->generateMessages(messagesOut);
+            } catch (const std::exception& error) {
+                VELLOG_ERR() << "IP core " << id << " instance " << instance
+                             << " could not generate messages: " << error.what();
+            }
         }
     }
-    sleepUntilNextPass(waitPeriodMs);
+    if (!messagesIn.hasMessage()) {
+        sleepUntilNextPass(waitPeriodMs);
+    }
 }
 
 void IpCoreSupervisor::route(std::unique_ptr<IpCoreMessageBase> message)
@@ -52,7 +67,15 @@ void IpCoreSupervisor::route(std::unique_ptr<IpCoreMessageBase> message)
         return;
     }
     const auto found = instances->second.find(message->getIpCoreInstance());
-    if (found != instances->second.end()) {
+    if (found == instances->second.end()) {
+        return;
+    }
+    try {
         found->second->processMessage(messagesOut, message);
+    } catch (const std::exception& error) {
+        VELLOG_ERR() << "IP core " << instances->first << " instance " << found->first
+                     << " could not process a message ("
+                     << (message ? message->toString() : "which it has taken")
+                     << "): " << error.what();
     }
 }

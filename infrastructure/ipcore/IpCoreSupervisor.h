@@ -12,11 +12,17 @@
 /// each processor generate messages, in the order of core and instance; then the thread sleeps
 /// until the next message or the end of the period.
 ///
-/// A message for a core without processor is dropped. Where the sink is full the pass blocks, and
-/// stopThread with it, until somebody takes a message.
+/// Where messages keep coming, a pass hands out MOST_MESSAGES_IN_A_PASS and the next one follows at
+/// once. A stop takes effect behind the message at work; those behind it stay in the source.
+///
+/// A message for a core without processor is dropped, and so is one whose processor throws: a line
+/// of the log names core and message, and the thread goes on. Where the sink is full the pass
+/// blocks, and stopThread with it, until somebody takes a message.
 class IpCoreSupervisor : public SupervisorThread
 {
 public:
+    static constexpr int MOST_MESSAGES_IN_A_PASS = 256;
+
     /// Sink, source and processors are not owned and outlive the supervisor. It registers with the
     /// source to be told of messages. A null processor is ignored; of two with one address the
     /// later counts. The thread does not run before startThread.

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <mutex>
 
 using Tessorn::Machine;
@@ -24,12 +25,14 @@ public:
         : machine(attributeMachine)
         , path(attributePath)
         , file(attributeMachine, attributePath, flags)
+        , openFailure(file.isOpen() ? 0 : errno)
     {
     }
 
     bool write(int value)
     {
         const std::string text = std::to_string(value);
+        errno = openFailure; // others have been opened meanwhile
         const bool written = file.isOpen() && file.writeAll(text.data(), text.size());
         if (!written) {
             machine.printSystemError(path);
@@ -41,6 +44,7 @@ private:
     Machine& machine;
     std::string path;
     MachineFile file;
+    int openFailure;
 };
 
 bool setFan(Machine& machine, const std::string& chip, int duty, bool enable)

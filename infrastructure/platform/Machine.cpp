@@ -1,5 +1,7 @@
 #include "infrastructure/platform/Machine.h"
 
+#include "infrastructure/utility/RegularFile.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -68,6 +70,11 @@ std::string Machine::hostPath(const std::string& path) const
 int Machine::open(const std::string& path, int flags, mode_t mode)
 {
     return uninterrupted([&] { return ::open(hostPath(path).c_str(), flags | O_CLOEXEC, mode); });
+}
+
+int Machine::openRegular(const std::string& path)
+{
+    return openRegularFile(hostPath(path).c_str());
 }
 
 ssize_t Machine::read(int descriptor, void* data, std::size_t sizeBytes)
@@ -247,11 +254,13 @@ bool MachineFile::readAll(QByteArray& data, int mostBytes)
 {
     char block[16384];
     for (;;) {
-        const int wanted = std::min(mostBytes, static_cast<int>(sizeof block));
-        const ssize_t got =
-            wanted > 0 ? machine.read(descriptor, block, static_cast<std::size_t>(wanted)) : 0;
+        const ssize_t got = machine.read(descriptor, block, sizeof block);
         if (got <= 0) {
             return got == 0;
+        }
+        if (got > mostBytes) {
+            errno = EFBIG;
+            return false;
         }
         data.append(block, static_cast<int>(got));
         mostBytes -= static_cast<int>(got);

@@ -41,6 +41,8 @@ public:
 
     /// The system calls of these names, on this machine.
     virtual int open(const std::string& path, int flags, mode_t mode = 0);
+    /// Opens a regular file for reading, as openRegularFile does.
+    virtual int openRegular(const std::string& path);
     virtual ssize_t read(int descriptor, void* data, std::size_t sizeBytes);
     virtual ssize_t write(int descriptor, const void* data, std::size_t sizeBytes);
     virtual int64_t seek(int descriptor, int64_t offset);
@@ -100,7 +102,8 @@ public:
 
     /// Reads exactly so many bytes; false, with errno, for fewer.
     bool readExactly(void* data, std::size_t sizeBytes);
-    /// Appends what is left, `mostBytes` at the most; false for an error on the way.
+    /// Appends what is left; false, with errno, for an error on the way. More than `mostBytes` are
+    /// an error too, EFBIG.
     bool readAll(QByteArray& data, int mostBytes);
     /// Writes all of it; false, with errno, where that failed or stopped half-way.
     bool writeAll(const void* data, std::size_t sizeBytes);

@@ -4,6 +4,7 @@
 #include "infrastructure/platform/TextScanner.h"
 
 #include <sys/ioctl.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -157,6 +158,9 @@ struct CopyEnd
 {
     std::string path;
     bool isDevice = false;
+    struct stat status
+    {
+    };
     mtd_info_user info{};
     uint64_t fileBytes = 0;
     int descriptor = -1;
@@ -174,35 +178,47 @@ bool refuse(const std::string& path, const char* reason)
 bool openSource(CopyEnd& end)
 {
     Machine& machine = Machine::current();
-    struct stat status
-    {
-    };
-    if (machine.status(end.path, status) != 0) {
+    if (machine.status(end.path, end.status) != 0) {
         return refuse(end.path, std::strerror(errno));
     }
-    end.isDevice = S_ISCHR(status.st_mode);
-    if (!end.isDevice && !S_ISREG(status.st_mode)) {
+    end.isDevice = S_ISCHR(end.status.st_mode);
+    if (!end.isDevice && !S_ISREG(end.status.st_mode)) {
         return refuse(end.path, "Invalid source");
     }
-    end.fileBytes = static_cast<uint64_t>(status.st_size);
+    end.fileBytes = static_cast<uint64_t>(end.status.st_size);
     end.descriptor =
-        end.isDevice ? mtdOpen(end.path, &end.info, O_RDONLY) : machine.open(end.path, O_RDONLY);
+        end.isDevice ? mtdOpen(end.path, &end.info, O_RDONLY) : machine.openRegular(end.path);
     return end.descriptor >= 0 || refuse(end.path, std::strerror(errno));
 }
 
-bool openDestination(CopyEnd& end)
+/// True for one file or device under two names. A flash device has two numbers, the odd one for
+/// reading alone.
+bool areSame(const CopyEnd& a, const CopyEnd& b)
+{
+    if (a.isDevice != b.isDevice) {
+        return false;
+    }
+    if (a.isDevice) {
+        return major(a.status.st_rdev) == major(b.status.st_rdev) &&
+               minor(a.status.st_rdev) / 2 == minor(b.status.st_rdev) / 2;
+    }
+    return a.status.st_dev == b.status.st_dev && a.status.st_ino == b.status.st_ino;
+}
+
+bool openDestination(const CopyEnd& from, CopyEnd& end)
 {
     Machine& machine = Machine::current();
-    struct stat status
-    {
-    };
-    const bool isNew = machine.status(end.path, status) != 0 && errno == ENOENT;
-    end.isDevice = !isNew && S_ISCHR(status.st_mode);
-    if (!isNew && !end.isDevice && !S_ISREG(status.st_mode)) {
+    const bool isNew = machine.status(end.path, end.status) != 0 && errno == ENOENT;
+    end.isDevice = !isNew && S_ISCHR(end.status.st_mode);
+    if (!isNew && !end.isDevice && !S_ISREG(end.status.st_mode)) {
         return refuse(end.path, "Invalid destination");
     }
-    end.descriptor = end.isDevice ? mtdOpen(end.path, &end.info)
-                                  : machine.open(end.path, O_RDWR | O_CREAT | O_SYNC, 0644);
+    if (!isNew && areSame(from, end)) {
+        return refuse(end.path, "It is the source");
+    }
+    end.descriptor = end.isDevice
+                         ? mtdOpen(end.path, &end.info)
+                         : machine.open(end.path, O_RDWR | O_CREAT | O_SYNC | O_NONBLOCK, 0644);
     return end.descriptor >= 0 || refuse(end.path, std::strerror(errno));
 }
 
@@ -287,7 +303,7 @@ bool copy(const std::string& sourcePath, const std::string& destinationPath, int
     }
     CopyEnd to;
     to.path = destinationPath;
-    const bool destinationIsOpen = openDestination(to);
+    const bool destinationIsOpen = openDestination(from, to);
     MachineFile destination(machine, to.descriptor);
     if (!destinationIsOpen || !fitsDevice(to, total) || !isThere(from, total)) {
         return false;
@@ -348,7 +364,7 @@ unsigned mtdSetOutput(unsigned output)
 int mtdOpen(const std::string& path, mtd_info_user* info, int openFlags)
 {
     Machine& machine = Machine::current();
-    MachineFile device(machine, path, openFlags);
+    MachineFile device(machine, path, openFlags | O_NONBLOCK); // a path may lead to a pipe
     if (!device.isOpen() || !info) {
         return device.release();
     }

@@ -36,7 +36,8 @@ int mtdErase(const std::string& path, int64_t offset, int64_t sizeBytes);
 
 /// Copies from a file or device to a file or device, `sizeBytes` or, for 0, all of the source. A
 /// device is erased first, and read back block by block. A file keeps what it holds behind the
-/// copy. `output` is of MtdOutput, and holds for this call. 0, or -1 if anything failed.
+/// copy. Nothing is copied onto itself, under whatever name. `output` is of MtdOutput, and holds
+/// for this call. 0, or -1 if anything failed.
 int mtdCopy(const std::string& source, const std::string& destination, int64_t sizeBytes,
             unsigned output = MtdOutput_All);
 

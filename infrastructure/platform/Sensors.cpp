@@ -14,6 +14,7 @@
 #include <string_view>
 
 using Tessorn::Machine;
+using Tessorn::MachineFile;
 
 namespace {
 
@@ -156,12 +157,15 @@ int readValue(Sensors::Entry& entry)
 
 void startLibrary(const std::string& configFile)
 {
+    Machine& machine = Machine::current();
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(nullptr, &std::fclose);
     if (!configFile.empty()) {
-        file.reset(std::fopen(Machine::current().hostPath(configFile).c_str(), "r"));
+        MachineFile opened(machine, machine.openRegular(configFile));
+        file.reset(opened.isOpen() ? ::fdopen(opened.getDescriptor(), "r") : nullptr);
         if (!file) {
             throw std::runtime_error("Could not open sensors configuration file");
         }
+        opened.release();
     }
     if (const int result = sensors_init(file.get()); result != 0) {
         throw Sensors::InitError(result);

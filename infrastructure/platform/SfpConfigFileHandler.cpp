@@ -10,7 +10,9 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 
 using Tessorn::Machine;
 using Tessorn::MachineFile;
@@ -48,14 +50,27 @@ QString boardIdOrMezzanine(const QString& boardIdText, const VersionInfo& versio
     return boardIdText.isEmpty() ? versions.value(QStringLiteral("Mezzanine")) : boardIdText;
 }
 
+/// The text as a number, the largest one for digits that stand for more; 0 for what is no number.
+qulonglong numberOrLargest(const QString& text)
+{
+    bool fits = false;
+    const qulonglong number = text.toULongLong(&fits);
+    const QString digits = text.trimmed();
+    const bool isNumber =
+        !digits.isEmpty() && std::all_of(digits.begin(), digits.end(), [](QChar c) {
+            return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+        });
+    return fits || !isNumber ? number : std::numeric_limits<qulonglong>::max();
+}
+
 unsigned boardNumber(const QString& boardId)
 {
-    const qulonglong number = boardId.toULongLong();
+    const qulonglong number = numberOrLargest(boardId);
     if (number <= SFP_BOARDS) {
         return static_cast<unsigned>(number);
     }
     constexpr unsigned fallback = SFP_BOARDS - 1;
-    VELLOG_WARN() << "BoardId " << number << " unknown, using " << fallback << " for defaults";
+    VELLOG_WARN() << "BoardId " << boardId << " unknown, using " << fallback << " for defaults";
     return fallback;
 }
 
@@ -85,7 +100,8 @@ const SupportedSfp* SfpConfigFileHandler::findSfp(const QString& vendor, const Q
 
 int SfpConfigFileHandler::fileRevision() const
 {
-    MachineFile file(Machine::current(), filePath(), O_RDONLY);
+    Machine& machine = Machine::current();
+    MachineFile file(machine, machine.openRegular(filePath()));
     QByteArray data;
     if (!file.isOpen() || !file.readAll(data, MOST_FILE_BYTES)) {
         return -1;
@@ -176,13 +192,25 @@ SfpConfigFileHandler::FileState SfpConfigFileHandler::findFile(std::vector<QStri
 bool SfpConfigFileHandler::loadFile(std::vector<QString>& errors)
 {
     VELLOG_INFO() << "Found supported SFPs JSON file";
-    MachineFile file(Machine::current(), filePath(), O_RDONLY);
+    Machine& machine = Machine::current();
+    MachineFile file(machine, machine.openRegular(filePath()));
     if (!file.isOpen()) {
         report(errors, QStringLiteral("Could not open supported SFPs JSON file for reading"));
         return false;
     }
     QByteArray data;
-    if (!file.readAll(data, MOST_FILE_BYTES) || data.isEmpty()) {
+    const bool isRead = file.readAll(data, MOST_FILE_BYTES);
+    if (!isRead && errno == EFBIG) {
+        struct stat status
+        {
+        };
+        machine.status(filePath(), status);
+        report(errors, QStringLiteral("Supported SFPs file has %1 bytes, more than %2 are not read")
+                           .arg(status.st_size)
+                           .arg(MOST_FILE_BYTES));
+        return false;
+    }
+    if (!isRead || data.isEmpty()) {
         report(errors, QStringLiteral("No data read from supported SFPs file"));
         return false;
     }
@@ -233,7 +261,8 @@ bool SfpConfigFileHandler::writeFile(const QByteArray& content, std::vector<QStr
     const std::string path = filePath();
     const std::string temporary = path + ".tmp";
     {
-        MachineFile file(machine, temporary, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        machine.remove(temporary); // whatever somebody has put there
+        MachineFile file(machine, temporary, O_WRONLY | O_CREAT | O_EXCL, 0644);
         if (!file.isOpen()) {
             report(errors, QStringLiteral("Could not create supported SFPs file for writing"));
             return false;

@@ -19,7 +19,7 @@ class SfpConfigFileHandler
 public:
     /// The file is `fileName` in `directory`. An empty board id is taken from the "Mezzanine" entry
     /// of `versions`, which also tells the product model; text that is no number counts as 0, and
-    /// 17 and above as 15.
+    /// 17 and above, however large, as 15.
     SfpConfigFileHandler(const QString& fileDirectory, const QString& configFileName,
                          const QString& boardIdText = QString(),
                          const VersionInfo& versions = VersionInfo::getInstance());

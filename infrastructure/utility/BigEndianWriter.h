@@ -7,14 +7,34 @@
 #include <cstring>
 #include <type_traits>
 
-/// Puts fields one behind the other. The caller provides the room for all of them.
+/// Puts fields one behind the other. The caller provides the room for all of them, exactly: a
+/// writer that has not come to the buffer's end when it goes leaves a line in the log.
 class BigEndianWriter
 {
 public:
     /// Writes over the buffer's bytes, which must not be touched by others meanwhile.
     explicit BigEndianWriter(QByteArray& buffer)
         : next(beginOf(buffer))
+        , begin(next)
+        , end(next + buffer.size())
     {
+    }
+    /// A copy writes on from the same place, and is not asked where it has come to. Assigned back
+    /// it takes the original there.
+    BigEndianWriter(const BigEndianWriter& other)
+        : next(other.next)
+    {
+    }
+    BigEndianWriter& operator=(const BigEndianWriter& other)
+    {
+        next = other.next;
+        return *this;
+    }
+    ~BigEndianWriter()
+    {
+        if (end && next != end) {
+            reportSize(next - begin, end - begin);
+        }
     }
 
     /// Where the next field will stand.
@@ -66,6 +86,9 @@ public:
 
 private:
     static char* beginOf(QByteArray& buffer);
+    static void reportSize(qint64 written, qint64 announced);
 
     char* next;
+    const char* begin = nullptr;
+    const char* end = nullptr; ///< null for a copy
 };

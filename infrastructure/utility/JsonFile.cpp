@@ -2,9 +2,13 @@
 
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/ParseJson.h"
+#include "infrastructure/utility/RegularFile.h"
 
 #include <QFile>
 #include <QJsonParseError>
+
+#include <cerrno>
+#include <cstring>
 
 bool loadJsonFile(const QString& path, QJsonObject& out)
 {
@@ -13,8 +17,11 @@ bool loadJsonFile(const QString& path, QJsonObject& out)
         VELLOG_ERR() << "File not found " << path;
         return false;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
-        VELLOG_ERR() << "File " << path << " can't be read: " << file.errorString();
+    const int descriptor = openRegularFile(QFile::encodeName(path).constData());
+    if (descriptor < 0 ||
+        !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        VELLOG_ERR() << "File " << path << " can't be read: "
+                     << (errno == EINVAL ? "it is no regular file" : std::strerror(errno));
         return false;
     }
     // In blocks, for a file in /proc has no size, and a read takes as much memory as it asks for.

@@ -3,7 +3,9 @@
 //   VELLOG_INFO() << "Running " << name;
 //   VELLOG_ERR() << "Incoming buffer size " << size << " Discarding raw data packets";
 //
-// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere.
+// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere. What comes
+// from files and peers can't forge a line: a control character is written as "\n", "\x1B" and so
+// on, other text as it is.
 #pragma once
 
 #include <fmt/format.h>
@@ -13,7 +15,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
 #include <memory>
+#include <string_view>
+#include <type_traits>
 
 namespace spdlog {
 class logger;
@@ -42,6 +47,9 @@ public:
     /// True when there is a logger and it takes this level.
     explicit operator bool() const { return logger != nullptr; }
 
+    /// The text, "(null)" for a null pointer.
+    LogLine& operator<<(const char* text);
+    LogLine& operator<<(char* text) { return *this << static_cast<const char*>(text); }
     /// The text as UTF-8.
     LogLine& operator<<(const QString& text);
     LogLine& operator<<(QLatin1String text);
@@ -52,15 +60,26 @@ public:
     /// The strings, joined by ", ".
     LogLine& operator<<(const QStringList& strings);
 
-    /// Anything that fmt formats with "{}": numbers, text, packets.
+    /// Anything that fmt formats with "{}": numbers, text, packets. What is no text keeps the line
+    /// feeds of its layout: those of a packet's indented JSON.
     template <typename T>
     LogLine& operator<<(const T& value)
     {
+        const std::size_t start = line.size();
         fmt::format_to(fmt::appender(line), "{}", value);
+        if constexpr (!std::is_arithmetic_v<T> || std::is_same_v<T, char>) {
+            constexpr bool isText =
+                std::is_same_v<T, char> || std::is_convertible_v<const T&, std::string_view>;
+            escapeFrom(start, isText);
+        }
         return *this;
     }
 
 private:
+    /// Escapes the control characters from there on, line feeds too or all others.
+    void escapeFrom(std::size_t start, bool withLineFeeds = true);
+    void append(const char* text, std::size_t size);
+
     std::shared_ptr<spdlog::logger> logger; ///< null when the line is not wanted
     LogLevel level;
     fmt::memory_buffer line;

@@ -43,6 +43,9 @@ protected:
     /// Called on the thread behind the last pass.
     virtual void onThreadStop() {}
 
+    /// True once the thread has been asked to stop, for a long pass to look at.
+    bool isStopRequested() const { return stopRequested; }
+
     /// Sleeps for what is left of the period, counted from the start of this pass: not at all when
     /// the pass has taken longer, or when notify was called meanwhile. It never sleeps for longer
     /// than the period, also where the wall clock is set back. Only the step calls it.

@@ -8,10 +8,12 @@
 
 #include <linux/watchdog.h>
 #include <mtd/mtd-user.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 MadeMachine::MadeMachine()
     : MadeMachine(std::make_unique<QTemporaryDir>())
@@ -76,11 +78,26 @@ std::string MadeMachine::take(std::FILE* stream, Text& text)
 
 int MadeMachine::open(const std::string& path, int flags, mode_t mode)
 {
-    if (const auto failing = failingOpens.find(path); failing != failingOpens.end()) {
-        errno = failing->second;
-        return -1;
+    return mayOpen(path) ? keepPath(Machine::open(path, flags, mode), path) : -1;
+}
+
+int MadeMachine::openRegular(const std::string& path)
+{
+    return mayOpen(path) ? keepPath(Machine::openRegular(path), path) : -1;
+}
+
+bool MadeMachine::mayOpen(const std::string& path) const
+{
+    const auto failing = failingOpens.find(path);
+    if (failing == failingOpens.end()) {
+        return true;
     }
-    const int descriptor = Machine::open(path, flags, mode);
+    errno = failing->second;
+    return false;
+}
+
+int MadeMachine::keepPath(int descriptor, const std::string& path)
+{
     if (descriptor >= 0) {
         openPaths[descriptor] = path;
     }
@@ -149,6 +166,12 @@ int MadeMachine::eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64
     return 0;
 }
 
+int MadeMachine::sync(int descriptor)
+{
+    syncs.push_back(openPaths[descriptor]);
+    return Machine::sync(descriptor);
+}
+
 int MadeMachine::ioctl(int descriptor, unsigned long request, void* argument)
 {
     if (Flash* flash = flashOf(descriptor)) {
@@ -185,6 +208,10 @@ int MadeMachine::status(const std::string& path, struct stat& result)
 {
     const int failure = Machine::status(path, result);
     if (flashes.count(path) != 0) {
+        // Linux has a device's number twice, the odd one for the name that ends in "ro".
+        const auto number =
+            static_cast<unsigned>(std::atoi(path.c_str() + std::strlen("/dev/mtd")));
+        result.st_rdev = makedev(90, 2 * number + (path.back() == 'o' ? 1 : 0));
         result.st_mode = S_IFCHR | 0600;
         result.st_size = 0;
     }

@@ -54,6 +54,7 @@ public:
     int ownerFailure = 0;                      ///< errno of a change of owner
     std::set<std::string> users = {"veluser"}; ///< those that there are, user 1000 of group 100
     std::vector<std::string> ownerChanges;     ///< "path user group"
+    std::vector<std::string> syncs;            ///< paths
     std::vector<std::string> programs;         ///< that were run
     int programResult = 0;
     std::vector<std::string> ioctls; ///< of the watchdog
@@ -62,8 +63,10 @@ public:
     QByteArray resource; ///< null for the real ones
 
     int open(const std::string& path, int flags, mode_t mode) override;
+    int openRegular(const std::string& path) override;
     int close(int descriptor) override;
     ssize_t write(int descriptor, const void* data, std::size_t sizeBytes) override;
+    int sync(int descriptor) override;
     int ioctl(int descriptor, unsigned long request, void* argument) override;
     int status(const std::string& path, struct stat& result) override;
     int rename(const std::string& from, const std::string& to) override;
@@ -83,6 +86,8 @@ private:
 
     explicit MadeMachine(std::unique_ptr<QTemporaryDir> root);
     static std::string take(std::FILE* stream, Text& text);
+    bool mayOpen(const std::string& path) const;
+    int keepPath(int descriptor, const std::string& path);
     Flash* flashOf(int descriptor);
     ssize_t writeFlash(Flash& flash, int descriptor, const char* data, std::size_t sizeBytes);
     int eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64_t length);

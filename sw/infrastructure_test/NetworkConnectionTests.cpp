@@ -110,6 +110,7 @@ bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
 {
     QTcpServer listener;
     if (!listener.listen(QHostAddress::Any, port)) {
+        failure = QStringLiteral("TCP port %1: %2").arg(port).arg(listener.errorString());
         return false;
     }
     client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort());

@@ -24,6 +24,8 @@ public:
 
     /// Runs the whole exercise; true when all of it passed. Ends within some seconds.
     bool run();
+    /// Why it did not pass, as far as that is known here; the log says the rest.
+    const QString& getFailure() const { return failure; }
 
     void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) override;
 
@@ -51,4 +53,5 @@ private:
     NetworkConnection server;
     QueueMaxSizeThreadSafe<SerialisableDataPacket> rxQueue;
     bool running = false;
+    QString failure = QStringLiteral("the connection exercise failed, see the log");
 };

@@ -1,11 +1,9 @@
 // The runner behind CTest: the host's cases with an exit value that counts failures.
 //   infrastructure_ctest TESTSOURCES [Catch arguments]
-#define CATCH_CONFIG_RUNNER
-#include <catch2/catch.hpp>
-
 #include "infrastructure/utility/Logging.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
 #include "sw/infrastructure_test/NetworkConnectionTests.h"
+#include "sw/infrastructure_test/RunCases.h"
 
 #include <QCoreApplication>
 
@@ -17,6 +15,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s TESTSOURCES [Catch arguments]\n", argv[0]);
         return 2;
     }
+    stopCasesOnSignal();
     setupLogging(false, "");
     QCoreApplication app(argc, argv);
 
@@ -26,7 +25,7 @@ int main(int argc, char** argv)
 
     DatacoreTest::testSourceDirectory = QString::fromLocal8Bit(argv[1]);
     argv[1] = argv[0];
-    const int result = Catch::Session().run(argc - 1, argv + 1);
+    const int result = runCases(argc - 1, argv + 1);
     tearDownLogging();
-    return result;
+    return exitValueAfterSignal(result);
 }

@@ -154,7 +154,9 @@ QString describe(const StreamPiece& piece)
 
 void show(qint64 timeUs, Side side, const QString& what)
 {
-    std::printf("%12.6f  %s  %s\n", static_cast<double>(timeUs) / 1e6,
+    // Not by printf alone, which writes a comma where the locale does.
+    std::printf("%12s  %s  %s\n",
+                qPrintable(QString::number(static_cast<double>(timeUs) / 1e6, 'f', 6)),
                 side == Side_Client ? "client" : "server", qUtf8Printable(what));
 }
 

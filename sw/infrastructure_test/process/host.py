@@ -5,6 +5,7 @@ usage: host.py INFRASTRUCTURE_TEST
 import os
 import queue
 import re
+import signal
 import socket
 import subprocess
 import sys
@@ -93,6 +94,20 @@ def check_log_lines(log, result):
     check("Command line argument contained multiple '='!" in texts, "an error line arrives too")
 
 
+def check_signal(host, log, number):
+    """A signal in the middle of the cases, told by what one of the first of them logs."""
+    words = [host, "testSources=/x", "~[client]~[datacore]~[ip]~[long]", "-r", "junit"]
+    every = len(run(*words[:3], "--list-test-names-only").stdout.splitlines())
+    with subprocess.Popen(words, stdout=subprocess.PIPE, text=True) as process:
+        log.read_until("Supervisor Thread started [supervisor]")
+        process.send_signal(number)
+        report = process.communicate(timeout=120)[0]
+    check(process.returncode == 128 + number, f"{number.name} gives 128 and its number", process)
+    cases = junit_cases(report)
+    check(0 < len(cases) < every and not any(cases.values()),
+          f"{number.name} stops behind the case at work, with a whole report ({len(cases)} of {every})")
+
+
 def main(host):
     namespaces.enter()
     log = listen_to_log()
@@ -112,6 +127,9 @@ def main(host):
     result = run(host, "testSources=/x", "-w", "NoTests", "No such case at all")
     check(result.returncode == 0 and "No test" in result.stdout, "the runner's result does not reach the exit value", result)
 
+    for number in (signal.SIGTERM, signal.SIGINT):
+        check_signal(host, log, number)
+
     with socket.socket(socket.AF_INET6, socket.SOCK_STREAM) as taken:
         taken.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         taken.bind(("::", PORT))
@@ -120,6 +138,8 @@ def main(host):
         result = run(host, "testSources=/x", "-r", "junit", FEW_CASES)
     check(passing.returncode == 1 and "All tests passed" in passing.stdout,
           "with the port taken the host ends with 1 though all cases pass", passing)
+    check(passing.stderr == f"{host}: TCP port {PORT}: The bound address is already in use\n",
+          "and says so", passing)
     check(result.returncode == 1, "with the port taken the host ends with 1", result)
     cases = junit_cases(result.stdout)
     check(len(cases) == 3, "with the port taken the cases still run", result)

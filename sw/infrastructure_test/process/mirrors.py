@@ -4,6 +4,7 @@ middle of writing, one whose link is reset; in the end all hold what the server 
 usage: mirrors.py DATACORE_SERVER DATACORE_CLIENT MIRROR_CLIENT
 """
 import json
+import os
 import random
 import re
 import signal
@@ -138,6 +139,12 @@ def main(server_program, client_program, mirror_program):
         check(tool("get", "no/such/path").returncode == 1, "an unknown path is an error")
         check("invalid" in tool("set", "configCoreRouter/input1/equaliser", "99").stdout,
               "a value out of range is kept and reported")
+        with subprocess.Popen([client_program, "--port", str(port), "watch", "configCoreRouter"],
+                              stdout=subprocess.PIPE, env={**os.environ, "LC_ALL": "fa_IR.UTF-8"}) as watch:
+            line = watch.stdout.readline()
+            watch.terminate()
+        check(re.match(rb"[0-9]{2}(:[0-9]{2}){2}\.[0-9]{3} configCoreRouter/", line),
+              f"a time has the same digits in every locale {line}")
         server.send_signal(signal.SIGINT)
         check(server.wait(10) == 0, "the server ends cleanly on Ctrl-C")
         check(tool("list").returncode == 1, "without a server the tool fails")

@@ -32,7 +32,9 @@ void print(const Sensors& sensors)
     QJsonArray missing;
     for (const auto& [key, entry] : sensors.getEntries()) {
         if (!entry.currentValue) {
-            missing.append(key);
+            missing.append(QJsonArray{key, entry.displayName, entry.required, entry.lowWarning,
+                                      entry.highWarning, entry.lowLimit, entry.highLimit,
+                                      entry.scale});
         }
     }
     const QJsonObject all{{QStringLiteral("readings"), readings},

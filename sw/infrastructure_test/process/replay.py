@@ -3,6 +3,7 @@
 usage: replay.py REPLAY DATACORE_SERVER DATACORE_CLIENT
 """
 import atexit
+import os
 import pathlib
 import re
 import shutil
@@ -60,8 +61,9 @@ def main(replay, server_program, client_program):
     directory = pathlib.Path(tempfile.mkdtemp())
     atexit.register(shutil.rmtree, directory, ignore_errors=True)
 
-    def run(*words):
-        return subprocess.run(words, capture_output=True, text=True, timeout=30, check=False)
+    def run(*words, **environment):
+        return subprocess.run(words, capture_output=True, text=True, timeout=30, check=False,
+                              env={**os.environ, **environment})
 
     def tool(port, *words):
         return run(client_program, "--port", str(port), *words)
@@ -109,6 +111,12 @@ def main(replay, server_program, client_program):
         result = run(replay, "record", str(path))
         check(result.returncode == 1 and "exists" in result.stderr, "no file is written over",
               result)
+
+    if run("localedef", "-i", "de_DE", "-f", "UTF-8", f"{directory}/de_DE.UTF-8").returncode == 0:
+        german = run(replay, "show", str(read), LOCPATH=str(directory), LC_ALL="de_DE.UTF-8")
+        check(re.search(r"^ +0\.\d{6}  client", german.stdout, re.M) and
+              german.stdout == run(replay, "show", str(read)).stdout,
+              "numbers are the same in every locale", german)
 
     for words in ([], ["--fast"]):
         with Background(server_program, "--port", "0") as server:

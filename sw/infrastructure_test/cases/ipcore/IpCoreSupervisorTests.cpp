@@ -44,6 +44,13 @@ private:
     uint32_t instance;
 };
 
+/// Makes its passes on the thread that asks for them.
+struct OnePass : IpCoreSupervisor
+{
+    using IpCoreSupervisor::IpCoreSupervisor;
+    using IpCoreSupervisor::supervisorLoopStep;
+};
+
 /// Waits for the next message; null where none comes for long.
 std::unique_ptr<IpCoreMessageBase> waitForMessage(IpCoreMessageSource& source)
 {
@@ -161,11 +168,6 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
                 getIpCoreId(), getIpCoreInstance()));
         }
     };
-    struct OnePass : IpCoreSupervisor
-    {
-        using IpCoreSupervisor::IpCoreSupervisor;
-        using IpCoreSupervisor::supervisorLoopStep;
-    };
     IpCoreMessageExchange in("in", 8, 100);
     IpCoreMessageExchange out("out", 8, 100);
     Generator a(2, 0);
@@ -187,6 +189,79 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
     CHECK(order == std::vector<std::string>{
                        "round journey, core 1 instance 2", "round journey, core 1 instance 0",
                        "round journey, core 1 instance 5", "round journey, core 2 instance 0"});
+}
+
+TEST_CASE("A busy input keeps a supervisor neither from generating nor from its end", "[ipcore]")
+{
+    struct Processor : EchoProcessor
+    {
+        using EchoProcessor::EchoProcessor;
+        void processMessage(IpCoreMessageSink&, std::unique_ptr<IpCoreMessageBase>&) override
+        {
+            ++processed;
+            if (stopAt == processed) {
+                supervisor->stopThread();
+            }
+        }
+        void generateMessages(IpCoreMessageSink&) override { generatedAt.push_back(processed); }
+        IpCoreSupervisor* supervisor = nullptr;
+        int stopAt = 0;
+        int processed = 0;
+        std::vector<int> generatedAt;
+    };
+    IpCoreMessageExchange in("in", 1000, 100);
+    IpCoreMessageExchange out("out", 1, 100);
+    Processor processor(1, 0);
+    IpCoreSupervisor supervisor(out, in, {&processor}, "supervisor", 60 * 60 * 1000);
+    processor.supervisor = &supervisor;
+    processor.stopAt = 700;
+    for (int i = 0; i < 1000; ++i) {
+        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
+    }
+    supervisor.startThread();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (in.spaceAvailable() < 700 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield(); // no pass sleeps while messages wait
+    }
+    supervisor.stopThread();
+    CHECK(processor.processed == 700);
+    CHECK(processor.generatedAt == std::vector<int>{256, 512});
+    CHECK(in.spaceAvailable() == 700);
+}
+
+TEST_CASE("A processor that throws is named in the log and the pass goes on", "[ipcore]")
+{
+    struct Thrower : EchoProcessor
+    {
+        using EchoProcessor::EchoProcessor;
+        void generateMessages(IpCoreMessageSink&) override { throw std::runtime_error("no idea"); }
+        void processMessage(IpCoreMessageSink&,
+                            std::unique_ptr<IpCoreMessageBase>& message) override
+        {
+            const auto taken = keeps ? nullptr : std::move(message);
+            keeps = false;
+            throw std::runtime_error("no register");
+        }
+        bool keeps = true;
+    };
+    IpCoreMessageExchange in("in", 8, 100);
+    IpCoreMessageExchange out("out", 8, 100);
+    Thrower thrower(1, 2);
+    EchoProcessor echo(2, 0);
+    OnePass supervisor(out, in, {&thrower, &echo}, "supervisor", 0);
+    for (const auto& [id, instance] : {std::pair(1u, 2u), {1u, 2u}, {2u, 0u}}) {
+        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
+    }
+    const LogCapture log;
+    supervisor.supervisorLoopStep();
+    CHECK(out.hasMessage());
+    CHECK(log.lines() ==
+          QStringList{
+              QStringLiteral("error: IP core 1 instance 2 could not process a message (round "
+                             "journey, core 1 instance 2): no register"),
+              QStringLiteral("error: IP core 1 instance 2 could not process a message (which it "
+                             "has taken): no register"),
+              QStringLiteral("error: IP core 1 instance 2 could not generate messages: no idea")});
 }
 
 TEST_CASE("A supervisor that goes leaves its successor on the source told", "[ipcore]")

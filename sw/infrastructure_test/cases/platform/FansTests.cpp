@@ -49,10 +49,13 @@ TEST_CASE("A fan that can't be set does not keep the others from it", "[platform
     MadeMachine machine;
     addChips(machine);
     machine.failingOpens[CHIPS[2] + "pwm0/period"] = EACCES;
+    machine.failingOpens[CHIPS[1] + "pwm0/period"] = EACCES;
+    machine.failingOpens[CHIPS[1] + "pwm0/duty_cycle"] = EBUSY;
     CHECK(setFans({1, 2, 3}, true) == -1);
-    CHECK(machine.takeErr() == CHIPS[2] + "pwm0/period: Permission denied\n");
-    CHECK(settings(machine) ==
-          std::vector<QByteArray>{"255000 1000 1", "255000 2000 1", " 3000 1"});
+    CHECK(machine.takeErr() == CHIPS[2] + "pwm0/period: Permission denied\n" + CHIPS[1] +
+                                   "pwm0/period: Permission denied\n" + CHIPS[1] +
+                                   "pwm0/duty_cycle: Device or resource busy\n");
+    CHECK(settings(machine) == std::vector<QByteArray>{"255000 1000 1", "  1", " 3000 1"});
     CHECK(setFans({1, 2, 3}, false) == 0); // they are off, which is what counts
     machine.failingOpens.clear();
     CHECK(setFans({1, 2, 3}, true) == 0);

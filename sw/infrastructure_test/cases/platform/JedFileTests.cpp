@@ -122,6 +122,13 @@ TEST_CASE("A date that is no date is reported and the reading goes on", "[platfo
         CHECK(machine.takeOut() == row.out);
         CHECK(machine.takeErr() == row.err);
     }
+    const QByteArray months = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    for (int month = 1; month <= 12; ++month) {
+        parse("\x02*\nNOTE DATE CREATED: " + months.mid(3 * (month - 1), 3) +
+                  " 31 23:59:60 9999*\n",
+              false);
+        CHECK(machine.takeOut() == "date: 31/" + std::to_string(month) + "/9999\ntime: 23:59:60\n");
+    }
 }
 
 TEST_CASE("Each thing wrong in a fuse file has its number", "[platform]")

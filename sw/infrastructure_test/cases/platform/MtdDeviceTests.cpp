@@ -2,6 +2,8 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/MadeMachine.h"
 
+#include <unistd.h>
+
 #include <random>
 
 namespace {
@@ -241,6 +243,20 @@ TEST_CASE("A copy that fails or stops half-way is never a success", "[platform]"
         machine.failingOpens[DEVICE] = EROFS;
         CHECK(failure("/tmp/image", DEVICE) ==
               "Could not open /dev/mtd2\nReason: Read-only file system\n");
+    }
+    SECTION("a destination that is the source, by whatever name")
+    {
+        machine.addFlash("/dev/mtd2ro", FLASH);
+        REQUIRE(::link(machine.hostPath("/tmp/image").c_str(),
+                       machine.hostPath("/tmp/same").c_str()) == 0);
+        for (const auto& [source, destination] :
+             {std::pair(DEVICE, DEVICE), {"/dev/mtd2ro", DEVICE}, {"/tmp/same", "/tmp/image"}}) {
+            CHECK(failure(source, destination) ==
+                  "Could not open " + std::string(destination) + "\nReason: It is the source\n");
+        }
+        CHECK(flash.erased.empty());
+        machine.addFlash("/dev/mtd3", FLASH); // is another one
+        CHECK(mtdCopy("/dev/mtd3", DEVICE, 0) == 0);
     }
     SECTION("a size that does not fit")
     {

@@ -58,6 +58,7 @@ TEST_CASE("A fresh system gets its directory and its file from the program", "[p
     CHECK(machine.readFile(PATH) == sfpHandler.defaultConfig());
     CHECK(machine.ownerChanges == std::vector<std::string>{PATH + " 1000 100"});
     CHECK(filesIn(machine) == QStringList{FILE_NAME});
+    CHECK(machine.syncs == std::vector<std::string>{PATH + ".tmp", DIRECTORY.toStdString()});
     CHECK(log.contains(QStringLiteral("info: Directory /home/sfp/config could not be found. "
                                       "Attempting to create it.")));
     CHECK(log.contains(QStringLiteral("info: Successfully created directory /home/sfp/config.")));
@@ -113,8 +114,8 @@ TEST_CASE("A file that can't be used stays, and the program's list is taken", "[
     const auto row = GENERATE(values<Row>({
         {"{\"configRevision\"", 0,
          "Could not create list of supported SFPs from data in file. Using default list instead."},
-        {QByteArray(5 * 1024 * 1024, ' '), 0,
-         "Could not create list of supported SFPs from data in file. Using default list instead."},
+        {ONE_MODULE.leftJustified(4 * 1024 * 1024 + 1, ' '), 0,
+         "Supported SFPs file has 4194305 bytes, more than 4194304 are not read"},
         {"", 0, "No data read from supported SFPs file"},
         {ONE_MODULE, EACCES, "Could not open supported SFPs JSON file for reading"},
     }));
@@ -131,6 +132,24 @@ TEST_CASE("A file that can't be used stays, and the program's list is taken", "[
     CHECK(machine.readFile(PATH) == row.content);
     CHECK(machine.ownerChanges.empty());
     CHECK(sfpHandler.fileRevision() == -1);
+}
+
+TEST_CASE("Pipes in place of the file and of its making keep nobody waiting", "[platform]")
+{
+    MadeMachine machine;
+    machine.writeFile(DIRECTORY.toStdString() + "/other", "");
+    const auto makePipe = [&machine](const std::string& path) {
+        REQUIRE(::mkfifo(machine.hostPath(path).c_str(), 0600) == 0);
+    };
+    SfpConfigFileHandler sfpHandler = handler();
+    makePipe(PATH + ".tmp");
+    CHECK(load(sfpHandler).empty());
+    CHECK(sfpHandler.fileIsCurrent());
+    machine.remove(PATH);
+    makePipe(PATH);
+    CHECK(sfpHandler.fileRevision() == -1);
+    CHECK(load(sfpHandler) ==
+          Texts{QStringLiteral("Could not open supported SFPs JSON file for reading")});
 }
 
 TEST_CASE("A directory that can't be made gives a list and no file", "[platform]")
@@ -253,6 +272,8 @@ TEST_CASE("The board id is the text given or the mezzanine's, within the table",
         {"-5", 12, 10, false},
         {"16", 3, 0, false},
         {"17", 3, 0, true},
+        {"18446744073709551616", 3, 0, true}, // does not fit 64 bits
+        {"1844674407370955161x", 12, 10, false},
         {"", 31, 0, true},
     }));
     const MadeMachine machine;

@@ -219,8 +219,11 @@ TEST_CASE("The first error of a configuration file is logged and changes nothing
 
 TEST_CASE("A rate has a text", "[platform]")
 {
-    for (const char* text : {"SDI", "1G", "10G", "1G10G"}) {
-        CHECK(sfpRateText(sfpRateFromText(QLatin1String(text))) == QLatin1String(text));
+    int rate = 0;
+    for (const QLatin1String text : {QLatin1String("SDI"), QLatin1String("1G"),
+                                     QLatin1String("10G"), QLatin1String("1G10G")}) {
+        CHECK(int(sfpRateFromText(text)) == rate);
+        CHECK(sfpRateText(SfpRate(rate++)) == text);
     }
     CHECK(sfpRateFromText(QStringLiteral("10g")) == SfpRate_Invalid);
     CHECK(sfpRateText(SfpRate_Invalid).isEmpty());

@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 namespace {
 
 QString writeFile(const QTemporaryDir& directory, const QByteArray& content)
@@ -47,8 +49,17 @@ TEST_CASE("A JSON file that can't be used is reported and changes nothing", "[ut
     CHECK(log.lines()[1] ==
           QStringLiteral("error: JSON file badly formed: object is missing after a comma at: 7"));
 
-    CHECK_FALSE(loadJsonFile(directory.path(), object));
-    CHECK_FALSE(loadJsonFile(QStringLiteral("/dev/zero"), object));
-    CHECK(log.lines().size() == 4);
+    const QString pipe = directory.filePath(QStringLiteral("pipe"));
+    REQUIRE(::mkfifo(qPrintable(pipe), 0600) == 0);
+    for (const QString& path : {directory.path(), QStringLiteral("/dev/zero"), pipe}) {
+        CHECK_FALSE(loadJsonFile(path, object));
+        CHECK(log.lines().last() ==
+              QStringLiteral("error: File %1 can't be read: it is no regular file").arg(path));
+    }
+    const QString large = writeFile(directory, R"({"a": 1})");
+    REQUIRE(QFile::resize(large, 64 * 1024 * 1024 + 1));
+    CHECK_FALSE(loadJsonFile(large, object));
+    CHECK(log.lines().last() ==
+          QStringLiteral("error: File %1 is larger than 67108864 bytes").arg(large));
     CHECK(object == before);
 }

@@ -17,6 +17,14 @@ TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
     VELLOG_ERR() << QJsonObject{{QStringLiteral("a"), 1}} << QStringList{QStringLiteral("x"), {}};
     VELLOG_WARN() << packet;
     VELLOG_CRITICAL() << QString();
+    char text[] = "text";
+    VELLOG_INFO() << static_cast<const char*>(nullptr) << static_cast<char*>(nullptr) << text
+                  << '\n'
+                  << std::string("\nb") << std::string_view("\nv")
+                  << QStringList{QStringLiteral("\n")} << "\n";
+    // What could end the line or drive a terminal (C0, DEL, C1); backslashes and other text stay.
+    VELLOG_INFO() << QByteArray("\0\x01\t\n\r\x1B[2J\x1F \x7E\x7F", 13)
+                  << QByteArray("\xC2\x80\xC2\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2");
 
     CHECK(log.lines() ==
           QStringList{
@@ -25,6 +33,9 @@ TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
               QStringLiteral(
                   "warning: {\n    \"Class\": \"BasicTestPacket\",\n    \"TestInt\": -7\n}\n"),
               QStringLiteral("critical: "),
+              QStringLiteral(R"(info: (null)(null)text\n\nb\nv\n\n)"),
+              QString::fromUtf8("info: \\x00\\x01\\t\\n\\r\\x1B[2J\\x1F ~\\x7F"
+                                "\\x80\\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2"),
           });
 }
 

@@ -1,7 +1,9 @@
-// Parity and the note table.
+// Parity, the note table and the end of a writer.
+#include "infrastructure/utility/BigEndianWriter.h"
 #include "infrastructure/utility/BitTwiddles.h"
 #include "infrastructure/utility/NoteFrequencies.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <QString>
 
@@ -26,19 +28,41 @@ TEST_CASE("Parity bits make the count of ones even or odd", "[utility]")
     }
 }
 
+TEST_CASE("A writer that leaves bytes of its buffer, or goes past them, is seen", "[utility]")
+{
+    const LogCapture log;
+    const auto write = [](int announced, int written) {
+        QByteArray bytes(8, '\0');
+        bytes.resize(announced);
+        BigEndianWriter writer(bytes);
+        BigEndianWriter local = writer; // a copy is not asked
+        for (int i = 0; i < written; ++i) {
+            local.put(quint8(i));
+        }
+        writer = local;
+    };
+    write(4, 4);
+    write(0, 0);
+    CHECK(log.lines().isEmpty());
+    write(4, 3);
+    write(4, 6);
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("error: 3 bytes written where 4 were announced"),
+                      QStringLiteral("error: 6 bytes written where 4 were announced")});
+}
+
 TEST_CASE("Notes are in equal temperament from C 3 to C 7", "[utility]")
 {
     constexpr int notesFromC3ToA4 = 21;
-    for (std::size_t i = 0; i < NOTE_FREQUENCIES.size(); ++i) {
-        const double exact = 440.0 * std::pow(2.0, (static_cast<int>(i) - notesFromC3ToA4) / 12.0);
-        CHECK(NOTE_FREQUENCIES[i].hz == Approx(exact).margin(0.0005001).epsilon(0));
-        // Each note is found by its own name, so names are unique.
-        CHECK(getNoteFrequency(QStringView(NOTE_FREQUENCIES[i].name)) == NOTE_FREQUENCIES[i].hz);
+    const QStringList pitchClasses =
+        QStringLiteral("C,C♯/D♭,D,D♯/E♭,E,F,F♯/G♭,G,G♯/A♭,A,A♯/B♭,B").split(QLatin1Char(','));
+    REQUIRE(NOTE_FREQUENCIES.size() == 49);
+    for (int i = 0; i < 49; ++i) {
+        const double exact = 440.0 * std::pow(2.0, (i - notesFromC3ToA4) / 12.0);
+        const QString name = QStringLiteral("%1 %2").arg(pitchClasses[i % 12]).arg(3 + i / 12);
+        CHECK(getNoteFrequency(name) == Approx(exact).margin(0.0005001).epsilon(0));
     }
-    CHECK(getNoteFrequency(QStringLiteral("C 3")) == 130.813);
     CHECK(getNoteFrequency(QStringLiteral("C♯/D♭ 3")) == 138.591);
-    CHECK(getNoteFrequency(QStringLiteral("A 4")) == 440.0);
-    CHECK(getNoteFrequency(QStringLiteral("C 7")) == 2093.005);
     CHECK_FALSE(getNoteFrequency(QStringLiteral("C♯/D♭ 7")).has_value());
     CHECK_FALSE(getNoteFrequency(QString()).has_value());
 }
