@@ -6,6 +6,10 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
 
+if [ "${1:-}" = --help ]; then
+    print_usage "$0"
+    exit
+fi
 install_packages build bench
 build_preset bench >&2
 results=$(mktemp -d)

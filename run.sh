@@ -2,10 +2,15 @@
 # Installs what is missing, builds, and runs infrastructure_test.
 #   ./run.sh          with this repository's reference files
 #   ./run.sh ARGS...  with these arguments instead
+#   ./run.sh --help   prints this
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
 
+if [ "${1:-}" = --help ]; then
+    print_usage "$0"
+    exit
+fi
 install_packages build
 build_preset release infrastructure_test >&2
 

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the tests.
-#   ./test.sh             Release, then the same under the address and undefined sanitizers
+#   ./test.sh             the form of sources and documents, Release, then the same under the address
+#                         and undefined sanitizers
 #   ./test.sh --quick     Release only
+#   ./test.sh --form      the form of sources and documents only
 #   ./test.sh --tsan      the thread sanitizer build
 #   ./test.sh --valgrind  the cases of the Release build under memcheck
 #   ./test.sh --fuzz      each fuzzer for FUZZ_SECONDS (60)
@@ -10,6 +12,7 @@
 #   ./test.sh --armhf     32-bit ARM, under user-mode emulation
 #   ./test.sh --all       all of these but --soak and --docs
 #   ./test.sh --coverage  lines of infrastructure/ that the tests reach; details in build/coverage
+#   ./test.sh --help      prints this
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"
@@ -22,9 +25,12 @@ run_ctest() {
         --label-exclude long
 }
 
-run_release() {
-    build_preset release all_verify_interface_header_sets
-    run_ctest release
+# What needs no build: layout, headers that stand alone, a set of clang-tidy's checks, documents.
+run_form() {
+    install_packages form
+    echo "== form"
+    python3 "$root/tools/check_code.py" format headers tidy
+    python3 "$root/tools/check_docs.py" links
 }
 
 run_valgrind() {
@@ -82,22 +88,28 @@ run_coverage() {
 }
 
 usage() {
-    sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
+    print_usage "$0" >&2
     exit 2
 }
 
 [ $# -le 1 ] || usage
 case "${1:-}" in
-'' | --quick | --tsan | --valgrind | --fuzz | --soak | --docs | --armhf | --all | --coverage) ;;
+--help)
+    print_usage "$0"
+    exit
+    ;;
+'' | --quick | --form | --tsan | --valgrind | --fuzz | --soak | --docs | --armhf | --all | --coverage) ;;
 *) usage ;;
 esac
 install_packages build test
 case "${1:-}" in
 '')
-    run_release
+    run_form
+    run_ctest release
     run_ctest asan-ubsan
     ;;
 --quick) run_ctest release ;;
+--form) run_form ;;
 --tsan) run_tsan ;;
 --valgrind) run_valgrind ;;
 --fuzz) run_fuzzers ;;
@@ -105,7 +117,8 @@ case "${1:-}" in
 --docs) install_packages docs && python3 "$root/tools/check_docs.py" links headers ;;
 --armhf) run_armhf ;;
 --all)
-    run_release
+    run_form
+    run_ctest release
     run_ctest asan-ubsan
     run_tsan
     run_valgrind

@@ -2,7 +2,7 @@
 // tagging beside a copy of what comes out; the place of a sample beside the walk over the lines
 // above it.
 #include "bench/Compare.h"
-#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 
 #if BENCH_HAVE_ZLIB

@@ -6,8 +6,8 @@
 //   bench_mirror --mirror KIND PORT LEAVES  prints a line when it is filled, and one each time it
 //                                           has taken ROUNDS changes of all leaves
 #include "bench/Compare.h"
-#include "examples/DatacoreServer.h"
 #include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 
 #include <QBuffer>

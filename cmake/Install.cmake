@@ -1,5 +1,5 @@
-# What `cmake --install` puts where: the library with headers, a CMake package and a pkg-config
-# file; programs with their manual pages. Components: Runtime, Development, Tools.
+# What `cmake --install` puts where: the libraries with headers, a CMake package and pkg-config
+# files; programs with their manual pages. Components: Runtime, Development, Tools.
 include(GNUInstallDirs)
 
 set(INFRASTRUCTURE_SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
@@ -22,20 +22,23 @@ function(infrastructure_install_tool target)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
 endfunction()
 
-# The library, and all that another project needs to build with it.
+# The libraries, and all that another project needs to build with it.
 function(infrastructure_install_library)
   set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/infrastructure)
-  install(TARGETS infrastructure EXPORT infrastructure
-          LIBRARY COMPONENT Runtime NAMELINK_COMPONENT Development
-          ARCHIVE COMPONENT Development
-          FILE_SET HEADERS COMPONENT Development)
+  install(TARGETS infrastructure EXPORT infrastructure)
+  foreach(area IN LISTS INFRASTRUCTURE_AREAS)
+    install(TARGETS infrastructure_${area} EXPORT infrastructure
+            LIBRARY COMPONENT Runtime NAMELINK_COMPONENT Development
+            ARCHIVE COMPONENT Development
+            FILE_SET HEADERS COMPONENT Development)
+  endforeach()
   install(EXPORT infrastructure NAMESPACE infrastructure:: FILE infrastructureTargets.cmake
           DESTINATION ${package_dir} COMPONENT Development)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/infrastructure.7
           DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT Development)
 
   include(CMakePackageConfigHelpers)
-  get_target_property(type infrastructure TYPE)
+  get_target_property(type infrastructure_core TYPE)
   set(generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
   configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/infrastructureConfig.cmake.in
@@ -46,15 +49,30 @@ function(infrastructure_install_library)
                 ${generated}/infrastructureConfigVersion.cmake
           DESTINATION ${package_dir} COMPONENT Development)
 
-  # Found from where the file is, so that the tree may be installed or unpacked anywhere.
-  file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-  string(REGEX REPLACE "/$" "" prefix "${prefix}")
+  # A file for each library, and one for all.
   if(type STREQUAL STATIC_LIBRARY)
     set(static_requires ", spdlog")
     set(static_libs " -lsensors")
   endif()
-  configure_file(${PROJECT_SOURCE_DIR}/cmake/infrastructure.pc.in ${generated}/infrastructure.pc
-                 @ONLY)
-  install(FILES ${generated}/infrastructure.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-          COMPONENT Development)
+  infrastructure_install_pkg_config(
+    core "Qt5Core >= 5.15, fmt >= 9${static_requires}" "-linfrastructure_core")
+  infrastructure_install_pkg_config(
+    media "infrastructure-core = ${PROJECT_VERSION}, Qt5Network >= 5.15" "-linfrastructure_media")
+  infrastructure_install_pkg_config(link "infrastructure-media = ${PROJECT_VERSION}"
+                                    "-linfrastructure_link")
+  infrastructure_install_pkg_config(board "infrastructure-core = ${PROJECT_VERSION}"
+                                    "-linfrastructure_board${static_libs}")
+  infrastructure_install_pkg_config(
+    "" "infrastructure-link = ${PROJECT_VERSION}, infrastructure-board = ${PROJECT_VERSION}" "")
+endfunction()
+
+# infrastructure_install_pkg_config(AREA REQUIRES LIBS): infrastructure-AREA.pc. It finds its folders
+# from where it lies, so that the tree may be installed or unpacked anywhere.
+function(infrastructure_install_pkg_config area requires libs)
+  file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" prefix "${prefix}")
+  string(REGEX REPLACE "-$" "" name "infrastructure-${area}")
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/generated/${name}.pc)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/infrastructure.pc.in ${file} @ONLY)
+  install(FILES ${file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
 endfunction()

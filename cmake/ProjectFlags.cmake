@@ -9,6 +9,8 @@ function(infrastructure_flags target)
   endif()
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
                                                QT_DEPRECATED_WARNINGS)
+  # Where pointers have 32 bits too: files beyond 2 GiB, and file systems with long inode numbers.
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   if(INFRASTRUCTURE_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${INFRASTRUCTURE_SANITIZE}
                                              -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
@@ -17,6 +19,15 @@ function(infrastructure_flags target)
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()
     target_link_options(${target} PRIVATE -fsanitize=${INFRASTRUCTURE_SANITIZE})
+  endif()
+endfunction()
+
+# infrastructure_precompile(TARGET HEADER ...): the headers are read once for all sources of TARGET. A
+# source still includes what it uses; the header check, which precompiles nothing, looks after that.
+function(infrastructure_precompile target)
+  target_precompile_headers(${target} PRIVATE ${ARGN})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(${target} PRIVATE -fpch-preprocess) # for the compiler cache
   endif()
 endfunction()
 

@@ -2,7 +2,7 @@
 // while it lives.
 #pragma once
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 
 class SilentMachine : public Tessorn::Machine
 {

@@ -7,7 +7,7 @@
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/ParseJson.h"
 
 #include <QJsonArray>

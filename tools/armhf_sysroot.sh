@@ -14,6 +14,10 @@ fail() {
     exit 1
 }
 
+if [ "${1:-}" = --help ]; then
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    exit
+fi
 [ $# -eq 1 ] || fail "usage: tools/armhf_sysroot.sh DIRECTORY"
 for tool in moc rcc; do
     [ -x "$host_tools/$tool" ] || fail "no $host_tools/$tool: install qtbase5-dev"

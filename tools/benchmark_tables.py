@@ -140,6 +140,8 @@ def write_page(runs):
 
 
 def main():
+    if sys.argv[1:] == ["--help"]:
+        return print(__doc__)
     outputs = {"ratios": print_ratios, "page": write_page}
     if len(sys.argv) < 3 or sys.argv[1] not in outputs:
         raise SystemExit(__doc__)

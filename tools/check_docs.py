@@ -103,7 +103,7 @@ def heading_anchors(page):
 
 
 def check_codemap():
-    """The codemap's third column against the includes of each folder."""
+    """The codemap's columns against the library and the includes of each folder, and no circles."""
     library = ROOT / "infrastructure"
     real = {}
     for source in library.rglob("*"):
@@ -114,16 +114,31 @@ def check_codemap():
         included = re.findall(r'^#include "infrastructure/(.*)/[^/"]+"', text, re.MULTILINE)
         real.setdefault(folder, set()).update(set(included) - {folder})
     stated = {}
+    complaints = []
     for line in (ROOT / "docs" / "architecture.md").read_text(encoding="utf-8").splitlines():
         cells = [cell.strip() for cell in line.split("|")]
-        if len(cells) == 6 and cells[1].startswith("`"):
-            stated[cells[1].strip("`")] = set(re.findall(r"`([^`]+)`", cells[3]))
-    return [
+        if len(cells) == 7 and cells[1].startswith("`"):
+            folder = cells[1].strip("`")
+            stated[folder] = set(re.findall(r"`([^`]+)`", cells[4]))
+            sources = (library / folder / "CMakeLists.txt").read_text(encoding="utf-8")
+            area = re.search(r"infrastructure_sources\(\s*(\w+)", sources)[1]
+            if area != cells[2]:
+                complaints.append(f"docs/architecture.md: `{folder}` is in {area}, not in {cells[2]}")
+    return complaints + find_circles(real) + [
         f"docs/architecture.md: `{folder}` includes {sorted(real.get(folder, []))}, "
         f"the codemap says {sorted(stated.get(folder, []))}"
         for folder in sorted(real.keys() | stated.keys())
         if real.get(folder) != stated.get(folder)
     ]
+
+
+def find_circles(includes):
+    """Folders that include each other, by whatever way."""
+    left = dict(includes)
+    while free := [folder for folder in left if not left[folder] & left.keys()]:
+        for folder in free:
+            del left[folder]
+    return [f"infrastructure/{folder} is part of a circle of includes" for folder in sorted(left)]
 
 
 STANDARD = re.compile(
@@ -197,7 +212,8 @@ def main():
     elif words and all(word in checks for word in words):
         results = [checks[word]() for word in words]
     else:
-        raise SystemExit(__doc__)
+        print(__doc__)
+        return 0 if words == ["--help"] else 2
     for complaints, what in results:
         for complaint in complaints:
             print(complaint)

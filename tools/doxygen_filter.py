@@ -68,6 +68,8 @@ def file_comment(lines):
 
 
 if __name__ == "__main__":
+    if sys.argv[1:] == ["--help"]:
+        sys.exit(print(__doc__))
     with open(sys.argv[1], encoding="utf-8") as source:
         content = source.readlines()
     sys.stdout.writelines(repeat_comments(content))

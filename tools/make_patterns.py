@@ -93,6 +93,8 @@ PATTERNS = [
 
 
 def main():
+    if sys.argv[1:] == ["--help"]:
+        return print(__doc__)
     root = pathlib.Path(__file__).resolve().parent.parent
     target = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else (
         root / "sw" / "infrastructure_test" / "testsources")

@@ -1,5 +1,36 @@
-# Sourced by run.sh, test.sh and bench.sh: installs what packages.txt lists for
-# the groups given and is not there yet. Works as root or through sudo.
+# Sourced by run.sh, test.sh and bench.sh: their help, what packages.txt lists, and the build.
+
+# print_usage SCRIPT: the comment at the head of the script.
+print_usage() {
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$1"
+}
+
+# with_package_manager COMMAND ...: the command, as root. Another package manager may be at work, as at
+# a machine's first boot; then it waits, PACKAGES_WAIT_S seconds (600) at most.
+with_package_manager() {
+    local as_root=() errors status=0 deadline=$((SECONDS + ${PACKAGES_WAIT_S:-600})) said=
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    errors=$(mktemp)
+    until "${as_root[@]}" "$@" >&2 2>"$errors"; do
+        status=$?
+        if ! grep -qiE 'could not get lock|unable to (acquire|lock)|is locked by' "$errors"; then
+            break
+        fi
+        if [ "$SECONDS" -ge "$deadline" ]; then
+            echo "Gave up: the package manager is still busy" >&2
+            break
+        fi
+        [ -n "$said" ] || echo "Waiting for another package manager: $(head -n 1 "$errors")" >&2
+        said=yes status=0
+        sleep 2
+    done
+    cat "$errors" >&2
+    rm -f "$errors"
+    return "$status"
+}
+
+# install_packages GROUP ...: installs what packages.txt lists for the groups and is not there yet.
+# Works as root or through sudo.
 install_packages() {
     local wanted missing=() package group
     wanted=" $* "
@@ -11,12 +42,10 @@ install_packages() {
     done <"$root/packages.txt"
     [ ${#missing[@]} -eq 0 ] && return 0
 
-    local as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     echo "Installing: ${missing[*]}" >&2
-    "${as_root[@]}" apt-get update -qq >&2
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+    with_package_manager apt-get update -qq
+    with_package_manager env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
 # Configures and builds a preset: build_preset PRESET [TARGET ...]

@@ -223,4 +223,8 @@ def main(check):
 
 
 if __name__ == "__main__":
-    main(sys.argv[1:] == ["--check"])
+    words = sys.argv[1:]
+    if words not in ([], ["--check"]):
+        print(__doc__)
+        sys.exit(0 if words == ["--help"] else 2)
+    main(bool(words))

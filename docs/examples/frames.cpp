@@ -1,4 +1,4 @@
-#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/analysis/ActivePictureCursor.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"

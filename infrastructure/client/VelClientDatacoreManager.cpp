@@ -1,5 +1,6 @@
 #include "infrastructure/client/VelClientDatacoreManager.h"
 
+#include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
@@ -12,8 +13,29 @@ VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection
     , populator(connection, registry, distributor)
     , monitor(connection)
 {
+    if (&connection.getReceivers() != &distributor.getReceivers()) {
+        VELLOG_ERR() << "Client datacore manager: connection and distributor use two registers, "
+                        "nothing will arrive";
+    }
     distributor.registerPacketAcceptor(*this, DatacorePathRadixTreePacket::CLASSNAME());
 }
+
+VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection, QObject* parent)
+    : VelClientDatacoreManager(
+          connection,
+          std::make_unique<SerialisableDataPacketDistributor>(connection.getReceivers()), parent)
+{
+}
+
+VelClientDatacoreManager::VelClientDatacoreManager(
+    NetworkConnection& connection, std::unique_ptr<SerialisableDataPacketDistributor> distributor,
+    QObject* parent)
+    : VelClientDatacoreManager(connection, *distributor, parent)
+{
+    ownDistributor = std::move(distributor);
+}
+
+VelClientDatacoreManager::~VelClientDatacoreManager() = default;
 
 bool VelClientDatacoreManager::canAcceptPacket(QString className)
 {

@@ -6,6 +6,8 @@
 #include "infrastructure/client/ClientDatacorePopulator.h"
 #include "infrastructure/client/ClientDatacoreRegistry.h"
 
+#include <memory>
+
 /// Owns registry, populator and monitor. The first dump after connecting fills the registry; later
 /// ones are ignored until the link is lost.
 class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAcceptorInterface
@@ -13,10 +15,15 @@ class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAc
     Q_OBJECT
 
 public:
-    /// Registers itself with the distributor, which must not call it beyond its life.
+    /// Registers itself with the distributor, which must not call it beyond its life. Connection
+    /// and distributor use the same register; where they don't, nothing arrives, and the log says
+    /// so.
     VelClientDatacoreManager(NetworkConnection& connection,
                              SerialisableDataPacketDistributor& distributor,
                              QObject* parent = nullptr);
+    /// The same with a distributor of its own, on the connection's register.
+    explicit VelClientDatacoreManager(NetworkConnection& connection, QObject* parent = nullptr);
+    ~VelClientDatacoreManager() override;
 
     /// The mirrors; owned, and cleared when the link is lost.
     ClientDatacoreRegistry& getRegistry() { return registry; }
@@ -26,6 +33,11 @@ public:
     void acceptPacket(const SerialisableDataPacket& packet) override;
 
 private:
+    VelClientDatacoreManager(NetworkConnection& connection,
+                             std::unique_ptr<SerialisableDataPacketDistributor> distributor,
+                             QObject* parent);
+
+    std::unique_ptr<SerialisableDataPacketDistributor> ownDistributor;
     ClientDatacoreRegistry registry;
     ClientDatacorePopulator populator;
     ClientDatacoreMonitor monitor;

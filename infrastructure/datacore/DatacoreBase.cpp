@@ -1,6 +1,8 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/DatacoreChildren_p.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/Log.h"
 
 #include <algorithm>

@@ -4,7 +4,6 @@
 
 #include "infrastructure/datacore/DatacoreActiveStatusElement.h"
 #include "infrastructure/datacore/DatacoreChangeList.h"
-#include "infrastructure/datacore/DatacoreChildren.h"
 #include "infrastructure/datacore/DatacoreClassnameElement.h"
 #include "infrastructure/datacore/DatacoreDataElement.h"
 #include "infrastructure/datacore/DatacoreValidStatusElement.h"
@@ -15,6 +14,8 @@
 #include <deque>
 #include <memory>
 #include <vector>
+
+class DatacoreChildren;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
 /// invalid or inactive, its class name, and its children. Every write validates the node that it

@@ -1,4 +1,4 @@
-#include "infrastructure/datacore/DatacoreChildren.h"
+#include "infrastructure/datacore/DatacoreChildren_p.h"
 
 #include <algorithm>
 #include <cstring>

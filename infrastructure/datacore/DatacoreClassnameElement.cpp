@@ -1,6 +1,7 @@
 #include "infrastructure/datacore/DatacoreClassnameElement.h"
 
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 
 DatacoreClassnameElement::DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner,
                                                    const QString& name)

@@ -1,7 +1,7 @@
 #include "infrastructure/datacore/DatacoreDataElement.h"
 
-#include "infrastructure/datacore/JsonText.h"
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/Log.h"
 
 #include <QJsonArray>

@@ -1,7 +1,7 @@
 #include "infrastructure/datacore/DatacoreElement.h"
 
-#include "infrastructure/datacore/JsonText.h"
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 
 namespace {
 

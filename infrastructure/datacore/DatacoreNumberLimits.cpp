@@ -1,6 +1,6 @@
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 
-#include "infrastructure/datacore/DatacoreNumberChecks.h"
+#include "infrastructure/datacore/DatacoreNumberChecks_p.h"
 
 template <typename T>
 DatacoreNumberLimits<T>::DatacoreNumberLimits(const QString& className, const QString& name,

@@ -1,6 +1,6 @@
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 
-#include "infrastructure/datacore/DatacoreNumberChecks.h"
+#include "infrastructure/datacore/DatacoreNumberChecks_p.h"
 
 template <typename T>
 QString DatacoreNumberSet<T>::CLASSNAME()

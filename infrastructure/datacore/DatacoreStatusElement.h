@@ -3,7 +3,6 @@
 
 #include "infrastructure/datacore/DatacoreElement.h"
 #include "infrastructure/datacore/MessageFactory.h"
-#include "infrastructure/datacore/PlainJson.h"
 
 #include <QJsonArray>
 #include <QVector>
@@ -71,12 +70,7 @@ public:
     }
 
     /// No reasons, as in most nodes, and none held is told apart without an array being built.
-    void readPlainJson(const PlainJsonValue& value) override
-    {
-        if (!value.isEmptyArray() || !messages.isEmpty()) {
-            readJsonValue(value.toJsonValue());
-        }
-    }
+    void readPlainJson(const PlainJsonValue& value) override;
 
 protected:
     using DatacoreElement::DatacoreElement;

@@ -1,4 +1,4 @@
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonText_p.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

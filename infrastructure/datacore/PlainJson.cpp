@@ -1,4 +1,4 @@
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,8 +1,8 @@
 #include "infrastructure/platform/BitFile.h"
 
-#include "infrastructure/platform/Machine.h"
-#include "infrastructure/platform/PrintableText.h"
-#include "infrastructure/platform/TextScanner.h"
+#include "infrastructure/platform/Machine_p.h"
+#include "infrastructure/platform/PrintableText_p.h"
+#include "infrastructure/platform/TextScanner_p.h"
 
 #include <string>
 #include <string_view>

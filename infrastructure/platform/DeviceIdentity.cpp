@@ -1,8 +1,8 @@
 #include "infrastructure/platform/DeviceIdentity.h"
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 #include "infrastructure/platform/MtdDevice.h"
-#include "infrastructure/platform/TextScanner.h"
+#include "infrastructure/platform/TextScanner_p.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,6 @@
 #include "infrastructure/platform/Gpio.h"
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 
 #include <fcntl.h>
 

@@ -1,6 +1,6 @@
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 
-#include "infrastructure/utility/RegularFile.h"
+#include "infrastructure/utility/RegularFile_p.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 #include "infrastructure/platform/MtdDevice.h"
 
-#include "infrastructure/platform/Machine.h"
-#include "infrastructure/platform/TextScanner.h"
+#include "infrastructure/platform/Machine_p.h"
+#include "infrastructure/platform/TextScanner_p.h"
 
 #include <sys/ioctl.h>
 #include <sys/sysmacros.h>

@@ -1,7 +1,7 @@
 #include "infrastructure/platform/Sensors.h"
 
 #include "infrastructure/platform/Gpio.h"
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 #include "infrastructure/utility/Log.h"
 
 #include <sensors/error.h>

@@ -1,6 +1,6 @@
 #include "infrastructure/platform/SfpConfigFileHandler.h"
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/ParseJson.h"
 

@@ -3,8 +3,8 @@
 #include "infrastructure/platform/DeviceIdentity.h"
 #include "infrastructure/platform/Fans.h"
 #include "infrastructure/platform/Gpio.h"
-#include "infrastructure/platform/Machine.h"
-#include "infrastructure/platform/TextScanner.h"
+#include "infrastructure/platform/Machine_p.h"
+#include "infrastructure/platform/TextScanner_p.h"
 #include "infrastructure/platform/Watchdog.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "infrastructure/platform/Watchdog.h"
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 
 #include <fcntl.h>
 #include <linux/watchdog.h>

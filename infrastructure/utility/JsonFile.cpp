@@ -2,7 +2,7 @@
 
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/ParseJson.h"
-#include "infrastructure/utility/RegularFile.h"
+#include "infrastructure/utility/RegularFile_p.h"
 
 #include <QFile>
 #include <QJsonParseError>

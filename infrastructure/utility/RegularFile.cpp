@@ -1,4 +1,4 @@
-#include "infrastructure/utility/RegularFile.h"
+#include "infrastructure/utility/RegularFile_p.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -2,7 +2,7 @@
 // watchdog, and calls that fail when they are told to. It is the current machine while it lives.
 #pragma once
 
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 
 #include <QTemporaryDir>
 

@@ -1,6 +1,6 @@
 #include "infrastructure/ip/flows/AudioFlowConfigTx.h"
 
-#include "infrastructure/ip/flows/FlowFields.h"
+#include "infrastructure/ip/flows/FlowFields_p.h"
 #include "infrastructure/ip/flows/FlowVocabulary.h"
 #include "infrastructure/ptp/PtpVocabulary.h"
 

@@ -1,4 +1,4 @@
-#include "infrastructure/ip/flows/FlowFields.h"
+#include "infrastructure/ip/flows/FlowFields_p.h"
 
 namespace Tessorn {
 namespace IpTypes {

@@ -1,6 +1,6 @@
 #include "infrastructure/ip/flows/IpMediaFlowTx.h"
 
-#include "infrastructure/ip/flows/FlowFields.h"
+#include "infrastructure/ip/flows/FlowFields_p.h"
 
 namespace Tessorn {
 namespace IpTypes {

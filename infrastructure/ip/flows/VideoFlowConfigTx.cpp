@@ -1,6 +1,6 @@
 #include "infrastructure/ip/flows/VideoFlowConfigTx.h"
 
-#include "infrastructure/ip/flows/FlowFields.h"
+#include "infrastructure/ip/flows/FlowFields_p.h"
 #include "infrastructure/ip/flows/FlowVocabulary.h"
 
 namespace Tessorn {

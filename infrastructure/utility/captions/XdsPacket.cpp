@@ -1,6 +1,6 @@
 #include "infrastructure/utility/captions/XdsPacket.h"
 
-#include "infrastructure/utility/captions/Caption608Characters.h"
+#include "infrastructure/utility/captions/Caption608Characters_p.h"
 
 #include <algorithm>
 

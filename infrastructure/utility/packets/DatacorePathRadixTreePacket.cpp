@@ -1,7 +1,8 @@
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
 
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 
 #include <QJsonArray>
 

@@ -2,7 +2,6 @@
 
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/RawDataPacketFactory.h"
-#include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
 #include <QNetworkProxy>
@@ -59,7 +58,8 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
 
 /// Builds a packet and gives it to those who were registered for its type when it arrived and still
 /// are when their turn comes.
-void deliver(const QByteArray& view, const RawDataPacketHeader& header)
+void deliver(const QByteArray& view, const RawDataPacketHeader& header,
+             const RawDataPacketReceivers& registry)
 {
     using Receiver = RawDataPacketReceiverInterfaceBase;
     const std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
@@ -68,15 +68,13 @@ void deliver(const QByteArray& view, const RawDataPacketHeader& header)
     }
     const unsigned int type = header.packetType;
     QVarLengthArray<Receiver*, 8> receivers;
-    for (auto it = Receiver::registry.constFind(type);
-         it != Receiver::registry.constEnd() && it.key() == type; ++it) {
+    for (auto it = registry.constFind(type); it != registry.constEnd() && it.key() == type; ++it) {
         receivers.append(it.value());
     }
     // A receiver may make others and destroy any; a new one may stand where an old one stood.
     const quint64 latest = Receiver::getLatestRegistrationNumber();
     for (Receiver* receiver : receivers) {
-        if (Receiver::registry.contains(type, receiver) &&
-            receiver->getRegistrationNumber() <= latest) {
+        if (registry.contains(type, receiver) && receiver->getRegistrationNumber() <= latest) {
             receiver->receiveRawPacket(packet);
         }
     }
@@ -146,7 +144,14 @@ private:
 };
 
 NetworkConnection::NetworkConnection(QObject* parent, quint32 context)
+    : NetworkConnection(RawDataPacketReceiverInterfaceBase::registry, parent, context)
+{
+}
+
+NetworkConnection::NetworkConnection(RawDataPacketReceivers& owner, QObject* parent,
+                                     quint32 context)
     : QObject(parent)
+    , receivers(&owner)
     , connectionContext(context)
 {
 }
@@ -379,7 +384,7 @@ void NetworkConnection::deliverPackets(const SocketSignal& signal, bool discardR
         }
     });
     const quint32 deliveredSocket = socketCount;
-    const auto& registry = RawDataPacketReceiverInterfaceBase::registry;
+    const RawDataPacketReceivers& registry = *receivers; // outlives this connection
     QByteArray view;
 
     int offset = 0;
@@ -397,7 +402,7 @@ void NetworkConnection::deliverPackets(const SocketSignal& signal, bool discardR
         }
         const bool isKept = !discardRawData || header.packetType == RawPacketType_SerialisableData;
         if (isKept && registry.contains(header.packetType)) {
-            deliver(view.setRawData(bytes, static_cast<uint>(size)), header);
+            deliver(view.setRawData(bytes, static_cast<uint>(size)), header, registry);
             if (!signal.isConnectionAlive() || socketCount != deliveredSocket) {
                 return; // a receiver has ended this link, and its buffer with it
             }

@@ -2,7 +2,7 @@
 // receivers are called on that thread.
 #pragma once
 
-#include "infrastructure/utility/packets/RawDataPacket.h"
+#include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketAcceptorInterface.h"
 
 #include <QAbstractSocket>
@@ -16,7 +16,7 @@
 
 class QTcpSocket;
 
-/// Sends packets, frames those that come in, and hands each to every receiver that is registered
+/// Sends packets, frames those that come in, and hands each to every receiver that its register has
 /// for its raw type, newest first, in the order of arrival. The link has no handshake and no
 /// keep-alive. While more than DISCARD_THRESHOLD_BYTES wait to be taken, packets other than JSON
 /// are thrown away; JSON is never dropped. Bytes that begin no packet are skipped one by one.
@@ -36,8 +36,12 @@ public:
     /// can't be served: the link is closed, with a log line.
     static constexpr int MAX_BUFFERED_BYTES = sizeof(void*) > 4 ? 0x7FFF0000 : 0x10000000;
 
-    /// Not connected. `context` is kept for whoever made the connection.
+    /// Not connected. What is received goes to the process-wide register, which other connections
+    /// use too, or to `receivers` alone, which outlives the connection. `context` is kept for
+    /// whoever made the connection.
     explicit NetworkConnection(QObject* parent = nullptr, quint32 context = 0);
+    explicit NetworkConnection(RawDataPacketReceivers& receivers, QObject* parent = nullptr,
+                               quint32 context = 0);
     ~NetworkConnection() override;
 
     /// Connects to a listening peer, in place of any link there was; waits up to 500 ms. False,
@@ -60,7 +64,9 @@ public:
     const QString& getLocalIdentifier() const { return localIdentifier; }
     /// The far end, in the same form.
     const QString& getPeerIdentifier() const { return peerIdentifier; }
-    /// The second argument of the constructor.
+    /// The register that gets what is received.
+    RawDataPacketReceivers& getReceivers() const { return *receivers; }
+    /// What the constructor was given.
     quint32 getConnectionContext() const { return connectionContext; }
 
     /// Always true: a connection sends any class.
@@ -97,6 +103,7 @@ private:
     void wireSocket();
     void readIdentifiers();
 
+    RawDataPacketReceivers* receivers;
     QString peerIdentifier;
     QString localIdentifier;
     QTcpSocket* socket = nullptr; ///< a child of this object

@@ -14,8 +14,8 @@ template <typename T>
 class RawDataPacketReceiverInterface : public RawDataPacketReceiverInterfaceBase
 {
 public:
-    RawDataPacketReceiverInterface()
-        : RawDataPacketReceiverInterfaceBase(T::PACKET_TYPE)
+    explicit RawDataPacketReceiverInterface(RawDataPacketReceivers& owner = registry)
+        : RawDataPacketReceiverInterfaceBase(T::PACKET_TYPE, owner)
     {
         static_assert(std::is_same_v<T, SerialisableDataPacket> ||
                           !std::is_base_of_v<SerialisableDataPacket, T>,

@@ -1,17 +1,18 @@
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 
-QMultiMap<unsigned int, RawDataPacketReceiverInterfaceBase*>
-    RawDataPacketReceiverInterfaceBase::registry;
+RawDataPacketReceivers RawDataPacketReceiverInterfaceBase::registry;
 quint64 RawDataPacketReceiverInterfaceBase::latestRegistrationNumber = 0;
 
-RawDataPacketReceiverInterfaceBase::RawDataPacketReceiverInterfaceBase(unsigned int type)
-    : packetType(type)
+RawDataPacketReceiverInterfaceBase::RawDataPacketReceiverInterfaceBase(
+    unsigned int type, RawDataPacketReceivers& owner)
+    : receivers(&owner)
+    , packetType(type)
     , registrationNumber(++latestRegistrationNumber)
 {
-    registry.insert(packetType, this);
+    receivers->insert(packetType, this);
 }
 
 RawDataPacketReceiverInterfaceBase::~RawDataPacketReceiverInterfaceBase()
 {
-    registry.remove(packetType, this);
+    receivers->remove(packetType, this);
 }

@@ -1,4 +1,4 @@
-// Who takes which raw packet type. One process-wide register, used from the connections' thread.
+// Who takes which raw packet type. Used from the connections' thread.
 #pragma once
 
 #include "infrastructure/utility/packets/RawDataPacket.h"
@@ -7,6 +7,12 @@
 
 #include <memory>
 
+class RawDataPacketReceiverInterfaceBase;
+
+/// A register: receivers by raw type, the newest of a type first. A connection hands what it
+/// receives to the receivers of one register. It outlives them and the connection.
+using RawDataPacketReceivers = QMultiMap<unsigned int, RawDataPacketReceiverInterfaceBase*>;
+
 /// Anything that takes raw packets of one type: registered for exactly as long as it exists. It
 /// must be made and destroyed on the thread that runs the connections; it may be made, destroyed,
 /// or destroy another, while a packet is being delivered.
@@ -14,7 +20,8 @@ class RawDataPacketReceiverInterfaceBase
 {
 public:
     /// Registers this receiver for a type, ahead of those that are there.
-    explicit RawDataPacketReceiverInterfaceBase(unsigned int type);
+    explicit RawDataPacketReceiverInterfaceBase(unsigned int type,
+                                                RawDataPacketReceivers& owner = registry);
     RawDataPacketReceiverInterfaceBase(const RawDataPacketReceiverInterfaceBase&) = delete;
     RawDataPacketReceiverInterfaceBase&
     operator=(const RawDataPacketReceiverInterfaceBase&) = delete;
@@ -23,17 +30,21 @@ public:
     /// Takes a packet of the type registered for. Runs on the connection's thread.
     virtual void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) = 0;
 
+    /// Where it is registered.
+    RawDataPacketReceivers& getReceivers() const { return *receivers; }
     /// How many receivers had been made when this one was, itself included.
     quint64 getRegistrationNumber() const { return registrationNumber; }
     /// The number of the newest receiver that was ever made.
     static quint64 getLatestRegistrationNumber() { return latestRegistrationNumber; }
 
-    /// All receivers by type, the newest of a type first.
-    static QMultiMap<unsigned int, RawDataPacketReceiverInterfaceBase*> registry;
+    /// The register of whoever names none: one for the process. All connections that use it share
+    /// its receivers, so two servers' packets can't be told apart.
+    static RawDataPacketReceivers registry;
 
 private:
     static quint64 latestRegistrationNumber;
 
+    RawDataPacketReceivers* receivers;
     unsigned int packetType;
     quint64 registrationNumber;
 };

@@ -1,6 +1,7 @@
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/ParseJson.h"
 

@@ -4,7 +4,7 @@
 //                      | length (BE)  | compact JSON, UTF-8, no terminator
 #pragma once
 
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/PlainJsonIndex.h"
 #include "infrastructure/utility/packets/RawDataPacket.h"
 
 #include <fmt/ostream.h>
@@ -16,6 +16,7 @@
 #include <type_traits>
 #include <vector>
 
+class PlainJsonValue;
 struct QJsonParseError;
 
 /// A JSON packet: one object, whose "Class" says which packet class it is. A value: copies are

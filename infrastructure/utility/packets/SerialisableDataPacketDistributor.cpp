@@ -5,7 +5,14 @@
 #include <QPointer>
 
 SerialisableDataPacketDistributor::SerialisableDataPacketDistributor(QObject* parent)
+    : SerialisableDataPacketDistributor(registry, parent)
+{
+}
+
+SerialisableDataPacketDistributor::SerialisableDataPacketDistributor(
+    RawDataPacketReceivers& receivers, QObject* parent)
     : QObject(parent)
+    , RawDataPacketReceiverInterface(receivers)
 {
 }
 

@@ -11,9 +11,9 @@
 #include <deque>
 #include <map>
 
-/// Takes every JSON packet that reaches the process and gives it to each acceptor of its class, in
-/// the order of registration. Acceptors can't be taken out again: they outlive the distributor,
-/// which one of them may destroy while it is called.
+/// Takes every JSON packet of the connections of one register, and gives it to each acceptor of its
+/// class, in the order of registration. Acceptors can't be taken out again: they outlive the
+/// distributor, which one of them may destroy while it is called.
 class SerialisableDataPacketDistributor
     : public QObject,
       public SerialisableDataPacketAcceptorInterface,
@@ -22,8 +22,11 @@ class SerialisableDataPacketDistributor
     Q_OBJECT
 
 public:
-    /// Takes packets from now on.
+    /// Takes packets from now on: of the connections that use the process-wide register, or of
+    /// those that use `receivers`.
     explicit SerialisableDataPacketDistributor(QObject* parent = nullptr);
+    explicit SerialisableDataPacketDistributor(RawDataPacketReceivers& receivers,
+                                               QObject* parent = nullptr);
 
     /// Has the acceptor get the packets of a class; twice registered is twice called. One that says
     /// it can't accept the class is refused with a log line.

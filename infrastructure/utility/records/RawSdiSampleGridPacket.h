@@ -7,7 +7,7 @@
 #pragma once
 
 #include "infrastructure/utility/records/RecordPacket.h"
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
 /// S and the descriptor are those of the first row: shorter rows are filled up with zeros, longer
 /// ones are cut.

@@ -1,4 +1,4 @@
-#include "infrastructure/utility/video/PayloadIdentifierText.h"
+#include "infrastructure/utility/video/PayloadIdentifierText_p.h"
 
 using namespace Tessorn::Sdi;
 using namespace Tessorn::Sdi::PayloadId;

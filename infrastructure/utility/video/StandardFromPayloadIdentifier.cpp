@@ -1,7 +1,7 @@
 #include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
 
 #include "infrastructure/utility/Log.h"
-#include "infrastructure/utility/video/PayloadIdentifierText.h"
+#include "infrastructure/utility/video/PayloadIdentifierText_p.h"
 
 #include <algorithm>
 #include <limits>

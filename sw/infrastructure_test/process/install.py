@@ -47,8 +47,12 @@ class Consumer:
         self.source, self.cmake, self.cxx = source, cmake, cxx
 
     def check_output(self, program, prefix, what):
-        library = glob.glob(f"{prefix}/lib/**/libinfrastructure.so", recursive=True)[0]
-        output = run(program, LD_LIBRARY_PATH=os.path.dirname(library))
+        library = glob.glob(f"{prefix}/lib/**/libinfrastructure_core.so", recursive=True)[0]
+        folder = os.path.dirname(library)
+        loaded = run("ldd", program, LD_LIBRARY_PATH=folder)
+        check(not re.search("libsensors|libQt5Gui|infrastructure_board", loaded),
+              "a mirror loads neither sensors nor pictures", loaded)
+        output = run(program, LD_LIBRARY_PATH=folder)
         check(output == EXPECTED, what, output)
 
     def find_package(self, name, prefix):
@@ -61,8 +65,11 @@ class Consumer:
     def pkg_config(self, name, prefix):
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
-            flags = run("pkg-config", "--cflags", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
-            check("-D_FILE_OFFSET_BITS=64" in flags, "pkg-config tells the width of file offsets")
+            every = run("pkg-config", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
+            check(re.findall("-linfrastructure_([a-z]+)", every) == ["link", "media", "board", "core"],
+                  "pkg-config knows all libraries", every)
+            flags = run("pkg-config", "--cflags", "--libs", "infrastructure-link",
+                        PKG_CONFIG_PATH=path)
             run(self.cxx, "-std=c++17", f"{self.source}/main.cpp", "-o", f"{folder}/consumer",
                 *shlex.split(flags))
             self.check_output(f"{folder}/consumer", prefix, f"pkg-config works with the {name}")
@@ -94,7 +101,7 @@ def unpack_packages(build, folder, cmake_folder):
                                   "${Package}|${Version}|${Depends}", package).split("|", 2)
         depends[name] = set(text.split(", "))
         run("dpkg", "-x", package, f"{folder}/root")
-    runtime = only(f"{folder}/root/usr/lib/**/libinfrastructure.so.?.?")
+    runtime = only(f"{folder}/root/usr/lib/**/libinfrastructure_core.so.?.?")
     runtime = "libinfrastructure" + runtime.rsplit(".so.", 1)[1]
     same = f"{runtime} (= {version})"
     check(depends.keys() == {runtime, "libinfrastructure-dev", "infrastructure-tools"},

@@ -7,7 +7,7 @@
 
 #include "infrastructure/utility/video/analysis/ActivePictureRaster.h"
 #include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
 /// Both ways are exact inverses: over the whole active picture, and over every line and sample of
 /// the stream. What lies in blanking has a position outside the picture, as ActivePictureRaster

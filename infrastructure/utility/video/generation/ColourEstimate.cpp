@@ -1,4 +1,4 @@
-#include "infrastructure/utility/video/generation/ColourEstimate.h"
+#include "infrastructure/utility/video/generation/ColourEstimate_p.h"
 
 #include <cmath>
 

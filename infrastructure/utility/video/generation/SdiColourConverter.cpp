@@ -4,8 +4,8 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
 #include "infrastructure/utility/Log.h"
-#include "infrastructure/utility/video/generation/ColourEstimate.h"
-#include "infrastructure/utility/video/generation/WordVector.h"
+#include "infrastructure/utility/video/generation/ColourEstimate_p.h"
+#include "infrastructure/utility/video/generation/WordVector_p.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 
 #include "infrastructure/utility/Log.h"
-#include "infrastructure/utility/video/generation/WordVector.h"
+#include "infrastructure/utility/video/generation/WordVector_p.h"
 
 #include <algorithm>
 

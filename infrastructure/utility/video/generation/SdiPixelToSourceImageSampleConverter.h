@@ -7,7 +7,7 @@
 
 #include "infrastructure/utility/video/generation/PixelData.h"
 #include "infrastructure/utility/video/PayloadIdVocabulary.h"
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
 #include <map>
 #include <vector>

@@ -2,7 +2,7 @@
 // A value; pure functions.
 #pragma once
 
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
 #include <QtGlobal>
 

@@ -1,4 +1,5 @@
 #include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "sw/infrastructure_test/Catch.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 // Plain JSON text read in place, against QJsonDocument.
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
-#include "infrastructure/datacore/PlainJson.h"
+#include "infrastructure/datacore/PlainJson_p.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 

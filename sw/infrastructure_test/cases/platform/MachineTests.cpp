@@ -1,4 +1,4 @@
-#include "infrastructure/platform/Machine.h"
+#include "infrastructure/platform/Machine_p.h"
 #include "sw/infrastructure_test/MadeMachine.h"
 
 #include "sw/infrastructure_test/Catch.h"

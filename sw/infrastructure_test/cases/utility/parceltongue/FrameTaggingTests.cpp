@@ -1,6 +1,6 @@
 // Fields and frames between their tags. The expected layout is worked out word by word here, from
 // the order in which the tags stand.
-#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/parceltongue/tags/FieldParcelTag.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"

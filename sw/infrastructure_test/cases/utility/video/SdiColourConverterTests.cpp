@@ -1,6 +1,6 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
-#include "infrastructure/utility/video/generation/ColourEstimate.h"
+#include "infrastructure/utility/video/generation/ColourEstimate_p.h"
 
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"

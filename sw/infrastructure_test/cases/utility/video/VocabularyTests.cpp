@@ -2,7 +2,7 @@
 #include "infrastructure/utility/video/IpVideoVocabulary.h"
 #include "infrastructure/utility/video/PayloadIdVocabulary.h"
 #include "infrastructure/utility/video/SdiVocabulary.h"
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 #include "sw/infrastructure_test/Catch.h"
 
 #include <QStringList>

@@ -73,7 +73,7 @@ TEST_CASE("A line number is two words, with bit 9 the inverse of bit 8", "[frame
     CHECK(lineNumberWords(1125) == WordPair{0x194, 0x220});
     for (quint32 number = 0; number < 0x1000; ++number) {
         const WordPair words = lineNumberWords(number);
-        REQUIRE((words[0] >> 2 & 0x7Fu | (words[1] >> 2 & 0xFu) << 7) == (number & 0x7FF));
+        REQUIRE(((words[0] >> 2 & 0x7Fu) | (words[1] >> 2 & 0xFu) << 7) == (number & 0x7FF));
         REQUIRE((words[0] >> 9 & 1) == (~words[0] >> 8 & 1));
         REQUIRE((words[0] & 3) == 0);
         REQUIRE((words[1] & ~0x3Cu) == 0x200);

@@ -9,12 +9,12 @@
 // and 1 for field 1, 0 for field 2. The pairs of a Scenarist file belong to the field asked for. An
 // OP-47 FILE has an ancillary packet in hexadecimal bytes on each line, from the data flag 00 FF FF
 // to the checksum.
-#include "examples/CommandLine.h"
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/Op47decoder.h"
 #include "infrastructure/utility/captions/ScenaristCaptions.h"
 #include "infrastructure/utility/captions/XdsRatingText.h"
+#include "infrastructure/utility/CommandLine.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

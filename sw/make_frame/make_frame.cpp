@@ -9,14 +9,16 @@
 //
 // STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of level A, 720 or
 // 1080 lines, 10 bits 4:2:2 YCbCr on one link. An image has the size of the standard's picture.
-#include "examples/CommandLine.h"
-#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/CommandLine.h"
+#include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
+#include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QFile>
 #include <QImage>
 #include <QtEndian>

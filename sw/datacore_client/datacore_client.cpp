@@ -1,13 +1,13 @@
 // A command-line tool for an engineer at the instrument: looks at a datacore server and writes to
 // it.
 //   datacore_client list | get PATH | set PATH VALUE... | watch [PATH-PREFIX] | dump
-#include "examples/CommandLine.h"
-#include "examples/QuitOnSignal.h"
 #include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
+#include "infrastructure/utility/QuitOnSignal.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "tools/replay/Player.h"
+#include "sw/replay/Player.h"
 
 #include "infrastructure/utility/packets/NetworkConnection.h"
 

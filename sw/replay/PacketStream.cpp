@@ -1,4 +1,4 @@
-#include "tools/replay/PacketStream.h"
+#include "sw/replay/PacketStream.h"
 
 #include "infrastructure/utility/packets/RawDataPacket.h"
 

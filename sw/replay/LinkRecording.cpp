@@ -1,4 +1,4 @@
-#include "tools/replay/LinkRecording.h"
+#include "sw/replay/LinkRecording.h"
 
 #include "infrastructure/utility/BigEndianReader.h"
 #include "infrastructure/utility/BigEndianWriter.h"

@@ -1,4 +1,4 @@
-#include "infrastructure/utility/video/VideoTypes.h"
+#include "infrastructure/utility/video/types/VideoTypes.h"
 
 #include <QTextStream>
 

@@ -1,10 +1,10 @@
 // Records a link to a file, and plays either side of it back.
 //   replay record FILE | to-server FILE | to-client FILE | show FILE...
-#include "examples/CommandLine.h"
-#include "examples/QuitOnSignal.h"
+#include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
-#include "tools/replay/Player.h"
-#include "tools/replay/Recorder.h"
+#include "infrastructure/utility/QuitOnSignal.h"
+#include "sw/replay/Player.h"
+#include "sw/replay/Recorder.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 // Stands between a client and a server and writes down what they say. Lives on one thread.
 #pragma once
 
-#include "tools/replay/LinkRecording.h"
-#include "tools/replay/PacketStream.h"
+#include "sw/replay/LinkRecording.h"
+#include "sw/replay/PacketStream.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>

@@ -1,8 +1,11 @@
-#include "examples/DatacoreServer.h"
+#include "infrastructure/server/DatacoreServer.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 
 #include <QTcpSocket>
 
@@ -24,6 +27,68 @@ DatacorePacket toPacket(const DatacoreBase& datacore)
 }
 
 } // namespace
+
+/// One client: its link, and what comes over that link alone.
+class DatacoreServer::Client : public QObject, public SerialisableDataPacketAcceptorInterface
+{
+public:
+    explicit Client(DatacoreServer& owner)
+        : QObject(&owner)
+        , server(&owner)
+        , connection(receivers)
+        , distributor(receivers)
+    {
+        distributor.registerPacketAcceptor(
+            *this, {DatacorePathListPacket::CLASSNAME(), DatacorePacket::CLASSNAME()});
+        QObject::connect(&connection, &NetworkConnection::disconnectedFromHost, this, [this] {
+            if (server != nullptr) {
+                server->dropClient(*this);
+            }
+        });
+    }
+
+    /// False where the peer has gone meanwhile.
+    bool adoptSocket(std::unique_ptr<QTcpSocket> accepted)
+    {
+        accepted->setReadBufferSize(READ_BUFFER_BYTES);
+        return connection.adoptSocket(accepted);
+    }
+
+    NetworkConnection& getConnection() { return connection; }
+    const QString& getName() const { return connection.getPeerIdentifier(); }
+
+    /// From now on it says and takes nothing; it goes when the event loop gets back.
+    void retire()
+    {
+        server = nullptr;
+        deleteLater();
+    }
+
+    bool canAcceptPacket(QString className) override
+    {
+        return className == DatacorePathListPacket::CLASSNAME() ||
+               className == DatacorePacket::CLASSNAME();
+    }
+
+    void acceptPacket(const SerialisableDataPacket& packet) override
+    {
+        if (server == nullptr) {
+            return;
+        }
+        bool ok = false;
+        if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
+            server->sendDump(*this, DatacorePathListPacket(packet, ok));
+        } else {
+            server->applyWrite(DatacorePacket(packet, ok));
+        }
+    }
+
+private:
+    DatacoreServer* server; ///< null once retired
+    RawDataPacketReceivers receivers;
+    NetworkConnection connection;
+    SerialisableDataPacketDistributor distributor;
+};
 
 /// The answer to a request, sent piece by piece.
 class DatacoreServer::Dump
@@ -65,8 +130,6 @@ DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* pare
     : QObject(parent)
     , trees(datacoreTrees)
 {
-    distributor.registerPacketAcceptor(
-        *this, {DatacorePathListPacket::CLASSNAME(), DatacorePacket::CLASSNAME()});
     connect(&listener, &QTcpServer::newConnection, this, &DatacoreServer::acceptClient);
 }
 
@@ -80,37 +143,27 @@ bool DatacoreServer::listen(const QHostAddress& address, quint16 port)
 void DatacoreServer::acceptClient()
 {
     while (listener.hasPendingConnections()) {
-        std::unique_ptr<QTcpSocket> accepted(listener.nextPendingConnection());
-        accepted->setReadBufferSize(READ_BUFFER_BYTES);
-        auto* client = new NetworkConnection(this);
-        client->adoptSocket(accepted);
+        auto* client = new Client(*this);
         clients.push_back(client);
-        connect(client, &NetworkConnection::disconnectedFromHost, this,
-                [this, client] { dropClient(client); });
-        VELLOG_INFO() << "Client " << client->getPeerIdentifier() << " has connected";
+        if (client->adoptSocket(std::unique_ptr<QTcpSocket>(listener.nextPendingConnection()))) {
+            VELLOG_INFO() << "Client " << client->getName() << " has connected";
+        } else {
+            dropClient(*client);
+        }
     }
 }
 
-void DatacoreServer::dropClient(NetworkConnection* client)
+void DatacoreServer::dropClient(Client& client)
 {
-    clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
-    VELLOG_INFO() << "Client " << client->getPeerIdentifier() << " has gone";
-    client->deleteLater();
+    clients.erase(std::remove(clients.begin(), clients.end(), &client), clients.end());
+    VELLOG_INFO() << "Client " << client.getName() << " has gone";
+    client.retire();
 }
 
-void DatacoreServer::dropClientThatDoesNotRead(NetworkConnection* client)
+void DatacoreServer::dropClientThatDoesNotRead(Client& client)
 {
-    VELLOG_ERR() << "Client " << client->getPeerIdentifier() << " does not read, dropped";
+    VELLOG_ERR() << "Client " << client.getName() << " does not read, dropped";
     dropClient(client);
-}
-
-NetworkConnection* DatacoreServer::findClient(const QString& clientId) const
-{
-    const auto found =
-        std::find_if(clients.begin(), clients.end(), [&clientId](NetworkConnection* client) {
-            return client->getPeerIdentifier() == clientId;
-        });
-    return found == clients.end() ? nullptr : *found;
 }
 
 std::vector<DatacoreBase*> DatacoreServer::getRoots() const
@@ -131,36 +184,15 @@ DatacoreBase* DatacoreServer::findDatacore(const QString& fullPath) const
     return nullptr;
 }
 
-bool DatacoreServer::canAcceptPacket(QString className)
-{
-    return className == DatacorePathListPacket::CLASSNAME() ||
-           className == DatacorePacket::CLASSNAME();
-}
-
-void DatacoreServer::acceptPacket(const SerialisableDataPacket& packet)
-{
-    if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
-        sendDump(packet);
-    } else {
-        applyWrite(packet);
-    }
-}
-
 /// The names of all trees, then the values asked for: all of them where none is named.
-void DatacoreServer::sendDump(const SerialisableDataPacket& request)
+void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& request)
 {
-    bool ok = false;
-    const DatacorePathListPacket list(request, ok);
-    NetworkConnection* client = findClient(list.getClientID());
-    if (client == nullptr) {
-        VELLOG_ERR() << "Request of an unknown client " << list.getClientID();
-        return;
-    }
-    Dump dump(*client);
-    bool isRead = dump.add(DatacorePathRadixTreePacket(
-        list.getClientID(), *trees.config, *trees.status, *trees.command, *trees.persistentConfig));
+    Dump dump(client.getConnection());
+    bool isRead =
+        dump.add(DatacorePathRadixTreePacket(request.getClientID(), *trees.config, *trees.status,
+                                             *trees.command, *trees.persistentConfig));
 
-    const std::deque<QString> paths = list.getDatacorePaths();
+    const std::deque<QString> paths = request.getDatacorePaths();
     if (paths.empty()) {
         for (const DatacoreBase* root : getRoots()) {
             isRead = isRead && dump.addTree(*root);
@@ -182,10 +214,8 @@ void DatacoreServer::sendDump(const SerialisableDataPacket& request)
 
 /// Takes the value, and sends what the server now holds to all: to the writer as its
 /// acknowledgement, with the same ids, also where the value was refused or is the same as before.
-void DatacoreServer::applyWrite(const SerialisableDataPacket& packet)
+void DatacoreServer::applyWrite(const DatacorePacket& write)
 {
-    bool ok = false;
-    const DatacorePacket write(packet, ok);
     DatacoreBase* datacore = findDatacore(write.getDatacorePath());
     if (datacore == nullptr) {
         VELLOG_ERR() << "Write to an unknown path " << write.getDatacorePath();
@@ -222,15 +252,15 @@ void DatacoreServer::publishChanges()
 
 void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
 {
-    const std::vector<NetworkConnection*> present = clients; // a client may go while it is sent to
-    for (NetworkConnection* client : present) {
+    const std::vector<Client*> present = clients; // a client may go while it is sent to
+    for (Client* client : present) {
         if (std::find(clients.begin(), clients.end(), client) == clients.end()) {
             continue;
         }
-        if (client->getUnsentBytes() > MAX_UNSENT_BYTES) {
-            dropClientThatDoesNotRead(client);
+        if (client->getConnection().getUnsentBytes() > MAX_UNSENT_BYTES) {
+            dropClientThatDoesNotRead(*client);
             continue;
         }
-        client->acceptPackets(packets);
+        client->getConnection().acceptPackets(packets);
     }
 }

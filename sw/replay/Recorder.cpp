@@ -1,4 +1,4 @@
-#include "tools/replay/Recorder.h"
+#include "sw/replay/Recorder.h"
 
 #include "infrastructure/utility/packets/NetworkConnection.h"
 

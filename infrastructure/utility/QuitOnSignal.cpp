@@ -1,4 +1,4 @@
-#include "examples/QuitOnSignal.h"
+#include "infrastructure/utility/QuitOnSignal.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>

@@ -1,4 +1,4 @@
-#include "infrastructure/utility/parceltongue/FrameTagging.h"
+#include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/parceltongue/tags/FieldParcelTag.h"

@@ -4,10 +4,10 @@
 // is anything else is for QJsonDocument, which gives the same values for plain text.
 #pragma once
 
+#include "infrastructure/datacore/PlainJsonIndex.h"
+
 #include <QJsonValue>
 #include <QString>
-
-#include <array>
 
 /// A value in plain text, as a view that the text must outlive; by default, one that is missing.
 class PlainJsonValue
@@ -73,29 +73,4 @@ private:
     const char* end = nullptr; ///< the closing bracket
     QLatin1String key;
     PlainJsonValue value;
-};
-
-/// Where the members of an object stand in its text. It holds no pointers: the text may move.
-class PlainJsonIndex
-{
-public:
-    static constexpr int MAX_MEMBERS = 6;
-
-    /// Checks the text. False, with the index empty, unless it is a plain object of at most
-    /// MAX_MEMBERS members.
-    bool read(const char* text, int size);
-    /// The value under the key in the text that was read; missing where there is none.
-    PlainJsonValue find(const char* text, QLatin1String key) const;
-
-private:
-    struct Member
-    {
-        int keyStart; ///< from the start of the text
-        int keySize;
-        int valueStart;
-        int valueSize;
-    };
-
-    std::array<Member, MAX_MEMBERS> members{};
-    int count = 0;
 };

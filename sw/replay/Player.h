@@ -2,8 +2,8 @@
 // thread.
 #pragma once
 
-#include "tools/replay/LinkRecording.h"
-#include "tools/replay/PacketStream.h"
+#include "sw/replay/LinkRecording.h"
+#include "sw/replay/PacketStream.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>

@@ -1,15 +1,15 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
 //   datacore_server [--address ADDRESS] [--port PORT]
-#include "examples/CommandLine.h"
-#include "examples/DatacoreServer.h"
-#include "examples/QuitOnSignal.h"
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
+#include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
+#include "infrastructure/utility/QuitOnSignal.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,16 +1,20 @@
-// The server's side of the datacore protocol, for any trees. Lives on one thread.
+// The server's side of the datacore protocol, for any trees. Lives on one thread, which runs a Qt
+// event loop.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/utility/packets/DatacorePacket.h"
-#include "infrastructure/utility/packets/NetworkConnection.h"
-#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
+#include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
+#include <QHostAddress>
+#include <QObject>
 #include <QTcpServer>
 
 #include <vector>
 
-/// The roots of the four trees. They are not owned.
+class DatacorePacket;
+class DatacorePathListPacket;
+
+/// The roots of the four trees. They are not owned and outlive the server.
 struct DatacoreTrees
 {
     DatacoreBase* config;
@@ -20,9 +24,13 @@ struct DatacoreTrees
 };
 
 /// Accepts any number of clients, gives each the names and values that it asks for, applies their
-/// writes, and tells all of them what has changed. A client is known by its end of the connection,
-/// which every packet of its own names.
-class DatacoreServer : public QObject, public SerialisableDataPacketAcceptorInterface
+/// writes, and tells all of them what has changed. Each client has a register of its own: neither
+/// another server's clients nor a mirror in the same process see its packets.
+///
+/// A write that leads nowhere is logged and gets no echo. Any other is echoed to all clients, under
+/// its ids, with what the node then holds, also where that has not changed or the content was of
+/// the wrong shape.
+class DatacoreServer : public QObject
 {
     Q_OBJECT
 
@@ -36,29 +44,26 @@ public:
     /// Port 0 lets the system choose. False where the port can't be had.
     bool listen(const QHostAddress& address, quint16 port);
     quint16 getPort() const { return listener.serverPort(); }
+    /// Clients that are connected now.
     int getClientCount() const { return static_cast<int>(clients.size()); }
 
     /// Tells all clients of what the server has changed in its trees since the last time.
     void publishChanges();
 
-    bool canAcceptPacket(QString className) override;
-    void acceptPacket(const SerialisableDataPacket& packet) override;
-
 private:
+    class Client;
     class Dump;
 
     void acceptClient();
-    void dropClient(NetworkConnection* client);
-    void dropClientThatDoesNotRead(NetworkConnection* client);
-    NetworkConnection* findClient(const QString& clientId) const;
-    void sendDump(const SerialisableDataPacket& request);
-    void applyWrite(const SerialisableDataPacket& packet);
+    void dropClient(Client& client);
+    void dropClientThatDoesNotRead(Client& client);
+    void sendDump(Client& client, const DatacorePathListPacket& request);
+    void applyWrite(const DatacorePacket& write);
     void sendToAll(const std::vector<SerialisableDataPacket>& packets);
     std::vector<DatacoreBase*> getRoots() const;
     DatacoreBase* findDatacore(const QString& fullPath) const;
 
     DatacoreTrees trees;
     QTcpServer listener;
-    SerialisableDataPacketDistributor distributor;
-    std::vector<NetworkConnection*> clients;
+    std::vector<Client*> clients; ///< children of this object
 };

@@ -1,0 +1,31 @@
+# Programs, their installation, and what they print.
+
+# infrastructure_program(NAME LIBRARIES LIBRARY ... [SOURCES SOURCE ...]): the program NAME from
+# NAME.cpp, which uses public headers alone; it is installed as a tool, with its manual page.
+function(infrastructure_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBRARIES")
+  add_executable(${name} ${name}.cpp ${ARG_SOURCES})
+  infrastructure_flags(${name})
+  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
+  infrastructure_install_tool(${name})
+endfunction()
+
+# infrastructure_expect(TEST EXPECTED): the test passes by what it prints, and by no report of a
+# sanitizer, since its exit value then does not count.
+function(infrastructure_expect test expected)
+  set_tests_properties(${test} PROPERTIES PASS_REGULAR_EXPRESSION "${expected}"
+                                          FAIL_REGULAR_EXPRESSION "Sanitizer;runtime error:" TIMEOUT
+                                          300)
+endfunction()
+
+# infrastructure_program_test(PROGRAM CASE EXPECTED [WORD ...]): what PROGRAM prints for the words
+# matches the regular expression EXPECTED.
+function(infrastructure_program_test program case expected)
+  if(INFRASTRUCTURE_BUILD_TESTS)
+    set(test program.${program}.${case})
+    add_test(NAME ${test} COMMAND ${program} ${ARGN})
+    infrastructure_expect(${test} "${expected}")
+  endif()
+endfunction()

@@ -1,0 +1,16 @@
+#include "infrastructure/datacore/DatacoreStatusElement.h"
+
+#include "infrastructure/datacore/DatacoreActiveStatusMessage.h"
+#include "infrastructure/datacore/DatacoreValidStatusMessage.h"
+#include "infrastructure/datacore/PlainJson_p.h"
+
+template <typename Message>
+void DatacoreStatusElement<Message>::readPlainJson(const PlainJsonValue& value)
+{
+    if (!value.isEmptyArray() || !messages.isEmpty()) {
+        readJsonValue(value.toJsonValue());
+    }
+}
+
+template class DatacoreStatusElement<DatacoreActiveStatusMessage>;
+template class DatacoreStatusElement<DatacoreValidStatusMessage>;

@@ -1,0 +1,209 @@
+// Servers and mirrors in one process, each link with a register of its own.
+#include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/datacore/DatacoreNumberLimits.h"
+#include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/utility/packets/DatacorePacket.h"
+#include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <random>
+
+namespace {
+
+constexpr int LEAVES = 8;
+
+QString leafName(int i)
+{
+    return QStringLiteral("leaf%1").arg(i);
+}
+
+QString configPath(int i)
+{
+    return QStringLiteral("configCoreRouter/") + leafName(i);
+}
+
+/// Four trees at the paths that all of these servers have.
+struct Trees
+{
+    explicit Trees(int initial)
+    {
+        for (int i = 0; i < LEAVES; ++i) {
+            leaves.push_back(std::make_unique<DatacoreNumberLimits<int>>(
+                leafName(i), &config, 0, 1 << 30, std::deque<int>{initial}));
+        }
+    }
+
+    DatacoreBase config{QStringLiteral("configCoreRouter"), nullptr};
+    DatacoreBase status{QStringLiteral("statusCoreRouter"), nullptr};
+    DatacoreBase command{QStringLiteral("commandCoreRouter"), nullptr};
+    DatacoreBase persistent{QStringLiteral("persistentConfigCoreRouter"), nullptr};
+    std::vector<std::unique_ptr<DatacoreNumberLimits<int>>> leaves;
+    DatacoreTrees roots{&config, &status, &command, &persistent};
+};
+
+/// A mirror of one server.
+struct Mirror
+{
+    RawDataPacketReceivers receivers;
+    NetworkConnection connection{receivers};
+    VelClientDatacoreManager manager{connection};
+
+    ClientDatacore* leaf(int i) { return manager.getRegistry().lookup(configPath(i)); }
+
+    bool fill(quint16 port)
+    {
+        if (!connection.connectToHost(QHostAddress(QHostAddress::LocalHost), port)) {
+            return false;
+        }
+        connection.acceptPacket(
+            DatacorePathListPacket(connection.getLocalIdentifier(), QStringList()));
+        return waitFor([this] { return leaf(LEAVES - 1) && leaf(LEAVES - 1)->getDataCount() > 0; });
+    }
+
+    int countPending()
+    {
+        int count = 0;
+        for (int i = 0; i < LEAVES; ++i) {
+            count += leaf(i)->getPendingCount();
+        }
+        return count;
+    }
+};
+
+/// A server and its mirror, which hold values that no other pair of the process has.
+struct Pair
+{
+    explicit Pair(int pairIndex)
+        : base((pairIndex + 1) * 100'000'000)
+        , trees(base)
+    {
+        startServer();
+    }
+
+    void startServer()
+    {
+        server.emplace(trees.roots);
+        REQUIRE(server->listen(QHostAddress(QHostAddress::LocalHost), 0));
+        REQUIRE(mirror.fill(server->getPort()));
+    }
+
+    /// The mirror holds what the server does, all of it this pair's, and waits for nothing.
+    bool isInStep()
+    {
+        for (int i = 0; i < LEAVES; ++i) {
+            const QString text = trees.leaves[i]->getData();
+            const int value = text.toInt();
+            if (value < base || value >= base + 100'000'000 || mirror.leaf(i) == nullptr ||
+                mirror.leaf(i)->getData() != text) {
+                return false;
+            }
+        }
+        return mirror.countPending() == 0;
+    }
+
+    int base;
+    Trees trees;
+    std::optional<DatacoreServer> server;
+    Mirror mirror;
+};
+
+} // namespace
+
+TEST_CASE("Three servers and three mirrors in one process don't mix", "[server][client]")
+{
+    // A mirror on the process-wide register would take the packets of all three.
+    const int processWide = RawDataPacketReceiverInterfaceBase::registry.size();
+    const LogCapture log;
+    std::array<Pair, 3> pairs{{Pair(0), Pair(1), Pair(2)}};
+    std::mt19937 random(1);
+    const auto below = [&random](int limit) {
+        return static_cast<int>(random() % unsigned(limit));
+    };
+    std::array<int, 3> next{};
+    for (int write = 0; write < 10'000; ++write) {
+        Pair& pair = pairs[std::size_t(below(3))];
+        const int leaf = below(LEAVES);
+        const int value = pair.base + ++next[std::size_t(&pair - pairs.data())];
+        if (below(2) == 0) {
+            pair.mirror.leaf(leaf)->setDataInt(value);
+        } else {
+            pair.trees.leaves[std::size_t(leaf)]->setDataNumber(value);
+            pair.server->publishChanges();
+        }
+        if (write % 100 == 0) {
+            QCoreApplication::processEvents();
+        }
+        if (write == 5'000) { // with writes in flight
+            pairs[1].server.reset();
+            REQUIRE(waitFor([&] { return pairs[1].mirror.manager.getRegistry().isEmpty(); }));
+            pairs[1].startServer();
+        }
+    }
+    REQUIRE(waitFor([&] {
+        return std::all_of(pairs.begin(), pairs.end(), [](Pair& pair) { return pair.isInStep(); });
+    }));
+    CHECK(RawDataPacketReceiverInterfaceBase::registry.size() == processWide);
+    for (const QString& line : log.lines()) {
+        CHECK_FALSE((line.contains(QLatin1String("unknown")) ||
+                     line.contains(QLatin1String("does not contain"))));
+    }
+}
+
+TEST_CASE("A mirror whose distributor is of another register says that nothing will arrive",
+          "[server][client]")
+{
+    const QString complaint = QStringLiteral("error: Client datacore manager: connection and "
+                                             "distributor use two registers, nothing will arrive");
+    RawDataPacketReceivers receivers;
+    NetworkConnection connection(receivers);
+    const LogCapture log;
+    SerialisableDataPacketDistributor own(receivers);
+    const VelClientDatacoreManager fits(connection, own);
+    CHECK(log.lines().isEmpty());
+    SerialisableDataPacketDistributor processWide;
+    const VelClientDatacoreManager strays(connection, processWide);
+    CHECK(log.contains(complaint));
+}
+
+TEST_CASE("A server answers whoever asks, counts its clients, and drops who has gone", "[server]")
+{
+    Trees trees(7);
+    DatacoreServer server(trees.roots);
+    REQUIRE(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    {
+        DatacoreServer second(trees.roots);
+        CHECK_FALSE(second.listen(QHostAddress(QHostAddress::LocalHost), server.getPort()));
+    }
+
+    Mirror mirror;
+    REQUIRE(mirror.fill(server.getPort()));
+    CHECK(server.getClientCount() == 1);
+    {
+        Mirror second;
+        REQUIRE(second.fill(server.getPort()));
+        CHECK(server.getClientCount() == 2);
+        second.leaf(0)->setDataInt(2'000'000'000); // above its maximum: kept, with a reason
+        REQUIRE(waitFor([&] { return mirror.leaf(0)->getData() == QLatin1String("2000000000"); }));
+        DatacoreValidStatusMessages reasons;
+        CHECK_FALSE(mirror.leaf(0)->isValid(reasons));
+        REQUIRE(waitFor([&] { return second.countPending() == 0; }));
+    }
+    CHECK(waitFor([&] { return server.getClientCount() == 1; }));
+
+    // A path that leads nowhere gets no echo; the link goes on.
+    const LogCapture log;
+    mirror.connection.acceptPacket(DatacorePacket(QStringLiteral("me"), 1, QJsonObject(),
+                                                  QStringLiteral("configCoreRouter/none")));
+    mirror.leaf(1)->setDataInt(9);
+    REQUIRE(waitFor([&] { return mirror.countPending() == 0; }));
+    CHECK(log.lines() ==
+          QStringList{QStringLiteral("error: Write to an unknown path configCoreRouter/none")});
+}
