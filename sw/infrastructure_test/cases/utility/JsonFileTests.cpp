@@ -51,7 +51,7 @@ TEST_CASE("A JSON file that can't be used is reported and changes nothing", "[ut
 
     const QString pipe = directory.filePath(QStringLiteral("pipe"));
     REQUIRE(::mkfifo(qPrintable(pipe), 0600) == 0);
-    for (const QString& path : {directory.path(), QStringLiteral("/dev/zero"), pipe}) {
+    for (const QString& path : {directory.path(), QStringLiteral("/dev/null"), pipe}) {
         CHECK_FALSE(loadJsonFile(path, object));
         CHECK(log.lines().last() ==
               QStringLiteral("error: File %1 can't be read: it is no regular file").arg(path));

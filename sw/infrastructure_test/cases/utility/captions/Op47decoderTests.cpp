@@ -92,7 +92,7 @@ TEST_CASE("A page header gives its page, subcode and control bits", "[captions]"
         header.c11To14 = bits % 16;
         std::vector<uint8_t> packet = teletextPacket(isFirst ? 3 : 4, 0, header);
         for (std::size_t i = 0; i < 13; ++i) {
-            packet[i] ^= bits % 2 == 0 ? 0 : unread[i];
+            packet[i] = static_cast<uint8_t>(packet[i] ^ (bits % 2 == 0 ? 0 : unread[i]));
         }
         Op47decoder decoder;
         CHECK((decoder.getLastMagazine() == -1 && decoder.getLastPage() == -1));
