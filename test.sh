@@ -25,7 +25,7 @@ run_ctest() {
         --label-exclude long
 }
 
-# What needs no build: layout, headers that stand alone, a set of clang-tidy's checks, documents.
+# What needs no build: layout, headers included alone, a set of clang-tidy's checks, documents.
 run_form() {
     install_packages form
     echo "== form"
