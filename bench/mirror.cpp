@@ -1,6 +1,6 @@
 // The mirror of a server's tree beside Qt Remote Objects with an object of one property for each
-// leaf, and beside a plain socket, over loopback. Servers, and mirrors where there are many, are
-// separate processes on both sides: this program, started with other arguments.
+// leaf, and beside a plain socket, over loopback. Servers, and mirrors of which there are many, are
+// processes of their own, for all alike: this program started anew with other arguments.
 //   bench_mirror --serve KIND LEAVES        prints its port; each byte on standard input has it
 //                                           change all its leaves ROUNDS times
 //   bench_mirror --mirror KIND PORT LEAVES  prints a line when it is filled, and one each time it
