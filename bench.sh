@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks in Release, and prints one table of their ratios at the end:
+# Builds and runs the benchmarks in Release and prints a table of all ratios at the end:
 #   ./bench.sh [FILTER]
-# FILTER is a regular expression over the benchmarks' names.
+# FILTER is a regular expression for the benchmarks' names.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$root/tools/packages.sh"

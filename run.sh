@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs infrastructure_test.
 #   ./run.sh          with this repository's reference files
-#   ./run.sh ARGS...  with these arguments instead
+#   ./run.sh ARGS...  with these arguments
 #   ./run.sh --help   prints this
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

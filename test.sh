@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the tests.
-#   ./test.sh             the form of sources and documents, Release, then the same under the address
-#                         and undefined sanitizers
-#   ./test.sh --quick     Release only
+#   ./test.sh             checks the form of sources and documents, then tests the Release build and the
+#                         address and undefined sanitizer build
+#   ./test.sh --quick     the Release build only
 #   ./test.sh --form      the form of sources and documents only
 #   ./test.sh --tsan      the thread sanitizer build
 #   ./test.sh --valgrind  the cases of the Release build under memcheck
 #   ./test.sh --fuzz      each fuzzer for FUZZ_SECONDS (60)
 #   ./test.sh --soak      server and clients under load for SOAK_SECONDS (600)
-#   ./test.sh --docs      what the documents name exists, and what is public is documented
+#   ./test.sh --docs      checks that what the documents name exists and what is public is documented
 #   ./test.sh --armhf     32-bit ARM, under user-mode emulation
-#   ./test.sh --all       all of these but --soak and --docs
+#   ./test.sh --all       form, Release, sanitizers, memcheck, fuzzers and 32-bit ARM
 #   ./test.sh --coverage  lines of infrastructure/ that the tests reach; details in build/coverage
 #   ./test.sh --help      prints this
 set -euo pipefail
@@ -25,7 +25,7 @@ run_ctest() {
         --label-exclude long
 }
 
-# What needs no build: layout, headers that stand alone, a set of clang-tidy's checks, documents.
+# What needs no build: layout, headers included alone, a set of clang-tidy's checks, documents.
 run_form() {
     install_packages form
     echo "== form"

@@ -1,4 +1,4 @@
-# Run at each build: writes BuildVersion.h from its template, anew only where something changed.
+# Run at each build: writes BuildVersion.h from its template, but only if something has changed.
 # Takes SOURCE_DIR, TEMPLATE, OUTPUT and the BUILD_ values that are known when CMake configures.
 find_program(GIT_PROGRAM git)
 

@@ -1,11 +1,11 @@
 # What `cmake --install` puts where: the libraries with headers, a CMake package and pkg-config
-# files; programs with their manual pages. Components: Runtime, Development, Tools.
+# files; the programs with their manual pages. Components: Runtime, Development, Tools.
 include(GNUInstallDirs)
 
 set(INFRASTRUCTURE_SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 
-# infrastructure_install_tool(TARGET): the program, and docs/man/TARGET.1. It finds the library
-# where both have been installed, unless that is the system's own place.
+# infrastructure_install_tool(TARGET): the program, and docs/man/TARGET.1. Outside the system's own
+# folders, the program finds the libraries by a path relative to itself.
 function(infrastructure_install_tool target)
   if(NOT INFRASTRUCTURE_INSTALL)
     return()
@@ -22,7 +22,7 @@ function(infrastructure_install_tool target)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
 endfunction()
 
-# The libraries, and all that another project needs to build with it.
+# The libraries, and all that another project needs to build with them.
 function(infrastructure_install_library)
   set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/infrastructure)
   install(TARGETS infrastructure EXPORT infrastructure)
@@ -67,7 +67,7 @@ function(infrastructure_install_library)
 endfunction()
 
 # infrastructure_install_pkg_config(AREA REQUIRES LIBS): infrastructure-AREA.pc. It finds its folders
-# from where it lies, so that the tree may be installed or unpacked anywhere.
+# relative to itself, so that the tree may be installed or unpacked anywhere.
 function(infrastructure_install_pkg_config area requires libs)
   file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
   string(REGEX REPLACE "/$" "" prefix "${prefix}")

@@ -1,6 +1,6 @@
 # Debian packages of the three components: `cmake --workflow --preset package`, or `cpack -G DEB`
-# in any build directory but one of a cross build, where the packager would ask this machine for its
-# architecture and its libraries.
+# in any build directory except that of a cross build, where the packager would look at this machine's
+# architecture and libraries.
 if(CMAKE_CROSSCOMPILING)
   return()
 endif()
@@ -22,12 +22,12 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 
 set(runtime libinfrastructure${INFRASTRUCTURE_SOVERSION})
 set(same_version "${runtime} (= ${PROJECT_VERSION})")
-# The first line of a description is the package's one line in a list; what follows is the rest.
+# The first line of a description is what lists of packages show; the rest follows it.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shared layer of a video instrument - library
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shared layer of a video instrument - libraries
 The state tree and its mirrors, packets and their links, measurement records,
 video, captions, IP media, PTP and the board.")
 
@@ -36,7 +36,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${same_version}, qtbase5-dev (>= 5.15), libfmt-dev (>= 9)")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "shared layer of a video instrument - development
-Headers, a CMake package, a pkg-config file and an overview page.")
+Headers, a CMake package, pkg-config files and an overview page.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME infrastructure-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)

@@ -1,7 +1,7 @@
 # Programs, their installation, and what they print.
 
 # infrastructure_program(NAME LIBRARIES LIBRARY ... [SOURCES SOURCE ...]): the program NAME from
-# NAME.cpp, which uses public headers alone; it is installed as a tool, with its manual page.
+# NAME.cpp, which uses only public headers; it is installed as a tool, with its manual page.
 function(infrastructure_program name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${name}.cpp ${ARG_SOURCES})
@@ -12,8 +12,8 @@ function(infrastructure_program name)
   infrastructure_install_tool(${name})
 endfunction()
 
-# infrastructure_expect(TEST EXPECTED): the test passes by what it prints, and by no report of a
-# sanitizer, since its exit value then does not count.
+# infrastructure_expect(TEST EXPECTED): the test passes if what it prints matches EXPECTED and holds no
+# sanitizer's report, which must be looked for because the exit value does not count then.
 function(infrastructure_expect test expected)
   set_tests_properties(${test} PROPERTIES PASS_REGULAR_EXPRESSION "${expected}"
                                           FAIL_REGULAR_EXPRESSION "Sanitizer;runtime error:" TIMEOUT

@@ -1,5 +1,5 @@
 # infrastructure_flags(TARGET): the language level, warnings and sanitizers that every target of
-# this project is built with. Nothing here reaches those who link the library.
+# this project is built with. None of this is passed on to those who link the libraries.
 function(infrastructure_flags target)
   target_compile_features(${target} PRIVATE cxx_std_17)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
@@ -9,13 +9,13 @@ function(infrastructure_flags target)
   endif()
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII
                                                QT_DEPRECATED_WARNINGS)
-  # Where pointers have 32 bits too: files beyond 2 GiB, and file systems with long inode numbers.
+  # On 32-bit machines too: files beyond 2 GiB, and file systems with 64-bit inode numbers.
   target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   if(INFRASTRUCTURE_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${INFRASTRUCTURE_SANITIZE}
                                              -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-      # GCC's own warning says that the sanitizers lead it to false ones.
+      # With sanitizers this warning has false positives, as GCC's manual says.
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()
     target_link_options(${target} PRIVATE -fsanitize=${INFRASTRUCTURE_SANITIZE})
@@ -23,7 +23,7 @@ function(infrastructure_flags target)
 endfunction()
 
 # infrastructure_precompile(TARGET HEADER ...): the headers are read once for all sources of TARGET. A
-# source still includes what it uses; the header check, which precompiles nothing, looks after that.
+# source still includes what it uses; the header check, which precompiles nothing, sees to that.
 function(infrastructure_precompile target)
   target_precompile_headers(${target} PRIVATE ${ARGN})
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
@@ -31,8 +31,8 @@ function(infrastructure_precompile target)
   endif()
 endfunction()
 
-# infrastructure_runnable(OUT TARGET): what a shell or script starts to run TARGET: the program, or
-# where it is built for another machine a script that starts it in the emulator.
+# infrastructure_runnable(OUT TARGET): what a shell or script starts to run TARGET: the program itself
+# or, if it is built for another machine, a script that starts it in the emulator.
 function(infrastructure_runnable out target)
   if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
     set(${out} $<TARGET_FILE:${target}> PARENT_SCOPE)

@@ -4,7 +4,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-# The compiler's notes on what GCC 7 changed: all that is linked is newer.
+# No notes on the ABI that GCC 7 changed: everything that is linked is newer.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 set(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot)

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Tables from what bench_* wrote with --benchmark_out=FILE.json --benchmark_out_format=json.
+"""Makes tables of what bench_* wrote with --benchmark_out=FILE.json --benchmark_out_format=json.
 
     benchmark_tables.py ratios FILE.json ...    prints one table of all ratios. A row's ratio is its
                                                 speed over its peer's, measured in turn with it.
                                                 "BELOW MUST" is too slow, "must" fast enough, "aim"
-                                                as fast as is wanted. Rows that measure no ratio are
+                                                as fast as intended. Rows that measure no ratio are
                                                 left out; a row that could not run shows why.
     benchmark_tables.py page FILE.json ...      puts a table for each program, with the medians of
-                                                its runs, behind the line "<!-- tables -->" of
+                                                its runs, after the line "<!-- tables -->" of
                                                 docs/performance.md
 """
 import datetime
@@ -146,7 +146,7 @@ def main():
     if len(sys.argv) < 3 or sys.argv[1] not in outputs:
         raise SystemExit(__doc__)
     texts = [pathlib.Path(word).read_text(encoding="utf-8") for word in sys.argv[2:]]
-    # A program of which a filter has left nothing writes an empty file.
+    # A program whose rows have all been filtered out writes an empty file.
     outputs[sys.argv[1]]([json.loads(text) for text in texts if text])
 
 

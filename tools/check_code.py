@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Holds the sources to the house's form, without building them.
+"""Checks the form of the sources, without building them.
 
     check_code.py format     every source is as clang-format makes it
     check_code.py headers    every header of the library can be included first and alone: a source
-                             includes its own header first; a header without source is read by itself
+                             includes its own header first; a header without one is read by itself
     check_code.py tidy       the library's sources and headers pass the checks of tools/tidy.txt
 
 Words may be combined: headers and tidy together read each file once. JOBS is the number of files read
-at once (one for each processor).
+at the same time, by default one for each processor.
 """
 import concurrent.futures
 import os
@@ -40,7 +40,7 @@ def first_include(source):
 
 
 def check_parsed(tidy):
-    """Reads each source of the library, and each header that no source has for its first include."""
+    """Reads each source of the library, and each header that no source includes first."""
     complaints = []
     sources = sorted(LIBRARY.rglob("*.cpp"))
     proved = set()

@@ -1,16 +1,18 @@
 #!/usr/bin/env python3
-"""Holds the documents to the code.
+"""Compares the documents with the code.
 
-    check_docs.py examples DIRECTORY           compares docs/areas with docs/examples and what its
-                                               programs, which lie in DIRECTORY, print
-    check_docs.py examples DIRECTORY --write   puts text and output into the pages instead
-    check_docs.py links headers                looks for what the documents link to or name, and
-                                               compares the files they show with the real ones; runs
-                                               Doxygen, since what is public has a comment
+    check_docs.py examples DIRECTORY           compares docs/areas with docs/examples and with what
+                                               its programs, found in DIRECTORY, print
+    check_docs.py examples DIRECTORY --write   puts source and output into the pages instead
+    check_docs.py links                        looks for what the documents link to or name; compares
+                                               the files they show with the real ones, the codemap
+                                               with the includes, and docs/standards.md with what
+                                               headers cite
+    check_docs.py headers                      runs Doxygen: whatever is public has a comment
 
-RUN_WITH holds the words that start a program of another machine. A page's example is
-"<!-- example: NAME -->", the C++ block behind it and the text block behind that; a block behind
-"<!-- file: PATH -->" shows a whole file.
+"links headers" does both. RUN_WITH holds the command that starts a program built for another machine.
+A page's example is "<!-- example: NAME -->", the C++ block after it and the text block after that; a
+block after "<!-- file: PATH -->" shows a whole file.
 """
 import os
 import pathlib
@@ -66,8 +68,8 @@ def check_examples(directory, write):
 
 
 def check_links():
-    """Relative links, and paths in backticks that begin with a folder of the project, not in code;
-    whole files."""
+    """Relative links, paths in backticks that begin with a folder of the project, outside code blocks,
+    and files shown whole."""
     complaints = []
     count = 0
     folders = "infrastructure|sw|examples|bench|fuzz|docs|tools|cmake"
@@ -133,7 +135,7 @@ def check_codemap():
 
 
 def find_circles(includes):
-    """Folders that include each other, by whatever way."""
+    """Folders that include each other, directly or not."""
     left = dict(includes)
     while free := [folder for folder in left if not left[folder] & left.keys()]:
         for folder in free:
@@ -148,7 +150,7 @@ STANDARD = re.compile(
 
 
 def check_standards():
-    """Each standard that a header cites has its place in docs/standards.md."""
+    """Each standard that a header cites is listed in docs/standards.md."""
     page = ROOT / "docs" / "standards.md"
     listed = set(STANDARD.findall(page.read_text(encoding="utf-8")))
     complaints = []
@@ -158,8 +160,7 @@ def check_standards():
     return complaints
 
 
-# What goes without a comment of its own, by the shape of Doxygen's complaint: one that repeats the
-# name would be no gain.
+# What needs no comment, by the form of Doxygen's complaint: a comment would only repeat the name.
 SELF_EXPLAINING = re.compile(
     r"""Member\ (
         operator[!=]=\(                               # comparison of all that there is

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Doxygen's input filter. In this project a comment holds for the overloads that follow it without a
-blank line as well, and one that speaks of "these" for all declarations up to there; Doxygen wants a
-comment at each. So the first paragraph is repeated, on the declaration's own line, so that line numbers
-stay."""
+"""Doxygen's input filter. In this project a comment also covers the overloads that follow it without a
+blank line, and one that says "these" covers all declarations up to the next blank line; Doxygen wants a
+comment at each. So the first paragraph is repeated, on the declaration's own line, which keeps line
+numbers as they are."""
 import re
 import sys
 
@@ -58,7 +58,7 @@ def repeat_comments(lines):
 
 def file_comment(lines):
     """The comment at the head of the file, for Doxygen, which leaves out functions and enumerations
-    of files without one. It goes to the end, so that line numbers stay."""
+    of files without one. It goes to the end, which keeps line numbers as they are."""
     head = []
     for line in lines:
         if not line.startswith("//"):

@@ -73,7 +73,7 @@ def split_field(width, height):
     return (upper if y < height // 2 else lower for y in range(height))
 
 
-# name, title, draw, bits of the image, width, height, then what the catalogue tells
+# name, title, draw, bits of the image, width, height, then what the catalogue says
 PATTERNS = [
     ("bars_100", "Bars 100/0/100/0", bars(1.0), 8, 1920, 1080,
      dict(sampling=422, depth=10, colour="CbYCr", matrix="709", curve="SDR_TV")),

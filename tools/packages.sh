@@ -1,12 +1,12 @@
-# Sourced by run.sh, test.sh and bench.sh: their help, what packages.txt lists, and the build.
+# Sourced by run.sh, test.sh and bench.sh: their help, the packages of packages.txt, and the build.
 
 # print_usage SCRIPT: the comment at the head of the script.
 print_usage() {
     sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$1"
 }
 
-# with_package_manager COMMAND ...: the command, as root. Another package manager may be at work, as at
-# a machine's first boot; then it waits, PACKAGES_WAIT_S seconds (600) at most.
+# with_package_manager COMMAND ...: runs the command as root. If another package manager is running, as
+# at a machine's first boot, it waits, at most PACKAGES_WAIT_S seconds (600).
 with_package_manager() {
     local as_root=() errors status=0 deadline=$((SECONDS + ${PACKAGES_WAIT_S:-600})) said=
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
@@ -29,7 +29,7 @@ with_package_manager() {
     return "$status"
 }
 
-# install_packages GROUP ...: installs what packages.txt lists for the groups and is not there yet.
+# install_packages GROUP ...: installs the packages of these groups in packages.txt that are missing.
 # Works as root or through sudo.
 install_packages() {
     local wanted missing=() package group
@@ -48,7 +48,7 @@ install_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# Configures and builds a preset: build_preset PRESET [TARGET ...]
+# build_preset PRESET [TARGET ...]: configures and builds a preset.
 build_preset() {
     local preset=$1
     shift

@@ -23,7 +23,7 @@ TYPES = {"quint8": ("u8", "B"), "qint8": ("i8", "b"), "quint16": ("u16", "H"),
          "quint64": ("u64", "Q"), "qint64": ("i64", "q"), "double": ("f64", "d"),
          "bool": ("bool", "?")}
 
-# A part of a layout: `repeat` is how many stand there, "count" for a list; `element` are the parts
+# A part of a layout: `repeat` is how many there are, "count" for a list; `element` holds the parts
 # of a list's records.
 Part = collections.namedtuple("Part", "names type repeat element")
 
@@ -92,7 +92,7 @@ def read_types():
 
 
 def read_packets():
-    """By raw type number: class, sub type, and the layout, None where it is not a plain one."""
+    """By raw type number: class, sub type, and the layout, None if it is not a plain one."""
     layouts = Layouts(read_headers())
     numbers = {name: number for number, name in read_types().items()}
     packets = {}
@@ -116,7 +116,7 @@ def fixed_size(parts):
 
 def decode(parts, payload, offset=0):
     """Where a payload of that layout ends; ValueError for one that is too short or holds a bool
-    that is none."""
+    other than 0 or 1."""
     for part in parts:
         repeat = part.repeat
         if repeat == "count":
@@ -135,7 +135,7 @@ def decode(parts, payload, offset=0):
 
 
 def listing(names):
-    """`a`, `b`; a row of numbered names by its ends."""
+    """`a`, `b`; of a row of numbered names only the ends."""
     stems = {re.sub(r"\d+$", "", name) for name in names}
     if len(names) > 3 and len(stems) == 1:
         numbers = [int(re.search(r"\d+$", name)[0]) for name in names]
@@ -145,7 +145,7 @@ def listing(names):
 
 
 def rows(parts, mark=""):
-    """The rows of a table. Behind a list, offsets count from its end."""
+    """The rows of a table. After a list, offsets count from its end."""
     offset = 0
     for part in parts:
         if part.repeat == "count":

@@ -1,9 +1,9 @@
 -- Shows the packet link of docs/protocol.md in Wireshark and tshark.
 --   wireshark -X lua_script:infrastructure.lua
--- A link is known by its port (preference infrastructure.port), or by a first packet whose header
--- and text fit. Packets are put together from TCP segments, and bytes that begin no packet are
--- skipped as a receiver skips them; only a size above the preference infrastructure.largest is taken
--- for garbage here, where a receiver would wait.
+-- A link is recognised by its port (preference infrastructure.port), or by a first packet whose header
+-- and text fit. Packets are reassembled from TCP segments, and bytes that begin no packet are
+-- skipped as a receiver skips them; but a size above the preference infrastructure.largest is taken
+-- for garbage here, while a receiver would wait.
 
 local HEADER_BYTES = 8
 local TEXT_OFFSET = 12
@@ -158,7 +158,7 @@ local function show_text(buffer, offset, size, pinfo, tree)
     return table.concat(words, " ")
 end
 
--- Shows a packet of which `held` bytes are there, and gives its words for the list.
+-- Shows a packet of which `held` bytes have arrived, and gives its words for the list.
 local function show_packet(buffer, offset, held, pinfo, root)
     local type, _, size = parse_header(buffer, offset)
     local tree = root:add(link, buffer(offset, held))
@@ -180,7 +180,7 @@ local function show_packet(buffer, offset, held, pinfo, root)
     return words
 end
 
--- How many bytes from an offset on begin no packet, as far as can be told.
+-- How many bytes from an offset on begin no packet, as far as can be seen.
 local function count_garbage(buffer, offset)
     local at = offset
     while buffer:len() - at >= HEADER_BYTES and not parse_header(buffer, at) do
