@@ -29,7 +29,7 @@ run_ctest() {
 run_form() {
     install_packages form
     echo "== form"
-    python3 "$root/tools/check_code.py" format headers tidy
+    python3 "$root/tools/check_code.py" format library
     python3 "$root/tools/check_docs.py" links
 }
 

@@ -1,23 +1,30 @@
 #!/usr/bin/env python3
-"""Checks the form of the sources, without building them.
+"""Holds the sources to the house's form, without building them.
 
     check_code.py format     every source is as clang-format makes it
-    check_code.py headers    every header of the library can be included first and alone: a source
-                             includes its own header first; a header without one is read by itself
-    check_code.py tidy       the library's sources and headers pass the checks of tools/tidy.txt
+    check_code.py library    every header of the library can be included first and alone: a source
+                             includes its own header first, a header without source is read by itself;
+                             and all of them pass the checks of tools/tidy.txt
 
-Words may be combined: headers and tidy together read each file once. JOBS is the number of files read
-at the same time, by default one for each processor.
+Words may be combined. What has passed is kept in build/form.json and not read again until it, a
+header that it includes, or the list of checks has changed. JOBS is the number of files read at once
+(one for each processor).
 """
 import concurrent.futures
+import functools
+import hashlib
+import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIBRARY = ROOT / "infrastructure"
+PASSED = ROOT / "build" / "form.json"
+INCLUDE = re.compile(rb'^#include "(infrastructure/[^"]+)"', re.MULTILINE)
 JOBS = int(os.environ.get("JOBS", os.cpu_count() or 1))
 
 
@@ -39,60 +46,92 @@ def first_include(source):
     return found[1] if found else None
 
 
-def check_parsed(tidy):
-    """Reads each source of the library, and each header that no source includes first."""
+@functools.lru_cache(maxsize=None)
+def closure(file):
+    """The file and all headers of the project that it includes, by whatever way."""
+    found = {file}
+    queue = [file]
+    while queue:
+        for name in INCLUDE.findall(queue.pop().read_bytes()):
+            header = ROOT / name.decode()
+            if header not in found and header.exists():
+                found.add(header)
+                queue.append(header)
+    return found
+
+
+def fingerprint(file, words):
+    """Changes with the file, with what it includes, and with how it is read."""
+    digest = hashlib.sha256(" ".join(words).encode())
+    for part in sorted(closure(file)):
+        digest.update(part.read_bytes())
+    return digest.hexdigest()
+
+
+def read_flags():
+    found = subprocess.run(
+        ["pkg-config", "--cflags", "Qt5Core", "Qt5Network", "fmt", "spdlog"],
+        capture_output=True, text=True, check=True,
+    ).stdout.split()
+    # What the build would write; any values will do here.
+    generated = ROOT / "build" / "form"
+    generated.mkdir(parents=True, exist_ok=True)
+    shutil.copy(LIBRARY / "platform" / "BuildVersion.h.in", generated / "BuildVersion.h")
+    return ["-std=c++17", "-fPIC", f"-I{ROOT}", f"-I{generated}", "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII",
+            "-D_FILE_OFFSET_BITS=64", *found]
+
+
+def check_library():
     complaints = []
     sources = sorted(LIBRARY.rglob("*.cpp"))
     proved = set()
     for source in sources:
-        own = source.with_suffix(".h")
-        if own.exists():
-            proved.add(own)
-            if first_include(source) != own.relative_to(ROOT).as_posix():
+        own = [source.with_name(source.stem + end) for end in (".h", "_p.h")]
+        for header in filter(pathlib.Path.exists, own):
+            proved.add(header)
+            if first_include(source) != header.relative_to(ROOT).as_posix():
                 complaints.append(f"{source.relative_to(ROOT)}: does not include its own header first")
     alone = sorted(set(LIBRARY.rglob("*.h")) - proved)
 
-    flags = ["-std=c++17", "-fPIC", f"-I{ROOT}", "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII"]
-    flags += ["-D_FILE_OFFSET_BITS=64", "-Wno-unknown-warning-option"]
-    flags += subprocess.run(
-        ["pkg-config", "--cflags", "Qt5Core", "Qt5Network", "fmt", "spdlog"],
-        capture_output=True, text=True, check=True,
-    ).stdout.split()
-    checks = "-*,clang-diagnostic-error"
-    if tidy:
-        lines = (ROOT / "tools" / "tidy.txt").read_text(encoding="utf-8").splitlines()
-        names = [line.split("#")[0].strip() for line in lines]
-        checks += "".join("," + name for name in names if name)
+    lines = (ROOT / "tools" / "tidy.txt").read_text(encoding="utf-8").splitlines()
+    checks = ",".join(["-*", "clang-diagnostic-error", *(x for x in lines if not x.startswith("#"))])
+    command = ["clang-tidy", "--quiet", f"--checks={checks}", "--warnings-as-errors=*",
+               "--header-filter=infrastructure/.*"]
+    flags = read_flags()
+    passed = json.loads(PASSED.read_text(encoding="utf-8")) if PASSED.exists() else {}
 
     def read(file):
         language = ["-xc++-header"] if file.suffix == ".h" else []
+        key = fingerprint(file, [*command, *language, *flags])
+        if passed.get(str(file)) == key:
+            return file, key, []
         done = subprocess.run(
-            ["clang-tidy", "--quiet", f"--checks={checks}", "--warnings-as-errors=*",
-             "--header-filter=infrastructure/.*", str(file), "--", *language, *flags],
+            [*command, str(file), "--", *language, *flags],
             capture_output=True, text=True,
         )
-        lines = [line for line in done.stdout.splitlines() if re.search(r": (error|warning): ", line)]
-        if done.returncode != 0 and not lines:
-            lines = [f"{file}: {done.stderr.strip()}"]
-        return [line.replace(f"{ROOT}/", "") for line in lines]
+        found = [line for line in done.stdout.splitlines() if re.search(r": (error|warning): ", line)]
+        if done.returncode != 0 and not found:
+            found = [f"{file}: {done.stderr.strip()}"]
+        return file, key, [line.replace(f"{ROOT}/", "") for line in found]
 
     files = [*sources, *alone]
+    results = {}
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-        for found in pool.map(read, files):
+        for file, key, found in pool.map(read, files):
+            if not found:
+                results[str(file)] = key
             complaints += [line for line in found if line not in complaints]
-    return complaints, f"{len(sources)} sources, {len(alone)} headers read alone"
+    PASSED.write_text(json.dumps(results), encoding="utf-8")
+    return complaints, f"{len(sources)} sources, {len(alone)} headers alone"
 
 
 def main():
-    words = set(sys.argv[1:])
-    if not words or words - {"format", "headers", "tidy"}:
+    words = sys.argv[1:]
+    checks = {"format": check_format, "library": check_library}
+    if not words or set(words) - checks.keys():
         print(__doc__)
-        return 0 if words == {"--help"} else 2
-    results = []
-    if "format" in words:
-        results.append(check_format())
-    if words & {"headers", "tidy"}:
-        results.append(check_parsed("tidy" in words))
+        return 0 if words == ["--help"] else 2
+    results = [checks[word]() for word in words]
     for complaints, what in results:
         for complaint in complaints:
             print(complaint)
