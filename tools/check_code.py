@@ -24,6 +24,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIBRARY = ROOT / "infrastructure"
 PASSED = ROOT / "build" / "form.json"
+GENERATED = ROOT / "build" / "form"
 INCLUDE = re.compile(rb'^#include "(infrastructure/[^"]+)"', re.MULTILINE)
 JOBS = int(os.environ.get("JOBS", os.cpu_count() or 1))
 
@@ -74,10 +75,9 @@ def read_flags():
         capture_output=True, text=True, check=True,
     ).stdout.split()
     # What the build would write; any values will do here.
-    generated = ROOT / "build" / "form"
-    generated.mkdir(parents=True, exist_ok=True)
-    shutil.copy(LIBRARY / "platform" / "BuildVersion.h.in", generated / "BuildVersion.h")
-    return ["-std=c++17", "-fPIC", f"-I{ROOT}", f"-I{generated}", "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII",
+    GENERATED.mkdir(parents=True, exist_ok=True)
+    shutil.copy(LIBRARY / "platform" / "BuildVersion.h.in", GENERATED / "BuildVersion.h")
+    return ["-std=c++17", "-fPIC", f"-I{ROOT}", f"-I{GENERATED}", "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII",
             "-D_FILE_OFFSET_BITS=64", *found]
 
 
@@ -101,14 +101,15 @@ def check_library():
     passed = json.loads(PASSED.read_text(encoding="utf-8")) if PASSED.exists() else {}
 
     def read(file):
-        language = ["-xc++-header"] if file.suffix == ".h" else []
-        key = fingerprint(file, [*command, *language, *flags])
+        key = fingerprint(file, [*command, *flags])
         if passed.get(str(file)) == key:
             return file, key, []
-        done = subprocess.run(
-            [*command, str(file), "--", *language, *flags],
-            capture_output=True, text=True,
-        )
+        source = file
+        if file.suffix == ".h":
+            name = file.relative_to(ROOT).as_posix()
+            source = GENERATED / (name.replace("/", "_") + ".cpp")
+            source.write_text(f'#include "{name}"\n', encoding="utf-8")
+        done = subprocess.run([*command, str(source), "--", *flags], capture_output=True, text=True)
         found = [line for line in done.stdout.splitlines() if re.search(r": (error|warning): ", line)]
         if done.returncode != 0 and not found:
             found = [f"{file}: {done.stderr.strip()}"]
