@@ -214,8 +214,9 @@ Samples convert(const Pixel* pixels, std::size_t pixelCount)
         const std::size_t count = std::min(steps, BLOCK_STEPS);
         const std::size_t done = samples.size();
         samples.resize(done + count * SAMPLES_OF_STEP);
+        Sdi20BitSample* const to = samples.data() + done;
         for (std::size_t i = 0; i < count; ++i) {
-            step(words + i * WORDS_OF_STEP, samples.data() + done + i * SAMPLES_OF_STEP);
+            step(words + i * WORDS_OF_STEP, to + i * SAMPLES_OF_STEP);
         }
         words += count * WORDS_OF_STEP;
         steps -= count;
