@@ -309,7 +309,7 @@ TEST_CASE("A comparison can log each field that differs, in its own order", "[vi
 
 TEST_CASE("Byte 0 chooses the kind of an identifier", "[video]")
 {
-    const QByteArray known = QByteArray::fromHex("8485878889 8a9798c0c2ce");
+    const QByteArray known = QByteArray::fromHex("84858788898a9798c0c2ce");
     int found = 0;
     for (quint32 byte = 0; byte < 256; ++byte) {
         const auto identifier = createPayloadIdentifier(byte << 24);
@@ -324,6 +324,24 @@ TEST_CASE("Byte 0 chooses the kind of an identifier", "[video]")
     }
     CHECK(found == 11);
     CHECK(findPayloadIdentifierFacts(0x184) == nullptr);
+
+    // The names, and the class that the factory makes.
+    const quint32 named[] = {PayloadIdentifier720_1g5::FACTS.payloadByte,
+                             PayloadIdentifier1080_1g5::FACTS.payloadByte,
+                             PayloadIdentifier1080_DualLink1g5::FACTS.payloadByte,
+                             PayloadIdentifier720_3g::FACTS.payloadByte,
+                             PayloadIdentifier1080_3g::FACTS.payloadByte,
+                             PayloadIdentifier1080_Levelb3g::FACTS.payloadByte,
+                             PayloadIdentifier2160_QuadLink3g::FACTS.payloadByte,
+                             PayloadIdentifier2160_QuadLinkLevelb3g::FACTS.payloadByte,
+                             PayloadIdentifier2160_6g::FACTS.payloadByte,
+                             PayloadIdentifier2160_DualLink6g::FACTS.payloadByte,
+                             PayloadIdentifier2160_12g::FACTS.payloadByte};
+    CHECK(std::equal(std::begin(named), std::end(named), known.begin(), known.end(),
+                     [](quint32 byte, char expected) { return byte == quint8(expected); }));
+    const auto quad = createPayloadIdentifier(0x98000000);
+    CHECK(dynamic_cast<const PayloadIdentifier2160_QuadLinkLevelb3g*>(quad.get()) != nullptr);
+    CHECK(dynamic_cast<const PayloadIdentifier2160_QuadLink3g*>(quad.get()) == nullptr);
 }
 
 TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
