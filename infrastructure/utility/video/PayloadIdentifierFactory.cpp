@@ -2,41 +2,44 @@
 
 #include "infrastructure/utility/video/PayloadIdentifierVariants.h"
 
+#include <array>
+#include <iterator>
+#include <utility>
+
+using PayloadIdentifierInterfaces::TABLE;
+
 namespace {
 
 using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
 
-struct Kind
+template <quint32 payloadByte>
+Identifier create(quint32 rawValue)
 {
-    const PayloadIdentifierFacts* facts;
-    Identifier (*create)(quint32 rawValue);
-};
-
-template <typename Variant>
-constexpr Kind kind()
-{
-    return {&Variant::FACTS,
-            [](quint32 rawValue) -> Identifier { return std::make_shared<Variant>(rawValue); }};
+    return std::make_shared<PayloadIdentifierOf<payloadByte>>(rawValue);
 }
 
-constexpr Kind KINDS[] = {
-    kind<PayloadIdentifier720_1g5>(),         kind<PayloadIdentifier720_3g>(),
-    kind<PayloadIdentifier1080_1g5>(),        kind<PayloadIdentifier1080_DualLink1g5>(),
-    kind<PayloadIdentifier1080_3g>(),         kind<PayloadIdentifier1080_Levelb3g>(),
-    kind<PayloadIdentifier2160_QuadLink3g>(), kind<PayloadIdentifier2160_QuadLinkLevelb3g>(),
-    kind<PayloadIdentifier2160_DualLink6g>(), kind<PayloadIdentifier2160_6g>(),
-    kind<PayloadIdentifier2160_12g>(),
-};
+using Create = Identifier (*)(quint32 rawValue);
 
-const Kind* findKind(quint32 payloadByte)
+template <std::size_t... row>
+constexpr std::array<Create, sizeof...(row)> getCreators(std::index_sequence<row...>)
 {
-    for (const Kind& kind : KINDS) {
-        if (kind.facts->payloadByte == payloadByte) {
-            return &kind;
+    return {create<TABLE[row].payloadByte>...};
+}
+
+/// In the order of the rows.
+constexpr auto CREATORS = getCreators(std::make_index_sequence<std::size(TABLE)>());
+
+constexpr bool isSound()
+{
+    for (const PayloadIdentifierFacts& row : TABLE) {
+        if (PayloadIdentifierInterfaces::find(row.payloadByte) != &row ||
+            !row.fields.isFreeOfOverlaps()) {
+            return false;
         }
     }
-    return nullptr;
+    return true;
 }
+static_assert(isSound(), "one row for a byte 0, one field for a bit");
 
 /// Of four numbers with three digits each; a longer text is refused before anything is made of it.
 constexpr int LONGEST_TEXT = 4 * 3 + 3;
@@ -61,14 +64,13 @@ std::optional<quint32> parseByte(QStringView text)
 
 const PayloadIdentifierFacts* findPayloadIdentifierFacts(quint32 payloadByte)
 {
-    const Kind* found = findKind(payloadByte);
-    return found != nullptr ? found->facts : nullptr;
+    return PayloadIdentifierInterfaces::find(payloadByte);
 }
 
 Identifier createPayloadIdentifier(quint32 rawValue)
 {
-    const Kind* found = findKind(rawValue >> 24);
-    return found != nullptr ? found->create(rawValue) : nullptr;
+    const PayloadIdentifierFacts* row = findPayloadIdentifierFacts(rawValue >> 24);
+    return row != nullptr ? CREATORS[static_cast<std::size_t>(row - TABLE)](rawValue) : nullptr;
 }
 
 std::optional<quint32> parsePayloadIdentifierBytes(QStringView text)

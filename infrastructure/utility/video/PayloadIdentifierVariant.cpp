@@ -6,15 +6,6 @@ using namespace Tessorn;
 using namespace Tessorn::Sdi;
 using namespace Tessorn::Sdi::PayloadId;
 
-namespace {
-
-constexpr bool isIn(PayloadIdentifierValues values, quint32 value)
-{
-    return value < 32 && ((values >> value) & 1u) != 0;
-}
-
-} // namespace
-
 PayloadIdentifierVariant::PayloadIdentifierVariant(quint32 rawBytes,
                                                    const PayloadIdentifierFacts& interfaceFacts)
     : PayloadIdentifierBase(rawBytes, interfaceFacts.fields)
@@ -118,21 +109,18 @@ QStringList PayloadIdentifierVariant::validate() const
         complaints << QStringLiteral("Incorrect payload identifier: %1")
                           .arg(getPayloadAndDigitialInterface());
     }
+    const auto holds = [this](const PayloadIdentifierCondition& condition) {
+        return condition.values.isAny() || condition.values.contains(getField(condition.key));
+    };
     for (const PayloadIdentifierRule& rule : facts.rules) {
-        const quint32 value = getField(rule.key);
-        const bool applies = std::all_of(
-            std::begin(rule.when), std::end(rule.when),
-            [this](const PayloadIdentifierCondition& condition) { return holds(condition); });
-        if (applies && !isIn(rule.allowed, value)) {
-            complaints << Vocabulary::latin1(rule.complaint) + QString::number(value);
+        if (std::all_of(std::begin(rule.when), std::end(rule.when), holds)) {
+            const quint32 value = getField(rule.key);
+            if (!rule.allowed.contains(value)) {
+                complaints << Vocabulary::latin1(rule.complaint) + QString::number(value);
+            }
         }
     }
     return complaints;
-}
-
-bool PayloadIdentifierVariant::holds(const PayloadIdentifierCondition& condition) const
-{
-    return condition.values == 0 || isIn(condition.values, getField(condition.key));
 }
 
 bool PayloadIdentifierVariant::isPictureProgressive() const

@@ -3,17 +3,15 @@
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierBase.h"
+#include "infrastructure/utility/video/PayloadIdentifierValues.h"
 
 #include <string_view>
 
-/// A set of field values: bit n stands for the value n, up to 31.
-using PayloadIdentifierValues = quint32;
-
-/// A field whose value lies in a set.
+/// A field whose value lies in a set. By itself it always holds.
 struct PayloadIdentifierCondition
 {
     PayloadIdentifierKey key = PayloadIdentifierKey_PayloadAndDigitalInterface;
-    PayloadIdentifierValues values = 0; ///< no values at all: the condition always holds
+    PayloadIdentifierValues values = PayloadIdentifierSets::ANY;
 };
 
 /// One line of the law: where all conditions hold, the field's value must be one of these.
@@ -124,7 +122,6 @@ public:
     const PayloadIdentifierFacts& getFacts() const { return facts; }
 
 private:
-    bool holds(const PayloadIdentifierCondition& condition) const;
     bool isPictureProgressive() const;
     bool isTransportProgressive() const;
     bool isFrameInOnePiece() const;

@@ -1,96 +1,53 @@
 // The eleven kinds of digital interface that the instrument knows, each an identifier of its own
-// with the interface's field table, fixed answers, geometry and law.
-//
-// Normative references: SMPTE ST 352:2013, table 1 (byte 0), and the interface standards named
-// below.
+// that answers from the row of its byte 0 in PayloadIdentifierInterfaces.h.
 #pragma once
 
-#include "infrastructure/utility/video/PayloadIdentifierVariant.h"
+#include "infrastructure/utility/video/PayloadIdentifierInterfaces.h"
+
+/// The identifier of the interface whose row has this byte 0; without such a row it does not
+/// compile.
+template <quint32 payloadByte>
+class PayloadIdentifierOf : public PayloadIdentifierVariant
+{
+public:
+    static constexpr const PayloadIdentifierFacts& FACTS =
+        *PayloadIdentifierInterfaces::find(payloadByte);
+
+    explicit PayloadIdentifierOf(quint32 rawBytes)
+        : PayloadIdentifierVariant(rawBytes, FACTS)
+    {
+    }
+};
 
 /// 720 lines on 1.5 Gb/s (SMPTE ST 292-1).
-class PayloadIdentifier720_1g5 : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier720_1g5(quint32 rawBytes);
-};
+using PayloadIdentifier720_1g5 = PayloadIdentifierOf<0x84>;
 
 /// 720 lines on 3 Gb/s level A (SMPTE ST 425-1).
-class PayloadIdentifier720_3g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier720_3g(quint32 rawBytes);
-};
+using PayloadIdentifier720_3g = PayloadIdentifierOf<0x88>;
 
 /// 1080 lines on 1.5 Gb/s (SMPTE ST 292-1).
-class PayloadIdentifier1080_1g5 : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier1080_1g5(quint32 rawBytes);
-};
+using PayloadIdentifier1080_1g5 = PayloadIdentifierOf<0x85>;
 
 /// 1080 lines on two links of 1.5 Gb/s (SMPTE ST 372).
-class PayloadIdentifier1080_DualLink1g5 : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier1080_DualLink1g5(quint32 rawBytes);
-};
+using PayloadIdentifier1080_DualLink1g5 = PayloadIdentifierOf<0x87>;
 
 /// 1080 lines on 3 Gb/s level A (SMPTE ST 425-1).
-class PayloadIdentifier1080_3g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier1080_3g(quint32 rawBytes);
-};
+using PayloadIdentifier1080_3g = PayloadIdentifierOf<0x89>;
 
 /// 1080 lines as a dual link on 3 Gb/s level B (SMPTE ST 425-1).
-class PayloadIdentifier1080_Levelb3g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier1080_Levelb3g(quint32 rawBytes);
-};
+using PayloadIdentifier1080_Levelb3g = PayloadIdentifierOf<0x8A>;
 
 /// 2160 lines on four links of 3 Gb/s level A (SMPTE ST 425-5).
-class PayloadIdentifier2160_QuadLink3g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier2160_QuadLink3g(quint32 rawBytes);
-};
+using PayloadIdentifier2160_QuadLink3g = PayloadIdentifierOf<0x97>;
 
 /// 2160 lines on four links of 3 Gb/s level B (SMPTE ST 425-5).
-class PayloadIdentifier2160_QuadLinkLevelb3g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier2160_QuadLinkLevelb3g(quint32 rawBytes);
-};
+using PayloadIdentifier2160_QuadLinkLevelb3g = PayloadIdentifierOf<0x98>;
 
 /// 2160 lines on two links of 6 Gb/s (SMPTE ST 2081-11).
-class PayloadIdentifier2160_DualLink6g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier2160_DualLink6g(quint32 rawBytes);
-};
+using PayloadIdentifier2160_DualLink6g = PayloadIdentifierOf<0xC2>;
 
 /// 2160 lines on 6 Gb/s (SMPTE ST 2081-10).
-class PayloadIdentifier2160_6g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier2160_6g(quint32 rawBytes);
-};
+using PayloadIdentifier2160_6g = PayloadIdentifierOf<0xC0>;
 
 /// 2160 lines on 12 Gb/s (SMPTE ST 2082-10).
-class PayloadIdentifier2160_12g : public PayloadIdentifierVariant
-{
-public:
-    static const PayloadIdentifierFacts FACTS;
-    explicit PayloadIdentifier2160_12g(quint32 rawBytes);
-};
+using PayloadIdentifier2160_12g = PayloadIdentifierOf<0xCE>;

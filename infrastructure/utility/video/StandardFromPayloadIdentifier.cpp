@@ -2,11 +2,14 @@
 
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/video/PayloadIdentifierText_p.h"
+#include "infrastructure/utility/video/PayloadIdentifierValues.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <numeric>
 
+using namespace PayloadIdentifierSets;
 using namespace Tessorn;
 using namespace Tessorn::Sdi;
 using namespace Tessorn::Sdi::PayloadId;
@@ -71,18 +74,7 @@ constexpr MappingRow MAPPING_MODES[] = {
 };
 
 constexpr quint32 LEVEL_B_MAPPING_MODES = 4; ///< the first of them
-
-/// How a field lies in the store: lines of S samples, or of two streams together 2 S; a picture of
-/// W or 2 W samples at their end.
-struct StoreLayout
-{
-    std::size_t fields;
-    quint32 lineStreams;
-    quint32 pictureStreams;
-    std::size_t copies;                         ///< of each field's metrics
-    std::vector<quint32> lines = {};            ///< of each field, and of more than these maybe
-    std::vector<quint32> firstActiveLines = {}; ///< likewise
-};
+constexpr quint32 NO_MAPPING_MODE = 31;
 
 /// Why there is no layout.
 struct NoMetrics
@@ -102,65 +94,124 @@ constexpr NoMetrics NO_LEVEL_B{COULD_NOT_CREATE,
 constexpr NoMetrics NO_LEVEL{"Don't support level C", "Metrics are known for levels A and B alone"};
 constexpr NoMetrics NO_RASTER{COULD_NOT_CREATE, "No raster is known for this interface"};
 
+/// How a field lies in the store: lines of S samples, or of two streams together 2 S; a picture of
+/// W or 2 W samples at their end.
+struct StoreLayout
+{
+    std::size_t fields;
+    quint32 lineStreams;
+    quint32 pictureStreams;
+    bool copyForEachLink;           ///< of each field's metrics; otherwise one for each sub-image
+    const NoMetrics& withoutFields; ///< when the identifier has the lines of fewer fields
+};
+
+constexpr StoreLayout ONE_FIELD{1, 1, 1, false, NO_RASTER};
+constexpr StoreLayout TWO_FIELDS{2, 1, 1, false, NO_RASTER};
+constexpr StoreLayout FIELDS_OF_TWO_LINKS{2, 1, 1, true, NO_FIELDS_ON_DUAL_LINK};
+constexpr StoreLayout FIELDS_OF_TWO_STREAMS{2, 2, 2, false, NO_RASTER};
+constexpr StoreLayout WIDE_PICTURE{1, 1, 2, false, NO_RASTER};
+
+using Values = PayloadIdentifierValues;
+constexpr Values PROGRESSIVE = only(PictureFormat_Progressive);
+constexpr Values IN_FIELDS = only(PictureFormat_Interlaced, PictureFormat_Psf);
+constexpr Values R1G5 = only(SdiDataRate_1G5);
+constexpr Values NOT_6G = noneOf(SdiDataRate_6G);
+constexpr Values A = only(Level_A);
+constexpr Values B = only(Level_B);
+constexpr Values FIRST_OF_B = only(LEVEL_B_MAPPING_MODES);
+
+/// What one kind of signal has: a layout, or a reason why not.
+struct LayoutRow
+{
+    Values links;
+    Values rates;
+    Values levels;
+    Values formats;
+    Values mappingModes;
+    const StoreLayout* layout;
+    const NoMetrics* none = nullptr;
+};
+
+// clang-format off
+/// The first row that fits holds, and the last one fits all.
+constexpr LayoutRow LAYOUTS[] = {
+    {only(2),         R1G5,   A,   PROGRESSIVE, ANY,        &FIELDS_OF_TWO_LINKS},
+    {only(2),         NOT_6G, ANY, ANY,         ANY,        nullptr, &NO_DUAL_LINK},
+    {noneOf(1, 2, 4), ANY,    ANY, ANY,         ANY,        nullptr, &NO_RASTER},
+    {ANY,             ANY,    A,   PROGRESSIVE, ANY,        &ONE_FIELD},
+    {ANY,             ANY,    A,   IN_FIELDS,   ANY,        &TWO_FIELDS},
+    {ANY,             ANY,    A,   ANY,         ANY,        nullptr, &NO_RASTER},
+    {ANY,             ANY,    B,   PROGRESSIVE, FIRST_OF_B, &FIELDS_OF_TWO_STREAMS},
+    {ANY,             ANY,    B,   PROGRESSIVE, ANY,        &WIDE_PICTURE},
+    {ANY,             ANY,    B,   ANY,         ANY,        nullptr, &NO_LEVEL_B},
+    {ANY,             ANY,    ANY, ANY,         ANY,        nullptr, &NO_LEVEL},
+};
+// clang-format on
+
 constexpr char LOG_ORIGIN[] = "StandardFromPayloadIdentifier::getTransmissionMetrics: ";
 
-/// Null, and the layout, or why there is none.
-const NoMetrics* findLayout(const StandardFromPayloadIdentifier& standard, StoreLayout& layout)
+const LayoutRow& findRow(const StandardFromPayloadIdentifier& standard)
 {
     const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
     const quint32 links = identifier.getNumberOfLinks();
     const SdiDataRate rate = identifier.getSdiDataRate();
     const Level level = standard.getLevel();
     const PictureFormat format = standard.getPicutreInterlacedProgressivePsf();
-    const std::size_t subImages = standard.getNumberOfSubImages();
-
-    if (links == 2 && rate != SdiDataRate_6G) {
-        if (rate != SdiDataRate_1G5 || level != Level_A || format != PictureFormat_Progressive) {
-            return &NO_DUAL_LINK;
-        }
-        layout = {2, 1, 1, links};
-    } else if (links != 1 && links != 2 && links != 4) {
-        return &NO_RASTER;
-    } else if (level == Level_A && format == PictureFormat_Progressive) {
-        layout = {1, 1, 1, subImages};
-    } else if (level == Level_A &&
-               (format == PictureFormat_Interlaced || format == PictureFormat_Psf)) {
-        layout = {2, 1, 1, subImages};
-    } else if (level == Level_A) {
-        return &NO_RASTER;
-    } else if (level != Level_B) {
-        return &NO_LEVEL;
-    } else if (format != PictureFormat_Progressive) {
-        return &NO_LEVEL_B;
-    } else if (standard.findMappingMode() == LEVEL_B_MAPPING_MODES) {
-        layout = {2, 2, 2, subImages};
-    } else {
-        layout = {1, 1, 2, subImages};
-    }
-    layout.lines = identifier.getLinesPerField();
-    layout.firstActiveLines = identifier.getFirstActivePictureLines();
-    if (layout.lines.size() < layout.fields || layout.firstActiveLines.size() < layout.fields) {
-        return rate == SdiDataRate_1G5 && links == 2 ? &NO_FIELDS_ON_DUAL_LINK : &NO_RASTER;
-    }
-    return nullptr;
+    const auto isMapped = [&standard](Values modes) {
+        return modes.isAny() ||
+               modes.contains(standard.findMappingMode().value_or(NO_MAPPING_MODE));
+    };
+    return *std::find_if(std::begin(LAYOUTS), std::prev(std::end(LAYOUTS)),
+                         [&](const LayoutRow& row) {
+                             return row.links.contains(links) && row.rates.contains(rate) &&
+                                    row.levels.contains(level) && row.formats.contains(format) &&
+                                    isMapped(row.mappingModes);
+                         });
 }
 
+/// A layout with the line numbers of one standard, or why there is none.
+struct FoundLayout
+{
+    explicit FoundLayout(const StandardFromPayloadIdentifier& standard)
+    {
+        const LayoutRow& row = findRow(standard);
+        layout = row.layout;
+        none = row.none;
+        if (layout == nullptr) {
+            return;
+        }
+        const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
+        lines = identifier.getLinesPerField();
+        firstActiveLines = identifier.getFirstActivePictureLines();
+        if (std::min(lines.size(), firstActiveLines.size()) < layout->fields) {
+            none = &layout->withoutFields;
+        }
+    }
+
+    const StoreLayout* layout;
+    const NoMetrics* none;                 ///< null where there is a layout
+    std::vector<quint32> lines;            ///< of each field, and of more than these maybe
+    std::vector<quint32> firstActiveLines; ///< likewise
+};
+
 StandardFromPayloadIdentifier::TransmissionMetrics
-makeMetrics(const StandardFromPayloadIdentifier& standard, const StoreLayout& layout)
+makeMetrics(const StandardFromPayloadIdentifier& standard, const FoundLayout& found,
+            std::size_t copies)
 {
     const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
-    const quint32 lineWidth = layout.lineStreams * standard.getSamplesPerLine();
+    const quint32 lineWidth = found.layout->lineStreams * standard.getSamplesPerLine();
     const quint32 pictureWidth =
-        layout.pictureStreams * identifier.getFieldActivePictureWidthInSamples();
+        found.layout->pictureStreams * identifier.getFieldActivePictureWidthInSamples();
     const quint32 pictureHeight = identifier.getFieldActivePictureHeight();
     StandardFromPayloadIdentifier::TransmissionMetrics metrics;
+    metrics.reserve(found.layout->fields);
     quint32 firstLine = 0;
-    for (std::size_t field = 0; field < layout.fields; ++field) {
-        const FieldRegion whole(0, firstLine, lineWidth, layout.lines[field]);
-        const FieldRegion active(lineWidth - pictureWidth, layout.firstActiveLines[field] - 1,
+    for (std::size_t field = 0; field < found.layout->fields; ++field) {
+        const FieldRegion whole(0, firstLine, lineWidth, found.lines[field]);
+        const FieldRegion active(lineWidth - pictureWidth, found.firstActiveLines[field] - 1,
                                  pictureWidth, pictureHeight);
-        metrics.emplace_back(layout.copies, FieldMetrics(whole, active));
-        firstLine += layout.lines[field];
+        metrics.emplace_back(copies, FieldMetrics(whole, active));
+        firstLine += found.lines[field];
     }
     return metrics;
 }
@@ -359,26 +410,26 @@ void StandardFromPayloadIdentifier::appendPicture(QString& text) const
 StandardFromPayloadIdentifier::TransmissionMetrics
 StandardFromPayloadIdentifier::getTransmissionMetrics(bool* succeeded) const
 {
-    StoreLayout layout{};
-    const NoMetrics* const none = findLayout(*this, layout);
+    const FoundLayout found(*this);
     if (succeeded != nullptr) {
-        *succeeded = none == nullptr;
+        *succeeded = found.none == nullptr;
     }
-    if (none != nullptr) {
-        VELLOG_ERR() << LOG_ORIGIN << none->logged;
+    if (found.none != nullptr) {
+        VELLOG_ERR() << LOG_ORIGIN << found.none->logged;
         return {};
     }
-    return makeMetrics(*this, layout);
+    return makeMetrics(*this, found,
+                       found.layout->copyForEachLink ? primaryIdentifier->getNumberOfLinks()
+                                                     : getNumberOfSubImages());
 }
 
 std::string_view StandardFromPayloadIdentifier::getReasonWithoutMetrics() const
 {
-    StoreLayout layout{};
-    if (const NoMetrics* none = findLayout(*this, layout)) {
-        return none->reason;
+    const FoundLayout found(*this);
+    if (found.none != nullptr) {
+        return found.none->reason;
     }
-    layout.copies = 1;
-    for (const std::vector<FieldMetrics>& field : makeMetrics(*this, layout)) {
+    for (const std::vector<FieldMetrics>& field : makeMetrics(*this, found, 1)) {
         const FieldMetrics& metrics = field.front();
         if (metrics.getActiveWidth() > metrics.getWidth()) {
             return "The picture does not fit its lines";

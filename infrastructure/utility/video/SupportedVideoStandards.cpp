@@ -8,34 +8,28 @@
 
 #include <algorithm>
 
+using namespace PayloadIdentifierSets;
 using namespace Tessorn::Sdi::PayloadId;
 
 namespace {
 
-/// A set of field values: bit n stands for the value n.
 using Set = PayloadIdentifierValues;
 
-template <typename... Value>
-constexpr Set set(Value... values)
-{
-    return ((1u << values) | ...);
-}
-
 constexpr Set FILM_TO_30 =
-    set(FrameRate_23_98, FrameRate_24, FrameRate_25, FrameRate_29_97, FrameRate_30);
-constexpr Set FIELDS_50_TO_60 = set(FrameRate_25, FrameRate_29_97, FrameRate_30);
-constexpr Set FRAMES_50_TO_60 = set(FrameRate_50, FrameRate_59_94, FrameRate_60);
-constexpr Set FRAMES_48_TO_60 = FRAMES_50_TO_60 | set(FrameRate_47_95, FrameRate_48);
+    only(FrameRate_23_98, FrameRate_24, FrameRate_25, FrameRate_29_97, FrameRate_30);
+constexpr Set FIELDS_50_TO_60 = only(FrameRate_25, FrameRate_29_97, FrameRate_30);
+constexpr Set FRAMES_50_TO_60 = only(FrameRate_50, FrameRate_59_94, FrameRate_60);
+constexpr Set FRAMES_48_TO_60 = FRAMES_50_TO_60 | only(FrameRate_47_95, FrameRate_48);
 
-constexpr Set S422 = set(SampleStructure_422YCbCr);
-constexpr Set S422_420 = set(SampleStructure_422YCbCr, SampleStructure_420YCbCr);
-constexpr Set S444 = set(SampleStructure_444YCbCr, SampleStructure_444Rgb);
-constexpr Set S4444 = set(SampleStructure_4444YCbCrA, SampleStructure_4444RgbA,
-                          SampleStructure_4444YCbCrD, SampleStructure_4444RgbD);
-constexpr Set S4224 = set(SampleStructure_4224YCbCrA, SampleStructure_4224YCbCrD);
+constexpr Set S422 = only(SampleStructure_422YCbCr);
+constexpr Set S422_420 = only(SampleStructure_422YCbCr, SampleStructure_420YCbCr);
+constexpr Set S444 = only(SampleStructure_444YCbCr, SampleStructure_444Rgb);
+constexpr Set S4444 = only(SampleStructure_4444YCbCrA, SampleStructure_4444RgbA,
+                           SampleStructure_4444YCbCrD, SampleStructure_4444RgbD);
+constexpr Set S4224 = only(SampleStructure_4224YCbCrA, SampleStructure_4224YCbCrD);
 
-constexpr Set NARROW = set(0); ///< 1920, or 3840
-constexpr Set WIDE = set(1);   ///< 2048, or 4096
+constexpr Set NARROW = only(0); ///< 1920, or 3840
+constexpr Set WIDE = only(1);   ///< 2048, or 4096
 
 /// How a picture is scanned and carried: its picture and transport bits.
 enum Scan : quint32 {
@@ -54,10 +48,10 @@ struct ScanBits
 
 constexpr ScanBits SCAN_BITS[] = {{1, 1}, {1, 0}, {0, 0}, {1, 0}};
 
-constexpr Set P = set(Scan_Progressive);
-constexpr Set PSF = set(Scan_Segmented);
-constexpr Set I = set(Scan_Interlaced);
-constexpr Set LI = set(Scan_LineInterleaved);
+constexpr Set P = only(Scan_Progressive);
+constexpr Set PSF = only(Scan_Segmented);
+constexpr Set I = only(Scan_Interlaced);
+constexpr Set LI = only(Scan_LineInterleaved);
 
 /// Is it also a quadrant of a square division?
 enum Quadrant : bool {
@@ -171,10 +165,10 @@ struct Signal
 constexpr auto YCBCR = LuminanceAndColourDifferenceSignal_YCbCr;
 constexpr auto ICTCP = LuminanceAndColourDifferenceSignal_ICtCp;
 constexpr Set PLAIN = S422_420 | S444;
-constexpr Set PLAIN_NOT_RGB = S422_420 | set(SampleStructure_444YCbCr);
+constexpr Set PLAIN_NOT_RGB = S422_420 | only(SampleStructure_444YCbCr);
 
 constexpr Signal SIGNALS[] = {
-    {Colourimetry_Rec709, TransferCurve_SdrTv,       YCBCR, ~0u},
+    {Colourimetry_Rec709, TransferCurve_SdrTv,       YCBCR, ANY},
     {Colourimetry_Uhdtv,  TransferCurve_SdrTv,       YCBCR, PLAIN},
     {Colourimetry_Uhdtv,  TransferCurve_Hlg,         YCBCR, PLAIN},
     {Colourimetry_Uhdtv,  TransferCurve_Pq,          YCBCR, PLAIN},
@@ -188,8 +182,8 @@ constexpr Signal SIGNALS[] = {
 template <typename Use>
 void forEach(Set values, Use use)
 {
-    for (quint32 value = 0; value < 32; ++value) {
-        if (((values >> value) & 1u) != 0) {
+    for (quint32 value = 0; value < 31; ++value) {
+        if (values.contains(value)) {
             use(value);
         }
     }
@@ -206,7 +200,7 @@ void forEachIdentifier(const Carriage& row, Use use)
                 forEach(row.rates, [&](quint32 rate) {
                     for (const Signal& signal : SIGNALS) {
                         const bool isUsual = &signal == SIGNALS;
-                        if (!isUsual && (!hasColour || (signal.structures & set(structure)) == 0)) {
+                        if (!isUsual && (!hasColour || !signal.structures.contains(structure))) {
                             continue;
                         }
                         // The narrow pictures are the ones of 16:9.

@@ -15,9 +15,24 @@
 namespace Tessorn {
 namespace Types {
 
+/// Which of the four forms a picture's pixels have.
+enum PixelFormat : quint32 {
+    PixelFormat_ARGB = 0,
+    PixelFormat_RGB = 1,
+    PixelFormat_AYCrCb = 2,
+    PixelFormat_YCbCr = 3,
+};
+
+/// True for the forms of luma and colour differences.
+constexpr bool isYCbCr(PixelFormat format)
+{
+    return format == PixelFormat_AYCrCb || format == PixelFormat_YCbCr;
+}
+
 /// Red, green and blue with alpha, in this order of words.
 struct PixelDataARGB
 {
+    static constexpr PixelFormat FORMAT = PixelFormat_ARGB;
     quint16 r = 0;
     quint16 g = 0;
     quint16 b = 0;
@@ -27,6 +42,7 @@ struct PixelDataARGB
 /// Red, green and blue.
 struct PixelDataRGB
 {
+    static constexpr PixelFormat FORMAT = PixelFormat_RGB;
     quint16 r = 0;
     quint16 g = 0;
     quint16 b = 0;
@@ -35,6 +51,7 @@ struct PixelDataRGB
 /// Luma between the colour differences, then alpha.
 struct PixelDataAYCrCb
 {
+    static constexpr PixelFormat FORMAT = PixelFormat_AYCrCb;
     quint16 cr = 0;
     quint16 y = 0;
     quint16 cb = 0;
@@ -44,6 +61,7 @@ struct PixelDataAYCrCb
 /// Luma and the colour differences.
 struct PixelDataYCbCr
 {
+    static constexpr PixelFormat FORMAT = PixelFormat_YCbCr;
     quint16 y = 0;
     quint16 cb = 0;
     quint16 cr = 0;
@@ -52,14 +70,6 @@ struct PixelDataYCbCr
 // Pictures are runs of words, so a pixel is its words and nothing else.
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
-
-/// Which of the four forms a picture's pixels have.
-enum PixelFormat : quint32 {
-    PixelFormat_ARGB = 0,
-    PixelFormat_RGB = 1,
-    PixelFormat_AYCrCb = 2,
-    PixelFormat_YCbCr = 3,
-};
 
 /// A picture in somebody else's memory, line after line without gaps. The words must be as many as
 /// format, width and height say.
@@ -75,6 +85,31 @@ struct PictureBuffer
     {
         return words != nullptr ? std::size_t(width) * height : 0;
     }
+};
+
+/// Pixels of one form, one behind the other, in somebody else's memory.
+struct PixelRun
+{
+    /// Those of an array. `Pixel` is one of the four structures.
+    template <typename Pixel>
+    PixelRun(const Pixel* pixels, std::size_t pixelCount)
+        : format(Pixel::FORMAT)
+        , words(reinterpret_cast<const quint16*>(pixels))
+        , count(pixelCount)
+    {
+    }
+
+    /// Those of a picture, line after line.
+    PixelRun(const PictureBuffer& picture)
+        : format(picture.format)
+        , words(picture.words)
+        , count(picture.getPixelCount())
+    {
+    }
+
+    PixelFormat format;
+    const quint16* words;
+    std::size_t count; ///< pixels
 };
 
 constexpr bool operator==(const PixelDataAYCrCb& a, const PixelDataAYCrCb& b)

@@ -81,11 +81,26 @@ Words withInverse(Words words)
     return words | ((~words & 0x100) << 1);
 }
 
-// One step of each mode: eight words, which are four samples, from so many pixels.
+/// What an operation takes, and its name in the log.
+struct Operation
+{
+    const char* name;
+    bool (*takesDepth)(BitDepth);
+    bool (*takesForm)(PixelFormat);
+    bool inPairs; ///< of pixels
+};
+
+constexpr bool isAnyForm(PixelFormat format)
+{
+    return format <= PixelFormat_YCbCr;
+}
+
+// Each mode, and one step of it: eight words, which are four samples, from so many pixels.
 
 /// Luma of each pixel, colour of the even ones.
 struct ModeIILinkA
 {
+    static constexpr Operation OPERATION{"resampleToMappingModeII", is10Bit, isYCbCr, true};
     static constexpr std::size_t PIXELS = 4;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -101,6 +116,7 @@ struct ModeIILinkA
 /// Alpha of each pixel, colour of the odd ones.
 struct ModeIILinkB
 {
+    static constexpr Operation OPERATION = ModeIILinkA::OPERATION;
     static constexpr std::size_t PIXELS = 4;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -116,6 +132,7 @@ struct ModeIILinkB
 
 struct Mode1
 {
+    static constexpr Operation OPERATION{"convertToYCbCr422_10", is10Bit, isYCbCr, true};
     static constexpr std::size_t PIXELS = 4;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -126,6 +143,7 @@ struct Mode1
 
 struct Mode2
 {
+    static constexpr Operation OPERATION{"resampleTo444_4", is10Bit, isAnyForm, false};
     static constexpr std::size_t PIXELS = 2;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -148,6 +166,7 @@ Words fourTimes(Words words)
 
 struct Mode3
 {
+    static constexpr Operation OPERATION{"resampleToMappingMode3", is12Bit, isAnyForm, false};
     static constexpr std::size_t PIXELS = 2;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -162,6 +181,7 @@ struct Mode3
 
 struct Mode4
 {
+    static constexpr Operation OPERATION{"resampleToMappingMode4", is12Bit, isYCbCr, true};
     static constexpr std::size_t PIXELS = 2;
     template <typename Pixel>
     static Words step(const quint16* words)
@@ -194,8 +214,9 @@ Samples convert(const Pixel* pixels, std::size_t pixelCount)
         const std::size_t count = std::min(steps, BLOCK_STEPS);
         const std::size_t done = samples.size();
         samples.resize(done + count * SAMPLES_OF_STEP);
+        Sdi20BitSample* const to = samples.data() + done;
         for (std::size_t i = 0; i < count; ++i) {
-            step(words + i * WORDS_OF_STEP, samples.data() + done + i * SAMPLES_OF_STEP);
+            step(words + i * WORDS_OF_STEP, to + i * SAMPLES_OF_STEP);
         }
         words += count * WORDS_OF_STEP;
         steps -= count;
@@ -211,210 +232,81 @@ Samples convert(const Pixel* pixels, std::size_t pixelCount)
     return samples;
 }
 
-void checkDepth(bool isRight, const char* operation)
+template <typename Mode>
+Samples convert(const PixelRun& run)
 {
-    if (!isRight) {
-        VELLOG_ERR() << "Error incorrect bit depth in " << operation;
-    }
-}
-
-/// The pixels that stand in pairs.
-std::size_t inPairs(std::size_t pixelCount, const char* operation)
-{
-    if (pixelCount % 2 != 0) {
-        VELLOG_ERR() << "Odd number of pixels in " << operation
-                     << ", the last one is dropped: " << pixelCount;
-    }
-    return pixelCount / 2 * 2;
-}
-
-/// Calls `take` with the picture's pixels where they are of one of these forms, and answers what it
-/// answers.
-template <typename Take>
-auto forYCbCr(const PictureBuffer& picture, Take take)
-{
-    switch (picture.format) {
-    case PixelFormat_AYCrCb:
-        return take(reinterpret_cast<const PixelDataAYCrCb*>(picture.words));
-    case PixelFormat_YCbCr:
-        return take(reinterpret_cast<const PixelDataYCbCr*>(picture.words));
-    default:
-        return decltype(take(static_cast<const PixelDataYCbCr*>(nullptr)))();
-    }
-}
-
-template <typename Take>
-auto forAllForms(const PictureBuffer& picture, Take take)
-{
-    switch (picture.format) {
+    const auto of = [&run](auto pixel) {
+        using Pixel = decltype(pixel);
+        if constexpr (Mode::OPERATION.takesForm(Pixel::FORMAT)) {
+            return convert<Mode>(reinterpret_cast<const Pixel*>(run.words), run.count);
+        } else {
+            return Samples();
+        }
+    };
+    switch (run.format) {
     case PixelFormat_ARGB:
-        return take(reinterpret_cast<const PixelDataARGB*>(picture.words));
+        return of(PixelDataARGB());
     case PixelFormat_RGB:
-        return take(reinterpret_cast<const PixelDataRGB*>(picture.words));
-    default:
-        return forYCbCr(picture, take);
+        return of(PixelDataRGB());
+    case PixelFormat_AYCrCb:
+        return of(PixelDataAYCrCb());
+    case PixelFormat_YCbCr:
+        return of(PixelDataYCbCr());
     }
+    return {};
 }
 
-template <typename Pixel>
-Samples toYCbCr422_10(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
+/// The pixels that an operation converts; what it does not like about them is logged.
+PixelRun check(PixelRun pixels, BitDepth depth, const Operation& operation)
 {
-    checkDepth(is10Bit(depth), "convertToYCbCr422_10");
-    return convert<Mode1>(pixels, inPairs(pixelCount, "convertToYCbCr422_10"));
+    if (!operation.takesForm(pixels.format)) {
+        pixels.count = 0;
+        return pixels;
+    }
+    if (!operation.takesDepth(depth)) {
+        VELLOG_ERR() << "Error incorrect bit depth in " << operation.name;
+    }
+    if (operation.inPairs && pixels.count % 2 != 0) {
+        VELLOG_ERR() << "Odd number of pixels in " << operation.name
+                     << ", the last one is dropped: " << pixels.count;
+        --pixels.count;
+    }
+    return pixels;
 }
 
-template <typename Pixel>
-Samples to444_4(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
+template <typename Mode>
+Samples checkAndConvert(const PixelRun& pixels, BitDepth depth)
 {
-    checkDepth(is10Bit(depth), "resampleTo444_4");
-    return convert<Mode2>(pixels, pixelCount);
-}
-
-template <typename Pixel>
-Samples toMappingMode3(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
-{
-    checkDepth(is12Bit(depth), "resampleToMappingMode3");
-    return convert<Mode3>(pixels, pixelCount);
-}
-
-template <typename Pixel>
-Samples toMappingMode4(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
-{
-    checkDepth(is12Bit(depth), "resampleToMappingMode4");
-    return convert<Mode4>(pixels, inPairs(pixelCount, "resampleToMappingMode4"));
-}
-
-template <typename Pixel>
-DualLinkSamples toMappingModeII(const Pixel* pixels, std::size_t pixelCount, BitDepth depth)
-{
-    checkDepth(is10Bit(depth), "resampleToMappingModeII");
-    const std::size_t paired = inPairs(pixelCount, "resampleToMappingModeII");
-    DualLinkSamples links;
-    links[DualLinkLink_A] = convert<ModeIILinkA>(pixels, paired);
-    links[DualLinkLink_B] = convert<ModeIILinkB>(pixels, paired);
-    return links;
+    return convert<Mode>(check(pixels, depth, Mode::OPERATION));
 }
 
 } // namespace
 
-Samples Converter::convertToYCbCr422_10(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
-                                        BitDepth depth)
+Samples Converter::convertToYCbCr422_10(PixelRun pixels, BitDepth depth)
 {
-    return toYCbCr422_10(pixels, pixelCount, depth);
+    return checkAndConvert<Mode1>(pixels, depth);
 }
 
-Samples Converter::convertToYCbCr422_10(const PixelDataYCbCr* pixels, std::size_t pixelCount,
-                                        BitDepth depth)
+Samples Converter::resampleTo444_4(PixelRun pixels, BitDepth depth)
 {
-    return toYCbCr422_10(pixels, pixelCount, depth);
+    return checkAndConvert<Mode2>(pixels, depth);
 }
 
-Samples Converter::convertToYCbCr422_10(const PictureBuffer& picture, BitDepth depth)
+Samples Converter::resampleToMappingMode3(PixelRun pixels, BitDepth depth)
 {
-    return forYCbCr(picture, [&](const auto* pixels) {
-        return toYCbCr422_10(pixels, picture.getPixelCount(), depth);
-    });
+    return checkAndConvert<Mode3>(pixels, depth);
 }
 
-Samples Converter::resampleTo444_4(const PixelDataARGB* pixels, std::size_t pixelCount,
-                                   BitDepth depth)
+Samples Converter::resampleToMappingMode4(PixelRun pixels, BitDepth depth)
 {
-    return to444_4(pixels, pixelCount, depth);
+    return checkAndConvert<Mode4>(pixels, depth);
 }
 
-Samples Converter::resampleTo444_4(const PixelDataRGB* pixels, std::size_t pixelCount,
-                                   BitDepth depth)
+DualLinkSamples Converter::resampleToMappingModeII(PixelRun pixels, BitDepth depth)
 {
-    return to444_4(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleTo444_4(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
-                                   BitDepth depth)
-{
-    return to444_4(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleTo444_4(const PixelDataYCbCr* pixels, std::size_t pixelCount,
-                                   BitDepth depth)
-{
-    return to444_4(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleTo444_4(const PictureBuffer& picture, BitDepth depth)
-{
-    return forAllForms(picture, [&](const auto* pixels) {
-        return to444_4(pixels, picture.getPixelCount(), depth);
-    });
-}
-
-Samples Converter::resampleToMappingMode3(const PixelDataARGB* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode3(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode3(const PixelDataRGB* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode3(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode3(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode3(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode3(const PixelDataYCbCr* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode3(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode3(const PictureBuffer& picture, BitDepth depth)
-{
-    return forAllForms(picture, [&](const auto* pixels) {
-        return toMappingMode3(pixels, picture.getPixelCount(), depth);
-    });
-}
-
-Samples Converter::resampleToMappingMode4(const PixelDataAYCrCb* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode4(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode4(const PixelDataYCbCr* pixels, std::size_t pixelCount,
-                                          BitDepth depth)
-{
-    return toMappingMode4(pixels, pixelCount, depth);
-}
-
-Samples Converter::resampleToMappingMode4(const PictureBuffer& picture, BitDepth depth)
-{
-    return forYCbCr(picture, [&](const auto* pixels) {
-        return toMappingMode4(pixels, picture.getPixelCount(), depth);
-    });
-}
-
-DualLinkSamples Converter::resampleToMappingModeII(const PixelDataAYCrCb* pixels,
-                                                   std::size_t pixelCount, BitDepth depth)
-{
-    return toMappingModeII(pixels, pixelCount, depth);
-}
-
-DualLinkSamples Converter::resampleToMappingModeII(const PixelDataYCbCr* pixels,
-                                                   std::size_t pixelCount, BitDepth depth)
-{
-    return toMappingModeII(pixels, pixelCount, depth);
-}
-
-DualLinkSamples Converter::resampleToMappingModeII(const PictureBuffer& picture, BitDepth depth)
-{
-    DualLinkSamples links = forYCbCr(picture, [&](const auto* pixels) {
-        return toMappingModeII(pixels, picture.getPixelCount(), depth);
-    });
-    links[DualLinkLink_A];
-    links[DualLinkLink_B];
+    const PixelRun checked = check(pixels, depth, ModeIILinkA::OPERATION);
+    DualLinkSamples links;
+    links[DualLinkLink_A] = convert<ModeIILinkA>(checked);
+    links[DualLinkLink_B] = convert<ModeIILinkB>(checked);
     return links;
 }

@@ -10,9 +10,12 @@
 #include "infrastructure/utility/video/types/VideoTypes.h"
 
 #include <map>
+#include <type_traits>
 #include <vector>
 
 /// Mapping structures count from 1 here, and from 0 in StandardFromPayloadIdentifier.
+///
+/// Each operation takes a run of pixels, which may be a picture, or an array and its length.
 ///
 /// A depth of the wrong number of bits is logged at level err, and the conversion goes on. Modes 1,
 /// 4 and II take pixels in pairs: a last odd pixel is dropped, with a log line at level err. A
@@ -27,50 +30,48 @@ public:
     using Samples = std::vector<Tessorn::Types::Sdi20BitSample>;
     /// Those of each link.
     using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
+    /// The result of an operation that takes no R'G'B' pixels.
+    template <typename Pixel, typename Result>
+    using IfYCbCr = std::enable_if_t<Tessorn::Types::isYCbCr(Pixel::FORMAT), Result>;
 
     /// Mode 1, 10-bit 4:2:2: (Y0, Cb0), (Y1, Cr0) for two pixels. The second pixel's colour is left
     /// out.
-    static Samples convertToYCbCr422_10(const Tessorn::Types::PixelDataAYCrCb* pixels,
-                                        std::size_t pixelCount,
+    static Samples convertToYCbCr422_10(Tessorn::Types::PixelRun pixels,
                                         Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples convertToYCbCr422_10(const Tessorn::Types::PixelDataYCbCr* pixels,
-                                        std::size_t pixelCount,
-                                        Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples convertToYCbCr422_10(const Tessorn::Types::PictureBuffer& picture,
-                                        Tessorn::Sdi::PayloadId::BitDepth depth);
+    /// The same for an array.
+    template <typename Pixel>
+    static IfYCbCr<Pixel, Samples> convertToYCbCr422_10(const Pixel* pixels, std::size_t pixelCount,
+                                                        Tessorn::Sdi::PayloadId::BitDepth depth)
+    {
+        return convertToYCbCr422_10({pixels, pixelCount}, depth);
+    }
 
     /// Mode 2, 10-bit 4:4:4:4: (Y, A), (Cr, Cb) or (G, A), (R, B) for a pixel, where A is 64 in the
     /// forms without it.
-    static Samples resampleTo444_4(const Tessorn::Types::PixelDataARGB* pixels,
-                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleTo444_4(const Tessorn::Types::PixelDataRGB* pixels,
-                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleTo444_4(const Tessorn::Types::PixelDataAYCrCb* pixels,
-                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleTo444_4(const Tessorn::Types::PixelDataYCbCr* pixels,
-                                   std::size_t pixelCount, Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleTo444_4(const Tessorn::Types::PictureBuffer& picture,
+    static Samples resampleTo444_4(Tessorn::Types::PixelRun pixels,
                                    Tessorn::Sdi::PayloadId::BitDepth depth);
+    /// The same for an array.
+    template <typename Pixel>
+    static Samples resampleTo444_4(const Pixel* pixels, std::size_t pixelCount,
+                                   Tessorn::Sdi::PayloadId::BitDepth depth)
+    {
+        return resampleTo444_4({pixels, pixelCount}, depth);
+    }
 
     /// Mode 3, 12-bit 4:4:4: two samples for a pixel, whose four words take three bits of each
     /// component, the upper ones first.
     ///
     ///   bit  9            | 8 ... 6 | 5 ... 3 | 2 ... 0
     ///        inverse of 8 | Cr or R | Y or G  | Cb or B
-    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataARGB* pixels,
-                                          std::size_t pixelCount,
+    static Samples resampleToMappingMode3(Tessorn::Types::PixelRun pixels,
                                           Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataRGB* pixels,
-                                          std::size_t pixelCount,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataAYCrCb* pixels,
-                                          std::size_t pixelCount,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode3(const Tessorn::Types::PixelDataYCbCr* pixels,
-                                          std::size_t pixelCount,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode3(const Tessorn::Types::PictureBuffer& picture,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    /// The same for an array.
+    template <typename Pixel>
+    static Samples resampleToMappingMode3(const Pixel* pixels, std::size_t pixelCount,
+                                          Tessorn::Sdi::PayloadId::BitDepth depth)
+    {
+        return resampleToMappingMode3({pixels, pixelCount}, depth);
+    }
 
     /// Mode 4, 12-bit 4:2:2:4: four samples for two pixels. Each word takes six bits of the picture
     /// and three of alpha, the upper ones first; alpha is 64 in the form without it. The words of
@@ -78,24 +79,28 @@ public:
     ///
     ///   bit  9            | 8 ... 6 | 5 ... 0
     ///        inverse of 8 | alpha   | Y, Cb or Cr
-    static Samples resampleToMappingMode4(const Tessorn::Types::PixelDataAYCrCb* pixels,
-                                          std::size_t pixelCount,
+    static Samples resampleToMappingMode4(Tessorn::Types::PixelRun pixels,
                                           Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode4(const Tessorn::Types::PixelDataYCbCr* pixels,
-                                          std::size_t pixelCount,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
-    static Samples resampleToMappingMode4(const Tessorn::Types::PictureBuffer& picture,
-                                          Tessorn::Sdi::PayloadId::BitDepth depth);
+    /// The same for an array.
+    template <typename Pixel>
+    static IfYCbCr<Pixel, Samples> resampleToMappingMode4(const Pixel* pixels,
+                                                          std::size_t pixelCount,
+                                                          Tessorn::Sdi::PayloadId::BitDepth depth)
+    {
+        return resampleToMappingMode4({pixels, pixelCount}, depth);
+    }
 
     /// Mode II, 10-bit 4:4:4:4 on two links: (Y0, Cb0), (Y1, Cr0) on link A and (A0, Cb1), (A1,
     /// Cr1) on link B for two pixels, where A is 64 in the form without it. There is an entry for
     /// both links, even without samples.
-    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PixelDataAYCrCb* pixels,
-                                                   std::size_t pixelCount,
+    static DualLinkSamples resampleToMappingModeII(Tessorn::Types::PixelRun pixels,
                                                    Tessorn::Sdi::PayloadId::BitDepth depth);
-    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PixelDataYCbCr* pixels,
-                                                   std::size_t pixelCount,
-                                                   Tessorn::Sdi::PayloadId::BitDepth depth);
-    static DualLinkSamples resampleToMappingModeII(const Tessorn::Types::PictureBuffer& picture,
-                                                   Tessorn::Sdi::PayloadId::BitDepth depth);
+    /// The same for an array.
+    template <typename Pixel>
+    static IfYCbCr<Pixel, DualLinkSamples>
+    resampleToMappingModeII(const Pixel* pixels, std::size_t pixelCount,
+                            Tessorn::Sdi::PayloadId::BitDepth depth)
+    {
+        return resampleToMappingModeII({pixels, pixelCount}, depth);
+    }
 };

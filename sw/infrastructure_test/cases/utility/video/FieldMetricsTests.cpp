@@ -56,10 +56,10 @@ TEST_CASE("Regions that differ in one number are unequal, and an empty one conta
 {
     const FieldRegion region(1, 2, 3, 4);
     CHECK(region == FieldRegion(1, 2, 3, 4));
-    CHECK(region != FieldRegion(0, 2, 3, 4));
-    CHECK(region != FieldRegion(1, 0, 3, 4));
-    CHECK(region != FieldRegion(1, 2, 0, 4));
-    CHECK(region != FieldRegion(1, 2, 3, 0));
+    for (const FieldRegion& other : {FieldRegion(0, 2, 3, 4), FieldRegion(1, 0, 3, 4),
+                                     FieldRegion(1, 2, 0, 4), FieldRegion(1, 2, 3, 0)}) {
+        CHECK(region != other);
+    }
     CHECK(FieldRegion() == FieldRegion(0, 0, 0, 0));
     CHECK_FALSE(FieldRegion().contains(0, 0));
     CHECK_FALSE(FieldRegion(0, 0, 5, 0).contains(2, 0));
@@ -80,14 +80,12 @@ TEST_CASE("Three regions follow from a field and its picture", "[video]")
     CHECK_FALSE(again != metrics);
     CHECK(metrics != FieldMetrics(FieldRegion(0, 0, 100, 100), FieldRegion(50, 50, 50, 26)));
     CHECK(metrics != FieldMetrics(FieldRegion(0, 0, 101, 100), FieldRegion(50, 50, 50, 25)));
-}
 
-TEST_CASE("A picture at the top of its field leaves no blanking above", "[video]")
-{
-    const FieldMetrics metrics(FieldRegion(0, 0, 100, 100), FieldRegion(20, 0, 80, 100));
-    CHECK(metrics.getPrePictureVerticalBlankingRegion().getHeight() == 0);
-    CHECK(metrics.getHorizontalBlankingRegion() == FieldRegion(0, 0, 20, 100));
-    CHECK(metrics.getPostPictureVerticalBlankingRegion().getHeight() == 0);
+    // A picture that takes all lines leaves no blanking above and below.
+    const FieldMetrics full(FieldRegion(0, 0, 100, 100), FieldRegion(20, 0, 80, 100));
+    CHECK(full.getPrePictureVerticalBlankingRegion().getHeight() == 0);
+    CHECK(full.getHorizontalBlankingRegion() == FieldRegion(0, 0, 20, 100));
+    CHECK(full.getPostPictureVerticalBlankingRegion().getHeight() == 0);
 }
 
 TEST_CASE("The regions of a field cover each of its samples once", "[video]")
@@ -113,14 +111,13 @@ TEST_CASE("Line and sample numbers are those of the interface standard", "[video
 {
     // SMPTE ST 274: a progressive picture on lines 42 to 1121; the second field on lines 584 to
     // 1123 of 564 to 1125.
-    CHECK(PROGRESSIVE_50.getFirstLineNumber() == 1);
-    CHECK(PROGRESSIVE_50.getLastLineNumber() == 1125);
-    CHECK(PROGRESSIVE_50.getFirstActiveLineNumber() == 42);
-    CHECK(PROGRESSIVE_50.getLastActiveLineNumber() == 1121);
-    CHECK(SECOND_FIELD_50.getFirstLineNumber() == 564);
-    CHECK(SECOND_FIELD_50.getLastLineNumber() == 1125);
-    CHECK(SECOND_FIELD_50.getFirstActiveLineNumber() == 584);
-    CHECK(SECOND_FIELD_50.getLastActiveLineNumber() == 1123);
+    const auto lines = [](const FieldMetrics& metrics) {
+        return std::vector<quint32>{metrics.getFirstLineNumber(),
+                                    metrics.getFirstActiveLineNumber(),
+                                    metrics.getLastActiveLineNumber(), metrics.getLastLineNumber()};
+    };
+    CHECK(lines(PROGRESSIVE_50) == std::vector<quint32>{1, 42, 1121, 1125});
+    CHECK(lines(SECOND_FIELD_50) == std::vector<quint32>{564, 584, 1123, 1125});
     CHECK(PROGRESSIVE_50.getLastActiveSample() == 1919);
     CHECK(PROGRESSIVE_50.getFirstSampleOfStartOfActiveVideo() == 2636);
     CHECK(PROGRESSIVE_50.getLastSampleOfLine() == 2639);

@@ -3,7 +3,6 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
-#include <functional>
 #include <random>
 
 using namespace Tessorn::Sdi::PayloadId;
@@ -218,83 +217,77 @@ TEST_CASE("Mode II splits pairs of pixels over two links", "[conversion]")
     }
 }
 
+namespace {
+
+/// Link A and link B behind it, which are there always.
+Samples bothLinks(PixelRun pixels, BitDepth depth)
+{
+    auto links = Converter::resampleToMappingModeII(pixels, depth);
+    Samples samples = links.at(DualLinkLink_A);
+    const Samples& second = links.at(DualLinkLink_B);
+    CHECK(second.size() == samples.size());
+    samples.insert(samples.end(), second.begin(), second.end());
+    return samples;
+}
+
+struct Operation
+{
+    const char* name;
+    BitDepth depth;
+    bool takesRgb;
+    bool inPairs;
+    Samples (*convert)(PixelRun, BitDepth);
+    std::size_t samplesForThree;
+};
+
+const Operation OPERATIONS[] = {
+    {"convertToYCbCr422_10", BitDepth_10, false, true, Converter::convertToYCbCr422_10, 2},
+    {"resampleTo444_4", BitDepth_10, true, false, Converter::resampleTo444_4, 6},
+    {"resampleToMappingMode3", BitDepth_12, true, false, Converter::resampleToMappingMode3, 6},
+    {"resampleToMappingMode4", BitDepth_12, false, true, Converter::resampleToMappingMode4, 4},
+    {"resampleToMappingModeII", BitDepth_10, false, true, bothLinks, 4},
+};
+
+} // namespace
+
 TEST_CASE("A picture goes by its format, and one that a mode does not take gives nothing",
           "[conversion]")
 {
     AllForms forms(randomPixels(10));
-    const bool isYCbCr[] = {false, false, true, true};
-    const Samples mode1 = Converter::convertToYCbCr422_10(forms.yCbCr.data(), COUNT, BitDepth_10);
-    const Samples mode3 = Converter::resampleToMappingMode3(forms.rgb.data(), COUNT, BitDepth_12);
-    const Samples mode2[] = {
-        Converter::resampleTo444_4(forms.argb.data(), COUNT, BitDepth_10),
-        Converter::resampleTo444_4(forms.rgb.data(), COUNT, BitDepth_10),
-        Converter::resampleTo444_4(forms.ayCrCb.data(), COUNT, BitDepth_10),
-        Converter::resampleTo444_4(forms.yCbCr.data(), COUNT, BitDepth_10),
-    };
-    const Samples mode4[] = {
-        {},
-        {},
-        Converter::resampleToMappingMode4(forms.ayCrCb.data(), COUNT, BitDepth_12),
-        Converter::resampleToMappingMode4(forms.yCbCr.data(), COUNT, BitDepth_12),
-    };
-    for (quint32 format = 0; format < 4; ++format) {
-        CAPTURE(format);
-        const PictureBuffer picture = forms.picture(PixelFormat(format));
-        CHECK(Converter::convertToYCbCr422_10(picture, BitDepth_10) ==
-              (isYCbCr[format] ? mode1 : Samples()));
-        CHECK(Converter::resampleTo444_4(picture, BitDepth_10) == mode2[format]);
-        CHECK(Converter::resampleToMappingMode3(picture, BitDepth_12) == mode3);
-        CHECK(Converter::resampleToMappingMode4(picture, BitDepth_12) == mode4[format]);
-        const auto links = Converter::resampleToMappingModeII(picture, BitDepth_10);
-        CHECK(links.at(DualLinkLink_A).size() == (isYCbCr[format] ? COUNT : 0));
-        CHECK(links.at(DualLinkLink_B).size() == (isYCbCr[format] ? COUNT : 0));
+    const PixelRun runs[] = {{forms.argb.data(), COUNT},
+                             {forms.rgb.data(), COUNT},
+                             {forms.ayCrCb.data(), COUNT},
+                             {forms.yCbCr.data(), COUNT}};
+    const LogCapture log;
+    for (const Operation& row : OPERATIONS) {
+        for (quint32 format = 0; format < 4; ++format) {
+            CAPTURE(row.name, format);
+            const Samples samples = row.convert(forms.picture(PixelFormat(format)), row.depth);
+            CHECK(samples.empty() == (format < 2 && !row.takesRgb));
+            CHECK(samples == row.convert(runs[format], row.depth));
+        }
+        PictureBuffer unknown = forms.picture(PixelFormat_RGB);
+        unknown.format = PixelFormat(4);
+        CHECK(row.convert(unknown, BitDepth(4)).empty());
+        CHECK(row.convert(PictureBuffer{PixelFormat_YCbCr, 10, 10, nullptr}, row.depth).empty());
     }
-    PictureBuffer unknown = forms.picture(PixelFormat_RGB);
-    unknown.format = PixelFormat(4);
-    CHECK(Converter::resampleTo444_4(unknown, BitDepth_10).empty());
-    CHECK(Converter::resampleToMappingMode3(unknown, BitDepth_12).empty());
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("A wrong depth and a last odd pixel are logged, and the rest converts", "[conversion]")
 {
     const AllForms forms(randomPixels(10));
-    const auto* pixels = forms.yCbCr.data();
-    struct Row
-    {
-        const char* operation;
-        bool is12Bit;
-        bool inPairs;
-        std::function<Samples(std::size_t, BitDepth)> convert;
-        std::size_t samplesForThree;
-    };
-    const Row rows[] = {
-        {"convertToYCbCr422_10", false, true,
-         [=](std::size_t n, BitDepth d) { return Converter::convertToYCbCr422_10(pixels, n, d); },
-         2},
-        {"resampleTo444_4", false, false,
-         [=](std::size_t n, BitDepth d) { return Converter::resampleTo444_4(pixels, n, d); }, 6},
-        {"resampleToMappingMode3", true, false,
-         [=](std::size_t n, BitDepth d) { return Converter::resampleToMappingMode3(pixels, n, d); },
-         6},
-        {"resampleToMappingMode4", true, true,
-         [=](std::size_t n, BitDepth d) { return Converter::resampleToMappingMode4(pixels, n, d); },
-         4},
-        {"resampleToMappingModeII", false, true,
-         [=](std::size_t n, BitDepth d) {
-             return Converter::resampleToMappingModeII(pixels, n, d).at(DualLinkLink_B);
-         },
-         2},
-    };
-    for (const Row& row : rows) {
-        const QString operation = QLatin1String(row.operation);
-        Samples expectedSamples = row.convert(4, row.is12Bit ? BitDepth_12 : BitDepth_10);
-        expectedSamples.resize(row.samplesForThree);
+    for (const Operation& row : OPERATIONS) {
+        const QString operation = QLatin1String(row.name);
+        const std::size_t taken = row.inPairs ? 2 : 3;
+        const Samples expectedSamples = row.convert({forms.yCbCr.data(), taken}, row.depth);
+        CHECK(expectedSamples.size() == row.samplesForThree);
         for (quint32 depth = 0; depth < 5; ++depth) {
             CAPTURE(operation, depth);
             const LogCapture log;
-            CHECK(row.convert(3, BitDepth(depth)) == expectedSamples);
+            CHECK(row.convert({forms.yCbCr.data(), 3}, BitDepth(depth)) == expectedSamples);
             QStringList expected;
-            if (row.is12Bit != (depth == 2 || depth == 3) || depth > 3) {
+            if (depth > 3 || (depth > 1) != (row.depth == BitDepth_12)) {
                 expected << QStringLiteral("error: Error incorrect bit depth in ") + operation;
             }
             if (row.inPairs) {
@@ -304,6 +297,6 @@ TEST_CASE("A wrong depth and a last odd pixel are logged, and the rest converts"
             }
             CHECK(log.lines() == expected);
         }
-        CHECK(row.convert(0, row.is12Bit ? BitDepth_12 : BitDepth_10).empty());
+        CHECK(row.convert({forms.yCbCr.data(), 0}, row.depth).empty());
     }
 }

@@ -17,15 +17,11 @@ using namespace Tessorn::Sdi::PayloadId;
 
 namespace {
 
-// The numbers are stored and sent: the order of a list in a header must not move them.
-static_assert(SdiDataRate_12G == 0 && SdiDataRate_3G == 2 && SdiDataRate_Unknown == 6, "");
-static_assert(BitDepth_10FullRange == 0 && BitDepth_10 == 1 && BitDepth_12 == 2, "");
-static_assert(SampleStructure_422YCbCr == 0 && SampleStructure_444YCbCr == 1 &&
-                  SampleStructure_420YCbCr == 3 && SampleStructure_444Xyz == 14,
+// The numbers are stored and sent: the order of a list in a header must not move them. The others
+// have their texts below.
+static_assert(Colourimetry_Rec601 == 999 && FrameRate_47_95 == 4 && FrameRate_25 == 5 &&
+                  FrameRate_120 == 15,
               "");
-static_assert(Colourimetry_Uhdtv == 2 && Colourimetry_Rec601 == 999, "");
-static_assert(FrameRate_47_95 == 4 && FrameRate_25 == 5 && FrameRate_120 == 15, "");
-static_assert(PictureFormat_Psf == 1 && PictureFormat_Progressive == 3, "");
 
 /// The texts of the values 0 to last.
 template <typename Value>
@@ -223,34 +219,32 @@ TEST_CASE("IP frame rates are read in decimal or as a rational, and shown in dec
     using namespace Tessorn::IpTypes;
     struct Known
     {
-        const char* text;
-        quint32 rate;
-        quint32 divisor;
+        IpFrameRate rate;
         const char* shown;
         const char* shownInterlaced;
+        const char* rational;
     };
-    const Known known = GENERATE(values<Known>({
-        {"23.98", 24, 1001, "23.98", "47.95"},
-        {"24000/1001", 24, 1001, "23.98", "47.95"},
-        {"24", 24, 1000, "24", "48"},
-        {"25", 25, 1000, "25", "50"},
-        {"29.97", 30, 1001, "29.97", "59.94"},
-        {"30000/1001", 30, 1001, "29.97", "59.94"},
-        {"30", 30, 1000, "30", "60"},
-        {"47.95", 48, 1001, "47.95", "95.90"},
-        {"48000/1001", 48, 1001, "47.95", "95.90"},
-        {"48", 48, 1000, "48", "96"},
-        {"50", 50, 1000, "50", "100"},
-        {"59.94", 60, 1001, "59.94", "119.88"},
-        {"60000/1001", 60, 1001, "59.94", "119.88"},
-        {"60", 60, 1000, "60", "120"},
-    }));
-    bool ok = false;
-    const IpFrameRate rate = parseIpFrameRate(QString::fromLatin1(known.text), &ok);
-    CHECK(ok);
-    CHECK(rate == IpFrameRate{known.rate, known.divisor});
-    CHECK(toString(rate, false) == QLatin1String(known.shown));
-    CHECK(toString(rate, true) == QLatin1String(known.shownInterlaced));
+    const Known rows[] = {
+        {{24, 1001}, "23.98", "47.95", "24000/1001"},
+        {{24, 1000}, "24", "48", "24"},
+        {{25, 1000}, "25", "50", "25"},
+        {{30, 1001}, "29.97", "59.94", "30000/1001"},
+        {{30, 1000}, "30", "60", "30"},
+        {{48, 1001}, "47.95", "95.90", "48000/1001"},
+        {{48, 1000}, "48", "96", "48"},
+        {{50, 1000}, "50", "100", "50"},
+        {{60, 1001}, "59.94", "119.88", "60000/1001"},
+        {{60, 1000}, "60", "120", "60"},
+    };
+    for (const Known& row : rows) {
+        for (const char* text : {row.shown, row.rational}) {
+            bool ok = false;
+            CHECK(parseIpFrameRate(QString::fromLatin1(text), &ok) == row.rate);
+            CHECK(ok);
+        }
+        CHECK(toString(row.rate, false) == QLatin1String(row.shown));
+        CHECK(toString(row.rate, true) == QLatin1String(row.shownInterlaced));
+    }
 }
 
 TEST_CASE("IP frame rates outside the table are refused, and shown as they are", "[video]")
