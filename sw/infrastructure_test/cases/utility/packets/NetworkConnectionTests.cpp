@@ -121,7 +121,7 @@ TEST_CASE("Garbage between packets is skipped byte by byte", "[packets]")
     for (const QByteArray& garbage :
          {QByteArray("x"), QByteArray(100, '\x11'), QByteArray::fromHex("1010000080000000"),
           QByteArray::fromHex("10100000ffffffff"), QByteArray::fromHex("100f000000000000"),
-          QByteArray::fromHex("102a000000000000"), QByteArray::fromHex("10111fffff0010ff")}) {
+          QByteArray::fromHex("10ff000000000000"), QByteArray::fromHex("10111fffff0010ff")}) {
         CAPTURE(garbage.toHex().toStdString());
         FedConnection link;
         Receiver receiver;
