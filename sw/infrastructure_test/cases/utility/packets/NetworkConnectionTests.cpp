@@ -11,6 +11,7 @@
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QTcpServer>
+#include <QtEndian>
 
 #include <functional>
 #include <random>
@@ -275,7 +276,7 @@ TEST_CASE("After random bytes in random pieces the link works again", "[packets]
     }
     // What looks like a header claims less than 64 KiB, so that each claim comes to an end.
     for (int i = 0; i + 8 < total; ++i) {
-        if (garbage[i] == '\x10' && garbage[i + 1] >= '\x10' && garbage[i + 1] <= '\x29') {
+        if (RawDataPacketHeader::isPacketType(qFromBigEndian<quint16>(garbage.constData() + i))) {
             garbage[i + 4] = garbage[i + 5] = '\0';
         }
     }
