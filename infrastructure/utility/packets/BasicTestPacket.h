@@ -42,6 +42,7 @@ public:
     SerialisableDataPacket getTestPacket(bool& ok) const { return get(TEST_PACKET, ok); }
     void setTestPacket(const SerialisableDataPacket& packet) { set(TEST_PACKET, packet); }
 
+    /// What the list of child packets is given and gives.
     using Packets = std::vector<SerialisableDataPacket>;
 
     bool hasTestArrayOfPackets() const { return contains(TEST_ARRAY_OF_PACKETS); }
