@@ -31,6 +31,7 @@ run_form() {
     echo "== form"
     python3 "$root/tools/check_code.py" format library
     python3 "$root/tools/check_docs.py" links
+    python3 "$root/tools/protocol_tables.py" --check
 }
 
 run_valgrind() {

@@ -74,7 +74,7 @@ def check_links():
     count = 0
     folders = "infrastructure|sw|examples|bench|fuzz|docs|tools|cmake"
     named = re.compile(rf"`((?:{folders})/[\w./-]*)`")
-    for page in [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]:
+    for page in [ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "docs").rglob("*.md"))]:
         is_code = False
         for path, shown in FILE.findall(page.read_text(encoding="utf-8")):
             if shown != (ROOT / path).read_text(encoding="utf-8"):

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Writes what docs/protocol.md takes from the sources: the tables of the measurement records, from
-their layouts, and the texts of the reasons.
+"""Writes what docs/protocol.md and the dissector take from the sources: the tables of the measurement
+records, from their layouts, the raw types' numbers and names, and the texts of the reasons.
 
 usage: protocol_tables.py [--check]
-    --check  writes nothing; fails if the document's tables are not those of the sources
+    --check  writes nothing; fails if they don't say what the sources do
 """
 import collections
 import pathlib
@@ -13,6 +13,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENT = ROOT / "docs/protocol.md"
+DISSECTOR = ROOT / "tools/wireshark/infrastructure.lua"
 DATACORE = ROOT / "infrastructure/datacore"
 PACKETS = ROOT / "infrastructure/utility/packets"
 RECORDS = ROOT / "infrastructure/utility/records"
@@ -209,17 +210,63 @@ def reasons():
         yield ""
 
 
+def dissector_types():
+    """The dissector's table of the raw types."""
+    sub_types = {number: sub_type for number, (_, sub_type, _) in read_packets().items() if sub_type}
+    yield "local TYPE_NAMES = {"
+    yield from (f'    [0x{number:04x}] = "{name}",' for number, name in sorted(read_types().items()))
+    yield "}"
+    pairs = ", ".join(f"[0x{number:04x}] = {sub_type}" for number, sub_type in sorted(sub_types.items()))
+    yield f"local SUB_TYPES = {{ {pairs} }} -- of all others 0"
+
+
+def with_numbers(text):
+    """The document with the numbers in its running text."""
+    first, *_, last = sorted(read_types())
+    sub_types = {number: sub_type for number, (_, sub_type, _) in read_packets().items() if sub_type}
+    but = " and ".join(f"{sub_type} for type 0x{number:04X}"
+                       for number, sub_type in sorted(sub_types.items()))
+    for form, words in (
+            (r"0x\w+ for a JSON packet and 0x\w+ to 0x\w+ for",
+             f"0x{first:04X} for a JSON packet and 0x{first + 1:04X} to 0x{last:04X} for"),
+            (r"needs a number behind 0x\w+ and", f"needs a number behind 0x{last:04X} and"),
+            (r"is 0, but [^.]*\.", f"is 0, but {but}.")):
+        text, count = re.subn(form, words, text)
+        if count != 1:
+            sys.exit(f"{DOCUMENT}: {form} stands there {count} times")
+    return text
+
+
+def between(text, name, lines, mark="<!-- {} -->\n"):
+    begin, end = mark.format(f"{name}: tools/protocol_tables.py"), mark.format(f"end of {name}")
+    head, rest = text.split(begin)
+    return head + begin + "\n".join(lines) + end + rest.split(end)[1]
+
+
+def check_sections(document):
+    """Each raw type has its class, and one section in the document."""
+    types = read_types()
+    missing = sorted(types.keys() - read_packets().keys() - {min(types)})
+    if missing:
+        sys.exit(f"No class in {RECORDS} has the type {[types[number] for number in missing]}")
+    headings = re.findall(r"^### (0x.*)$", document, re.M)
+    named = sorted(re.findall(r"(0x\w{4}) (\w+)", "\n".join(headings)))
+    wanted = [(f"0x{number:04X}", name) for number, name in sorted(types.items())]
+    if named != wanted:
+        sys.exit(f"{DOCUMENT}: has other sections than one for each type: {set(named) ^ set(wanted)}")
+
+
 def main(check):
-    old = DOCUMENT.read_text()
-    new = old
+    document = with_numbers(DOCUMENT.read_text())
     for name, lines in (("record tables", sections()), ("reason texts", reasons())):
-        begin, end = f"<!-- {name}: tools/protocol_tables.py -->\n", f"<!-- end of {name} -->\n"
-        head, rest = new.split(begin)
-        new = head + begin + "\n" + "\n".join(lines) + end + rest.split(end)[1]
-    if check and new != old:
-        sys.exit(f"{DOCUMENT}: the tables are not those of the sources; run tools/protocol_tables.py")
-    if not check:
-        DOCUMENT.write_text(new)
+        document = between(document, name, ["", *lines])
+    check_sections(document)
+    dissector = between(DISSECTOR.read_text(), "types", [*dissector_types(), ""], "-- {}\n")
+    for path, text in ((DOCUMENT, document), (DISSECTOR, dissector)):
+        if not check:
+            path.write_text(text)
+        elif path.read_text() != text:
+            sys.exit(f"{path}: not as the sources have it; run tools/protocol_tables.py")
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@ local HEADER_BYTES = 8
 local TEXT_OFFSET = 12
 local JSON_TYPE = 0x1010
 
+-- types: tools/protocol_tables.py
 local TYPE_NAMES = {
     [0x1010] = "SerialisableData",
     [0x1011] = "EyeVerticalHistogram",
@@ -38,6 +39,7 @@ local TYPE_NAMES = {
     [0x1029] = "LoudnessEngineRaw",
 }
 local SUB_TYPES = { [0x101d] = 1, [0x101e] = 3 } -- of all others 0
+-- end of types
 
 local link = Proto("infrastructure", "Packet Link")
 

@@ -1,45 +1,60 @@
-// The reference for how a class of JSON packets is written: a name, two constructors, and for each
-// key a test, a getter and a setter.
+// How a class of JSON packets is written, to copy: a name, two constructors, a key for each value,
+// and for each key a test, a getter and a setter.
 #pragma once
 
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
-#include <QStringList>
-
-/// A packet of one value of each kind, for tests and as a pattern to copy.
+/// A packet of one value of each kind.
 class BasicTestPacket : public SerialisableDataPacket
 {
 public:
     static QString CLASSNAME() { return QStringLiteral("BasicTestPacket"); }
 
     /// A packet without values.
-    BasicTestPacket();
+    BasicTestPacket()
+        : SerialisableDataPacket(CLASSNAME())
+    {
+    }
     /// The packet that `source` carries; `ok` is false, and the packet empty, for another class.
-    BasicTestPacket(const SerialisableDataPacket& source, bool& ok);
+    BasicTestPacket(const SerialisableDataPacket& source, bool& ok)
+        : SerialisableDataPacket(CLASSNAME(), source, ok)
+    {
+    }
 
-    bool hasTestInt() const;
-    int getTestInt() const; ///< 0 where absent
-    void setTestInt(int number);
+    bool hasTestInt() const { return contains(TEST_INT); }
+    int getTestInt() const { return get(TEST_INT); } ///< 0 where absent
+    void setTestInt(int number) { set(TEST_INT, number); }
 
-    bool hasTestBool() const;
-    bool getTestBool() const; ///< false where absent
-    void setTestBool(bool flag);
+    bool hasTestBool() const { return contains(TEST_BOOL); }
+    bool getTestBool() const { return get(TEST_BOOL); } ///< false where absent
+    void setTestBool(bool flag) { set(TEST_BOOL, flag); }
 
-    bool hasTestString() const;
-    QString getTestString() const; ///< empty where absent
-    void setTestString(const QString& text);
+    bool hasTestString() const { return contains(TEST_STRING); }
+    QString getTestString() const { return get(TEST_STRING); } ///< null where absent
+    void setTestString(const QString& text) { set(TEST_STRING, text); }
 
-    bool hasTestArray() const;
-    QStringList getTestArray() const; ///< empty where absent
-    void setTestArray(const QStringList& texts);
+    bool hasTestArray() const { return contains(TEST_ARRAY); }
+    QStringList getTestArray() const { return get(TEST_ARRAY); } ///< empty where absent
+    void setTestArray(const QStringList& texts) { set(TEST_ARRAY, texts); }
 
-    bool hasTestPacket() const;
+    bool hasTestPacket() const { return contains(TEST_PACKET); }
     /// The child packet; `ok` is false where there is none.
-    SerialisableDataPacket getTestPacket(bool& ok) const;
-    void setTestPacket(const SerialisableDataPacket& packet);
+    SerialisableDataPacket getTestPacket(bool& ok) const { return get(TEST_PACKET, ok); }
+    void setTestPacket(const SerialisableDataPacket& packet) { set(TEST_PACKET, packet); }
 
-    bool hasTestArrayOfPackets() const;
+    /// What the list of child packets is given and gives.
+    using Packets = std::vector<SerialisableDataPacket>;
+
+    bool hasTestArrayOfPackets() const { return contains(TEST_ARRAY_OF_PACKETS); }
     /// The child packets; `ok` is false where there is no array, or an element is no packet.
-    std::vector<SerialisableDataPacket> getTestArrayOfPackets(bool& ok) const;
-    void setTestArrayOfPackets(const std::vector<SerialisableDataPacket>& packets);
+    Packets getTestArrayOfPackets(bool& ok) const { return get(TEST_ARRAY_OF_PACKETS, ok); }
+    void setTestArrayOfPackets(const Packets& packets) { set(TEST_ARRAY_OF_PACKETS, packets); }
+
+private:
+    static constexpr PacketKey<int> TEST_INT{"TestInt"};
+    static constexpr PacketKey<bool> TEST_BOOL{"TestBool"};
+    static constexpr PacketKey<QString> TEST_STRING{"TestString"};
+    static constexpr PacketKey<QStringList> TEST_ARRAY{"TestArray"};
+    static constexpr PacketKey<SerialisableDataPacket> TEST_PACKET{"TestPacket"};
+    static constexpr PacketKey<Packets> TEST_ARRAY_OF_PACKETS{"TestArrayOfPackets"};
 };

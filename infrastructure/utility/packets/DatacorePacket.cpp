@@ -10,33 +10,33 @@
 
 namespace {
 
-const QLatin1String CLIENT_ID_KEY("ClientID");
-const QLatin1String PACKET_ID_KEY("PacketID");
-const QLatin1String PATH_KEY("Path");
-const QLatin1String DATACORE_KEY("Datacore");
+constexpr PacketKey<QString> CLIENT_ID_KEY{"ClientID", ""};
+constexpr PacketKey<int> PACKET_ID_KEY{"PacketID", DatacorePacket::NO_PACKET_ID};
+constexpr PacketKey<QString> PATH_KEY{"Path", ""};
+constexpr PacketKey<QJsonObject> DATACORE_KEY{"Datacore"};
 const QLatin1String DATA_KEY("data"); ///< in the node's content
 
-void appendMember(QByteArray& payload, QLatin1String key, const QString& text)
+void appendMember(QByteArray& payload, const PacketKeyText& key, const QString& text)
 {
-    appendNextJsonKey(payload, key);
+    appendNextJsonKey(payload, key.getText());
     appendJsonString(payload, text);
 }
 
-void appendMember(QByteArray& payload, QLatin1String key, int number)
+void appendMember(QByteArray& payload, const PacketKeyText& key, int number)
 {
-    appendNextJsonKey(payload, key);
+    appendNextJsonKey(payload, key.getText());
     payload.append(QByteArray::number(number));
 }
 
 /// Nothing for an undefined value.
-void appendMember(QByteArray& payload, QLatin1String key, const QJsonValue& value)
+void appendMember(QByteArray& payload, const PacketKeyText& key, const QJsonValue& value)
 {
     if (value.isString()) {
         appendMember(payload, key, value.toString());
     } else if (value == QJsonValue(value.toInt())) {
         appendMember(payload, key, value.toInt());
     } else if (!value.isUndefined()) {
-        appendNextJsonKey(payload, key);
+        appendNextJsonKey(payload, key.getText());
         appendJsonValue(payload, value);
     }
 }
@@ -94,7 +94,7 @@ DatacorePacket::writePayload(const ClientId& clientID, const PacketId& packetID,
     constexpr int ordinaryBytes = 320;
     QByteArray payload = beginPayload(CLASSNAME(), ordinaryBytes);
     appendMember(payload, CLIENT_ID_KEY, clientID);
-    appendNextJsonKey(payload, DATACORE_KEY);
+    appendNextJsonKey(payload, DATACORE_KEY.getText());
     datacore.appendToJsonText(payload, justData);
     appendMember(payload, PACKET_ID_KEY, packetID);
     appendMember(payload, PATH_KEY, path);
@@ -134,12 +134,12 @@ bool DatacorePacket::containsClientID() const
 
 QString DatacorePacket::getClientID() const
 {
-    return stringValue(CLIENT_ID_KEY);
+    return get(CLIENT_ID_KEY);
 }
 
 void DatacorePacket::setClientID(const QString& clientID)
 {
-    insert(CLIENT_ID_KEY, clientID);
+    set(CLIENT_ID_KEY, clientID);
 }
 
 bool DatacorePacket::containsPacketID() const
@@ -149,12 +149,12 @@ bool DatacorePacket::containsPacketID() const
 
 int DatacorePacket::getPacketID() const
 {
-    return intValue(PACKET_ID_KEY, NO_PACKET_ID);
+    return get(PACKET_ID_KEY);
 }
 
 void DatacorePacket::setPacketID(int packetID)
 {
-    insert(PACKET_ID_KEY, packetID);
+    set(PACKET_ID_KEY, packetID);
 }
 
 bool DatacorePacket::containsDatacorePath() const
@@ -164,12 +164,12 @@ bool DatacorePacket::containsDatacorePath() const
 
 QString DatacorePacket::getDatacorePath() const
 {
-    return stringValue(PATH_KEY);
+    return get(PATH_KEY);
 }
 
 void DatacorePacket::setDatacorePath(const QString& path)
 {
-    insert(PATH_KEY, path);
+    set(PATH_KEY, path);
 }
 
 bool DatacorePacket::containsDatacoreObject() const
@@ -179,12 +179,12 @@ bool DatacorePacket::containsDatacoreObject() const
 
 QJsonObject DatacorePacket::getDatacoreJsonObject() const
 {
-    return value(DATACORE_KEY).toObject();
+    return get(DATACORE_KEY);
 }
 
 void DatacorePacket::setDatacoreJsonObject(const QJsonObject& datacore)
 {
-    insert(DATACORE_KEY, datacore);
+    set(DATACORE_KEY, datacore);
 }
 
 QString DatacorePacket::getDatacoreText() const

@@ -1,13 +1,9 @@
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 
-#include <QJsonArray>
-
 namespace {
 
-// clang-format off
-QString clientIdKey() { return QStringLiteral("ClientID"); }
-QString pathsKey() { return QStringLiteral("DatacoreRequestList"); }
-// clang-format on
+constexpr PacketKey<QString> CLIENT_ID_KEY{"ClientID"};
+constexpr PacketKey<std::deque<QString>> PATHS_KEY{"DatacoreRequestList"};
 
 } // namespace
 
@@ -15,12 +11,8 @@ DatacorePathListPacket::DatacorePathListPacket(const QString& clientID,
                                                const std::deque<QString>& paths)
     : SerialisableDataPacket(CLASSNAME())
 {
-    QJsonArray array;
-    for (const QString& path : paths) {
-        array.append(path);
-    }
-    insert(clientIdKey(), clientID);
-    insert(pathsKey(), array);
+    set(CLIENT_ID_KEY, clientID);
+    set(PATHS_KEY, paths);
 }
 
 DatacorePathListPacket::DatacorePathListPacket(const QString& clientID, const QStringList& paths)
@@ -35,25 +27,20 @@ DatacorePathListPacket::DatacorePathListPacket(const SerialisableDataPacket& sou
 
 bool DatacorePathListPacket::containsClientID() const
 {
-    return contains(clientIdKey());
+    return contains(CLIENT_ID_KEY);
 }
 
 QString DatacorePathListPacket::getClientID() const
 {
-    return value(clientIdKey()).toString();
+    return get(CLIENT_ID_KEY);
 }
 
 bool DatacorePathListPacket::containsDatacorePaths() const
 {
-    return contains(pathsKey());
+    return contains(PATHS_KEY);
 }
 
 std::deque<QString> DatacorePathListPacket::getDatacorePaths() const
 {
-    std::deque<QString> paths;
-    const QJsonArray array = value(pathsKey()).toArray();
-    for (const QJsonValue& path : array) {
-        paths.push_back(path.toString());
-    }
-    return paths;
+    return get(PATHS_KEY);
 }

@@ -10,11 +10,11 @@ namespace {
 
 constexpr int ORDINARY_BYTES = 16 << 10; ///< of a dump of a few hundred names
 
-const QLatin1String CLIENT_ID_KEY("ClientId");
-const QLatin1String STATUS_TREE_KEY("StatusTreeObject");
-const QLatin1String CONFIG_TREE_KEY("ConfigTreeObject");
-const QLatin1String COMMAND_TREE_KEY("CommandTreeObject");
-const QLatin1String PERSISTENT_CONFIG_TREE_KEY("PersistentConfigTreeObject");
+constexpr PacketKey<QString> CLIENT_ID_KEY{"ClientId", ""};
+constexpr PacketKey<QJsonObject> STATUS_TREE_KEY{"StatusTreeObject"};
+constexpr PacketKey<QJsonObject> CONFIG_TREE_KEY{"ConfigTreeObject"};
+constexpr PacketKey<QJsonObject> COMMAND_TREE_KEY{"CommandTreeObject"};
+constexpr PacketKey<QJsonObject> PERSISTENT_CONFIG_TREE_KEY{"PersistentConfigTreeObject"};
 
 QJsonObject encode(const DatacoreBase& datacore)
 {
@@ -27,11 +27,6 @@ QJsonObject encode(const DatacoreBase& datacore)
         node.insert(DatacorePathRadixTreeNode::KIDS_KEY(), kids);
     }
     return node;
-}
-
-DatacorePathRadixTreeNode decode(const QJsonValue& tree)
-{
-    return DatacorePathRadixTreeNode::fromJson(tree.toObject());
 }
 
 /// The text of what encode gives.
@@ -84,15 +79,15 @@ DatacorePathRadixTreePacket::DatacorePathRadixTreePacket(const QString& clientId
     : SerialisableDataPacket([&] {
         // The keys are in the order in which a JSON object has them.
         QByteArray payload = beginPayload(CLASSNAME(), ORDINARY_BYTES);
-        appendNextJsonKey(payload, CLIENT_ID_KEY);
+        appendNextJsonKey(payload, CLIENT_ID_KEY.getText());
         appendJsonString(payload, clientId);
-        appendNextJsonKey(payload, COMMAND_TREE_KEY);
+        appendNextJsonKey(payload, COMMAND_TREE_KEY.getText());
         appendTree(payload, command);
-        appendNextJsonKey(payload, CONFIG_TREE_KEY);
+        appendNextJsonKey(payload, CONFIG_TREE_KEY.getText());
         appendTree(payload, config);
-        appendNextJsonKey(payload, PERSISTENT_CONFIG_TREE_KEY);
+        appendNextJsonKey(payload, PERSISTENT_CONFIG_TREE_KEY.getText());
         appendTree(payload, persistentConfig);
-        appendNextJsonKey(payload, STATUS_TREE_KEY);
+        appendNextJsonKey(payload, STATUS_TREE_KEY.getText());
         appendTree(payload, status);
         return endPayload(payload);
     }())
@@ -112,12 +107,12 @@ bool DatacorePathRadixTreePacket::containsClientId() const
 
 QString DatacorePathRadixTreePacket::getClientId() const
 {
-    return stringValue(CLIENT_ID_KEY);
+    return get(CLIENT_ID_KEY);
 }
 
 void DatacorePathRadixTreePacket::setClientId(const QString& clientId)
 {
-    insert(CLIENT_ID_KEY, clientId);
+    set(CLIENT_ID_KEY, clientId);
 }
 
 bool DatacorePathRadixTreePacket::containsStatusTree() const
@@ -142,54 +137,54 @@ bool DatacorePathRadixTreePacket::containsPersistentConfigTree() const
 
 DatacorePathRadixTreeNode DatacorePathRadixTreePacket::getStatusTree() const
 {
-    return decode(value(STATUS_TREE_KEY));
+    return DatacorePathRadixTreeNode::fromJson(get(STATUS_TREE_KEY));
 }
 
 DatacorePathRadixTreeNode DatacorePathRadixTreePacket::getConfigTree() const
 {
-    return decode(value(CONFIG_TREE_KEY));
+    return DatacorePathRadixTreeNode::fromJson(get(CONFIG_TREE_KEY));
 }
 
 DatacorePathRadixTreeNode DatacorePathRadixTreePacket::getCommandTree() const
 {
-    return decode(value(COMMAND_TREE_KEY));
+    return DatacorePathRadixTreeNode::fromJson(get(COMMAND_TREE_KEY));
 }
 
 DatacorePathRadixTreeNode DatacorePathRadixTreePacket::getPersistentConfigTree() const
 {
-    return decode(value(PERSISTENT_CONFIG_TREE_KEY));
+    return DatacorePathRadixTreeNode::fromJson(get(PERSISTENT_CONFIG_TREE_KEY));
 }
 
 void DatacorePathRadixTreePacket::setStatusTree(const DatacoreBase& root)
 {
-    insert(STATUS_TREE_KEY, encode(root));
+    set(STATUS_TREE_KEY, encode(root));
 }
 
 void DatacorePathRadixTreePacket::setConfigTree(const DatacoreBase& root)
 {
-    insert(CONFIG_TREE_KEY, encode(root));
+    set(CONFIG_TREE_KEY, encode(root));
 }
 
 void DatacorePathRadixTreePacket::setCommandTree(const DatacoreBase& root)
 {
-    insert(COMMAND_TREE_KEY, encode(root));
+    set(COMMAND_TREE_KEY, encode(root));
 }
 
 void DatacorePathRadixTreePacket::setPersistentConfigTree(const DatacoreBase& root)
 {
-    insert(PERSISTENT_CONFIG_TREE_KEY, encode(root));
+    set(PERSISTENT_CONFIG_TREE_KEY, encode(root));
 }
 
 QStringList DatacorePathRadixTreePacket::getPaths() const
 {
     QStringList paths;
-    for (const QLatin1String key :
+    for (const PacketKey<QJsonObject>& key :
          {CONFIG_TREE_KEY, STATUS_TREE_KEY, COMMAND_TREE_KEY, PERSISTENT_CONFIG_TREE_KEY}) {
         if (isPlainText()) {
             QString path;
             appendPaths(plainValue(key), path, paths);
         } else {
-            decode(value(key)).appendPathsTo(paths);
+            DatacorePathRadixTreeNode::fromJson(get(key)).appendPathsTo(paths);
         }
     }
     return paths;

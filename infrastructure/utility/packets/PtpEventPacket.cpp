@@ -6,10 +6,9 @@
 
 namespace {
 
-QString eventKey()
-{
-    return QStringLiteral("ptp_event");
-}
+constexpr PacketKey<int> MSECS_KEY{"msecsSinceStartOfDay"};
+constexpr PacketKey<qint64> JULIAN_DATE_KEY{"julianDate"};
+constexpr PacketKey<QString> EVENT_KEY{"ptp_event"};
 
 } // namespace
 
@@ -21,9 +20,9 @@ PtpEventPacket::PtpEventPacket()
 PtpEventPacket::PtpEventPacket(const QString& event, const QDateTime& when)
     : PtpEventPacket()
 {
-    insert(QStringLiteral("msecsSinceStartOfDay"), std::max(when.time().msecsSinceStartOfDay(), 0));
-    insert(QStringLiteral("julianDate"), when.date().toJulianDay());
-    insert(eventKey(), event);
+    set(MSECS_KEY, std::max(when.time().msecsSinceStartOfDay(), 0));
+    set(JULIAN_DATE_KEY, when.date().toJulianDay());
+    set(EVENT_KEY, event);
 }
 
 PtpEventPacket::PtpEventPacket(const SerialisableDataPacket& source, bool& ok)
@@ -33,5 +32,5 @@ PtpEventPacket::PtpEventPacket(const SerialisableDataPacket& source, bool& ok)
 
 QString PtpEventPacket::getLogLine() const
 {
-    return value(eventKey()).toString();
+    return get(EVENT_KEY);
 }

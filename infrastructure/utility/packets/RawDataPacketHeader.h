@@ -7,7 +7,8 @@
 
 #include <QtGlobal>
 
-/// The raw packet types; the numbers are the wire values. Anything else is not a packet.
+/// The raw packet types; the numbers are the wire values, one behind the other. Anything else is
+/// not a packet. The class of each stands in records/RawDataPacketTable_p.h.
 enum RawPacketType : quint16 {
     RawPacketType_SerialisableData = 0x1010, ///< every JSON packet
     RawPacketType_EyeVerticalHistogram = 0x1011,
@@ -36,8 +37,9 @@ enum RawPacketType : quint16 {
     RawPacketType_SCTE104Raw = 0x1028,
     RawPacketType_LoudnessEngineRaw = 0x1029,
 
+    RawPacketType_End, ///< one behind the last of these
     RawPacketType_First = RawPacketType_SerialisableData,
-    RawPacketType_Last = RawPacketType_LoudnessEngineRaw,
+    RawPacketType_Last = RawPacketType_End - 1,
 };
 
 /// The wire header, in host byte order.

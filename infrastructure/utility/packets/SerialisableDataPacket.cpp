@@ -9,18 +9,46 @@
 #include <QJsonDocument>
 #include <QtEndian>
 
+#include <cmath>
 #include <ostream>
 
 namespace {
 
 constexpr int ORDINARY_PAYLOAD_BYTES = 1500; // the payload of one Ethernet frame
 
-const QLatin1String CLASS_KEY("Class");
+constexpr PacketKey<QString> CLASS_KEY{"Class", ""};
 
 /// True for an object that says of which packet class it is.
 bool isPacketObject(const QJsonValue& value)
 {
-    return value.isObject() && !value.toObject().value(CLASS_KEY).toString().isEmpty();
+    return value.isObject() && !value.toObject().value(CLASS_KEY.getText()).toString().isEmpty();
+}
+
+std::vector<SerialisableDataPacket> toPackets(const QJsonValue& value, bool& ok)
+{
+    std::vector<SerialisableDataPacket> packets;
+    ok = value.isArray();
+    const QJsonArray array = value.toArray();
+    packets.reserve(static_cast<std::size_t>(array.size()));
+    for (const QJsonValue& element : array) {
+        if (isPacketObject(element)) {
+            packets.emplace_back(element.toObject());
+        } else {
+            ok = false;
+        }
+    }
+    return packets;
+}
+
+template <typename List>
+List toTexts(const QJsonValue& value)
+{
+    List texts;
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue& element : array) {
+        texts.push_back(element.toString());
+    }
+    return texts;
 }
 
 } // namespace
@@ -31,7 +59,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QString& className)
         VELLOG_INFO() << "SerialisableDataPacket MUST HAVE CLASS NAME";
         return;
     }
-    json.insert(CLASS_KEY, className);
+    json.insert(CLASS_KEY.getText(), className);
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const QByteArray& jsonText, QJsonParseError* error)
@@ -68,7 +96,7 @@ SerialisableDataPacket::SerialisableDataPacket(const Payload& payload)
 SerialisableDataPacket::SerialisableDataPacket(const SerialisableDataPacket& parent,
                                                const QString& key, bool& ok)
 {
-    const QJsonValue child = parent.value(key);
+    const QJsonValue child = parent.getJsonObject().value(key);
     ok = isPacketObject(child);
     if (ok) {
         json = child.toObject();
@@ -107,7 +135,7 @@ void SerialisableDataPacket::parseText() const
                .object();
     if (error.error != QJsonParseError::NoError) {
         VELLOG_INFO() << "SerialisablePacket failed to parse packet " << error.errorString();
-        json.insert(CLASS_KEY, QString());
+        json.insert(CLASS_KEY.getText(), QString());
     }
     form = Form::Object;
 }
@@ -133,46 +161,127 @@ bool SerialisableDataPacket::isPlainText() const
     return form == Form::PlainText;
 }
 
-PlainJsonValue SerialisableDataPacket::plainValue(QLatin1String key) const
+PlainJsonValue SerialisableDataPacket::plainValue(const PacketKeyText& key) const
 {
-    return index.find(getText().data(), key);
+    return index.find(getText().data(), key.getText());
 }
 
-bool SerialisableDataPacket::contains(QLatin1String key) const
+bool SerialisableDataPacket::contains(const PacketKeyText& key) const
 {
-    return isPlainText() ? !plainValue(key).isMissing() : json.contains(key);
+    return isPlainText() ? !plainValue(key).isMissing() : json.contains(key.getText());
 }
 
-QJsonValue SerialisableDataPacket::value(QLatin1String key) const
+QJsonValue SerialisableDataPacket::value(const PacketKeyText& key) const
 {
-    return isPlainText() ? plainValue(key).toJsonValue() : json.value(key);
+    return isPlainText() ? plainValue(key).toJsonValue() : json.value(key.getText());
 }
 
-QString SerialisableDataPacket::stringValue(QLatin1String key) const
+int SerialisableDataPacket::get(const PacketKey<int>& key) const
 {
-    return isPlainText() ? plainValue(key).toString() : json.value(key).toString(QLatin1String(""));
+    return isPlainText() ? plainValue(key).toInt(key.getAbsent())
+                         : json.value(key.getText()).toInt(key.getAbsent());
 }
 
-int SerialisableDataPacket::intValue(QLatin1String key, int defaultValue) const
+qint64 SerialisableDataPacket::get(const PacketKey<qint64>& key) const
 {
-    return isPlainText() ? plainValue(key).toInt(defaultValue)
-                         : json.value(key).toInt(defaultValue);
+    constexpr double limit = 9007199254740992.0; // 2^53
+    const double number = value(key).toDouble(std::nan(""));
+    return std::fabs(number) <= limit && std::trunc(number) == number ? static_cast<qint64>(number)
+                                                                      : key.getAbsent();
 }
 
-void SerialisableDataPacket::insert(const QString& key, const QJsonValue& content)
+bool SerialisableDataPacket::get(const PacketKey<bool>& key) const
+{
+    return value(key).toBool(key.getAbsent());
+}
+
+double SerialisableDataPacket::get(const PacketKey<double>& key) const
+{
+    return value(key).toDouble(key.getAbsent());
+}
+
+QString SerialisableDataPacket::get(const PacketKey<QString>& key) const
+{
+    const QLatin1String absent(key.getAbsent());
+    if (!isPlainText()) {
+        return json.value(key.getText()).toString(absent);
+    }
+    const PlainJsonValue text = plainValue(key);
+    return text.isString() ? text.toString() : absent;
+}
+
+QStringList SerialisableDataPacket::get(const PacketKey<QStringList>& key) const
+{
+    return toTexts<QStringList>(value(key));
+}
+
+std::deque<QString> SerialisableDataPacket::get(const PacketKey<std::deque<QString>>& key) const
+{
+    return toTexts<std::deque<QString>>(value(key));
+}
+
+QJsonObject SerialisableDataPacket::get(const PacketKey<QJsonObject>& key) const
+{
+    return value(key).toObject();
+}
+
+SerialisableDataPacket SerialisableDataPacket::get(const PacketKey<SerialisableDataPacket>& key,
+                                                   bool& ok) const
+{
+    const QJsonValue child = value(key);
+    ok = isPacketObject(child);
+    return SerialisableDataPacket(ok ? child.toObject() : QJsonObject());
+}
+
+std::vector<SerialisableDataPacket>
+SerialisableDataPacket::get(const PacketKey<std::vector<SerialisableDataPacket>>& key,
+                            bool& ok) const
+{
+    return toPackets(value(key), ok);
+}
+
+QJsonObject& SerialisableDataPacket::getObjectToChange()
 {
     getJsonObject(); // what was received is there before it is changed
-    json.insert(key, content);
     serialisedPayload.clear();
+    return json;
+}
+
+QJsonValue SerialisableDataPacket::toJsonValue(const QStringList& texts)
+{
+    return QJsonArray::fromStringList(texts);
+}
+
+QJsonValue SerialisableDataPacket::toJsonValue(const std::deque<QString>& texts)
+{
+    QJsonArray array;
+    for (const QString& text : texts) {
+        array.append(text);
+    }
+    return array;
+}
+
+QJsonValue SerialisableDataPacket::toJsonValue(const SerialisableDataPacket& packet)
+{
+    return packet.getJsonObject();
+}
+
+QJsonValue SerialisableDataPacket::toJsonValue(const std::vector<SerialisableDataPacket>& packets)
+{
+    QJsonArray array;
+    for (const SerialisableDataPacket& packet : packets) {
+        array.append(packet.getJsonObject());
+    }
+    return array;
 }
 
 QString SerialisableDataPacket::getPacketClassName() const
 {
     if (!isPlainText()) {
-        return stringValue(CLASS_KEY);
+        return get(CLASS_KEY);
     }
     if (plainClassName.isNull()) {
-        plainClassName = stringValue(CLASS_KEY);
+        plainClassName = get(CLASS_KEY);
     }
     return plainClassName;
 }
@@ -224,38 +333,19 @@ quint16 SerialisableDataPacket::getPacketType() const
 void SerialisableDataPacket::insertChildPacket(const QString& key,
                                                const SerialisableDataPacket& packet)
 {
-    insert(key, packet.getJsonObject());
+    getObjectToChange().insert(key, toJsonValue(packet));
 }
 
 void SerialisableDataPacket::insertChildPacketArray(
     const QString& key, const std::vector<SerialisableDataPacket>& packets)
 {
-    QJsonArray array;
-    for (const SerialisableDataPacket& packet : packets) {
-        array.append(packet.getJsonObject());
-    }
-    insert(key, array);
+    getObjectToChange().insert(key, toJsonValue(packets));
 }
 
 std::vector<SerialisableDataPacket>
 SerialisableDataPacket::extractChildPacketArray(const QString& key, bool& ok) const
 {
-    std::vector<SerialisableDataPacket> packets;
-    const QJsonValue content = value(key);
-    ok = content.isArray();
-    if (!ok) {
-        return packets;
-    }
-    const QJsonArray array = content.toArray();
-    packets.reserve(static_cast<std::size_t>(array.size()));
-    for (const QJsonValue& element : array) {
-        if (isPacketObject(element)) {
-            packets.emplace_back(element.toObject());
-        } else {
-            ok = false;
-        }
-    }
-    return packets;
+    return toPackets(getJsonObject().value(key), ok);
 }
 
 bool operator==(const SerialisableDataPacket& a, const SerialisableDataPacket& b)

@@ -5,13 +5,16 @@
 #pragma once
 
 #include "infrastructure/datacore/PlainJsonIndex.h"
+#include "infrastructure/utility/packets/PacketKey.h"
 #include "infrastructure/utility/packets/RawDataPacket.h"
 
 #include <fmt/ostream.h>
 
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 
+#include <deque>
 #include <iosfwd>
 #include <type_traits>
 #include <vector>
@@ -93,22 +96,39 @@ protected:
     SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
                            bool& ok);
 
-    /// A class's getters and setters are made of these. `value` is undefined for an absent key;
-    /// `insert` replaces what was there and drops the kept wire form.
-    bool contains(const QString& key) const { return getJsonObject().contains(key); }
-    QJsonValue value(const QString& key) const { return getJsonObject().value(key); }
-    void insert(const QString& key, const QJsonValue& content);
+    /// A class's tests, getters and setters are made of these. None of them builds an object of the
+    /// whole packet where the text that was received is plain; `set` does.
+    bool contains(const PacketKeyText& key) const;
+    /// The value as it is; undefined for an absent key.
+    QJsonValue value(const PacketKeyText& key) const;
+
+    /// The value; what the key states for an absent one, and for one that is no T. An element of a
+    /// list that is no text is an empty one.
+    int get(const PacketKey<int>& key) const;
+    qint64 get(const PacketKey<qint64>& key) const; ///< JSON numbers are doubles, exact to 2^53
+    bool get(const PacketKey<bool>& key) const;
+    double get(const PacketKey<double>& key) const;
+    QString get(const PacketKey<QString>& key) const;
+    QStringList get(const PacketKey<QStringList>& key) const;
+    std::deque<QString> get(const PacketKey<std::deque<QString>>& key) const;
+    QJsonObject get(const PacketKey<QJsonObject>& key) const;
+    /// `ok` is as of the constructor for a child, and of extractChildPacketArray.
+    SerialisableDataPacket get(const PacketKey<SerialisableDataPacket>& key, bool& ok) const;
+    std::vector<SerialisableDataPacket>
+    get(const PacketKey<std::vector<SerialisableDataPacket>>& key, bool& ok) const;
+
+    /// Replaces what was there, and drops the kept wire form.
+    template <typename T>
+    void set(const PacketKey<T>& key, const std::common_type_t<T>& content)
+    {
+        getObjectToChange().insert(key.getText(), toJsonValue(content));
+    }
 
     /// True while the content is plain text, of which no object has been built; `plainValue` is
     /// for that time alone, and its result goes with the packet.
     bool isPlainText() const;
     /// Missing where the object has no such key.
-    PlainJsonValue plainValue(QLatin1String key) const;
-    /// These build no object of the packet where the text is plain.
-    bool contains(QLatin1String key) const;
-    QJsonValue value(QLatin1String key) const;    ///< builds no more than this value
-    QString stringValue(QLatin1String key) const; ///< empty where there is no string
-    int intValue(QLatin1String key, int defaultValue) const;
+    PlainJsonValue plainValue(const PacketKeyText& key) const;
 
 private:
     enum class Form {
@@ -117,9 +137,16 @@ private:
         PlainText, ///< the text is, and `index` says where its members stand
     };
 
+    static QJsonValue toJsonValue(const QJsonValue& value) { return value; }
+    static QJsonValue toJsonValue(const QStringList& texts);
+    static QJsonValue toJsonValue(const std::deque<QString>& texts);
+    static QJsonValue toJsonValue(const SerialisableDataPacket& packet);
+    static QJsonValue toJsonValue(const std::vector<SerialisableDataPacket>& packets);
+
     static void patchLength(QByteArray& payload);
     QLatin1String getText() const;
     void parseText() const;
+    QJsonObject& getObjectToChange();
 
     // These change in const calls: a text becomes an object when one is asked for, and the first
     // serialisation is kept until the content changes. One object belongs to one thread.

@@ -89,10 +89,6 @@ def main(script, recording):
     if shutil.which("tshark") is None:
         print("tshark is not installed, the dissector is not tested")
         sys.exit(77)
-    source = pathlib.Path(script).read_text()
-    check({int(number, 16): name for number, name in
-           re.findall(r"\[(0x1\w+)\] = \"(\w+)\"", source)} == protocol_tables.read_types(),
-          "the dissector knows all raw types by name")
     directory = pathlib.Path(tempfile.mkdtemp())
     atexit.register(shutil.rmtree, directory, ignore_errors=True)
     # Nobody's own preferences and plugins.
@@ -122,8 +118,8 @@ def main(script, recording):
     garbage = b"\x10\x0f\x10\xff\x10\x10\0\0\xff\xff\xff\xff\0"
     garbled = [(is_server, garbage + data) for is_server, data in link]
     numbers = random.Random(3)
-    records = [(1, packet(kind, numbers.randbytes(numbers.randrange(40))))
-               for kind in protocol_tables.read_types() if kind != 0x1010]
+    types = sorted(protocol_tables.read_types())[1:]
+    records = [(1, packet(kind, numbers.randbytes(numbers.randrange(40)))) for kind in types]
     capture = Capture()
     whole = capture.add(link, 1460)
     same = [capture.add(link, size) for size in (1, 7, 8, 13, 100)]
@@ -155,8 +151,7 @@ def main(script, recording):
     for port in mixed[:2]:
         check("".join(rows[port][5]) == garbage.hex() * len(garbled), "and shown", rows[port])
     check(rows[other][0] == [], "another protocol is left alone", rows[other])
-    check([int(kind, 16) for kind in rows[raw][0]] == list(range(0x1011, 0x102A)),
-          "all records are shown", rows[raw])
+    check([int(kind, 16) for kind in rows[raw][0]] == types, "all records are shown", rows[raw])
 
     bad = [json_packet(text) for text in
            (b"", b"{", b'{"Class"', b'{"Class":"x', b'{"Class":"\\', b'{"Class":{"Class":"y"}}',

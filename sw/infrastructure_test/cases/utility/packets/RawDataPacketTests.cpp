@@ -23,7 +23,7 @@ TEST_CASE("A header is read as the bytes stand and bad ones are told apart", "[p
         {"1010000000000004", 5, 0x1010},
         {"1010000000000004", 3, incomplete},
         {"100f000000000000", 0, none},
-        {"102a000000000000", 8, none},
+        {QByteArray::number(RawPacketType_Last + 1, 16) + "000000000000", 8, none},
         {"0000000000000000", 0, none},
         {"1110000000000000", 0, none},
         {"101000007fffffff", 0, incomplete},
@@ -72,7 +72,7 @@ TEST_CASE("The factory makes packets of known types, and copies what it keeps", 
     CHECK(packet->getHeader() == header);
     CHECK(packet->getPayload() == QByteArray(4, '\0') + R"({"a":1}xx)");
 
-    for (const int type : {0, 1, 0x100F, 0x102A, 0xFFFF}) {
+    for (const int type : {0, 1, 0x100F, RawPacketType_Last + 1, 0xFFFF}) {
         header.packetType = static_cast<quint16>(type);
         CHECK(createRawDataPacket(view, header) == nullptr);
     }

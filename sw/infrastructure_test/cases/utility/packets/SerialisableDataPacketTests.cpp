@@ -7,6 +7,9 @@
 #include <QJsonArray>
 #include <QJsonParseError>
 
+#include <deque>
+#include <utility>
+
 namespace {
 
 SerialisableDataPacket receive(const QByteArray& text)
@@ -18,7 +21,90 @@ SerialisableDataPacket receive(const QByteArray& text)
     return SerialisableDataPacket(QByteArray(8, '\0') + QByteArray(4, '\x7f') + text, header);
 }
 
+/// A view of a packet as its class has it.
+struct Keyed : SerialisableDataPacket
+{
+    explicit Keyed(const SerialisableDataPacket& packet)
+        : SerialisableDataPacket(packet)
+    {
+    }
+    using SerialisableDataPacket::get;
+    using SerialisableDataPacket::isPlainText;
+    using SerialisableDataPacket::set;
+};
+
 } // namespace
+
+TEST_CASE("A key gives values of its type, and what it states in place of any other", "[packets]")
+{
+    constexpr PacketKey<int> number{"a", -1};
+    constexpr PacketKey<qint64> wide{"a", -2};
+    constexpr PacketKey<double> real{"a", 0.5};
+    constexpr PacketKey<bool> flag{"a", true};
+    constexpr PacketKey<QString> empty{"a", ""};
+    constexpr PacketKey<QString> null{"a"};
+    constexpr PacketKey<QStringList> texts{"a"};
+    constexpr PacketKey<std::deque<QString>> deque{"a"};
+    constexpr PacketKey<QJsonObject> object{"a"};
+    constexpr PacketKey<SerialisableDataPacket> child{"a"};
+    constexpr PacketKey<std::vector<SerialisableDataPacket>> children{"a"};
+    const auto show = [&](const Keyed& packet) {
+        bool hasChild = true;
+        bool hasChildren = true;
+        const QString childName = packet.get(child, hasChild).getPacketClassName();
+        const auto childCount = packet.get(children, hasChildren).size();
+        const std::deque<QString> same = packet.get(deque);
+        CHECK(packet.get(texts) == QStringList(same.begin(), same.end()));
+        CHECK(packet.get(null) == packet.get(empty));
+        CHECK_FALSE(packet.get(empty).isNull());
+        return fmt::format(
+            "{} {} {} {} '{}' {} [{}] {} {}{} {}{}", packet.get(number), packet.get(wide),
+            packet.get(real), packet.get(flag), packet.get(empty).toStdString(),
+            packet.get(null).isNull(), packet.get(texts).join(QLatin1Char('|')).toStdString(),
+            packet.get(object).size(), hasChild, childName.toStdString(), hasChildren, childCount);
+    };
+    const char* const absent = "-1 -2 0.5 true '' true [] 0 false false0";
+    struct Row
+    {
+        const char* text;
+        const char* shown;
+    };
+    for (const Row& row : {
+             Row{R"({"b":1})", absent},
+             Row{R"({"a":null})", absent},
+             Row{R"({"a":7})", "7 7 7 true '' true [] 0 false false0"},
+             Row{R"({"a":false})", "-1 -2 0.5 false '' true [] 0 false false0"},
+             Row{R"({"a":"t"})", "-1 -2 0.5 true 't' false [] 0 false false0"},
+             Row{R"({"a":["t",1,"u"]})", "-1 -2 0.5 true '' true [t||u] 0 false false0"},
+             Row{R"({"a":{"Class":"K"}})", "-1 -2 0.5 true '' true [] 1 trueK false0"},
+             Row{R"({"a":[{"Class":"K"}]})", "-1 -2 0.5 true '' true [] 0 false true1"},
+         }) {
+        CAPTURE(row.text);
+        const Keyed plain(receive(row.text));
+        const Keyed parsed(receive(QByteArray(row.text) + ' '));
+        CHECK(show(plain) == row.shown);
+        CHECK(plain.isPlainText()); // no object was built for any of these
+        CHECK(show(parsed) == row.shown);
+        CHECK_FALSE(parsed.isPlainText());
+    }
+    for (const auto& [text, expected] : {std::pair("9007199254740992", 9007199254740992),
+                                         {"-9007199254740992", -9007199254740992},
+                                         {"9007199254740994", -2},
+                                         {"1.5", -2},
+                                         {"1e300", -2}}) {
+        CHECK(Keyed(receive(R"({"a":)" + QByteArray(text) + '}')).get(wide) == expected);
+    }
+
+    Keyed written(receive(R"({"a":1})"));
+    const auto become = [&](const auto& key, const auto& value) {
+        written.set(key, value);
+        return written.toJson();
+    };
+    CHECK(become(wide, 3000000000) == R"({"a":3000000000})");
+    CHECK(become(real, 1.5) == R"({"a":1.5})");
+    CHECK(become(deque, std::deque<QString>{QStringLiteral("x")}) == R"({"a":["x"]})");
+    CHECK(become(object, QJsonObject{{QStringLiteral("k"), 1}}) == R"({"a":{"k":1}})");
+}
 
 TEST_CASE("A packet without a class name is logged and empty", "[packets]")
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "infrastructure/utility/packets/RawDataPacketFactory.h"
+#include "infrastructure/utility/records/AncPacketStatus.h"
 #include "infrastructure/utility/records/RecordPacket.h"
 
 #include <QBuffer>
@@ -100,6 +101,23 @@ private:
             fill(element);
         }
         record.*part.member = list;
+    }
+
+    template <typename Record>
+    void fillPart(Record& record, const AncPacketStatus::DetailPart& part)
+    {
+        record.detail = part.isThere(record) ? value<quint8>() : quint8(0);
+    }
+    template <typename Record>
+    void fillPart(Record& record, const AncPacketStatus::EntriesPart&)
+    {
+        for (auto count = random() % 5; count > 0; --count) {
+            for (auto& group : record.entries[value<quint8>()]) {
+                if (value<bool>()) {
+                    fill(group.emplace());
+                }
+            }
+        }
     }
 
     std::mt19937 random;

@@ -10,69 +10,6 @@
 using namespace RecordTesting;
 using Tessorn::Types::RawSdiSampleGrid;
 using Tessorn::Types::RawSdiSampleGridRow;
-using Tessorn::Types::Sdi20BitSample;
-
-namespace {
-
-RawSdiSampleGrid makeGrid(std::size_t rows, std::size_t samples, int descriptorWords)
-{
-    Randomiser randomiser(29);
-    RawSdiSampleGrid grid;
-    QVector<qint32> descriptor(descriptorWords);
-    for (qint32& word : descriptor) {
-        word = randomiser.value<qint32>();
-    }
-    for (std::size_t r = 0; r < rows; ++r) {
-        RawSdiSampleGridRow row;
-        row.rowDescriptor = descriptor;
-        row.rowField1 = static_cast<qint32>(r);
-        row.rowField7 = -static_cast<qint32>(r);
-        for (std::size_t s = 0; s < samples; ++s) {
-            row.lineSamples.push_back(Sdi20BitSample::fromStoreWord(randomiser.value<quint32>()));
-        }
-        grid.rows.push_back(row);
-    }
-    return grid;
-}
-
-AncPacketStatus makeStatus(quint8 kind)
-{
-    Randomiser randomiser(31);
-    AncPacketStatus status;
-    status.kind = kind;
-    status.version = 1;
-    status.detail = 0x42;
-    status.statusWord1 = 0x0203;
-    status.statusWord2 = 0x0405;
-    status.statusByte1 = 6;
-    for (const int key : {0, 1, 255}) {
-        AncPacketStatus::Entry& entry = status.entries[static_cast<quint8>(key)];
-        for (std::size_t i = 0; i < entry.size(); ++i) {
-            if ((static_cast<std::size_t>(key) + i) % 2 == 0) {
-                randomiser.fill(entry[i].emplace());
-            }
-        }
-    }
-    return status;
-}
-
-} // namespace
-
-TEST_CASE("A sample grid comes back as it was sent", "[records]")
-{
-    const LogCapture log;
-    for (const RawSdiSampleGrid& grid :
-         {RawSdiSampleGrid(), makeGrid(1, 0, 0), makeGrid(3, 1, 2), makeGrid(10, 2199, 5)}) {
-        const RawSdiSampleGridPacket sent(grid);
-        const QByteArray payload = sent.serialisePayload();
-        const auto received = receive<RawSdiSampleGridPacket>(payload);
-        REQUIRE(received != nullptr);
-        CHECK(received->getSdiGridData() == grid);
-        CHECK(received->serialisePayload() == payload);
-    }
-    CHECK(RawSdiSampleGridPacket().serialisePayload() == QByteArray(12, '\0'));
-    CHECK(log.lines().isEmpty());
-}
 
 TEST_CASE("A sample grid has these bytes", "[records]")
 {
@@ -103,7 +40,9 @@ TEST_CASE("A sample grid has these bytes", "[records]")
 
 TEST_CASE("A grid that is cut or lies stays small", "[records]")
 {
-    const QByteArray whole = RawSdiSampleGridPacket(makeGrid(4, 9, 3)).serialisePayload();
+    // Four rows of nine samples, with a descriptor of three words.
+    const QByteArray whole =
+        QByteArray::fromHex("00000004 00000009 00000003") + QByteArray(4 * (3 + 4 * (7 + 9)), 'w');
     for (int size = 0; size < whole.size(); ++size) {
         const auto received = receive<RawSdiSampleGridPacket>(whole.left(size));
         const auto& rows = received->getSdiGridData().rows;
@@ -128,36 +67,23 @@ TEST_CASE("A grid that is cut or lies stays small", "[records]")
     CHECK(log.lines().size() == 4);
 }
 
-TEST_CASE("The status of ancillary packets comes back as it was sent", "[records]")
+TEST_CASE("The detail of an ancillary status travels and counts for its kind alone", "[records]")
 {
-    for (const quint8 kind : {quint8(0), quint8(1), quint8(2), quint8(255)}) {
-        AncPacketStatus status = makeStatus(kind);
-        const QByteArray payload = AncillaryStatusDataPacket(status).serialisePayload();
-        const auto received = receive<AncillaryStatusDataPacket>(payload);
-        REQUIRE(received != nullptr);
+    for (const int kind : {0, 1, 2, 255}) {
+        AncPacketStatus status;
+        status.kind = static_cast<quint8>(kind);
+        status.detail = 0x42;
+        status.entries[1][1] = AncStatusGroup{1, 2, 3, 4, 5, 6};
+        const auto received = receive<AncillaryStatusDataPacket>(
+            AncillaryStatusDataPacket(status).serialisePayload());
         CHECK(received->getStatus() == status);
         CHECK(received->getStatus().detail == (kind == 2 ? 0x42 : 0));
         status.detail = 0x43;
         CHECK((received->getStatus() == status) == (kind != 2));
         status.detail = 0x42;
-        status.entries[1][1]->groupField1 += 1;
+        ++status.entries[1][1]->groupField1;
         CHECK(received->getStatus() != status);
     }
-    const AncPacketStatus status = makeStatus(2);
-    for (void (*change)(AncPacketStatus&) :
-         {+[](AncPacketStatus& s) { ++s.kind; }, +[](AncPacketStatus& s) { ++s.version; },
-          +[](AncPacketStatus& s) { ++s.detail; }, +[](AncPacketStatus& s) { ++s.statusWord1; },
-          +[](AncPacketStatus& s) { ++s.statusWord2; },
-          +[](AncPacketStatus& s) { ++s.statusByte1; }}) {
-        AncPacketStatus other = status;
-        change(other);
-        CHECK(other != status);
-        CHECK_FALSE(other == status);
-    }
-    AncPacketStatus other = makeStatus(1);
-    ++other.detail; // does not travel
-    CHECK(other == makeStatus(1));
-    CHECK(receive<AncillaryStatusDataPacket>(QByteArray())->getStatus() == AncPacketStatus());
 }
 
 TEST_CASE("The status of ancillary packets has these bytes", "[records]")
@@ -179,21 +105,10 @@ TEST_CASE("The status of ancillary packets has these bytes", "[records]")
           QByteArray::fromHex("01 01 0102 0000 03"));
 }
 
-TEST_CASE("An ancillary status that is cut or repeats a key is read as far as it goes", "[records]")
+TEST_CASE("Of a kind that an ancillary status has twice, the first counts", "[records]")
 {
-    const QByteArray whole = AncillaryStatusDataPacket(makeStatus(2)).serialisePayload();
-    std::size_t before = 0;
-    for (int size = 0; size <= whole.size(); ++size) {
-        const auto received = receive<AncillaryStatusDataPacket>(whole.left(size));
-        const std::size_t entries = received->getStatus().entries.size();
-        REQUIRE(entries >= before);
-        before = entries;
-    }
-    CHECK(before == 3);
-
-    const auto twice =
-        receive<AncillaryStatusDataPacket>(QByteArray::fromHex("00 00 0000 0000 00") +
-                                           QByteArray::fromHex("05 00 00 00 05 01 00000001"));
+    const auto twice = receive<AncillaryStatusDataPacket>(
+        QByteArray::fromHex("00 00 0000 0000 00 05 00 00 00 05 01 00000001"));
     REQUIRE(twice->getStatus().entries.size() == 1);
     CHECK_FALSE(twice->getStatus().entries.at(5)[0].has_value());
 }

@@ -1,10 +1,11 @@
 #include "infrastructure/utility/records/InputStatusJsonData.h"
 #include "sw/infrastructure_test/Catch.h"
 
+#include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <functional>
+#include <map>
 
 TEST_CASE("Raster properties are ready-formatted text", "[records]")
 {
@@ -34,67 +35,50 @@ TEST_CASE("Raster properties are ready-formatted text", "[records]")
 TEST_CASE("A property is reached by index and stands under its key", "[records]")
 {
     using Lane = LaneStatusJsonData;
-    struct Row
-    {
-        const char* key;
-        std::function<QVariant(const Lane&)> member;
-    };
-    const auto text = [](QString Lane::*member) {
-        return [member](const Lane& lane) { return QVariant(lane.*member); };
-    };
-    const auto flag = [](bool Lane::*member) {
-        return [member](const Lane& lane) { return QVariant(lane.*member); };
-    };
-    const Row rows[] = {
-        {"TotalHorizontalPixels", text(&Lane::totalHorizontalPixels)},
-        {"TotalVerticalPixelsProgressiveOrField1",
-         text(&Lane::totalVerticalPixelsProgressiveOrField1)},
-        {"TotalVerticalPixelsField2", text(&Lane::totalVerticalPixelsField2)},
-        {"ActiveHorizontalPixels", text(&Lane::activeHorizontalPixels)},
-        {"ActiveVerticalPixelsProgressiveOrField1",
-         text(&Lane::activeVerticalPixelsProgressiveOrField1)},
-        {"ActiveVerticalPixelsField2", text(&Lane::activeVerticalPixelsField2)},
-        {"IsProgressiveFlag", flag(&Lane::isProgressiveFlag)},
-        {"IsLevelBFlag", flag(&Lane::isLevelBFlag)},
-        {"IsStableFlag", flag(&Lane::isStableFlag)},
-        {"Smpte352PacketLinkAchannelCpositionDetectedFlag",
-         flag(&Lane::smpte352PacketLinkAchannelCpositionDetectedFlag)},
-        {"Smpte352PacketLinkBchannelCpositionDetectedFlag",
-         flag(&Lane::smpte352PacketLinkBchannelCpositionDetectedFlag)},
-        {"Smpte352PacketLinkAchannelYpositionDetectedFlag",
-         flag(&Lane::smpte352PacketLinkAchannelYpositionDetectedFlag)},
-        {"Smpte352PacketLinkBchannelYpositionDetectedFlag",
-         flag(&Lane::smpte352PacketLinkBchannelYpositionDetectedFlag)},
-        {"Smpte352PacketLinkAchannelCPosition", text(&Lane::smpte352PacketLinkAchannelCPosition)},
-        {"Smpte352PacketLinkBchannelCPosition", text(&Lane::smpte352PacketLinkBchannelCPosition)},
-        {"Smpte352PacketLinkAchannelYPosition", text(&Lane::smpte352PacketLinkAchannelYPosition)},
-        {"Smpte352PacketLinkBchannelYPosition", text(&Lane::smpte352PacketLinkBchannelYPosition)},
-    };
-    STATIC_REQUIRE(std::size(rows) == Lane::PROPERTY_COUNT);
+    const std::map<int, QString Lane::*> texts{{0, &Lane::totalHorizontalPixels},
+                                               {1, &Lane::totalVerticalPixelsProgressiveOrField1},
+                                               {2, &Lane::totalVerticalPixelsField2},
+                                               {3, &Lane::activeHorizontalPixels},
+                                               {4, &Lane::activeVerticalPixelsProgressiveOrField1},
+                                               {5, &Lane::activeVerticalPixelsField2},
+                                               {13, &Lane::smpte352PacketLinkAchannelCPosition},
+                                               {14, &Lane::smpte352PacketLinkBchannelCPosition},
+                                               {15, &Lane::smpte352PacketLinkAchannelYPosition},
+                                               {16, &Lane::smpte352PacketLinkBchannelYPosition}};
+    const std::map<int, bool Lane::*> flags{
+        {6, &Lane::isProgressiveFlag},
+        {7, &Lane::isLevelBFlag},
+        {8, &Lane::isStableFlag},
+        {9, &Lane::smpte352PacketLinkAchannelCpositionDetectedFlag},
+        {10, &Lane::smpte352PacketLinkBchannelCpositionDetectedFlag},
+        {11, &Lane::smpte352PacketLinkAchannelYpositionDetectedFlag},
+        {12, &Lane::smpte352PacketLinkBchannelYpositionDetectedFlag}};
+    QByteArray keys;
     for (int i = 0; i < 17; ++i) {
-        const Row& row = rows[i];
-        CAPTURE(row.key);
+        const char* const key = Lane::propertyNames[static_cast<std::size_t>(i)];
+        CAPTURE(key);
+        keys += QByteArray(key) + '\n';
+        const bool isText = texts.count(i) == 1;
+        const QVariant value = isText ? QVariant(QStringLiteral("text")) : QVariant(true);
         Lane lane;
-        const QVariant value = row.member(lane).type() == QVariant::Bool
-                                   ? QVariant(true)
-                                   : QVariant(QStringLiteral("text"));
         CHECK(lane.setProperty(i, value));
-        CHECK(row.member(lane) == value);
+        CHECK((isText ? QVariant(lane.*texts.at(i)) : QVariant(lane.*flags.at(i))) == value);
         CHECK(lane.getProperty(i) == value);
         CHECK(lane != Lane());
 
         QJsonObject json;
         lane.writeToJson(json);
         CHECK(json.size() == 17);
-        CHECK(json.value(QLatin1String(row.key)).toVariant() == value);
-        CHECK(QLatin1String(Lane::propertyNames[static_cast<std::size_t>(i)]) ==
-              QLatin1String(row.key));
+        CHECK(json.value(QLatin1String(key)).toVariant() == value);
         Lane back;
         back.readFromJson(json);
         CHECK(back == lane);
         back.readFromJson(QJsonObject());
         CHECK(back == Lane());
     }
+    // "TotalHorizontalPixels\n" and so on to "Smpte352PacketLinkBchannelYPosition\n"
+    CHECK(QCryptographicHash::hash(keys, QCryptographicHash::Md5).toHex() ==
+          "19eb36b57dba9c95066fd26e111ec15a");
     Lane lane;
     for (const int index : {-1, 17, 18}) {
         CHECK_FALSE(lane.getProperty(index).isValid());
