@@ -1,4 +1,4 @@
-// The words of video on IP in the terms of a payload identifier, where it has such a term.
+// The terms of video on IP translated into those of a payload identifier, as far as it has them.
 //
 // Normative references: SMPTE ST 2110-20:2017, clause 7; SMPTE ST 352:2013, tables 1 to 3.
 #pragma once
