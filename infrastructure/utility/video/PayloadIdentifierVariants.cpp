@@ -63,8 +63,8 @@ constexpr FieldMap FIELDS_2160_6G_12G =
     fields(TRANSPORT, DEPTH,       ASPECT_7, ARRAY, COLOUR_4_5, TRANSFER, LUMINANCE, CHANNEL_567, AUDIO_COPY);
 // clang-format on
 
-// Geometry: picture width and height; field width, whether it counts samples; field height and
-// rule.
+// Geometry: picture width and height; field width, and whether it counts samples; field height and
+// when it applies.
 
 using Geometry = PayloadIdentifierGeometry;
 constexpr auto WHOLE = PayloadIdentifierFieldHeight_Whole;
@@ -79,13 +79,13 @@ constexpr Geometry SIZE_1080_3G    {{1920, 2048}, 1080, {1920, 2048}, true,  108
 constexpr Geometry SIZE_2160       {{3840, 4096}, 2160, {1920, 2048}, true,  1080, PICTURE_BIT};
 constexpr Geometry SIZE_2160_LEVELB{{3840, 4096}, 2160, {1920, 2048}, false, 1080, BOTH_BITS};
 
-// Lines and first active line: of a frame in one piece, and of two fields. SMPTE ST 296 for 750
+// Lines and first active line: for a frame in one piece, and for two fields. SMPTE ST 296 for 750
 // lines, SMPTE ST 274 for 1125.
 constexpr PayloadIdentifierLines LINES_750 { 750, 26, false, {0, 0},     {0, 0}};
 constexpr PayloadIdentifierLines LINES_1125{1125, 42, true,  {563, 562}, {21, 584}};
 // clang-format on
 
-// The law.
+// The rules of legality.
 
 constexpr auto RATE = PayloadIdentifierKey_PictureRate;
 constexpr auto STRUCTURE = PayloadIdentifierKey_SampleStructure;
@@ -110,7 +110,7 @@ constexpr PayloadIdentifierValues allBut(Value... values)
     return ~only(values...);
 }
 
-/// Both ends belong to it.
+/// Both ends included.
 constexpr PayloadIdentifierValues range(quint32 first, quint32 last)
 {
     return (2u << last) - (1u << first);
@@ -149,8 +149,8 @@ constexpr PayloadIdentifierRule RULES_1080_1G5[] = {
     {BITS, only(0, 1), "Invalid bit depth: "},
 };
 
-/// An extended colour mode (any structure but 4:2:2) never goes without one complaint: which one is
-/// told by array size and picture bit alone.
+/// An extended colour mode (any structure but 4:2:2) always gets one of the last three complaints;
+/// array size and picture bit decide which.
 constexpr PayloadIdentifierRule RULES_DUAL_LINK[] = {
     {RATE, range(2, 11), "Invalid picture rate: "},
     {STRUCTURE, range(0, 10), "Invalid sampling structure: "},
@@ -183,7 +183,7 @@ constexpr PayloadIdentifierRule RULES_DUAL_LINK[] = {
      {{STRUCTURE, allBut(0)}, {ARRAY_SIZE, only(0)}, {PICTURE, only(0)}}},
 };
 
-/// From 47.95 on every identifier has the complaint about extended colour modes.
+/// From 47.95 on, every identifier gets the complaint about extended colour modes.
 constexpr PayloadIdentifierRule RULES_2160_QUAD_LINK_3G[] = {
     {TRANSPORT_BIT, only(1), "Incorrect TransportFormat: "},
     {PICTURE, only(1), "Incorrect PictureFormat: "},
@@ -215,7 +215,7 @@ constexpr auto LINE_INTERLEAVE = PayloadIdentifierScan_LineInterleave;
 using Facts = PayloadIdentifierFacts;
 
 // Byte 0, sub-image division, links, rate of a link, level, sub-images, channel assignments of a link;
-// fields, scan, sizes, lines; the law.
+// fields, scan, sizes, lines; the rules.
 constexpr Facts PayloadIdentifier720_1g5::FACTS = {
     0x84, NO_DIVISION, 1, SdiDataRate_1G5, Level_A, 1, 1,
     FIELDS_720_1G5, PROGRESSIVE_ONLY, SIZE_720_1G5, LINES_750, rules(RULES_720_1G5)};

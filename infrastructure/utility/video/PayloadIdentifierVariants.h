@@ -1,5 +1,5 @@
-// The eleven kinds of digital interface that the instrument knows, each an identifier of its own
-// with the interface's field table, fixed answers, geometry and law.
+// The eleven kinds of digital interface that the instrument knows. Each is an identifier class with
+// the interface's field table, fixed answers, geometry and rules.
 //
 // Normative references: SMPTE ST 352:2013, table 1 (byte 0), and the interface standards named
 // below.

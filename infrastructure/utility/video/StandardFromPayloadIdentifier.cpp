@@ -20,14 +20,14 @@ struct AggregateRow
     SdiDataRate aggregate;
 };
 
-/// What is not listed is no faster than one link.
+/// Anything not listed is no faster than one link.
 constexpr AggregateRow AGGREGATE_RATES[] = {
     {2, SdiDataRate_6G, SdiDataRate_12G}, {2, SdiDataRate_3G, SdiDataRate_6G},
     {2, SdiDataRate_1G5, SdiDataRate_3G}, {4, SdiDataRate_3G, SdiDataRate_12G},
     {4, SdiDataRate_1G5, SdiDataRate_6G}, {8, SdiDataRate_1G5, SdiDataRate_12G},
 };
 
-/// Four quadrants have this many links' worth, however many links each takes.
+/// Four quadrants are worth this many links, however many each takes.
 constexpr quint32 SQUARE_DIVISION_LINKS = 4;
 
 constexpr quint32 LINES_OF_UNKNOWN_RASTER = 1125;
@@ -72,15 +72,15 @@ constexpr MappingRow MAPPING_MODES[] = {
 
 constexpr quint32 LEVEL_B_MAPPING_MODES = 4; ///< the first of them
 
-/// How a field lies in the store: lines of S samples, or of two streams together 2 S; a picture of
-/// W or 2 W samples at their end.
+/// How a field lies in the store: lines of S samples, or 2 S for two streams together, ending in a
+/// picture of W or 2 W samples.
 struct StoreLayout
 {
     std::size_t fields;
     quint32 lineStreams;
     quint32 pictureStreams;
     std::size_t copies;                         ///< of each field's metrics
-    std::vector<quint32> lines = {};            ///< of each field, and of more than these maybe
+    std::vector<quint32> lines = {};            ///< of each field, and possibly of more
     std::vector<quint32> firstActiveLines = {}; ///< likewise
 };
 
@@ -104,7 +104,7 @@ constexpr NoMetrics NO_RASTER{COULD_NOT_CREATE, "No raster is known for this int
 
 constexpr char LOG_ORIGIN[] = "StandardFromPayloadIdentifier::getTransmissionMetrics: ";
 
-/// Null, and the layout, or why there is none.
+/// Returns null and sets the layout, or returns why there is none.
 const NoMetrics* findLayout(const StandardFromPayloadIdentifier& standard, StoreLayout& layout)
 {
     const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
@@ -302,7 +302,7 @@ quint32 StandardFromPayloadIdentifier::getHorizontalBlankingSamples() const
 
 quint32 StandardFromPayloadIdentifier::getSamplesPerLine() const
 {
-    // Of one sub-image, so that the rates above 3G count as what each of the four gets.
+    // For one sub-image, so that rates above 3G count as what each of the four gets.
     const SdiDataRate aggregate = getAggregateDataRate();
     const quint32 links = getNumberOfLinks();
     SdiDataRate clockRate = SdiDataRate_3G;

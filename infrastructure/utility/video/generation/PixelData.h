@@ -49,7 +49,7 @@ struct PixelDataYCbCr
     quint16 cr = 0;
 };
 
-// Pictures are runs of words, so a pixel is its words and nothing else.
+// Pictures are runs of words, so a pixel may hold nothing but its words.
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
 
@@ -61,8 +61,8 @@ enum PixelFormat : quint32 {
     PixelFormat_YCbCr = 3,
 };
 
-/// A picture in somebody else's memory, line after line without gaps. The words must be as many as
-/// format, width and height say.
+/// A picture in somebody else's memory, line after line without gaps. The number of words must
+/// match format, width and height.
 struct PictureBuffer
 {
     PixelFormat format = PixelFormat_ARGB;
