@@ -1,5 +1,5 @@
-// Catch with text forms of Qt's strings, so that a failed check shows them. Every case includes
-// this instead of the framework's own header.
+// Catch with the text forms of Qt's strings, so that a failed check shows them. Every case includes
+// this in place of the framework's own header.
 #pragma once
 
 #include <QByteArray>

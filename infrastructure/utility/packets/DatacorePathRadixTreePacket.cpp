@@ -34,7 +34,7 @@ DatacorePathRadixTreeNode decode(const QJsonValue& tree)
     return DatacorePathRadixTreeNode::fromJson(tree.toObject());
 }
 
-/// The text of what encode gives.
+/// Appends the text of what encode gives.
 void appendTree(QByteArray& text, const DatacoreBase& datacore)
 {
     text.append("{\"Core\":");
@@ -47,7 +47,7 @@ void appendTree(QByteArray& text, const DatacoreBase& datacore)
     text.append(children.empty() ? "}" : "]}");
 }
 
-/// `path` is the full path of the parent with the delimiter, and comes back as it was given.
+/// `path` is the full path of the parent with the delimiter, and is unchanged on return.
 void appendPaths(const PlainJsonValue& node, QString& path, QStringList& paths)
 {
     const int parentSize = path.size();
@@ -59,7 +59,7 @@ void appendPaths(const PlainJsonValue& node, QString& path, QStringList& paths)
             kids = items.getValue();
         }
     }
-    paths.append(QString(path.constData(), path.size())); // a copy of its size, not of its room
+    paths.append(QString(path.constData(), path.size())); // a copy of its size, not of its capacity
     path += DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
     if (kids.isArray()) {
         for (PlainJsonItems items(kids); !items.isAtEnd(); items.next()) {
@@ -82,7 +82,7 @@ DatacorePathRadixTreePacket::DatacorePathRadixTreePacket(const QString& clientId
                                                          const DatacoreBase& command,
                                                          const DatacoreBase& persistentConfig)
     : SerialisableDataPacket([&] {
-        // The keys are in the order in which a JSON object has them.
+        // The keys must be in the order in which a JSON object has them.
         QByteArray payload = beginPayload(CLASSNAME(), ORDINARY_BYTES);
         appendNextJsonKey(payload, CLIENT_ID_KEY);
         appendJsonString(payload, clientId);

@@ -1,5 +1,5 @@
-// The one table of packet classes by raw type. It stands here, above all of them, so that the
-// packets' own folder knows none of the records.
+// The one table of packet classes by raw type. It is here, above all of them, so that the packets'
+// own folder knows none of the records.
 #include "infrastructure/utility/packets/RawDataPacketFactory.h"
 
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
