@@ -53,7 +53,7 @@ protected:
     MessageBase(const MessageBase&) = default;
     MessageBase& operator=(const MessageBase&) = default;
 
-    /// The text of the first row with the identifier; null where there is none.
+    /// The text of the first row with the identifier; null if there is none.
     template <std::size_t rowCount>
     static QString findText(const TextRow (&rows)[rowCount], qint32 identifier)
     {

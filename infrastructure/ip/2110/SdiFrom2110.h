@@ -21,7 +21,7 @@ Sdi::PayloadId::SampleStructure toSdi(Sampling2110 sampling, bool* ok = nullptr)
 /// SDR, PQ and HLG; all others are TransferCurve_Unspecified.
 Sdi::PayloadId::TransferCurve toSdi(TransferCurve2110 curve);
 
-/// BitDepth2110_16Float => 16; a number that is no depth => 10.
+/// BitDepth2110_16Float => 16; a number that is not a depth => 10.
 quint32 toBits(BitDepth2110 depth);
 
 } // namespace IpTypes

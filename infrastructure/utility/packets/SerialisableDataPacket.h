@@ -94,8 +94,8 @@ protected:
     SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
                            bool& ok);
 
-    /// The building blocks of a class's getters and setters. `value` is undefined for an absent
-    /// key; `insert` replaces what was there and drops the kept wire form.
+    /// These are the building blocks of a class's getters and setters. `value` is undefined for an
+    /// absent key; `insert` replaces what was there and drops the kept wire form.
     bool contains(const QString& key) const { return getJsonObject().contains(key); }
     QJsonValue value(const QString& key) const { return getJsonObject().value(key); }
     void insert(const QString& key, const QJsonValue& content);
