@@ -1,4 +1,4 @@
-// Two ways to do the same work, measured in turn in one run.
+// Two ways of doing the same work, measured alternately in one run.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -11,15 +11,15 @@
 
 namespace bench {
 
-/// Has freed memory stay with the process, as it does with one that handles frame after frame. Rows
-/// with large results would otherwise measure how the system clears pages.
+/// Keeps freed memory in the process, as one that handles frame after frame would. Otherwise rows
+/// with large results would measure how the system clears pages.
 inline void keepFreedMemory()
 {
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
 }
 
-/// Seconds that a call takes.
+/// The seconds that a call takes.
 template <typename Work>
 double seconds(Work&& work)
 {
@@ -38,8 +38,8 @@ inline double median(std::vector<double> values)
     return *middle;
 }
 
-/// Runs `ours` and `peer` in turn. The row's time is ours; its counters are "ratio", the speed of
-/// ours over the peer's (median over the pairs, above 1 is faster), and what it is held against.
+/// Runs `ours` and `peer` alternately. The row's time is ours. Its counters are "ratio", our speed
+/// over the peer's (median over the pairs; above 1 is faster), and the limits it is held to.
 template <typename Ours, typename Peer>
 void compare(benchmark::State& state, double must, double aim, Ours&& ours, Peer&& peer)
 {

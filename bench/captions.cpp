@@ -1,6 +1,6 @@
 // The caption decoders beside Debian's libzvbi, on the same bytes: random pairs, a caption service
-// as it is on air, and OP-47 packets of five rows. Both sides start from bytes with parity. The
-// peer does more in places: it checks parity, follows all services of a field, and keeps whole
+// as it is on air, and OP-47 packets of five rows. Both sides start from bytes with parity. In
+// places the peer does more: it checks parity, follows all services of a field, and keeps whole
 // pages.
 #include "bench/Compare.h"
 #include "infrastructure/utility/BitTwiddles.h"
@@ -49,7 +49,7 @@ public:
             pairs.push_back({withParity(first), withParity(second)});
         }
     }
-    /// A control code, twice as it is sent.
+    /// A control code, sent twice as usual.
     void control(unsigned code)
     {
         add(code >> 8, code & 0xFF);
@@ -225,7 +225,7 @@ void decodeOp47(Op47decoder& decoder, const std::vector<Op47Words>& packets,
 
 #if BENCH_HAVE_ZVBI
 
-/// The peer's whole decoder with a handler for one kind of event, fed with lines.
+/// The peer's whole decoder, with a handler for one kind of event, fed with lines.
 class ZvbiDecoder
 {
 public:
@@ -238,7 +238,7 @@ public:
             nullptr);
     }
 
-    /// All lines, `linesInFrame` with each call and frame.
+    /// Decodes all lines, `linesInFrame` with each call and frame.
     void decodeAll(std::size_t linesInFrame)
     {
         for (std::size_t i = 0; i + linesInFrame <= lines.size(); i += linesInFrame) {
@@ -266,7 +266,7 @@ void compare608(benchmark::State& state, const std::vector<RawPair>& pairs, doub
     ZvbiDecoder peer(VBI_EVENT_CAPTION, lines);
     CaptionProcessor608 processor;
     processor.setFieldSelect(CaptionFieldSelect608_Field1);
-    // Many pairs to a call, so that the peer's work for each call does not count.
+    // Many pairs per call, so that the peer's overhead for a call does not count.
     bench::compare(
         state, must, aim, [&] { decode608(processor, pairs); }, [&] { peer.decodeAll(1024); });
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pairs.size()));

@@ -1,5 +1,5 @@
 // Colour conversion beside libswscale, and the mapping modes beside a plain loop that appends
-// sample by sample. A picture of 1920x1080 pixels of noise: no content is harder on either.
+// sample by sample. The picture is 1920x1080 pixels of noise: no content is harder for either.
 #include "bench/Compare.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
@@ -22,7 +22,7 @@ constexpr int WIDTH = 1920;
 constexpr int HEIGHT = 1080;
 constexpr std::size_t PIXELS = std::size_t(WIDTH) * HEIGHT;
 
-/// Words of so many bits, three to a pixel.
+/// Words of that many bits, three per pixel.
 std::vector<quint16> noise(unsigned bits)
 {
     std::mt19937 random(1);
@@ -40,8 +40,8 @@ const Pixel* pixelsOf(const std::vector<quint16>& words)
 }
 
 #if HAVE_SWSCALE
-/// RGB48 to YUV444P10 of Rec. 709, narrow range. The input is full range, of which libswscale knows
-/// nothing else for RGB; its work does not depend on it.
+/// RGB48 to YUV444P10 of Rec. 709, narrow range. The input is full range, the only one that
+/// libswscale knows for RGB; its work does not depend on it.
 class Swscale
 {
 public:
@@ -103,7 +103,7 @@ void colour(benchmark::State& state)
 #endif
 }
 
-// The plain loops: each word as the mapping's table gives it.
+// The plain loops: each word as in the mapping's table.
 
 using Samples = Converter::Samples;
 

@@ -1,8 +1,8 @@
 // The state tree: growth from 100 to 100,000 leaves, and its speed beside the plainest form of the
-// tree and beside JSON objects that are built without any tree.
+// tree and beside JSON objects built without any tree.
 //
 // Growth rows work on 100,000 leaves, as one tree or as many, beside the same number of leaves in
-// trees of 100: so the ratio shows what a leaf costs more in a large tree, and not the caches.
+// trees of 100. So the ratio shows how much more a leaf costs in a large tree, and not the caches.
 #include "bench/Compare.h"
 #include "infrastructure/datacore/DatacoreNumber.h"
 #include "sw/infrastructure_test/LiteralDatacore.h"
@@ -17,7 +17,7 @@ namespace {
 constexpr int ALL_LEAVES = 100000;
 constexpr int SMALL_TREE = 100;
 
-/// How the leaves of a tree stand: all below the root, or ten in each of the root's children.
+/// How the leaves of a tree are arranged: all below the root, or ten below each child of the root.
 enum Shape { Shape_Wide, Shape_Groups };
 constexpr int GROUP_SIZE = 10;
 
@@ -89,10 +89,10 @@ private:
 
 using NumberTree = Tree<DatacoreBase, DatacoreNumber<int>>;
 
-/// What a measurement of growth times.
+/// What a growth measurement times.
 enum Work { Work_Populate, Work_Write, Work_Take, Work_Clear, Work_All };
 
-/// Trees with ALL_LEAVES leaves together.
+/// Trees with ALL_LEAVES leaves in total.
 class Forest
 {
 public:
@@ -110,7 +110,7 @@ public:
         }
     }
 
-    /// Seconds that the work takes, within a round of all of it.
+    /// The seconds that the work takes, within a round of all kinds of work.
     double round(Work work)
     {
         const std::vector<QJsonObject>& state = states[(roundCount++) % states.size()];
@@ -145,7 +145,7 @@ private:
     std::size_t roundCount = 0;
 };
 
-/// As bench::compare, for work that times itself.
+/// Like bench::compare, for work that times itself.
 template <typename Ours, typename Peer>
 void compareTimes(benchmark::State& state, double must, double aim, Ours&& ours, Peer&& peer)
 {
@@ -185,7 +185,7 @@ void setFew(Trees& tree, int count, int& number)
     }
 }
 
-/// Single writes where all leaves of a large tree wait at the root, beside those into a tree of 100
+/// Single writes while all leaves of a large tree wait at the root, beside writes to a tree of 100
 /// leaves whose changes have been taken.
 void setInLargeTree(benchmark::State& state)
 {
@@ -202,7 +202,7 @@ void setInLargeTree(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * 10000);
 }
 
-/// A leaf below `depth` others, one below the other.
+/// A leaf below `depth` others, each below the one before.
 class Chain
 {
 public:
@@ -238,7 +238,7 @@ void setInDeepTree(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * levels);
 }
 
-/// The object of one node without children, from nothing but texts.
+/// The object of one node without children, built from texts alone.
 QJsonObject bareNode(const QString& className, const QString& value)
 {
     QJsonObject json;
@@ -374,7 +374,7 @@ private:
     }
 };
 
-/// The levels of a bush with so many leaves.
+/// The levels of a bush with that many leaves.
 int levelsOf(int64_t leaves)
 {
     int levels = 0;
@@ -414,7 +414,7 @@ void givePath(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(bush.leaves.size()));
 }
 
-/// Heap memory of a tree of 100,000 leaves, with names and values, for each leaf.
+/// Heap memory per leaf of a tree of 100,000 leaves, with names and values.
 template <typename Trees>
 void bytesForEachLeaf(benchmark::State& state)
 {
@@ -424,7 +424,7 @@ void bytesForEachLeaf(benchmark::State& state)
         Trees tree(Shape_Wide, ALL_LEAVES);
         tree.setAll(QStringLiteral("12345"));
         tree.root.takeChangedList();
-        // The vector of pointers to the leaves is the benchmark's own.
+        // The vector of pointers to the leaves belongs to the benchmark.
         bytes = static_cast<double>(mallinfo2().uordblks - before) / ALL_LEAVES - sizeof(void*);
     }
     state.counters["bytes"] = bytes;

@@ -1,6 +1,6 @@
-// Messages through an IpCoreMessageExchange to a running supervisor, beside a bare queue under a
-// mutex and a condition variable with a bare thread behind it: how many a second, and how long it
-// takes to wake a sleeper.
+// Messages through an IpCoreMessageExchange to a running supervisor, beside a bare queue with a
+// mutex, a condition variable and a bare thread: how many per second, and how long it takes to wake
+// a sleeper.
 #include "bench/Compare.h"
 #include "infrastructure/ipcore/IpCoreMessageExchange.h"
 #include "infrastructure/ipcore/IpCoreSupervisor.h"
@@ -24,9 +24,9 @@ constexpr uint32_t QUEUE_SIZE = 256;
 constexpr uint32_t WAIT_MS = 100;
 constexpr uint32_t MESSAGES = 100000; ///< in one measurement
 constexpr int WAKE_UPS = 2000;        ///< in one measurement
-constexpr int64_t PERIOD_MS = 20;     ///< bounds what a missed wake-up costs
+constexpr int64_t PERIOD_MS = 20;     ///< limits what a missed wake-up costs
 
-/// What the far end has had, and when it had the latest.
+/// What the far end has received, and when it received the latest.
 struct Arrivals
 {
     std::atomic<uint32_t> count{0};
@@ -149,7 +149,7 @@ void throughput(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * MESSAGES);
 }
 
-/// Microseconds from the sending of a message to its arrival at a thread that sleeps.
+/// Microseconds from sending a message to its arrival at a sleeping thread.
 template <typename End>
 double wakeUp(End& end)
 {
@@ -163,7 +163,7 @@ double wakeUp(End& end)
 }
 
 /// Keeps this thread, and those that it starts, on one processor: where the system places two
-/// threads makes more of a difference than what they run.
+/// threads matters more than what they run.
 class OneProcessor
 {
 public:

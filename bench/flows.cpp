@@ -1,5 +1,5 @@
 // Flows as text beside a QJsonDocument with the same fields: writing, reading, there and back, and
-// comparing. "items_per_second" are flows on one core; 200 k/s is the least.
+// comparing. "items_per_second" is the number of flows on one core; at least 200 k/s are required.
 #include "bench/Compare.h"
 #include "infrastructure/ip/flows/AudioFlowConfigTx.h"
 #include "infrastructure/ip/flows/IpMediaFlowData.h"
@@ -15,7 +15,7 @@ using namespace Tessorn::IpTypes;
 
 namespace {
 
-constexpr int FLOW_COUNT = 1000; ///< different flows, each taken once in a measurement
+constexpr int FLOW_COUNT = 1000; ///< different flows, each used once in a measurement
 
 void identify(IpMediaFlow& flow, quint32 number)
 {
@@ -161,7 +161,7 @@ void fromJson(const QByteArray& json, AudioFlowConfigTx& flow)
     }
 }
 
-/// The flow is read back, or the measurement would be of something else.
+/// The flow must read back equal, or the measurement would be of something else.
 template <typename Flow>
 void require(const Flow& read, const Flow& written)
 {
@@ -238,7 +238,7 @@ void roundTrip(benchmark::State& state)
         });
 }
 
-/// Equal flows, so that every field is looked at, beside a round trip of the same flow.
+/// Equal flows, so that every field is compared, beside a round trip of the same flow.
 template <typename Flow>
 void compareEqual(benchmark::State& state)
 {
@@ -257,7 +257,7 @@ void compareEqual(benchmark::State& state)
         });
 }
 
-/// The peer's share is not counted, so half a second of ours would take minutes.
+/// The peer's time is not counted, so half a second of ours would take minutes.
 void measure(benchmark::internal::Benchmark* row)
 {
     row->UseManualTime()->MinTime(0.05)->Unit(benchmark::kMicrosecond);

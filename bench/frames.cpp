@@ -1,6 +1,6 @@
 // Frames of 2200x1125 samples: CRCs beside a table of word steps, zlib's CRC and a plain copy;
-// tagging beside a copy of what comes out; the place of a sample beside the walk over the lines
-// above it.
+// tagging beside a copy of the result; the position of a sample beside a walk over the lines above
+// it.
 #include "bench/Compare.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
@@ -20,7 +20,7 @@ namespace {
 std::size_t allocations = 0; ///< of this thread, the only one
 }
 
-/// Counts what everything takes from the heap.
+/// Counts every heap allocation.
 extern "C" void* malloc(std::size_t size)
 {
     ++allocations;
@@ -46,7 +46,7 @@ std::vector<Word> randomWords(std::size_t count)
     return words;
 }
 
-/// The CRC of a word behind zeros, for each of the 1024 words.
+/// The CRC of a word after zeros, for each of the 1024 words.
 std::array<quint32, 1024> wordTable()
 {
     std::array<quint32, 1024> table = {};
@@ -65,7 +65,7 @@ quint16 crcWord(quint32 bits)
     return static_cast<quint16>((bits & 0x1FF) | ((bits & 0x100) != 0 ? 0 : 0x200));
 }
 
-/// All lines but the first, whose previous line lies elsewhere.
+/// All lines but the first, whose previous line is elsewhere.
 void writeCrcsByTable(FrameOperations::Frame& frame, const std::array<quint32, 1024>& table)
 {
     for (std::size_t start = WIDTH; start < frame.size(); start += WIDTH) {
@@ -132,7 +132,7 @@ void crcsBesideMemcpy(benchmark::State& state)
     });
 }
 
-/// Tagging beside `peer`, which is called with the tagged words and takes as many allocations.
+/// Tagging beside `peer`, which is called with the tagged words and makes as many allocations.
 template <typename Peer>
 void compareTagging(benchmark::State& state, double must, double aim, Peer peer)
 {
@@ -149,7 +149,7 @@ void compareTagging(benchmark::State& state, double must, double aim, Peer peer)
     state.counters["allocations"] = static_cast<double>(taken);
 }
 
-/// A copy as large as the output, in memory taken for it.
+/// A copy as large as the output, in newly allocated memory.
 void taggingBesideCopy(benchmark::State& state)
 {
     compareTagging(state, 0, 0.95, [](const std::vector<quint32>& tagged) {
@@ -158,7 +158,7 @@ void taggingBesideCopy(benchmark::State& state)
     });
 }
 
-/// A copy as large as the output, into memory that is there already.
+/// A copy as large as the output, into existing memory.
 void taggingBesideMemcpy(benchmark::State& state)
 {
     std::vector<quint32> copy;
@@ -169,7 +169,7 @@ void taggingBesideMemcpy(benchmark::State& state)
     });
 }
 
-/// The index as one would work it out first: line by line.
+/// The index worked out in the obvious way: line by line.
 quint32 indexByWalk(quint32 index)
 {
     const quint32 pad = (8 - WIDTH % 8) % 8;
@@ -178,14 +178,14 @@ quint32 indexByWalk(quint32 index)
     quint32 result = index + 16;
     for (quint32 n = 0; n < line; ++n) {
         result += pad + (isPicture(n) ? 24 : 16);
-        benchmark::DoNotOptimize(result); // or the compiler finds the closed form itself
+        benchmark::DoNotOptimize(result); // otherwise the compiler finds the closed form itself
     }
     return result + (isPicture(line) && index % WIDTH >= WIDTH - ACTIVE ? 8 : 0);
 }
 
 void taggedIndex(benchmark::State& state)
 {
-    constexpr quint32 stride = 24989; // prime, so that all lines and parts of lines come up
+    constexpr quint32 stride = 24989; // prime, so that all lines and parts of lines occur
     for (quint32 index = 0; index < METRICS.getTotalSamples(); index += stride) {
         if (ParcelTongue::getTaggedIndex(METRICS, index) != indexByWalk(index)) {
             state.SkipWithError("the peer finds another index");

@@ -1,8 +1,8 @@
-// The mirror of a server's tree beside Qt Remote Objects with an object of one property for each
-// leaf, and beside a plain socket, over loopback. Servers, and mirrors of which there are many, are
-// processes of their own, for all alike: this program started anew with other arguments.
-//   bench_mirror --serve KIND LEAVES        prints its port; each byte on standard input has it
-//                                           change all its leaves ROUNDS times
+// The mirror of a server's tree beside Qt Remote Objects, with one object of one property for each
+// leaf, and beside a plain socket, over loopback. Servers run in their own processes, and so do
+// mirrors where there are many: for all sides alike, this program started with other arguments.
+//   bench_mirror --serve KIND LEAVES        prints its port; for each byte on standard input it
+//                                           changes all its leaves ROUNDS times
 //   bench_mirror --mirror KIND PORT LEAVES  prints a line when it is filled, and one each time it
 //                                           has taken ROUNDS changes of all leaves
 #include "bench/Compare.h"
@@ -60,7 +60,7 @@ QString leafPath(int leaf)
            leafName(leaf);
 }
 
-/// A value that is like no other, always of the same length.
+/// A unique value, always of the same length.
 QString valueText(int number)
 {
     return QString::number(10000000 + number);
@@ -117,7 +117,7 @@ public:
     OurMirror(quint16 port, int leafCount)
         : lastLeaf(leafCount - 1)
     {
-        // After the manager: a value that is counted is in its mirror.
+        // Registered after the manager: a value is counted when its mirror has it.
         distributor.registerPacketAcceptor(*this, DatacorePacket::CLASSNAME());
         connection.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
         connection.acceptPacket(
@@ -141,7 +141,7 @@ public:
         QObject::connect(registry().lookup(leafPath(lastLeaf)), &ClientDatacore::datacoreUpdated,
                          handler);
     }
-    /// Writes, and comes back when the mirror is in step again.
+    /// Writes, and returns when the mirror is in sync again.
     void write(const QString& value)
     {
         if (written == nullptr) {
@@ -294,7 +294,7 @@ private:
     int missing = 0;
 };
 
-/// Another process of this program; it ends when its standard input does.
+/// Another process of this program, which ends when its standard input does.
 class Child
 {
 public:
@@ -315,7 +315,7 @@ public:
         }
     }
 
-    /// The next line of its standard output.
+    /// The next line of the child's standard output.
     QString readLine()
     {
         while (!process.canReadLine()) {
@@ -342,7 +342,7 @@ void printLine(const QByteArray& line)
     std::fflush(stdout);
 }
 
-/// Calls the handler for each byte of standard input, and ends the program with it.
+/// Calls the handler for each byte of standard input, and ends the program when that ends.
 void onNudge(const std::function<void()>& handler)
 {
     auto* notifier =
@@ -500,9 +500,9 @@ private:
     int number = 0;
 };
 
-/// Holds this process and its children on one core. Between two, the scheduler would decide: it
-/// puts one pair of processes on one core and the next on two, where waking the other core is most
-/// of a round trip, and the ratio would compare that.
+/// Keeps this process and its children on one core. With two, the scheduler would decide the
+/// result: it puts one pair of processes on one core and the next on two, where waking the other
+/// core is most of a round trip.
 class OneCore
 {
 public:
@@ -542,7 +542,7 @@ void compareRoundTrip(benchmark::State& state, const QString& peerKind, double m
     state.counters["aim"] = aim;
 }
 
-/// One write: there, applied, echoed, and in step again.
+/// One write: sent, applied, echoed, and in sync again.
 void roundTripBesideSocket(benchmark::State& state)
 {
     compareRoundTrip<EchoClient>(state, echo(), 1 / 1.25, 1 / 1.1);
@@ -554,7 +554,7 @@ void roundTripBesideRemoteObjects(benchmark::State& state)
     compareRoundTrip<RemoteObjectsMirror>(state, remoteObjects(), 0, 0);
 }
 
-/// Changes at the server, until range(0) mirrors have taken them all.
+/// Changes at the server, until range(0) mirrors have taken all of them.
 void updatesBesideRemoteObjects(benchmark::State& state)
 {
     ::alarm(ROW_TIMEOUT_S);
@@ -566,7 +566,7 @@ void updatesBesideRemoteObjects(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * LEAVES * ROUNDS);
 }
 
-/// Seconds from nothing to a mirror that has all values.
+/// The seconds from nothing to a mirror that has all values.
 template <typename Mirror>
 double fill(const ServerProcess& server, bool& isWhole)
 {

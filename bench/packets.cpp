@@ -1,5 +1,5 @@
-// The packet link beside plain QTcpSocket, over loopback: framing of what arrives in large pieces,
-// and sending one by one. The far end is a thread that does nothing but write or read bytes.
+// The packet link beside plain QTcpSocket, over loopback: framing of data that arrives in large
+// pieces, and sending one by one. The far end is a thread that only writes or reads bytes.
 #include "bench/Compare.h"
 #include "infrastructure/utility/packets/BasicTestPacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
@@ -35,7 +35,7 @@ QByteArray wireBytes(const RawDataPacket& packet)
     return buffer.data();
 }
 
-/// A JSON packet of 200 bytes on the wire, of the shape of one value's update.
+/// A JSON packet of 200 bytes on the wire, shaped like the update of one value.
 BasicTestPacket smallPacket()
 {
     BasicTestPacket packet;
@@ -62,8 +62,8 @@ private:
     QByteArray content;
 };
 
-/// Counts the bytes that have come, all of which whoever reads takes at once: so the end of a
-/// measurement shows in the same way with everyone.
+/// Counts the bytes that have arrived, all of which the reader takes at once: so the end of a
+/// measurement shows in the same way for everyone.
 class CountingSocket : public QTcpSocket
 {
 public:
@@ -135,7 +135,7 @@ void writeAll(int descriptor, const QByteArray& piece, qint64 pieces)
     }
 }
 
-/// Sends whole pieces to the socket until it has taken at least RECEIVED_BYTES.
+/// Sends whole pieces to the socket until it has received at least RECEIVED_BYTES.
 void receive(CountingSocket& socket, int farDescriptor, const QByteArray& piece)
 {
     const qint64 pieces = (RECEIVED_BYTES + piece.size() - 1) / piece.size();
@@ -158,7 +158,7 @@ public:
     qint64 count = 0;
 };
 
-/// The class name is what decides who gets a JSON packet, so this is the least that routing does.
+/// The class name decides who gets a JSON packet, so this is the minimum of routing.
 class ReadingReceiver : public RawDataPacketReceiverInterface<SerialisableDataPacket>
 {
 public:
@@ -210,7 +210,7 @@ void receiveRecords64KiB(benchmark::State& state)
     compareReceiving(state, wireBytes(RawRecord(65536)), 0.85, 0.95);
 }
 
-/// Delivery of packets where range(0) of them lie in the buffer, beside the same where one does.
+/// Delivery with range(0) packets in the buffer, beside delivery with one.
 void deliverBuffered(benchmark::State& state)
 {
     constexpr int total = 100000;
@@ -232,7 +232,7 @@ void deliverBuffered(benchmark::State& state)
     bench::compare(state, 1, 1, deliver(static_cast<int>(state.range(0))), deliver(1));
 }
 
-/// Takes and forgets what arrives at the far end, until it is told to stop.
+/// Discards what arrives at the far end, until it is told to stop.
 class Drain
 {
 public:
@@ -298,7 +298,7 @@ void sendSmall(benchmark::State& state)
                    [&packet](NetworkConnection& connection) { connection.acceptPacket(packet); });
 }
 
-/// Each packet is built anew, so that its JSON text is made for each; the bare write makes none.
+/// Each packet is built afresh, so that its JSON text is made each time; the bare write makes none.
 void sendSmallBuiltAnew(benchmark::State& state)
 {
     const BasicTestPacket packet = smallPacket();

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int BATCH_BYTES = 64 << 20; ///< payload bytes that one measurement handles
+constexpr int BATCH_BYTES = 64 << 20; ///< payload bytes handled in one measurement
 
 /// A record of a usual size.
 template <typename Packet>
@@ -114,8 +114,8 @@ auto copyAll(const std::vector<QByteArray>& payloads)
     };
 }
 
-/// Payloads of usual records, each in memory of its own, as they lie when they come from a link:
-/// more than the caches hold.
+/// Payloads of usual records, each in its own memory, as when they come from a link: more than the
+/// caches hold.
 template <typename Packet>
 std::vector<QByteArray> makePayloads()
 {

@@ -13,7 +13,7 @@ namespace {
 std::size_t allocations = 0; ///< of this thread, the only one
 }
 
-/// Counts what everything takes from the heap, Qt included.
+/// Counts every heap allocation, Qt's included.
 extern "C" void* malloc(std::size_t size)
 {
     ++allocations;
@@ -47,7 +47,7 @@ void perStandard(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * static_cast<qint64>(listed().size()));
 }
 
-/// A field table as one would write it first: an ordered map of lists.
+/// A field table in its obvious form: an ordered map of lists.
 using ListMap = std::map<quint32, std::pair<quint32, std::vector<quint32>>>;
 
 ListMap listMapOf(const PayloadIdentifierFieldMap& fields)
@@ -113,7 +113,7 @@ void readField(benchmark::State& state)
     state.counters["allocations"] = static_cast<double>(taken);
 }
 
-/// The same text by way of QString's place markers.
+/// The same text through QString's place markers.
 QString describeWithArg(const StandardFromPayloadIdentifier& standard)
 {
     const PayloadIdentifierBase& identifier = *standard.getPrimaryIdentifier();
@@ -194,7 +194,7 @@ void metricsAll(benchmark::State& state)
     perStandard(state);
 }
 
-/// Every hundredth standard is looked for.
+/// Looks up every hundredth standard.
 template <typename Find, typename Walk>
 void compareLookUp(benchmark::State& state, Find find, Walk walk)
 {
@@ -238,7 +238,7 @@ void findByPayloadIdentifier(benchmark::State& state)
         });
 }
 
-/// The ratio is that of the time allowed to the time taken.
+/// The ratio is the time allowed to the time taken.
 void buildList(benchmark::State& state)
 {
     std::vector<double> ratios;

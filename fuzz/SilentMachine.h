@@ -1,5 +1,5 @@
-// A machine whose reports go nowhere, so that a fuzzer's own can be read. It is the current one
-// while it lives.
+// A machine whose reports go nowhere, so that the fuzzer's own can be read. It is the current
+// machine during its lifetime.
 #pragma once
 
 #include "infrastructure/platform/Machine_p.h"
@@ -24,7 +24,7 @@ public:
     template <typename Reader>
     void readAsFile(const uint8_t* data, size_t size, Reader&& reader)
     {
-        // A stream of no bytes can't be opened in memory.
+        // An empty stream can't be opened in memory.
         std::FILE* stream = size > 0 ? ::fmemopen(const_cast<uint8_t*>(data), size, "r")
                                      : std::fopen("/dev/null", "r");
         reader(stream);

@@ -1,4 +1,4 @@
-// A file from anyone, as a bit file's header, its texts shown and not.
+// An untrusted file read as a bit file's header, with and without its texts shown.
 #include "fuzz/SilentMachine.h"
 #include "infrastructure/platform/BitFile.h"
 

@@ -1,5 +1,5 @@
-// Pairs as received, after one byte that selects the field; the same pairs for both data channels,
-// and in one batch and one by one, where the pictures must come out the same.
+// The first byte selects the field; the rest are pairs as received. The same pairs go to both data
+// channels, in one batch and one by one, and both ways must give the same pictures.
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // JSON from a peer, read into a tree with leaves of every class: first a byte of flags, then a path
-// and a line feed, then the JSON text. Whatever it is, each node answers, has a JSON form and a
-// path that leads to it, stands in the change list once at most, and reading the tree's own form
-// back changes nothing. Text that is taken as plain holds what the parser finds in it, and
-// gives a tree the same.
+// and a line feed, then the JSON text. Whatever it is, each node must answer, have a JSON form and
+// a path that leads to it, and be in the change list at most once; reading the tree's own form back
+// must change nothing. Text accepted as plain must hold what the parser finds in it, and give a
+// tree the same.
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
@@ -21,7 +21,7 @@ namespace {
 
 enum Flag { Flag_JustData = 1, Flag_AddName = 2 };
 
-/// Keeps the reasons that it receives.
+/// Keeps the reasons it receives.
 struct Mirror : DatacoreBase
 {
     using DatacoreBase::DatacoreBase;
@@ -104,7 +104,7 @@ void checkPlain(const QByteArray& text, const QJsonDocument& document)
     }
 }
 
-/// Plain text gives a tree what its JSON object gives it.
+/// Plain text must give a tree the same as its JSON object.
 void checkPlainRead(const QByteArray& content, bool justData)
 {
     const QByteArray text = "{\"json\":{\"root\":" + content + "}}";

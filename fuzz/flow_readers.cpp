@@ -1,5 +1,5 @@
-// Every reader of IP media and PTP text. What one takes must be written, read again and be the
-// same; what it refuses must leave a default-made value.
+// Every reader of IP media and PTP text. What a reader accepts must be written, read again and be
+// the same; what it refuses must leave a default-made value.
 #include "infrastructure/ip/20226/VideoFormat20226.h"
 #include "infrastructure/ip/2110/VideoStandard2110Params.h"
 #include "infrastructure/ip/flows/AudioFlowConfigTx.h"

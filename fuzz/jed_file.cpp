@@ -1,4 +1,4 @@
-// A file from anyone, as a fuse file, quiet and not.
+// An untrusted file read as a fuse file, quietly and not.
 #include "fuzz/SilentMachine.h"
 #include "infrastructure/platform/JedFile.h"
 

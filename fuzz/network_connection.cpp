@@ -1,4 +1,4 @@
-// Bytes from a peer, cut where the first byte of the input says, into a connection whose receiver
+// Bytes from a peer, split where the first byte of the input says, into a connection whose receiver
 // looks at every JSON packet.
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"

@@ -1,5 +1,5 @@
-// One ancillary packet's words, after two bytes that set the page filter; each record that comes
-// out must lie in the words. Also through a copied container.
+// Two bytes that set the page filter, then one ancillary packet's words. Each record found must
+// point into the words. Also through a copied container.
 #include "infrastructure/utility/captions/Op47decoder.h"
 
 #include <cstdlib>

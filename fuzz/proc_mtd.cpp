@@ -1,4 +1,4 @@
-// A list of partitions; the name that is looked for is the input's first line.
+// A list of partitions; the name to look for is the input's first line.
 #include "fuzz/SilentMachine.h"
 #include "infrastructure/platform/MtdDevice.h"
 

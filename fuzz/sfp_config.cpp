@@ -1,4 +1,4 @@
-// A configuration file of SFP modules, for a board with settings of its own and one without.
+// A configuration file of SFP modules, for a board with its own settings and one without.
 #include "infrastructure/platform/SfpConfigParser.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

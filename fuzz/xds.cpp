@@ -1,5 +1,5 @@
-// Pairs as received, after one byte: its low bits are the size of the pool, its high bit whether
-// the decoder is reset after a failure. No packet may get lost.
+// One byte, whose low bits are the size of the pool and whose high bit says whether the decoder is
+// reset after a failure, then pairs as received. No packet may get lost.
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/XdsRatingText.h"
 

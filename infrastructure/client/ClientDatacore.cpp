@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int MAX_LOGGED_CHARACTERS = 200; ///< of content that a peer has sent
+constexpr int MAX_LOGGED_CHARACTERS = 200; ///< of content from a peer
 
 QString toText(bool value)
 {
@@ -44,7 +44,7 @@ std::deque<QString> toTexts(const QList<Value>& values)
     return texts;
 }
 
-/// The word in front of a message of a type.
+/// The word in front of messages of a type.
 QString prefixOf(MessageBase::MessageType type)
 {
     switch (type) {
@@ -60,7 +60,7 @@ QString prefixOf(MessageBase::MessageType type)
 
 } // namespace
 
-/// Stands for the time in which others are called, who may have the registry cleared.
+/// Marks the time during which others are called: they may have the registry cleared.
 class ClientDatacore::CallingOut
 {
 public:
@@ -82,7 +82,7 @@ ClientDatacore::ClientDatacore(const QString& className, const QString& name,
     : DatacoreBase(className, name, parentDatacore)
     , path(fullPath)
 {
-    // Nothing has been written here yet, so filling it is nothing that the server must hear of.
+    // Nothing has been written here yet, so there is nothing to tell the server when it is filled.
     clearOwnChangeState();
 }
 
@@ -156,7 +156,7 @@ void ClientDatacore::populateConnectedGuiElements()
 {
     static const QMetaMethod updated = QMetaMethod::fromSignal(&ClientDatacore::datacoreUpdated);
     if (!isSignalConnected(updated)) {
-        return; // nobody needs the lists
+        return; // nobody is listening
     }
     const CallingOut callingOut(*this);
     const std::deque<QString> values = getDataList();

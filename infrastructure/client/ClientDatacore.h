@@ -14,36 +14,36 @@
 
 class DatacorePacket;
 
-/// What user-interface code talks to: it tells what it holds as lists of strings, and takes writes
+/// What user-interface code talks to: it emits its content as lists of strings and takes writes
 /// through typed slots. A write goes to the server under a packet id and is confirmed by its echo;
-/// until then the mirror is out of sync. What the server sends is taken as it is: reasons are not
-/// found anew here, and nothing goes back.
+/// until then the mirror is out of sync. What the server sends is taken as it is: the mirror does
+/// not work out reasons itself, and sends nothing back.
 class ClientDatacore : public QObject, public DatacoreBase
 {
     Q_OBJECT
 
 public:
-    /// `fullPath` is the path in the server's tree. `parentDatacore` is null in a registry, whose
-    /// mirrors are roots each.
+    /// `fullPath` is the path in the server's tree. `parentDatacore` is null in a registry, where
+    /// every mirror is a root.
     ClientDatacore(const QString& className, const QString& name, DatacoreBase* parentDatacore,
                    const QString& fullPath);
 
-    /// The full path in the server's tree. By way of a DatacoreBase it is that within this process
-    /// instead, which for a root is its name alone: the operation is not virtual.
+    /// The full path in the server's tree. Called through a DatacoreBase it is the path within this
+    /// process instead, which for a root is just its name: the function is not virtual.
     QString getPath() const { return path; }
-    /// How many writes the server has not acknowledged.
+    /// The number of writes that the server has not acknowledged.
     int getPendingCount() const { return static_cast<int>(pendingPacketIds.size()); }
-    /// True while this object calls others: it must not be deleted then.
+    /// True while this object is calling others; it must not be deleted then.
     bool isCallingOut() const { return callDepth > 0; }
 
     /// Takes a packet from the server. With `isOwnUpdate` and a packet id it is an acknowledgement:
-    /// its content is taken only when nothing is pending any more, and an id that is not pending is
+    /// its content is taken only once nothing is pending any more, and an id that is not pending is
     /// ignored. Any other packet is taken at once, even while writes are in flight. Content of the
     /// wrong shape is logged; see DatacorePacket::populate.
     void populateFromPacket(const DatacorePacket& packet, bool isOwnUpdate);
 
-    /// The strings, a line each, without a line end at the end. `hasErrors` and `hasWarnings`,
-    /// where given, tell whether a line starts with the word for it.
+    /// The strings, one per line, without a final line end. `hasErrors` and `hasWarnings`, unless
+    /// null, tell whether a line starts with the word for it.
     static QString joinValidationMessages(const QStringList& messages, bool* hasErrors,
                                           bool* hasWarnings);
 
@@ -52,18 +52,18 @@ Q_SIGNALS:
     void datacoreUpdated(QStringList data, QStringList validationMessages, bool isActive);
     /// A local write must go to the server.
     void clientDatacoreHasUpdateForServer(int packetID, ClientDatacore* datacore);
-    /// A local write was made; always ahead of the signal above.
+    /// A local write was made; always emitted before the signal above.
     void datacoreOutOfSyncWithServer();
-    /// Nothing is pending any more. It comes ahead of the packet's content: until datacoreUpdated,
-    /// which follows where that is new, the mirror holds what it held before.
+    /// Nothing is pending any more. Emitted before the packet's content is taken: the mirror still
+    /// holds its old content until datacoreUpdated, which follows if the content is new.
     void datacoreInSyncWithServer();
-    /// An acknowledgement skipped earlier writes; the number counts the acknowledged one as well.
+    /// An acknowledgement skipped earlier writes; the number includes the acknowledged one.
     void lostPackets(int numLostPackets);
 
 public Q_SLOTS:
-    // Each writes its argument as text: whole numbers in decimal, floating point ones with six
-    // significant digits (setDataString takes more), bools as "true" and "false", points and sizes
-    // as "x,y". An equal value is no write.
+    // Each writes its argument as text: whole numbers in decimal, floating-point ones with six
+    // significant digits (use setDataString for more), bools as "true" and "false", points and
+    // sizes as "x,y". Writing an equal value does nothing.
     void setDataString(QString data);
     void setDataStringList(QStringList data);
     void setDataBool(bool data);
@@ -89,11 +89,11 @@ public Q_SLOTS:
     void setDataDoubleList(QList<double> data);
     void setDataPoint(QPoint point);
     void setDataSize(QSize size);
-    /// Tells datacoreUpdated again.
+    /// Emits datacoreUpdated again.
     void populateConnectedGuiElements();
 
 protected:
-    /// The reasons are the server's.
+    /// Does nothing: the reasons are the server's.
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
     void updateActiveStatus(DatacoreActiveStatusMessages& reasons) override;
     void onChanged() override;

@@ -15,7 +15,7 @@ public:
     explicit ClientDatacoreMonitor(NetworkConnection& serverConnection, QObject* parent = nullptr);
 
 public Q_SLOTS:
-    /// Sends the mirror's values under the packet id; nothing where nothing was written.
+    /// Sends the mirror's values under the packet id; nothing if nothing was written.
     void onClientDatacoreUpdated(int packetIdentifier, ClientDatacore* datacore);
 
 private:

@@ -10,7 +10,7 @@ class ClientDatacoreRegistry;
 class NetworkConnection;
 class SerialisableDataPacketDistributor;
 
-/// Takes "DatacorePacket"s. One that can't be used is logged and dropped.
+/// Takes "DatacorePacket"s. Those that can't be used are logged and dropped.
 class ClientDatacorePopulator : public QObject, public SerialisableDataPacketAcceptorInterface
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ public:
 
     bool canAcceptPacket(QString className) override;
     void acceptPacket(const SerialisableDataPacket& packet) override;
-    /// Gives the packet to the mirror of its path, as an acknowledgement if its "ClientID" is this
+    /// Gives the packet to the mirror of its path; as an acknowledgement if its "ClientID" is this
     /// end of the connection.
     Q_INVOKABLE virtual void populateClientDatacoreFromJson(DatacorePacket datacorePacket);
 

@@ -10,7 +10,7 @@ class ClientDatacoreMonitor;
 class NetworkConnection;
 
 /// Owns one ClientDatacore for each path of the server. It is filled once, from the server's dump,
-/// and empty again when the link is lost; all pointers to mirrors end at registryHasBeenCleared.
+/// and emptied when the link is lost. Pointers to mirrors are valid until registryHasBeenCleared.
 class ClientDatacoreRegistry : public QObject
 {
     Q_OBJECT
@@ -24,15 +24,15 @@ public:
     int getCount() const { return datacores.size(); }
     /// All full paths, in order.
     QStringList getPaths() const { return datacores.keys(); }
-    /// The mirror of a full path; null where there is none.
+    /// The mirror of a full path, or null.
     ClientDatacore* lookup(const QString& path) const;
 
-    /// Makes a mirror for each path, whose writes go to the monitor. A path that ends in "/" or
-    /// comes twice is logged and left out, one without "/" is logged and taken. Does nothing, not
-    /// even a signal, unless the registry is empty.
+    /// Makes a mirror for each path, with its writes going to the monitor. A path that ends in "/"
+    /// or is repeated is logged and left out; one without any "/" is logged but taken. Unless the
+    /// registry is empty, this does nothing and emits nothing.
     void populate(const QStringList& paths, ClientDatacoreMonitor& monitor);
-    /// Deletes all mirrors. One that is in the middle of a call lives until the event loop gets
-    /// back, without saying anything more.
+    /// Deletes all mirrors. One that is in the middle of a call lives on, silently, until control
+    /// returns to the event loop.
     void clear();
 
 Q_SIGNALS:
@@ -46,7 +46,7 @@ Q_SIGNALS:
 public Q_SLOTS:
     /// Clears the registry.
     void onDisconnectedFromServer();
-    /// Looks a path up and tells the result by signal.
+    /// Looks a path up and emits the result.
     void requestLookupDatacoreFromPath(QString path);
 
 private:

@@ -44,7 +44,7 @@ ClientDatacore* DatacoreConnectionBuilderBase::connectDatacore(QString path,
 
 void DatacoreConnectionBuilderBase::populateConnectedGuiElements()
 {
-    // By index: what is told may make somebody connect more, or lose the link.
+    // By index: a receiver may connect more mirrors, or lose the link.
     for (std::size_t i = 0; i < connectedDatacores.size(); ++i) {
         connectedDatacores[i]->populateConnectedGuiElements();
     }

@@ -1,4 +1,5 @@
-// The base of what binds an application's elements to mirrors. Lives on the connection's thread.
+// The base of classes that bind an application's elements to mirrors. Lives on the connection's
+// thread.
 #pragma once
 
 #include "infrastructure/client/ClientDatacoreRegistry.h"
@@ -8,8 +9,8 @@
 
 #include <deque>
 
-/// Binds by path once the registry is filled, and lets go when it is cleared. A subclass says what
-/// it needs in makeConnections.
+/// Binds by path once the registry is filled, and lets go when it is cleared. Subclasses make the
+/// connections they need in makeConnections.
 class DatacoreConnectionBuilderBase : public QObject
 {
     Q_OBJECT
@@ -26,12 +27,12 @@ public:
     explicit DatacoreConnectionBuilderBase(ClientDatacoreRegistry& datacoreRegistry,
                                            QObject* parent = nullptr);
 
-    /// The mirror of a path within a tree, from now on one of the connected ones; null, with a log
-    /// line, where there is none. Asked twice, it is connected twice.
+    /// The mirror of a path within a tree, which becomes one of the connected mirrors; null, with a
+    /// log line, if there is none. A path asked for twice is connected twice.
     virtual ClientDatacore* connectDatacore(QString path, ServerSideDataTree tree);
-    /// Has each connected mirror tell its content again, in the order of connection.
+    /// Makes each connected mirror emit its content again, in the order of connection.
     virtual void populateConnectedGuiElements();
-    /// Calls connectDatacore for what is needed and connects the results.
+    /// Calls connectDatacore for whatever is needed and connects the results.
     virtual void makeConnections() = 0;
 
 Q_SIGNALS:
@@ -41,9 +42,9 @@ Q_SIGNALS:
     void connectionToDatacoresLost();
 
 public Q_SLOTS:
-    /// Forgets the connected mirrors and tells connectionToDatacoresLost.
+    /// Forgets the connected mirrors and emits connectionToDatacoresLost.
     void onRegistryCleared();
-    /// Calls makeConnections and tells connectionToDatacoresGained.
+    /// Calls makeConnections and emits connectionToDatacoresGained.
     void onRegistryPopulated();
 
 private:

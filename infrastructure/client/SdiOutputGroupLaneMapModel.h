@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QStringList>
 
-/// Reads the list from a mirror and gives a user interface a typed one, when it has changed.
+/// Reads the list from a mirror and hands a typed one to the user interface whenever it changes.
 class SdiOutputGroupLaneMapModel : public QObject
 {
     Q_OBJECT
@@ -21,21 +21,21 @@ public:
     };
     Q_ENUM(SourceSubImage)
 
-    static constexpr int LINK_COUNT = 4; ///< the least entries of a list
+    static constexpr int LINK_COUNT = 4; ///< shorter lists are filled up to this
 
     explicit SdiOutputGroupLaneMapModel(QObject* parent = nullptr);
 
-    /// What was told last; empty before the first time.
+    /// The list emitted last; empty before the first.
     const QList<SourceSubImage>& getLinkSourceSubImages() const { return model; }
 
 Q_SIGNALS:
-    /// The list is another than before.
+    /// The list has changed.
     void toUser_LinkSourceSubImagesChanged(QList<SdiOutputGroupLaneMapModel::SourceSubImage> model);
 
 public Q_SLOTS:
-    /// Fits ClientDatacore::datacoreUpdated. Text that is no number of a sub-image counts as 0, a
-    /// list of fewer than LINK_COUNT is filled up with 0, and one shorter than the last is ignored
-    /// with a log line.
+    /// To be connected to ClientDatacore::datacoreUpdated. Text that is not the number of a
+    /// sub-image counts as 0; a list of fewer than LINK_COUNT is filled up with 0; one shorter than
+    /// the last is ignored with a log line.
     void fromDatacoreUpdateSourceSubImages(QStringList updatedSources, QStringList, bool);
 
 private:

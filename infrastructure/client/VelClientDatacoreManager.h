@@ -15,9 +15,8 @@ class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAc
     Q_OBJECT
 
 public:
-    /// Registers itself with the distributor, which must not call it beyond its life. Connection
-    /// and distributor use the same register; where they don't, nothing arrives, and the log says
-    /// so.
+    /// Registers itself with the distributor, which must not call it after its end. Connection and
+    /// distributor must use the same register; otherwise nothing arrives, and the log says so.
     VelClientDatacoreManager(NetworkConnection& connection,
                              SerialisableDataPacketDistributor& distributor,
                              QObject* parent = nullptr);

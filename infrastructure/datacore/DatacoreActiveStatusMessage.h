@@ -9,7 +9,7 @@
 class DatacoreActiveStatusMessage : public MessageBase
 {
 public:
-    /// The identifiers; each but NoContent has a text.
+    /// The identifiers. Each one but NoContent has a text.
     enum MessageContent : qint32 {
         MessageContent_NoContent = 0, ///< no text
         MessageContent_CommandExecutorBusy = 2,
@@ -22,7 +22,7 @@ public:
 
     DatacoreActiveStatusMessage(MessageType messageType, qint32 number);
     explicit DatacoreActiveStatusMessage(const QJsonObject& json);
-    /// The message in the object; one of another class gives (Info, NoContent).
+    /// Reads the message in the object. A message of another class gives (Info, NoContent).
     static DatacoreActiveStatusMessage makeFromJson(const QJsonObject& json);
 
     QString getClass() const override;

@@ -9,14 +9,14 @@
 
 namespace {
 
-constexpr int MAX_NESTED_HOOKS = 1000; ///< hooks whose writes cause one another settle long before
+constexpr int MAX_NESTED_HOOKS = 1000; ///< hooks whose writes trigger each other settle long before
 
 QString defaultClassName()
 {
     return QStringLiteral("DatacoreBase");
 }
 
-/// The hooks that are running on this thread, each within the one before.
+/// The hooks that are running on this thread, each inside the one before.
 struct HookNesting
 {
     int depth = 0;
@@ -29,7 +29,7 @@ HookNesting& hookNesting()
     return nesting;
 }
 
-/// Calls a hook, unless hooks that never settle have been stopped.
+/// Calls a hook, unless hooks have been stopped because they never settle.
 template <typename Hook>
 void callHook(const DatacoreBase& node, Hook&& hook)
 {
@@ -52,7 +52,7 @@ void callHook(const DatacoreBase& node, Hook&& hook)
     hook();
 }
 
-/// Sets a flag for as long as it lives, so that an exception from a hook leaves no node busy.
+/// Sets a flag for its own lifetime, so that an exception from a hook leaves no node busy.
 class Busy
 {
 public:
@@ -205,8 +205,8 @@ std::array<DatacoreElement*, 4> DatacoreBase::getElements()
     return {&classnameElement, &dataElement, &activeStatusElement, &validStatusElement};
 }
 
-/// One call's way through the tree. An object that is copied and changed in a key or two costs half
-/// of one that is built key by key, so nodes without reasons begin with the first such node's.
+/// What one call carries through the tree. Copying an object and changing a key or two costs half
+/// of building it key by key, so nodes without reasons start from a copy of the first such node's.
 struct DatacoreBase::JsonWriter
 {
     bool justData;
@@ -227,7 +227,7 @@ bool DatacoreBase::appendToJson(const QString& path, QJsonObject& json, bool jus
     return true;
 }
 
-/// Inserts the node under its name. With the path at its end, no element fails.
+/// Inserts the node under its name. The path ends here, so no element fails.
 void DatacoreBase::writeNode(QJsonObject& json, JsonWriter& writer) const
 {
     QJsonObject content = writeElements(writer);
@@ -311,8 +311,8 @@ bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justDa
     return true;
 }
 
-/// Takes what stands under the node's name, and then updates once. With the key there, no element
-/// fails. What is no object counts as an empty one.
+/// Takes the value under the node's name, then updates once. The key is there, so no element fails.
+/// Anything but an object counts as an empty one.
 template <typename Object>
 void DatacoreBase::readNode(const Object& object, bool justData)
 {
@@ -325,7 +325,7 @@ void DatacoreBase::readNode(const Object& object, bool justData)
     updateStatus(nothing);
 }
 
-/// Returns the number of keys that are not an element's, or belong to one that is not read.
+/// Returns the number of keys that belong to no element, or to one that is not read.
 int DatacoreBase::readElements(const QJsonObject& object, bool justData)
 {
     int keysLeft = object.size();
@@ -346,7 +346,7 @@ int DatacoreBase::readElements(const PlainJsonValue& object, bool justData)
 {
     int keysLeft = 0;
     const auto elements = getElements();
-    auto next = elements.begin(); // both come in the order of their keys
+    auto next = elements.begin(); // both are in the order of their keys
     for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
         const auto found = std::find_if(next, elements.end(), [&](const DatacoreElement* element) {
             return items.getKey() == element->getKey();
@@ -361,7 +361,7 @@ int DatacoreBase::readElements(const PlainJsonValue& object, bool justData)
     return keysLeft;
 }
 
-/// With no key left, the rest of the children need not be looked for.
+/// Once no key is left, the remaining children need not be looked up.
 void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int keysLeft)
 {
     if (!children || keysLeft == 0) {
@@ -456,16 +456,16 @@ void DatacoreBase::elementChangedLocally()
     updateStatus(self);
 }
 
-/// The update procedure: what happens at this node, and then at all above it, after the nodes of
-/// `list` have changed. It takes the entries out of the list.
+/// The update procedure: what happens at this node, and then at all nodes above it, after the nodes
+/// of `list` have changed. It takes the entries out of the list.
 void DatacoreBase::updateStatus(DatacoreChangeList& list)
 {
-    // 1. A busy node collects what happens under it, and updates when it is done.
+    // 1. A busy node collects the changes below it, and updates when it is done.
     if (populating || updatingStatus || updatesSuppressed) {
         pendingChanges.mergeFrom(list);
         return;
     }
-    // 2. Where nothing has changed, nothing is to be done.
+    // 2. If nothing has changed, there is nothing to do.
     if (list.isEmpty() && pendingChanges.isEmpty()) {
         return;
     }
@@ -480,19 +480,19 @@ void DatacoreBase::updateStatus(DatacoreChangeList& list)
         DatacoreActiveStatusMessages inactiveReasons = activeStatusElement.getMessages();
         updateActiveStatus(inactiveReasons);
         activeStatusElement.setMessages(inactiveReasons);
-        // 6. From here on, writes to this node update it anew.
+        // 6. From here on, a write to this node updates it again.
     }
     // 7. A valid node may act.
     if (isValid()) {
         callHook(*this, [this] { onValid(); });
     }
-    // 8. What came in stands behind the node's own entry of steps 4 and 5.
+    // 8. The incoming changes go after the node's own entry from steps 4 and 5.
     pendingChanges.mergeFrom(list);
     // 9. A changed node may tell.
     if (changeState != 0) {
         callHook(*this, [this] { onChanged(); });
     }
-    // 10. The parent takes all of it.
+    // 10. The parent takes over all of it.
     if (parent != nullptr) {
         parent->updateStatus(pendingChanges);
     }

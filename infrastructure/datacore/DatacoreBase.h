@@ -19,7 +19,7 @@ class DatacoreChildren;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
 /// invalid or inactive, its class name, and its children. Every write validates the node that it
-/// touches and all above it, and the root then knows which nodes changed.
+/// touches and all nodes above it; the root then knows which nodes changed.
 ///
 /// JSON form, with all keys sorted; the just-data form holds "data" and the children alone:
 ///
@@ -40,10 +40,10 @@ class DatacoreChildren;
 class DatacoreBase : public DatacoreJsonInterface, private DatacoreElementPrivateInterface
 {
 public:
-    /// `className` is "DatacoreBase" where not given. A parent enters the node among its children
-    /// under `name`, for which "class", "data", "reasonsForBeingInactive" and
-    /// "reasonsForBeingInvalid" are taken. A second child of the same name is not reachable from
-    /// its parent. A null parent makes a root.
+    /// Without a `className` the node is a "DatacoreBase". The parent adds the node to its children
+    /// under `name`; "class", "data", "reasonsForBeingInactive" and "reasonsForBeingInvalid" are
+    /// reserved. A second child of the same name can't be reached from the parent. A null parent
+    /// makes a root.
     DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
                  const QString& value);
     DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
@@ -54,20 +54,20 @@ public:
     DatacoreBase(const QString& name, DatacoreBase* parentNode);
     ~DatacoreBase() override;
 
-    /// Writes the node at `path` under its name, in the form above. A path that leads nowhere gives
-    /// false, without a message, and leaves `json` as it was. Children are written without this
-    /// operation, and read without the next, so neither can be overridden.
+    /// Writes the node at `path` under its name, in the form above. If there is no such node,
+    /// returns false without a message and leaves `json` as it was. Children are not written
+    /// through this function nor read through the next, so neither can be overridden.
     bool appendToJson(const QString& path, QJsonObject& json, bool justData, bool withChildren,
                       DatacoreJsonMessages& messages) const final;
     /// Appends what appendToJson gives for this node without its children, as compact JSON text.
     void appendToJsonText(QByteArray& text, bool justData) const;
-    /// Reads the node at `path` from `json`, whose only key must be the node's name. Keys that are
-    /// absent leave what they stand for as it is, keys that are unknown are ignored. False, without
-    /// a message, for a path that leads nowhere and for an object of another shape. Each node that
-    /// changed validates once.
+    /// Reads the node at `path` from `json`, whose only key must be the node's name. Absent keys
+    /// leave their part of the node as it is; unknown keys are ignored. Returns false, without a
+    /// message, if there is no such node or the object has another shape. Each node that changed
+    /// validates once.
     bool populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                           DatacoreJsonMessages& messages) final;
-    /// The same for this node from plain text, in which the value stands under the node's name.
+    /// The same for this node, from plain text that holds the value under the node's name.
     bool populateFromPlainJson(const PlainJsonValue& json, bool justData);
 
     bool isValid() const { return validStatusElement.getMessages().isEmpty(); }
@@ -80,29 +80,29 @@ public:
     bool areChildrenValid() const;
 
     int getDataCount() const { return dataElement.getCount(); }
-    /// The first value; empty where there is none.
+    /// The first value; empty if there is none.
     QString getData() const { return dataElement.getValue(0); }
-    /// The value at an index from 0; empty where there is none.
+    /// The value at an index from 0; empty if there is none.
     QString getDataAt(int index) const { return dataElement.getValue(index); }
     std::deque<QString> getDataList() const { return dataElement.getValues(); }
 
     const QString& getInstanceName() const { return instanceName; }
     QString getClassName() const { return classnameElement.getClassName(); }
-    /// The names from the root to this node, the root's included. So this is longer by one name
-    /// than the paths that the root takes.
+    /// The names from the root down to this node, joined. Paths given to the root leave out the
+    /// root's own name, with which this one begins.
     QString getPath() const;
-    /// The children by name.
+    /// The children, in the order of their names.
     std::vector<DatacoreBase*> getChildren() const;
-    /// The node at a path relative to this one, null where there is none. An empty path is this
-    /// node; a delimiter at the end is allowed, one at the front or two in a row are not.
+    /// The node at a path relative to this one, or null. The empty path is this node. A delimiter
+    /// may end the path, but not begin it, and two in a row lead nowhere.
     DatacoreBase* findDatacore(QStringView path);
     const DatacoreBase* findDatacore(QStringView path) const;
 
     /// 0 unchanged; 1 changed by incoming JSON only; 2 changed here, by a setter or by its own
-    /// validation. A new node has 2.
+    /// validation. A new node starts at 2.
     quint32 getChangeState() const { return changeState; }
 
-    /// Takes one value, or a list, in place of all. Equal values are no change.
+    /// Replaces all values, with one value or with a list. Equal values are no change.
     void setData(const QString& value) { dataElement.setValue(value); }
     void setData(const std::deque<QString>& values) { dataElement.setValues(values); }
 
@@ -110,31 +110,31 @@ public:
     void clearChangeState();
     /// The same for this node alone.
     void clearOwnChangeState() { changeState = 0; }
-    /// The nodes that changed and have not been taken, each once, in the order in which they got
-    /// here. After a write they are all at the root.
+    /// Returns and clears the list of changed nodes. Each is listed once, in the order in which
+    /// they arrived here. After a write they are all at the root.
     std::vector<DatacoreBase*> takeChangedList();
     /// Calls onValid on every valid node from here down, children first.
     void notifyValidRecursive();
 
 protected:
-    /// Rewrites the list with the reasons that hold now. The default clears it, so a class that
-    /// does not override it is valid whatever JSON it receives. A write to this node that happens
-    /// meanwhile is not validated.
+    /// Replaces the list with the current reasons. The default clears it, so a class that does not
+    /// override this is valid whatever JSON it receives. A write to this node during the call is
+    /// not validated.
     virtual void updateValidStatus(DatacoreValidStatusMessages& reasons);
-    /// The same for being active.
+    /// The same for the active status.
     virtual void updateActiveStatus(DatacoreActiveStatusMessages& reasons);
     void elementChangedLocally() override;
     /// Called in each update of a valid node.
     virtual void onValid();
-    /// Called in each update of a node that has changed. This hook and onValid may write to any
-    /// node. Where their writes cause one another without end, they are stopped with a log line: no
-    /// hook is called any more until the outermost one returns.
+    /// Called in each update of a changed node. This hook and onValid may write to any node. If
+    /// their writes go on triggering each other, a log line says so and no hook is called until the
+    /// outermost one returns.
     virtual void onChanged();
     void elementPopulated() override;
 
     void setClassName(const QString& name) { classnameElement.setClassName(name); }
-    /// Finds the reasons for the first status without telling anybody: for a constructor whose
-    /// value may be bad from the start.
+    /// Works out the initial status without telling anyone. For a constructor whose value may be
+    /// bad from the start.
     void initialiseStatus();
 
     bool updatesSuppressed = false; ///< holds this node's updates back while a subclass sets it
@@ -163,11 +163,10 @@ private:
     DatacoreActiveStatusElement activeStatusElement;
     DatacoreClassnameElement classnameElement;
     quint32 changeState = 2;
-    bool populating = false;     ///< populateFromJson is at work on this node
-    bool updatingStatus = false; ///< this node finds its reasons
+    bool populating = false;     ///< populateFromJson is running on this node
+    bool updatingStatus = false; ///< the node's status is being worked out
     DatacoreChangeList pendingChanges;
-    std::unique_ptr<DatacoreChildren>
-        children; ///< null where there are none, as with nearly all nodes
+    std::unique_ptr<DatacoreChildren> children; ///< null without children, as in nearly all nodes
     QString instanceName;
     DatacoreBase* parent;
 };

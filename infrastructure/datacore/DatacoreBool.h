@@ -10,7 +10,7 @@ class DatacoreBool : public DatacoreBase
 public:
     static QString CLASSNAME() { return QStringLiteral("DatacoreBool"); }
 
-    /// The value false.
+    /// Starts as false.
     DatacoreBool(const QString& name, DatacoreBase* parentNode);
     DatacoreBool(const QString& name, DatacoreBase* parentNode, bool flag);
     DatacoreBool(const QString& name, DatacoreBase* parentNode, const std::deque<bool>& flags);

@@ -12,7 +12,7 @@ constexpr std::size_t FIRST_SLOT_COUNT = 32;  ///< a power of two; at most half 
 
 } // namespace
 
-/// The entries, and from some number on an open-addressed table to find them by.
+/// The entries and, above a certain number, an open-addressed table to find them.
 struct DatacoreChangeList::Several
 {
     std::vector<DatacoreBase*> nodes;
@@ -36,7 +36,7 @@ struct DatacoreChangeList::Several
         }
     }
 
-    /// True when the slots were worth their memory: at least one in 16 is taken.
+    /// True if the slots were worth their memory: at least one in 16 is taken.
     bool isWellFilled() const
     {
         return nodes.size() > MAX_WALKED_ENTRIES && 16 * nodes.size() >= slots.size();
@@ -49,7 +49,7 @@ struct DatacoreChangeList::Several
     }
 
 private:
-    /// The slot of the node, or the free one where it goes.
+    /// The node's slot, or the free one where it belongs.
     uint32_t& findSlot(const DatacoreBase* node)
     {
         // The product spreads addresses, which are multiples of a node's size, over the high bits.
@@ -104,7 +104,7 @@ void DatacoreChangeList::mergeFrom(DatacoreChangeList& other)
     if (&other == this) {
         return;
     }
-    if (single == nullptr && !several) { // the whole list goes up as it is
+    if (single == nullptr && !several) { // the whole list is passed up as it is
         std::swap(single, other.single);
         std::swap(several, other.several);
         return;

@@ -1,4 +1,4 @@
-// The nodes of the state tree that have changed and that nobody has asked for yet.
+// The changed nodes of the state tree that nobody has asked for yet.
 #pragma once
 
 #include <memory>
@@ -6,9 +6,9 @@
 
 class DatacoreBase;
 
-/// An ordered set of nodes. Adding a node costs the same however many there are. The nodes are not
-/// owned and never looked into, so one that is gone does no harm here. One entry takes no memory
-/// beside the object.
+/// An ordered set of nodes. Adding takes the same time however many there are. Nodes are not owned
+/// and never dereferenced, so a deleted one does no harm here. A single entry needs no memory
+/// besides the object.
 class DatacoreChangeList
 {
 public:
@@ -20,11 +20,11 @@ public:
 
     bool isEmpty() const;
 
-    /// Moves the entries of `other` to the end of this list, and leaves it empty. Those that are
-    /// null or that this list holds already are dropped.
+    /// Moves the entries of `other` to the end of this list and leaves `other` empty. Null entries
+    /// and those already in this list are dropped.
     void mergeFrom(DatacoreChangeList& other);
-    /// The entries in order; the list is then empty. After many entries it keeps the memory by
-    /// which it tells them apart, for the next many; after few it lets go of it.
+    /// Returns the entries in order and empties the list. After many entries it keeps the memory of
+    /// its look-up table for next time; after few it frees it.
     std::vector<DatacoreBase*> take();
 
 private:
@@ -32,6 +32,6 @@ private:
 
     void add(DatacoreBase* node);
 
-    DatacoreBase* single = nullptr;   ///< the only entry there has been so far
-    std::unique_ptr<Several> several; ///< the entries, where there have been more
+    DatacoreBase* single = nullptr;   ///< the only entry so far
+    std::unique_ptr<Several> several; ///< the entries, once there have been more
 };

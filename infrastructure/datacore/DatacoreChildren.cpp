@@ -7,7 +7,8 @@ namespace {
 
 constexpr std::size_t MAX_WALKED_ENTRIES = 8; ///< up to here a walk is as fast as the table
 
-/// Of every character, four at a time. It stays within the process, so byte order is nothing to it.
+/// Hashes every character, four at a time. It never leaves the process, so byte order is
+/// irrelevant.
 quint32 hashOf(QStringView name)
 {
     constexpr quint64 multiplier = Q_UINT64_C(0x9E3779B97F4A7C15);
@@ -100,7 +101,7 @@ void DatacoreChildren::addToTable(std::size_t place)
     table[i & (table.size() - 1)] = {hash, static_cast<quint32>(place + 1)};
 }
 
-/// Makes a table for the entries that there are, and as many again.
+/// Makes a table with room for twice the entries that there are.
 void DatacoreChildren::growTable()
 {
     std::size_t count = 4 * MAX_WALKED_ENTRIES;

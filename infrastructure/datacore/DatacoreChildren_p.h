@@ -9,9 +9,9 @@
 
 class DatacoreBase;
 
-/// Children to be found by name and walked in the order of their names. The nodes are not owned and
-/// never looked into, so one that is gone does no harm here. Finding one of many takes a look into
-/// a hash table; up to eight are compared one by one.
+/// Children, found by name or walked in the order of their names. Nodes are not owned and never
+/// dereferenced, so a deleted one does no harm here. Up to eight names are compared one by one;
+/// beyond that a hash table finds them.
 class DatacoreChildren
 {
 public:
@@ -22,14 +22,14 @@ public:
         DatacoreBase* node;
     };
 
-    /// The first of a name stays.
+    /// If the name is taken, the earlier child stays.
     void add(const QString& name, DatacoreBase* node);
-    /// Null where there is none of this name.
+    /// Null if no child has this name.
     DatacoreBase* find(QStringView name) const;
-    /// All of them, in the order of their names.
+    /// All children, in the order of their names.
     const std::vector<Entry>& inOrder();
-    /// Calls `use` with each name and node in that order, until it returns false. It may add
-    /// children; those behind the one that it was called with get their turn too.
+    /// Calls `use` with each name and node in that order until it returns false. `use` may add
+    /// children; those that come after the current one get their turn too.
     template <typename Use>
     void walk(Use use)
     {
@@ -48,13 +48,13 @@ private:
     struct Slot
     {
         quint32 hash;
-        quint32 place; ///< in `entries`, plus 1; 0 is free
+        quint32 place; ///< index in `entries` plus 1; 0 is free
     };
 
     void addToTable(std::size_t place);
     void growTable();
 
     std::vector<Entry> entries;
-    std::vector<Slot> table; ///< a power of two of slots, half of them free; none for few entries
-    bool isSorted = true;    ///< children mostly come in the order of their names
+    std::vector<Slot> table; ///< a power of two slots, half of them free; none for few entries
+    bool isSorted = true;    ///< children are mostly added in the order of their names
 };

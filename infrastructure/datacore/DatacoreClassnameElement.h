@@ -3,14 +3,14 @@
 
 #include "infrastructure/datacore/DatacoreElement.h"
 
-/// A class name. It is written, and never read: what a peer says of the class is ignored.
+/// A class name. It is written but never read: a peer's class name is ignored.
 class DatacoreClassnameElement final : public DatacoreElement
 {
 public:
     DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner, const QString& name);
 
     const QString& getClassName() const { return className; }
-    /// Takes another name; the owner is told unless it is the same.
+    /// Sets the name. The owner is told if it is another one.
     void setClassName(const QString& name);
 
     QLatin1String getKey() const override { return QLatin1String("class"); }

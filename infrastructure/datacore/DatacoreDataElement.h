@@ -17,12 +17,12 @@ public:
                         const std::deque<QString>& values);
 
     int getCount() const { return single.isNull() ? several.size() : 1; }
-    /// The value at an index from 0; empty where there is none.
+    /// The value at an index from 0; empty if there is none.
     QString getValue(int index) const;
     std::deque<QString> getValues() const;
 
-    /// Takes one value, or a list, in place of all. Equal values are no change; any other is one,
-    /// and the owner is told.
+    /// Replaces all values, with one value or with a list. The owner is told, unless the values are
+    /// equal.
     void setValue(const QString& value);
     void setValues(const std::deque<QString>& values);
 
@@ -30,7 +30,7 @@ public:
     bool isData() const override;
     QJsonValue toJsonValue() const override;
     void appendJsonText(QByteArray& text) const override;
-    /// A JSON number, boolean or object is taken as an empty string.
+    /// A JSON number, boolean or object is read as an empty string.
     void readJsonValue(const QJsonValue& value) override;
     void readPlainJson(const PlainJsonValue& value) override;
 

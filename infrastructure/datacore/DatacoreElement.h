@@ -9,15 +9,15 @@
 
 class PlainJsonValue;
 
-/// One part of a node: its values, its class name, or one of its two lists of reasons. It is a leaf
-/// of the path: any path but the empty one fails with message (Error, 5).
+/// One part of a node: its values, its class name, or one of its two lists of reasons. Paths end
+/// here: any path but the empty one fails with message (Error, 5).
 class DatacoreElement : public DatacoreJsonInterface
 {
 public:
-    /// The key under which it stands in its node's JSON.
+    /// Its key in the node's JSON.
     virtual QLatin1String getKey() const = 0;
-    /// True for what the just-data form holds. Elements that it does not hold neither write nor
-    /// read anything in that form, and answer true.
+    /// True if the just-data form includes this element. In that form the others neither write nor
+    /// read anything, and return true.
     virtual bool isData() const;
 
     bool appendToJson(const QString& path, QJsonObject& json, bool justData, bool withChildren,
@@ -26,13 +26,13 @@ public:
     bool populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                           DatacoreJsonMessages& messages) final;
 
-    /// What stands under the key.
+    /// The value for the key.
     virtual QJsonValue toJsonValue() const = 0;
-    /// Appends what stands under the key, as compact JSON text.
+    /// Appends the value for the key, as compact JSON text.
     virtual void appendJsonText(QByteArray& text) const;
-    /// Takes what stands under the key. The owner is told if that is a change.
+    /// Takes the key's value. The owner is told if that is a change.
     virtual void readJsonValue(const QJsonValue& value) = 0;
-    /// The same, read where it stands in plain text.
+    /// The same from plain text, read in place.
     virtual void readPlainJson(const PlainJsonValue& value);
 
 protected:

@@ -1,7 +1,7 @@
 // What an element of a node tells the node.
 #pragma once
 
-/// The back-channel from an element to its owner. The difference between the two decides whether a
+/// How an element reports to its owner. Which of the two functions it calls decides whether a
 /// mirror has something to send onwards.
 class DatacoreElementPrivateInterface
 {

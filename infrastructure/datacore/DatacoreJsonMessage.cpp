@@ -28,7 +28,7 @@ QString DatacoreJsonMessage::getClass() const
 
 QString DatacoreJsonMessage::getText() const
 {
-    // The last two read as identifiers, on purpose: peers match on them.
+    // The last two look like identifiers on purpose: peers match on them.
     static constexpr TextRow TEXTS[] = {
         {0, "Datacore path could not be resolved"},
         {1, "Badly formed path"},

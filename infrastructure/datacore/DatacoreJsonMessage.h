@@ -9,7 +9,7 @@
 class DatacoreJsonMessage : public MessageBase
 {
 public:
-    /// What went wrong. The tree produces the last two alone.
+    /// What went wrong. The tree itself only produces the last two.
     enum MessageContent : qint32 {
         MessageContent_DatacorePathNotResolved = 0,
         MessageContent_BadlyFormedPath = 1,
@@ -24,7 +24,7 @@ public:
 
     DatacoreJsonMessage(MessageType messageType, qint32 number);
     explicit DatacoreJsonMessage(const QJsonObject& json);
-    /// The message in the object; one of another class is logged and gives (Info, -1).
+    /// Reads the message in the object. A message of another class is logged and gives (Info, -1).
     static DatacoreJsonMessage makeFromJson(const QJsonObject& json);
 
     QString getClass() const override;

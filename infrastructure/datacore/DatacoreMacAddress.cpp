@@ -43,7 +43,7 @@ QString toText(const Octets& octets, Base base, char separator)
     return text.toUpper();
 }
 
-/// One octet: digits of the base and nothing else, up to 255.
+/// One octet: only digits of the base, and at most 255.
 bool readOctet(const QString& text, Base base, quint8& octet)
 {
     const int maxDigits = base == Tessorn::Types::Base_Hexadecimal ? 2 : 3;
@@ -56,10 +56,10 @@ bool readOctet(const QString& text, Base base, quint8& octet)
     return ok && isDigits && text.size() <= maxDigits && number <= 0xFF;
 }
 
-/// The text under which an address given as text is stored.
+/// The text that is stored for an address given as text.
 QString toStoredText(const QString& text, Base base, char separator)
 {
-    // The letters of the text may have been put in upper case, the separator with them.
+    // If the text was put in upper case, so was the separator.
     const QStringList parts =
         text.split(QLatin1Char(separator), Qt::KeepEmptyParts, Qt::CaseInsensitive);
     Octets octets{};

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int SIGNIFICANT_DIGITS = 20; ///< more than the 17 that bring any double back
+constexpr int SIGNIFICANT_DIGITS = 20; ///< more than the 17 that restore any double
 
 template <typename T>
 DatacoreValidStatusMessage notConvertable()

@@ -9,12 +9,12 @@
 #include <deque>
 
 /// One number or a list of them, kept as text and converted on access. T is one of short, int,
-/// long, long long, their unsigned forms, float and double. Whole numbers are in decimal; float and
-/// double are written with 20 significant digits, so they come back unchanged.
+/// long, long long, their unsigned forms, float and double. Whole numbers are written in decimal;
+/// float and double with 20 significant digits, so that they come back unchanged.
 ///
-/// Text that is no number is kept, goes out in JSON as it is, and makes the leaf invalid with one
-/// message (Error, 6 or 7) for the whole list. A number too large for T is cut to its low bits
-/// without a message; DatacoreNumberLimits is for that.
+/// Text that is not a number is kept, goes out in JSON as it is, and makes the leaf invalid with
+/// one message (Error, 6 or 7) for the whole list. A whole number too large for T is cut to its low
+/// bits without a message, and limits of the same T see only what is left of it.
 template <typename T>
 class DatacoreNumber : public DatacoreBase
 {
@@ -26,36 +26,36 @@ public:
     /// DatacoreNumber<int> => "DatacoreInt32", by the size of T.
     static QString CLASSNAME();
 
-    /// The value 0.
+    /// Starts with the value 0.
     DatacoreNumber(const QString& name, DatacoreBase* parentNode);
     DatacoreNumber(const QString& name, DatacoreBase* parentNode, T number);
     DatacoreNumber(const QString& name, DatacoreBase* parentNode, const std::deque<T>& numbers);
 
-    /// The first value. `ok` is false where it is no number, or there is none; then what
-    /// `deserialise` gives.
+    /// The first value. If it is not a number or there is none, `ok` is false and the result is
+    /// what `deserialise` gives.
     T getDataNumber(bool& ok) const;
-    /// All values. `ok` is false where one is no number; 0 stands in its place.
+    /// All values. If one is not a number, `ok` is false and it becomes 0.
     std::deque<T> getDataNumbers(bool& ok) const;
 
     void setDataNumber(T number);
     void setDataNumbers(const std::deque<T>& numbers);
 
-    /// The number that a text stands for. Where it stands for none, `ok` is false and the number 0,
-    /// or infinity for a floating number that is too large.
+    /// The number that a text stands for. If it is not a number, `ok` is false and the result is 0,
+    /// or infinity for a floating-point number that is too large.
     static T deserialise(const QString& text, bool& ok);
 
 protected:
-    /// For a subclass with a class name of its own.
+    /// For subclasses with their own class name.
     DatacoreNumber(const QString& className, const QString& name, DatacoreBase* parentNode,
                    const std::deque<T>& numbers);
     DatacoreNumber(const QString& className, const QString& name, DatacoreBase* parentNode,
                    T number);
 
-    /// All values as they convert, without heap memory for the usual few.
+    /// All values as numbers; the usual few take no heap memory.
     using Numbers = QVarLengthArray<T, 16>;
 
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
-    /// Rewrites the reasons with those that conversion gives, and returns the numbers.
+    /// Converts all values and replaces the reasons with those that the conversion gives.
     Numbers convertAll(DatacoreValidStatusMessages& reasons) const;
 
     /// The text that deserialise reads back to the same number.

@@ -1,4 +1,4 @@
-// What makes converted numbers bad: the checks that the kinds of numeric leaves combine.
+// Checks of converted numbers, which the numeric leaves combine.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreValidStatusMessage.h"
@@ -9,7 +9,7 @@
 
 namespace DatacoreNumberChecks {
 
-/// True when no value occurs twice; n log n. NaN, which equals nothing, occurs never.
+/// True if no value occurs twice; n log n. NaN equals nothing, so it never counts as a duplicate.
 template <typename Numbers>
 bool areUnique(const Numbers& numbers)
 {
@@ -22,7 +22,7 @@ bool areUnique(const Numbers& numbers)
     return std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end();
 }
 
-/// Adds one message (Error, 23) where a value occurs twice.
+/// Adds one message (Error, 23) if a value occurs twice.
 template <typename Numbers>
 void checkUniqueness(const Numbers& numbers, DatacoreValidStatusMessages& reasons)
 {

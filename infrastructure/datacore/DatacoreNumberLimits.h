@@ -14,9 +14,9 @@ public:
     /// DatacoreNumberLimits<int> => "DatacoreInt32Limits", by the size of T.
     static QString CLASSNAME();
 
-    /// The value 0, and the limits of T.
+    /// Starts with the value 0 and the limits of T.
     DatacoreNumberLimits(const QString& name, DatacoreBase* parentNode);
-    /// The value 0, which may lie outside.
+    /// Starts with the value 0, which may lie outside the limits.
     DatacoreNumberLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum);
     DatacoreNumberLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum,
                          const std::deque<T>& numbers);
@@ -25,7 +25,7 @@ public:
     T getMaximumValue() const { return maximumValue; }
 
 protected:
-    /// For a subclass with a class name of its own.
+    /// For subclasses with their own class name.
     DatacoreNumberLimits(const QString& className, const QString& name, DatacoreBase* parentNode,
                          T minimum, T maximum, const std::deque<T>& numbers);
     DatacoreNumberLimits(const QString& className, const QString& name, DatacoreBase* parentNode,

@@ -1,10 +1,10 @@
-// A leaf of the state tree that holds numbers of which no two are equal.
+// A leaf of the state tree that holds numbers without duplicates.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreNumber.h"
 
 /// Numbers without duplicates. A list with duplicates is kept and makes the leaf invalid with one
-/// message (Error, 23). Values that are no numbers count as 0, so two of them are duplicates too.
+/// message (Error, 23). Values that are not numbers count as 0, so two of them are duplicates too.
 template <typename T>
 class DatacoreNumberSet : public DatacoreNumber<T>
 {
@@ -12,15 +12,15 @@ public:
     /// The same for every T; peers know the class by it.
     static QString CLASSNAME();
 
-    /// The value 0.
+    /// Starts with the value 0.
     DatacoreNumberSet(const QString& name, DatacoreBase* parentNode);
     DatacoreNumberSet(const QString& name, DatacoreBase* parentNode, const std::deque<T>& numbers);
 
-    /// True when no value occurs twice. NaN equals nothing, itself included.
+    /// True if no value occurs twice. NaN equals nothing, itself included.
     static bool areAllNumbersUnique(const std::deque<T>& numbers);
 
 protected:
-    /// For a subclass with a class name of its own.
+    /// For subclasses with their own class name.
     DatacoreNumberSet(const QString& className, const QString& name, DatacoreBase* parentNode,
                       const std::deque<T>& numbers);
 

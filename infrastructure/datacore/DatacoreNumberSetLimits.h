@@ -1,4 +1,4 @@
-// A leaf of the state tree that holds numbers within limits of which no two are equal.
+// A leaf of the state tree that holds numbers within limits and without duplicates.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
@@ -12,15 +12,15 @@ public:
     /// The same for every T; peers know the class by it.
     static QString CLASSNAME();
 
-    /// The value 0, and the limits of T.
+    /// Starts with the value 0 and the limits of T.
     DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode);
-    /// The value 0, which may lie outside.
+    /// Starts with the value 0, which may lie outside the limits.
     DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum);
     DatacoreNumberSetLimits(const QString& name, DatacoreBase* parentNode, T minimum, T maximum,
                             const std::deque<T>& numbers);
 
 protected:
-    /// For a subclass with a class name of its own.
+    /// For subclasses with their own class name.
     DatacoreNumberSetLimits(const QString& className, const QString& name, DatacoreBase* parentNode,
                             T minimum, T maximum, const std::deque<T>& numbers);
 

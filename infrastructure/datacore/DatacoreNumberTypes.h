@@ -1,4 +1,4 @@
-// The types that numeric leaves are built for, as a table for the sources that instantiate them.
+// The table of types for which the numeric leaves are instantiated.
 #pragma once
 
 #include <climits>
@@ -10,7 +10,7 @@
 #define DATACORE_LONG_WIDTH "64"
 #endif
 
-/// Expands ROW(type, piece of the class name) for each type.
+/// Expands ROW(type, part of the class name) for each type.
 #define DATACORE_FOR_EACH_NUMBER_TYPE(ROW)                                                         \
     ROW(short, "Int16")                                                                            \
     ROW(int, "Int32")                                                                              \
@@ -23,7 +23,7 @@
     ROW(float, "Float")                                                                            \
     ROW(double, "Double")
 
-/// True for those types.
+/// True for the types of the table.
 template <typename T>
 constexpr bool IS_DATACORE_NUMBER_TYPE = false;
 #define DATACORE_TAKE_TYPE(TYPE, NAME)                                                             \

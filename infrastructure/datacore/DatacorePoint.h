@@ -5,25 +5,25 @@
 
 #include <QPoint>
 
-/// One point or a list of them, as the text "x,y" in decimal. A text of another shape is kept and
-/// makes the leaf invalid, with one message (Error, 20) for each. A coordinate beyond an int is cut
-/// to its low bits.
+/// One point or a list of them, as the text "x,y" in decimal. Text of another shape is kept and
+/// makes the leaf invalid, with one message (Error, 20) for each. A coordinate too large for an int
+/// is cut to its low bits.
 class DatacorePoint : public DatacoreBase
 {
 public:
     static QString CLASSNAME() { return QStringLiteral("DatacorePoint"); }
 
-    /// The point 0,0.
+    /// Starts with the point 0,0.
     DatacorePoint(const QString& name, DatacoreBase* parentNode);
     DatacorePoint(const QString& name, DatacoreBase* parentNode, int x, int y);
     DatacorePoint(const QString& name, DatacoreBase* parentNode, const std::deque<QPoint>& points);
 
-    /// The first value. `ok` is false, and the point 0,0, where it is no point or there is none.
+    /// The first value. If it is not a point or there is none, `ok` is false and the result is 0,0.
     QPoint getDataPoint(bool& ok) const;
-    /// All values. `ok` is false where one is no point; 0,0 stands in its place.
+    /// All values. If one is not a point, `ok` is false and it becomes 0,0.
     std::deque<QPoint> getDataPoints(bool& ok) const;
 
-    /// Take one point, or a list, in place of all. Equal values are no change.
+    /// Replace all values, with one point or with a list. Equal values are no change.
     void setDataPoint(int x, int y);
     void setDataPoints(const std::deque<QPoint>& points);
 

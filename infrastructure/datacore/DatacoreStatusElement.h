@@ -1,4 +1,4 @@
-// A list of status messages as an element of a node; what the valid and the active status share.
+// A list of status messages as an element of a node: the base of the valid and the active status.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreElement.h"
@@ -16,8 +16,8 @@ class DatacoreStatusElement : public DatacoreElement
 public:
     const QVector<Message>& getMessages() const { return messages; }
 
-    /// Takes another list; the owner is told, before it takes effect, if it differs from the one
-    /// held in length or in a message.
+    /// Replaces the list. If it differs in length or in a message, the owner is told before the new
+    /// list takes effect.
     void setMessages(const QVector<Message>& newMessages)
     {
         if (!isSame(newMessages)) {
@@ -26,7 +26,7 @@ public:
         messages = newMessages;
     }
 
-    /// Takes the first list, at construction; nobody is told.
+    /// Sets the first list, during construction; nobody is told.
     void initialiseMessages(const QVector<Message>& newMessages) { messages = newMessages; }
 
     QJsonValue toJsonValue() const override
@@ -47,7 +47,7 @@ public:
         }
     }
 
-    /// Keeps the messages of this class. Anything but an array is ignored.
+    /// Takes the messages of this class out of an array. Anything but an array is ignored.
     void readJsonValue(const QJsonValue& value) override
     {
         if (!value.isArray()) {
@@ -69,7 +69,7 @@ public:
         messages = kept;
     }
 
-    /// No reasons, as in most nodes, and none held is told apart without an array being built.
+    /// The same. In the usual case, no reasons before or after, it builds no array.
     void readPlainJson(const PlainJsonValue& value) override;
 
 protected:

@@ -31,7 +31,7 @@ public:
 
     DatacoreValidStatusMessage(MessageType messageType, qint32 number);
     explicit DatacoreValidStatusMessage(const QJsonObject& json);
-    /// The message in the object; one of another class gives (Info, NoContent).
+    /// Reads the message in the object. A message of another class gives (Info, NoContent).
     static DatacoreValidStatusMessage makeFromJson(const QJsonObject& json);
 
     QString getClass() const override;

@@ -9,7 +9,7 @@ namespace {
 using Standard = DatacoreVideoStandard::Standard;
 using Standards = DatacoreVideoStandard::Standards;
 
-/// The log tells of what the text can't hold.
+/// What the text can't hold is logged.
 QString toText(const Standard& standard)
 {
     if (standard == nullptr) {
@@ -33,7 +33,7 @@ std::deque<QString> toTexts(const Standards& standards)
     return texts;
 }
 
-/// Null is no value.
+/// A null makes an empty list.
 Standards listOf(const Standard& standard)
 {
     return standard ? Standards{standard} : Standards();

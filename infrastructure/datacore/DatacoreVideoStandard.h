@@ -6,46 +6,46 @@
 
 #include <memory>
 
-/// One standard or a list of them, or none, each as the four bytes of its first link's payload
-/// identifier in decimal: "137 201 128 1". A text that is no identifier of a known kind is kept and
-/// makes the leaf invalid, with one message (Error, 29) for each.
+/// Any number of standards, each as the four bytes of its first link's payload identifier in
+/// decimal: "137 201 128 1". Text that is not an identifier of a known kind is kept and makes the
+/// leaf invalid, with one message (Error, 29) for each.
 ///
-/// The text tells one identifier, so the record that is read has all links of its interface, but no
-/// square division. One that is written is held as its first quadrant, and a log line at level err
-/// names both.
+/// The text holds only one identifier. So a standard that is read has all links of its interface,
+/// but no square division. One with square division is stored as its first quadrant, and a log line
+/// at level err names both.
 class DatacoreVideoStandard : public DatacoreBase
 {
 public:
-    /// Null stands for no standard.
+    /// Null means no standard.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
     /// In the order of the values.
     using Standards = std::deque<Standard>;
 
     static QString CLASSNAME() { return QStringLiteral("DatacoreVideoStandard"); }
 
-    /// No value.
+    /// Starts without a value.
     DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode);
     DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode, const Standard& standard);
     DatacoreVideoStandard(const QString& name, DatacoreBase* parentNode,
                           const Standards& standards);
 
-    /// The first value; null where there is none or it is no standard. The same record as long as
-    /// the value stays, and no parsing.
+    /// The first value; null if it is not a standard or there is none. Returns the same object for
+    /// as long as the value stays, and parses nothing.
     Standard getDataVideoStandard() const;
-    /// All values; null in the place of one that is no standard.
+    /// All values; null for each that is not a standard.
     Standards getDataVideoStandards() const;
 
     /// Null empties the leaf.
     void setDataVideoStandard(const Standard& standard);
-    /// A null among them is an empty text, which is no standard.
+    /// A null among them is stored as an empty text, which is not a standard.
     void setDataVideoStandards(const Standards& standards);
 
 protected:
-    /// Reads the standards anew. A subclass with reasons of its own calls it first.
+    /// Parses the standards again. A subclass with reasons of its own calls it first.
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
 
 private:
     void readStandards();
 
-    Standards cache; ///< what the data says
+    Standards cache; ///< the values as standards
 };

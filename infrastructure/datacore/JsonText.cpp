@@ -37,7 +37,7 @@ void appendNextJsonKey(QByteArray& text, QLatin1String key)
 
 void appendJsonValue(QByteArray& text, const QJsonValue& value)
 {
-    // Only arrays and objects can be documents.
+    // Only arrays and objects can be documents on their own.
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     text.append(array.constData() + 1, array.size() - 2);
 }

@@ -1,5 +1,5 @@
-// What a message of the state tree has in common: a type and a number. They travel in the tree's
-// JSON; the English text is looked up by the reader.
+// The base of the state tree's messages: a type and a number. They travel in the tree's JSON; the
+// reader looks up the English text.
 #pragma once
 
 #include <QJsonObject>
@@ -14,9 +14,9 @@
 class MessageBase
 {
 public:
-    /// How grave a message is. A number from a peer may be any other.
+    /// The severity of a message. A peer may send any other number.
     enum MessageType : qint32 {
-        MessageType_Warning = 1, ///< no message of this layer has it
+        MessageType_Warning = 1, ///< not used by this layer
         MessageType_Error = 2,   ///< what makes a node invalid; failures of JSON operations
         MessageType_Info = 3,    ///< the default; reasons for being inactive
     };
@@ -33,7 +33,7 @@ public:
     virtual void setIdentifier(qint32 number);
     virtual MessageType getType() const;
     virtual void setType(MessageType newType);
-    /// True when type and identifier agree. The class does not count.
+    /// True if type and identifier agree, whatever the class.
     virtual bool equals(const MessageBase& other) const;
 
     /// The key of type and identifier in the JSON form.
@@ -53,7 +53,7 @@ protected:
     MessageBase(const MessageBase&) = default;
     MessageBase& operator=(const MessageBase&) = default;
 
-    /// The text of the first row with the identifier; null where there is none.
+    /// The text of the first row with the identifier; null if there is none.
     template <std::size_t rowCount>
     static QString findText(const TextRow (&rows)[rowCount], qint32 identifier)
     {

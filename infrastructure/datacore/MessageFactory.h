@@ -8,9 +8,9 @@
 #include <memory>
 #include <vector>
 
-/// The class of a serialised message, as its CLASSNAME(). What is no message, or of no class that
-/// the factory makes, is logged and gives an empty name.
+/// The class of a serialised message, as its CLASSNAME(). Anything that is not a message, or not of
+/// a class that the factory makes, is logged and gives an empty name.
 QLatin1String identifyMessage(const QJsonValue& entry);
 
-/// The messages of an array, in order. An entry that is no message is logged and left out.
+/// The messages of an array, in order. Entries that are not messages are logged and left out.
 std::vector<std::unique_ptr<MessageBase>> deserialiseMessages(const QJsonArray& array);

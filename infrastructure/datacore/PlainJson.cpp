@@ -10,9 +10,9 @@
 namespace {
 
 constexpr int MAX_DEPTH = 128;
-constexpr int MAX_DIGITS = 9; // what fits an int for certain
+constexpr int MAX_DIGITS = 9; // always fits an int
 
-/// True for what a string holds without an escape.
+/// True for what a string may hold without an escape.
 constexpr std::array<bool, 256> makePrintable()
 {
     std::array<bool, 256> table{};
@@ -29,8 +29,8 @@ bool isDigit(char character)
     return character >= '0' && character <= '9';
 }
 
-// Each of these takes the place where something begins, and gives the place after it; null where
-// the text up to `end` does not have it.
+// Each of these functions takes the position where an item begins and returns the position after
+// it, or null if the text up to `end` does not hold the item.
 
 const char* pastString(const char* at, const char* end)
 {
@@ -53,7 +53,7 @@ const char* pastNumber(const char* at, const char* end)
     if (count < 1 || count > MAX_DIGITS || (isZero && (count > 1 || isNegative))) {
         return nullptr;
     }
-    // A fraction or an exponent would go on with a character that nothing allows here.
+    // A fraction or an exponent would go on with a character that no caller allows here.
     return past;
 }
 

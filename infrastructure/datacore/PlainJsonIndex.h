@@ -1,5 +1,5 @@
-// Where the members of a JSON object stand in its text: the part of a packet's content that saves
-// it from being parsed.
+// An index to the members of a JSON object in its text, so that a packet's content need not be
+// parsed.
 #pragma once
 
 #include <QLatin1String>
@@ -8,16 +8,16 @@
 
 class PlainJsonValue;
 
-/// Where the members of an object stand in its text. It holds no pointers: the text may move.
+/// Where the members of an object are in its text. Holds no pointers, so the text may move.
 class PlainJsonIndex
 {
 public:
     static constexpr int MAX_MEMBERS = 6;
 
-    /// Checks the text. False, with the index empty, unless it is a plain object of at most
-    /// MAX_MEMBERS members.
+    /// Checks and indexes the text. Returns false, with the index empty, unless it is a plain
+    /// object of at most MAX_MEMBERS members.
     bool read(const char* text, int size);
-    /// The value under the key in the text that was read; missing where there is none.
+    /// The value of the key in the text that was read; missing if there is none.
     PlainJsonValue find(const char* text, QLatin1String key) const;
 
 private:

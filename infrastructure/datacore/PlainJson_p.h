@@ -1,7 +1,7 @@
-// JSON text (RFC 8259) read where it stands, without an object being built for it. Plain is what
-// programs write for each other: no white space, printable ASCII without escapes, whole numbers of
-// up to nine digits, the keys of an object in ascending order, so that none comes twice. Text that
-// is anything else is for QJsonDocument, which gives the same values for plain text.
+// JSON text (RFC 8259) read in place, without building an object. "Plain" is what programs write
+// for each other: no white space, printable ASCII without escapes, whole numbers of up to nine
+// digits, and the keys of an object in ascending order, so that none comes twice. All other text is
+// left to QJsonDocument, which gives the same values for plain text.
 #pragma once
 
 #include "infrastructure/datacore/PlainJsonIndex.h"
@@ -9,7 +9,7 @@
 #include <QJsonValue>
 #include <QString>
 
-/// A value in plain text, as a view that the text must outlive; by default, one that is missing.
+/// A value in plain text. It is a view: the text must outlive it. By default, a missing value.
 class PlainJsonValue
 {
 public:
@@ -24,16 +24,16 @@ public:
 
     /// The value's own text, quotes and brackets included.
     QLatin1String getText() const { return QLatin1String(text, size); }
-    /// The characters of a string; none of any other value.
+    /// The characters of a string; none for any other value.
     QLatin1String toLatin1() const
     {
         return isString() ? QLatin1String(text + 1, size - 2) : QLatin1String("", 0);
     }
-    /// The same as a QString, which is empty but not null where there are none.
+    /// The same as a QString, which is empty but not null if there are none.
     QString toString() const { return toLatin1(); }
     /// A number's value; the default for any other value.
     int toInt(int defaultValue) const;
-    /// The value as QJsonDocument gives it; undefined for one that is missing.
+    /// The value as QJsonDocument gives it; undefined for a missing one.
     QJsonValue toJsonValue() const;
 
 private:
@@ -51,9 +51,9 @@ private:
     int size = 0;
 };
 
-/// Goes through what an object or an array holds, in the order of the text:
+/// Walks the items of an object or an array, in the order of the text:
 ///     for (PlainJsonItems items(value); !items.isAtEnd(); items.next())
-/// Any other value holds nothing.
+/// Any other value has no items.
 class PlainJsonItems
 {
 public:

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-/// Holds the address of the IP core that the message is for, or comes from. Messages are owned by
+/// Holds the address of the IP core that the message is for or comes from. Messages are owned by
 /// std::unique_ptr<IpCoreMessageBase> and moved, never shared.
 class IpCoreMessageBase
 {

@@ -16,7 +16,7 @@ IpCoreMessageExchange::IpCoreMessageExchange(std::string exchangeName, uint32_t 
 void IpCoreMessageExchange::acceptMessage(std::unique_ptr<IpCoreMessageBase> message)
 {
     if (!message) {
-        return; // takers read an empty pointer as the end of what is waiting
+        return; // takers read an empty pointer as "nothing waiting"
     }
     messageQueue.push(std::move(message));
     if (NotificationReceiverInterface* receiver = notificationReceiver) {

@@ -1,5 +1,4 @@
-// The place where messages pass from one thread to another. Any thread may put messages in and take
-// them out.
+// Where messages pass from one thread to another. Any thread may put messages in and take them out.
 #pragma once
 
 #include "infrastructure/ipcore/IpCoreMessageSink.h"
@@ -11,21 +10,21 @@
 
 class NotificationReceiverInterface;
 
-/// A bounded first-in first-out exchange. It blocks whoever sends while it is full, never whoever
-/// takes, and drops nothing.
+/// A bounded first-in first-out exchange. When full it blocks the sender; it never blocks the
+/// taker, and it drops nothing.
 class IpCoreMessageExchange : public IpCoreMessageSink, public IpCoreMessageSource
 {
 public:
-    /// `size` is the most messages held, `waitMs` the length of one timed wait of a blocked sender.
-    /// The receiver, which may be null and outlives the exchange's use, is called after each
-    /// message has been put in, on the sender's thread and under no lock.
+    /// `size` is the maximum number of messages held, `waitMs` the length of one timed wait of a
+    /// blocked sender. The receiver, which may be null and must outlive the exchange's use, is
+    /// called after each message has been put in, on the sender's thread and without a lock held.
     IpCoreMessageExchange(std::string exchangeName, uint32_t size, uint32_t waitMs,
                           NotificationReceiverInterface* receiver = nullptr);
 
     /// The name given at construction.
     const std::string& getName() const { return name; }
 
-    /// An empty pointer is no message and is ignored.
+    /// An empty pointer is not a message and is ignored.
     void acceptMessage(std::unique_ptr<IpCoreMessageBase> message) override;
     uint32_t spaceAvailable() const override;
     uint32_t capacity() const override;

@@ -12,9 +12,9 @@ class IpCoreMessageSink
 public:
     virtual ~IpCoreMessageSink() = default;
 
-    /// Takes the message; blocks while there is no room. No message is dropped.
+    /// Takes the message; blocks while there is no room. Drops nothing.
     virtual void acceptMessage(std::unique_ptr<IpCoreMessageBase> message) = 0;
-    /// The number of messages that there is room for at this moment.
+    /// The number of messages that there is room for at the moment.
     virtual uint32_t spaceAvailable() const = 0;
     /// The number of messages that there is room for when none is waiting.
     virtual uint32_t capacity() const = 0;

@@ -1,4 +1,4 @@
-// Where messages from the other side are taken.
+// Where messages from the other side are taken out.
 #pragma once
 
 #include "infrastructure/ipcore/IpCoreMessageBase.h"
@@ -13,18 +13,18 @@ class IpCoreMessageSource
 public:
     virtual ~IpCoreMessageSource() = default;
 
-    /// The oldest waiting message, or an empty pointer at once where none is waiting.
+    /// The oldest waiting message, or at once an empty pointer if none is waiting.
     virtual std::unique_ptr<IpCoreMessageBase> takeMessage() = 0;
-    /// True when a message is waiting at this moment.
+    /// True if a message is waiting at the moment.
     virtual bool hasMessage() const = 0;
 
-    /// Has this receiver, in place of an earlier one, told of each message that comes; null tells
-    /// nobody. To be called while nobody sends. A source that can't tell ignores it.
+    /// Sets the receiver that is told of each message that arrives, replacing any earlier one; null
+    /// for none. To be called while nobody is sending. A source that can't notify ignores it.
     virtual void setNotificationReceiver(NotificationReceiverInterface* receiver)
     {
         static_cast<void>(receiver);
     }
-    /// Tells nobody from now on if this is still the receiver, and leaves another one be.
+    /// Stops telling this receiver, if it is still the one set; leaves any other alone.
     virtual void clearNotificationReceiver(NotificationReceiverInterface* receiver)
     {
         static_cast<void>(receiver);

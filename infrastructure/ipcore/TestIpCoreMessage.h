@@ -3,7 +3,7 @@
 
 #include "infrastructure/ipcore/IpCoreMessageBase.h"
 
-/// A message that says what kind it is, so that its taker knows what to cast it to.
+/// A message that says what kind it is, so that its receiver knows what to cast it to.
 class TestIpCoreMessage : public IpCoreMessageBase
 {
 public:

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-/// Counts the messages that it gets, and sends one round-journey message in each pass.
+/// Counts the messages it gets and sends one round-journey message in each pass.
 class TestIpCoreMessageAdaptor : public IpCoreMessageProcessorBase
 {
 public:

@@ -13,7 +13,7 @@ using Tessorn::TextScanner;
 
 namespace {
 
-/// Reads bytes and big-endian numbers; each step says whether all of it was there.
+/// Reads bytes and big-endian numbers; each step tells whether all of it was there.
 class HeaderReader
 {
 public:
@@ -81,7 +81,7 @@ bool readUserId(TextScanner& design, uint32_t& userId)
     return design.number(userId, 16) && (design.atEnd() || design.rest().front() == ';');
 }
 
-/// Prints the parts of the design text; 0 or the number of the check that failed.
+/// Prints the parts of the design text. Returns 0 or the number of the check that failed.
 int printDesign(std::string_view text)
 {
     Machine& machine = Machine::current();
@@ -112,7 +112,7 @@ int printDesign(std::string_view text)
     return 0;
 }
 
-/// A text field as the table below has it.
+/// A text field, as listed in the table below.
 struct Field
 {
     char tag;
@@ -152,7 +152,7 @@ int readField(HeaderReader& header, const Field& field, bool verbose)
     return 0;
 }
 
-/// The fixed start and the design text; 0 or the number of the check that failed.
+/// Reads the fixed start and the design text. Returns 0 or the number of the check that failed.
 int readDesign(HeaderReader& header, bool verbose)
 {
     std::string text;

@@ -90,7 +90,7 @@ int writeDeviceIdentity(uint32_t number)
     struct stat status
     {
     };
-    // A copy to a path that does not exist would make a file there, and succeed.
+    // Copying to a path that does not exist would create a file there, and succeed.
     if (machine.status(device, status) != 0 || !S_ISCHR(status.st_mode)) {
         machine.printError("Failed to open mtd\n");
         return -1;

@@ -32,7 +32,7 @@ public:
     bool write(int value)
     {
         const std::string text = std::to_string(value);
-        errno = openFailure; // others have been opened meanwhile
+        errno = openFailure; // others have been opened in the meantime
         const bool written = file.isOpen() && file.writeAll(text.data(), text.size());
         if (!written) {
             machine.printSystemError(path);
@@ -53,7 +53,7 @@ bool setFan(Machine& machine, const std::string& chip, int duty, bool enable)
     Attribute dutyCycle(machine, chip + "pwm0/duty_cycle", O_RDWR);
     Attribute enabled(machine, chip + "pwm0/enable", O_RDWR);
     if (!enable) {
-        // A driver may refuse a period of 0; what counts is that the channel is off.
+        // A driver may refuse a period of 0. What matters is that the channel is off.
         period.write(0);
         dutyCycle.write(0);
         return enabled.write(0);

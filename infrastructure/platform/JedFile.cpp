@@ -47,7 +47,7 @@ bool numberWithin(TextScanner& text, int least, int most, int& value)
     return text.number(value) && value >= least && value <= most;
 }
 
-/// The number of fields that could be read, DATE_FIELDS for a whole date.
+/// The number of fields that could be read; DATE_FIELDS for a whole date.
 int parseDate(std::string_view from, Date& date)
 {
     TextScanner text(from);
@@ -79,7 +79,7 @@ enum BitOrder {
     BitOrder_LeastSignificantFirst,
 };
 
-/// Packs the characters "0" and "1" at the start of a text; what is missing is 0.
+/// Packs the characters "0" and "1" at the start of a text; missing ones count as 0.
 std::vector<uint8_t> packBits(std::string_view text, std::size_t bits, BitOrder order)
 {
     std::vector<uint8_t> bytes(bits / 8, 0);
@@ -123,7 +123,7 @@ public:
     }
 
 private:
-    /// Whether a line ends the reading, and with what.
+    /// Whether a line ends the reading, and with what result.
     struct Outcome
     {
         bool ends = false;
@@ -133,7 +133,7 @@ private:
     static Outcome goOn() { return {}; }
     static Outcome end(int64_t result) { return {true, result}; }
 
-    /// Takes the next line without its end; false at the end of the file.
+    /// Reads the next line without its end; false at the end of the file.
     bool nextLine()
     {
         line.clear();
@@ -152,7 +152,7 @@ private:
         return true;
     }
 
-    /// The first character of the line, or its end.
+    /// The first character of the line; a line feed if it is empty.
     char first() const { return line.empty() ? '\n' : line.front(); }
     std::string_view behindFirst() const { return std::string_view(line).substr(1); }
 
@@ -188,7 +188,7 @@ private:
         }
     }
 
-    /// The checksums are not compared with anything; they must be there.
+    /// The checksums must be present, but are not compared with anything.
     Outcome readChecksum(int failure)
     {
         TextScanner text(behindFirst());
@@ -201,7 +201,7 @@ private:
     {
         TextScanner text(behindFirst());
         if (!text.skip("F")) {
-            return goOn(); // the pin count and its like
+            return goOn(); // the pin count, for instance
         }
         uint32_t count = 0;
         text.skipBlanks();
@@ -248,7 +248,7 @@ private:
         return goOn();
     }
 
-    /// The user code is in binary, or, behind an "H", in hexadecimal.
+    /// The user code is in binary or, after an "H", in hexadecimal.
     void readUserCode()
     {
         TextScanner text(behindFirst());

@@ -8,10 +8,11 @@
 #include <cstdio>
 
 /// Reads a fuse file and returns the size of its fuse rows, in bytes. Unless `quiet`, what the file
-/// says of itself goes to stdout; with `quiet` it reads up to the first "L" and returns an eighth
-/// of the fuse count. Lines end in LF or CR LF; of a longer line the first 139 characters are read.
+/// says about itself goes to stdout. With `quiet` it only reads up to the first "L" and returns an
+/// eighth of the fuse count. Lines end in LF or CR LF; of longer lines only the first 139
+/// characters are read.
 ///
-/// What does not hold gives, with a line on stderr where stated: -1 no STX at the start (line), -2
-/// no "*" behind it, -3 a file checksum that is no number, -4 a line that begins with another
-/// character (line), -5 the file ends within a section, -6 a "C", "QF" or "L" without a number.
+/// Otherwise returns, with a line on stderr where stated: -1 no STX at the start (line), -2 no "*"
+/// after it, -3 a file checksum that is not a number, -4 a line that begins with another character
+/// (line), -5 the file ends within a section, -6 a "C", "QF" or "L" without a number.
 int64_t parseJedFile(std::FILE* stream, bool quiet);

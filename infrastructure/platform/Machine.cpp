@@ -20,7 +20,7 @@
 
 static void registerResources()
 {
-    Q_INIT_RESOURCE(infrastructure_platform); // a static library's resources wait to be asked for
+    Q_INIT_RESOURCE(infrastructure_platform); // a static library must ask for its resources
 }
 
 namespace Tessorn {
@@ -132,7 +132,7 @@ int Machine::findUser(const std::string& name, uid_t& user, gid_t& group)
     errno = 0;
     const passwd* entry = ::getpwnam(name.c_str());
     if (!entry) {
-        errno = errno != 0 ? errno : ENOENT; // no such user is no error to the system
+        errno = errno != 0 ? errno : ENOENT; // for the system, an unknown user is not an error
         return -1;
     }
     user = entry->pw_uid;
@@ -197,7 +197,7 @@ void Machine::printError(const char* format, ...)
 void Machine::printList(const char* format, va_list arguments)
 {
     std::vfprintf(out, format, arguments);
-    std::fflush(out); // progress is to be seen as it happens
+    std::fflush(out); // so that progress shows at once
 }
 
 void Machine::printErrorList(const char* format, va_list arguments)

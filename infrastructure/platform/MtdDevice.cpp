@@ -24,7 +24,7 @@ constexpr std::size_t BLOCK_BYTES = 4096;
 constexpr int MOST_PROC_MTD_BYTES = 64 * 1024;
 constexpr int WANTED_TOKENS = 4;
 
-/// What the display of the work at hand stands at.
+/// The state of the progress display.
 struct Progress
 {
     uint64_t count = 0;
@@ -63,7 +63,7 @@ void complainOfSystem(const char* text)
     }
 }
 
-/// Begins to count; the line so far ends in three characters, which the percentage replaces.
+/// Starts counting. The line so far ends in three characters, which the percentage replaces.
 void beginProgress(uint64_t total)
 {
     progress.count = 0;
@@ -101,12 +101,12 @@ bool eraseBlock(int descriptor, uint64_t start, uint32_t sizeBytes)
         return false;
     }
     Machine& machine = Machine::current();
-    // Many devices know no locks; one that is locked says so when it is erased.
+    // Many devices have no locks. One that is locked shows it when it is erased.
     machine.ioctl(descriptor, MEMUNLOCK, &block);
     return machine.ioctl(descriptor, MEMERASE, &block) == 0;
 }
 
-/// Erases block by block; false, with a line on stderr, where the device refuses one.
+/// Erases block by block; false, with a line on stderr, if the device refuses one.
 bool eraseBlocks(int descriptor, uint64_t start, uint64_t count, uint32_t blockBytes)
 {
     beginProgress(count);
@@ -191,8 +191,8 @@ bool openSource(CopyEnd& end)
     return end.descriptor >= 0 || refuse(end.path, std::strerror(errno));
 }
 
-/// True for one file or device under two names. A flash device has two numbers, the odd one for
-/// reading alone.
+/// True if two names are for the same file or device. A flash device has two numbers, the odd one
+/// read-only.
 bool areSame(const CopyEnd& a, const CopyEnd& b)
 {
     if (a.isDevice != b.isDevice) {
@@ -232,7 +232,7 @@ bool fitsDevice(const CopyEnd& end, uint64_t sizeBytes)
     return true;
 }
 
-/// A destination is not erased for a source that ends early.
+/// Checked first, so that a destination is not erased for a source that is too short.
 bool isThere(const CopyEnd& from, uint64_t sizeBytes)
 {
     if (!from.isDevice && sizeBytes > from.fileBytes) {
@@ -242,7 +242,7 @@ bool isThere(const CopyEnd& from, uint64_t sizeBytes)
     return true;
 }
 
-/// True when the device holds these bytes at this place; leaves its position behind them.
+/// True if the device holds these bytes at this offset; leaves its position after them.
 bool holds(MachineFile& device, uint64_t offset, const char* bytes, char* scratch, std::size_t size)
 {
     return Machine::current().seek(device.getDescriptor(), static_cast<int64_t>(offset)) ==
@@ -327,7 +327,7 @@ std::string_view withoutQuotes(std::string_view name)
     return name;
 }
 
-/// The device of one line, if it is the partition's; complains of a line of another form.
+/// The device of one line, if it belongs to the partition; complains of a line of another form.
 std::string_view deviceInLine(std::string_view line, std::string_view partitionName)
 {
     std::string_view tokens[WANTED_TOKENS];

@@ -1,4 +1,4 @@
-// Text of a file that is fit to be shown on a terminal.
+// Text from a file, made fit to be shown on a terminal.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace Tessorn {
 
-/// The text up to a NUL, with "?" in place of control characters.
+/// The text up to a NUL, with "?" for control characters.
 inline std::string printableText(std::string_view text)
 {
     std::string shown(text.substr(0, text.find('\0')));

@@ -122,7 +122,7 @@ bool isInput(const sensors_subfeature& subfeature)
            name.substr(name.size() - suffix.size()) == suffix;
 }
 
-/// A sensor that the board's table does not have.
+/// The entry of a sensor that is not in the board's table.
 Sensors::Entry unlistedEntry(const sensors_chip_name& chip, const sensors_feature& feature)
 {
     Sensors::Entry entry;
@@ -144,7 +144,7 @@ QString sourceKey(const sensors_chip_name& chip, const sensors_feature& feature,
            QString::fromLocal8Bit(label ? label.get() : feature.name);
 }
 
-/// 0, or the error of libsensors; the value is then as it was.
+/// Returns 0, or the error of libsensors; the value is then as it was.
 int readValue(Sensors::Entry& entry)
 {
     double value = 0;

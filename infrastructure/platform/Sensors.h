@@ -1,5 +1,5 @@
-// Voltages, temperatures and fan speeds of the board, through libsensors. One object at a time in
-// the process, on one thread.
+// Voltages, temperatures and fan speeds of the board, through libsensors. Only one object at a time
+// in the process, on one thread.
 #pragma once
 
 #include <QString>
@@ -13,13 +13,13 @@
 struct sensors_chip_name;
 struct sensors_subfeature;
 
-/// A value with its limits, in volts, amperes, degrees Celsius or revolutions a minute. An open
-/// limit is the largest double, or its negative.
+/// A value with its limits, in volts, amperes, degrees Celsius or revolutions a minute. The largest
+/// double, or its negative, means no limit.
 struct SensorReading
 {
     QString sourceKey;
     QString displayName;
-    bool required = false; ///< that it can't be read is a fault
+    bool required = false; ///< it is a fault if it can't be read
     double lowWarning = 0;
     double highWarning = 0;
     double lowLimit = 0;
@@ -43,7 +43,7 @@ public:
         int code;
     };
 
-    /// One sensor of the board's table, or one found besides.
+    /// One sensor of the board's table, or one found in addition.
     struct Entry
     {
         QString displayName;
@@ -54,32 +54,32 @@ public:
         double highLimit = 0;
         double scale = 1;
         std::optional<double> currentValue;
-        const sensors_chip_name* chip = nullptr;        ///< null where no chip was detected
-        const sensors_subfeature* subfeature = nullptr; ///< null where no chip was detected
+        const sensors_chip_name* chip = nullptr;        ///< null if no chip was detected
+        const sensors_subfeature* subfeature = nullptr; ///< null if no chip was detected
     };
-    /// By source key: the chip's prefix, the input subfeature's name and the label, for instance
-    /// "isppac" "in0_input" "5V5" => "isppacin0_input5V5".
+    /// By source key: the chip's prefix, the input subfeature's name and the label joined, for
+    /// instance "isppac" "in0_input" "5V5" => "isppacin0_input5V5".
     using Entries = std::map<QString, Entry>;
 
-    /// Starts libsensors with a configuration file, or with its own where the name is empty, and
-    /// populates. The main board's id picks the table: 0 to 63 the first, 64 to 127 the second, any
-    /// other none. Throws std::runtime_error "Could not open sensors configuration file", and
+    /// Starts libsensors with a configuration file, or with its own if the name is empty, and
+    /// populates. The main board's id selects the table: 0 to 63 the first, 64 to 127 the second,
+    /// any other none. Throws std::runtime_error "Could not open sensors configuration file", and
     /// InitError.
     Sensors(const std::string& configFile, int mainBoardId);
-    /// For the board that this runs on.
+    /// For the board that the process runs on.
     explicit Sensors(const std::string& configFile);
     Sensors(const Sensors&) = delete;
     Sensors& operator=(const Sensors&) = delete;
     ~Sensors();
 
-    /// Every sensor that is known, with a value or without.
+    /// All known sensors, with or without a value.
     const Entries& getEntries() const { return entries; }
-    /// Those that have a value, by source key.
+    /// The sensors that have a value, by source key.
     std::vector<SensorReading> readings() const;
 
-    /// Builds the table anew and looks for the chips. A chip with an error is logged and left.
+    /// Builds the table again and looks for the chips. A chip with an error is logged and skipped.
     void populate();
-    /// Reads every sensor that has a chip; where that fails, the last value stays.
+    /// Reads every sensor that has a chip. If that fails, the last value stays.
     void update();
 
 private:

@@ -22,11 +22,11 @@ namespace {
 constexpr int MOST_FILE_BYTES = 4 * 1024 * 1024;
 constexpr const char* FILE_OWNER = "veluser";
 
-/// What goes with a product model.
+/// What belongs to a product model.
 struct ModelFile
 {
     const char* resource;
-    int revision; ///< of a file that is up to date
+    int revision; ///< of an up-to-date file
 };
 
 constexpr ModelFile MODEL_0 = {":/supportedSfpConfig.json", 4};
@@ -38,7 +38,7 @@ const ModelFile& fileOfModel(int model)
     return model == 0 ? MODEL_0 : model == 1 ? MODEL_1 : OTHER_MODELS;
 }
 
-/// Logs an error that the user is to see, too.
+/// Logs an error that the user should see too.
 void report(std::vector<QString>& errors, const QString& text)
 {
     VELLOG_ERR() << text;
@@ -50,7 +50,7 @@ QString boardIdOrMezzanine(const QString& boardIdText, const VersionInfo& versio
     return boardIdText.isEmpty() ? versions.value(QStringLiteral("Mezzanine")) : boardIdText;
 }
 
-/// The text as a number, the largest one for digits that stand for more; 0 for what is no number.
+/// The text as a number: the largest one if its digits mean more, 0 if it is not a number.
 qulonglong numberOrLargest(const QString& text)
 {
     bool fits = false;
@@ -156,7 +156,7 @@ bool SfpConfigFileHandler::archiveFile()
             return false;
         }
     }
-    std::vector<QString> errors; // they are in the log
+    std::vector<QString> errors; // they are logged
     return loadSupportedSfps(errors);
 }
 
@@ -255,13 +255,13 @@ void SfpConfigFileHandler::createFile(const QByteArray& content, std::vector<QSt
 
 bool SfpConfigFileHandler::writeFile(const QByteArray& content, std::vector<QString>& errors) const
 {
-    // Under another name until it is on the disk, so that a power cut leaves no file or a whole
-    // one.
+    // Written under another name until it is on the disk, so that a power cut leaves either no file
+    // or a whole one.
     Machine& machine = Machine::current();
     const std::string path = filePath();
     const std::string temporary = path + ".tmp";
     {
-        machine.remove(temporary); // whatever somebody has put there
+        machine.remove(temporary); // whatever may be there
         MachineFile file(machine, temporary, O_WRONLY | O_CREAT | O_EXCL, 0644);
         if (!file.isOpen()) {
             report(errors, QStringLiteral("Could not create supported SFPs file for writing"));

@@ -1,5 +1,5 @@
-// The list of supported SFP modules: from the user's file, or else from the copy in the program.
-// One thread.
+// The list of supported SFP modules: from the user's file or, failing that, from the copy in the
+// program. One thread.
 #pragma once
 
 #include "infrastructure/platform/SfpConfigParser.h"
@@ -12,40 +12,41 @@
 
 #include <vector>
 
-/// Loads the list, and keeps the user's file. There is a list after each load, unless the program's
-/// own copy can't be used.
+/// Loads the list, and maintains the user's file. There is a list after every load, unless the
+/// program's own copy can't be used.
 class SfpConfigFileHandler
 {
 public:
-    /// The file is `fileName` in `directory`. An empty board id is taken from the "Mezzanine" entry
-    /// of `versions`, which also tells the product model; text that is no number counts as 0, and
-    /// 17 and above, however large, as 15.
+    /// The file is `configFileName` in `fileDirectory`. An empty board id is replaced by the
+    /// "Mezzanine" entry of `versions`, which also supplies the product model. Text that is not a
+    /// number counts as 0, and 17 and above, however large, as 15.
     SfpConfigFileHandler(const QString& fileDirectory, const QString& configFileName,
                          const QString& boardIdText = QString(),
                          const VersionInfo& versions = VersionInfo::getInstance());
 
     /// The modules, in the order of the file.
     const std::vector<SupportedSfp>& supportedSfps() const { return sfps; }
-    /// The module that these texts of an EEPROM belong to (the last of several in the file), null
-    /// for none. It is valid until the next load.
+    /// The module with these EEPROM texts (the last, if the file has several), or null. It is valid
+    /// until the next load.
     const SupportedSfp* findSfp(const QString& vendor, const QString& partNumber,
                                 const QString& revision) const;
-    /// The "configRevision" of the file, -1 for a file that has none or can't be read.
+    /// The "configRevision" of the file; -1 if it has none or can't be read.
     int fileRevision() const;
-    /// True when the file has the revision of this program.
+    /// True if the file has the revision of this program.
     bool fileIsCurrent() const;
-    /// The program's own copy, empty where that can't be read.
+    /// The program's own copy; empty if it can't be read.
     QByteArray defaultConfig() const;
 
-    /// Loads the file. Where that can't be used the program's copy is loaded, and, where there is
-    /// no file, written to it; the directory is made if need be. What the user should know is
-    /// appended to `errors`; all of it is in the log. False if there is no list at the end.
+    /// Loads the file. If that can't be used, loads the program's copy, and if there is no file,
+    /// writes the copy to it, making the directory if necessary. What the user should know is
+    /// appended to `errors`; everything is logged. False if there is no list in the end.
     bool loadSupportedSfps(std::vector<QString>& errors);
-    /// Takes the list from the bytes of a file; false, with a log line, leaves the list as it was.
+    /// Replaces the list with one from the bytes of a file. If that fails, a log line says why and
+    /// the list stays.
     bool parseConfig(const QByteArray& data);
-    /// Renames the file to "unused_DATE-TIME_NAME", if there is one, and loads as for a missing
-    /// file. False if the file could not be renamed, which is then left alone with the list, or if
-    /// there is no list at the end.
+    /// Renames the file, if there is one, to "unused_DATE-TIME_NAME", and loads as for a missing
+    /// file. False if the file could not be renamed, in which case file and list are left alone, or
+    /// if there is no list in the end.
     bool archiveFile();
 
 private:

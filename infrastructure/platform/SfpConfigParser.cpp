@@ -17,7 +17,7 @@ bool invalid(const char* what)
     return false;
 }
 
-/// A number that is whole and in the range of the type.
+/// A whole number in the range of the type.
 template <typename Number>
 bool readNumber(const QJsonValue& value, Number& out)
 {
@@ -43,7 +43,7 @@ bool readArray(const QJsonValue& value, SfpTransceiverConfig::Values& out)
     });
 }
 
-/// The same, or one number for all rates.
+/// The same, or a single number for all rates.
 bool readArrayOrNumber(const QJsonValue& value, SfpTransceiverConfig::Values& out)
 {
     uint32_t number = 0;
@@ -72,7 +72,7 @@ bool readTransceiver(const QJsonObject& object, SfpTransceiverConfig& config)
     return true;
 }
 
-/// Clears the flags of the groups that are named; false if anything else is, too.
+/// Clears the flags of the named groups; false if anything else is named.
 bool readExcludedBoards(const QJsonArray& groups, SupportedSfp& sfp)
 {
     bool allKnown = true;
@@ -226,7 +226,7 @@ bool SfpConfigParser::readBoards(const QJsonObject& boards, SfpTransceiverConfig
     const QJsonValue exact = boards.value(boardId);
     const QJsonValue groupA = boards.value(QLatin1String("rel_a_default"));
     const QJsonValue groupB = boards.value(QLatin1String("rel_b_default"));
-    config = defaults(); // stays where the file has nothing for this board
+    config = defaults(); // stays if the file has nothing for this board
     if (exact.isObject()) {
         VELLOG_INFO() << "Using configuration for board ID: " << boardId;
         return readTransceiver(exact.toObject(), config);

@@ -23,12 +23,12 @@
 class SfpConfigParser
 {
 public:
-    /// `boardIdText` is looked for among a module's boards; `boardNumber` picks its default entry
-    /// (up to 9 "rel_a_default", above "rel_b_default") and the row of the default table, of which
-    /// model 0 has one and all others another.
+    /// `boardIdText` is looked up among a module's boards. `boardNumber` selects its default entry
+    /// (up to 9 "rel_a_default", above that "rel_b_default") and the row of the default table, of
+    /// which there are two: one for model 0 and one for all others.
     SfpConfigParser(const QString& boardIdText, unsigned boardNumber, int boardModel);
 
-    /// Reads a whole file. The first error is logged and gives false; `sfps` is then as it was.
+    /// Reads a whole file. The first error is logged and gives false; `sfps` then stays as it was.
     bool parse(const QByteArray& data, std::vector<SupportedSfp>& sfps) const;
 
 private:

@@ -22,7 +22,7 @@ constexpr Values all(uint32_t value)
     return {value, value, value, value};
 }
 
-/// Nothing for SDI and 10G.
+/// The value for 1G and 1G10G, nothing for SDI and 10G.
 constexpr Values alternating(uint32_t value)
 {
     return {0, value, 0, value};

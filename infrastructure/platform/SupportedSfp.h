@@ -16,15 +16,16 @@ enum SfpRate {
     SfpRate_1G10G = 3,
 };
 
-/// The rate of a configuration file's text, "SDI", "1G", "10G" or "1G10G"; else SfpRate_Invalid.
+/// The rate for a configuration file's text, "SDI", "1G", "10G" or "1G10G"; otherwise
+/// SfpRate_Invalid.
 SfpRate sfpRateFromText(const QString& text);
-/// That text, empty for SfpRate_Invalid.
+/// The text for a rate; empty for SfpRate_Invalid.
 QString sfpRateText(SfpRate rate);
 
-/// Transceiver settings, each with one value for each rate, in the order of SfpRate.
+/// Transceiver settings, each with one value per rate, in the order of SfpRate.
 struct SfpTransceiverConfig
 {
-    /// One value for each rate, SDI, 1G, 10G and 1G10G.
+    /// One value per rate: SDI, 1G, 10G and 1G10G.
     using Values = std::array<uint32_t, 4>;
 
     Values voltageSwingCode{};
@@ -57,7 +58,7 @@ struct SfpSdiConfig
     friend bool operator!=(const SfpSdiConfig& a, const SfpSdiConfig& b) { return !(a == b); }
 };
 
-/// One module. The texts are those that its EEPROM gives.
+/// One module. The texts are those in its EEPROM.
 struct SupportedSfp
 {
     QString vendor;
@@ -71,7 +72,7 @@ struct SupportedSfp
     bool boardGroupB = true; ///< may be used on boards of group B
     SfpSdiConfig sdiConfig;  ///< of an SDI module
 
-    /// What tells modules apart: "vendor ,part number;revision".
+    /// What identifies a module: "vendor ,part number;revision".
     QString key() const { return key(vendor, partNumber, revision); }
     static QString key(const QString& vendor, const QString& partNumber, const QString& revision)
     {
@@ -79,10 +80,10 @@ struct SupportedSfp
     }
 };
 
-/// The boards that there are settings for; a board id is an index.
+/// The number of boards that there are settings for; a board id is an index.
 constexpr unsigned SFP_BOARDS = 16;
 
-/// These are the settings by board id for a module that has none of its own: those of product model
-/// 0 and those of the others.
+/// These are the settings by board id for modules that have none of their own: one table for
+/// product model 0, one for all others.
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VEL;
 extern const std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VELM;

@@ -1,4 +1,4 @@
-// Reading of numbers and words from the front of a text of known length. A value.
+// Reads numbers and words from the front of a text of known length. A value.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 namespace Tessorn {
 
-/// A view of what is left of a text. A step that fails leaves it as it was.
+/// A view of the rest of a text. A step that fails leaves it as it was.
 class TextScanner
 {
 public:
@@ -26,7 +26,7 @@ public:
         remaining.remove_prefix(std::min(remaining.find_first_not_of(" \t"), remaining.size()));
     }
 
-    /// Steps over this text if it comes next.
+    /// Steps over this text if it is next.
     bool skip(std::string_view text)
     {
         if (remaining.substr(0, text.size()) != text) {
@@ -36,8 +36,8 @@ public:
         return true;
     }
 
-    /// Reads a number of at most so many characters; false where there is none or it does not fit.
-    /// Only a signed type takes a "-".
+    /// Reads a number of at most that many characters; false if there is none or it does not fit.
+    /// Only a signed type accepts a "-".
     template <typename Number>
     bool number(Number& value, int base = 10, std::size_t mostCharacters = std::string_view::npos)
     {
@@ -53,7 +53,7 @@ public:
         return true;
     }
 
-    /// Reads up to the next of these characters, which stays, or to the end.
+    /// Reads up to the first of these characters, which is left, or to the end.
     std::string_view until(std::string_view characters)
     {
         const std::string_view word = remaining.substr(0, remaining.find_first_of(characters));

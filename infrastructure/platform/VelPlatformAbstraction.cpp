@@ -17,8 +17,7 @@ namespace {
 
 constexpr int HARDWARE_IDS = 3;
 
-/// The next line; the empty text where there is none, or for one longer than any that is looked
-/// for.
+/// The next line. Empty if there is none, or if it is longer than any that is of interest.
 std::string_view nextLine(std::istream& stream, std::array<char, 256>& buffer)
 {
     stream.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()));

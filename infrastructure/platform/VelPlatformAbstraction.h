@@ -1,4 +1,4 @@
-// The instrument's own board. One thread, but for setFanSpeeds.
+// The instrument's own board. One thread, except for setFanSpeeds.
 #pragma once
 
 #include "infrastructure/platform/PlatformAbstractionInterface.h"

@@ -26,7 +26,7 @@ constexpr BuildValue BUILD_VALUES[] = {
 /// By hardware id.
 constexpr const char* BOARDS[] = {"Main", "Mezzanine", "Frontpanel"};
 
-/// What an FPGA that does not answer reads as, on the bus and here.
+/// What an FPGA that does not answer reads as, both on the bus and here.
 constexpr uint32_t NO_ANSWER = std::numeric_limits<uint32_t>::max();
 
 QString unknown()

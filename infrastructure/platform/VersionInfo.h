@@ -9,8 +9,8 @@ namespace Tessorn {
 class PlatformAbstractionInterface;
 }
 
-/// Versions of the software, fixed when it was built, and of the hardware, "Unknown" where the
-/// board does not tell.
+/// Versions of the software, fixed when it was built, and of the hardware; "Unknown" if the board
+/// does not tell.
 class VersionInfo
 {
 public:
@@ -20,14 +20,14 @@ public:
     /// The table of this machine, made at first use.
     static const VersionInfo& getInstance();
 
-    /// The table of another board.
+    /// The table for another board.
     explicit VersionInfo(Tessorn::PlatformAbstractionInterface& platform);
 
     /// Keys and values, in the order of the display.
     const QVector<Entry>& getEntries() const { return entries; }
-    /// The value of a key, empty for a key that is not there.
+    /// The value of a key; empty if there is no such key.
     QString value(const QString& key) const;
-    /// The product model: the value of "Main" as a number, 0 where that is unknown.
+    /// The product model: the value of "Main" as a number, 0 if unknown.
     int boardModel() const;
 
 private:

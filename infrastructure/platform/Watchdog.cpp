@@ -11,7 +11,7 @@ using Tessorn::Machine;
 
 namespace {
 
-/// The machine, its watchdog being open; else the end of the process.
+/// The machine if its watchdog is open; otherwise ends the process.
 Machine& machineWithWatchdog()
 {
     Machine& machine = Machine::current();

@@ -8,7 +8,7 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// What a grandmaster says of itself. Codes are as on the wire.
+/// What a grandmaster announces about itself. Codes are as on the wire.
 struct GrandmasterInfo
 {
     quint64 clockIdentity = 0; ///< first octet in the highest byte
@@ -18,8 +18,8 @@ struct GrandmasterInfo
     quint16 offsetScaledLogVariance = 0;
     quint8 priority2 = 0;
     quint16 stepsRemoved = 0;
-    /// A PtpTimeSource, toString has the texts; PtpTimeSource_Unknown is beyond a byte and can't be
-    /// here.
+    /// A PtpTimeSource; toString has the texts. PtpTimeSource_Unknown does not fit a byte and can't
+    /// occur here.
     quint8 timeSource = 0;
     qint16 currentUtcOffset = 0; ///< seconds that TAI is ahead of UTC; PtpTimestamp::toUtc takes it
     bool currentUtcOffsetValid = false;
@@ -32,8 +32,8 @@ struct GrandmasterInfo
     /// The fields in the order above as decimal numbers and "true" or "false", joined by commas.
     QString serialise() const;
 
-    /// The value that `serialise` made `text` from. A text of another form gives a default-made
-    /// value, and `ok` is false.
+    /// The value that `serialise` made `text` from. Text of another form gives a default-made value
+    /// and sets `ok` to false.
     static GrandmasterInfo deserialise(QStringView text, bool& ok);
 
     /// The identity in hexadecimal, as in "00-1D-C1-FF-FE-12-34-56".

@@ -15,7 +15,7 @@ namespace {
 constexpr qint64 NANOSECONDS_PER_SECOND = 1000000000;
 constexpr qint64 LAST_SHOWN_SECOND = 253402300799; ///< 9999-12-31 23:59:59
 
-/// All values of qint64 have a magnitude here, the most negative one included.
+/// Every qint64 has a magnitude here, even the most negative one.
 quint64 magnitude(qint64 value)
 {
     return value < 0 ? 0 - static_cast<quint64>(value) : static_cast<quint64>(value);
@@ -44,7 +44,7 @@ QString ptpTimeToString(qint64 nanoseconds)
 
 QString ptpTimeToString(qint32 nanoseconds)
 {
-    // The most negative value, which has no counterpart above zero in 32 bits, has one here.
+    // The most negative 32-bit value has no positive counterpart there, but has one in 64 bits.
     return ptpTimeToString(qint64{nanoseconds});
 }
 
@@ -53,7 +53,7 @@ QString PtpTimestamp::toString(bool withUtc) const
     if (seconds < 0 || nanoseconds < 0 || seconds > LAST_SHOWN_SECOND) {
         return QStringLiteral("Error");
     }
-    // QDateTime's own texts have the digits of the machine's language.
+    // QDateTime's own texts use the digits of the machine's language.
     return QLocale::c().toString(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC),
                                  QStringLiteral("yyyy-MM-dd hh:mm:ss")) +
            QLatin1String(withUtc ? " (UTC)" : "");

@@ -54,7 +54,7 @@ constexpr Vocabulary::Row<PtpTimeSource> TIME_SOURCES[] = {
     {PtpTimeSource_Unknown, "Unknown"},
 };
 
-/// A code whose text is not all ASCII.
+/// A code whose text is not pure ASCII.
 struct CodeRow
 {
     quint32 value = 0;

@@ -12,8 +12,8 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// State of the instrument's own PTP port. The values are the daemon's port states, one for one: a
-/// state from the daemon is cast. 0 stands for no daemon; 10 and 11 have texts and no name.
+/// State of the instrument's own PTP port. The values are exactly the daemon's port states, so a
+/// state from the daemon can be cast. 0 means no daemon; 10 and 11 have texts but no names.
 enum PtpDaemonState : quint32 {
     PtpDaemonState_INITIALIZING = 1,
     PtpDaemonState_FAULTY = 2,
@@ -34,7 +34,7 @@ enum PtpClockLockState : quint32 {
     PtpClockLockState_FrequencyAndPhaseLocked = 3,
 };
 
-/// What a grandmaster takes its time from. The last one is beyond the byte of the protocol.
+/// What a grandmaster takes its time from. The last one does not fit the protocol's byte.
 enum PtpTimeSource : quint32 {
     PtpTimeSource_AtomicClock = 0x10,
     PtpTimeSource_Gps = 0x20,
@@ -50,33 +50,33 @@ enum PtpTimeSource : quint32 {
 /// The packet time code of an audio flow that has no packet time.
 inline constexpr quint32 INVALID_AUDIO_PACKET_TIME = 255;
 
-/// PtpDaemonState_MASTER => "Lead"; 0 => "No PTP"; a number that is no state => "Error".
+/// PtpDaemonState_MASTER => "Lead"; 0 => "No PTP"; a number that is not a state => "Error".
 QLatin1String toString(PtpDaemonState state);
 
-/// PtpClockLockState_InHoldover => "In Holdover"; a number that is no state => "Error".
+/// PtpClockLockState_InHoldover => "In Holdover"; a number that is not a state => "Error".
 QLatin1String toString(PtpClockLockState state);
 
-/// PtpClockLockState_InHoldover => "InHoldover"; a number that is no state => "Error".
+/// PtpClockLockState_InHoldover => "InHoldover"; a number that is not a state => "Error".
 QLatin1String toToken(PtpClockLockState state);
 
-/// PtpTimeSource_Gps => "GPS"; a number that is no source => "Error".
+/// PtpTimeSource_Gps => "GPS"; a number that is not a source => "Error".
 QLatin1String toString(PtpTimeSource source);
 
-/// The text of a clockAccuracy code. All numbers without a meaning give "Reserved".
+/// The text of a clockAccuracy code. Numbers without a meaning give "Reserved".
 ///
 ///   35 => "< 1 µs" (micro sign)    128 => "Use alternate PTP Profile"    255, 256 => "Reserved"
 QString clockAccuracyToString(quint32 code);
 
 /// The interval of 2 to the power `logInterval` seconds: -8 => "4 ms", 5 => "32 s", rounded as is
-/// usual. Outside these, seconds to six significant digits: -9 => "0.00195313 s".
+/// customary. Outside this range, seconds to six significant digits: -9 => "0.00195313 s".
 QString logMessageIntervalToString(int logInterval);
 
-/// The same as a bare number of milliseconds: -8 => "4", 5 => "32000". Outside these the power of
-/// two itself, in seconds: 6 => "64".
+/// The same as a bare number of milliseconds: -8 => "4", 5 => "32000". Outside this range, the
+/// power of two itself, in seconds: 6 => "64".
 QString logMessageIntervalToMilliseconds(int logInterval);
 
 /// The packet time of an audio flow: 0 => "125 μs" (Greek mu), 255 => "Invalid"; a number that is
-/// no code => "Error".
+/// not a code => "Error".
 QString audioPacketTimeToString(quint32 code);
 
 } // namespace IpTypes

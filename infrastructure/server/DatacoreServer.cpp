@@ -15,8 +15,8 @@
 namespace {
 
 constexpr std::size_t PACKETS_A_FLUSH = 256; ///< of a dump, so that the client works meanwhile
-/// What one client is read at a time: a flood from one keeps the others waiting no longer than this
-/// takes, and then waits in its own socket.
+/// How much is read from one client at a time. A flood from one delays the others by no more than
+/// this takes; the rest of it waits in its own socket.
 constexpr qint64 READ_BUFFER_BYTES = 16 << 10;
 
 /// A node's value and status, as the server holds them.
@@ -28,7 +28,7 @@ DatacorePacket toPacket(const DatacoreBase& datacore)
 
 } // namespace
 
-/// One client: its link, and what comes over that link alone.
+/// One client: its link, and whatever comes over that link.
 class DatacoreServer::Client : public QObject, public SerialisableDataPacketAcceptorInterface
 {
 public:
@@ -47,7 +47,7 @@ public:
         });
     }
 
-    /// False where the peer has gone meanwhile.
+    /// False if the peer has gone in the meantime.
     bool adoptSocket(std::unique_ptr<QTcpSocket> accepted)
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
@@ -57,7 +57,7 @@ public:
     NetworkConnection& getConnection() { return connection; }
     const QString& getName() const { return connection.getPeerIdentifier(); }
 
-    /// From now on it says and takes nothing; it goes when the event loop gets back.
+    /// From now on it says and takes nothing; the event loop deletes it.
     void retire()
     {
         server = nullptr;
@@ -99,7 +99,7 @@ public:
     {
     }
 
-    /// False once the client has too much to read.
+    /// False once the client has too much left to read.
     bool add(const SerialisableDataPacket& packet)
     {
         packets.push_back(packet);
@@ -184,7 +184,7 @@ DatacoreBase* DatacoreServer::findDatacore(const QString& fullPath) const
     return nullptr;
 }
 
-/// The names of all trees, then the values asked for: all of them where none is named.
+/// The names of all trees, then the values asked for: all of them if none is named.
 void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& request)
 {
     Dump dump(client.getConnection());
@@ -212,8 +212,8 @@ void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& requ
     }
 }
 
-/// Takes the value, and sends what the server now holds to all: to the writer as its
-/// acknowledgement, with the same ids, also where the value was refused or is the same as before.
+/// Takes the value, then sends what the server now holds to all clients. With the same ids, it is
+/// the writer's acknowledgement, even if the value was refused or is the same as before.
 void DatacoreServer::applyWrite(const DatacorePacket& write)
 {
     DatacoreBase* datacore = findDatacore(write.getDatacorePath());
@@ -221,7 +221,7 @@ void DatacoreServer::applyWrite(const DatacorePacket& write)
         VELLOG_ERR() << "Write to an unknown path " << write.getDatacorePath();
         return;
     }
-    constexpr bool justData = true; // the reasons are found here
+    constexpr bool justData = true; // the reasons are worked out here
     if (!write.populate(*datacore, justData)) {
         VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
     }
@@ -252,7 +252,7 @@ void DatacoreServer::publishChanges()
 
 void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
 {
-    const std::vector<Client*> present = clients; // a client may go while it is sent to
+    const std::vector<Client*> present = clients; // a client may go away during the sending
     for (Client* client : present) {
         if (std::find(clients.begin(), clients.end(), client) == clients.end()) {
             continue;

@@ -1,5 +1,5 @@
-// The server's side of the datacore protocol, for any trees. Lives on one thread, which runs a Qt
-// event loop.
+// The server's side of the datacore protocol, for any trees. Lives on one thread, which must run a
+// Qt event loop.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreBase.h"
@@ -14,7 +14,7 @@
 class DatacorePacket;
 class DatacorePathListPacket;
 
-/// The roots of the four trees. They are not owned and outlive the server.
+/// The roots of the four trees. They are not owned and must outlive the server.
 struct DatacoreTrees
 {
     DatacoreBase* config;
@@ -24,30 +24,30 @@ struct DatacoreTrees
 };
 
 /// Accepts any number of clients, gives each the names and values that it asks for, applies their
-/// writes, and tells all of them what has changed. Each client has a register of its own: neither
-/// another server's clients nor a mirror in the same process see its packets.
+/// writes, and tells all of them what has changed. Each client has its own register, so its packets
+/// are not seen by another server's clients or by a mirror in the same process.
 ///
-/// A write that leads nowhere is logged and gets no echo. Any other is echoed to all clients, under
-/// its ids, with what the node then holds, also where that has not changed or the content was of
-/// the wrong shape.
+/// A write to a path that does not exist is logged and gets no echo. Any other is echoed to all
+/// clients, under its ids, with what the node holds afterwards, even if nothing has changed or the
+/// content was of the wrong shape.
 class DatacoreServer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// A client for which this much waits to be sent has stopped reading, and is dropped.
+    /// A client with this much waiting to be sent has stopped reading, and is dropped.
     static constexpr qint64 MAX_UNSENT_BYTES = 64 << 20;
 
     explicit DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent = nullptr);
     ~DatacoreServer() override;
 
-    /// Port 0 lets the system choose. False where the port can't be had.
+    /// Port 0 lets the system choose. False if the port can't be opened.
     bool listen(const QHostAddress& address, quint16 port);
     quint16 getPort() const { return listener.serverPort(); }
-    /// Clients that are connected now.
+    /// The number of clients connected now.
     int getClientCount() const { return static_cast<int>(clients.size()); }
 
-    /// Tells all clients of what the server has changed in its trees since the last time.
+    /// Tells all clients what the server has changed in its trees since the last call.
     void publishChanges();
 
 private:

@@ -1,4 +1,4 @@
-// Reading of big-endian fields from bytes that may end early. A value type over somebody's bytes.
+// Reads big-endian fields from bytes that may end early. A view of somebody else's bytes.
 #pragma once
 
 #include <QtEndian>
@@ -7,8 +7,8 @@
 #include <limits>
 #include <type_traits>
 
-/// Takes fields from the front of a run of bytes, which must outlive it. A field that is not all
-/// there is 0, and so is everything behind it.
+/// Takes fields from the front of a run of bytes, which must outlive it. A field that is not
+/// complete is 0, and so is everything after it.
 class BigEndianReader
 {
 public:
@@ -18,7 +18,7 @@ public:
     {
     }
 
-    /// Bytes that are left.
+    /// The number of bytes left.
     int getRemaining() const { return static_cast<int>(end - next); }
 
     /// The next integer, `bool` (one byte, true unless 0) or `double` (IEEE 754, eight bytes).
@@ -46,7 +46,7 @@ public:
         }
     }
 
-    /// Gives the next `count` numbers, as far as they are all there, to `use(index, number)`.
+    /// Passes the next `count` numbers, as far as they are complete, to `use(index, number)`.
     /// Returns how many.
     template <typename T, typename Use>
     int takeEach(int count, Use use)
@@ -60,8 +60,8 @@ public:
         return whole;
     }
 
-    /// The next `count` numbers into `values`; those that are not all there are left as they are.
-    /// Returns how many were taken.
+    /// Reads the next `count` numbers into `values`; incomplete ones are left as they are. Returns
+    /// how many were read.
     template <typename T>
     int takeRun(T* values, int count)
     {

@@ -2,7 +2,8 @@
 
 #include "infrastructure/utility/Log.h"
 
-// Not inline: GCC 12 takes the header of a QByteArray for all of it and warns of the bytes behind.
+// Not inline: GCC 12 mistakes the header of a QByteArray for all of it and warns about the bytes
+// after it.
 char* BigEndianWriter::beginOf(QByteArray& buffer)
 {
     return buffer.data();

@@ -1,4 +1,4 @@
-// Writing of big-endian fields into a buffer whose size has been computed before.
+// Writes big-endian fields into a buffer whose size has been computed beforehand.
 #pragma once
 
 #include <QByteArray>
@@ -7,20 +7,20 @@
 #include <cstring>
 #include <type_traits>
 
-/// Puts fields one behind the other. The caller provides the room for all of them, exactly: a
-/// writer that has not come to the buffer's end when it goes leaves a line in the log.
+/// Puts one field after another. The caller must provide exactly the room for all of them: a writer
+/// that has not reached the buffer's end when it is destroyed leaves a line in the log.
 class BigEndianWriter
 {
 public:
-    /// Writes over the buffer's bytes, which must not be touched by others meanwhile.
+    /// Overwrites the buffer's bytes, which nobody else may touch in the meantime.
     explicit BigEndianWriter(QByteArray& buffer)
         : next(beginOf(buffer))
         , begin(next)
         , end(next + buffer.size())
     {
     }
-    /// A copy writes on from the same place, and is not asked where it has come to. Assigned back
-    /// it takes the original there.
+    /// A copy continues from the same position, but need not reach the end. Assigning it back moves
+    /// the original there.
     BigEndianWriter(const BigEndianWriter& other)
         : next(other.next)
     {
@@ -37,7 +37,7 @@ public:
         }
     }
 
-    /// Where the next field will stand.
+    /// Where the next field will go.
     const char* getPosition() const { return next; }
 
     /// An integer, a `bool` (one byte) or a `double` (IEEE 754, eight bytes).
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    /// The `count` numbers that `make(index)` gives.
+    /// Puts the `count` numbers that `make(index)` returns.
     template <typename T, typename Make>
     void putEach(int count, Make make)
     {
@@ -69,7 +69,7 @@ public:
         next = to + count * static_cast<int>(sizeof(T));
     }
 
-    /// A run of numbers.
+    /// Puts a run of numbers.
     template <typename T>
     void putRun(const T* values, int count)
     {

@@ -6,7 +6,7 @@
 namespace Tessorn {
 namespace BitTwiddles {
 
-/// The bit, 0 or 1, that makes the count of ones even when it is added to `word`.
+/// The bit, 0 or 1, which added to `word` makes the number of ones even.
 constexpr uint32_t getEvenParityBit(uint32_t word)
 {
     word ^= word >> 16;
@@ -15,7 +15,7 @@ constexpr uint32_t getEvenParityBit(uint32_t word)
     return (0x6996u >> (word & 0xFu)) & 1u; // bit n of the constant is the parity of n
 }
 
-/// The bit, 0 or 1, that makes the count of ones odd when it is added to `word`.
+/// The bit, 0 or 1, which added to `word` makes the number of ones odd.
 constexpr uint32_t getOddParityBit(uint32_t word)
 {
     return getEvenParityBit(word) ^ 1u;

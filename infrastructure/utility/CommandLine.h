@@ -1,15 +1,14 @@
-// The command line as the programs of this project take it.
+// How the programs of this project read their command line.
 #pragma once
 
 #include <optional>
 
 class QCommandLineParser;
 
-/// Parses the application's arguments, with -h and --help added to the options. A value is what to
-/// exit with: 0 after the help has been printed, and 2 after a wrong option, which standard error
-/// tells of.
+/// Parses the application's arguments, with -h and --help added to the options. If it returns a
+/// value, the program should exit with it: 0 after printing the help, 2 after a wrong option, which
+/// is reported on standard error.
 std::optional<int> parseCommandLine(QCommandLineParser& parser);
 
-/// Prints on standard error how the program is called, and gives the exit value for wrong
-/// arguments, 2.
+/// Prints the usage on standard error and returns 2, the exit value for wrong arguments.
 int refuseCommandLine(const QCommandLineParser& parser);

@@ -7,7 +7,7 @@
 //   Fields::read(u"128,yes", u',', clock)    => false
 //
 // Readers are strict: the exact number of fields, each consumed to its end and in the range of its
-// type. Where a read gives false, fields ahead of the bad one are already set.
+// type. If a read returns false, fields before the bad one are already set.
 #pragma once
 
 #include <QString>
@@ -21,7 +21,7 @@
 
 namespace Tessorn {
 
-/// A record's text while it grows; short ones take no heap memory.
+/// A record's text while it is being built; short ones take no heap memory.
 using FieldText = QVarLengthArray<QChar, 256>;
 
 /// The text as it leaves this layer.
@@ -31,12 +31,12 @@ inline QString toQString(const FieldText& text)
 }
 
 /// How a type is written, read and compared. All codecs, and Field, have the same three operations:
-/// `write` appends a value's text, `read` takes a whole text, and leaves the value alone where it
-/// gives false, and `same` compares two values.
+/// `write` appends a value's text, `read` takes a whole text and leaves the value alone if it
+/// returns false, and `same` compares two values.
 template <typename Type, typename = void>
 struct FieldCodec;
 
-/// Integers in base 10: digits alone, after a "-" for a signed type. No blanks, no "+", no groups.
+/// Integers in base 10: only digits, after a "-" for a signed type. No blanks, no "+", no grouping.
 template <typename Integer>
 struct FieldCodec<Integer,
                   std::enable_if_t<std::is_integral_v<Integer> && !std::is_same_v<Integer, bool>>>
@@ -51,7 +51,8 @@ struct FieldCodec<Integer,
             text.append(u'-');
             rest = 0 - rest;
         }
-        // 64-bit division costs a call on a 32-bit target: only what needs it takes that way.
+        // 64-bit division is a function call on a 32-bit target: only numbers that need it take
+        // this path.
         for (; rest > std::numeric_limits<quint32>::max(); rest /= 10) {
             *--first = QChar(static_cast<char16_t>(u'0' + rest % 10));
         }
@@ -96,12 +97,13 @@ private:
     }
 };
 
-/// Enumerations whose values run from 0 to `Last` without a gap, as numbers; others are refused.
+/// Enumerations whose values run from 0 to `Last` without a gap, as numbers; other numbers are
+/// refused.
 template <auto Last>
 struct EnumCodec
 {
     using Enum = decltype(Last); ///< the enumeration
-    /// What its values travel as.
+    /// The number type its values are sent as.
     using Number = FieldCodec<std::underlying_type_t<Enum>>;
     static_assert(std::is_unsigned_v<std::underlying_type_t<Enum>>);
 
@@ -127,7 +129,7 @@ struct TrueFalse
     static constexpr QStringView YES = u"true";
     static constexpr QStringView NO = u"false";
 };
-/// The same as single letters.
+/// The same as one letter each.
 struct LetterTF
 {
     static constexpr QStringView YES = u"T";
@@ -155,7 +157,7 @@ struct FlagCodec
     static bool same(bool a, bool b) { return a == b; }
 };
 
-/// A vector as one field, its elements joined by `Separator`; the empty text is no element.
+/// A vector as one field, its elements joined by `Separator`; an empty text is an empty vector.
 template <typename Element, char16_t Separator>
 struct VectorCodec
 {
@@ -190,17 +192,17 @@ struct VectorCodec
     }
 };
 
-/// The type of the member that a pointer to it stands for.
+/// The type of the member that a member pointer points to.
 template <typename Member>
 struct MemberTraits;
-/// For data members, the only ones that are fields.
+/// For data members; no others are fields.
 template <typename Class, typename Type>
 struct MemberTraits<Type Class::*>
 {
     using type = Type; ///< the member's
 };
 
-/// One field: a data member, how it is written, and the bits that name it in a mask of fields.
+/// One field: a data member, how it is written, and the bits that stand for it in a mask of fields.
 template <auto Member, typename Codec = FieldCodec<typename MemberTraits<decltype(Member)>::type>,
           quint32 Bits = 0>
 struct Field
@@ -225,7 +227,7 @@ struct Field
     }
 };
 
-/// The fields of a class in the order of their text.
+/// The fields of a class, in the order of their text.
 template <typename... Fields>
 struct FieldList
 {
@@ -260,8 +262,8 @@ struct FieldList
     }
 
 private:
-    /// Reads the field at the front of `text` and cuts it off. The last field takes all that is
-    /// left, so that a separator too many lands in it, and its codec refuses it.
+    /// Reads the field at the front of `text` and cuts it off. The last field takes everything
+    /// left, so that an extra separator ends up in it and its codec refuses it.
     template <typename Next, typename Class>
     static bool readNext(QStringView& text, char16_t separator, bool last, Class& object)
     {

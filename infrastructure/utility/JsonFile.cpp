@@ -24,7 +24,7 @@ bool loadJsonFile(const QString& path, QJsonObject& out)
                      << (errno == EINVAL ? "it is no regular file" : std::strerror(errno));
         return false;
     }
-    // In blocks, for a file in /proc has no size, and a read takes as much memory as it asks for.
+    // In blocks, since a file in /proc has no size, and a read takes as much memory as it asks for.
     constexpr int BLOCK_BYTES = 64 << 10;
     QByteArray text;
     for (QByteArray block; text.size() <= MAX_JSON_FILE_BYTES; text += block) {

@@ -27,7 +27,7 @@ bool isControl(char character)
     return code < 0x20 || code == 0x7F;
 }
 
-/// The first byte of a control character, C1 in UTF-8 (C2 80 to C2 9F) included, or the end.
+/// The first byte of a control character, including C1 in UTF-8 (C2 80 to C2 9F), or the end.
 const char* findControl(const char* from, const char* end, bool withLineFeeds)
 {
     for (; from != end; ++from) {

@@ -3,9 +3,9 @@
 //   VELLOG_INFO() << "Running " << name;
 //   VELLOG_ERR() << "Incoming buffer size " << size << " Discarding raw data packets";
 //
-// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere. What comes
-// from files and peers can't forge a line: a control character is written as "\n", "\x1B" and so
-// on, other text as it is.
+// Any thread may log. Before setupLogging and after tearDownLogging a line goes nowhere. Text from
+// files and peers can't forge a line: control characters are written as "\n", "\x1B" and so on,
+// other text unchanged.
 #pragma once
 
 #include <fmt/format.h>
@@ -24,7 +24,7 @@ namespace spdlog {
 class logger;
 }
 
-/// Severity of a line, least severe first.
+/// Severity of a line, lowest first.
 enum LogLevel {
     LogLevel_Trace,
     LogLevel_Debug,
@@ -34,7 +34,7 @@ enum LogLevel {
     LogLevel_Critical,
 };
 
-/// One line of the log, written when the object goes. Use it through the macros below: they
+/// One line of the log, written when the object is destroyed. Use it through the macros below: they
 /// evaluate the pieces only if the level passes.
 class LogLine
 {
@@ -44,7 +44,7 @@ public:
     LogLine& operator=(const LogLine&) = delete;
     ~LogLine();
 
-    /// True when there is a logger and it takes this level.
+    /// True if there is a logger and it accepts this level.
     explicit operator bool() const { return logger != nullptr; }
 
     /// The text, "(null)" for a null pointer.
@@ -53,15 +53,15 @@ public:
     /// The text as UTF-8.
     LogLine& operator<<(const QString& text);
     LogLine& operator<<(QLatin1String text);
-    /// The bytes as they stand.
+    /// The bytes unchanged.
     LogLine& operator<<(const QByteArray& bytes);
     /// Compact JSON.
     LogLine& operator<<(const QJsonObject& object);
     /// The strings, joined by ", ".
     LogLine& operator<<(const QStringList& strings);
 
-    /// Anything that fmt formats with "{}": numbers, text, packets. What is no text keeps the line
-    /// feeds of its layout: those of a packet's indented JSON.
+    /// Anything that fmt formats with "{}": numbers, text, packets. Anything but text keeps the
+    /// line feeds of its layout, such as those of a packet's indented JSON.
     template <typename T>
     LogLine& operator<<(const T& value)
     {
@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    /// Escapes the control characters from there on, line feeds too or all others.
+    /// Escapes the control characters from there on: all of them, or all but line feeds.
     void escapeFrom(std::size_t start, bool withLineFeeds = true);
     void append(const char* text, std::size_t size);
 
@@ -85,8 +85,8 @@ private:
     fmt::memory_buffer line;
 };
 
-/// A LogLine of a level as a statement: what is streamed into it is evaluated only if the level
-/// passes. The switch keeps an `else` that follows from binding to the `if` inside.
+/// A LogLine of a given level, as a statement: what is streamed into it is evaluated only if the
+/// level passes. The switch keeps a following `else` from binding to the `if` inside.
 #define VELLOG_AT(LEVEL)                                                                           \
     switch (0)                                                                                     \
     case 0:                                                                                        \
@@ -95,7 +95,7 @@ private:
         } else                                                                                     \
             vellogLine
 
-/// These begin a line of their level.
+/// These begin a line of the level they name.
 #define VELLOG_TRACE() VELLOG_AT(LogLevel_Trace)
 #define VELLOG_DEBUG() VELLOG_AT(LogLevel_Debug)
 #define VELLOG_INFO() VELLOG_AT(LogLevel_Info)

@@ -20,7 +20,7 @@ bool setupLogging(bool logToStdout, const char* logDirectory)
 {
     try {
         const std::string logName = std::string(logDirectory ? logDirectory : "") + "velapp";
-        static_cast<void>(logName); // composed for callers' sake; there is no file sink
+        static_cast<void>(logName); // composed for the callers' sake; there is no file sink
 
         std::vector<spdlog::sink_ptr> sinks;
         if (logToStdout) {
@@ -34,7 +34,7 @@ bool setupLogging(bool logToStdout, const char* logDirectory)
         spdlog::register_logger(
             std::make_shared<spdlog::logger>(LOGGER_NAME(), sinks.begin(), sinks.end()));
         spdlog::set_pattern(LINE_PATTERN);
-        // A syslog message is a line already, so its text carries no line end.
+        // A syslog message is a line by itself, so its text has no line end.
         syslogSink->set_formatter(std::make_unique<spdlog::pattern_formatter>(
             LINE_PATTERN, spdlog::pattern_time_type::local, std::string()));
         return true;

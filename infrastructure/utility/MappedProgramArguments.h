@@ -1,5 +1,5 @@
-// A command line as a multi-map from key to values. It knows no list of options: any word is a
-// key, and a word with "=" gives a key and a value. A value type.
+// A command line as a multi-map from keys to values. There is no list of known options: any word is
+// a key, and a word with "=" gives a key and a value. A value type.
 #pragma once
 
 #include <QMultiMap>
@@ -10,8 +10,8 @@
 
 class QCoreApplication;
 
-/// The words of a command line, by key. A word that splits at "=" into no part or more than two is
-/// logged at err level and left out.
+/// The words of a command line, by key. A word that "=" splits into no part or more than two is
+/// logged at level err and left out.
 ///     testSources=/some/dir => key "testSources", value "/some/dir"
 ///     key, key=, =key       => key "key", null value
 ///     a==b                  => key "a", value "b"
@@ -22,13 +22,14 @@ public:
     /// With `stripOptionPrefix` a leading "-D", "--" or "-" is removed from each word.
     MappedProgramArguments(const QCoreApplication& app, bool stripOptionPrefix);
 
-    /// The same from the words of `main`, read as Latin-1. `argc` of 0 or less gives an empty map.
+    /// The same from the words of `main`, read as Latin-1. An `argc` of 0 or less gives an empty
+    /// map.
     MappedProgramArguments(int argc, char** argv, bool stripOptionPrefix);
 
-    /// True when the key is there; upper and lower case differ.
+    /// True if the key is there; keys are case-sensitive.
     bool contains(const QString& key) const;
 
-    /// The value given last for the key; for an absent key a null string and a log line.
+    /// The last value given for the key; for a missing key a null string and a log line.
     QString value(const QString& key) const;
 
     /// Each key once, in order.
@@ -42,5 +43,5 @@ private:
     QMultiMap<QString, QString> arguments;
 };
 
-/// A line for each key: "key[x] : values[2, 1]", newest value first.
+/// One line per key: "key[x] : values[2, 1]", newest value first.
 std::ostream& operator<<(std::ostream& stream, const MappedProgramArguments& arguments);

@@ -6,9 +6,10 @@
 #include <type_traits>
 #include <vector>
 
-/// The mean of the latest `windowSize` samples. The window fills from empty: the first sample is
-/// its own average. Integers divide towards zero (8, 8, 9 => 8); the sum is kept in `T` and wraps
-/// where it does not fit. Floating-point sums drift, since they are never summed anew on the way.
+/// The mean of the latest `windowSize` samples. The window starts empty: the first sample is its
+/// own average. Integers are divided towards zero (8, 8, 9 => 8); the sum is kept in `T` and wraps
+/// around if it does not fit. Floating-point sums drift, since they are only updated and never
+/// summed afresh.
 template <typename T>
 class MovingAverage
 {
@@ -22,7 +23,7 @@ public:
     /// The average so far, 0 before the first sample.
     T getCurrentAverage() const { return currentAverage; }
 
-    /// Takes a sample, in place of the oldest once the window is full, and returns the average.
+    /// Takes a sample, which replaces the oldest once the window is full, and returns the average.
     T addSample(T value)
     {
         if (samples.size() == windowSize) {
@@ -36,8 +37,8 @@ public:
         return updateAverage();
     }
 
-    /// Changes the window; 0 is taken as 1. A window smaller than what is held keeps the newest
-    /// samples and averages them anew.
+    /// Changes the window; 0 is taken as 1. If it becomes smaller than the number of samples held,
+    /// the newest are kept and averaged afresh.
     void setWindowSize(std::size_t newSize)
     {
         newSize = std::max<std::size_t>(newSize, 1);
@@ -59,7 +60,7 @@ public:
     }
 
 private:
-    // Signed sums go through the unsigned type, where overflow has a meaning.
+    // Signed sums go through the unsigned type, where overflow is defined.
     static T wrappingAdd(T a, T b)
     {
         if constexpr (std::is_integral_v<T>) {
@@ -88,7 +89,7 @@ private:
 
     T sum = T(0);
     T currentAverage = T(0);
-    std::size_t oldestIndex = 0; ///< the next sample to replace once the window is full
+    std::size_t oldestIndex = 0; ///< the next sample to be replaced once the window is full
     std::size_t windowSize;
     std::vector<T> samples; ///< grows up to windowSize, then a ring
 };
@@ -107,8 +108,8 @@ public:
     /// The latest average of each channel.
     const std::vector<T>& getCurrentAverages() const { return currentAverages; }
 
-    /// Gives each channel its sample, in order. Samples beyond the channels are ignored; channels
-    /// without a sample stay as they are.
+    /// Gives each channel its sample, in order. Extra samples are ignored; channels without a
+    /// sample stay as they are.
     void addSamples(const std::vector<T>& samples)
     {
         const std::size_t count = std::min(samples.size(), channels.size());

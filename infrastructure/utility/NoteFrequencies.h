@@ -30,5 +30,5 @@ inline constexpr std::array<NoteFrequency, 49> NOTE_FREQUENCIES{{
     {u"C 7", 2093.005},
 }};
 
-/// The frequency in hertz of the note of this name, or nothing where the table has no such note.
+/// The frequency in hertz of the note with this name; nothing if the table has no such note.
 std::optional<double> getNoteFrequency(QStringView name);

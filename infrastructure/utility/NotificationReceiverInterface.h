@@ -1,7 +1,7 @@
-// Being told, from any thread, that there is something to do.
+// A way to be told, from any thread, that there is something to do.
 #pragma once
 
-/// Implemented by whoever waits for work.
+/// Implemented by objects that wait for work.
 class NotificationReceiverInterface
 {
 public:

@@ -17,9 +17,9 @@ using Text = std::string_view;
 constexpr std::size_t NONE = Text::npos;
 constexpr int MAX_DEPTH = 1024; ///< the parser goes no deeper
 
-/// The next character in the escape that begins at `at`, and moves on behind it. As the parser does
-/// it: what has no meaning after a backslash stands for itself. The digits may be bad; the parser
-/// refuses them.
+/// The next character in the escape that begins at `at`, which moves past it. Like the parser, it
+/// lets a character without a meaning after a backslash stand for itself. The digits may be bad;
+/// the parser refuses them.
 uint readEscape(Text text, std::size_t& at)
 {
     static constexpr Text letters = "bfnrt";
@@ -58,9 +58,9 @@ void appendUtf8(std::string& bytes, uint character)
     append(0x80 | (character & 0x3F));
 }
 
-/// Goes through the structure of a text, and compares the keys of each object when it ends. It need
-/// not tell good text from bad: where it can't go on, the parser can't either, and the objects that
-/// end before have been looked at.
+/// Walks the structure of a text and compares the keys of each object when it ends. It need not
+/// tell good text from bad: where it can't go on, the parser can't either, and all objects that end
+/// before that have been checked.
 class RepeatedKeySearch
 {
 public:
@@ -69,7 +69,7 @@ public:
     {
     }
 
-    /// Where the second of two equal keys stands; NONE where all differ.
+    /// The position of the second of two equal keys; NONE if all differ.
     std::size_t run()
     {
         bool isKeyNext = false;
@@ -126,14 +126,14 @@ private:
         return at;
     }
 
-    /// A key as UTF-8, in which each half of a surrogate pair that stands alone has three bytes.
+    /// A key as UTF-8, in which each unpaired half of a surrogate pair takes three bytes.
     Text decoded(Text key)
     {
         std::size_t at = key.find('\\');
         if (at == NONE) {
             return key;
         }
-        unescaped.reserve(text.size()); // all that it can come to: its content must not move
+        unescaped.reserve(text.size()); // the most it can grow to: its content must not move
         const std::size_t start = unescaped.size();
         unescaped += key.substr(0, at);
         while (at < key.size()) {
@@ -156,7 +156,7 @@ private:
         return Text(unescaped).substr(start);
     }
 
-    /// Looks at the keys from `first` on, which all belong to one object.
+    /// Checks the keys from `first` on, which all belong to one object.
     std::size_t findRepeated(int first)
     {
         const auto begin = keys.begin() + first;

@@ -1,14 +1,13 @@
-// JSON text from outside, a peer or a file, on its way to Qt's parser.
+// Passes JSON text from outside, from a peer or a file, to Qt's parser.
 #pragma once
 
 #include <QJsonDocument>
 
-/// What QJsonDocument::fromJson gives, but for an object that has a key twice, at any depth. "a"
-/// and
-/// "\u0061" are the same key. Such text is bad: it gives a null document, the error IllegalValue at
-/// the second key, and a log line. Qt 5 would take it, and never give back the memory of what
-/// stands under the first.
+/// Gives what QJsonDocument::fromJson gives, but refuses text in which an object, at any depth, has
+/// the same key twice. ("a" and "\u0061" are the same key.) Such text gives a null document, the
+/// error IllegalValue at the second key, and a log line. Qt 5 would accept it, and never free the
+/// memory of the first key's value.
 ///
-/// Takes n log n time. Beside the parser's memory it holds three words for each key of the objects
-/// that are open at one place, and a copy of the keys that have escapes.
+/// Takes n log n time. Besides the parser's memory it needs three words for each key of the objects
+/// that are open at the same time, and a copy of the keys that have escapes.
 QJsonDocument parseJson(const QByteArray& text, QJsonParseError* error = nullptr);

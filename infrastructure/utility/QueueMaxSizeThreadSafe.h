@@ -11,13 +11,13 @@
 #include <string>
 #include <utility>
 
-/// A first-in first-out queue that blocks its producers when it is full and drops nothing.
+/// A first-in first-out queue that blocks its producers while it is full, and drops nothing.
 template <typename T>
 class QueueMaxSizeThreadSafe
 {
 public:
-    /// `size` is the most items held (0 is taken as 1). `waitMs` is the length of one timed wait
-    /// (0 is taken as 1), after which a blocked caller looks again; it never ends a wait for good.
+    /// `size` is the maximum number of items (0 is taken as 1). `waitMs` is the length of one timed
+    /// wait (0 is taken as 1), after which a blocked caller looks again and goes on waiting.
     QueueMaxSizeThreadSafe(std::string queueName, uint32_t size, uint32_t waitMs)
         : capacityHint(size)
         , waitTimeoutMs(std::max<uint32_t>(waitMs, 1))
@@ -31,16 +31,16 @@ public:
 
     /// The name given at construction.
     const std::string& getName() const { return name; }
-    /// The most items that the queue holds.
+    /// The maximum number of items.
     uint32_t getMaxSize() const { return maxSize; }
 
-    /// The number of items at this moment; other threads may change it before the caller looks.
+    /// The number of items at the moment; other threads may change it at any time.
     uint32_t getSize() const
     {
         const std::lock_guard<std::mutex> lock(mutex);
         return static_cast<uint32_t>(items.size());
     }
-    /// True when there is no item at this moment.
+    /// True if there are no items at the moment.
     bool isEmpty() const { return getSize() == 0; }
 
     /// Appends an item; blocks while the queue is full.
@@ -56,7 +56,7 @@ public:
         return takeFront(lock);
     }
 
-    /// Removes and returns the first item, or nothing at once where there is none.
+    /// Removes and returns the first item, or returns nothing at once if there is none.
     std::optional<T> tryPop()
     {
         std::unique_lock<std::mutex> lock(mutex);

@@ -25,7 +25,7 @@ void onSignal(int)
 void quitOnSignal(int exitValue)
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalSockets) != 0) {
-        return; // signals keep ending the process at once
+        return; // signals still end the process at once
     }
     auto* notifier =
         new QSocketNotifier(signalSockets[1], QSocketNotifier::Read, QCoreApplication::instance());
@@ -34,7 +34,7 @@ void quitOnSignal(int exitValue)
     struct sigaction action = {};
     action.sa_handler = onSignal;
     action.sa_flags =
-        static_cast<int>(SA_RESTART | SA_RESETHAND); // a second Ctrl-C ends it at once
+        static_cast<int>(SA_RESTART | SA_RESETHAND); // a second Ctrl-C ends the process at once
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
 }

@@ -1,6 +1,6 @@
-// Ends the event loop on Ctrl-C and on termination, so that destructors run.
+// Ends the event loop on Ctrl-C and on termination signals, so that destructors run.
 #pragma once
 
-/// Has SIGINT and SIGTERM end the application's event loop with this value. Call it once, from the
-/// main thread, when the application exists.
+/// From now on SIGINT and SIGTERM end the application's event loop with this value. Call it once,
+/// from the main thread, after the application object has been made.
 void quitOnSignal(int exitValue = 0);

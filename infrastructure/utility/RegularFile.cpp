@@ -27,7 +27,7 @@ int openRegularFile(const char* path)
     if (::stat(path, &status) != 0 || !isRegular(status)) {
         return -1;
     }
-    // Another file may have taken its place meanwhile: the opening must not wait for that either.
+    // Another file may have replaced it in the meantime: opening that must not wait either.
     const int descriptor = ::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor >= 0 && (::fstat(descriptor, &status) != 0 || !isRegular(status))) {
         const int code = errno;

@@ -1,7 +1,7 @@
-// Opening files whose path comes from outside.
+// Opens files whose path comes from outside.
 #pragma once
 
-/// Opens a regular file for reading and never waits: a pipe would have its opener wait for a
-/// writer, and a device may act on being opened. The path is the system's, as for open(2). The
-/// descriptor, which the caller closes, or -1 with errno: EINVAL for what is no regular file.
+/// Opens a regular file for reading and never waits: opening a pipe would wait for a writer, and a
+/// device may act on being opened. The path is the system's, as for open(2). Returns a descriptor,
+/// which the caller closes, or -1 with errno: EINVAL if it is not a regular file.
 int openRegularFile(const char* path);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What the clock arithmetic of a timed wait can hold with ease: a thousand days.
+/// A thousand days, which the clock arithmetic of a timed wait can easily hold.
 constexpr int64_t LONGEST_WAIT_MS = int64_t(1000) * 24 * 60 * 60 * 1000;
 
 /// The object whose thread this is.
@@ -57,7 +57,8 @@ void SupervisorThread::sleepUntilNextPass(int64_t periodMs)
     const int64_t elapsedMs = std::max<int64_t>(sincePassBegan, 0);
     if (elapsedMs <= periodMs && !notified) {
         // The mutex guards nothing: notify takes no lock, so that it costs its callers next to
-        // nothing and can't block them. What that may miss, the period bounds.
+        // nothing and can't block them. A notification missed that way is delayed by at most the
+        // period.
         std::mutex ownMutex;
         std::unique_lock<std::mutex> lock(ownMutex);
         wakeCondition.wait_for(

@@ -1,5 +1,5 @@
-// A background thread that repeats one step on a period and can be woken early. startThread and
-// stopThread belong to the owner's thread; notify may be called by any.
+// A background thread that repeats one step periodically and can be woken early. startThread and
+// stopThread are for the owner's thread; any thread may call notify.
 #pragma once
 
 #include "infrastructure/utility/NotificationReceiverInterface.h"
@@ -10,12 +10,12 @@
 #include <string>
 #include <thread>
 
-/// Base of a periodic worker. A subclass supplies the step, which calls sleepUntilNextPass at its
-/// end, and calls stopThread in its destructor: to destroy a running thread ends the process.
+/// Base of a periodic worker. A subclass implements the step, which calls sleepUntilNextPass at its
+/// end, and calls stopThread in its destructor: destroying a running thread ends the process.
 ///
 ///     not started --startThread--> running --stopThread--> stopping --> stopped
 ///
-/// Stopped is for good: a thread that is started again runs its hooks and no pass.
+/// Stopping is final: a thread that is started again runs its hooks but no pass.
 class SupervisorThread : public NotificationReceiverInterface
 {
 public:
@@ -27,28 +27,28 @@ public:
 
     /// Starts the thread; does nothing while it runs.
     void startThread();
-    /// Asks the thread to stop, wakes it with notify and waits until the pass at work has ended.
-    /// Does nothing where no thread runs. From the thread itself it asks and does not wait.
+    /// Asks the thread to stop, wakes it with notify and waits for the current pass to end. Does
+    /// nothing if no thread runs. Called from the thread itself it asks, but does not wait.
     void stopThread();
 
-    /// Ends the sleep that the thread is in, or the next one if it is at work. A call in the moment
-    /// between the sleeper's last look and its sleep waits for the end of the period.
+    /// Ends the thread's current sleep, or the next one if it is working. A call that falls between
+    /// the sleeper's last check and its sleep has no effect until the end of the period.
     void notify() override;
 
 protected:
     /// One pass of the work, on the thread.
     virtual void supervisorLoopStep() = 0;
-    /// Called on the thread ahead of the first pass.
+    /// Called on the thread before the first pass.
     virtual void onThreadStart() {}
-    /// Called on the thread behind the last pass.
+    /// Called on the thread after the last pass.
     virtual void onThreadStop() {}
 
-    /// True once the thread has been asked to stop, for a long pass to look at.
+    /// True once the thread has been asked to stop, for long passes to check.
     bool isStopRequested() const { return stopRequested; }
 
-    /// Sleeps for what is left of the period, counted from the start of this pass: not at all when
-    /// the pass has taken longer, or when notify was called meanwhile. It never sleeps for longer
-    /// than the period, also where the wall clock is set back. Only the step calls it.
+    /// Sleeps for the rest of the period, counted from the start of this pass: not at all if the
+    /// pass has taken longer, or if notify was called in the meantime. Never sleeps for longer than
+    /// the period, even if the wall clock is set back. Only the step calls it.
     void sleepUntilNextPass(int64_t periodMs);
 
 private:

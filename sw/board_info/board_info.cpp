@@ -1,8 +1,8 @@
-// What the board tells of itself: versions, sensors with their limits, supported SFP modules; and
-// the header of an FPGA image. On a machine without the board it says "Unknown".
+// What the board tells about itself: versions, sensors with their limits, supported SFP modules;
+// and the header of an FPGA image. On a machine without the board it prints "Unknown".
 //   board_info                 the board
 //   board_info --bit FILE      the header of a bit file
-//   board_info --jed FILE      what a fuse file says of itself
+//   board_info --jed FILE      what a fuse file says about itself
 #include "infrastructure/platform/BitFile.h"
 #include "infrastructure/platform/JedFile.h"
 #include "infrastructure/platform/Sensors.h"
@@ -53,7 +53,7 @@ void printSensors(int boardId)
     }
 }
 
-/// The program's own list; the user's file, were it to be loaded, could be written too.
+/// Prints the program's own list: loading the user's file might also write it.
 void printSfps(const VersionInfo& versions)
 {
     std::puts("Supported SFP modules");

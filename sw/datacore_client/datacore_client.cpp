@@ -1,4 +1,4 @@
-// A command-line tool for an engineer at the instrument: looks at a datacore server and writes to
+// A command-line tool for engineers at the instrument: reads from a datacore server and writes to
 // it.
 //   datacore_client list | get PATH | set PATH VALUE... | watch [PATH-PREFIX] | dump
 #include "infrastructure/client/VelClientDatacoreManager.h"
@@ -72,7 +72,7 @@ void insertAt(QJsonObject& tree, const QStringList& names, int depth, const QJso
     tree.insert(names[depth], node);
 }
 
-/// One run of the tool: connects, asks, and does what the command says when the values are there.
+/// One run of the tool: connects, requests values, and carries out the command when they arrive.
 class Tool
 {
 public:
@@ -100,7 +100,7 @@ public:
         if (command() == QLatin1String("get") || command() == QLatin1String("set")) {
             wanted.append(words[1]);
         } else if (command() == QLatin1String("list")) {
-            wanted.append(QStringLiteral("configCoreRouter")); // names are all that counts
+            wanted.append(QStringLiteral("configCoreRouter")); // only the names matter
         }
         connection.acceptPacket(DatacorePathListPacket(connection.getLocalIdentifier(), wanted));
         return true;
@@ -180,7 +180,7 @@ private:
         }
     }
 
-    /// The one value asked for is there, or the write is acknowledged.
+    /// The one requested value has arrived, or the write is acknowledged.
     void onInSync(ClientDatacore* datacore)
     {
         if (isFinished) {
@@ -203,7 +203,7 @@ private:
         }
     }
 
-    /// Called ahead of each value; the last one is taken when control gets back.
+    /// Called before each value; the last one is read when control returns.
     void onValueForDump(const QString& path)
     {
         if (missingValues.remove(path) && missingValues.isEmpty()) {
@@ -238,7 +238,7 @@ private:
     bool isFinished = false;
 };
 
-/// How many words each command takes, its own included.
+/// How many words each command takes, including its own name.
 struct Command
 {
     const char* name;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int STATUS_PERIOD_MS = 250;
 
-/// What is set for one input.
+/// The settings of one input.
 struct InputConfig : DatacoreBase
 {
     InputConfig(const QString& name, DatacoreBase* parentNode)

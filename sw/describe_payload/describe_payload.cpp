@@ -1,4 +1,4 @@
-// Tells what a video payload identifier says: describe_payload 97CB8001 [97CB8041 ...]
+// Describes video payload identifiers: describe_payload 97CB8001 [97CB8041 ...]
 // Each word is the four bytes of one link in hexadecimal, byte 0 first.
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
@@ -13,7 +13,7 @@ namespace {
 
 using namespace Tessorn::Sdi::PayloadId;
 
-/// What a number of a field means.
+/// The meaning of a field's number.
 using Word = QLatin1String (*)(quint32 value, quint32 pictureBit);
 
 /// The word of a vocabulary for a value.

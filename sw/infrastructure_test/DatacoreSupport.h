@@ -1,4 +1,4 @@
-// What cases of the state tree share: JSON text in and out, and the reasons of a node.
+// What the state tree's cases share: JSON text in and out, and the reasons of a node.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreBase.h"
@@ -41,7 +41,7 @@ inline void transfer(const DatacoreBase& from, DatacoreBase& to, bool justData =
                                 messages));
 }
 
-/// The numbers of the reasons for which a node is invalid; each is an error.
+/// The numbers of the reasons why a node is invalid; each must be an error.
 inline std::vector<int> reasons(const DatacoreBase& node)
 {
     DatacoreValidStatusMessages messages;

@@ -1,4 +1,4 @@
-// Where the reference material of the cases lies.
+// The location of the cases' reference material.
 #pragma once
 
 #include <QString>

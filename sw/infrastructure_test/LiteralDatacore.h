@@ -1,6 +1,6 @@
-// The state tree in its plainest form: a string for each level of a path, an object for each key,
-// a search through the list for each change. The cases hold the tree against it, change by change,
-// and the benchmarks state their speed by it.
+// The state tree in its plainest form: a string for each level of a path, an object for each key, a
+// search through the list for each change. The cases compare the tree with it, change by change,
+// and the benchmarks measure against it.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreActiveStatusMessage.h"

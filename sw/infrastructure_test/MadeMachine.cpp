@@ -208,7 +208,7 @@ int MadeMachine::status(const std::string& path, struct stat& result)
 {
     const int failure = Machine::status(path, result);
     if (flashes.count(path) != 0) {
-        // Linux has a device's number twice, the odd one for the name that ends in "ro".
+        // Linux gives a device two numbers, the odd one for the name that ends in "ro".
         const auto number =
             static_cast<unsigned>(std::atoi(path.c_str() + std::strlen("/dev/mtd")));
         result.st_rdev = makedev(90, 2 * number + (path.back() == 'o' ? 1 : 0));

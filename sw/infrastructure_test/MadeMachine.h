@@ -1,5 +1,5 @@
 // A machine made for a case: an empty file system in a temporary directory, flash devices, a
-// watchdog, and calls that fail when they are told to. It is the current machine while it lives.
+// watchdog, and calls that fail when told to. It is the current machine during its lifetime.
 #pragma once
 
 #include "infrastructure/platform/Machine_p.h"
@@ -19,8 +19,8 @@ public:
     {
     };
 
-    /// A flash device as hardware has it: a write only clears bits, an erase sets those of a whole
-    /// block, which has to be unlocked. Its content is the file of the same path.
+    /// A flash device that behaves like hardware: a write only clears bits, an erase sets those of
+    /// a whole block, which must be unlocked. Its content is the file of the same path.
     struct Flash
     {
         uint32_t sizeBytes = 0;
@@ -28,16 +28,16 @@ public:
         std::set<uint64_t> unlocked;       ///< blocks
         std::vector<uint64_t> erased;      ///< blocks, in order
         int64_t badBlock = -1;             ///< can't be erased
-        int64_t failWritesFrom = -1;       ///< offset from which nothing can be written any more
-        bool losesHalfOfEachWrite = false; ///< and claims all of it
+        int64_t failWritesFrom = -1;       ///< offset from which writes fail
+        bool losesHalfOfEachWrite = false; ///< but reports all of it as written
     };
 
     MadeMachine();
     ~MadeMachine() override;
 
-    /// Makes a file, with the folders above it.
+    /// Creates a file, and the folders above it.
     void writeFile(const std::string& path, const QByteArray& content);
-    /// A file's content; null where there is none.
+    /// A file's content; null if there is none.
     QByteArray readFile(const std::string& path) const;
     Flash& addFlash(const std::string& path, uint32_t sizeBytes);
     void addWatchdog() { writeFile("/dev/watchdog", ""); }
@@ -48,17 +48,18 @@ public:
     std::string takeOut() { return take(out, outText); }
     std::string takeErr() { return take(err, errText); }
 
-    std::map<std::string, int> failingOpens;   ///< errno by path
-    int failingWrites = 0;                     ///< errno of each write, 0 for none
-    int failingRenames = 0;                    ///< errno of each rename
-    int ownerFailure = 0;                      ///< errno of a change of owner
-    std::set<std::string> users = {"veluser"}; ///< those that there are, user 1000 of group 100
-    std::vector<std::string> ownerChanges;     ///< "path user group"
-    std::vector<std::string> syncs;            ///< paths
-    std::vector<std::string> programs;         ///< that were run
+    std::map<std::string, int> failingOpens; ///< errno by path
+    int failingWrites = 0;                   ///< errno of each write, 0 for none
+    int failingRenames = 0;                  ///< errno of each rename
+    int ownerFailure = 0;                    ///< errno of a change of owner
+    std::set<std::string> users = {
+        "veluser"};                        ///< the users that exist, with user 1000 of group 100
+    std::vector<std::string> ownerChanges; ///< "path user group"
+    std::vector<std::string> syncs;        ///< paths
+    std::vector<std::string> programs;     ///< that were run
     int programResult = 0;
     std::vector<std::string> ioctls; ///< of the watchdog
-    /// In place of the program's resources.
+    /// Replaces the program's resources.
     bool resourceMissing = false;
     QByteArray resource; ///< null for the real ones
 

@@ -1,4 +1,4 @@
-// A socket whose incoming bytes come from memory, so that a case decides how they are cut.
+// A socket whose incoming bytes come from memory, so that a case decides how they are split.
 #pragma once
 
 #include <QTcpSocket>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-/// Connected as far as its users can tell. Give it bytes with feed.
+/// Looks connected to its users. Give it bytes with feed.
 class MemorySocket : public QTcpSocket
 {
 public:
@@ -17,7 +17,7 @@ public:
     }
     ~MemorySocket() override { setSocketState(QAbstractSocket::UnconnectedState); }
 
-    /// Lets these bytes arrive, together with those that nobody has taken yet.
+    /// Makes these bytes arrive, together with those that nobody has read yet.
     void feed(const QByteArray& bytes)
     {
         waiting.remove(0, taken);
@@ -26,7 +26,7 @@ public:
         Q_EMIT readyRead();
     }
 
-    /// Has the peer close the link.
+    /// The peer closes the link.
     void drop()
     {
         setSocketState(QAbstractSocket::UnconnectedState);

@@ -168,7 +168,7 @@ bool NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWit
     return true;
 }
 
-/// Sends one packet, and passes when it arrives unchanged and nothing else does.
+/// Sends one packet, and passes if it arrives unchanged and nothing else does.
 bool NetworkConnectionTests::exchange(NetworkConnection& sender, const char* senderName,
                                       const char* receiverName, const BasicTestPacket& sent)
 {

@@ -12,8 +12,8 @@
 
 class QCoreApplication;
 
-/// Sends JSON packets both ways and compares what arrives. Takes the packets of the link only while
-/// it runs, since it may outlive the exercise by far.
+/// Sends JSON packets both ways and compares what arrives. Receives the link's packets only while
+/// it runs, since it may live much longer than the exercise.
 class NetworkConnectionTests : public RawDataPacketReceiverInterfaceBase
 {
 public:
@@ -22,14 +22,14 @@ public:
     /// Port 0 lets the system choose one.
     explicit NetworkConnectionTests(QCoreApplication* app, quint16 listenPort = PORT);
 
-    /// Runs the whole exercise; true when all of it passed. Ends within some seconds.
+    /// Runs the whole exercise; true if all of it passed. Ends within seconds.
     bool run();
-    /// Why it did not pass, as far as that is known here; the log says the rest.
+    /// Why it did not pass, as far as is known here; the log has the rest.
     const QString& getFailure() const { return failure; }
 
     void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) override;
 
-    /// The result of the exercise that ran last.
+    /// The result of the exercise that was run last.
     static bool testsPassed;
 
 private:

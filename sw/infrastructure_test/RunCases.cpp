@@ -14,7 +14,7 @@ namespace {
 
 std::atomic<int> signalTaken{0};
 
-/// Stops before the next case once a signal has come, whatever number of failures it was to stop
+/// Stops before the next case once a signal has arrived, whatever the number of failures to stop
 /// at.
 class StoppableConfig : public Catch::Config
 {
@@ -23,7 +23,7 @@ public:
     int abortAfter() const override { return signalTaken != 0 ? 0 : Catch::Config::abortAfter(); }
 };
 
-/// Gives access to the one member of a session that it has no setter for.
+/// Gives access to the one member of a session that has no setter.
 template <std::shared_ptr<Catch::Config> Catch::Session::*Member>
 struct ConfigAccess
 {
@@ -39,8 +39,8 @@ template struct ConfigAccess<&Catch::Session::m_config>;
 
 void stopCasesOnSignal()
 {
-    // Blocked and waited for, since while a case runs the runner has a handler in place that writes
-    // its report from within the signal.
+    // Blocked and waited for, since while a case runs the runner installs a handler that writes its
+    // report from within the signal.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);

@@ -64,7 +64,7 @@ struct LogCapture::State
 LogCapture::LogCapture()
     : state(std::make_unique<State>())
 {
-    // A logger's sinks may not change while others write, so another logger takes its place.
+    // A logger's sinks may not change while others write, so another logger replaces it.
     std::vector<spdlog::sink_ptr> sinks;
     if (state->original) {
         sinks = state->original->sinks();

@@ -1,4 +1,4 @@
-// What several cases need: waiting for a condition while events are handled, and a look at the log.
+// What several cases need: waiting for a condition while handling events, and a look at the log.
 #pragma once
 
 #include <QString>
@@ -7,11 +7,10 @@
 #include <functional>
 #include <memory>
 
-/// Handles events until the condition holds; false when it does not within the deadline.
+/// Handles events until the condition holds; false if it does not hold by the deadline.
 bool waitFor(const std::function<bool()>& condition, int deadlineMs = 5000);
 
-/// Keeps the lines that are logged on "VELLOG" while it lives. Lines keep
-/// going where they went before.
+/// Keeps the lines logged on "VELLOG" during its lifetime. Lines still go where they went before.
 class LogCapture
 {
 public:
@@ -22,7 +21,7 @@ public:
 
     /// The lines so far, each as level and text: "info: Passed".
     QStringList lines() const;
-    /// True when one of the lines is this.
+    /// True if one of the lines is this one.
     bool contains(const QString& line) const;
 
 private:

@@ -19,7 +19,7 @@ int main(int argc, char** argv)
     setupLogging(false, "");
     QCoreApplication app(argc, argv);
 
-    // Any free port: several runners may be at work on one machine.
+    // Any free port: several runners may be running on one machine.
     NetworkConnectionTests connectionTests(&app, 0);
     connectionTests.run();
 

@@ -27,7 +27,7 @@ int main(int argc, char** argv)
     const QString testSources = QStringLiteral("testSources");
     if (arguments.contains(testSources) && argc > 1) { // the program's own name is a key too
         DatacoreTest::testSourceDirectory = arguments.value(testSources);
-        // The runner takes the word after the program's name for the program's name.
+        // The runner takes the next word for the program's name.
         runCases(argc - 1, argv + 1);
     } else {
         DatacoreTest::testSourceDirectory =

@@ -1,14 +1,14 @@
-// Makes a frame as it goes out on a serial link, tagged, and checks such a file:
+// Makes a tagged frame as it is sent on a serial link, and checks such files:
 //
 //   make_frame FILE [STANDARD] [--picture IMAGE]   writes the words of all fields, 32 bits,
-//                                                  big-endian; colour bars where no image is given
+//                                                  big-endian; colour bars if no image is given
 //   make_frame --check FILE [STANDARD] [--picture IMAGE]
 //                                                  verifies tags, timing references, line numbers
-//                                                  and CRCs, and the samples of the image where one
-//                                                  is given; tells the first fault of the stream
+//                                                  and CRCs, and the samples of the image if one is
+//                                                  given; reports the first fault of the stream
 //
 // STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of level A, 720 or
-// 1080 lines, 10 bits 4:2:2 YCbCr on one link. An image has the size of the standard's picture.
+// 1080 lines, 10 bits 4:2:2 YCbCr on one link. An image must have the standard's picture size.
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
@@ -38,7 +38,7 @@ constexpr const char* DEFAULT_STANDARD = "1920x1080p50 YCbCr:422:10 3G A Rec.709
 constexpr quint16 BLACK = 64;
 constexpr quint16 NO_COLOUR = 512;
 
-/// 75 % of the range from black to white, on 10 bits.
+/// 75 % of the range from black to white, in 10 bits.
 constexpr quint16 BRIGHT = BLACK + 876 * 3 / 4;
 
 /// 75 % bars in R'G'B', from white to black.
@@ -75,9 +75,9 @@ bool isPictureLine(const FieldMetrics& metrics, quint32 line)
     return storeLine >= picture.getFirstLineIndex() && storeLine <= picture.getLastLineIndex();
 }
 
-/// Writes what is known of any frame: timing references, line numbers, and the CRCs over what is
-/// there, for one stream of all fields. The frame comes again and again, so the last field is in
-/// front of the first.
+/// Writes what every frame contains: timing references, line numbers, and the CRCs over what is
+/// there, for one stream of all fields. The frame is repeated, so the last field precedes the
+/// first.
 void complete(std::vector<Streams>& fields, Frame Streams::*stream)
 {
     for (std::size_t number = 0; number < fields.size(); ++number) {
@@ -109,7 +109,7 @@ void complete(std::vector<Streams>& fields)
     complete(fields, &Streams::chroma);
 }
 
-/// Samples of R'G'B' in the upper 10 bits of words, in the standard's colourimetry.
+/// Samples from R'G'B' in the upper 10 bits of words, in the standard's colourimetry.
 Samples toSamples(std::vector<quint16>& words, int width, int height,
                   const StandardFromPayloadIdentifier& standard)
 {
@@ -149,7 +149,7 @@ quint16 toNarrowRange(quint16 component)
     return static_cast<quint16>((64 + (component * 876u + 32767u) / 65535u) << 6);
 }
 
-/// The samples of an image; none, and a line on stderr, where it can't be used.
+/// The samples of an image; none, with a line on stderr, if it can't be used.
 Samples readPicture(const QString& path, const StandardFromPayloadIdentifier& standard)
 {
     const QImage image = QImage(path).convertToFormat(QImage::Format_RGBX64);
@@ -195,7 +195,7 @@ Streams fieldOf(const Samples& picture, const FieldMetrics& metrics, std::size_t
     return field;
 }
 
-/// The words of a field with their tags, which say which field it is, and nothing else.
+/// The words of a field with their tags, which tell the field's number and nothing else.
 std::vector<quint32> taggedWords(const Streams& streams, std::size_t number)
 {
     ParcelTongue::Field field{streams.metrics, std::vector<quint32>(streams.luma.size())};
@@ -207,7 +207,7 @@ std::vector<quint32> taggedWords(const Streams& streams, std::size_t number)
     return ParcelTongue::tagField(field, values);
 }
 
-/// One metrics for each field; none for a standard that is not of the kind that this makes.
+/// The metrics of each field; none for a standard that this program can't make.
 std::vector<FieldMetrics> metricsOf(const Standard& standard)
 {
     std::vector<FieldMetrics> metrics;
@@ -245,7 +245,7 @@ int make(const QString& path, const std::vector<FieldMetrics>& fieldMetrics, con
     return ok ? 0 : 1;
 }
 
-/// The words of one field; none, and a line, where there are not so many.
+/// The words of one field; none, with a line of output, if there are too few.
 std::vector<quint32> readField(QFile& file, const FieldMetrics& metrics, std::size_t number)
 {
     std::vector<quint32> words(static_cast<std::size_t>(ParcelTongue::getTaggedSize(metrics)));
@@ -272,10 +272,10 @@ Streams streamsOf(const std::vector<quint32>& words, const FieldMetrics& metrics
     return streams;
 }
 
-/// Prints by line and sample where a word of a field is not the expected one, and how.
+/// Prints line, sample and kind of the difference at a word that is not as expected.
 void printFault(const FieldMetrics& metrics, std::size_t index, quint32 found, quint32 expected)
 {
-    // The first sample that is not ahead of the word.
+    // The first sample at or after the word.
     const quint32 samples = metrics.getTotalSamples();
     quint32 sample = 0;
     for (quint32 behind = samples; sample < behind;) {

@@ -18,7 +18,7 @@ int skipBlanks(const QByteArray& text, int at)
     return at;
 }
 
-/// The place of the value behind a key that ends at `at`; -1 where no colon follows.
+/// The position of the value after a key that ends at `at`; -1 if no colon follows.
 int findValue(const QByteArray& text, int at)
 {
     at = skipBlanks(text, at);
@@ -36,7 +36,7 @@ std::vector<StreamPiece> PacketStream::take(const QByteArray& arrived)
 {
     waiting.append(arrived);
     std::vector<StreamPiece> pieces;
-    int begin = 0; // of what belongs to no piece yet
+    int begin = 0; // of the bytes that belong to no piece yet
     int at = 0;
     while (waiting.size() - at >= RawDataPacketHeader::SIZE_BYTES) {
         const RawDataPacketHeader header =
@@ -80,8 +80,8 @@ QByteArray withClientId(const StreamPiece& piece, const QByteArray& from, const 
     if (piece.packetType != RawPacketType_SerialisableData || piece.bytes.size() < TEXT_OFFSET) {
         return piece.bytes;
     }
-    // Within a string of valid JSON a quotation mark has a backslash ahead of it, so a key with its
-    // value is never found inside of one.
+    // Inside a string of valid JSON a quotation mark has a backslash before it, so a key with its
+    // value is never found within one.
     QByteArray bytes = piece.bytes;
     const QByteArray old = '"' + from + '"';
     for (const char* key : {"\"ClientID\"", "\"ClientId\""}) {

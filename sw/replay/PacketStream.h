@@ -1,4 +1,4 @@
-// One direction of a link, cut into its packets.
+// One direction of a link, split into its packets.
 #pragma once
 
 #include "infrastructure/utility/packets/RawDataPacketHeader.h"
@@ -8,7 +8,7 @@
 
 #include <vector>
 
-/// What a stream is made of: a whole packet, or bytes between packets.
+/// A piece of a stream: a whole packet, or bytes between packets.
 struct StreamPiece
 {
     quint16 packetType = RawDataPacketHeader::NO_PACKET;
@@ -19,25 +19,25 @@ struct StreamPiece
     QByteArray getText() const;
 };
 
-/// Takes bytes as they come and gives pieces as they are whole, by the rules of a receiver. All
-/// bytes come out again, in order.
+/// Takes bytes as they arrive and returns pieces once they are complete, by the rules of a
+/// receiver. All bytes come out again, in order.
 class PacketStream
 {
 public:
     static constexpr int MAX_WAITING_BYTES = 64 << 20;
 
     std::vector<StreamPiece> take(const QByteArray& arrived);
-    /// What waits for a packet to be whole, and will not be.
+    /// The start of a packet that will never be complete.
     QByteArray takeRest();
-    /// True while a packet above the limit is waited for: the caller gives the stream up.
+    /// True while waiting for a packet above the limit: the caller should give the stream up.
     bool isOverfull() const { return waiting.size() > MAX_WAITING_BYTES; }
-    /// What is said then.
+    /// The error text for that.
     static QString overfullText();
 
 private:
     QByteArray waiting;
 };
 
-/// The piece's bytes with another client id in place of one, under "ClientID" and "ClientId"; the
-/// sizes in front of the text follow. All else stays byte for byte.
+/// The piece's bytes with the client id, under "ClientID" and "ClientId", replaced by another; the
+/// sizes before the text are adjusted. Everything else stays byte for byte.
 QByteArray withClientId(const StreamPiece& piece, const QByteArray& from, const QByteArray& to);

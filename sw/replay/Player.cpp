@@ -86,7 +86,7 @@ void Player::onReadyRead()
     advance();
 }
 
-/// Sends what is due.
+/// Sends everything that is due.
 void Player::advance()
 {
     while (finished && !hasEnded) {
@@ -141,7 +141,7 @@ void Player::send()
     }
 }
 
-/// Tells the server that nothing more comes. It answers what it has not yet and ends the link.
+/// Tells the server that nothing more will come. It sends its remaining answers and ends the link.
 void Player::endSending()
 {
     if (!std::exchange(hasToldEnd, true)) {
@@ -152,7 +152,7 @@ void Player::endSending()
     }
 }
 
-/// A server need not end the link, but it has to have taken all.
+/// A server need not end the link, but it must have taken everything.
 void Player::onLingered()
 {
     int unacknowledged = 0;

@@ -1,5 +1,4 @@
-// Plays one side of a recorded link to somebody who takes the part of the other. Lives on one
-// thread.
+// Plays one side of a recorded link to a real program on the other. Lives on one thread.
 #pragma once
 
 #include "sw/replay/LinkRecording.h"
@@ -11,9 +10,9 @@
 
 #include <functional>
 
-/// Sends a side's records over a link that is up, with the client id that holds on this link in
-/// place of the recorded one. To a client each record waits for as many packets of the client as
-/// were ahead of it, so that no answer comes ahead of its question.
+/// Sends one side's records over an existing link, with this link's client id in place of the
+/// recorded one. When playing to a client, each record waits for as many packets from the client as
+/// came before it, so that no answer precedes its question.
 class Player : public QObject
 {
 public:
@@ -23,13 +22,13 @@ public:
     Player(Side playedSide, bool asFastAsPossible, Finished onFinished);
     ~Player() override;
 
-    /// Reads the recording through. False, with getError, where it is none.
+    /// Reads through the recording. False, with getError, if the file is not one.
     bool open(const QString& fileName);
     QString getError() const { return openError.isEmpty() ? recording.getError() : openError; }
-    /// Begins. The socket belongs to the caller and outlives this.
+    /// Starts. The socket belongs to the caller and must outlive this object.
     void start(QTcpSocket& peer);
 
-    /// Packets sent and packets that came.
+    /// The numbers of packets sent and of packets received.
     int getSentCount() const { return sentCount; }
     int getReceivedCount() const { return receivedCount; }
 
@@ -50,7 +49,7 @@ private:
     QString openError;
     LinkRecord record;
     bool isHolding = false;  ///< the record is the side's next and not due yet
-    bool hasEnded = false;   ///< all is sent
+    bool hasEnded = false;   ///< everything is sent
     bool hasToldEnd = false; ///< and the server knows
     QTcpSocket* socket = nullptr;
     QElapsedTimer clock;
@@ -61,7 +60,7 @@ private:
     QByteArray recordedId;
     QByteArray currentId;
     int packetCounts[2] = {}; ///< in the recording, by side
-    int expectedCount = 0;    ///< packets of the far side ahead of where we are
+    int expectedCount = 0;    ///< packets of the far side before this point
     int sentCount = 0;
     int receivedCount = 0;
 };

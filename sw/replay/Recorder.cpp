@@ -10,7 +10,7 @@ namespace {
 
 constexpr int CONNECT_TIMEOUT_MS = 5000;
 constexpr qint64 READ_BUFFER_BYTES = 64 << 10;
-constexpr qint64 MAX_UNSENT_BYTES = 1 << 20; ///< beyond it the other side is not read
+constexpr qint64 MAX_UNSENT_BYTES = 1 << 20; ///< above this the other side is not read
 
 QByteArray idOf(const QHostAddress& address, quint16 port)
 {
@@ -31,13 +31,13 @@ Recorder::Recorder(QString recordingName, QHostAddress serverAddress, quint16 se
 
 Recorder::~Recorder()
 {
-    isRecording = false; // sockets that go now have nothing to tell
+    isRecording = false; // sockets that close now have nothing to report
 }
 
 void Recorder::acceptClient()
 {
     client = listener.nextPendingConnection();
-    listener.close(); // one link makes a recording
+    listener.close(); // one link per recording
     server.connectToHost(targetAddress, targetPort);
     if (!server.waitForConnected(CONNECT_TIMEOUT_MS)) {
         finish(QStringLiteral("no server at %1 port %2")
@@ -68,11 +68,11 @@ void Recorder::acceptClient()
     }
     pump(Side_Client);
     if (isRecording && client->state() == QAbstractSocket::UnconnectedState) {
-        onClosed(Side_Client); // it has gone while the server was being reached
+        onClosed(Side_Client); // it left while the server was being reached
     }
 }
 
-/// Passes on what has come from a side, unless the other has enough to do.
+/// Passes on what has arrived from a side, unless the other is too far behind.
 void Recorder::pump(Side side)
 {
     QTcpSocket& to = socketOf(side == Side_Client ? Side_Server : Side_Client);
@@ -129,7 +129,7 @@ void Recorder::onClosed(Side side)
         return;
     }
     connect(&other, &QTcpSocket::disconnected, this, [this] { finish(QString()); });
-    other.disconnectFromHost(); // when it has taken what was sent
+    other.disconnectFromHost(); // after it has taken what was sent
 }
 
 void Recorder::finish(const QString& error)

@@ -10,8 +10,9 @@
 
 #include <functional>
 
-/// Takes one client, connects to the server for it, and passes packets on. The server sees another
-/// far end than the client's, so client ids are translated on the way; the file has the client's.
+/// Accepts one client, connects to the server for it, and passes packets on. The server sees a
+/// different end of the link from the client's, so client ids are translated on the way; the file
+/// has the client's.
 class Recorder : public QObject
 {
 public:
@@ -27,7 +28,7 @@ public:
         return listener.listen(address, port);
     }
     quint16 getPort() const { return listener.serverPort(); }
-    /// How many packets of a side have been passed on.
+    /// The number of a side's packets that have been passed on.
     int getPacketCount(Side side) const { return packetCounts[side]; }
 
 private:
@@ -49,7 +50,7 @@ private:
     LinkRecordingWriter file;
     QElapsedTimer clock;
     PacketStream streams[2]; ///< by side
-    QByteArray clientIds[2]; ///< the client's own, and what the server takes it for
+    QByteArray clientIds[2]; ///< the client's own, and the one the server knows it by
     int packetCounts[2] = {};
     bool isRecording = false;
 };

@@ -31,7 +31,7 @@ struct Options
     bool isFast = false;
 };
 
-/// "127.0.0.1:4010". Port 0 is the caller's business.
+/// "127.0.0.1:4010". Port 0 is left to the caller.
 bool parseEndpoint(const QString& text, Endpoint& endpoint)
 {
     const int colon = text.lastIndexOf(QLatin1Char(':'));
@@ -61,7 +61,7 @@ void printListening(const Endpoint& endpoint, quint16 port)
     std::fflush(stdout);
 }
 
-/// Ends the event loop with the exit value for an error, or none.
+/// Ends the event loop with the exit value for this error, or for none.
 void quit(const QString& error)
 {
     QCoreApplication::exit(error.isEmpty() ? 0 : fail(error));
@@ -154,7 +154,7 @@ QString describe(const StreamPiece& piece)
 
 void show(qint64 timeUs, Side side, const QString& what)
 {
-    // Not by printf alone, which writes a comma where the locale does.
+    // Not with printf alone, which writes a comma in some locales.
     std::printf("%12s  %s  %s\n",
                 qPrintable(QString::number(static_cast<double>(timeUs) / 1e6, 'f', 6)),
                 side == Side_Client ? "client" : "server", qUtf8Printable(what));
@@ -253,7 +253,7 @@ int main(int argc, char** argv)
     for (const Command& command : COMMANDS) {
         if (areEndpoints && parser.positionalArguments().value(0) == QLatin1String(command.name) &&
             !options.files.isEmpty() && options.files.size() <= command.mostFiles) {
-            quitOnSignal(command.run == record ? 0 : 1); // a recording ends when one likes
+            quitOnSignal(command.run == record ? 0 : 1); // a recording may be ended at any time
             return command.run(options);
         }
     }

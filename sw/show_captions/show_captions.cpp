@@ -1,14 +1,14 @@
-// Prints what a caption file shows: each picture that stands for half a second, or until the
-// decoder reports its change, as rows with their time code.
+// Prints what a caption file shows: each picture that stays for half a second, or until the decoder
+// reports a change, as rows with their time code.
 //
 //   show_captions [--channel 1-4] FILE   captions of CC1 (or CC2 to CC4)
-//   show_captions --xds FILE             the Extended Data Services packets in place of captions
+//   show_captions --xds FILE             the Extended Data Services packets instead of captions
 //   show_captions --op47 FILE            teletext rows of OP-47 ancillary packets
 //
-// A caption FILE has the Scenarist form, or is raw records of three bytes: both bytes as received
+// A caption FILE is in the Scenarist format, or raw records of three bytes: both bytes as received
 // and 1 for field 1, 0 for field 2. The pairs of a Scenarist file belong to the field asked for. An
-// OP-47 FILE has an ancillary packet in hexadecimal bytes on each line, from the data flag 00 FF FF
-// to the checksum.
+// OP-47 FILE has one ancillary packet in hexadecimal bytes per line, from the data flag 00 FF FF to
+// the checksum.
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/Op47decoder.h"
@@ -43,8 +43,8 @@ void complain(const QString& text)
     std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr);
 }
 
-/// The pairs of a Scenarist file, one a frame: those of a line that begins before the pairs of the
-/// line above have ended follow them.
+/// The pairs of a Scenarist file, one per frame. If a line begins before the pairs of the previous
+/// line have ended, its pairs follow them.
 std::vector<TimedPair> scenaristPairs(const QByteArray& content, bool isField1, QStringList& errors)
 {
     std::vector<TimedPair> pairs;
@@ -63,7 +63,7 @@ std::vector<TimedPair> scenaristPairs(const QByteArray& content, bool isField1, 
     return pairs;
 }
 
-/// The records of a raw file, one for each frame and field. None where one has no field flag: the
+/// The records of a raw file, one for each frame and field. None if one has no field flag: then the
 /// file is something else.
 std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
 {
@@ -91,8 +91,9 @@ std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
     return pairs;
 }
 
-/// Prints the pictures that stood, each once: those whose change the decoder reports, what text
-/// made of them by then, and what stands for STANDING_FRAMES or is cleared without a report.
+/// Prints each picture that was shown, once: pictures whose change the decoder reports, what text
+/// had made of them by then, and pictures that stay for STANDING_FRAMES or are cleared without a
+/// report.
 class Screen
 {
 public:
@@ -116,7 +117,7 @@ public:
         }
     }
 
-    /// Prints what text has made of the picture since the last one printed.
+    /// Prints what text has made of the picture since the last one was printed.
     void showText()
     {
         if (!text.isEmpty()) {
@@ -130,7 +131,7 @@ private:
 
     static QString blank() { return QStringLiteral("(blank)\n"); }
 
-    /// The rows that are not blank, by their number in the standard.
+    /// The rows that are not blank, with their numbers in the standard.
     static QString rowsOf(const CaptionGrid608& grid)
     {
         QString rows;
@@ -192,7 +193,7 @@ void showXds(const std::vector<TimedPair>& pairs)
     }
 }
 
-/// The bytes of a line; false when it is no line of hexadecimal bytes.
+/// The bytes of a line; false if it is not a line of hexadecimal bytes.
 bool parseHexLine(const QByteArray& line, std::vector<uint8_t>& bytes)
 {
     bytes.clear();

@@ -1,4 +1,4 @@
-// A leaf of the state tree that holds what a PTP grandmaster says of itself.
+// A leaf of the state tree that holds what a PTP grandmaster announces about itself.
 #pragma once
 
 #include "infrastructure/datacore/leaves/DatacoreRecordLeaf.h"
@@ -14,7 +14,7 @@ class DatacoreGrandmasterInfo : public DatacoreRecordLeaf<Tessorn::IpTypes::Gran
 public:
     static QString CLASSNAME() { return QStringLiteral("DatacoreGrandmasterInfo"); }
 
-    /// No value where no records are given.
+    /// Starts without a value unless records are given.
     DatacoreGrandmasterInfo(const QString& name, DatacoreBase* parentNode,
                             const Records& initialRecords = {});
 };

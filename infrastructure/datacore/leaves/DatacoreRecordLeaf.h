@@ -1,21 +1,20 @@
-// What the leaves of the state tree share that hold records with a text of their own.
+// The base of state tree leaves that hold records which have a text form of their own.
 #pragma once
 
 #include "infrastructure/datacore/DatacoreBase.h"
 
 #include <optional>
 
-/// One record or a list of them, or none, each as the text that its `serialise` gives. A text that
-/// `deserialise` does not take is kept, goes out in JSON as it is, and makes the leaf invalid with
-/// one message (Error) for each.
+/// Any number of records, each as the text from its `serialise`. Text that `deserialise` rejects is
+/// kept, goes out in JSON as it is, and makes the leaf invalid with one message (Error) for each.
 template <typename Record>
 class DatacoreRecordLeaf : public DatacoreBase
 {
 public:
-    /// In the order of the values; empty in the place of one that can't be read.
+    /// In the order of the values; empty for each that can't be read.
     using Records = std::deque<std::optional<Record>>;
 
-    /// The first value; empty where there is none or it can't be read. No parsing.
+    /// The first value; empty if it can't be read or there is none. Parses nothing.
     std::optional<Record> getDataRecord() const
     {
         return records.empty() ? std::nullopt : records.front();
@@ -23,16 +22,16 @@ public:
     /// All values.
     const Records& getDataRecords() const { return records; }
 
-    /// No record empties the leaf.
+    /// An empty record empties the leaf.
     void setDataRecord(const std::optional<Record>& record)
     {
         setDataRecords(record ? Records{record} : Records());
     }
-    /// An empty place among them is an empty text, which can't be read.
+    /// An empty record among them is stored as an empty text, which can't be read.
     void setDataRecords(const Records& newRecords) { setData(toTexts(newRecords)); }
 
 protected:
-    /// `unreadable` is the content of the message. A subclass calls initialiseStatus.
+    /// `unreadable` is the message for text that can't be read. Subclasses call initialiseStatus.
     DatacoreRecordLeaf(const QString& className, const QString& name, DatacoreBase* parentNode,
                        const Records& initialRecords,
                        DatacoreValidStatusMessage::MessageContent unreadable)
@@ -41,7 +40,7 @@ protected:
     {
     }
 
-    /// Reads the records anew. A subclass with reasons of its own calls it first.
+    /// Parses the records again. A subclass with reasons of its own calls it first.
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override
     {
         reasons.clear();
@@ -57,7 +56,7 @@ protected:
             }
         }
     }
-    /// Adds what is wrong with a record that was read.
+    /// Adds the reasons why a record that was read is invalid.
     virtual void checkRecord(const Record&, DatacoreValidStatusMessages&) const {}
 
     static void addReason(DatacoreValidStatusMessages& reasons,
@@ -76,6 +75,6 @@ private:
         return texts;
     }
 
-    Records records; ///< what the data says
+    Records records; ///< the values as records
     DatacoreValidStatusMessage::MessageContent unreadableContent;
 };

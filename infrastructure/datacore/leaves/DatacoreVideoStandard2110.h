@@ -9,20 +9,20 @@
 ///   1920,1080,0,0,0,25/1000,0,true,false
 ///
 /// Text of another form is kept and makes the leaf invalid, with one message (Error, 30) for each.
-/// Parameters that the instrument does not carry are read, and add one (Error, 43) for each.
+/// Parameters that the instrument can't carry are read, but add one message (Error, 43) for each.
 class DatacoreVideoStandard2110
     : public DatacoreRecordLeaf<Tessorn::IpTypes::VideoStandard2110Params>
 {
 public:
     static QString CLASSNAME() { return QStringLiteral("DatacoreVideoStandard2110"); }
 
-    /// No value where no records are given.
+    /// Starts without a value unless records are given.
     DatacoreVideoStandard2110(const QString& name, DatacoreBase* parentNode,
                               const Records& initialRecords = {});
 
-    /// Whether marker bits come after the same number of packets each, as a measurement to SMPTE
-    /// ST 2110-21 needs it. True at first; false adds one message (Error, 44) behind the others. It
-    /// is not part of the JSON form, its message is.
+    /// Whether the number of packets between marker bits is constant, which a measurement to SMPTE
+    /// ST 2110-21 requires. True at first; false adds one message (Error, 44) after the others. The
+    /// flag is not part of the JSON form, but its message is.
     void setMarkerSpacingStable(bool isStable);
     bool isMarkerSpacingStable() const { return markerSpacingStable; }
 

@@ -38,12 +38,12 @@ constexpr bool isLevelB(const Codes& codes)
     return codes.map == MAP_LEVEL_B_DUAL_LINK || codes.map == MAP_LEVEL_B_DUAL_STREAM;
 }
 
-/// What a picture size says of the interface's rate.
+/// What a picture size tells about the interface's rate.
 enum class FrameRateRule {
     Rate270M,    ///< standard definition, whatever the frame rate
     Rate1G5,     ///< 1.5 Gb/s at all its frame rates, with 4:2:2 10-bit samples
     ByFrameRate, ///< 3 Gb/s for fast pictures, 1.5 Gb/s for slow ones, with 4:2:2 10-bit samples
-    AnySize,     ///< either of the two above: unknown where they differ and pictures of both exist
+    AnySize,     ///< either of the two above: unknown if they differ and pictures of both exist
 };
 
 struct FrameRow
@@ -68,9 +68,9 @@ struct FrameRateRow
 {
     quint32 value;
     bool is1001;
-    SdiDataRate serialRate; ///< of the code itself, or SdiDataRate_Unknown: the frame decides
+    SdiDataRate serialRate; ///< of the code itself; SdiDataRate_Unknown if the frame decides
     bool isFast;            ///< 47.95 Hz and above
-    bool has720Lines;       ///< fast, and a rate of pictures with 720 lines (SMPTE ST 296) too
+    bool has720Lines;       ///< fast, and also a rate of pictures with 720 lines (SMPTE ST 296)
 };
 
 constexpr FrameRateRow FRAME_RATES[] = {
@@ -91,8 +91,8 @@ constexpr FrameRateRow FRAME_RATES[] = {
     {0x1B, true, SdiDataRate_Unknown, false, false},  // 24 / 1.001
 };
 
-/// Sample codes up to this one are unknown and 4:2:2 at 10 bits; those above, the reserved ones
-/// too, take more bits for a pixel.
+/// Sample codes up to this one are unknown and 4:2:2 at 10 bits. All above, including the reserved
+/// ones, take more bits for a pixel.
 constexpr quint32 SAMPLE_422_10 = 1;
 
 } // namespace
@@ -110,7 +110,7 @@ SdiDataRate VideoFormat20226::getRateFromVideoSourceFormatUInt(quint32 formatWor
     const FrameRow* frame = Vocabulary::find(FRAMES, codes.frame);
     const FrameRateRow* frameRate = Vocabulary::find(FRAME_RATES, codes.frameRate);
 
-    // From what leaves no doubt to what must be combined.
+    // From the certain to what must be combined.
     if (frameRate != nullptr && frameRate->serialRate != SdiDataRate_Unknown) {
         return frameRate->serialRate;
     }

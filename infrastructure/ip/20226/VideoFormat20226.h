@@ -1,5 +1,5 @@
-// The video source format word of the high bit rate media payload header, which tells what
-// serial digital interface an IP stream carries.
+// The video source format word of the high bit rate media payload header, which tells which serial
+// digital interface an IP stream carries.
 //
 // Normative reference: SMPTE ST 2022-6:2012, clause 6.3.
 #pragma once
@@ -15,10 +15,10 @@ struct VideoFormat20226
     /// `formatWord` is the second word of the payload header, in host byte order.
     explicit VideoFormat20226(quint32 formatWord);
 
-    /// SdiDataRate_Unknown where a reserved picture size or frame rate would have to tell, and for
-    /// an unknown picture size at 50, 59.94 or 60 Hz, which pictures of 1.5 and of 3 Gb/s have.
+    /// SdiDataRate_Unknown if the rate depends on a reserved picture size or frame rate, and for an
+    /// unknown picture size at 50, 59.94 or 60 Hz, which exist both at 1.5 and at 3 Gb/s.
     static Sdi::SdiDataRate getRateFromVideoSourceFormatUInt(quint32 formatWord);
-    /// True for the rates that are a multiple of 1 / 1.001.
+    /// True for the rates divided by 1.001.
     static bool getIs1001FromVideoSourceFormatUInt(quint32 formatWord);
     /// Level_B for the two level B mappings, otherwise Level_A.
     static Sdi::Level getLevelFromVideoSourceFormatUInt(quint32 formatWord);

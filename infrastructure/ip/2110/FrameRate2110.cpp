@@ -8,7 +8,7 @@ namespace {
 struct RateRow
 {
     quint32 value;
-    bool with1001; ///< exists over 1001 too
+    bool with1001; ///< also exists over 1001
 };
 
 constexpr RateRow RATES[] = {

@@ -18,7 +18,7 @@ struct FrameRate2110
     quint32 denominator = 1000;
 
     /// True for the rates that exist: 24, 25, 30, 48, 50, 60, 96, 100 and 120 over 1000, and those
-    /// of them that are not multiples of 25 over 1001.
+    /// of them that are not multiples of 25 over 1001 too.
     bool isValid() const;
     constexpr bool is1001() const { return denominator == 1001; }
 
@@ -28,8 +28,8 @@ struct FrameRate2110
         return IpTypes::toString(IpFrameRate{rate, denominator}, ofFields);
     }
 
-    /// Reads "59.94" and "60000/1001" alike, and the other rates from 23.98 to 60. Any other text
-    /// gives 60 over 1000 and sets *ok to false.
+    /// Reads both "59.94" and "60000/1001", and the other rates from 23.98 to 60 likewise. Any
+    /// other text gives 60 over 1000 and sets *ok to false.
     static FrameRate2110 fromString(QStringView text, bool* ok = nullptr)
     {
         const IpFrameRate read = parseIpFrameRate(text, ok);

@@ -1,4 +1,4 @@
-// The words of video on IP in the terms of a payload identifier, where it has such a term.
+// The terms of video on IP translated into those of a payload identifier, as far as it has them.
 //
 // Normative references: SMPTE ST 2110-20:2017, clause 7; SMPTE ST 352:2013, tables 1 to 3.
 #pragma once
@@ -21,7 +21,7 @@ Sdi::PayloadId::SampleStructure toSdi(Sampling2110 sampling, bool* ok = nullptr)
 /// SDR, PQ and HLG; all others are TransferCurve_Unspecified.
 Sdi::PayloadId::TransferCurve toSdi(TransferCurve2110 curve);
 
-/// BitDepth2110_16Float => 16; a number that is no depth => 10.
+/// BitDepth2110_16Float => 16; a number that is not a depth => 10.
 quint32 toBits(BitDepth2110 depth);
 
 } // namespace IpTypes

@@ -26,7 +26,7 @@ struct FrameRateCodec
     static bool same(const FrameRate2110& a, const FrameRate2110& b) { return a == b; }
 };
 
-/// A picture size, and how its pictures may be scanned besides progressively.
+/// A picture size, and how its pictures may be scanned other than progressively.
 struct SizeRow
 {
     quint32 width;
@@ -40,7 +40,7 @@ constexpr SizeRow SIZES[] = {
     {3840, 2160, false, false}, {4096, 2160, false, false},
 };
 
-constexpr quint32 LOWEST_INTERLACED_RATE = 25; ///< frames a second, as in all of these
+constexpr quint32 LOWEST_INTERLACED_RATE = 25; ///< frames a second, for all of the sizes
 constexpr quint32 HIGHEST_INTERLACED_RATE = 30;
 constexpr quint32 HIGHEST_SEGMENTED_RATE = 30;
 

@@ -1,4 +1,4 @@
-// What a video essence on IP is, and whether the instrument can carry it.
+// What the video essence on an IP stream is, and whether the instrument can carry it.
 //
 // Normative reference: SMPTE ST 2110-20:2017, clause 7 (parameters) and 6.2 (pixel groups).
 #pragma once
@@ -9,21 +9,21 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// The parameters of a video essence. A value does not change; whether it is valid is worked out
-/// when it is made.
+/// The parameters of a video essence. A value never changes; whether it is valid is worked out when
+/// it is made.
 class VideoStandard2110Params
 {
 public:
     /// 1920x1080 interlaced at 25 frames a second, YCbCr 4:2:2, 10 bits, BT.709, SDR.
     VideoStandard2110Params() = default;
-    /// Any combination can be made; getParamsValid tells whether it is one that exists.
+    /// Any combination can be made; getParamsValid tells whether it exists.
     VideoStandard2110Params(quint32 widthPixels, quint32 heightLines, Sampling2110 samplingOf,
                             BitDepth2110 depth, Colourimetry2110 colourimetryOf,
                             const FrameRate2110& rate, TransferCurve2110 curve, bool isInterlaced,
                             bool isSegmented);
 
-    /// The value that `serialise` made `text` from. Any other text gives a default-made value, and
-    /// `ok` is false. Parameters that are not valid together are read all the same.
+    /// The value that `serialise` made `text` from. Any other text gives a default-made value and
+    /// sets `ok` to false. Parameters that are not valid together are read all the same.
     static VideoStandard2110Params deserialise(QStringView text, bool& ok);
 
     quint32 getWidth() const { return width; }
@@ -34,10 +34,10 @@ public:
     FrameRate2110 getFrameRate() const { return frameRate; }
     TransferCurve2110 getTransferCurve() const { return transferCurve; }
     bool getInterlaced() const { return interlaced; }
-    /// Progressive, carried as two segments. Such a picture is marked interlaced too.
+    /// Progressive, carried as two segments (PsF). Such a picture is marked interlaced too.
     bool getSegmented() const { return segmented; }
 
-    /// True when picture size, scan and frame rate are a standard that the instrument carries.
+    /// True if picture size, scan and frame rate form a standard that the instrument carries.
     bool getParamsValid() const { return paramsValid; }
 
     /// Size of a pixel group in octets, and the pixels in it; 0 for a format without pixel groups.

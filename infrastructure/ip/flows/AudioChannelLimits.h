@@ -8,12 +8,12 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// The most channels of a packet time (a code that audioPacketTimeToString knows) in a format
-/// (IpProtocol_2110_30 or IpProtocol_2110_31); 0 for any other.
+/// The maximum number of channels for a packet time (a code that audioPacketTimeToString knows) and
+/// a format (IpProtocol_2110_30 or IpProtocol_2110_31); 0 for any other.
 quint32 maxChannels(quint32 packetTimeCode, quint32 format);
 
-/// True when `channels` are not too many. Only the packet times that flows are sent with, 125 μs
-/// (code 0) and 1 ms (code 3), pass.
+/// True if there are not too many `channels`. Only the packet times used for sending, 125 μs (code
+/// 0) and 1 ms (code 3), pass.
 bool channelCountValid(quint32 format, quint32 channels, quint32 packetTimeCode);
 
 } // namespace IpTypes

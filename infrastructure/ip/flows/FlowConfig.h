@@ -18,10 +18,10 @@ public:
     ///
     ///   96,,239.1.2.3,0,5006,0,,0+1|2
     QString serialise() const override;
-    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
+    /// The value that `serialise` made `text` from, or a default-made one; see IpMediaFlow.
     static FlowConfig deserialise(QStringView text, bool& ok);
 
-    /// True when there is an identity and a protocol that the instrument knows.
+    /// True if it has an identity, and a protocol that the instrument knows.
     bool isValid() const { return !isNull() && protocol != IpProtocol_Other; }
 
     IpProtocol protocol = IpProtocol_Other;
@@ -31,7 +31,7 @@ public:
 /// All fields equal.
 bool operator==(const FlowConfig& a, const FlowConfig& b);
 
-/// flowParamsSame for what either of the two matches.
+/// flowParamsSame for the fields that either of the two matches.
 bool flowParamsSame(const FlowConfig& a, const FlowConfig& b);
 
 } // namespace IpTypes

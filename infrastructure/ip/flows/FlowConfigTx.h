@@ -1,4 +1,4 @@
-// A flow that the user wants sent: base of the video and the audio kind.
+// A flow that the user wants sent: base of the video and the audio flow.
 #pragma once
 
 #include "infrastructure/ip/flows/IpMediaFlow.h"
@@ -12,11 +12,11 @@ class FlowConfigTx : public IpMediaFlow
 public:
     using IpMediaFlow::IpMediaFlow;
 
-    /// What is sent, for the screen: one parameter a line, no line end after the last.
+    /// What is sent, for display: one parameter per line, no final line end.
     virtual QString serialiseDetails() const = 0;
 };
 
-/// What is transmitted is known to the two kinds alone, and so is whether it is equal.
+/// Deleted: only the derived flows know what they send, and so whether they are equal.
 bool operator==(const FlowConfigTx& a, const FlowConfigTx& b) = delete;
 
 } // namespace IpTypes

@@ -16,14 +16,14 @@ enum IpProtocol : quint32 {
     IpProtocol_Other = 5,
 };
 
-/// How messages are addressed: to a group, to a group and back to one, to one.
+/// How messages are addressed: to a group, to a group with replies to one, or to one.
 enum FlowMode : quint32 {
     FlowMode_Multicast = 0,
     FlowMode_Mixed = 1,
     FlowMode_Unicast = 2,
 };
 
-/// What a list of flows is for: nothing, letting through, keeping out.
+/// What a list of flows does: nothing, let through, or keep out.
 enum FilterKind : quint32 {
     FilterKind_Any = 0,
     FilterKind_OnlyInclude = 1,
@@ -71,29 +71,29 @@ enum PackingMode : quint32 {
     PackingMode_Gpm = 1,
 };
 
-/// Where a video flow that is sent comes from.
+/// Where the video that is sent comes from.
 enum VideoTxSource : quint32 {
     VideoTxSource_Monitor = 0,
     VideoTxSource_Generator = 1,
 };
 
-/// Where an audio flow that is sent comes from.
+/// Where the audio that is sent comes from.
 enum AudioTxSource : quint32 {
     AudioTxSource_MonitoredAudio = 0,
     AudioTxSource_MeteredAudio = 1,
     AudioTxSource_Generator = 2,
 };
 
-/// IpProtocol_2110_20 => "2110-20"; a number that is none of them => "Error", as in all of these
-/// where nothing else is said.
+/// IpProtocol_2110_20 => "2110-20". Here and below, unless stated otherwise, any other number =>
+/// "Error".
 QLatin1String toString(IpProtocol protocol);
-/// FlowMode_Mixed => "SMPTE Mixed (M/U)"; others => "Unknown", as in the keywords.
+/// FlowMode_Mixed => "SMPTE Mixed (M/U)"; others => "Unknown", as with the two keywords.
 QLatin1String toString(FlowMode mode);
 /// FlowMode_Mixed => "smpte-mixed".
 QLatin1String toKeyword(FlowMode mode);
 /// FlowMode_Mixed => "hybrid".
 QLatin1String toHybridKeyword(FlowMode mode);
-/// FilterKind_OnlyInclude => "OnlyInclude", FlowClass_A => "Class A"; each of these by its own
+/// FilterKind_OnlyInclude => "OnlyInclude", FlowClass_A => "Class A": each of these by its own
 /// name.
 QLatin1String toString(FilterKind kind);
 QLatin1String toString(SelectionMode mode);

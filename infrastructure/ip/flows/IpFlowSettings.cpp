@@ -40,7 +40,7 @@ constexpr MatchFlag MATCH_FLAGS[] = {
     {&Settings::matchPayload, IpMediaFlow::PayloadType, IpMediaFlow::PayloadType},
 };
 
-/// The fields whose flags both have set.
+/// The fields whose flags are set in both.
 quint32 fieldsToMatch(const IpFlowSettings& a, const IpFlowSettings& b)
 {
     quint32 fields = 0;

@@ -1,4 +1,4 @@
-// A filter for flows: an identity, and which parts of it must match.
+// A filter for flows: an identity, and the parts of it that must match.
 #pragma once
 
 #include "infrastructure/ip/flows/FlowConfig.h"
@@ -6,19 +6,19 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// What a flow must have to be let through. A default-made filter is null: it asks for nothing.
+/// What a flow must have to pass. A default-made filter is null and asks for nothing.
 struct IpFlowSettings
 {
     IpFlowSettings() = default;
     explicit IpFlowSettings(IpInterface settingsInterface,
                             IpProtocol settingsProtocol = IpProtocol_Other);
-    /// The identity, protocol and interface of `flow`, and the flags that `params` (bits of
-    /// IpMediaFlow::Params) sets. `matchDstPort` goes with the destination address's bit; the bit
-    /// of the destination port has no effect. A null flow has no flag set.
+    /// Takes identity, protocol and interface from `flow` and sets the flags that `params` (bits of
+    /// IpMediaFlow::Params) names. `matchDstPort` goes with the destination address's bit; the bit
+    /// of the destination port has no effect. For a null flow no flag is set.
     IpFlowSettings(const FlowConfig& flow, quint32 params);
 
-    /// True when addresses, ports, SSRC and their flags are null, zero and false. Payload type, its
-    /// flag, protocol and interface do not take part.
+    /// True if addresses, ports and SSRC are null or zero and their flags false. Payload type, its
+    /// flag, protocol and interface are not considered.
     bool isNull() const;
 
     quint32 payloadType = 0;
@@ -44,8 +44,8 @@ inline bool operator!=(const IpFlowSettings& a, const IpFlowSettings& b)
     return !(a == b);
 }
 
-/// True when what both of them match is equal. Two null filters match; a null one and another
-/// don't.
+/// True if the fields that both filters match on are equal. Two null filters match; a null one
+/// matches no other.
 bool settingsMatch(const IpFlowSettings& a, const IpFlowSettings& b);
 
 } // namespace IpTypes

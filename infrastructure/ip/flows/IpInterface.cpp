@@ -29,7 +29,7 @@ QString seamlessName(quint32 boardModel)
     return first.isNull() ? error() : QStringLiteral("Seamless %1+%2").arg(first).arg(second);
 }
 
-/// The selection from 0 to `last` that `toText` shows as `text`.
+/// The selection from 0 to `last` whose `toText` is `text`.
 template <typename ToText>
 quint32 findSelection(QStringView text, quint32 last, bool* ok, ToText toText)
 {

@@ -1,4 +1,4 @@
-// The IP interfaces of the instrument, their names on each board model, and what is selected from
+// The IP interfaces of the instrument, their names on each board model, and the selections from
 // them.
 #pragma once
 
@@ -32,7 +32,7 @@ enum IpInputSelection : quint32 {
     IpInputSelection_TessEth1 = 3,
 };
 
-/// Which interfaces the output goes to; seamless is the same media on both (SMPTE ST 2022-7).
+/// Which interfaces the output goes to; "seamless" is the same media on both (SMPTE ST 2022-7).
 enum IpOutputSelection : quint32 {
     IpOutputSelection_TessEth0 = 1,
     IpOutputSelection_TessEth1 = 2,
@@ -51,13 +51,13 @@ QString inputSelectionToString(quint32 selection, quint32 boardModel);
 /// An interface's name or "Seamless A+B"; "Error" for others.
 QString outputSelectionToString(quint32 selection, quint32 boardModel);
 
-/// The selection with exactly this text, for each of these. Any other text, "Error" too, gives 0
+/// The selection with exactly this text, for each of these. Any other text, even "Error", gives 0
 /// and sets *ok to false.
 quint32 inputSelectionFromString(QStringView text, quint32 boardModel, bool* ok = nullptr);
 quint32 outputSelectionFromString(QStringView text, quint32 boardModel, bool* ok = nullptr);
 
-/// A stream's short name, four for each interface: 0 => "A VID", 1 => "A AUD 1", 2 => "A AUD 2",
-/// 3 => "A ANC", 4 => "B VID". "Error" where there is no such interface.
+/// A stream's short name; there are four for each interface: 0 => "A VID", 1 => "A AUD 1",
+/// 2 => "A AUD 2", 3 => "A ANC", 4 => "B VID". "Error" if there is no such interface.
 QString streamTagToString(quint32 tag, quint32 boardModel);
 
 } // namespace IpTypes

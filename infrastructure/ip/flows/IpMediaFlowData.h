@@ -1,4 +1,4 @@
-// A flow as it was found on the network, with what the receiver has measured.
+// A flow found on the network, with what the receiver has measured.
 #pragma once
 
 #include "infrastructure/ip/flows/IpMediaFlow.h"
@@ -7,7 +7,7 @@ namespace Tessorn {
 namespace IpTypes {
 
 /// A flow and its measurements. The receiver fills them in and knows what each one means; here they
-/// are named by their position.
+/// are only named by position.
 class IpMediaFlowData : public IpMediaFlow
 {
 public:
@@ -17,7 +17,7 @@ public:
     ///
     ///   96,,239.1.2.3,0,5006,0,,0+1;2;3;4000000000000;5;6;7;T;8;9;10
     QString serialise() const override;
-    /// The value that `serialise` made `text` from, or a default-made one, as with IpMediaFlow.
+    /// The value that `serialise` made `text` from, or a default-made one; see IpMediaFlow.
     static IpMediaFlowData deserialise(QStringView text, bool& ok);
 
     quint32 measurementField1 = 0;
@@ -34,7 +34,7 @@ public:
     quint32 measurementField10 = 0;
 };
 
-/// Identity and measurements equal, measurementField4 left out.
+/// Identity and measurements equal, except measurementField4.
 bool operator==(const IpMediaFlowData& a, const IpMediaFlowData& b);
 
 } // namespace IpTypes

@@ -6,7 +6,7 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// A transmitted flow: an identity, and a type of its own.
+/// A transmitted flow: an identity with a type of its own.
 class IpMediaFlowTx : public IpMediaFlow
 {
 public:

@@ -9,7 +9,7 @@ namespace IpTypes {
 
 namespace {
 
-/// What the same stream has on both interfaces.
+/// Copies what the same stream has in common on both interfaces.
 void takeStream(IpMediaFlow& flow, const IpMediaFlow& from)
 {
     flow.payloadType = from.payloadType;

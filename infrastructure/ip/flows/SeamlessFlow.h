@@ -1,4 +1,4 @@
-// The flows of two interfaces that carry the same audio, seen as one (SMPTE ST 2022-7).
+// Flows on two interfaces that carry the same audio, seen as one (SMPTE ST 2022-7).
 #pragma once
 
 #include "infrastructure/ip/flows/FlowConfig.h"
@@ -8,7 +8,7 @@
 namespace Tessorn {
 namespace IpTypes {
 
-/// A requested flow, and the audio that it carries.
+/// A requested flow and the audio that it carries.
 struct SeamlessFlow
 {
     FlowConfig flow;
@@ -27,11 +27,12 @@ inline bool operator!=(const SeamlessFlow& a, const SeamlessFlow& b)
     return !(a == b);
 }
 
-/// The flow at `index`, completed from its partner, which is the one two places on from the first
-/// two, otherwise two places back. A null flow takes the partner's payload type, addresses, ports
-/// and SSRC; it stays on its own interface, without a source filter. The larger channel count
-/// counts; an invalid packet time (255) gives way to the partner's. Without a partner the flow is
-/// as it stands; an index out of range gives a default-made value.
+/// The flow at `index`, completed from its partner: for the first two flows that is the one two
+/// places on, for the others two places back. A null flow takes the partner's payload type,
+/// addresses, ports and SSRC, but stays on its own interface and has no source filter. The channel
+/// count is the larger of the two. An invalid packet time (255) is replaced by the partner's.
+/// Without a partner the flow is returned unchanged; an index out of range gives a default-made
+/// value.
 SeamlessFlow mergedFlow(const std::vector<SeamlessFlow>& flows, int index);
 
 } // namespace IpTypes

@@ -17,14 +17,14 @@ public:
     virtual ~TxMedia2110();
 };
 
-/// A video flow that is sent.
+/// A video flow to be sent.
 class TxMedia2110_Video : public TxMedia2110
 {
 public:
     VideoFlowConfigTx flow;
 };
 
-/// An audio flow that is sent.
+/// An audio flow to be sent.
 class TxMedia2110_Audio : public TxMedia2110
 {
 public:

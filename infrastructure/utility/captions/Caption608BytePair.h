@@ -1,10 +1,10 @@
-// One pair of line 21 bytes (CEA-608) as it goes from the receiving side to the decoders. A value.
+// One pair of line 21 bytes (CEA-608) on its way from the receiver to the decoders. A value.
 #pragma once
 
 #include <cstdint>
 #include <type_traits>
 
-/// The two bytes of one field. The producer strips the parity; nothing here tests it.
+/// The two bytes of one field. The producer strips the parity; nothing here checks it.
 struct Caption608BytePair
 {
     uint8_t data1 = 0; ///< first byte without parity, 0 to 0x7F
@@ -12,9 +12,9 @@ struct Caption608BytePair
     uint8_t rawData1 = 0; ///< first byte as received
     uint8_t rawData2 = 0;
     bool isField1 = false;
-    uint8_t spare = 0; ///< kept 0
+    uint8_t spare = 0; ///< always 0
 
-    /// The pair of two bytes as received.
+    /// The pair for two bytes as received.
     static constexpr Caption608BytePair fromRaw(uint8_t raw1, uint8_t raw2, bool isField1)
     {
         return {static_cast<uint8_t>(raw1 & 0x7F),

@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 
-/// All characters: the basic set by byte less 0x20, then the special ones (from 96) and the two
-/// extended sets (from 112 and 144). A 0 is no character, and so is every index up to 223: a byte
-/// less 0x20 is always inside.
+/// All characters: the basic set, indexed by byte less 0x20, then the special ones (from 96) and
+/// the two extended sets (from 112 and 144). A 0 is not a character; the table is filled up with 0
+/// to index 223, so that a byte less 0x20 is always inside.
 inline constexpr std::array<char16_t, 224> CAPTION_608_CHARACTERS{
     // clang-format off
     // 0x20 to 0x7F
@@ -27,7 +27,7 @@ inline constexpr std::array<char16_t, 224> CAPTION_608_CHARACTERS{
     // clang-format on
 };
 
-/// The character of an index, 0 for any that has none.
+/// The character of an index; 0 if it has none.
 constexpr char16_t caption608Character(std::size_t index)
 {
     return index < CAPTION_608_CHARACTERS.size() ? CAPTION_608_CHARACTERS[index] : u'\0';

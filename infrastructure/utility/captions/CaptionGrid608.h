@@ -9,16 +9,16 @@
 #include <tuple>
 #include <type_traits>
 
-/// One character position, as it is handed out.
+/// One character position, as handed out.
 struct CaptionCell608
 {
     uint32_t colour = 0; ///< CEA-608 number: 0 white to 6 magenta, 7 italics
     bool underline = false;
     char16_t glyph = 0; ///< one character, 0 for none
     bool valid = false; ///< false: blank, whatever the other fields hold
-    uint32_t extra = 0; ///< moves with the cell; nothing else touches it
+    uint32_t extra = 0; ///< moves with the cell; otherwise untouched
 
-    /// The glyph as text, empty for none.
+    /// The glyph as text; empty if there is none.
     QString text() const { return glyph == 0 ? QString() : QString(QChar(glyph)); }
 
     auto values() const { return std::tie(colour, underline, glyph, valid, extra); }
@@ -69,7 +69,7 @@ private:
     uint32_t word = 0;
 };
 
-/// The cells of one row. Which of them are valid stands apart, so that clearing is one store.
+/// The cells of one row. Their validity is kept in a separate word, so that clearing is one store.
 class CaptionRow608
 {
 public:
@@ -82,18 +82,18 @@ public:
         return {content.look.colour(), content.look.underline(), content.look.glyph(),
                 (validColumns >> column & 1) != 0, content.extra};
     }
-    /// The characters, with a blank where a cell is blank: 32 of them.
+    /// The 32 characters, with a blank for each blank cell.
     QString text() const;
 
-    /// Takes all of a cell, its validity too, at a column from 0 to 31.
+    /// Sets a cell, including its validity, at a column from 0 to 31.
     void setCell(unsigned column, const CaptionCell608& cell);
-    /// Writes into a cell and leaves it as valid as it is: see setValid.
+    /// Writes into a cell without changing its validity: see setValid.
     void write(unsigned column, CaptionLook608 look) { contents[column].look = look; }
     /// Makes the cells of the columns whose bits are set valid.
     void setValid(uint32_t columnBits) { validColumns |= columnBits; }
-    /// Makes the cells from `column` to the end not valid and leaves all else in them.
+    /// Makes the cells from `column` to the end invalid and leaves their content.
     void clear(unsigned column = 0) { validColumns &= (uint32_t{1} << column) - 1; }
-    /// Makes one cell not valid and leaves all else in it.
+    /// Makes one cell invalid and leaves its content.
     void clearCell(unsigned column) { validColumns &= ~(uint32_t{1} << column); }
 
     friend bool operator==(const CaptionRow608& a, const CaptionRow608& b);
@@ -117,27 +117,27 @@ inline bool operator!=(const CaptionRow608& a, const CaptionRow608& b)
 static_assert(sizeof(CaptionRow608) == 32 * 8 + 4 && std::is_trivially_copyable_v<CaptionRow608>,
               "rows move as plain memory");
 
-/// The rows from 0, at the top.
+/// The rows, numbered from 0 at the top.
 class CaptionGrid608
 {
 public:
     static constexpr unsigned ROWS = 16;
     static constexpr unsigned COLUMNS = CaptionRow608::COLUMNS;
 
-    /// The cell of a row and column from 0; a blank one beyond the grid.
+    /// The cell at a row and column, both from 0; a blank one outside the grid.
     CaptionCell608 cell(unsigned row, unsigned column) const;
-    /// The characters of a row, with a blank where a cell is blank: 32 of them, none for a row
-    /// beyond the grid.
+    /// The 32 characters of a row, with a blank for each blank cell; empty for a row outside the
+    /// grid.
     QString rowText(unsigned row) const;
-    /// All rows, a line each, without the blanks at their ends.
+    /// All rows, one per line, without trailing blanks.
     QString toString() const;
 
-    /// The row of an index from 0 to 15.
+    /// The row at an index from 0 to 15.
     CaptionRow608& row(unsigned index) { return rows[index]; }
     const CaptionRow608& row(unsigned index) const { return rows[index]; }
-    /// Makes all cells not valid and leaves all else in them.
+    /// Makes all cells invalid and leaves their content.
     void clear();
-    /// Moves the rows behind `top` up by one, to `bottom`, whose cells become not valid.
+    /// Moves the rows below `top` up by one, down to `bottom`, whose cells become invalid.
     void rollUp(unsigned top, unsigned bottom);
 
     friend bool operator==(const CaptionGrid608& a, const CaptionGrid608& b)

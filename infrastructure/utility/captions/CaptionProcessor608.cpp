@@ -60,8 +60,8 @@ constexpr bool isControlClass(unsigned code)
     return (code & 0x7000) == 0x1000;
 }
 
-/// Where a control pair stands in the table: bits 10 to 8 and 6 to 2 of its code, which are all
-/// that the tests look at.
+/// Index of a control pair in the table: bits 10 to 8 and 6 to 2 of its code, which are all that
+/// the tests look at.
 constexpr unsigned controlIndex(unsigned code)
 {
     return (code >> 3 & 0xE0) | (code >> 2 & 0x1F);
@@ -75,8 +75,8 @@ constexpr std::array<PairClass, 256> CONTROL_CLASSES = [] {
     return table;
 }();
 
-/// Rows of preamble address codes by the low three bits of the first byte and bit 5 of the second.
-/// The entry of no row gives the first, as -1 limited to the grid does.
+/// Rows of preamble address codes, by the low three bits of the first byte and bit 5 of the second.
+/// The unused entry gives the first row, like a row of -1 limited to the grid.
 constexpr std::array<uint8_t, 16> PREAMBLE_ROWS{10, 0,  0, 1, 2, 3, 11, 12,
                                                 13, 14, 4, 5, 6, 7, 8,  9};
 
@@ -118,8 +118,8 @@ char16_t extendedCharacter(unsigned code)
 
 } // namespace
 
-/// Writes the text between two control pairs, with the part of the state that it works on at hand;
-/// the processor has it back when the run goes.
+/// Writes the text between two control pairs, holding the part of the processor's state that it
+/// works on; the processor gets it back when the run is destroyed.
 class CaptionProcessor608::TextRun
 {
 public:
@@ -141,7 +141,7 @@ public:
         processor.pendingChange |= writtenColumns != 0 && processor.mode != CaptionMode608_PopOn;
     }
 
-    /// A pair that is no control pair.
+    /// Any pair but a control pair.
     void process(uint16_t code)
     {
         if ((code & 0x6000) == 0) {
@@ -170,8 +170,8 @@ private:
     bool isIgnoring;
 };
 
-// The functions that each pair goes through are inline: in position independent code a compiler
-// must not do that on its own accord.
+// The functions that every pair passes through are inline: in position-independent code a compiler
+// may not inline them by itself.
 
 inline bool CaptionProcessor608::isSelected(const Caption608BytePair& record) const
 {
@@ -179,8 +179,8 @@ inline bool CaptionProcessor608::isSelected(const Caption608BytePair& record) co
            (record.isField1 ? CaptionFieldSelect608_Field1 : CaptionFieldSelect608_Field2);
 }
 
-/// True for the second of two equal control pairs in a row. A first byte beyond 0x1F, which a byte
-/// with its parity bit has, makes no control pair for this rule.
+/// True for the second of two equal control pairs in a row. A first byte beyond 0x1F, as with the
+/// parity bit set, is not a control pair for this rule.
 inline bool CaptionProcessor608::isRepeated(uint16_t code)
 {
     if (code >> 12 != 1) {
@@ -271,7 +271,7 @@ bool CaptionProcessor608::processPairs(const std::vector<Caption608BytePair>& re
 void CaptionProcessor608::writeExtendedCharacter(uint16_t code)
 {
     if (column > 0) {
-        --column; // in place of the character for receivers without the extended sets
+        --column; // replaces the character for receivers without the extended sets
     }
     TextRun(*this).write(extendedCharacter(code));
 }
@@ -372,8 +372,8 @@ void CaptionProcessor608::startRollUp(uint8_t windowRows)
     mode = CaptionMode608_RollUp;
 }
 
-/// In roll-up and text modes the window rolls, in the displayed grid. In the others the cursor
-/// moves down, and at the foot the whole grid moves up.
+/// In roll-up and text modes the window in the displayed grid rolls. In the others the cursor moves
+/// down; at the bottom the whole grid moves up.
 bool CaptionProcessor608::carriageReturn()
 {
     if (mode == CaptionMode608_RollUp || mode == CaptionMode608_Text) {

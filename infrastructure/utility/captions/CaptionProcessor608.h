@@ -1,4 +1,4 @@
-// What a receiver shows of a CEA-608 caption service, from the pairs of line 21. One thread.
+// What a receiver shows of a CEA-608 caption service, worked out from line 21 pairs. One thread.
 #pragma once
 
 #include "infrastructure/utility/captions/Caption608BytePair.h"
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Which records a processor takes.
+/// Which records a processor accepts.
 enum CaptionFieldSelect608 : uint8_t {
     CaptionFieldSelect608_Field1, ///< those with the field flag set
     CaptionFieldSelect608_Field2, ///< those with it clear
@@ -25,34 +25,34 @@ enum CaptionMode608 : uint8_t {
 };
 
 /// Keeps the displayed and the non-displayed picture of one data channel: control pairs, special
-/// and extended characters of the other are ignored. Printable pairs name no channel, and the text
-/// of either is written. Any input is taken; what has no meaning is ignored. A control pair that
-/// comes twice in a row, as it is sent, acts once. Mid-row codes change the attributes of what
-/// follows and take no column of their own.
+/// and extended characters of the other are ignored. Printable pairs name no channel, so the text
+/// of either is written. Any input is accepted; what has no meaning is ignored. A control pair that
+/// comes twice in a row, as is usual, acts once. Mid-row codes change the attributes of what
+/// follows and take up no column.
 class CaptionProcessor608
 {
 public:
-    /// What is seen.
+    /// The picture that is seen.
     const CaptionGrid608& displayedGrid() const { return grids[gridsSwapped ? 1 : 0]; }
-    /// What pop-on text is written to.
+    /// The picture that pop-on text is written to.
     const CaptionGrid608& nonDisplayedGrid() const { return grids[gridsSwapped ? 0 : 1]; }
     CaptionMode608 getMode() const { return mode; }
-    /// True when characters have been written to the displayed picture since the last change that
-    /// was reported. Text alone reports no change.
+    /// True if characters have been written to the displayed picture since the last change was
+    /// reported. Text by itself reports no change.
     bool hasPendingChange() const { return pendingChange; }
 
-    /// Takes none at first.
+    /// Initially none.
     void setFieldSelect(CaptionFieldSelect608 value) { fieldSelect = value; }
 
-    /// Processes all records in order. True when the displayed picture is to be drawn again.
+    /// Processes all records in order. True if the displayed picture should be drawn again.
     bool processPairs(const std::vector<Caption608BytePair>& records);
-    /// The same for records in place.
+    /// The same for records given by pointer and count.
     bool processPairs(const Caption608BytePair* records, std::size_t count);
     /// Processes one record of the selected field for the first data channel.
     bool processRecord(const Caption608BytePair& record);
-    /// Processes one pair, the first byte in the high byte, and obeys the control pairs of data
-    /// channel 0 or 1: CC1 and CC2 of field 1, CC3 and CC4 of field 2. True when the displayed
-    /// picture is to be drawn again.
+    /// Processes one pair, with the first byte in the high byte, and obeys the control pairs of
+    /// data channel 0 or 1: CC1 and CC2 of field 1, CC3 and CC4 of field 2. True if the displayed
+    /// picture should be drawn again.
     bool process(uint16_t code, int channel);
 
 private:

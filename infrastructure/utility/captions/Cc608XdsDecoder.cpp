@@ -21,8 +21,8 @@ Cc608XdsDecoder::~Cc608XdsDecoder()
     reset();
 }
 
-// The steps below are inline: in position independent code a compiler must not do that on its own
-// accord.
+// The steps below are inline: in position-independent code a compiler may not inline them by
+// itself.
 
 inline std::size_t Cc608XdsDecoder::slotOf(uint8_t startCode, uint8_t type)
 {
@@ -53,8 +53,8 @@ inline Cc608XdsDecoder::Node* Cc608XdsDecoder::removeCurrent()
     return node;
 }
 
-/// A packet to begin in a slot, in no list: the one that is open there, a free one, or the one
-/// touched longest ago.
+/// A packet to start in a slot, not in any list: the one open there, a free one, or the one touched
+/// longest ago.
 inline Cc608XdsDecoder::Node* Cc608XdsDecoder::nodeToStart(std::size_t slot)
 {
     if (Node* open = openPackets[slot]) {
@@ -134,7 +134,7 @@ XdsResult Cc608XdsDecoder::processCode(XdsBytePair pair, XdsPacket*& out)
     return isPacketType(pair.c2) ? start(pair) : collect(pair);
 }
 
-/// What follows when the packet that pairs go to has got its last one.
+/// Called when the packet that is being filled is full.
 XdsResult Cc608XdsDecoder::handleFullTarget()
 {
     XdsResult result = XdsOk;

@@ -1,4 +1,4 @@
-// Extended Data Services (CEA-608, clause 9) put together from the pairs of field 2. One thread.
+// Assembles Extended Data Services (CEA-608, clause 9) from the pairs of field 2. One thread.
 #pragma once
 
 #include "infrastructure/utility/captions/XdsPacket.h"
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-/// One pair of either field; goes by value, in one or two registers.
+/// One pair of either field; passed by value, in one or two registers.
 struct alignas(4) XdsPair
 {
     uint8_t c1 = 0; ///< without parity
@@ -19,7 +19,7 @@ struct alignas(4) XdsPair
     bool isField1 = false;
     uint8_t spare = 0;
 
-    /// The pair of two bytes as received.
+    /// The pair for two bytes as received.
     static constexpr XdsPair fromRaw(uint8_t raw1, uint8_t raw2, bool isField1)
     {
         return {static_cast<uint8_t>(raw1 & 0x7F),
@@ -33,11 +33,11 @@ struct alignas(4) XdsPair
 
 static_assert(sizeof(XdsPair) == 8, "six bytes and two of padding");
 
-/// What a step of the decoder came to.
+/// The result of one step of the decoder.
 enum XdsResult {
     XdsOk = 0,                ///< pair used or ignored, no packet ready
     XdsPacketReady = 1,       ///< a finished packet whose checksum is right
-    XdsNoOpenPacket = 2,      ///< a continue or data pair with no packet to belong to
+    XdsNoOpenPacket = 2,      ///< a continue or data pair that belongs to no packet
     XdsChecksumFailed = 3,    ///< end pair, but the checksum is wrong: the packet is dropped
     XdsBadState = 4,          ///< the decoder's state is damaged
     XdsPacketTooLong = 5,     ///< 33 pairs and no end: the packet is dropped
@@ -46,9 +46,9 @@ enum XdsResult {
 };
 
 /// Collects the packets of all classes and types side by side, as the stream interleaves them; the
-/// one touched last is the current one. A start of a class and type that is open begins it anew,
-/// and when the pool is empty the packet touched longest ago makes room. After a result other than
-/// XdsOk and XdsPacketReady the caller may reset().
+/// one touched last is the current one. A start pair for a class and type that is open restarts
+/// that packet. When the pool is empty, the packet touched longest ago makes room. After any result
+/// other than XdsOk and XdsPacketReady the caller may reset().
 class Cc608XdsDecoder
 {
 public:
@@ -60,7 +60,7 @@ public:
 
     std::size_t openPacketCount() const { return openCount; }
 
-    /// One step. `out` is null except with XdsPacketReady; that packet is the caller's until it is
+    /// One step. `out` is null except with XdsPacketReady, when the packet is the caller's until
     /// released to the pool. Pairs of field 1 are ignored.
     XdsResult processPair(XdsPair pair, XdsPacket*& out)
     {
@@ -79,21 +79,21 @@ public:
         return processCode(bytes, out);
     }
     /// One step with the words of a CEA-608 ancillary packet (SMPTE ST 334-1), from the ancillary
-    /// data flag to the checksum, a byte each:
+    /// data flag to the checksum, one byte per word:
     ///
     ///   word  0         3     4     5     6               7     8     9
     ///         00 FF FF  0x61  0x02  0x03  field (bit 7)   pair        checksum
     ///
-    /// Other than 10 words give XdsNoPacketAvailable.
+    /// Any other number of words gives XdsNoPacketAvailable.
     XdsResult processAncillaryPacket(const uint8_t* words, std::size_t size, XdsPacket*& out);
     XdsResult processAncillaryPacket(const std::vector<uint8_t>& words, XdsPacket*& out);
-    /// Drops all open packets and waits for a start.
+    /// Drops all open packets and waits for a start pair.
     void reset();
 
 private:
     enum State : uint8_t { State_Idle = 0, State_Collecting = 1 };
 
-    static constexpr uint8_t LAST_CONTROL_CODE = 0x1F; ///< the first is the one behind END_CODE
+    static constexpr uint8_t LAST_CONTROL_CODE = 0x1F; ///< the first is the one after END_CODE
     static constexpr std::size_t TYPE_COUNT = 128;
     static constexpr std::size_t CLASS_COUNT = 7;
 
@@ -113,7 +113,8 @@ private:
     {
         inPacket = state;
         target = state == State_Collecting ? current() : &unowned;
-        // Who collects without a packet has the next pair reported; who is idle has none.
+        // When collecting without a packet, the next pair is to be reported; when idle, there is
+        // none.
         unowned.setCount(state == State_Collecting ? XdsPacket::MAX_PAIRS - 1 : 0);
     }
     static std::size_t slotOf(uint8_t startCode, uint8_t type);
@@ -127,11 +128,11 @@ private:
     XdsPacketPool& pool;
     std::size_t openCount = 0;
     State inPacket = State_Idle;
-    /// Where pairs go that are no code: the current packet, or `unowned`. With that no data pair
-    /// needs to ask whether there is a packet.
+    /// Where pairs other than codes go: the current packet, or `unowned`. So a data pair need not
+    /// check whether there is a packet.
     XdsPacket* target = &unowned;
-    /// Closes the ring of open packets: the newest is its older neighbour, itself when there is
-    /// none. As a packet it takes the pairs that belong to no other and forgets them when it is
+    /// Closes the ring of open packets: its older neighbour is the newest, or itself if there is
+    /// none. As a packet it takes the pairs that belong to no other, and forgets them when it is
     /// full.
     Node unowned;
     std::array<Node*, CLASS_COUNT * TYPE_COUNT> openPackets{}; ///< by class and type

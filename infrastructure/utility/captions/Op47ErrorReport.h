@@ -1,4 +1,4 @@
-// How well an ancillary packet keeps to OP-47 (SMPTE RDD 8). A value.
+// How well an ancillary packet conforms to OP-47 (SMPTE RDD 8). A value.
 #pragma once
 
 #include <QString>
@@ -6,18 +6,18 @@
 #include <cstdint>
 #include <tuple>
 
-/// One answer for each question; they are independent of each other. The values here are those
-/// before any test; a packet of 15 words or fewer is not tested further than `longEnough`.
+/// One answer per question; they are independent of each other. The initial values are those before
+/// any test; a packet of 15 words or fewer is not tested beyond `longEnough`.
 struct Op47ErrorReport
 {
     bool ancIsOp47 = true;                ///< ancillary data flag, DID 0x43, SDID 0x02
     bool payloadIdentifierCorrect = true; ///< 0x51 0x15
     bool packetDataCountCorrect = true;   ///< the data count is the packet's length less 7
-    bool lengthCorrect = true;            ///< the format's own length is that too
+    bool lengthCorrect = true;            ///< so is the format's own length
     bool formatCodeCorrect = true;        ///< 0x02
     uint32_t receivedLength = 0;          ///< the format's own length
     uint32_t expectedLength = 0;          ///< the packet's length less 7, modulo 2 to the 32
-    bool longEnough = true;               ///< the packet held the data that its descriptors promise
+    bool longEnough = true;               ///< the packet holds the data its descriptors promise
     bool vbiPacketDescriptorsAreContiguous = true; ///< no used descriptor follows an unused one
 
     auto values() const
@@ -27,7 +27,7 @@ struct Op47ErrorReport
                         vbiPacketDescriptorsAreContiguous);
     }
 
-    /// True when every flag is.
+    /// True if every flag is.
     bool isConformant() const;
     /// "conformant", or what is wrong: "wrong data count, length 5 in place of 51".
     QString toString() const;

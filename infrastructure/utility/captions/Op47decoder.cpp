@@ -6,7 +6,7 @@
 namespace {
 
 constexpr std::size_t WORDS_AROUND_USER_DATA = 7; ///< data flag, DID, SDID, DC and checksum
-constexpr std::size_t FIXED_WORDS = 15;           ///< all before the teletext packets
+constexpr std::size_t FIXED_WORDS = 15;           ///< everything before the teletext packets
 constexpr std::size_t DESCRIPTORS_AT = 10;
 constexpr std::size_t MAX_PACKETS = 5;
 constexpr std::size_t PACKET_BYTES = 45;
@@ -16,7 +16,7 @@ constexpr uint8_t ROW_DATA_BYTES = 40;
 constexpr uint8_t HEADER_DATA_BYTES = 32;
 constexpr uint8_t LAST_DISPLAYED_ROW = 25;
 
-/// The data bits 1, 3, 5 and 7 of each Hamming 8/4 byte, as they were received.
+/// Data bits 1, 3, 5 and 7 of each Hamming 8/4 byte, as received.
 constexpr std::array<uint8_t, 256> HAMMING_DATA = [] {
     std::array<uint8_t, 256> table{};
     for (unsigned byte = 0; byte < table.size(); ++byte) {
@@ -108,7 +108,7 @@ Op47ErrorReport Op47decoder::decode(const uint8_t* words, std::size_t size,
     return report;
 }
 
-/// Appends packets up to the first that the filter refuses. Returns how many.
+/// Appends packets until the filter refuses one. Returns how many.
 std::size_t Op47decoder::appendPackets(const uint8_t* bytes, std::size_t count,
                                        std::vector<TeletextPacket>& packets)
 {
@@ -123,7 +123,8 @@ std::size_t Op47decoder::appendPackets(const uint8_t* bytes, std::size_t count,
     return kept;
 }
 
-/// Decodes 45 bytes into a record with its initial values. False when the filter refuses it.
+/// Decodes 45 bytes into a record that still has its initial values. False if the filter refuses
+/// it.
 bool Op47decoder::decodeTeletextPacket(const uint8_t* bytes, TeletextPacket& packet)
 {
     const unsigned address = unsigned{HAMMING_DATA[bytes[3]]} | unsigned{HAMMING_DATA[bytes[4]]}

@@ -1,4 +1,4 @@
-// Teletext subtitles out of OP-47 ancillary packets (SMPTE RDD 8). One thread.
+// Extracts teletext subtitles from OP-47 ancillary packets (SMPTE RDD 8). One thread.
 //
 //   word  0         3    4     5    6     7     8       9     10 to 14     15, 60, 105, 150, 195
 //         00 FF FF  DID  SDID  DC   0x51  0x15  length  0x02  descriptors  teletext packets
@@ -14,19 +14,20 @@
 #include <vector>
 
 /// Decodes ancillary packets in the order of the stream. It never rejects a packet: the report
-/// answers each question of conformance, and extraction goes as far as the data allows. What it
-/// remembers from packet to packet is the page that the rows belong to. Hamming protected bytes are
-/// read without correction; display bytes keep their parity.
+/// answers each question of conformance, and extraction goes as far as the data allows. Between
+/// packets it remembers only the page that the rows belong to. Hamming-protected bytes are read
+/// without correction; display bytes keep their parity.
 class Op47decoder
 {
 public:
-    /// Keeps only the rows of one page, in the form of TeletextPacket::pageBcd: subtitle page 888
-    /// is magazine 0, page 0x88. The first packet of another page ends its ancillary packet.
+    /// Keeps only the rows of one page, given as in TeletextPacket::pageBcd: subtitle page 888 is
+    /// magazine 0, page 0x88. The first teletext packet of another page ends the decoding of its
+    /// ancillary packet.
     void setPageFilter(bool enabled, int32_t magazine, int32_t page);
 
     /// Decodes the container's bytes and appends to its records.
     Op47ErrorReport decode(TeletextPacketContainer& container);
-    /// The same for words in place: the records that are appended point into them.
+    /// The same for words given by pointer and size: the appended records point into them.
     Op47ErrorReport decode(const uint8_t* words, std::size_t size,
                            std::vector<TeletextPacket>& packets);
 

@@ -13,13 +13,13 @@ constexpr ScenaristPair FILLER{0x80, 0x80};
 constexpr int FRAMES_PER_SECOND = 30;
 constexpr int FRAMES_PER_DAY = 24 * 60 * 60 * FRAMES_PER_SECOND;
 
-// Drop frame counting leaves out two numbers in each minute but the tenth ones.
+// Drop frame counting skips two numbers in every minute except each tenth.
 constexpr int DROPPED_PER_MINUTE = 2;
 constexpr int DROP_FRAMES_PER_MINUTE = 60 * FRAMES_PER_SECOND - DROPPED_PER_MINUTE;
 constexpr int DROP_FRAMES_PER_TEN_MINUTES = 10 * DROP_FRAMES_PER_MINUTE + DROPPED_PER_MINUTE;
 constexpr int DROP_FRAMES_PER_DAY = 24 * 6 * DROP_FRAMES_PER_TEN_MINUTES;
 
-/// The number that a frame has where none are left out.
+/// The number of a frame when none are skipped.
 int countingNumber(int frame)
 {
     const int tens = frame / DROP_FRAMES_PER_TEN_MINUTES;
@@ -59,7 +59,7 @@ QString quoted(const QByteArray& word)
     return QLatin1Char('"') + QString::fromLatin1(word.left(16)) + QLatin1Char('"');
 }
 
-/// False where the word is no four hexadecimal digits.
+/// False if the word is not four hexadecimal digits.
 bool parseWord(const QByteArray& word, ScenaristPair& pair)
 {
     constexpr int digits = 4;
@@ -74,7 +74,7 @@ bool parseWord(const QByteArray& word, ScenaristPair& pair)
     return true;
 }
 
-/// Reads a line; false, with the last of `complaints` to say why, where it can't be read.
+/// Reads a line; false if it can't be read, with the reason as the last of `complaints`.
 bool parseLine(const QByteArray& text, ScenaristLine& line, QStringList& complaints)
 {
     const QList<QByteArray> words = text.split(' ');
@@ -102,7 +102,7 @@ bool parseLine(const QByteArray& text, ScenaristLine& line, QStringList& complai
     return true;
 }
 
-/// The content without the byte order mark that some editors put before it.
+/// The content without the byte order mark that some editors put at the front.
 QByteArray withoutMark(const QByteArray& content)
 {
     const QByteArray mark = QByteArray::fromRawData("\xEF\xBB\xBF", 3);
@@ -143,7 +143,7 @@ bool isScenaristFile(const QByteArray& content)
 {
     const QByteArray text = withoutMark(content);
     const int end = text.indexOf('\n');
-    return text.mid(0, end).trimmed() == HEADER; // -1 is all of it
+    return text.mid(0, end).trimmed() == HEADER; // -1 means all of it
 }
 
 std::vector<ScenaristLine> readScenaristFile(const QByteArray& content, QStringList& errors)

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <tuple>
 
-/// A row or page header. The page fields are those of packet 0 and 0 or false in all others.
+/// A row or page header. The page fields are set for packet 0, and are 0 or false for all others.
 struct TeletextPacket
 {
     uint8_t magazine = 0;     ///< 0 to 7 as transmitted; magazine 8 is sent as 0
@@ -15,7 +15,7 @@ struct TeletextPacket
     bool hasPageHeader = false;
     uint8_t displayDataLength = 0; ///< 32 for packet 0, 40 for 1 to 25, 0 for 26 to 31
 
-    /// The display bytes, odd parity included, in the bytes that were decoded; null where the
+    /// The display bytes, including odd parity, within the bytes that were decoded; null if the
     /// length is 0.
     const uint8_t* displayData = nullptr;
 
@@ -27,7 +27,7 @@ struct TeletextPacket
     bool magazineSerial = false; ///< control bit C11
     uint8_t nationalOption = 0;  ///< control bits C12 (bit 0) to C14 (bit 2)
 
-    /// All fields but the pointer.
+    /// All fields except the pointer.
     auto values() const
     {
         return std::tie(magazine, packetNumber, hasPageHeader, displayDataLength, pageDecimal,
@@ -41,7 +41,7 @@ struct TeletextPacket
 };
 
 /// Equal fields and the same display bytes in memory: the pointers are compared, not what they
-/// point to. TeletextPacketContainer compares records of different containers.
+/// point to. To compare records of different containers, use TeletextPacketContainer.
 inline bool operator==(const TeletextPacket& a, const TeletextPacket& b)
 {
     return a.values() == b.values() && a.displayData == b.displayData;

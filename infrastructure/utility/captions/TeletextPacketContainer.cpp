@@ -15,7 +15,7 @@ TeletextPacketContainer::TeletextPacketContainer(const TeletextPacketContainer& 
     rebase(other.ancillaryBytes.data());
 }
 
-// A moved vector takes its memory along, so the pointers stay right.
+// A moved vector keeps its memory, so the pointers stay valid.
 TeletextPacketContainer::TeletextPacketContainer(TeletextPacketContainer&& other) noexcept
     : ancillaryBytes(std::exchange(other.ancillaryBytes, {}))
     , packets(std::exchange(other.packets, {}))
@@ -25,7 +25,7 @@ TeletextPacketContainer::TeletextPacketContainer(TeletextPacketContainer&& other
 TeletextPacketContainer& TeletextPacketContainer::operator=(const TeletextPacketContainer& other)
 {
     if (this != &other) {
-        packets.clear(); // none must be left pointing into bytes that are gone
+        packets.clear(); // none may be left pointing into bytes that are gone
         ancillaryBytes = other.ancillaryBytes;
         packets = other.packets;
         rebase(other.ancillaryBytes.data());
@@ -36,7 +36,7 @@ TeletextPacketContainer& TeletextPacketContainer::operator=(const TeletextPacket
 TeletextPacketContainer&
 TeletextPacketContainer::operator=(TeletextPacketContainer&& other) noexcept
 {
-    TeletextPacketContainer taken(std::move(other)); // itself included
+    TeletextPacketContainer taken(std::move(other)); // works for itself too
     ancillaryBytes.swap(taken.ancillaryBytes);
     packets.swap(taken.packets);
     return *this;

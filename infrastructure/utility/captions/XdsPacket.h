@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The two bytes of one field, without their parity bit and as received.
+/// The two bytes of one field, both without their parity bit and as received.
 struct alignas(4) XdsBytePair
 {
     uint8_t c1 = 0;
@@ -25,31 +25,31 @@ constexpr bool operator!=(const XdsBytePair& a, const XdsBytePair& b)
     return !(a == b);
 }
 
-/// How far a packet has got: it is open until its end pair.
+/// The state of a packet: it is open until its end pair.
 enum XdsStatus : uint32_t {
     XdsStatus_Open,
     XdsStatus_ChecksumFailed,
     XdsStatus_ChecksumGood,
 };
 
-/// The pairs of a packet in the order of the stream, the start pair first and, in a finished
-/// packet, the end pair last. Holds 33 pairs and takes no memory beyond itself.
+/// The pairs of a packet in the order of the stream: the start pair first and, in a finished
+/// packet, the end pair last. Holds 33 pairs and allocates nothing.
 class XdsPacket
 {
 public:
     static constexpr uint32_t MAX_PAIRS = 33;
     static constexpr uint8_t END_CODE = 15; ///< first byte of an end pair
 
-    /// First byte of the start pair, 0xFF before it.
+    /// First byte of the start pair; 0xFF before there is one.
     uint8_t startCode() const { return packetStartCode; }
-    /// Second byte of the start pair, 0xFF before it.
+    /// Second byte of the start pair; 0xFF before there is one.
     uint8_t type() const { return packetType; }
     /// 0 to 6 for the start codes 1, 3, ... 13, 7 for any other, 8 before the start pair.
     uint32_t classIndex() const { return packetClassIndex; }
     XdsStatus status() const { return packetStatus; }
 
     std::size_t pairCount() const { return count; }
-    /// The pair at an index; false, and `out` as it was, beyond the end.
+    /// The pair at an index. Past the end, false, and `out` stays as it was.
     bool pairAt(std::size_t index, XdsBytePair& out) const;
 
     /// The characters between the start pair and the end pair; other bytes are left out.
@@ -60,7 +60,7 @@ public:
     /// "Private data", and "Unknown" for any other index.
     static QString className(uint32_t classIndex);
 
-    /// Back to the state before the start pair.
+    /// Returns to the state before the start pair.
     void clear()
     {
         packetType = 0xFF;
@@ -70,10 +70,10 @@ public:
         packetClassIndex = 8;
         packetStatus = XdsStatus_Open;
     }
-    /// Appends a pair; the first one sets start code, type and class. False, and nothing changed,
-    /// when the packet is full or, behind its first pair, no longer open.
+    /// Appends a pair; the first one sets start code, type and class. False, with nothing changed,
+    /// if the packet is full or, after its first pair, no longer open.
     bool append(XdsBytePair pair);
-    /// Sets the status from the sum of all bytes so far, whose low seven bits must be 0. True when
+    /// Sets the status from the sum of all bytes so far, whose low seven bits must be 0. True if
     /// they are.
     bool verifyChecksum()
     {
@@ -87,7 +87,7 @@ public:
 private:
     friend class Cc608XdsDecoder; // knows that its packets are open and have room
 
-    /// Appends and returns the new count.
+    /// Appends a pair and returns the new count.
     uint32_t appendUnchecked(XdsBytePair pair)
     {
         const uint32_t newCount = count + 1;
@@ -97,7 +97,7 @@ private:
         return newCount;
     }
     void setCount(uint32_t newCount) { count = newCount; }
-    /// Starts anew with a start pair.
+    /// Starts again with a start pair.
     void begin(XdsBytePair pair)
     {
         const bool isKnownClass = pair.c1 % 2 == 1 && pair.c1 <= 13;

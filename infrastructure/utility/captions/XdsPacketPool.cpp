@@ -38,7 +38,7 @@ void XdsPacketPool::release(XdsPacket* packet)
 
 bool XdsPacketPool::isOwn(const XdsPacket* packet) const
 {
-    // std::less orders pointers into different objects too.
+    // std::less also orders pointers into different objects.
     const std::less<const XdsPacket*> before;
     return !before(packet, nodes.data()) && before(packet, nodes.data() + nodes.size());
 }

@@ -1,4 +1,5 @@
-// The fixed supply of XDS packets that bounds what a stream can make its decoder hold. One thread.
+// The fixed supply of XDS packets, which limits how much a stream can make its decoder hold. One
+// thread.
 #pragma once
 
 #include "infrastructure/utility/captions/XdsPacket.h"
@@ -7,8 +8,8 @@
 #include <cstdint>
 #include <vector>
 
-/// Owns all its packets from construction to its end; nothing is allocated between. It must outlive
-/// its decoders and every packet taken from it.
+/// Allocates all its packets at construction and nothing after that. It must outlive its decoders
+/// and every packet taken from it.
 class XdsPacketPool
 {
 public:
@@ -21,14 +22,14 @@ public:
     std::size_t packetCount() const { return nodes.size(); }
     std::size_t inUseCount() const { return nodes.size() - freeCount; }
 
-    /// A packet, with whatever it held before; null when all are in use.
+    /// A packet, still holding its previous content; null if all are in use.
     XdsPacket* take();
-    /// Takes a packet back. Null is ignored; a packet that is not with a caller, or is of another
-    /// pool, is logged and ignored.
+    /// Takes a packet back. Null is ignored; a packet that is not with a caller, or belongs to
+    /// another pool, is logged and ignored.
     void release(XdsPacket* packet);
 
 private:
-    friend class Cc608XdsDecoder; // keeps its packets in a list without asking for memory
+    friend class Cc608XdsDecoder; // keeps its packets in a list without allocating
 
     struct Node : XdsPacket
     {

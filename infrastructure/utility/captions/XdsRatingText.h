@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// The rating that a packet of class 0 and type 5 carries in the pair behind its start pair:
+/// The rating that a packet of class 0 and type 5 carries in the pair after its start pair:
 ///     motion picture    => "MPA:PG13"
 ///     US television     => "TV:14 V,S,L,D", "TV:Y7 Fv", "TV:G " (the blank is always there)
 ///     Canadian English  => "CEn:C8"          Canadian French => "CFr:13"

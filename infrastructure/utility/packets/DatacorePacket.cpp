@@ -41,7 +41,7 @@ void appendMember(QByteArray& payload, const PacketKeyText& key, const QJsonValu
     }
 }
 
-/// What is asked of content that a node has taken: an object with the node's name for its one key.
+/// What content must be once a node has taken it: an object whose only key is the node's name.
 bool isWellShaped(const QJsonObject& datacore)
 {
     const QJsonValue content = datacore.begin().value();
@@ -53,7 +53,8 @@ bool isWellShaped(const QJsonObject& datacore)
                        [](const QJsonValue& text) { return text.isString(); });
 }
 
-/// True for all that is not well shaped, at less cost: what is no text has become an empty one.
+/// True for everything that is not well shaped, but cheaper: anything but text has become an empty
+/// text.
 bool isSuspect(const PlainJsonValue& content, const DatacoreBase& datacore)
 {
     const int nodeStart = datacore.getInstanceName().size() + int(sizeof(R"({"":)")) - 1;
@@ -85,7 +86,7 @@ DatacorePacket::DatacorePacket(const QString& clientID, int packetID, const QJso
     setPacketID(packetID);
 }
 
-/// The keys are in the order in which a JSON object has them.
+/// The keys must be in the order in which a JSON object has them.
 template <typename ClientId, typename PacketId>
 SerialisableDataPacket::Payload
 DatacorePacket::writePayload(const ClientId& clientID, const PacketId& packetID,

@@ -1,4 +1,4 @@
-// A client's list of the datacores that it wants.
+// A client's list of the datacores it wants.
 #pragma once
 
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
@@ -8,7 +8,7 @@
 #include <deque>
 
 /// Keys: "ClientID" and "DatacoreRequestList", full paths. The class name on the wire differs from
-/// that of the class.
+/// the name of the C++ class.
 class DatacorePathListPacket : public SerialisableDataPacket
 {
 public:
@@ -20,8 +20,8 @@ public:
     DatacorePathListPacket(const SerialisableDataPacket& source, bool& ok);
 
     bool containsClientID() const;
-    QString getClientID() const; ///< empty where absent
+    QString getClientID() const; ///< empty if absent
 
     bool containsDatacorePaths() const;
-    std::deque<QString> getDatacorePaths() const; ///< in order; empty where absent
+    std::deque<QString> getDatacorePaths() const; ///< in order; empty if absent
 };

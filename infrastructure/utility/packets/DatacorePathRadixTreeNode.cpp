@@ -4,10 +4,10 @@
 
 namespace {
 
-/// `path` is the node's own full path; it comes back as it was given.
+/// `path` is the node's own full path, and is unchanged on return.
 void appendPaths(const DatacorePathRadixTreeNode& node, QString& path, QStringList& paths)
 {
-    paths.append(QString(path.constData(), path.size())); // a copy of its size, not of its room
+    paths.append(QString(path.constData(), path.size())); // a copy of its size, not of its capacity
     const int ownSize = path.size();
     for (const DatacorePathRadixTreeNode& kid : node.kids) {
         path += QLatin1Char('/');

@@ -3,12 +3,12 @@
 
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
-/// A packet that can say what it has to say in one line.
+/// A packet whose content can be said in one line.
 class LogSerialisableDataPacket : public SerialisableDataPacket
 {
 public:
     using SerialisableDataPacket::SerialisableDataPacket;
 
-    /// The line to log; null where the packet carries none.
+    /// The line to log; null if the packet carries none.
     virtual QString getLogLine() const = 0;
 };

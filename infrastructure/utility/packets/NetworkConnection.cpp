@@ -21,10 +21,11 @@
 namespace {
 
 constexpr int CONNECT_TIMEOUT_MS = 500;
-constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is given back
-/// What is taken from the system at a time; the rest of a flood waits there, and holds the peer up.
+constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is freed
+/// How much is read from the system at a time; the rest of a flood waits there and holds the peer
+/// up.
 constexpr qint64 READ_BUFFER_BYTES = 512 << 10;
-/// What many packets are sent by, so that the peer begins while the rest of them is written.
+/// How much many packets are sent in, so that the peer starts while the rest is being written.
 constexpr int JOINED_BYTES = 32 << 10;
 static_assert(READ_BUFFER_BYTES > NetworkConnection::DISCARD_THRESHOLD_BYTES);
 
@@ -56,8 +57,8 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
     {QAbstractSocket::ProxyProtocolError, "ProxyProtocolError"},
 };
 
-/// Builds a packet and gives it to those who were registered for its type when it arrived and still
-/// are when their turn comes.
+/// Builds a packet and gives it to the receivers that were registered for its type when it arrived
+/// and still are when their turn comes.
 void deliver(const QByteArray& view, const RawDataPacketHeader& header,
              const RawDataPacketReceivers& registry)
 {
@@ -71,7 +72,7 @@ void deliver(const QByteArray& view, const RawDataPacketHeader& header,
     for (auto it = registry.constFind(type); it != registry.constEnd() && it.key() == type; ++it) {
         receivers.append(it.value());
     }
-    // A receiver may make others and destroy any; a new one may stand where an old one stood.
+    // A receiver may create others and destroy any; a new one may have the address of an old one.
     const quint64 latest = Receiver::getLatestRegistrationNumber();
     for (Receiver* receiver : receivers) {
         if (registry.contains(type, receiver) && receiver->getRegistrationNumber() <= latest) {
@@ -80,7 +81,7 @@ void deliver(const QByteArray& view, const RawDataPacketHeader& header,
     }
 }
 
-/// Keeps the buffer's memory for the next call, unless a large packet has blown it up.
+/// Keeps the buffer's memory for the next call, unless a large packet has inflated it.
 void removeFromFront(QByteArray& buffer, int count)
 {
     buffer.remove(0, count);
@@ -90,7 +91,7 @@ void removeFromFront(QByteArray& buffer, int count)
     buffer.reserve(buffer.capacity()); // marks the memory as kept
 }
 
-/// Bytes from `bytes` to the next one that can be the first of a packet; at least 1.
+/// The distance in bytes to the next one that can begin a packet; at least 1.
 int distanceToNextCandidate(const char* bytes, int size)
 {
     static_assert(RawPacketType_First >> 8 == RawPacketType_Last >> 8,
@@ -101,7 +102,7 @@ int distanceToNextCandidate(const char* bytes, int size)
 }
 
 /// The number of bytes that the system takes without waiting; 0 after an error, which the socket
-/// meets too when it writes.
+/// will also meet when it writes.
 qint64 sendAtOnce(qintptr descriptor, const QByteArray& first, const QByteArray& second)
 {
     const auto part = [](const QByteArray& bytes) {
@@ -118,7 +119,7 @@ qint64 sendAtOnce(qintptr descriptor, const QByteArray& first, const QByteArray&
 
 } // namespace
 
-/// Stands for one signal of the socket while it is handled.
+/// Lives while one signal of the socket is handled.
 class NetworkConnection::SocketSignal
 {
 public:
@@ -136,7 +137,7 @@ public:
         }
     }
 
-    /// False once somebody who was called has deleted the connection.
+    /// False once a receiver has deleted the connection.
     bool isConnectionAlive() const { return connection; }
 
 private:
@@ -159,7 +160,7 @@ NetworkConnection::NetworkConnection(RawDataPacketReceivers& owner, QObject* par
 NetworkConnection::~NetworkConnection()
 {
     if (socketSignalDepth > 0) {
-        // Deleted from within the socket's own signal: the socket has to live until that returns.
+        // Deleted from within the socket's own signal: the socket must live until that returns.
         QTcpSocket* last = replaceSocket(nullptr);
         last->setParent(nullptr);
         last->deleteLater();
@@ -203,7 +204,7 @@ bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
     wireSocket();
     readIdentifiers();
     if (socket->bytesAvailable() > 0) {
-        // The signal for these bytes came before there was anybody to hear it.
+        // The signal for these bytes came before anybody could hear it.
         QMetaObject::invokeMethod(this, &NetworkConnection::onReadyRead, Qt::QueuedConnection);
     }
     return socket->isOpen();
@@ -217,8 +218,7 @@ void NetworkConnection::dropLink()
     }
 }
 
-/// Puts a socket in place of the one there was, which is given back. Half a packet of the old one
-/// is forgotten.
+/// Replaces the socket and returns the previous one. Half a packet from that one is forgotten.
 QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
 {
     QTcpSocket* previous = std::exchange(socket, newSocket);
@@ -298,7 +298,7 @@ void NetworkConnection::acceptPackets(const std::vector<SerialisableDataPacket>&
         if (joined.size() >= JOINED_BYTES) {
             transmit(joined, QByteArray());
             if (!self || socketCount != sentTo || !socket->isWritable()) {
-                return; // the link has broken, and somebody was told who may do anything
+                return; // the link broke, and somebody was told who may do anything
             }
             joined.resize(0);
         }
@@ -314,8 +314,8 @@ void NetworkConnection::send(const RawDataPacket& packet)
     }
 }
 
-/// Gives the system what it takes at once, and the rest to the socket. A socket that writes all of
-/// it has its event loop wake up for nothing, which costs as much as the write.
+/// Gives the system what it takes at once, and the rest to the socket. If the socket writes
+/// everything, its event loop wakes up for nothing, which costs as much as the write.
 void NetworkConnection::transmit(const QByteArray& first, const QByteArray& second)
 {
     qint64 taken = 0;
@@ -337,7 +337,8 @@ void NetworkConnection::transmit(const QByteArray& first, const QByteArray& seco
 void NetworkConnection::onReadyRead()
 {
     if (delivering) {
-        return; // a receiver pumps the event loop; the delivery under way goes on with these bytes
+        return; // a receiver is running the event loop; the delivery under way continues with these
+                // bytes
     }
     const SocketSignal signal(*this);
     do {
@@ -355,7 +356,7 @@ void NetworkConnection::onReadyRead()
     } while (signal.isConnectionAlive() && socket->bytesAvailable() > 0);
 }
 
-/// Appends what has arrived to the buffer. False when there is no link to read from.
+/// Appends what has arrived to the buffer. False if there is no link to read from.
 bool NetworkConnection::readAvailableBytes()
 {
     if (socket == nullptr) {

@@ -1,4 +1,4 @@
-// One end of a TCP link that carries packets. Lives on one thread, which runs a Qt event loop;
+// One end of a TCP link that carries packets. Lives on one thread, which must run a Qt event loop;
 // receivers are called on that thread.
 #pragma once
 
@@ -16,51 +16,51 @@
 
 class QTcpSocket;
 
-/// Sends packets, frames those that come in, and hands each to every receiver that its register has
-/// for its raw type, newest first, in the order of arrival. The link has no handshake and no
-/// keep-alive. While more than DISCARD_THRESHOLD_BYTES wait to be taken, packets other than JSON
-/// are thrown away; JSON is never dropped. Bytes that begin no packet are skipped one by one.
+/// Sends packets, frames incoming ones, and hands each, in the order of arrival, to every receiver
+/// registered for its raw type, newest receiver first. The link has no handshake and no keep-alive.
+/// While more than DISCARD_THRESHOLD_BYTES are waiting, packets other than JSON are thrown away;
+/// JSON is never dropped. Bytes that do not begin a packet are skipped one by one.
 ///
-/// The object outlives a link and can be connected again. A receiver may pump the event loop (what
-/// arrives meanwhile is delivered when it returns), connect the object anew, or delete it. If it
+/// The object outlives a link and can be connected again. A receiver may run the event loop (what
+/// arrives meanwhile is delivered when it returns), connect the object again, or delete it. If it
 /// throws, the exception passes through and the buffer stays as it was.
 class NetworkConnection : public QObject, public SerialisableDataPacketAcceptorInterface
 {
     Q_OBJECT
 
 public:
-    /// Above this many buffered bytes raw data packets are discarded.
+    /// Above this number of buffered bytes, raw data packets are discarded.
     static constexpr int DISCARD_THRESHOLD_BYTES = 131072;
     /// The most bytes that can wait for a packet to be complete: what a QByteArray can hold, or a
-    /// sixteenth of the addresses where these have 32 bits. A peer that sends a packet beyond it
-    /// can't be served: the link is closed, with a log line.
+    /// sixteenth of the address space if that has 32 bits. If a peer sends a larger packet, the
+    /// link is closed, with a log line.
     static constexpr int MAX_BUFFERED_BYTES = sizeof(void*) > 4 ? 0x7FFF0000 : 0x10000000;
 
-    /// Not connected. What is received goes to the process-wide register, which other connections
-    /// use too, or to `receivers` alone, which outlives the connection. `context` is kept for
-    /// whoever made the connection.
+    /// Not connected. Received packets go to the process-wide register, which other connections use
+    /// too, or only to `receivers`, which must outlive the connection. `context` is kept for the
+    /// connection's maker.
     explicit NetworkConnection(QObject* parent = nullptr, quint32 context = 0);
     explicit NetworkConnection(RawDataPacketReceivers& receivers, QObject* parent = nullptr,
                                quint32 context = 0);
     ~NetworkConnection() override;
 
-    /// Connects to a listening peer, in place of any link there was; waits up to 500 ms. False,
-    /// with the object not connected, when nobody answers. Never through a proxy: the peer knows
+    /// Connects to a listening peer, replacing any existing link; waits up to 500 ms. If nobody
+    /// answers, returns false with the object not connected. Never uses a proxy: the peer knows
     /// this end by its address.
     bool connectToHost(const QString& host, quint16 port);
     bool connectToHost(const QHostAddress& address, quint16 port);
 
     /// Takes over a socket that a server has accepted and hands back the socket held before. True
-    /// when the new one is open. A null pointer gives false and leaves the object not connected.
+    /// if the new one is open. A null pointer gives false and leaves the object not connected.
     bool adoptSocket(std::unique_ptr<QTcpSocket>& accepted);
 
     /// True while the link is up.
     bool isConnected() const;
 
-    /// Bytes that were sent and that the system has not taken yet.
+    /// Bytes sent that the system has not taken yet.
     qint64 getUnsentBytes() const;
 
-    /// This end, as makeConnectionIdentifier tells it.
+    /// This end, as named by makeConnectionIdentifier.
     const QString& getLocalIdentifier() const { return localIdentifier; }
     /// The far end, in the same form.
     const QString& getPeerIdentifier() const { return peerIdentifier; }
@@ -73,7 +73,7 @@ public:
     bool canAcceptPacket(QString className) override;
     /// Sends the packet and flushes; does nothing without a link.
     void acceptPacket(const SerialisableDataPacket& packet) override;
-    /// Sends the packets in order, many at a time, which costs far less than one by one; the bytes
+    /// Sends the packets in order, many at a time, which costs far less than one by one. The bytes
     /// on the wire are the same.
     void acceptPackets(const std::vector<SerialisableDataPacket>& packets);
     /// Sends the packet and flushes; does nothing without a link or without a packet.
@@ -84,7 +84,7 @@ Q_SIGNALS:
     void disconnectedFromHost();
 
 public Q_SLOTS:
-    /// Takes what has arrived and delivers the packets that are complete.
+    /// Reads what has arrived and delivers the complete packets.
     void onReadyRead();
     /// Logs the error's name.
     void onSocketError(QAbstractSocket::SocketError socketError);
@@ -114,7 +114,7 @@ private:
     bool delivering = false;
 };
 
-/// What names one end of a link: the IPv4 address as a decimal number, followed by the port in
+/// The name of one end of a link: the IPv4 address as a decimal number, followed by the port in
 /// decimal.
 ///     127.0.0.1, port 4004 => "21307064334004"
 QString makeConnectionIdentifier(const QHostAddress& address, quint16 port);

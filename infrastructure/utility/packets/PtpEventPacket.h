@@ -18,6 +18,6 @@ public:
     /// The packet that `source` carries; `ok` is false, and the packet empty, for another class.
     PtpEventPacket(const SerialisableDataPacket& source, bool& ok);
 
-    /// The event's text; null where there is none.
+    /// The event's text; null if there is none.
     QString getLogLine() const override;
 };

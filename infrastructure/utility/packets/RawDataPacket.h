@@ -7,16 +7,16 @@
 
 class QIODevice;
 
-/// The base of every packet. A packet received from a link is shared by all its receivers and is
-/// not to be changed by any of them.
+/// The base of every packet. A packet received from a link is shared by all its receivers, and none
+/// of them may change it.
 class RawDataPacket
 {
 public:
     /// A zero header and an empty payload.
     RawDataPacket() = default;
 
-    /// A received packet: `view` starts at the header and `header` is what parseHeader gave for it.
-    /// Copies the payload. A view that ends early gives a payload that ends with it.
+    /// A received packet: `view` starts at the header, and `header` is the result of parseHeader
+    /// for it. Copies the payload. If the view ends early, so does the payload.
     RawDataPacket(const QByteArray& view, const RawDataPacketHeader& header);
 
     virtual ~RawDataPacket();
@@ -25,7 +25,7 @@ public:
     virtual QByteArray serialisePayload() const = 0;
     /// The raw type number of the class.
     virtual quint16 getPacketType() const = 0;
-    /// The sub type of the class, 0 for most.
+    /// The sub type of the class; 0 for most.
     virtual quint16 getPacketSubType() const;
 
     /// The header as it was received; zeros in a packet that was built here.
@@ -33,7 +33,7 @@ public:
     /// The payload as it was received; empty in a packet that was built here.
     const QByteArray& getPayload() const { return receivedPayload; }
 
-    /// Reads the header at the start of `view`, which reaches to the end of what has arrived.
+    /// Reads the header at the start of `view`, which extends to the end of what has arrived.
     ///     type outside the vocabulary, or a size of 2 GiB and above => type NO_PACKET
     ///     payload not all in the view, or fewer than 8 bytes        => type INCOMPLETE_PACKET
     static RawDataPacketHeader parseHeader(const QByteArray& view)
@@ -43,10 +43,10 @@ public:
     /// The same on bytes in place.
     static RawDataPacketHeader parseHeader(const char* bytes, int size);
 
-    /// The header that goes before the payload given, which is this packet's.
+    /// The header for this payload, which must be this packet's.
     QByteArray makeHeader(const QByteArray& payload) const;
 
-    /// Writes header and payload to the device. True when it took all of both.
+    /// Writes header and payload to the device. True if it took all of both.
     bool serialiseTo(QIODevice& device) const;
 
 protected:

@@ -45,18 +45,19 @@ enum RawPacketType : quint16 {
 /// The wire header, in host byte order.
 struct RawDataPacketHeader
 {
-    /// What parsing gives in place of a type: no packet starts here.
+    /// Result of parsing instead of a type: no packet starts here.
     static constexpr quint16 NO_PACKET = 0;
-    /// What parsing gives in place of a type: a packet starts here, and bytes of it are missing.
+    /// Result of parsing instead of a type: a packet starts here, but some of its bytes are
+    /// missing.
     static constexpr quint16 INCOMPLETE_PACKET = 1;
-    /// Bytes of the header on the wire.
+    /// Size of the header on the wire, in bytes.
     static constexpr int SIZE_BYTES = 8;
 
     quint16 packetType = NO_PACKET;
     quint16 packetSubType = 0;
     quint32 payloadSize = 0; ///< bytes that follow the header
 
-    /// True for a number that is in the vocabulary.
+    /// True for a number in the vocabulary.
     static constexpr bool isPacketType(quint32 type)
     {
         return type >= RawPacketType_First && type <= RawPacketType_Last;

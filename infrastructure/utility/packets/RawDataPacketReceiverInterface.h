@@ -8,8 +8,8 @@
 
 class SerialisableDataPacket;
 
-/// Takes packets of class `T`, which states its raw type number as `T::PACKET_TYPE`. A class of
-/// JSON packets is none of these: every JSON packet arrives as a SerialisableDataPacket.
+/// Takes packets of class `T`, which states its raw type number as `T::PACKET_TYPE`. `T` can't be a
+/// class of JSON packets: every JSON packet arrives as a SerialisableDataPacket.
 template <typename T>
 class RawDataPacketReceiverInterface : public RawDataPacketReceiverInterfaceBase
 {
@@ -29,6 +29,6 @@ public:
         receivePacket(std::dynamic_pointer_cast<T>(packet));
     }
 
-    /// Takes a packet; null where what arrived is not a `T`.
+    /// Takes a packet; null if what arrived is not a `T`.
     virtual void receivePacket(std::shared_ptr<T> packet) = 0;
 };

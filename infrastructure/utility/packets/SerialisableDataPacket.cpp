@@ -18,7 +18,7 @@ constexpr int ORDINARY_PAYLOAD_BYTES = 1500; // the payload of one Ethernet fram
 
 constexpr PacketKey<QString> CLASS_KEY{"Class", ""};
 
-/// True for an object that says of which packet class it is.
+/// True for an object that names its packet class.
 bool isPacketObject(const QJsonValue& value)
 {
     return value.isObject() && !value.toObject().value(CLASS_KEY.getText()).toString().isEmpty();
@@ -84,7 +84,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QByteArray& view,
     : RawDataPacket(view, header)
     , form(Form::Text)
 {
-    isPlainText(); // or it is parsed, and bad text logged, once for all copies
+    isPlainText(); // otherwise it is parsed, and bad text logged, once for all copies
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const Payload& payload)
@@ -113,8 +113,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QString& className,
     }
 }
 
-/// What the payload holds after the length word, which is not consulted: the header has settled the
-/// size.
+/// The payload after the length word, which is ignored: the header has settled the size.
 QLatin1String SerialisableDataPacket::getText() const
 {
     const QByteArray& payload = serialisedPayload.isEmpty() ? getPayload() : serialisedPayload;

@@ -22,77 +22,78 @@
 class PlainJsonValue;
 struct QJsonParseError;
 
-/// A JSON packet: one object, whose "Class" says which packet class it is. A value: copies are
-/// independent and may be handed to other threads; one object is for one thread at a time. Classes
-/// of JSON packets add no data; they are typed views over the object, built anew from a received
-/// packet by the constructor from (SerialisableDataPacket, bool& ok).
+/// A JSON packet: one object, whose "Class" names the packet class. A value: copies are independent
+/// and may be handed to other threads; one object is for one thread at a time. Classes of JSON
+/// packets add no data. They are typed views over the object, made from a received packet by the
+/// constructor from (SerialisableDataPacket, bool& ok).
 class SerialisableDataPacket : public RawDataPacket
 {
 public:
     /// The raw type of every JSON packet.
     static constexpr quint16 PACKET_TYPE = RawPacketType_SerialisableData;
 
-    /// An object with nothing but "Class". An empty name is logged and gives an empty object.
+    /// An object with only "Class". An empty name is logged and gives an empty object.
     explicit SerialisableDataPacket(const QString& className);
 
-    /// The object that the text holds. Text that can't be parsed sets `error`, is logged, and gives
-    /// an empty object. A null `error` is allowed.
+    /// The object in the text. Text that can't be parsed sets `error`, is logged, and gives an
+    /// empty object. A null `error` is allowed.
     SerialisableDataPacket(const QByteArray& jsonText, QJsonParseError* error);
 
-    /// The object as it is, whether or not it has a "Class".
+    /// The object as given, with or without a "Class".
     explicit SerialisableDataPacket(const QJsonObject& object);
 
     /// A received packet. Text that can't be parsed is logged and gives an object whose "Class" is
     /// empty, which no class matches.
     SerialisableDataPacket(const QByteArray& view, const RawDataPacketHeader& header);
 
-    /// The child packet under `key`. `ok` is false, and the packet empty, where there is no object
-    /// with a "Class" that is a non-empty string.
+    /// The child packet under `key`. `ok` is false, and the packet empty, unless there is an object
+    /// whose "Class" is a non-empty string.
     SerialisableDataPacket(const SerialisableDataPacket& parent, const QString& key, bool& ok);
 
-    // A copy shares what its original holds. A move is a copy: what it would leave behind is a text
-    // without its bytes, and an index into it.
+    // A copy shares what its original holds. A move is a copy: it would leave behind an index into
+    // a text that has gone.
     SerialisableDataPacket(const SerialisableDataPacket&) = default;
     SerialisableDataPacket& operator=(const SerialisableDataPacket&) = default;
 
-    /// The text under "Class", empty where there is none.
+    /// The text under "Class"; empty if there is none.
     QString getPacketClassName() const;
     /// The whole content.
     const QJsonObject& getJsonObject() const;
     /// The content as compact JSON text.
     QByteArray toJson() const;
 
-    /// Made at the first call and kept, so that one packet for many connections costs one.
+    /// Made at the first call and kept, so that sending one packet on many connections makes it
+    /// once.
     QByteArray serialisePayload() const override;
     quint16 getPacketType() const override;
 
-    /// Stores a packet's object under `key`, in place of what was there.
+    /// Stores a packet's object under `key`, replacing what was there.
     void insertChildPacket(const QString& key, const SerialisableDataPacket& packet);
-    /// Stores the packets' objects under `key` as an array, in place of what was there.
+    /// Stores the packets' objects under `key` as an array, replacing what was there.
     void insertChildPacketArray(const QString& key,
                                 const std::vector<SerialisableDataPacket>& packets);
-    /// The packets of the array under `key`, in order. `ok` is false where there is no array, and
-    /// where an element is no packet; such an element is left out.
+    /// The packets of the array under `key`, in order. `ok` is false if there is no array, or if an
+    /// element is not a packet; such an element is left out.
     std::vector<SerialisableDataPacket> extractChildPacketArray(const QString& key, bool& ok) const;
 
 protected:
-    /// What goes on the wire after the header: the length word and the text.
+    /// What follows the header on the wire: the length word and the text.
     struct Payload
     {
         QByteArray bytes;
     };
     static constexpr int LENGTH_WORD_BYTES = 4;
 
-    /// A payload that is written as text: the room for its length, and an object begun with its
+    /// Starts a payload written as text: room for its length, and the start of an object with its
     /// "Class". Further members follow, each with its comma, and then endPayload.
     static QByteArray beginPayload(const QString& className, int ordinaryBytes);
-    /// Closes the object and fills in the length; what is returned shares the bytes of `payload`.
+    /// Closes the object and fills in the length. The result shares the bytes of `payload`.
     static Payload endPayload(QByteArray& payload);
 
-    /// A packet whose text has been written already. It is parsed if the object is looked at.
+    /// A packet whose text is already written. It is parsed only if the object is asked for.
     explicit SerialisableDataPacket(const Payload& payload);
     /// What a class's constructor from a received packet does: takes the source's content if the
-    /// source is of the class named, and is an empty packet of that class otherwise.
+    /// source is of the named class; otherwise makes an empty packet of that class.
     SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
                            bool& ok);
 
@@ -124,8 +125,8 @@ protected:
         getObjectToChange().insert(key.getText(), toJsonValue(content));
     }
 
-    /// True while the content is plain text, of which no object has been built; `plainValue` is
-    /// for that time alone, and its result goes with the packet.
+    /// True while the content is plain text of which no object has been built. Only then may
+    /// `plainValue` be used; its result is valid as long as the packet.
     bool isPlainText() const;
     /// Missing where the object has no such key.
     PlainJsonValue plainValue(const PacketKeyText& key) const;
@@ -148,7 +149,7 @@ private:
     void parseText() const;
     QJsonObject& getObjectToChange();
 
-    // These change in const calls: a text becomes an object when one is asked for, and the first
+    // Const calls change these: a text becomes an object when one is asked for, and the first
     // serialisation is kept until the content changes. One object belongs to one thread.
     mutable Form form = Form::Object;
     mutable PlainJsonIndex index;
@@ -157,7 +158,7 @@ private:
     mutable QByteArray serialisedPayload;
 };
 
-/// Equality of the JSON objects alone.
+/// Only the JSON objects are compared.
 bool operator==(const SerialisableDataPacket& a, const SerialisableDataPacket& b);
 bool operator!=(const SerialisableDataPacket& a, const SerialisableDataPacket& b);
 

@@ -11,7 +11,7 @@ class SerialisableDataPacketAcceptorInterface
 public:
     virtual ~SerialisableDataPacketAcceptorInterface() = default;
 
-    /// True when packets of this class are of use here.
+    /// True if packets of this class are of use here.
     virtual bool canAcceptPacket(QString className) = 0;
     /// Takes a packet; one of another class is ignored.
     virtual void acceptPacket(const SerialisableDataPacket& packet) = 0;

@@ -57,8 +57,8 @@ void SerialisableDataPacketDistributor::acceptPacket(const SerialisableDataPacke
                       << className;
         return;
     }
-    // By index: an acceptor may register another, which then gets this packet too. And one may end
-    // the client with all that belongs to it.
+    // By index: an acceptor may register another, which then gets this packet too, or end the
+    // client with everything that belongs to it.
     const QPointer<SerialisableDataPacketDistributor> self(this);
     std::deque<SerialisableDataPacketAcceptorInterface*>& acceptors = found->second;
     for (std::size_t i = 0; self && i < acceptors.size(); ++i) {

@@ -1,5 +1,5 @@
-// The second stage of routing: JSON packets, by class name, to those who registered for it. Lives
-// on the connections' thread.
+// The second stage of routing: JSON packets go, by class name, to the acceptors registered for it.
+// Lives on the connections' thread.
 #pragma once
 
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
@@ -11,9 +11,9 @@
 #include <deque>
 #include <map>
 
-/// Takes every JSON packet of the connections of one register, and gives it to each acceptor of its
-/// class, in the order of registration. Acceptors can't be taken out again: they outlive the
-/// distributor, which one of them may destroy while it is called.
+/// Takes every JSON packet from the connections of one register, and gives it to each acceptor of
+/// its class, in the order of registration. Acceptors can't be removed, so they must outlive the
+/// distributor, which one of them may destroy while it is being called.
 class SerialisableDataPacketDistributor
     : public QObject,
       public SerialisableDataPacketAcceptorInterface,
@@ -22,14 +22,14 @@ class SerialisableDataPacketDistributor
     Q_OBJECT
 
 public:
-    /// Takes packets from now on: of the connections that use the process-wide register, or of
+    /// Takes packets from now on: from the connections that use the process-wide register, or from
     /// those that use `receivers`.
     explicit SerialisableDataPacketDistributor(QObject* parent = nullptr);
     explicit SerialisableDataPacketDistributor(RawDataPacketReceivers& receivers,
                                                QObject* parent = nullptr);
 
-    /// Has the acceptor get the packets of a class; twice registered is twice called. One that says
-    /// it can't accept the class is refused with a log line.
+    /// The acceptor will get the packets of a class; if registered twice, it is called twice. One
+    /// that says it can't accept the class is refused with a log line.
     void registerPacketAcceptor(SerialisableDataPacketAcceptorInterface& acceptor,
                                 QString className);
     /// The same for several classes, in order.
@@ -40,7 +40,7 @@ public:
     void receivePacket(std::shared_ptr<SerialisableDataPacket> packet) override;
     /// Always true.
     bool canAcceptPacket(QString className) override;
-    /// Hands the packet on; one of a class that nobody registered for is logged and dropped.
+    /// Hands the packet on. If nobody has registered for its class, it is logged and dropped.
     void acceptPacket(const SerialisableDataPacket& packet) override;
 
 private:

@@ -9,14 +9,14 @@
 #include <cstddef>
 #include <vector>
 
-/// A header and a footer with what stands between them left out. Each class gives its words as a
-/// vector through these operations, and as an array, without taking memory, through its own.
+/// A header and a footer, without what stands between them. The functions here give the words as a
+/// vector; each class also has its own that give them as an array, without allocating.
 class ParcelTag
 {
 public:
     virtual ~ParcelTag() = default;
 
-    /// These are the words ahead of what the tag encloses, and those behind it.
+    /// These are the words before what the tag encloses, and those after it.
     virtual std::vector<quint32> getHeaderWords() const = 0;
     virtual std::vector<quint32> getFooterWords() const = 0;
 
@@ -41,7 +41,7 @@ protected:
                quint32(tagByteB) << 8 | (count & 0xFu);
     }
 
-    /// The words of an array, for the operations above.
+    /// The words of an array, for the functions above.
     template <std::size_t count>
     static std::vector<quint32> toVector(const std::array<quint32, count>& words)
     {

@@ -1,4 +1,4 @@
-// What is known of the ancillary packets of a signal, one entry for each kind of packet. A value.
+// What is known about the ancillary packets of a signal, one entry per kind of packet. A value.
 #pragma once
 
 #include "infrastructure/utility/records/RecordLayout.h"
@@ -7,7 +7,7 @@
 #include <map>
 #include <optional>
 
-/// Counts of one place in which packets were found.
+/// The counts for one place where packets were found.
 struct AncStatusGroup
 {
     qint32 groupField1 = 0;
@@ -24,24 +24,24 @@ struct AncStatusGroup
         RecordLayout::field<quint64>(&AncStatusGroup::groupStamp2));
 };
 
-/// The status of all kinds of packet. Equal when all that travels is.
+/// The status of all kinds of packet. Two are equal if everything that is sent is equal.
 struct AncPacketStatus
 {
     /// The kind that carries a third byte.
     static constexpr quint8 KIND_WITH_DETAIL = 2;
 
-    /// The groups of one kind of packet, each there or not.
+    /// The groups of one kind of packet, each present or not.
     using Entry = std::array<std::optional<AncStatusGroup>, 3>;
 
     quint8 kind = 0;
     quint8 version = 0;
-    quint8 detail = 0; ///< travels for KIND_WITH_DETAIL alone
+    quint8 detail = 0; ///< sent for KIND_WITH_DETAIL only
     quint16 statusWord1 = 0;
     quint16 statusWord2 = 0;
     quint8 statusByte1 = 0;
-    std::map<quint8, Entry> entries; ///< of a key that comes twice the first counts
+    std::map<quint8, Entry> entries; ///< if a key is repeated, the first one counts
 
-    /// The part of the layout that is `detail` for KIND_WITH_DETAIL and nothing for any other.
+    /// The part of the layout that is `detail` for KIND_WITH_DETAIL and empty for any other.
     struct DetailPart
     {
         static constexpr int FIXED_SIZE = -1;

@@ -1,4 +1,4 @@
-// Pairs of line 21 caption bytes (CEA-608), as a record: three bytes a pair, the two as they were
+// Pairs of line 21 caption bytes (CEA-608), as a record. Each pair takes three bytes: the two as
 // received, parity bits included, and the field flag.
 #pragma once
 
@@ -7,7 +7,7 @@
 
 #include <vector>
 
-/// Bytes left over behind the last whole pair are ignored.
+/// Bytes left over after the last whole pair are ignored.
 class Captions608bytePairsPayload : public RawDataPacket
 {
 public:

@@ -5,7 +5,7 @@
 
 #include <QVector>
 
-/// The base of what the eye measurement sends.
+/// The base of everything the eye measurement sends.
 class EyeDataPacket : public RawDataPacket
 {
 public:

@@ -19,15 +19,15 @@ public:
     void writeToJson(QJsonObject& json) const override;
     void readFromJson(const QJsonObject& json) override;
 
-    /// Fills the raster's six texts and the two flags. A level B raster has " (B mux)" behind its
-    /// horizontal sizes; a progressive one has "progressive" in place of what field 2 has.
+    /// Sets the raster's six texts and the two flags. A level B raster has " (B mux)" after its
+    /// horizontal sizes; a progressive one has "progressive" for the values of field 2.
     void setRasterProperties(int totalHorizontal, int totalVerticalField1, int totalVerticalField2,
                              int activeHorizontal, int activeVerticalField1,
                              int activeVerticalField2, bool isLevelB, bool isProgressive);
 
     /// The property of that index; invalid for any other index.
     QVariant getProperty(int index) const;
-    /// Stores a property, as text or flag as it is one.
+    /// Stores a property, as a text or a flag according to its kind.
     ///     invalid value => false, no change
     ///     no such index => true, no change
     bool setProperty(int index, const QVariant& value);

@@ -17,15 +17,14 @@ struct AudioMetersHeader
         &AudioMetersHeader::metersField3));
 };
 
-/// The base of what the audio meters send, with the header words.
+/// The base of everything the audio meters send, with the header words.
 class AudioMetersDataPacket : public RecordPayload<AudioMetersHeader>
 {
 public:
     using RecordPayload::RecordPayload;
 };
 
-/// What is behind the words is known to the packets' own classes alone, and so is whether it is
-/// equal.
+/// Deleted: only the packets' own classes know what follows the words, and so whether it is equal.
 bool operator==(const AudioMetersDataPacket& a, const AudioMetersDataPacket& b) = delete;
 bool operator!=(const AudioMetersDataPacket& a, const AudioMetersDataPacket& b) = delete;
 
@@ -48,7 +47,7 @@ struct MeterReading
         RecordLayout::field<LevelOnWire>(&MeterReading::level));
 };
 
-/// The meters, behind the header words.
+/// The meters, after the header words.
 template <typename T>
 struct Meters
 {
@@ -97,7 +96,7 @@ public:
     using TypedPacket::TypedPacket;
 };
 
-/// The header words alone say whether AES audio is present.
+/// The header words alone tell whether AES audio is present.
 class AesPresenceDataPacket : public TypedPacket<AudioMetersDataPacket, RawPacketType_AesPresence>
 {
 public:

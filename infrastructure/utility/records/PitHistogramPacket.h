@@ -5,7 +5,7 @@
 
 #include <array>
 
-/// One flow's histogram and what it is of.
+/// One flow's histogram and what it belongs to.
 struct PitHistogram
 {
     static constexpr std::size_t BIN_COUNT = 64;
@@ -21,7 +21,7 @@ struct PitHistogram
     bool pitFlag2 = false;
     std::array<qint32, BIN_COUNT> bins{};
     qint32 pitField7 = 0;
-    QHostAddress sourceAddress; ///< null where there is none, like the two others
+    QHostAddress sourceAddress; ///< null if there is none, like the two others
     QHostAddress destinationAddress;
     qint32 pitField8 = 0;
     qint32 pitField9 = 0;

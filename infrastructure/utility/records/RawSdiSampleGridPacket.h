@@ -16,7 +16,7 @@ class RawSdiSampleGridPayload : public RawDataPacket
 public:
     RawSdiSampleGridPayload() = default;
     explicit RawSdiSampleGridPayload(Tessorn::Types::RawSdiSampleGrid values);
-    /// A received packet. What its payload lacks is zero, up to the limit of every record.
+    /// A received packet. Missing payload reads as zero, up to the limit for every record.
     RawSdiSampleGridPayload(const QByteArray& view, const RawDataPacketHeader& header);
 
     QByteArray serialisePayload() const override;

@@ -12,8 +12,8 @@
 //           RecordLayout::list<double>(&Timing::values));     // a count and that many
 //   };
 //
-// Integers are big-endian; a list is a signed 32-bit count and its elements. A payload that ends
-// early gives zeros for what is missing.
+// Integers are big-endian; a list is a signed 32-bit count and its elements. If a payload ends
+// early, the missing values are zero.
 #pragma once
 
 #include "infrastructure/utility/BigEndianReader.h"
@@ -29,11 +29,11 @@
 
 namespace RecordLayout {
 
-/// Reads one payload, and limits what a count in it can make grow.
+/// Reads one payload, and limits how much a count in it can make grow.
 class Reader : public BigEndianReader
 {
 public:
-    /// The most list elements beyond the end of a payload that are made, as zeros.
+    /// The maximum number of list elements beyond the end of a payload, which are made as zeros.
     static constexpr int MAX_MISSING_ELEMENTS = 65536;
 
     explicit Reader(const QByteArray& payload)
@@ -44,9 +44,9 @@ public:
     Reader& operator=(const Reader&) = delete;
     ~Reader();
 
-    /// How long a list of `count` elements of `elementBytes` each becomes: negative is empty, and
-    /// what the payload does not hold counts against the limit. The list then ends, which is
-    /// logged.
+    /// The length that a list of `count` elements of `elementBytes` each gets. A negative count
+    /// gives an empty list. Elements that the payload does not hold count against the limit; at the
+    /// limit the list ends, which is logged.
     int admit(qint64 count, int elementBytes);
 
 private:
@@ -65,11 +65,11 @@ void take(Record& record, From& reader);
 template <typename Record>
 bool areEqual(const Record& a, const Record& b);
 
-// The parts of a layout. Each says how many bytes it takes on the wire (FIXED_SIZE, -1 where that
+// The parts of a layout. Each tells how many bytes it takes on the wire (FIXED_SIZE, -1 if that
 // depends on the record; `size`), writes and reads its member (`put`, `take`), and compares it
 // (`isEqual`).
 
-/// A number: `Wire` says how it travels, the member how it is held.
+/// A number: `Wire` is its type on the wire; the member may have another.
 template <typename Wire, typename Owner, typename Held>
 struct Field
 {
@@ -88,7 +88,7 @@ struct Field
     bool isEqual(const Owner& a, const Owner& b) const { return a.*member == b.*member; }
 };
 
-/// A value that is always written and never looked at.
+/// A value that is always written and ignored when read.
 template <typename Wire>
 struct Placeholder
 {
@@ -233,9 +233,9 @@ struct RecordList
     }
 };
 
-// What a layout is written with.
+// The functions that a layout is written with.
 
-/// A number that travels as `Wire`.
+/// A number that is `Wire` on the wire.
 template <typename Wire, typename Owner, typename Held>
 constexpr Field<Wire, Owner, Held> field(Held Owner::*member)
 {
@@ -263,7 +263,7 @@ constexpr Address<Owner> address(QHostAddress Owner::*member)
     return {member};
 }
 
-/// A count and the numbers of a vector, which travel as they are held.
+/// A count and the numbers of a vector, of the same type on the wire.
 template <typename Wire, typename Owner, typename List>
 constexpr NumberList<Wire, Owner, List> list(List Owner::*member)
 {
@@ -307,21 +307,21 @@ constexpr int sumOfFixed(const std::tuple<Parts...>*)
 
 } // namespace detail
 
-/// A record's parts in wire order: what the functions above give.
+/// A record's parts in wire order, from the functions above.
 template <typename... Parts>
 constexpr auto layout(Parts... parts)
 {
     return std::tuple_cat(detail::asTuple(parts)...);
 }
 
-/// Bytes that every record of the class takes on the wire; -1 where they differ.
+/// The bytes that every record of the class takes on the wire; -1 if they differ.
 template <typename Record>
 constexpr int fixedSize()
 {
     return detail::sumOfFixed(static_cast<decltype(&Record::LAYOUT)>(nullptr));
 }
 
-/// Bytes that the record takes on the wire.
+/// The bytes that the record takes on the wire.
 template <typename Record>
 qint64 sizeOf(const Record& record)
 {
@@ -351,11 +351,11 @@ bool areEqual(const Record& a, const Record& b)
                       Record::LAYOUT);
 }
 
-/// A payload of that many bytes, to be written over; null, with a log line, for a size that no
+/// A payload of that many bytes, to be overwritten; null, with a log line, for a size that no
 /// payload can have (2 GiB and above).
 QByteArray allocatePayload(qint64 sizeBytes);
 
-/// The record as payload bytes, of exactly its size; null where that is too large.
+/// The record as payload bytes, of exactly its size; null if that is too large.
 template <typename Record>
 QByteArray serialise(const Record& record)
 {

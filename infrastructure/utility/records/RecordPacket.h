@@ -1,4 +1,4 @@
-// From a record with a layout to a packet that carries it.
+// Makes a packet from a record with a layout.
 #pragma once
 
 #include "infrastructure/utility/packets/RawDataPacket.h"
@@ -7,14 +7,14 @@
 #include <tuple>
 #include <type_traits>
 
-/// The parts of a base that is a packet with a record itself, and none of any other.
+/// The parts of a base that is itself a packet with a record; none for any other base.
 template <typename Base, typename = void>
 constexpr std::tuple<> PARTS_OF_BASE;
 template <typename Base>
 constexpr auto PARTS_OF_BASE<Base, std::void_t<decltype(Base::LAYOUT)>> = Base::LAYOUT;
 
-/// A packet that is the record it carries: its fields are the packet's own. The record of a base
-/// goes ahead.
+/// A packet that is the record it carries: the record's fields are the packet's own. The record of
+/// a base comes first.
 template <typename Record, typename Base = RawDataPacket>
 class RecordPayload : public Base, public Record
 {
@@ -22,12 +22,12 @@ public:
     static constexpr auto LAYOUT = RecordLayout::layout(PARTS_OF_BASE<Base>, Record::LAYOUT);
 
     RecordPayload() = default;
-    /// A packet of these values.
+    /// A packet with these values.
     explicit RecordPayload(const Record& values)
         : Record(values)
     {
     }
-    /// A received packet. What its payload lacks is zero.
+    /// A received packet. Missing payload reads as zero.
     RecordPayload(const QByteArray& view, const RawDataPacketHeader& header)
         : Base(view, header)
     {

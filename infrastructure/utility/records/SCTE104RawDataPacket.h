@@ -1,9 +1,9 @@
-// A splice request as SCTE 104 has it.
+// A splice request in the terms of SCTE 104.
 #pragma once
 
 #include "infrastructure/utility/records/RecordPacket.h"
 
-/// The request's fields. The eleventh word goes ahead of the tenth on the wire.
+/// The request's fields. On the wire the eleventh word comes before the tenth.
 struct SCTE104Raw
 {
     quint16 scteWord1 = 0;

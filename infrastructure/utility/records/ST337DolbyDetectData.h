@@ -3,7 +3,7 @@
 
 #include "infrastructure/utility/records/MetersData.h"
 
-/// What is found in one channel, 24 bytes. The wire has its own order.
+/// What was found in one channel, 24 bytes. On the wire the order is different.
 struct DolbyDetectChannel
 {
     quint8 channel = 0;
@@ -49,7 +49,7 @@ struct DolbyDetectBurst
         RecordLayout::field<quint16>(&DolbyDetectBurst::burstByte1));
 };
 
-/// The channels and the bursts, behind the header words.
+/// The channels and the bursts, after the header words.
 struct ST337DolbyDetect
 {
     QVector<DolbyDetectChannel> channels;

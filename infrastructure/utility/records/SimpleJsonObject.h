@@ -12,7 +12,7 @@ public:
     virtual QString getClassName() const = 0;
     /// Sets this object's keys in `json`; others stay.
     virtual void writeToJson(QJsonObject& json) const = 0;
-    /// Takes this object's keys from `json`; a missing one gives an empty value.
+    /// Reads this object's keys from `json`; a missing one gives an empty value.
     virtual void readFromJson(const QJsonObject& json) = 0;
 
     virtual ~SimpleJsonObject() = default;

@@ -1,4 +1,4 @@
-// Teletext packets with the OP-47 ancillary packet that they came in, as a record:
+// Teletext packets with the OP-47 ancillary packet that they were in, as a record:
 //
 //   | count B, 8 bits | B bytes | count R, 8 bits | R records of 13 bytes |
 //   record: magazine, packetNumber, hasPageHeader, displayDataLength | offset of the display data |
@@ -10,13 +10,13 @@
 #include "infrastructure/utility/records/RecordPacket.h"
 
 /// Bytes and records beyond 255 do not fit and are left out, with a log line. A record whose
-/// display data would lie outside the bytes is read back without display data.
+/// display data would lie outside the bytes is read back without it.
 class TeletextRawPayload : public RawDataPacket
 {
 public:
     TeletextRawPayload() = default;
     explicit TeletextRawPayload(TeletextPacketContainer values);
-    /// A received packet. What its payload lacks is zero.
+    /// A received packet. Missing payload reads as zero.
     TeletextRawPayload(const QByteArray& view, const RawDataPacketHeader& header);
 
     QByteArray serialisePayload() const override;

@@ -3,7 +3,7 @@
 
 #include "infrastructure/utility/records/RecordPacket.h"
 
-/// Counters and measurements. The second counter is the first on the wire.
+/// Counters and measurements. On the wire the second counter comes first.
 struct VideoIp2110_21
 {
     qint32 counter1 = 0;

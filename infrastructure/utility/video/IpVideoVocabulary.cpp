@@ -5,7 +5,7 @@ namespace IpTypes {
 
 namespace {
 
-/// A word; only the ones that the instrument can be set to are read from a text.
+/// A word. Only those that the instrument can be set to are read from text.
 template <typename Value>
 struct IpRow
 {
@@ -63,8 +63,8 @@ struct IpFrameRateRow
 {
     IpFrameRate value;
     std::string_view text;
-    std::string_view rationalText;  ///< the other spelling; empty where there is none
-    std::string_view fieldRateText; ///< empty where the number itself is shown
+    std::string_view rationalText;  ///< the other spelling; empty if there is none
+    std::string_view fieldRateText; ///< empty if the number itself is shown
 };
 
 constexpr IpFrameRateRow FRAME_RATES[] = {

@@ -1,5 +1,5 @@
-// The parameters of video over IP and their texts, which share their words with the payload
-// identifier: sampling, depth, colorimetry, transfer characteristic, frame rate, scan.
+// The parameters of video over IP and their texts: sampling, depth, colorimetry, transfer
+// characteristic, frame rate, scan. The words are shared with the payload identifier.
 //
 // Normative reference: SMPTE ST 2110-20:2017, clause 7. The texts are the instrument's own.
 #pragma once
@@ -79,15 +79,15 @@ constexpr bool operator!=(const IpFrameRate& a, const IpFrameRate& b)
     return !(a == b);
 }
 
-/// "YCbCr:422" for Sampling2110_422YCbCr; "Error" for a number that is none of them, as in all of
+/// Sampling2110_422YCbCr => "YCbCr:422". Any number that is not an enumerator => "Error", in all of
 /// these.
 QLatin1String toString(Sampling2110 sampling);
 QLatin1String toString(BitDepth2110 depth);
 QLatin1String toString(Colourimetry2110 colourimetry);
 QLatin1String toString(TransferCurve2110 curve);
 
-/// Reads "YCbCr:422" alone. Any other text gives the first enumerator and sets *ok to false, as in
-/// all of these; the comparison is letter for letter.
+/// Reads only "YCbCr:422". Any other text gives the first enumerator and sets *ok to false, as in
+/// all of these; the comparison is exact.
 Sampling2110 parseSampling2110(QStringView text, bool* ok = nullptr);
 /// Reads "10" and "12".
 BitDepth2110 parseBitDepth2110(QStringView text, bool* ok = nullptr);
@@ -96,8 +96,8 @@ Colourimetry2110 parseColourimetry2110(QStringView text, bool* ok = nullptr);
 /// Reads "SDR", "PQ", "HLG" and "S-Log3".
 TransferCurve2110 parseTransferCurve2110(QStringView text, bool* ok = nullptr);
 
-/// Reads "59.94" and "60000/1001" alike, and the other rates from 23.98 to 60. Any other text gives
-/// 60 / 1000 and sets *ok to false.
+/// Reads both "59.94" and "60000/1001", and the other rates from 23.98 to 60 likewise. Any other
+/// text gives 60 / 1000 and sets *ok to false.
 IpFrameRate parseIpFrameRate(QStringView text, bool* ok = nullptr);
 
 /// The rate, doubled for fields.

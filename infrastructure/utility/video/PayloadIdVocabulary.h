@@ -128,7 +128,7 @@ struct FrameRateRow
     std::string_view text;           ///< frames a second
     std::string_view interlacedText; ///< fields a second
     quint32 nominalHz;               ///< frames a second, a divisor of 1.001 left out; 0 for none
-    bool is1001;                     ///< true where the rate is nominalHz / 1.001
+    bool is1001;                     ///< true if the rate is nominalHz / 1.001
 };
 
 inline constexpr FrameRateRow FRAME_RATES[] = {
@@ -162,7 +162,7 @@ constexpr QLatin1String toString(BitDepth depth)
     return Vocabulary::text(BIT_DEPTHS, depth);
 }
 
-/// Colourimetry_Uhdtv => "Rec.2020"; what is no colourimetry => "".
+/// Colourimetry_Uhdtv => "Rec.2020"; a number that is not a colourimetry => "".
 constexpr QLatin1String toString(Colourimetry colourimetry)
 {
     return Vocabulary::text(COLOURIMETRIES, colourimetry);
@@ -180,7 +180,7 @@ constexpr QLatin1String toString(LuminanceAndColourDifferenceSignal signal)
     return Vocabulary::text(LUMINANCE_SIGNALS, signal);
 }
 
-/// Frames a second where `pictureBit` is 1, otherwise fields a second; above 15 => "".
+/// Frames a second if `pictureBit` is 1, otherwise fields a second; above 15 => "".
 /// FrameRate_25, 1 => "25"; FrameRate_25, 0 => "50".
 constexpr QLatin1String toString(FrameRate rate, quint32 pictureBit)
 {

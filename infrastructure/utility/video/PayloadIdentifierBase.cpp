@@ -43,7 +43,7 @@ bool differs(const FieldRow& row, const PayloadIdentifierBase& a, const PayloadI
     return !row.reader.empty() && a.getField(row.value) != b.getField(row.value);
 }
 
-// What a link is called, by its channel assignment.
+// The names of links, by channel assignment.
 constexpr std::string_view DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
 constexpr std::string_view LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
                                            "Link5", "Link6", "Link7", "Link8"};

@@ -1,5 +1,5 @@
 // A video payload identifier: four bytes of an ancillary packet that say what a link carries, with
-// the table of where their fields lie (SMPTE ST 352:2013). Immutable, held by shared pointer, and
+// the table of where their fields are (SMPTE ST 352:2013). Immutable, held by shared pointer, and
 // may be shared between threads. All fields are read through the table; nothing else looks at the
 // bytes.
 #pragma once
@@ -14,21 +14,22 @@
 #include <array>
 #include <vector>
 
-/// PayloadIdentifierKey_SampleStructure => "sample structure"; what is no key => "".
+/// PayloadIdentifierKey_SampleStructure => "sample structure"; a number that is not a key => "".
 QLatin1String toString(PayloadIdentifierKey key);
 
 /// By itself an identifier of an unknown kind: it has fields, but no geometry.
 class PayloadIdentifierBase
 {
 public:
-    /// Takes any value. A bit that belongs to no field is logged, at level err, one line each.
+    /// Takes any value. Each set bit that belongs to no field is logged, at level err, in a line of
+    /// its own.
     explicit PayloadIdentifierBase(
         quint32 rawBytes, PayloadIdentifierFieldMap fieldMap = PayloadIdentifierFieldMap());
     PayloadIdentifierBase(const PayloadIdentifierBase&) = delete;
     PayloadIdentifierBase& operator=(const PayloadIdentifierBase&) = delete;
 
     virtual Tessorn::Sdi::SubImageDivision getSubImageDivision() const;
-    /// 1, 2, 4 or 8; 0 where the kind is unknown.
+    /// 1, 2, 4 or 8; 0 if the kind is unknown.
     virtual quint32 getNumberOfLinks() const;
     /// Of one link.
     virtual Tessorn::Sdi::SdiDataRate getSdiDataRate() const;
@@ -39,19 +40,19 @@ public:
     virtual std::vector<quint32> getLinesPerField() const;
     /// The first active line of each field, by its number on the interface.
     virtual std::vector<quint32> getFirstActivePictureLines() const;
-    /// Samples that the picture takes on a line of the interface, of one sub-image where there are
-    /// such.
+    /// Samples that the picture, or one sub-image if there are any, takes on a line of the
+    /// interface.
     virtual quint32 getFieldActivePictureWidthInSamples() const;
-    /// Active lines of a field of the interface, of one sub-image where there are such.
+    /// Active lines of a field of the interface, of one sub-image if there are any.
     virtual quint32 getFieldActivePictureHeight() const;
     /// Pixels across the whole picture.
     virtual quint32 getPictureWidth() const;
     /// Lines of the whole picture.
     virtual quint32 getPictureHeight() const;
-    /// "1920x1080p50 YCbCr:422:10 3G A Rec.709"; the raw value 0 => "No payload identifier". The
-    /// name of the link is left out on demand.
+    /// "1920x1080p50 YCbCr:422:10 3G A Rec.709"; the raw value 0 => "No payload identifier".
+    /// `withoutLinkInformation` leaves out the name of the link.
     virtual QString getDescription(bool withoutLinkInformation) const final;
-    /// True when byte 0 is the one of this kind.
+    /// True if byte 0 is the one of this kind.
     virtual bool isPayloadByteCorrect() const;
     /// Each complaint is a message and the offending value in decimal; empty for a legal
     /// identifier.
@@ -63,7 +64,7 @@ public:
     std::array<quint8, 4> getBytes() const { return bytes; }
     const PayloadIdentifierFieldMap& getFieldMap() const { return fields; }
 
-    /// A field's value; 0 for a field that this kind has not.
+    /// A field's value; 0 for a field that this kind does not have.
     quint32 getField(PayloadIdentifierKey key) const { return fields.get(key).read(rawValue); }
     quint32 getPayloadAndDigitialInterface() const;
     quint32 getSampleStructure() const;
@@ -87,18 +88,19 @@ public:
 
     bool checkThatPayloadIdentifierFieldsDoNotOverlap() const;
 
-    /// "Reserved bit not 0, Byte 0, Bit 2" for each bit set that belongs to no field. This
-    /// numbering is the opposite of the fields': Byte 0 is the last on the wire.
+    /// "Reserved bit not 0, Byte 0, Bit 2" for each set bit that belongs to no field. Bytes are
+    /// numbered opposite to the fields' bytes here: Byte 0 is the last on the wire.
     QStringList getReservedBitErrors() const;
 
-    /// Compares all that says what the picture is: every field but aspect ratio, channel assignment
-    /// and audio copy status. With `verbose`, logs each field that differs, at level info.
+    /// Compares everything that describes the picture: all fields but aspect ratio, channel
+    /// assignment and audio copy status. With `verbose`, logs each field that differs, at level
+    /// info.
     bool isEqual(const PayloadIdentifierBase& other, bool verbose = false) const;
 
-    /// The fields in which a comparison finds these two to differ.
+    /// The fields in which these two differ when compared.
     std::vector<PayloadIdentifierKey> getDifferences(const PayloadIdentifierBase& other) const;
 
-    /// The bits that a comparison looks at in an identifier of this table.
+    /// The bits that a comparison looks at, for identifiers with this table.
     static quint32 getComparedMask(const PayloadIdentifierFieldMap& fieldMap);
 
 private:

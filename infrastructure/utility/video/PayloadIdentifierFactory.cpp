@@ -41,7 +41,7 @@ constexpr bool isSound()
 }
 static_assert(isSound(), "one row for a byte 0, one field for a bit");
 
-/// Of four numbers with three digits each; a longer text is refused before anything is made of it.
+/// Four numbers of three digits each; a longer text is refused before it is split.
 constexpr int LONGEST_TEXT = 4 * 3 + 3;
 
 /// One to three digits and nothing else, up to 255.

@@ -1,5 +1,5 @@
-// From four bytes to the identifier of their kind, chosen by byte 0, and the text form of the
-// bytes.
+// Makes identifiers from four bytes, with the kind chosen by byte 0, and converts the bytes to and
+// from text.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierVariant.h"
@@ -13,7 +13,7 @@
 /// The facts of the interface that this byte 0 stands for, or null.
 const PayloadIdentifierFacts* findPayloadIdentifierFacts(quint32 payloadByte);
 
-/// The identifier of the kind that byte 0, the top byte, stands for; null where it stands for none.
+/// The identifier of the kind that byte 0, the top byte, selects; null if it selects none.
 std::shared_ptr<const PayloadIdentifierBase> createPayloadIdentifier(quint32 rawValue);
 
 /// Four decimal numbers from 0 to 255, byte 0 first, with one blank between; nothing for any other

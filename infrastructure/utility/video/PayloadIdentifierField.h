@@ -1,4 +1,4 @@
-// Where the fields of a payload identifier lie, and reading and writing them there. All constant
+// Where the fields of a payload identifier are, and reading and writing them there. All constant
 // expressions, no heap.
 //
 //              byte 0          byte 1          byte 2          byte 3
@@ -31,12 +31,12 @@ enum PayloadIdentifierKey : quint32 {
 
 inline constexpr quint32 PAYLOAD_IDENTIFIER_KEY_COUNT = 13;
 
-/// A field's address: a byte and a list of up to eight of its bits, the one for the value's lowest
-/// bit first. (4, 7) is a field of two bits, low in bit 4 and high in bit 7.
+/// A field's address: a byte and up to eight of its bits, the one for the value's lowest bit first.
+/// (4, 7) is a field of two bits, low in bit 4 and high in bit 7.
 class PayloadIdentifierField
 {
 public:
-    /// A field without bits, which reads as 0 and takes no value.
+    /// A field without bits, which reads as 0 and can't be written.
     constexpr PayloadIdentifierField() = default;
 
     /// Byte 0 to 3, bits 0 to 7; a ninth bit and a byte or bit that does not exist are left out.
@@ -84,8 +84,7 @@ public:
         return value;
     }
 
-    /// `rawValue` with this value in the field, or as it was where the value is wider than the
-    /// field.
+    /// `rawValue` with this value in the field; unchanged if the value is wider than the field.
     constexpr quint32 write(quint32 rawValue, quint32 value) const
     {
         if (value > getMaximum()) {
@@ -129,7 +128,7 @@ public:
     };
 
     constexpr PayloadIdentifierFieldMap() = default;
-    /// Of two entries with one key the last stays.
+    /// Of two entries with the same key the last stays.
     constexpr PayloadIdentifierFieldMap(std::initializer_list<Entry> entries)
     {
         for (const Entry& entry : entries) {
@@ -139,13 +138,13 @@ public:
         }
     }
 
-    /// The field's address; one without bits where the table has no such key.
+    /// The field's address; one without bits if the table has no such key.
     constexpr PayloadIdentifierField get(PayloadIdentifierKey key) const
     {
         return key < PAYLOAD_IDENTIFIER_KEY_COUNT ? fields[key] : PayloadIdentifierField();
     }
 
-    /// True when the table has a field with bits under this key.
+    /// True if the table has a field with bits for this key.
     constexpr bool contains(PayloadIdentifierKey key) const { return get(key).getWidth() != 0; }
 
     /// The bits of all fields.
@@ -158,7 +157,7 @@ public:
         return mask;
     }
 
-    /// True when no bit belongs to two fields.
+    /// True if no bit belongs to two fields.
     constexpr bool isFreeOfOverlaps() const
     {
         quint32 taken = 0;
@@ -171,8 +170,8 @@ public:
         return true;
     }
 
-    /// `rawValue` with these values in their fields. A value that is wider than its field is left
-    /// out, and so is one whose key the table has not.
+    /// `rawValue` with these values in their fields. A value that is wider than its field, or whose
+    /// key is not in the table, is left out.
     constexpr quint32 compose(std::initializer_list<PayloadIdentifierFieldValue> values,
                               quint32 rawValue = 0) const
     {

@@ -1,12 +1,12 @@
-// The pieces of which the description of an identifier, or of a standard, is put together. Each
-// function appends to `text`, behind a blank where there is text already.
+// The pieces that make up the description of an identifier or of a standard. Each function appends
+// to `text`, after a blank if there is text already.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierBase.h"
 
 namespace PayloadIdentifierText {
 
-/// Appends a word. An empty one, of a number without a name, leaves the blank.
+/// Appends a word. An empty one, for a number without a name, leaves the blank.
 void appendWord(QString& text, QLatin1String word);
 
 /// "1920x1080p50": the size is the whole picture's.
@@ -20,7 +20,7 @@ void appendSampling(QString& text, const PayloadIdentifierBase& identifier);
 void appendInterface(QString& text, quint32 links, const PayloadIdentifierBase& identifier,
                      QLatin1String division);
 
-/// "ICtCp PQ", each where it is not the usual one.
+/// "ICtCp PQ", each only if it is not the usual one.
 void appendSignal(QString& text, const PayloadIdentifierBase& identifier);
 
 /// "Rec.709"

@@ -1,5 +1,5 @@
-// What one kind of digital interface says beyond the bytes of its payload identifier, as rows of
-// constants, and the identifier that answers from such a row.
+// What is fixed for one kind of digital interface beyond the bytes of its payload identifier, as
+// rows of constants, and the identifier that answers from such a row.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierBase.h"
@@ -14,12 +14,12 @@ struct PayloadIdentifierCondition
     PayloadIdentifierValues values = PayloadIdentifierSets::ANY;
 };
 
-/// One line of the law: where all conditions hold, the field's value must be one of these.
+/// One rule of legality: if all conditions hold, the field's value must be one of these.
 struct PayloadIdentifierRule
 {
     PayloadIdentifierKey key;
     PayloadIdentifierValues allowed;
-    std::string_view complaint; ///< the value in decimal comes behind it
+    std::string_view complaint; ///< followed by the value in decimal
     PayloadIdentifierCondition when[3] = {};
 };
 
@@ -35,28 +35,28 @@ struct PayloadIdentifierRules
 
 /// How the picture and transport bits are read.
 enum PayloadIdentifierScan {
-    PayloadIdentifierScan_Progressive, ///< always progressive, whatever the bits
+    PayloadIdentifierScan_Progressive, ///< as the bits say
     PayloadIdentifierScan_Bits,        ///< as the bits stand
     /// Progressive for 10-bit 4:2:2 and 4:2:0, whose two streams carry a picture's odd and even
-    /// lines; otherwise as the bits stand.
+    /// lines; otherwise as the bits say.
     PayloadIdentifierScan_LineInterleave,
 };
 
-/// When the lines of a picture, or sub-image, travel in one field.
+/// When the lines of a picture, or sub-image, are carried in one field.
 enum PayloadIdentifierFieldHeight {
     PayloadIdentifierFieldHeight_Whole,      ///< always
     PayloadIdentifierFieldHeight_BothBits,   ///< picture and transport progressive
     PayloadIdentifierFieldHeight_PictureBit, ///< picture progressive
 };
 
-/// Sizes; of each pair the first holds for array size 0, the second for 1.
+/// Sizes. Of each pair the first is for array size 0, the second for 1.
 struct PayloadIdentifierGeometry
 {
     quint32 pictureWidth[2];
     quint32 pictureHeight;
     quint32 fieldWidth[2];    ///< pixels on a line of the interface
-    bool fieldWidthInSamples; ///< true when wide sample structures take two samples a pixel
-    quint32 fieldHeight;      ///< lines when they travel in one field, otherwise half of that
+    bool fieldWidthInSamples; ///< true if wide sample structures take two samples a pixel
+    quint32 fieldHeight;      ///< lines when they are carried in one field, otherwise half of that
     PayloadIdentifierFieldHeight fieldHeightRule;
 };
 
@@ -87,7 +87,7 @@ struct PayloadIdentifierFacts
     PayloadIdentifierRules rules;
 
     /// The 32 bits of an identifier of this kind, byte 0 included. A value that is wider than its
-    /// field is left out, and so is one for a field that this kind has not.
+    /// field, or for a field that this kind does not have, is left out.
     constexpr quint32 compose(std::initializer_list<PayloadIdentifierFieldValue> values) const
     {
         return fields.compose(values, payloadByte << 24);
@@ -116,7 +116,7 @@ public:
     quint32 getPictureWidth() const override;
     quint32 getPictureHeight() const override;
     bool isPayloadByteCorrect() const override;
-    /// All complaints, in the order of the interface's rules; none stops the others.
+    /// All complaints, in the order of the interface's rules. One does not stop the others.
     QStringList validate() const override;
 
     const PayloadIdentifierFacts& getFacts() const { return facts; }

@@ -1,5 +1,5 @@
 // The words that all video code shares: data rates of a serial digital interface, mapping levels,
-// sub-images, picture formats. The numbers are stored and sent, so they are fixed.
+// sub-images, picture formats. The numbers are stored and sent, so they must not change.
 //
 // Normative references: SMPTE ST 259 (270 Mb/s), ST 292-1 (1.5 Gb/s), ST 424 and ST 425-1 (3 Gb/s
 // and its levels), ST 2081-1 (6 Gb/s), ST 2082-1 (12 Gb/s), ST 425-5 (sub-images).
@@ -29,8 +29,8 @@ enum Level : quint32 {
     Level_B = 1,
 };
 
-/// The four quadrant or interleave images of a 2160-line picture. A picture without them has no
-/// word of its own here: queries tell it by a flag.
+/// The four quadrant or interleave images of a 2160-line picture. There is no enumerator for "no
+/// sub-images": queries tell that with a flag.
 enum SubImage : quint32 {
     SubImage1,
     SubImage2,
@@ -84,32 +84,32 @@ inline constexpr Vocabulary::Row<PictureFormat> PICTURE_FORMATS[] = {
     {PictureFormat_Progressive, "p"},
 };
 
-/// SdiDataRate_1G5 => "1.5G"; a number that is no data rate => "Error".
+/// SdiDataRate_1G5 => "1.5G"; a number that is not a data rate => "Error".
 constexpr QLatin1String toString(SdiDataRate rate)
 {
     return Vocabulary::text(SDI_DATA_RATES, rate, "Error");
 }
 
-/// Samples a second of the serial clock; 0 where there is none.
+/// Samples a second of the serial clock; 0 if there is none.
 constexpr quint32 getSampleClockHz(SdiDataRate rate)
 {
     const SdiDataRateRow* row = Vocabulary::find(SDI_DATA_RATES, rate);
     return row != nullptr ? row->sampleClockHz : 0;
 }
 
-/// Level_A => "A"; a number that is no level => "Error".
+/// Level_A => "A"; a number that is not a level => "Error".
 constexpr QLatin1String toString(Level level)
 {
     return Vocabulary::text(LEVELS, level, "Error");
 }
 
-/// SubImageDivision_None => ""; a number that is no division => "Error".
+/// SubImageDivision_None => ""; a number that is not a division => "Error".
 constexpr QLatin1String toString(SubImageDivision division)
 {
     return Vocabulary::text(SUB_IMAGE_DIVISIONS, division, "Error");
 }
 
-/// PictureFormat_Psf => "psf"; a number that is no format => "Error".
+/// PictureFormat_Psf => "psf"; a number that is not a format => "Error".
 constexpr QLatin1String toString(PictureFormat format)
 {
     return Vocabulary::text(PICTURE_FORMATS, format, "Error");

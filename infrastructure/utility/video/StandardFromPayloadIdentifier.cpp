@@ -23,14 +23,14 @@ struct AggregateRow
     SdiDataRate aggregate;
 };
 
-/// What is not listed is no faster than one link.
+/// Anything not listed is no faster than one link.
 constexpr AggregateRow AGGREGATE_RATES[] = {
     {2, SdiDataRate_6G, SdiDataRate_12G}, {2, SdiDataRate_3G, SdiDataRate_6G},
     {2, SdiDataRate_1G5, SdiDataRate_3G}, {4, SdiDataRate_3G, SdiDataRate_12G},
     {4, SdiDataRate_1G5, SdiDataRate_6G}, {8, SdiDataRate_1G5, SdiDataRate_12G},
 };
 
-/// Four quadrants have this many links' worth, however many links each takes.
+/// Four quadrants are worth this many links, however many each takes.
 constexpr quint32 SQUARE_DIVISION_LINKS = 4;
 
 constexpr quint32 LINES_OF_UNKNOWN_RASTER = 1125;
@@ -353,7 +353,7 @@ quint32 StandardFromPayloadIdentifier::getHorizontalBlankingSamples() const
 
 quint32 StandardFromPayloadIdentifier::getSamplesPerLine() const
 {
-    // Of one sub-image, so that the rates above 3G count as what each of the four gets.
+    // For one sub-image, so that rates above 3G count as what each of the four gets.
     const SdiDataRate aggregate = getAggregateDataRate();
     const quint32 links = getNumberOfLinks();
     SdiDataRate clockRate = SdiDataRate_3G;

@@ -53,7 +53,7 @@ constexpr Set PSF = only(Scan_Segmented);
 constexpr Set I = only(Scan_Interlaced);
 constexpr Set LI = only(Scan_LineInterleaved);
 
-/// Is it also a quadrant of a square division?
+/// Whether it is also a quadrant of a square division.
 enum Quadrant : bool {
     Quadrant_No = false,
     Quadrant_Yes = true,
@@ -61,7 +61,7 @@ enum Quadrant : bool {
 constexpr Quadrant NO = Quadrant_No;
 constexpr Quadrant SQ = Quadrant_Yes;
 
-/// What one interface carries: all combinations of a row.
+/// What one interface carries: all combinations that a row allows.
 struct Carriage
 {
     const PayloadIdentifierFacts& facts;
@@ -153,7 +153,7 @@ constexpr Carriage CARRIAGES[] = {
     {SINGLE_12G, NARROW | WIDE, P,       FILM_TO_30,      S422 | S4224, BitDepth_12, NO},
 };
 
-/// What the samples mean. Beyond Rec.709, pictures with a key or data beside them are not listed.
+/// The meaning of the samples. Except in Rec.709, pictures with a key or data are not listed.
 struct Signal
 {
     Colourimetry colourimetry;
@@ -203,7 +203,7 @@ void forEachIdentifier(const Carriage& row, Use use)
                         if (!isUsual && (!hasColour || !signal.structures.contains(structure))) {
                             continue;
                         }
-                        // The narrow pictures are the ones of 16:9.
+                        // Narrow pictures are those of 16:9.
                         use(row.facts.compose(
                             {{PayloadIdentifierKey_PictureRate, rate},
                              {PayloadIdentifierKey_PictureInterlaced, SCAN_BITS[scan].picture},
@@ -228,7 +228,7 @@ quint32 descriptionHash(const QString& description)
     return static_cast<quint32>(qHash(description, 0));
 }
 
-/// Equal for equal identifiers of one kind, and another one for each of its two uses.
+/// Equal for equal identifiers of one kind, but different for the two uses of each.
 quint32 identifierHash(const PayloadIdentifierFacts& facts, quint32 rawValue, bool squareDivision)
 {
     const quint32 hash = rawValue & PayloadIdentifierBase::getComparedMask(facts.fields);

@@ -3,10 +3,10 @@
 //
 // Normative references: SMPTE ST 292-1 and ST 372 (1.5 Gb/s, one and two links), ST 425-1 (3 Gb/s),
 // ST 425-5 (four links of 3 Gb/s), ST 2081-10 and -11 (6 Gb/s, one and two links), ST 2082-10
-// (12 Gb/s). Two links of 3 Gb/s (ST 425-3) have no payload identifier here. What the identifiers'
-// own rules call illegal is left out where an interface standard has it: 4:2:2 at 12 bits on two
-// links of 1.5 Gb/s and on one of level B, X'Y'Z' on 3 Gb/s. The samples are of narrow range, in
-// Rec.709, or in Rec.2020 with each of the transfer curves.
+// (12 Gb/s). Two links of 3 Gb/s (ST 425-3) have no payload identifier here. Where an interface
+// standard has combinations that the identifiers' own rules call illegal, they are left out: 4:2:2
+// at 12 bits on two links of 1.5 Gb/s and on one of level B, X'Y'Z' on 3 Gb/s. The samples are of
+// narrow range, in Rec.709, or in Rec.2020 with each of the transfer curves.
 #pragma once
 
 #include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
@@ -14,11 +14,11 @@
 #include <memory>
 #include <vector>
 
-/// The list and its two indexes; look-ups take the logarithm of its length.
+/// The list and its two indexes; look-ups take logarithmic time.
 class SupportedVideoStandards
 {
 public:
-    /// Shared with whoever found it and never changed; null where a look-up found none.
+    /// Shared with its finders and never changed; null if a look-up found nothing.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
 
     /// The list of the process. Any thread may be the first to ask.
@@ -31,16 +31,16 @@ public:
     /// By interface, slowest first, square division last.
     const std::vector<Standard>& getStandards() const { return standards; }
 
-    /// The standard with this description, letter for letter, or null.
+    /// The standard with exactly this description, or null.
     Standard findByDescription(const QString& description) const;
 
     /// The standard whose identifiers are equal to this one, or null. Aspect ratio, channel
     /// assignment, audio copy status and reserved bits do not matter. The identifier of a 1080-line
-    /// standard is also the one of a quadrant: which of the two is wanted, it does not say itself.
+    /// standard is also that of a quadrant; it does not itself tell which of the two is meant.
     Standard findByPayloadIdentifier(quint32 rawValue, bool squareDivision = false) const;
 
 private:
-    /// A place in the list under the hash of what it is found by.
+    /// A position in the list, with the hash of what it is found by.
     struct IndexEntry
     {
         quint32 hash;

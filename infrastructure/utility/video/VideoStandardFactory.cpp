@@ -17,7 +17,7 @@ Identifiers identifiersOfLinks(const PayloadIdentifierFacts& facts, quint32 rawV
     const PayloadIdentifierField channel = facts.fields.get(PayloadIdentifierKey_ChannelAssignment);
     const quint32 linkOfGiven = channel.read(rawValue) / facts.channelsPerLink;
     const quint32 given = linkOfGiven < facts.links ? linkOfGiven : 0;
-    // The others are made of fields alone, so that a reserved bit is logged once.
+    // The others are built from fields alone, so that a reserved bit is logged only once.
     const quint32 ofOthers = rawValue & facts.fields.getMask();
     Identifiers identifiers;
     identifiers.reserve(facts.links);
@@ -43,12 +43,12 @@ QString complaintOf(std::size_t index, QLatin1String what, quint32 value)
     return QStringLiteral("Link %1: %2: %3").arg(index + 1).arg(what).arg(value);
 }
 
-/// The identifiers of these bytes; null for one that is of no known kind, and a complaint.
+/// The identifiers of these bytes. Null, with a complaint, for one of an unknown kind.
 Identifiers readLinks(const std::vector<quint32>& rawValues, QStringList& complaints)
 {
     Identifiers identifiers;
     for (std::size_t i = 0; i < rawValues.size(); ++i) {
-        // Of equal bytes one identifier, which logs its reserved bits once.
+        // Equal bytes share one identifier, so that its reserved bits are logged only once.
         const auto same = std::find(rawValues.begin(), rawValues.end(), rawValues[i]);
         const auto first = static_cast<std::size_t>(same - rawValues.begin());
         identifiers.push_back(first < i ? identifiers[first]
@@ -73,7 +73,7 @@ void compareFields(const Identifiers& identifiers, QStringList& complaints)
     for (std::size_t i = 1; i < identifiers.size(); ++i) {
         constexpr auto INTERFACE = PayloadIdentifierKey_PayloadAndDigitalInterface;
         if (identifiers[i]->getField(INTERFACE) != identifiers[0]->getField(INTERFACE)) {
-            complain(i, INTERFACE); // whose other fields lie elsewhere
+            complain(i, INTERFACE); // its other fields are elsewhere
             continue;
         }
         for (const PayloadIdentifierKey key : identifiers[0]->getDifferences(*identifiers[i])) {
@@ -86,8 +86,8 @@ void compareFields(const Identifiers& identifiers, QStringList& complaints)
     }
 }
 
-/// That links of one interface are all there, each once. They come as one identifier for each link
-/// or for each channel.
+/// Checks that the links of one interface are complete, each once. They come as one identifier per
+/// link or per channel.
 void countLinks(const Identifiers& identifiers, const PayloadIdentifierFacts& facts,
                 QStringList& complaints)
 {

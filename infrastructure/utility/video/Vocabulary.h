@@ -1,5 +1,5 @@
 // Look-ups in a vocabulary: a constexpr table whose rows each hold one value with all its texts.
-// The tables are short, and a look-up walks them. Pure functions, known in constants.
+// The tables are short, and a look-up walks them. Pure functions, usable in constants.
 #pragma once
 
 #include <QLatin1String>
@@ -19,7 +19,7 @@ struct Row
     std::string_view text; ///< ASCII
 };
 
-/// A view of the same ASCII text, which must stay where it is.
+/// A view of ASCII text, which must outlive it.
 constexpr QLatin1String latin1(std::string_view text)
 {
     return QLatin1String(text.data(), static_cast<int>(text.size()));
@@ -37,7 +37,7 @@ constexpr const TableRow* find(const TableRow (&table)[count], Value value)
     return nullptr;
 }
 
-/// The text of a value, or `otherwise` where the table has no such value.
+/// The text of a value, or `otherwise` if the table has no such value.
 template <typename TableRow, std::size_t count, typename Value>
 constexpr QLatin1String text(const TableRow (&table)[count], Value value,
                              std::string_view otherwise = {})
@@ -46,7 +46,7 @@ constexpr QLatin1String text(const TableRow (&table)[count], Value value,
     return latin1(row != nullptr ? row->text : otherwise);
 }
 
-/// The first row of this text, letter for letter, or null.
+/// The first row with exactly this text, or null.
 template <typename TableRow, std::size_t count>
 const TableRow* findText(const TableRow (&table)[count], QStringView wanted)
 {

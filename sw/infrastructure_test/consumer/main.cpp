@@ -1,4 +1,4 @@
-// A project of its own that uses the installed library: a tree, a packet, a payload identifier.
+// A separate project that uses the installed library: a tree, a packet, a payload identifier.
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/utility/packets/BasicTestPacket.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"

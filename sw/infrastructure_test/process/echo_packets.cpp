@@ -1,5 +1,5 @@
-// For each line on standard input, a packet in hexadecimal digits, prints the packet that the
-// factory makes of it, as it would be sent.
+// Reads lines from standard input, each a packet in hexadecimal digits, and prints the packet that
+// the factory makes of it, as it would be sent.
 #include "infrastructure/utility/packets/RawDataPacketFactory.h"
 
 #include <QBuffer>

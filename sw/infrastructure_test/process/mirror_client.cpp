@@ -1,9 +1,9 @@
-// A client for the test of server and mirrors: does what lines on standard input tell it.
+// A client for the test of server and mirrors, controlled by lines on standard input.
 //   mirror_client PORT SEED
-//   write N   write N random values to random leaves, as fast as the event loop turns
+//   write N   write N random values to random leaves, as fast as the event loop allows
 //   reset     break the link hard, connect again and wait for all values
 //   settle    answer "settled" when nothing is pending any more
-//   sync      answer "synced" when all that the server has sent so far is here
+//   sync      answer "synced" when everything that the server has sent so far has arrived
 //   dump      answer with all values as one line of JSON
 //   quit
 #include "infrastructure/client/VelClientDatacoreManager.h"
@@ -137,7 +137,7 @@ private:
         }
     }
 
-    /// One number mostly, sometimes a list of texts, which may be empty.
+    /// Mostly one number, sometimes a list of texts, which may be empty.
     QStringList randomValues()
     {
         if (random() % 4 != 0) {
@@ -150,7 +150,7 @@ private:
         return texts;
     }
 
-    /// The peer gets a reset in place of an end, in the middle of a packet.
+    /// Gives the peer a reset instead of an orderly end, in the middle of a packet.
     void reset()
     {
         const linger hard = {1, 0};
@@ -158,7 +158,7 @@ private:
         const QByteArray half = QByteArray::fromHex("1010000000000100");
         static_cast<void>(!::send(descriptor, half.constData(), size_t(half.size()), MSG_NOSIGNAL));
         filled.clear();
-        start(); // takes the place of the old link, which is closed
+        start(); // replaces the old link, which is closed
     }
 
     bool isSettled()
@@ -180,7 +180,7 @@ private:
         }
     }
 
-    /// Asks for one value: what the server has sent before comes ahead of it.
+    /// Asks for one value: everything that the server has sent before arrives first.
     void sync()
     {
         const QString path = QStringLiteral("persistentConfigCoreRouter/name");

@@ -1,5 +1,5 @@
-// Prints the sensors of a board as one line of JSON, and once more after an update for each line
-// that comes on standard input. Log lines go to standard output too.
+// Prints the sensors of a board as one line of JSON, and again, after an update, for each line on
+// standard input. Log lines go to standard output too.
 //   print_sensors BOARD_ID [CONFIG_FILE]
 #include "infrastructure/platform/Sensors.h"
 #include "infrastructure/utility/Logging.h"

@@ -1,4 +1,4 @@
-// Does not compile, and says why: a numeric leaf of a type that there is none for.
+// Does not compile, and says why: no numeric leaf exists for this type.
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 
 DatacoreNumberSetLimits<signed char> leaf(QStringLiteral("leaf"), nullptr);

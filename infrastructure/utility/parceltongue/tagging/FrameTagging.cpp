@@ -22,7 +22,7 @@ constexpr quint32 LINE_FOOTER = LineParcelTag::NUM_WORDS_IN_FOOTER_TAG();
 constexpr quint32 SECTION_HEADER = ActivePictureParcelTag::NUM_WORDS_IN_HEADER_TAG();
 constexpr quint32 SECTION_FOOTER = ActivePictureParcelTag::NUM_WORDS_IN_FOOTER_TAG();
 
-/// Between the blanking of a line and its picture.
+/// The words between the blanking of a line and its picture.
 constexpr quint32 BETWEEN_SECTIONS = SECTION_FOOTER + SECTION_HEADER;
 constexpr quint32 LINE_TAGS = LINE_HEADER + SECTION_HEADER + SECTION_FOOTER + LINE_FOOTER;
 
@@ -40,14 +40,14 @@ constexpr Count roundUp(Count words, quint32 multiple)
     return (words + multiple - 1) / multiple * multiple;
 }
 
-/// How many of the first `lines` lines have a picture.
+/// How many of the first `lines` lines have picture.
 quint64 pictureLinesAmong(const FieldMetrics& metrics, quint64 lines)
 {
     const quint64 above = metrics.getPrePictureVerticalBlankingRegion().getHeight();
     return lines > above ? std::min<quint64>(lines - above, metrics.getActiveHeight()) : 0;
 }
 
-/// All words of the first `lines` lines of a field.
+/// The number of words of the first `lines` lines of a field, tags included.
 quint64 taggedLines(const FieldMetrics& metrics, quint64 lines)
 {
     return lines * (roundUp<quint64>(metrics.getWidth(), LINE_MULTIPLE) + LINE_TAGS) +
@@ -59,7 +59,7 @@ bool isPictureLine(const FieldMetrics& metrics, quint64 line)
     return pictureLinesAmong(metrics, line + 1) != pictureLinesAmong(metrics, line);
 }
 
-/// The size with all tags of a field that can be tagged.
+/// The size with all tags, if the field can be tagged.
 std::optional<std::size_t> sizeIfTaggable(const Field& field)
 {
     const FieldMetrics& metrics = field.metrics;
@@ -105,7 +105,7 @@ std::array<quint32, a + b> join(const std::array<quint32, a>& first,
     return both;
 }
 
-/// Appends the lines of a field, with the tags that are the same for each of them made once.
+/// Appends the lines of a field; tags that are the same for all of them are made only once.
 class LineWriter
 {
 public:
@@ -155,7 +155,7 @@ private:
         join(VerticalBlankingParcelTag().getFooter(), LineParcelTag(0, 0, 0).getFooter());
 };
 
-/// Appends to an empty `out`.
+/// `out` must be empty.
 void appendField(Words& out, const Field& field, const FieldTagValues& values)
 {
     const FieldMetrics& metrics = field.metrics;

@@ -1,5 +1,5 @@
 // Puts the tags of ParcelTongue around the samples of a field or a frame, and finds a sample among
-// them again. Pure functions over values.
+// them. Pure functions over values.
 //
 //   field header
 //     line header | blanking header, blanking, footer | picture header, picture, footer |
@@ -15,7 +15,7 @@
 
 namespace ParcelTongue {
 
-/// One field: its samples in store order, or the tagged words that took their place.
+/// One field: its samples in store order, or the tagged words that replaced them.
 struct Field
 {
     FieldMetrics metrics;
@@ -29,7 +29,7 @@ struct Section
     std::vector<Field> fields;
 };
 
-/// What a field's tag says besides its metrics.
+/// What a field's tag contains besides its metrics.
 struct FieldTagValues
 {
     quint32 value32 = 0;
@@ -40,26 +40,27 @@ struct FieldTagValues
     quint8 tagByteB = 0;
 };
 
-/// Lines that a field's tag gives for the whole frame.
+/// The number of lines that a field's tag gives for the whole frame.
 constexpr quint32 TOTAL_LINES = 1125;
 
-/// Words of a field with all its tags.
+/// The number of words of a field with all its tags.
 quint64 getTaggedSize(const FieldMetrics& metrics);
 
-/// The index among the tagged words of the sample at `index` of the untagged field. Takes the same
-/// time for every index. Arithmetic is modulo 2^32.
+/// The index, among the tagged words, of the sample at `index` of the untagged field. Takes
+/// constant time. Arithmetic is modulo 2^32.
 quint32 getTaggedIndex(const FieldMetrics& metrics, quint32 index);
 
-/// The field's words between their tags, in one allocation. A field that is tagged already, and one
-/// whose samples are not as many as its metrics say or whose picture is wider than its lines, gives
-/// its words as they stand; the latter two log why at level err.
+/// The field's words between their tags, in one allocation. A field is returned unchanged if it is
+/// already tagged, if its number of samples does not match its metrics, or if its picture is wider
+/// than its lines; the latter two are logged at level err.
 std::vector<quint32> tagField(const Field& field, const FieldTagValues& values);
 
-/// Tags each field that can be tagged, in place, and marks it. The number of a section, from 0, is
-/// its fields' `flagC` and `tagByteB`.
+/// Tags each field that can be tagged, in place, and marks it. The section's number, from 0,
+/// becomes `flagC` and `tagByteB` of its fields.
 ///
-/// `values` holds what becomes `value32`: the sections share it out evenly, the fields of a section
-/// its share, and each takes the first of what is its own. An empty list gives 0.
+/// `values` supplies `value32`. Each field has its part: the size of `values` divided by the number
+/// of sections and then of fields in its section, rounded down each time. The parts follow each
+/// other, and each field takes the first value of its own. An empty list gives 0.
 void tagFrame(std::vector<Section>& sections, const std::vector<quint32>& values, bool flagA,
               bool flagB, quint32 value4);
 

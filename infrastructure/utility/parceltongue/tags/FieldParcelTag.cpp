@@ -23,15 +23,14 @@ constexpr quint8 byteOf(quint32 word, int shift)
 
 } // namespace
 
-// The header, bits 31 and 30 left out:
+// The header, without bits 31 and 30:
 //
 //   word 1   29 ... 0: value32, bits 29 to 0
 //   word 2   28 ... 17: activeHeight | 15 ... 2: samplesPerLine | 1, 0: value32, bits 31 and 30
 //   word 3   29: flagA | 28: flagB | 26 ... 14: totalLines | 13 ... 0: activeWidth
-//   word 4   28 ... 24: value26, bits 4 to 0 | 23 ... 19: value5a | 18 ... 14: value5b | 13: flagC
-//   |
-//            11 ... 0: fieldHeight
-//   word 5   29 ... 0: value26, bits 31 to 6
+//   word 4   28 ... 24: value26, bits 4 to 0 | 23 ... 19: value5a | 18 ... 14: value5b |
+//            13: flagC | 11 ... 0: fieldHeight
+//   word 5   29 ... 26: value4, read only | 25 ... 0: value26, bits 31 to 6
 //   words 6 and 7 are filler
 
 FieldParcelTag::FieldParcelTag(quint32 newValue32, quint32 newSamplesPerLine, quint32 newTotalLines,

@@ -1,14 +1,14 @@
-// The tag around a field, which tells its size. A value.
+// The tag around a field, which gives its size. A value.
 #pragma once
 
 #include "infrastructure/utility/parceltongue/ParcelTag.h"
 #include "infrastructure/utility/video/metrics/FieldMetrics.h"
 
-/// Numbers are held to the bits that their members name.
+/// Numbers are cut to the bits stated at their members.
 ///
-/// Writer and reader do not mirror each other in two places, and both stand as the format has them:
-/// the writer drops bit 5 of `value26` and places its low five bits where the reader takes six from
-/// one bit higher up; and it never places `value4`. A tag with both of them 0 goes through its
+/// Writer and reader differ in two places, both as in the format. The writer puts the low five bits
+/// of `value26` at bits 28 to 24 of word 4, and drops bit 5; the reader takes bits 29 to 24 there,
+/// as bits 13 to 8. And the writer never writes `value4`. If both are 0, a tag passes through its
 /// words unchanged.
 class FieldParcelTag : public ParcelTag
 {
@@ -17,13 +17,13 @@ public:
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 8; }
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
 
-    /// The active size and the field's height are those of the metrics.
+    /// Active size and field height are taken from the metrics.
     FieldParcelTag(quint32 newValue32, quint32 newSamplesPerLine, quint32 newTotalLines,
                    const FieldMetrics& metrics, bool newFlagA, bool newFlagB, quint32 newValue5a,
                    quint32 newValue5b, quint32 newFlagC, quint32 newValue26, quint8 byteA,
                    quint8 byteB, quint32 newValue4);
 
-    /// Reads the words of a header. Words that are not there count as 0.
+    /// Reads the words of a header. Missing words count as 0.
     explicit FieldParcelTag(const std::vector<quint32>& words);
 
     quint32 getValue32() const { return value32; }
@@ -59,7 +59,7 @@ private:
     quint32 flagB;          ///< one bit
     quint32 value5a;        ///< 5 bits
     quint32 value5b;        ///< 5 bits
-    quint32 flagC;          ///< one bit, the lowest of what is given
+    quint32 flagC;          ///< one bit, the lowest of the argument
     quint32 fieldHeight;    ///< 12 bits
     quint32 value26;
     quint32 value4; ///< 4 bits

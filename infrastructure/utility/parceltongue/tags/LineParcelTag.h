@@ -3,7 +3,7 @@
 
 #include "infrastructure/utility/parceltongue/ParcelTag.h"
 
-/// Numbers are held to their bits: 14 for the line, 11 for the other one.
+/// Numbers are cut to their bits: 14 for the line, 11 for the other line.
 class LineParcelTag : public ParcelTag
 {
 public:
@@ -11,7 +11,7 @@ public:
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return 4; }
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return 4; }
 
-    /// Both numbers are the line, the flag is 1.
+    /// Both numbers are the line; the flag is 1.
     LineParcelTag(quint32 line, quint8 byteA, quint8 byteB)
         : LineParcelTag(line, line, byteA, byteB)
     {
@@ -33,7 +33,7 @@ public:
     quint32 getOtherLineNumber() const { return otherLineNumber; }
     quint32 getLineFlag() const { return lineFlag; }
 
-    /// Word 1; the two top bits of the flag's eight meet those of the word, which are set anyway.
+    /// Word 1. The flag has eight bits; its top two coincide with the word's, which are always set.
     ///
     ///   31 30 | 31 ... 26 | 25 ... 15       | 14 | 13 ... 0
     ///   1  1  | lineFlag  | otherLineNumber | 0  | lineNumber

@@ -4,7 +4,7 @@
 
 #include "infrastructure/utility/parceltongue/ParcelTag.h"
 
-/// A tag that says nothing but its type and its two bytes.
+/// A tag that contains nothing but its type and its two bytes.
 template <ParcelTongue::TagType type>
 class SectionParcelTag : public ParcelTag
 {

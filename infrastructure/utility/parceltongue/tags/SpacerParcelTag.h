@@ -1,15 +1,15 @@
-// The tag of one word that fills up lines and fields to a round number of words. A value.
+// The one-word tag that fills lines and fields up to a round number of words. A value.
 #pragma once
 
 #include "infrastructure/utility/parceltongue/ParcelTag.h"
 
-/// Header and footer are the same word, which calls itself a header.
+/// Header and footer are the same word, which is marked as a header.
 class SpacerParcelTag : public ParcelTag
 {
 public:
-    /// The least that a run of words can be lengthened by.
+    /// The least by which a run of words can be lengthened.
     static constexpr quint32 NUM_WORDS_IN_TAG() { return 1; }
-    /// The size of the header, as every class of tag states it.
+    /// The size of the header, as in every tag class.
     static constexpr quint32 NUM_WORDS_IN_HEADER_TAG() { return NUM_WORDS_IN_TAG(); }
     /// The size of the footer.
     static constexpr quint32 NUM_WORDS_IN_FOOTER_TAG() { return NUM_WORDS_IN_TAG(); }

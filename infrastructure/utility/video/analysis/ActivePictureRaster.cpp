@@ -8,7 +8,7 @@ using namespace Tessorn::Sdi::PayloadId;
 
 namespace {
 
-// Rounded down, so that positions left of and above the picture go on as those inside do.
+// Rounds down, so that positions left of and above the picture continue those inside.
 
 constexpr qint64 floorDivide(qint64 value, qint64 by)
 {
@@ -20,7 +20,7 @@ constexpr qint64 floorModulo(qint64 value, qint64 by)
     return value - floorDivide(value, by) * by;
 }
 
-constexpr quint32 LEVEL_B_STREAMS = 2; ///< that its figure of blanking counts together
+constexpr quint32 LEVEL_B_STREAMS = 2; ///< counted together in its figure of blanking
 
 } // namespace
 
@@ -174,7 +174,7 @@ ActivePictureRaster::Active ActivePictureRaster::join(const Place& place) const
     return {y + 1, x, getField(y + 1)};
 }
 
-/// Line of the stream of a line of a sub-image.
+/// The stream's line for a line of a sub-image.
 qint64 ActivePictureRaster::lineOf(qint64 y) const
 {
     const qint64 field = floorModulo(y, fields);
@@ -186,7 +186,7 @@ qint64 ActivePictureRaster::lineOf(qint64 y) const
     return before + 1 + floorModulo(line - before - 1, fieldLines[field]);
 }
 
-/// The inverse. `parity` tells two lines of a sub-image that share one of the stream apart.
+/// The inverse. `parity` distinguishes two lines of a sub-image that share one of the stream.
 qint64 ActivePictureRaster::placeLineOf(qint64 line, qint64 parity, qint64 link) const
 {
     const qint64 field = fields == 2 && line > fieldLines[0] ? 1 : 0;
@@ -200,7 +200,7 @@ qint64 ActivePictureRaster::placeLineOf(qint64 line, qint64 parity, qint64 link)
     return isUpper && y >= height ? y - linesAStep * fieldLines[field] : y;
 }
 
-/// The lines of a quadrant are a circle; others go on and on.
+/// The lines of a quadrant wrap around; others do not.
 qint64 ActivePictureRaster::wrapped(qint64 line) const
 {
     return isSquare() ? 1 + floorModulo(line - 1, fieldLines[0] + fieldLines[1]) : line;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The ancillary data flag, which every packet begins with and the collector does not store.
+/// The ancillary data flag, which begins every packet and is not stored by the collector.
 constexpr std::array<uint8_t, 3> ANCILLARY_DATA_FLAG{0x00, 0xFF, 0xFF};
 
 } // namespace

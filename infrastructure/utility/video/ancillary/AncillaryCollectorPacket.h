@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What kind of ancillary packet: data identifier and secondary data identifier.
+/// The kind of an ancillary packet: data identifier and secondary data identifier.
 struct AncillaryDidSdid
 {
     uint8_t did = 0;
@@ -28,17 +28,17 @@ constexpr bool operator!=(AncillaryDidSdid a, AncillaryDidSdid b)
 }
 
 /// The collector's buffer, read as the words of the SDI stream. The collector's header, the first
-/// eight bytes, is kept and not looked at.
+/// eight bytes, is kept but ignored.
 struct AncillaryCollectorPacket
 {
     static constexpr std::size_t SIZE_BYTES = 4096;
-    static constexpr std::size_t PAYLOAD_START_INDEX = 8; ///< where the DID lies
-    static constexpr std::size_t DID_OFFSET = 0;          ///< this and the next two from the DID on
+    static constexpr std::size_t PAYLOAD_START_INDEX = 8; ///< where the DID is
+    static constexpr std::size_t DID_OFFSET = 0; ///< this and the next two count from the DID
     static constexpr std::size_t SDID_OFFSET = 1;
     static constexpr std::size_t DC_OFFSET = 2;
     static constexpr uint8_t END_MARKER = 0xFF; ///< closes the user data words
 
-    /// The first 4096 bytes of the view; what a shorter view lacks is 0.
+    /// The first 4096 bytes of the view; a shorter view is filled up with 0.
     static AncillaryCollectorPacket fromBytes(const uint8_t* bytes, std::size_t size);
 
     /// A word as it stood in the SDI stream, counted from the ancillary data flag.
@@ -49,16 +49,16 @@ struct AncillaryCollectorPacket
     /// The number of user data words, as the packet states it.
     uint8_t getDataCount() const;
 
-    /// The DID and what follows, to the end of the buffer.
+    /// The DID and everything after it, to the end of the buffer.
     const uint8_t* payloadIndex() const { return buffer.data() + PAYLOAD_START_INDEX; }
     /// The first of the user data words.
     const uint8_t* firstUserDataWord() const { return payloadIndex() + DC_OFFSET + 1; }
 
-    /// True when the end marker follows the user data words: the collector and the data count agree
-    /// on where the packet ends. Neither checksum nor parity is looked at.
+    /// True if the end marker follows the user data words: then the collector and the data count
+    /// agree on where the packet ends. Neither checksum nor parity is checked.
     bool verifyPacketDataCount() const;
 
-    /// "DID 0x43 SDID 0x02 DC 2: 51 15", with " (no end marker)" behind it where that is missing.
+    /// "DID 0x43 SDID 0x02 DC 2: 51 15", followed by " (no end marker)" if that is missing.
     QString toString() const;
 
     std::array<uint8_t, SIZE_BYTES> buffer{}; ///< the collector's reader writes here

@@ -4,11 +4,10 @@
 
 namespace {
 
-/// A float this large has no bits behind the point, so that adding it rounds to the nearest
-/// integer.
+/// A float this large has no fraction bits, so adding it rounds to the nearest integer.
 constexpr float ROUNDER = 0x1.8p23f;
 
-/// The arithmetic of all forms.
+/// The arithmetic that all forms share.
 [[gnu::always_inline]] inline void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
 {
     const ColourEstimate e = estimate;

@@ -1,13 +1,13 @@
-// The wide part of colour conversion: three results for each pixel of a block, as linear functions
-// in floats. Says of each pixel whether a result is too close to the edge between two integers to
-// be relied on. Pure functions over the caller's block.
+// The vectorised part of colour conversion: three results for each pixel of a block, as linear
+// functions in floats. Also tells for each pixel whether a result is too close to the edge between
+// two integers to be relied on. Pure functions over the caller's block.
 #pragma once
 
 #include <QtGlobal>
 
 #include <cstddef>
 
-/// Pixels that are worked on at a time, component by component, and what comes of them.
+/// Pixels that are processed together, component by component, and their results.
 struct ColourBlock
 {
     static constexpr std::size_t PIXELS = 128;
@@ -29,15 +29,15 @@ struct ColourEstimate
         qint16 high;
     };
     Row rows[3];
-    float certain; ///< distance from the nearest integer up to which it is certain
+    float certain; ///< up to this distance from the nearest integer it is certain
 
-    /// Makes results and doubts of a block. Results must be within 16 bits, with sign, before they
-    /// are held to their limits.
+    /// Computes results and doubts of a block. Results must fit 16 bits, with sign, before they are
+    /// held to their limits.
     using Function = void (*)(const ColourEstimate& estimate, ColourBlock& block);
 
-    /// The plain form of it.
+    /// The portable form.
     static void run(const ColourEstimate& estimate, ColourBlock& block);
 
-    /// The fastest form on this machine. All give the same.
+    /// The fastest form on this machine. All give the same results.
     static Function fastest();
 };

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t LINE_NUMBER_INDEX = 4;
 constexpr std::size_t CRC_INDEX = 6;
-/// Words of a line that its own CRC covers.
+/// The words at the start of a line that its own CRC covers.
 constexpr std::size_t COVERED_WORDS = CRC_INDEX;
 constexpr std::size_t TIMING_REFERENCE_WORDS = 4;
 
@@ -58,19 +58,19 @@ constexpr WordPair crcWords(quint32 crc)
 }
 
 // Folding. With y for a shift of a whole word, y^120 + y^32 + y^6 + 1 is a multiple of the
-// generator. So a word weighs as much as itself 88, 114 and 120 words further on together: it may
-// be dropped if it is xored into those, and the CRC stays the same. That brings a line down to its
-// last words in steps that do not wait for one another. The fourth power of that multiple has the
-// same terms four times as far apart, in whole vectors, and comes first where the line is long;
-// y^53 + y^29 + y^7 + y^2 + y + 1 is a multiple as well, and brings 120 words down to 53.
+// generator. So a word may be dropped without changing the CRC if it is xored into the words 88,
+// 114 and 120 further on. That reduces a line to its last words in steps that do not wait for each
+// other. The fourth power of that multiple has the same terms four times as far apart, in whole
+// vectors, and is used first on long lines. y^53 + y^29 + y^7 + y^2 + y + 1 is a multiple as well,
+// and reduces 120 words to 53.
 
 /// Folds `count` words into the last `degree` words of `run`, which has room for `degree` words,
-/// all 0, and the `count` words behind them. `count` is `degree` or more. The exponents go down,
-/// to 0.
+/// all 0, and after them the `count` words. `count` is at least `degree`. The exponents go down to
+/// 0.
 template <std::size_t degree, std::size_t exponent, std::size_t... lower>
 void fold(const quint16* words, std::size_t count, quint16* run, std::size_t from = 0)
 {
-    // From here on, what would reach this exponent's word is among the last words and stays.
+    // From here on, the word that this exponent would reach is among the last words, which stay.
     const std::size_t end = count - exponent;
     for (std::size_t i = from; i < end; ++i) {
         run[i + degree] =
@@ -81,8 +81,8 @@ void fold(const quint16* words, std::size_t count, quint16* run, std::size_t fro
     }
 }
 
-/// The CRCs of runs of words that are equally long. Several are worked on at a time, since each
-/// step of one waits for the step before.
+/// The CRCs of equally long runs of words. Several are computed together, since each step of one
+/// waits for the step before.
 class CrcWriter
 {
 public:
@@ -93,8 +93,7 @@ public:
     {
     }
 
-    /// The CRC of `words` goes to `target` by the time of `flush`. What has been added and not been
-    /// written may have been changed at `target` and behind the run only.
+    /// Reads all of `words`. Their CRC is in `target` at the latest after `flush`.
     void add(const quint16* words, quint16* target)
     {
         if (count < DEGREE) {
@@ -149,8 +148,8 @@ private:
     std::size_t used = 0;
 };
 
-/// Calls `use` with the first word of each row of a rectangle in the store and the words that there
-/// are from it on. `width` is in words.
+/// Calls `use` with the first word of each row of a rectangle in the store, and the number of words
+/// left from there. `width` is in words.
 template <typename Use>
 void forEachRow(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
                 quint32 firstRow, quint32 height, Use use)
@@ -232,7 +231,7 @@ bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousA
     if (width < CRC_INDEX + 2 || activeWidth > width) {
         return false;
     }
-    // With next to no blanking, a line's CRC is among the words that the next one covers.
+    // With almost no blanking, a line's CRC is among the words that the next one covers.
     const bool oneByOne = width - activeWidth < CRC_INDEX + 2;
     Frame first = previousActiveLine;
     first.insert(first.end(), frame.begin(), frame.begin() + COVERED_WORDS);

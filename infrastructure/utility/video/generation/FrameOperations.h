@@ -1,7 +1,7 @@
-// Completes a frame of 10-bit words for serial output: timing references, line numbers and CRCs,
-// and rectangles of one value. Pure functions over the caller's buffers.
+// Completes a frame of 10-bit words for serial output with timing references, line numbers and
+// CRCs, and fills rectangles with a value. Pure functions over the caller's buffers.
 //
-// A frame is the words of one data stream, luma or chroma for itself, in store order. Each line:
+// A frame is the words of one data stream, luma or chroma separately, in store order. Each line:
 //
 //   EAV       | line number | CRC  | rest of the blanking | SAV     | active samples
 //   0 ... 3   | 4, 5        | 6, 7 | ...                  | 4 words | ...
@@ -20,46 +20,46 @@ namespace FrameOperations {
 
 /// One 10-bit word in each element.
 using Frame = std::vector<quint16>;
-/// Two words as they follow one another on the line.
+/// Two consecutive words of a line.
 using WordPair = std::array<quint16, 2>;
 
-/// 1 => 0x204, 0x200; 1125 => 0x194, 0x220. Bits above the eleven of a line number are left out.
+/// 1 => 0x204, 0x200; 1125 => 0x194, 0x220. Bits above the eleven of a line number are dropped.
 WordPair lineNumberWords(quint32 lineNumber);
 
 /// The two CRC words over a run of words, of which the lowest 10 bits count: x^18 + x^5 + x^4 + 1,
 /// least significant bit first, from 0. No words => 0x200, 0x200.
 WordPair calculateCrc(const Frame& words);
 
-/// Writes the timing references of the frame's first line: 1023, 0, 0, eavWord in front, and
-/// 1023, 0, 0, savWord before its active samples. Gives the offset of the second in bytes. A frame
-/// without room for them stays as it is and gives 0, with a log line.
+/// Writes the timing references of the frame's first line: 1023, 0, 0, eavWord at its start, and
+/// 1023, 0, 0, savWord before its active samples. Returns the offset of the second in bytes. A
+/// frame without room for them stays as it is; the result is then 0, with a log line.
 std::size_t writeTimingReferences(Frame& frame, const FieldMetrics& metrics, quint16 eavWord,
                                   quint16 savWord);
 
-/// Numbers the lines from the metrics' first on, in 16 bits, if one of the flags is set. False, and
-/// nothing written, for a frame whose size is not the metrics' or whose lines have no room.
+/// Numbers the lines from the metrics' first on, in 16 bits, if one of the flags is set. Writes
+/// nothing and returns false if the frame's size is not the metrics' or its lines have no room.
 bool writeLineNumbers(Frame& frame, const FieldMetrics& metrics, bool firstFlag, bool secondFlag);
 
 /// Writes the CRC words of each line: over the active samples of the line before and the first six
-/// words of its own. `previousActiveLine` holds the active samples before the first line. False,
-/// and nothing written, for a frame whose size is not the metrics', a previous line that is not as
-/// long as the active picture is wide, or lines without room.
+/// words of its own. `previousActiveLine` holds the active samples before the first line. Writes
+/// nothing and returns false if the frame's size is not the metrics', if the previous line is not
+/// as long as the active picture is wide, or if the lines have no room.
 bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousActiveLine);
 
-/// The last active samples of the frame, which the CRC of the next one's first line covers. Empty
-/// for a frame that has not so many.
+/// The last active samples of the frame, which the CRC of the next frame's first line covers. Empty
+/// if the frame does not have that many.
 Frame lastActiveLine(const Frame& frame, const FieldMetrics& metrics);
 
 /// Fills a rectangle of a field with a word. It begins `firstRow` lines below the first active
-/// sample; `width` and `height` are held to those of the active picture, so that rows from further
-/// down may go into the blanking below it. What would lie beyond the store's end is not written.
+/// sample. `width` and `height` are limited to those of the active picture, so rows that begin
+/// further down may reach into the blanking below it. Nothing is written past the store's end.
 void fillRectangle32(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
                      quint32 firstRow, quint32 height, quint32 value);
 
 /// The same in samples of 10 bits, two to a word: `value` goes to both channels of width / 2 words.
-/// Since it is the samples that are held to the active width, they reach its left half at most.
-/// Of an odd width, the last word of each row gets it in one channel, as it is given: in bits 19 to
-/// 10 with `secondChannel`, else in the lowest 10; the other channel stays.
+/// Since the number of samples is limited to the active width, they reach its left half at most.
+/// With an odd width, the last word of each row gets it in one channel only, as given: in bits 19
+/// to 10 with `secondChannel`, otherwise in the lowest 10; the other channel stays.
 void fillRectangle10(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
                      quint32 firstRow, quint32 height, quint32 value, bool secondChannel);
 

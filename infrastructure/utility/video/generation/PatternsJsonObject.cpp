@@ -60,7 +60,7 @@ bool isMissingOrBool(const QJsonValue& value)
     return value.isUndefined() || value.isBool();
 }
 
-/// A key of a pattern and what its value must be.
+/// A key of a pattern, and what its value must be.
 struct Check
 {
     const char* key;
@@ -119,7 +119,7 @@ bool isValidPattern(const QJsonObject& pattern)
            passesAll(pattern, CHECKS_AFTER_SIZE);
 }
 
-/// The value of a word, or `otherwise`.
+/// The value for a word, or `otherwise`.
 template <typename Value, std::size_t count>
 Value valueOf(const Vocabulary::Row<Value> (&table)[count], const QJsonValue& word, Value otherwise)
 {

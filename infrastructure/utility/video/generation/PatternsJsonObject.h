@@ -1,5 +1,5 @@
-// Reads the catalogue of test patterns, a file "patterns.json" written by hand that stands beside
-// the pattern images. A value; the images are not opened.
+// Reads the catalogue of test patterns, a hand-written file "patterns.json" that lies beside the
+// pattern images. A value; the images are not opened.
 //
 //   { "built": "2024-05-01", "comment": "...", "version": "1.0",
 //     "patterns": [ { "title": "Bars 100%", "sampling": 422, "width": 1920, "height": 1080,
@@ -19,11 +19,11 @@ class PatternsJsonObject
 public:
     explicit PatternsJsonObject(const QJsonObject& fileObject);
 
-    /// True when "built", "comment" and "version" are strings and "patterns" is an array.
+    /// True if "built", "comment" and "version" are strings and "patterns" is an array.
     bool isValid() const;
 
-    /// The patterns in the order of the file. An entry that is wrong is left out, with log lines at
-    /// level err that tell the key and show the entry; the rest loads.
+    /// The patterns in the order of the file. A faulty entry is left out, with log lines at level
+    /// err that name the key and show the entry; the rest is loaded.
     QList<TestPattern> getDeserialisedPatterns() const;
 
 private:

@@ -67,7 +67,7 @@ struct PixelDataYCbCr
     quint16 cr = 0;
 };
 
-// Pictures are runs of words, so a pixel is its words and nothing else.
+// Pictures are runs of words, so a pixel may hold nothing but its words.
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
 

@@ -1,6 +1,6 @@
 // Fast where it is certain: a result is estimated in float, which is within a small distance of
-// what the doubles give. Where the estimate is further than that from the edge between two
-// integers, both round alike. The few pixels that are closer are done again in doubles.
+// what the doubles give. If the estimate is further than that from the edge between two integers,
+// both round alike. The few pixels that are closer are done again in doubles.
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
 #include "infrastructure/utility/Log.h"
@@ -19,7 +19,7 @@ namespace {
 using Matrix = SdiColourConverter::Matrix;
 
 constexpr quint16 ALPHA_OF_PIXELS_WITHOUT = 64;
-/// No estimate comes near it.
+/// No estimate comes close to it.
 constexpr quint16 HIGHEST_LIMIT = 32767;
 
 struct Limits
@@ -41,10 +41,10 @@ struct DepthRule
     double chromaOffset;
     Limits luma;
     Limits chroma;
-    float guard; ///< how far a float estimate of a result can be off, and more
+    float guard; ///< more than a float estimate of a result can be off
 };
 
-// A result is below 6000, and an estimate collects five roundings of 2^-24 of that: 0.0018.
+// A result is below 6000, and an estimate accumulates five roundings of 2^-24 of that: 0.0018.
 constexpr DepthRule DEPTH_RULES[] = {
     {BitDepth_10FullRange, 6, 1023, 1.0 / 4, 1023, 0, 1023, 512, {4, 1019}, {4, 1019}, 0x1p-10f},
     {BitDepth_10, 6, 1023, 1.0 / 4, 876, 64, 896, 512, {64, 940}, {64, 960}, 0x1p-10f},
@@ -92,7 +92,7 @@ const DepthRule* ruleFor(BitDepth depth)
     return nullptr;
 }
 
-// In doubles, one pixel at a time: what the results are.
+// The reference, in doubles, one pixel at a time.
 
 quint16 saturate(double value, Limits limits)
 {
@@ -161,7 +161,7 @@ quint16 bitsOf(Words words)
     return static_cast<quint16>(bits | bits >> 16);
 }
 
-// The words of pixels, in and out of a block, eight pixels at a time.
+// Moving the words of pixels into and out of a block, eight pixels at a time.
 
 /// A perfect shuffle: the second half of the words goes between the words of the first.
 void shuffle(std::array<Words, 3>& v)
@@ -199,8 +199,8 @@ std::array<Words, 4> merge(Words a, Words b, Words c, Words d)
     return v;
 }
 
-/// The first three words of each pixel. They are written with the word behind them, which the next
-/// pixel covers, but for the last.
+/// The first three words of each pixel. Each is written with the word after it, which the next
+/// pixel overwrites; the last pixel is written without it.
 void storeThree(const std::array<Words, 4>& pixels, quint16* words)
 {
     quint16 last[4];
@@ -307,8 +307,8 @@ private:
     bool hasAlpha;
 };
 
-/// The same into a vector, which grows by stretches, so that what fills them at first is in the
-/// cache still when the pixels take its place.
+/// The same into a vector, which grows in stretches, so that its initial filling is still in the
+/// cache when the pixels replace it.
 template <std::size_t wordsOfPixel, typename Pixel, typename Source>
 void convertToVector(const Source* source, std::size_t pixelCount, const Matrix& matrix,
                      const DepthRule& rule, std::vector<Pixel>& converted)

@@ -1,5 +1,5 @@
-// Pixels from R'G'B' to Y'CbCr, through a matrix of doubles and the range of the target's bit
-// depth. Pure functions but for log lines.
+// Converts pixels from R'G'B' to Y'CbCr, with a matrix of doubles and the range of the target's bit
+// depth. Pure functions except for log lines.
 //
 // The matrices are the instrument's own settings; behind them stand ITU-R BT.601, BT.709-6 clause 3
 // and BT.2020-2 table 4. The ranges are those of SMPTE ST 274:2008, clause 7.
@@ -11,7 +11,7 @@
 #include <array>
 #include <vector>
 
-/// Results are those of the doubles to the last bit, whatever the machine.
+/// Results are those of the arithmetic in doubles to the last bit, on every machine.
 ///
 /// A component v counts as (v / 4 - 16) / 219 at 10 bits and (v / 16 - 16) / 219 at 12 bits,
 /// whether the target's range is full or narrow. A result is rounded, saturated to 16 bits and then
@@ -61,18 +61,18 @@ public:
     /// For Rec.709 and Rec.601. Anything else is logged at level err and gives NO_CONVERSION.
     static const Matrix& getYCbCrToRgbMatrix(Tessorn::Sdi::PayloadId::Colourimetry colourimetry);
 
-    // A colourimetry without matrix is logged, and converted with NO_CONVERSION. With a number that
-    // is no depth nothing is converted: a log line at level err, and what was to be written stays
+    // A colourimetry without matrix is logged, and converted with NO_CONVERSION. For a number that
+    // is not a depth nothing is converted: there is a log line at level err, and the output stays
     // as it was.
 
-    /// In place; the words hold their component in the upper bits, the results in the lower ones.
-    /// ARGB becomes AYCrCb with the fourth word as it was, RGB becomes YCbCr, each with the format;
-    /// any other format is left alone.
+    /// In place: the words hold their component in the upper bits, the results in the lower ones.
+    /// ARGB becomes AYCrCb with the fourth word unchanged, RGB becomes YCbCr; the format is
+    /// updated. Any other format is left alone.
     static void convertRgbToYCbCr(Tessorn::Types::PictureBuffer& picture,
                                   Tessorn::Sdi::PayloadId::Colourimetry colourimetry,
                                   Tessorn::Sdi::PayloadId::BitDepth depth);
 
-    /// The components stand in the lower bits. The vector is cleared first; A is 64 in each of its
+    /// The components are in the lower bits. The vector is cleared first; A is 64 in each of its
     /// pixels.
     static void convertRgbToYCbCr(const Tessorn::Types::PixelDataARGB* pixels,
                                   std::size_t pixelCount,
@@ -80,7 +80,7 @@ public:
                                   Tessorn::Sdi::PayloadId::BitDepth depth,
                                   std::vector<Tessorn::Types::PixelDataAYCrCb>& converted);
 
-    /// The components stand in the lower bits. The vector is cleared first.
+    /// The components are in the lower bits. The vector is cleared first.
     static void convertRgbToYCbCr(const Tessorn::Types::PixelDataRGB* pixels,
                                   std::size_t pixelCount,
                                   Tessorn::Sdi::PayloadId::Colourimetry colourimetry,

@@ -15,13 +15,13 @@ using DualLinkSamples = Converter::DualLinkSamples;
 
 namespace {
 
-/// Alpha of the forms without it.
+/// Alpha for the forms without it.
 constexpr quint16 NO_ALPHA = 64;
 
 constexpr std::size_t SAMPLES_OF_STEP = COUNT / 2;
 static_assert(sizeof(Sdi20BitSample) * SAMPLES_OF_STEP == sizeof(Words));
 
-/// Two pixels in one vector, and which of its words are what. G counts as Y, R as Cr, B as Cb.
+/// Two pixels in one vector, and which of its words is which. G counts as Y, R as Cr, B as Cb.
 template <typename Pixel>
 struct Pair
 {
@@ -33,7 +33,7 @@ struct Pair
     static Words load(const quint16* words) { return WordVector::load(words); }
 };
 
-/// Of pixels of three words the vector holds words 0 to 3 and 2 to 5.
+/// For pixels of three words the vector holds words 0 to 3 and 2 to 5.
 Words loadSixWords(const quint16* words)
 {
     return loadHalves(words, words + 2);
@@ -46,7 +46,7 @@ struct Pair<PixelDataRGB>
     static constexpr int CR[2] = {0, 5};
     static constexpr int Y[2] = {1, 6};
     static constexpr int CB[2] = {2, 7};
-    static constexpr int A[2] = {0, 5}; ///< something else stands there
+    static constexpr int A[2] = {0, 5}; ///< something else is there
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
@@ -57,17 +57,17 @@ struct Pair<PixelDataYCbCr>
     static constexpr int Y[2] = {0, 5};
     static constexpr int CB[2] = {1, 6};
     static constexpr int CR[2] = {2, 7};
-    static constexpr int A[2] = {0, 5}; ///< something else stands there
+    static constexpr int A[2] = {0, 5}; ///< something else is there
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
-/// Puts the alpha of pixels without it at the words whose mask is all ones.
+/// Puts the alpha of pixels without it into the words whose mask is all ones.
 Words withoutAlpha(Words words, Words mask)
 {
     return (words & ~mask) | (all(NO_ALPHA) & mask);
 }
 
-/// Bits 11 to 9, 8 to 6, 5 to 3 and 2 to 0 of a 12-bit value that stands in four words, in bits 11
+/// From a 12-bit value held in four words: its bits 11 to 9, 8 to 6, 5 to 3 and 2 to 0, in bits 11
 /// to 9 of the first to the fourth word.
 Words spread(Words values)
 {
@@ -157,7 +157,7 @@ struct Mode2
     }
 };
 
-/// Each value of the two pixels in four words.
+/// Each value of the two pixels, repeated in four words.
 template <int first, int second>
 Words fourTimes(Words words)
 {
@@ -196,8 +196,8 @@ struct Mode4
     }
 };
 
-/// The samples of all pixels. The result grows by blocks, so that what fills them at first is in
-/// the cache still when the samples take its place.
+/// The samples of all pixels. The result grows in blocks, so that its initial filling is still in
+/// the cache when the samples replace it.
 template <typename Mode, typename Pixel>
 Samples convert(const Pixel* pixels, std::size_t pixelCount)
 {

@@ -1,5 +1,5 @@
-// Pixels of a source image into the 20-bit samples of an interface, by the mapping of its standard.
-// Pure functions but for log lines.
+// Converts pixels of a source image to the 20-bit samples of an interface, by the mapping of its
+// standard. Pure functions except for log lines.
 //
 // Normative references: SMPTE ST 425-1:2017, mapping structures 1 to 4, and ST 372:2017 for two
 // links.
@@ -18,17 +18,17 @@
 /// Each operation takes a run of pixels, which may be a picture, or an array and its length.
 ///
 /// A depth of the wrong number of bits is logged at level err, and the conversion goes on. Modes 1,
-/// 4 and II take pixels in pairs: a last odd pixel is dropped, with a log line at level err. A
-/// picture in a form that the mode does not take gives no samples.
+/// 4 and II take pixels in pairs: an odd last pixel is dropped, with a log line at level err. A
+/// picture in a form that the mode does not accept gives no samples.
 ///
-/// What lies above the bits of a mode is left out, in modes 1, 3 and 4; in modes 2 and II
-/// components must be in range.
+/// In modes 1, 3 and 4 bits above those of the mode are dropped; in modes 2 and II components must
+/// be in range.
 class SdiPixelToSourceImageSampleConverter
 {
 public:
     /// In the order of transmission, without blanking.
     using Samples = std::vector<Tessorn::Types::Sdi20BitSample>;
-    /// Those of each link.
+    /// The samples of each link.
     using DualLinkSamples = std::map<Tessorn::Types::DualLinkLink, Samples>;
     /// The result of an operation that takes no R'G'B' pixels.
     template <typename Pixel, typename Result>
@@ -58,8 +58,8 @@ public:
         return resampleTo444_4({pixels, pixelCount}, depth);
     }
 
-    /// Mode 3, 12-bit 4:4:4: two samples for a pixel, whose four words take three bits of each
-    /// component, the upper ones first.
+    /// Mode 3, 12-bit 4:4:4: two samples per pixel. Each of their four words takes three bits of
+    /// each component, the upper ones first.
     ///
     ///   bit  9            | 8 ... 6 | 5 ... 3 | 2 ... 0
     ///        inverse of 8 | Cr or R | Y or G  | Cb or B
@@ -74,8 +74,8 @@ public:
     }
 
     /// Mode 4, 12-bit 4:2:2:4: four samples for two pixels. Each word takes six bits of the picture
-    /// and three of alpha, the upper ones first; alpha is 64 in the form without it. The words of
-    /// channel one are those of Y0 and Y1, those of channel two are of Cb0 and Cr0.
+    /// and three of alpha, the upper ones first; alpha is 64 for the form without it. The words of
+    /// channel one are those of Y0 and Y1, the words of channel two those of Cb0 and Cr0.
     ///
     ///   bit  9            | 8 ... 6 | 5 ... 0
     ///        inverse of 8 | alpha   | Y, Cb or Cr

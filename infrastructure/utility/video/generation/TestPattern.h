@@ -1,4 +1,4 @@
-// One pattern of the test pattern catalogue: what it is, where its image and thumbnail lie, and how
+// One pattern of the test pattern catalogue: what it is, where its image and thumbnail are, and how
 // it is generated. A value.
 #pragma once
 
@@ -7,14 +7,14 @@
 #include <QSize>
 #include <QString>
 
-/// What the three words of a pattern's pixels are.
+/// What the three words of a pattern's pixels mean.
 enum PatternColour : quint32 {
     PatternColour_CbYCr = 0,
     PatternColour_Rgb = 1,
     PatternColour_Unknown = 2,
 };
 
-/// What the catalogue says of a pattern; the file names are relative to the catalogue's folder.
+/// What the catalogue says about a pattern. File names are relative to the catalogue's folder.
 struct TestPattern
 {
     QString title;
@@ -50,13 +50,14 @@ inline constexpr Tessorn::Vocabulary::Row<Tessorn::Sdi::PayloadId::Colourimetry>
         {Tessorn::Sdi::PayloadId::Colourimetry_Uhdtv, "2020"},
 };
 
-/// PatternColour_Rgb => "RGB"; any other than the two => "unknown".
+/// PatternColour_Rgb => "RGB"; a number that is neither => "unknown".
 constexpr QLatin1String toString(PatternColour colour)
 {
     return Tessorn::Vocabulary::text(PATTERN_COLOURS, colour, "unknown");
 }
 
-/// The catalogue's word: TransferCurve_SdrTv => "SDR_TV"; what is no curve => "unknown".
+/// The catalogue's word: TransferCurve_SdrTv => "SDR_TV"; a number that is not a curve =>
+/// "unknown".
 constexpr QLatin1String getPatternCurveText(Tessorn::Sdi::PayloadId::TransferCurve curve)
 {
     return Tessorn::Vocabulary::text(PATTERN_CURVES, curve, "unknown");

@@ -1,5 +1,5 @@
-// Eight 16-bit words that are worked on at a time: one register where the machine has vectors, and
-// plain words where it has not. Operators work on each of the words, modulo 2^16.
+// Eight 16-bit words that are processed together: one register if the machine has vectors, plain
+// words if not. Operators apply to each word, modulo 2^16.
 #pragma once
 
 #include <QtGlobal>
@@ -8,7 +8,7 @@
 
 namespace WordVector {
 
-/// Eight words, which the arithmetic of the language works on one by one.
+/// Eight words; the language's arithmetic applies to each of them.
 using Words = quint16 __attribute__((vector_size(16)));
 
 constexpr std::size_t COUNT = sizeof(Words) / sizeof(quint16);
@@ -27,7 +27,7 @@ inline Words load(const quint16* words)
     return result;
 }
 
-/// Four words from each of two places.
+/// Four words from each of two addresses.
 inline Words loadHalves(const quint16* first, const quint16* second)
 {
     quint64 halves[2];
@@ -38,13 +38,13 @@ inline Words loadHalves(const quint16* first, const quint16* second)
     return result;
 }
 
-/// Writes all eight, 16 bytes, to a place of any alignment.
+/// Writes all eight, 16 bytes, to an address of any alignment.
 inline void store(Words words, void* target)
 {
     std::memcpy(target, &words, sizeof words);
 }
 
-/// The first four words go to one place, the others to another one.
+/// The first four words go to one address, the others to another.
 inline void storeHalves(Words words, void* first, void* second)
 {
     using Halves = quint64 __attribute__((vector_size(16)));
@@ -56,14 +56,14 @@ inline void storeHalves(Words words, void* first, void* second)
     std::memcpy(second, &upper, sizeof upper);
 }
 
-/// The words with these places; from 8 on they are those of `second`.
+/// The words at these positions; from 8 on they are those of `second`.
 template <int... places>
 Words pick(Words first, Words second)
 {
     return __builtin_shufflevector(first, second, places...);
 }
 
-/// The same among eight words alone.
+/// The same from a single vector.
 template <int... places>
 Words pick(Words words)
 {

@@ -1,5 +1,6 @@
-// How one field lies in the frame store: what is blanking and what is picture, and the way between
-// the store's coordinates and the digital interface's. A value; pure functions, no allocation.
+// The layout of one field in the frame store: what is blanking and what is picture, and conversion
+// between the store's coordinates and the digital interface's. A value; pure functions, no
+// allocation.
 //
 //                 sample 0                                  whole width - 1
 //   whole first line  +------------------------------------------+
@@ -21,8 +22,8 @@
 class FieldMetrics
 {
 public:
-    /// The other three regions follow from these two. The picture is taken as it is given; one that
-    /// does not lie in the field gives regions that wrap around 2^32.
+    /// The other three regions follow from these two. The picture is taken as given; one that is
+    /// not within the field gives regions that wrap around 2^32.
     constexpr FieldMetrics(const FieldRegion& wholeField, const FieldRegion& activePicture)
         : whole(wholeField)
         , prePictureBlanking(wholeField.getFirstSampleIndex(), wholeField.getFirstLineIndex(),
@@ -91,7 +92,7 @@ public:
                 location.lineIndex + 1};
     }
 
-    /// True when the place lies in the field, blanking included.
+    /// True if the location is within the field, blanking included.
     constexpr bool contains(const Tessorn::Types::SampleLocation& location) const
     {
         return whole.contains(location);
@@ -100,15 +101,15 @@ public:
     {
         return whole.contains(toSampleLocation(location));
     }
-    /// True when the region's first and last samples lie in the field.
+    /// True if the region's first and last samples are within the field.
     constexpr bool contains(const FieldRegion& region) const
     {
         return contains(region.getLocatioanOfFirstSampleInRegion()) &&
                contains(region.getLocatioanOfLastSampleInRegion());
     }
 
-    /// True for a place in the active picture. With `secondFieldLineEarlier`, the picture of a
-    /// field that does not begin the frame is taken one line higher up.
+    /// True for a location in the active picture. With `secondFieldLineEarlier`, the picture of a
+    /// field that does not begin the frame is taken to be one line higher.
     constexpr bool isInActivePicture(const Tessorn::Types::SampleLocation& location,
                                      bool secondFieldLineEarlier) const
     {
@@ -121,7 +122,7 @@ public:
     }
 
     // Which word of a line a store's sample is. `multiplexed` is set for a stream that interleaves
-    // two 10-bit sources word by word, where each word comes twice (SMPTE ST 292-1, clause 5).
+    // two 10-bit sources word by word, so that each word comes twice (SMPTE ST 292-1, clause 5).
 
     /// Words 4 and 5 of a line are its number: these tell the first, the second, either.
     static constexpr bool isFirstLineNumberWord(quint32 sample, bool multiplexed)
@@ -181,7 +182,7 @@ private:
     FieldRegion postPictureBlanking;
 };
 
-/// "Field Metrics[Whole field" and its region, then the regions in reading order, each behind its
+/// "Field Metrics[Whole field" and its region, then the regions in reading order, each after its
 /// letters: ", VB", ", HB", ", AP", ", VB"; "]".
 QTextStream& operator<<(QTextStream& stream, const FieldMetrics& metrics);
 std::ostream& operator<<(std::ostream& stream, const FieldMetrics& metrics);

@@ -15,7 +15,7 @@ class QTextStream;
 class FieldRegion
 {
 public:
-    /// No samples, no lines.
+    /// An empty region.
     constexpr FieldRegion() = default;
     constexpr FieldRegion(quint32 firstSample, quint32 firstLine, quint32 widthSamples,
                           quint32 heightLines)

@@ -27,7 +27,7 @@ struct PixelCoordinates
     quint32 y = 0;
 };
 
-/// A place in a stored frame, both from 0. Sample 0 is the first word of the end-of-active-video
+/// A location in a stored frame, both from 0. Sample 0 is the first word of the end-of-active-video
 /// timing reference: horizontal blanking comes before the picture.
 struct SampleLocation
 {
@@ -42,8 +42,8 @@ struct SampleLocation
     quint32 lineIndex = 0;
 };
 
-/// A place as the digital interface counts it: sample 0 is the first of the active picture, line 1
-/// the first of the frame.
+/// A location as the digital interface counts it: sample 0 is the first of the active picture, line
+/// 1 the first of the frame.
 struct DigitalInterfaceSampleLocation
 {
     constexpr DigitalInterfaceSampleLocation() = default;
@@ -66,20 +66,20 @@ struct Sdi20BitSample
     quint16 channelOne = 0;
     quint16 channelTwo = 0;
 
-    /// Bits 31 to 20 are not looked at.
+    /// Bits 31 to 20 are ignored.
     static constexpr Sdi20BitSample fromStoreWord(quint32 word)
     {
         return {static_cast<quint16>(word & 0x3FFu), static_cast<quint16>((word >> 10) & 0x3FFu)};
     }
 
-    /// What lies above the 10 bits of a channel is left out.
+    /// Bits above the 10 of a channel are dropped.
     constexpr quint32 toStoreWord() const
     {
         return (channelOne & 0x3FFu) | ((channelTwo & 0x3FFu) << 10);
     }
 };
 
-/// One row of a sample grid: samples, what describes them, and the row's place and size.
+/// One row of a sample grid: samples, their description, and the row's position and size.
 struct RawSdiSampleGridRow
 {
     std::vector<Sdi20BitSample> lineSamples;
@@ -93,7 +93,7 @@ struct RawSdiSampleGridRow
     qint32 rowField7 = 0;
 };
 
-/// Samples of a piece of a picture, as the instrument shows them in numbers.
+/// Samples of a part of a picture, as the instrument shows them in numbers.
 struct RawSdiSampleGrid
 {
     std::vector<RawSdiSampleGridRow> rows;
