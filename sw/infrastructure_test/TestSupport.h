@@ -10,6 +10,15 @@
 /// Handles events until the condition holds; false when it does not within the deadline.
 bool waitFor(const std::function<bool()>& condition, int deadlineMs = 5000);
 
+inline QStringList lines(std::initializer_list<const char*> texts)
+{
+    QStringList list;
+    for (const char* text : texts) {
+        list.append(QString::fromUtf8(text));
+    }
+    return list;
+}
+
 /// Keeps the lines that are logged on "VELLOG" while it lives. Lines keep
 /// going where they went before.
 class LogCapture
