@@ -134,11 +134,9 @@ TEST_CASE("A write validates its node and all above, and enters its node alone",
 
 TEST_CASE("Reasons from a peer stay only where a class leaves them", "[datacore]")
 {
-    struct Mirror : DatacoreBase
+    struct Mirror : KeepingNode
     {
-        using DatacoreBase::DatacoreBase;
-        void updateValidStatus(DatacoreValidStatusMessages&) override {}
-        void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
+        using KeepingNode::KeepingNode;
         void onChanged() override
         {
             statesSeen.push_back(getChangeState());

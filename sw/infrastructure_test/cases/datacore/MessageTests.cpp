@@ -88,41 +88,41 @@ TEST_CASE("What is no message is logged and left out", "[datacore]")
     struct Row
     {
         QByteArray entry;
-        QString line; ///< empty where the entry is a message
+        QStringList lines; ///< none where the entry is a message
     };
     const QByteArray base = R"("MessageBase": {"identifier": 7, "type": 2})";
     const Row rows[] = {
-        {"1.5", QStringLiteral("error: Not a serialised object, of QJson type: 2")},
-        {"null", QStringLiteral("error: Not a serialised object, of QJson type: 0")},
-        {"[]", QStringLiteral("error: Not a serialised object, of QJson type: 4")},
-        {"{}", QStringLiteral("error: Not recognised as a serialised message: ")},
+        {"1.5", lines({"error: Not a serialised object, of QJson type: 2"})},
+        {"null", lines({"error: Not a serialised object, of QJson type: 0"})},
+        {"[]", lines({"error: Not a serialised object, of QJson type: 4"})},
+        {"{}", lines({"error: Not recognised as a serialised message: "})},
         {R"({"b": 1, "DatacoreJsonMessage": {}})",
-         QStringLiteral("error: Not recognised as a serialised message: DatacoreJsonMessage, b")},
+         lines({"error: Not recognised as a serialised message: DatacoreJsonMessage, b"})},
         {R"({"Other": {}, )" + base + "}",
-         QStringLiteral("error: Unsupported message type: MessageBase, Other")},
-        {R"({"DatacoreActiveStatusMessage": {}, )" + base + "}", QString()},
+         lines({"error: Unsupported message type: MessageBase, Other"})},
+        {R"({"DatacoreActiveStatusMessage": {}, )" + base + "}", {}},
     };
     QJsonArray all;
-    QStringList lines;
+    QStringList expected;
     for (const Row& row : rows) {
         const QJsonValue entry = parse(row.entry);
         all.append(entry);
         const LogCapture log;
-        CHECK(deserialiseMessages({entry}).size() == (row.line.isEmpty() ? 1 : 0));
-        CHECK(log.lines() == (row.line.isEmpty() ? QStringList() : QStringList{row.line}));
-        lines += log.lines();
+        CHECK(deserialiseMessages({entry}).size() == (row.lines.isEmpty() ? 1 : 0));
+        CHECK(log.lines() == row.lines);
+        expected += row.lines;
     }
     const LogCapture log;
     const auto messages = deserialiseMessages(all);
     REQUIRE(messages.size() == 1);
     CHECK(messages[0]->getIdentifier() == 7);
-    CHECK(log.lines() == lines);
+    CHECK(log.lines() == expected);
 }
 
 TEST_CASE("A message of several classes is of the first that the factory knows", "[datacore]")
 {
     const auto messages = deserialiseMessages(
-        {parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreJsonMessage": 1, "MessageBase": 1})"),
+        {parse(R"({"DatacoreJsonMessage": 1, "DatacoreValidStatusMessage": 1, "MessageBase": 1})"),
          parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreValidStatusMessage": 1,
                    "MessageBase": {"identifier": "text"}})")});
     REQUIRE(messages.size() == 2);
@@ -147,9 +147,10 @@ TEST_CASE("A class makes a message of its own from an object of another", "[data
     CHECK(DatacoreValidStatusMessage::makeFromJson(active.toJson()).getIdentifier() == 0);
     CHECK(log.lines().isEmpty());
     CHECK(DatacoreJsonMessage::makeFromJson(json).getIdentifier() == -1);
-    CHECK(log.lines() ==
-          QStringList{QStringLiteral("error: Failed to construct a DatacoreJsonMessage from "
-                                     "DatacoreValidStatusMessage, MessageBase")});
+    CHECK(
+        log.lines() ==
+        lines({"error: Failed to construct a DatacoreJsonMessage from DatacoreValidStatusMessage, "
+               "MessageBase"}));
 }
 
 TEST_CASE("Messages are equal by their numbers, whatever their class", "[datacore]")

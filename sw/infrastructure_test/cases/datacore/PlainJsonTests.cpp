@@ -100,10 +100,10 @@ QByteArray nested(int depth)
 }
 
 /// Has reasons for either status, and keeps those that it receives.
-struct Tree : DatacoreBase
+struct Tree : KeepingNode
 {
     Tree()
-        : DatacoreBase(QStringLiteral("root"), nullptr)
+        : KeepingNode(QStringLiteral("root"), nullptr)
     {
         static const QJsonObject reasons = parseObject(
             R"({"root": {"reasonsForBeingInactive": [{"DatacoreActiveStatusMessage": {},
@@ -113,9 +113,6 @@ struct Tree : DatacoreBase
         DatacoreJsonMessages messages;
         populateFromJson(QString(), reasons, false, messages);
     }
-    void updateValidStatus(DatacoreValidStatusMessages&) override {}
-    void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
-
     DatacoreBool flag{QStringLiteral("flag"), this};
     DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
     DatacoreBool unnamed{QString(), this};

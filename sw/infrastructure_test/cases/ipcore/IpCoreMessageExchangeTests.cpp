@@ -3,8 +3,6 @@
 #include "infrastructure/utility/NotificationReceiverInterface.h"
 #include "sw/infrastructure_test/Catch.h"
 
-#include <thread>
-
 namespace {
 
 std::unique_ptr<IpCoreMessageBase> message(uint32_t instance)
@@ -93,19 +91,4 @@ TEST_CASE("A receiver is told of each message once it can be taken", "[ipcore]")
     CHECK(first.calls == 1);
     CHECK(second.calls == 1);
     CHECK(exchange.takeMessage()->getIpCoreInstance() == 3);
-}
-
-TEST_CASE("A full exchange holds its sender until a message is taken", "[ipcore]")
-{
-    IpCoreMessageExchange exchange("exchange", 1, 1);
-    exchange.acceptMessage(message(1));
-    std::atomic<bool> sent{false};
-    std::thread sender([&] {
-        exchange.acceptMessage(message(2));
-        sent = true;
-    });
-    CHECK_FALSE(sent);
-    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
-    sender.join();
-    CHECK(exchange.takeMessage()->getIpCoreInstance() == 2);
 }

@@ -8,15 +8,8 @@ namespace {
 
 FlowConfig makeFlow()
 {
-    FlowConfig flow(IpInterface_TessEth1);
-    flow.payloadType = 96;
-    flow.srcIpAddr = QHostAddress(QStringLiteral("192.168.0.1"));
-    flow.dstIpAddr = QHostAddress(QStringLiteral("239.1.2.3"));
-    flow.srcUdpPort = 5004;
-    flow.dstUdpPort = 5006;
-    flow.ssrc = 1234;
-    flow.protocol = IpProtocol_2110_30;
-    return flow;
+    bool ok = false;
+    return FlowConfig::deserialise(u"96,192.168.0.1,239.1.2.3,5004,5006,1234,,1+2|2", ok);
 }
 
 /// A change of one field, and the flag that asks for it.
