@@ -79,9 +79,9 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
         CHECK(leaf.getDataPoint(ok) == QPoint());
         CHECK_FALSE(ok);
     }
-    leaf.setData(strings({"1,2,3", "5,6", "a,b"}));
+    leaf.setData(strings({"1,2,3", "a,b", "5,6"}));
     CHECK(reasons(leaf) == std::vector<int>{20, 20});
-    CHECK(leaf.getDataPoints(ok) == std::deque<QPoint>{{0, 0}, {5, 6}, {0, 0}});
+    CHECK(leaf.getDataPoints(ok) == std::deque<QPoint>{{0, 0}, {0, 0}, {5, 6}});
     CHECK_FALSE(ok);
     leaf.setDataPoints({{5, 6}, {7, -8}});
     CHECK(leaf.getDataList() == strings({"5,6", "7,-8"}));

@@ -134,28 +134,13 @@ TEST_CASE("A write validates its node and all above, and enters its node alone",
 
 TEST_CASE("Reasons from a peer stay only where a class leaves them", "[datacore]")
 {
-    struct Mirror : KeepingNode
-    {
-        using KeepingNode::KeepingNode;
-        void onChanged() override
-        {
-            statesSeen.push_back(getChangeState());
-            clearOwnChangeState();
-        }
-        std::vector<quint32> statesSeen;
-    };
     const QJsonObject json = parseObject(R"({"n": {"reasonsForBeingInvalid": [
         {"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 26, "type": 2}}]}})");
     DatacoreJsonMessages messages;
-    Mirror mirror(QStringLiteral("n"), nullptr);
-    mirror.clearChangeState();
-    REQUIRE(mirror.populateFromJson(QString(), json, true, messages));
-    CHECK(mirror.isValid()); // the just-data form has no reasons
-    REQUIRE(mirror.populateFromJson(QString(), json, false, messages));
-    CHECK_FALSE(mirror.isValid());
-    mirror.setData(QStringLiteral("5"));
-    CHECK_FALSE(mirror.isValid());
-    CHECK(mirror.statesSeen == std::vector<quint32>{1, 2});
+    KeepingNode keeping(QStringLiteral("n"), nullptr);
+    REQUIRE(keeping.populateFromJson(QString(), json, false, messages));
+    keeping.setData(QStringLiteral("5"));
+    CHECK_FALSE(keeping.isValid());
 
     DatacoreBase plain(QStringLiteral("n"), nullptr);
     plain.clearChangeState();
@@ -266,8 +251,10 @@ public:
     {
         for (int i = 0; i < NODE_COUNT; ++i) {
             Base* parent = i == 0 ? nullptr : nodes[below(static_cast<quint32>(i))].get();
-            // Some names come twice.
-            const QString name = QStringLiteral("n%1").arg(i == 17 ? 16 : i);
+            // Some names come twice; of the others UTF-16 units and code points give two orders.
+            const QString name =
+                (i % 2 == 0 ? QStringLiteral("\uFF21%1") : QStringLiteral("\U0001F3A5%1"))
+                    .arg(i == 18 ? 16 : i);
             nodes.push_back(std::make_unique<Watched<Base>>(name, parent, &seen));
             indices[nodes.back().get()] = i;
         }
