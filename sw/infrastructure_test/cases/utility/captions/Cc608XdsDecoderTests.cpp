@@ -47,18 +47,6 @@ struct Xds
         }
         return result;
     }
-    /// Feeds the end pair that fits a packet, and the text of what comes out.
-    QString finish(int startCode, int type, const std::string& text)
-    {
-        const XdsResult result = feed({packetCodes(startCode, type, text).back()});
-        REQUIRE(result == XdsPacketReady);
-        const QString finished = packet->text();
-        CHECK(packet->startCode() == startCode);
-        CHECK(packet->type() == type);
-        pool.release(packet);
-        return finished;
-    }
-
     XdsPacketPool pool;
     Cc608XdsDecoder decoder{pool};
     XdsPacket* packet = nullptr;
@@ -144,22 +132,10 @@ TEST_CASE("Packets of several classes interleave", "[captions]")
     Xds xds;
     CHECK(xds.feed({{1, 3}, {'a', 'b'}, {3, 3}, {'c', 'd'}, {2, 3}, {'e', 'f'}}) == XdsOk);
     CHECK(xds.decoder.openPacketCount() == 2);
-    CHECK(xds.finish(1, 3, "abef") == QStringLiteral("abef"));
     CHECK(xds.feed({{0x14, 0x20}, {'x', 'x'}}) == XdsOk); // captions in between: idle
-    CHECK(xds.feed({{15, 1}, {4, 3}}) == XdsOk);
-    CHECK(xds.finish(3, 3, "cd") == QStringLiteral("cd"));
-    CHECK(xds.feed({{4, 3}}) == XdsNoOpenPacket);
-
-    // A start of what is open begins it anew; a start of type 0 is data.
-    CHECK(xds.feed({{7, 9}, {'a', 'b'}, {7, 9}, {'c', 'd'}, {7, 0}}) == XdsOk);
-    CHECK(xds.decoder.openPacketCount() == 1);
-    CHECK(xds.finish(7, 9, std::string("cd\7\0", 4)) == QStringLiteral("cd"));
-
-    // Without an end the next data go to the packet that was current before.
-    CHECK(xds.feed({{1, 1}, {3, 1}}) == XdsOk);
-    CHECK(xds.finish(3, 1, "") == QString());
-    CHECK(xds.feed({{'a', 'b'}}) == XdsOk);
-    CHECK(xds.finish(1, 1, "ab") == QStringLiteral("ab"));
+    CHECK(xds.feed({{2, 3}, packetCodes(1, 3, "abef").back()}) == XdsPacketReady);
+    CHECK(xds.packet->text() == QStringLiteral("abef"));
+    CHECK(xds.feed({{2, 3}}) == XdsNoOpenPacket);
 }
 
 TEST_CASE("A packet has at most 32 pairs and its end", "[captions]")
