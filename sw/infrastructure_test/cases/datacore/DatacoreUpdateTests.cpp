@@ -20,14 +20,14 @@ template <typename Base>
 class Watched : public Base
 {
 public:
-    Watched(const QString& name, Base* parentNode, QStringList* callLog = nullptr)
+    Watched(const QString& name, Base* parentNode, QStringList* callLog)
         : Base(name, parentNode, QStringLiteral("0"))
         , calls(callLog)
     {
     }
-    std::function<void()> whenValid;
-    std::function<void()> whenChanged;
-    std::function<void()> whenValidating;
+    std::function<void()> whenValid = [] {};
+    std::function<void()> whenChanged = [] {};
+    std::function<void()> whenValidating = [] {};
 
 protected:
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override
@@ -39,7 +39,7 @@ protected:
                 reasons.append({MessageBase::MessageType_Error, 26});
             }
         }
-        run(whenValidating);
+        whenValidating();
     }
     void updateActiveStatus(DatacoreActiveStatusMessages& reasons) override
     {
@@ -51,26 +51,18 @@ protected:
     void onValid() override
     {
         note("valid");
-        run(whenValid);
+        whenValid();
     }
     void onChanged() override
     {
         note("changed");
-        run(whenChanged);
+        whenChanged();
     }
 
 private:
     void note(const char* what)
     {
-        if (calls != nullptr) {
-            calls->append(this->getInstanceName() + QLatin1Char(' ') + QLatin1String(what));
-        }
-    }
-    static void run(const std::function<void()>& action)
-    {
-        if (action) {
-            action();
-        }
+        calls->append(this->getInstanceName() + QLatin1Char(' ') + QLatin1String(what));
     }
 
     QStringList* calls;
@@ -176,8 +168,8 @@ TEST_CASE("Hooks whose writes never settle are stopped with a log line", "[datac
 
     // Afterwards all is as before.
     for (Watched<DatacoreBase>* node : {&tree.a, &tree.b, &tree.c}) {
-        node->whenValid = nullptr;
-        node->whenChanged = nullptr;
+        node->whenValid = [] {};
+        node->whenChanged = [] {};
     }
     tree.calls.clear();
     tree.r.clearChangeState();
@@ -201,7 +193,7 @@ TEST_CASE("An exception from a hook passes through and leaves a working tree", "
                                                 parseObject(R"({"r": {"a": {"c": {"data": ""}}}})"),
                                                 false, messages),
                         int);
-        tree.c.*hook = nullptr;
+        tree.c.*hook = [] {};
         tree.calls.clear();
         tree.c.setData(QStringLiteral("end"));
         CHECK(tree.takeCalls() == ALL_CALLS);

@@ -16,25 +16,19 @@ QJsonValue parse(const QByteArray& text)
     return QJsonDocument::fromJson('[' + text + ']').array().at(0);
 }
 
-/// All texts of a class in the form "4 Stored number is Oversized\n", for numbers up to 1000.
+/// The SHA-256 of all texts of a class in the form "4 Stored number is Oversized\n", for numbers up
+/// to 1000.
 template <typename Message>
-QByteArray listTexts(int& count)
+QByteArray sumOfTexts()
 {
     QByteArray list;
-    count = 0;
     for (int identifier = -1; identifier <= 1000; ++identifier) {
         const Message message(MessageBase::MessageType_Error, identifier);
         if (message.hasText()) {
             list += QByteArray::number(identifier) + ' ' + message.getText().toUtf8() + '\n';
-            ++count;
         }
     }
-    return list;
-}
-
-QByteArray sha256(const QByteArray& bytes)
-{
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+    return QCryptographicHash::hash(list, QCryptographicHash::Sha256).toHex();
 }
 
 } // namespace
@@ -42,16 +36,12 @@ QByteArray sha256(const QByteArray& bytes)
 TEST_CASE("The tables of message texts are complete", "[datacore]")
 {
     // The sums are those of the instrument's published tables, taken with sha256sum.
-    int count = 0;
-    CHECK(sha256(listTexts<DatacoreJsonMessage>(count)) ==
+    CHECK(sumOfTexts<DatacoreJsonMessage>() ==
           "7e8bd1b820a3e59e10046aa605479e055f76acf724e8625ced2912acfc3afef6");
-    CHECK(count == 7);
-    CHECK(sha256(listTexts<DatacoreValidStatusMessage>(count)) ==
+    CHECK(sumOfTexts<DatacoreValidStatusMessage>() ==
           "409fa8333f310858b8803350c0a076716d96a30bd3626914fd89680a6eac4219");
-    CHECK(count == 45);
-    CHECK(sha256(listTexts<DatacoreActiveStatusMessage>(count)) ==
+    CHECK(sumOfTexts<DatacoreActiveStatusMessage>() ==
           "3c8d4576d1d31a091b64db749b79f7d58f9e6f57693e35ef4925b9c8e254e402");
-    CHECK(count == 4);
 }
 
 TEST_CASE("A message has one JSON form, and comes back from it as it was", "[datacore]")
