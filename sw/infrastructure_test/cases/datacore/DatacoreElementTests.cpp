@@ -139,14 +139,12 @@ TEST_CASE("A null string is a value like any other empty one", "[datacore]")
 
 TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
 {
-    const auto reason = [](const char* kind, char identifier) {
-        return QByteArray(R"({"Datacore)") + kind +
-               R"(StatusMessage": {}, "MessageBase": {"type": 2, "identifier": )" + identifier +
-               "}}";
-    };
-    const QByteArray v4 = reason("Valid", '4');
-    const QByteArray v5 = reason("Valid", '5');
-    const QByteArray a4 = reason("Active", '4');
+    const QByteArray v4 =
+        R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
+    const QByteArray v5 =
+        R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 5, "type": 2}})";
+    const QByteArray a4 =
+        R"({"DatacoreActiveStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
     struct Row
     {
         QByteArray incoming;
