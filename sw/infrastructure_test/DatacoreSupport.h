@@ -55,6 +55,14 @@ inline std::vector<int> reasons(const DatacoreBase& node)
     return identifiers;
 }
 
+/// A node that keeps the reasons that it receives.
+struct KeepingNode : DatacoreBase
+{
+    using DatacoreBase::DatacoreBase;
+    void updateValidStatus(DatacoreValidStatusMessages&) override {}
+    void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
+};
+
 inline std::deque<QString> strings(std::initializer_list<const char*> texts)
 {
     std::deque<QString> list;

@@ -37,15 +37,10 @@ public:
 
     static QString TREE_LEVEL_DELIMITER() { return QStringLiteral("/"); }
 
+    /// The JSON form of the node itself, whatever the path.
     bool appendToJson(const QString& path, QJsonObject& json, bool justData, bool withChildren,
                       DatacoreJsonMessages& messages) const
     {
-        if (!path.isEmpty()) {
-            QString head;
-            QString rest;
-            return split(path, head, rest) && children.contains(head) &&
-                   children.value(head)->appendToJson(rest, json, justData, withChildren, messages);
-        }
         QJsonObject content;
         for (const QString& key : elementKeys()) {
             if (key == dataKey()) {
@@ -58,7 +53,7 @@ public:
         }
         if (withChildren) {
             for (const LiteralDatacore* child : children) {
-                child->appendToJson(QString(), content, justData, true, messages);
+                child->appendToJson(path, content, justData, true, messages);
             }
         }
         json.insert(instanceName, content);
@@ -68,12 +63,6 @@ public:
     bool populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                           DatacoreJsonMessages& messages)
     {
-        if (!path.isEmpty()) {
-            QString head;
-            QString rest;
-            return split(path, head, rest) && children.contains(head) &&
-                   children.value(head)->populateFromJson(rest, json, justData, messages);
-        }
         if (json.keys().size() > 1 || !json.contains(instanceName)) {
             return false;
         }
@@ -91,7 +80,7 @@ public:
             if (content.contains(name)) {
                 QJsonObject one;
                 one.insert(name, content.value(name));
-                child->populateFromJson(QString(), one, justData, messages);
+                child->populateFromJson(path, one, justData, messages);
             }
         }
         populating = false;
@@ -105,11 +94,11 @@ public:
         if (path.isEmpty()) {
             return this;
         }
-        QString head;
-        QString rest;
-        return split(path, head, rest) && children.contains(head)
-                   ? children.value(head)->findDatacore(rest)
-                   : nullptr;
+        const int end = path.indexOf(TREE_LEVEL_DELIMITER());
+        const QString head = path.left(end);
+        return children.contains(head) ? children.value(head)->findDatacore(
+                                             path.mid(head.size() + TREE_LEVEL_DELIMITER().size()))
+                                       : nullptr;
     }
 
     bool isValid() const { return invalidReasons.isEmpty(); }
@@ -163,14 +152,6 @@ private:
         return {classKey(), dataKey(), inactiveKey(), invalidKey()};
     }
 
-    static bool split(const QString& path, QString& head, QString& rest)
-    {
-        const int position = path.indexOf(TREE_LEVEL_DELIMITER());
-        head = position < 0 ? path : path.left(position);
-        rest = position < 0 ? QString() : path.mid(position + 1);
-        return position != 0;
-    }
-
     QJsonValue dataToJson() const
     {
         if (data.empty()) {
@@ -198,9 +179,6 @@ private:
 
     void populateElement(const QString& key, const QJsonObject& json, bool justData)
     {
-        if (!json.contains(key)) {
-            return;
-        }
         if (key == dataKey()) {
             populateData(json.value(key));
         } else if (key == invalidKey() && !justData) {

@@ -15,6 +15,16 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace {
+
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
 MadeMachine::MadeMachine()
     : MadeMachine(std::make_unique<QTemporaryDir>())
 {
@@ -119,8 +129,7 @@ MadeMachine::Flash* MadeMachine::flashOf(int descriptor)
 ssize_t MadeMachine::write(int descriptor, const void* data, std::size_t sizeBytes)
 {
     if (failingWrites != 0) {
-        errno = failingWrites;
-        return -1;
+        return fail(failingWrites);
     }
     if (Flash* flash = flashOf(descriptor)) {
         return writeFlash(*flash, descriptor, static_cast<const char*>(data), sizeBytes);
@@ -136,8 +145,7 @@ ssize_t MadeMachine::writeFlash(Flash& flash, int descriptor, const char* data,
     const auto fits = static_cast<std::size_t>(
         std::clamp<int64_t>(end - offset, 0, static_cast<int64_t>(sizeBytes)));
     if (fits == 0) {
-        errno = flash.failWritesFrom >= 0 ? EIO : ENOSPC;
-        return -1;
+        return fail(flash.failWritesFrom >= 0 ? EIO : ENOSPC);
     }
     std::vector<char> bytes(fits);
     REQUIRE(::pread(descriptor, bytes.data(), fits, offset) == static_cast<ssize_t>(fits));
@@ -152,12 +160,10 @@ int MadeMachine::eraseFlash(Flash& flash, int descriptor, uint64_t start, uint64
     const uint64_t block = start / flash.eraseBytes;
     if (start % flash.eraseBytes != 0 || length != flash.eraseBytes ||
         start + length > flash.sizeBytes) {
-        errno = EINVAL;
-        return -1;
+        return fail(EINVAL);
     }
     if (static_cast<int64_t>(block) == flash.badBlock || flash.unlocked.count(block) == 0) {
-        errno = EIO;
-        return -1;
+        return fail(EIO);
     }
     const std::vector<char> ones(flash.eraseBytes, '\xFF');
     REQUIRE(::pwrite(descriptor, ones.data(), ones.size(), static_cast<off_t>(start)) ==
@@ -200,8 +206,7 @@ int MadeMachine::ioctl(int descriptor, unsigned long request, void* argument)
                                                       : "unknown");
         return 0;
     }
-    errno = ENOTTY;
-    return -1;
+    return fail(ENOTTY);
 }
 
 int MadeMachine::status(const std::string& path, struct stat& result)
@@ -220,15 +225,13 @@ int MadeMachine::status(const std::string& path, struct stat& result)
 
 int MadeMachine::rename(const std::string& from, const std::string& to)
 {
-    errno = failingRenames;
-    return failingRenames != 0 ? -1 : Machine::rename(from, to);
+    return failingRenames != 0 ? fail(failingRenames) : Machine::rename(from, to);
 }
 
 int MadeMachine::changeOwner(const std::string& path, uid_t user, gid_t group)
 {
     if (ownerFailure != 0) {
-        errno = ownerFailure;
-        return -1;
+        return fail(ownerFailure);
     }
     ownerChanges.push_back(path + " " + std::to_string(user) + " " + std::to_string(group));
     return 0;
@@ -237,8 +240,7 @@ int MadeMachine::changeOwner(const std::string& path, uid_t user, gid_t group)
 int MadeMachine::findUser(const std::string& name, uid_t& user, gid_t& group)
 {
     if (users.count(name) == 0) {
-        errno = ENOENT;
-        return -1;
+        return fail(ENOENT);
     }
     user = 1000;
     group = 100;

@@ -59,13 +59,10 @@ bool NetworkConnectionTests::run()
 {
     VELLOG_INFO() << "_____ NetworkConnectionTests _____";
     running = true;
-    bool passed = connectNetworkConnectionsTest();
+    bool passed = runSequence("connectNetworkConnectionsTest:",
+                              &NetworkConnectionTests::connectNetworkConnectionsTest);
     if (passed) {
-        struct
-        {
-            const char* name;
-            Sequence run;
-        } const sequences[] = {
+        const std::pair<const char*, Sequence> sequences[] = {
             {"packetsSentBothWaysArriveUnchangedTest",
              &NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest},
             {"recipientWaitsForEntirePacketBeforeDecodingTest",
@@ -73,9 +70,9 @@ bool NetworkConnectionTests::run()
             {"multiplePacketsArrivingSimultaneouslyAreAllDealtWithTest",
              &NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWithTest},
         };
-        for (const auto& sequence : sequences) {
+        for (const auto& [name, sequence] : sequences) {
             drainQueue();
-            passed = runSequence(sequence.name, sequence.run) && passed;
+            passed = runSequence(name, sequence) && passed;
         }
         drainQueue();
     } else {
@@ -97,33 +94,28 @@ bool NetworkConnectionTests::runSequence(const char* name, Sequence sequence)
 
 bool NetworkConnectionTests::connectNetworkConnectionsTest()
 {
-    VELLOG_INFO() << "Running connectNetworkConnectionsTest:";
-    const bool passed = connectBothEnds();
-    if (!passed) {
-        VELLOG_ERR() << "Failed to connect the server and Client.";
-    }
-    logResult(passed, "Passed", "Failed");
-    return passed;
+    return connectBothEnds();
 }
 
 bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
 {
     QTcpServer listener;
+    std::unique_ptr<QTcpSocket> accepted;
     if (!listener.listen(QHostAddress::Any, port)) {
         failure = QStringLiteral("TCP port %1: %2").arg(port).arg(listener.errorString());
-        return false;
+    } else if (client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort()) &&
+               listener.waitForNewConnection(WAIT_MS)) {
+        accepted.reset(listener.nextPendingConnection());
     }
-    client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort());
-    if (!listener.waitForNewConnection(WAIT_MS)) {
-        return false;
+    if (accepted != nullptr && accepted->waitForConnected(WAIT_MS)) {
+        accepted->setReadBufferSize(acceptedReadBufferBytes);
+        server.adoptSocket(accepted);
+        if (client.isConnected() && server.isConnected()) {
+            return true;
+        }
     }
-    std::unique_ptr<QTcpSocket> accepted(listener.nextPendingConnection());
-    if (accepted == nullptr || !accepted->waitForConnected(WAIT_MS)) {
-        return false;
-    }
-    accepted->setReadBufferSize(acceptedReadBufferBytes);
-    server.adoptSocket(accepted);
-    return client.isConnected() && server.isConnected();
+    VELLOG_ERR() << "Failed to connect the server and Client.";
+    return false;
 }
 
 bool NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest()
@@ -135,11 +127,8 @@ bool NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest()
 
 bool NetworkConnectionTests::recipientWaitsForEntirePacketBeforeDecodingTest()
 {
-    if (!connectBothEnds(SMALL_READ_BUFFER_BYTES)) {
-        VELLOG_ERR() << "Failed to connect the server and Client.";
-        return false;
-    }
-    const bool passed = exchange(client, "Client", "Server", makeAwkwardPacket(3));
+    const bool passed = connectBothEnds(SMALL_READ_BUFFER_BYTES) &&
+                        exchange(client, "Client", "Server", makeAwkwardPacket(3));
     return connectBothEnds() && passed;
 }
 

@@ -10,6 +10,16 @@
 /// Handles events until the condition holds; false if it does not hold by the deadline.
 bool waitFor(const std::function<bool()>& condition, int deadlineMs = 5000);
 
+/// The texts as a list.
+inline QStringList lines(std::initializer_list<const char*> texts)
+{
+    QStringList list;
+    for (const char* text : texts) {
+        list.append(QString::fromUtf8(text));
+    }
+    return list;
+}
+
 /// Keeps the lines logged on "VELLOG" during its lifetime. Lines still go where they went before.
 class LogCapture
 {

@@ -1,10 +1,8 @@
 #include "infrastructure/client/ClientDatacore.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
-#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
-#include <QJsonArray>
-
-#include <functional>
 #include <limits>
 
 namespace {
@@ -16,31 +14,31 @@ struct Mirror
 {
     Mirror()
     {
-        QObject::connect(&datacore, &ClientDatacore::datacoreUpdated, &datacore,
-                         [this](const QStringList& data, const QStringList& messages, bool active) {
-                             journal.append(QStringLiteral("updated %1|%2|%3")
-                                                .arg(data.join(QLatin1Char(',')),
-                                                     messages.join(QLatin1Char(';')))
-                                                .arg(active));
-                             if (onUpdated) {
-                                 onUpdated();
-                             }
-                         });
-        QObject::connect(&datacore, &ClientDatacore::clientDatacoreHasUpdateForServer, &datacore,
-                         [this](int id, ClientDatacore* which) {
-                             REQUIRE(which == &datacore);
-                             REQUIRE(datacore.getChangeState() == 2);
-                             journal.append(QStringLiteral("send %1").arg(id));
-                         });
-        QObject::connect(&datacore, &ClientDatacore::datacoreOutOfSyncWithServer, &datacore,
-                         [this] { journal.append(QStringLiteral("out of sync")); });
-        QObject::connect(&datacore, &ClientDatacore::datacoreInSyncWithServer, &datacore,
-                         [this] { journal.append(QStringLiteral("in sync")); });
-        QObject::connect(&datacore, &ClientDatacore::lostPackets, &datacore, [this](int count) {
-            journal.append(QStringLiteral("lost %1").arg(count));
-        });
+        on(&ClientDatacore::datacoreUpdated,
+           [this](const QStringList& data, const QStringList& messages, bool active) {
+               journal.append(QStringLiteral("updated %1|%2|%3")
+                                  .arg(data.join(QLatin1Char(',')), messages.join(QLatin1Char(';')))
+                                  .arg(active));
+           });
+        on(&ClientDatacore::clientDatacoreHasUpdateForServer,
+           [this](int id, ClientDatacore* which) {
+               REQUIRE(which == &datacore);
+               REQUIRE(datacore.getChangeState() == 2);
+               journal.append(QStringLiteral("send %1").arg(id));
+           });
+        on(&ClientDatacore::datacoreOutOfSyncWithServer,
+           [this] { journal.append(QStringLiteral("out of sync")); });
+        on(&ClientDatacore::datacoreInSyncWithServer,
+           [this] { journal.append(QStringLiteral("in sync")); });
+        on(&ClientDatacore::lostPackets,
+           [this](int count) { journal.append(QStringLiteral("lost %1").arg(count)); });
     }
 
+    template <typename Signal, typename Slot>
+    void on(Signal signal, Slot slot)
+    {
+        QObject::connect(&datacore, signal, &datacore, slot);
+    }
     void receive(const QString& value, int packetId = -1, bool own = false)
     {
         DatacorePacket packet(
@@ -60,17 +58,7 @@ struct Mirror
     ClientDatacore datacore{QStringLiteral("ClientDatacore"), QStringLiteral("leaf"), nullptr,
                             PATH()};
     QStringList journal;
-    std::function<void()> onUpdated;
 };
-
-QStringList lines(std::initializer_list<const char*> texts)
-{
-    QStringList list;
-    for (const char* text : texts) {
-        list.append(QLatin1String(text));
-    }
-    return list;
-}
 
 } // namespace
 
@@ -120,7 +108,7 @@ TEST_CASE("Lost packets are told of while they are pending, and a slot may write
     mirror.datacore.setDataInt(2);
     mirror.takeJournal();
     int pending = 0;
-    QObject::connect(&mirror.datacore, &ClientDatacore::lostPackets, &mirror.datacore, [&](int) {
+    mirror.on(&ClientDatacore::lostPackets, [&](int) {
         pending = mirror.datacore.getPendingCount();
         mirror.datacore.setDataInt(3);
     });
@@ -155,10 +143,11 @@ TEST_CASE("What the server sends is never sent back, also for a new mirror", "[c
           lines({"in sync", "updated 1||1", "in sync", "in sync", "updated 2||1"}));
 
     // A write from a slot that is told of it is a write.
-    mirror.onUpdated = [&] {
-        mirror.onUpdated = nullptr;
-        mirror.datacore.setDataString(QStringLiteral("mine"));
-    };
+    mirror.on(&ClientDatacore::datacoreUpdated, [&](const QStringList& data) {
+        if (data.first() == QLatin1String("3")) {
+            mirror.datacore.setDataString(QStringLiteral("mine"));
+        }
+    });
     mirror.receive(QStringLiteral("3"));
     CHECK(mirror.takeJournal() ==
           lines({"in sync", "updated 3||1", "updated mine||1", "out of sync", "send 0"}));
@@ -167,20 +156,12 @@ TEST_CASE("What the server sends is never sent back, also for a new mirror", "[c
 TEST_CASE("Reasons come from the server and are told with the word for their kind", "[client]")
 {
     Mirror mirror;
-    const auto message = [](const char* className, int type, int identifier) {
-        return QJsonObject{{QLatin1String(className), QJsonObject()},
-                           {QStringLiteral("MessageBase"),
-                            QJsonObject{{QStringLiteral("type"), type},
-                                        {QStringLiteral("identifier"), identifier}}}};
-    };
-    const QJsonObject content{{QStringLiteral("data"), QStringLiteral("x")},
-                              {QStringLiteral("reasonsForBeingInvalid"),
-                               QJsonArray{message("DatacoreValidStatusMessage", 2, 4),
-                                          message("DatacoreValidStatusMessage", 1, 26)}},
-                              {QStringLiteral("reasonsForBeingInactive"),
-                               QJsonArray{message("DatacoreActiveStatusMessage", 3, 2)}}};
-    mirror.datacore.populateFromPacket(DatacorePacket({{QStringLiteral("leaf"), content}}, PATH()),
-                                       false);
+    const QJsonObject content = parseObject(R"({"leaf": {"data": "x", "reasonsForBeingInvalid": [
+        {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 2, "identifier": 4}},
+        {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 1, "identifier": 26}}],
+        "reasonsForBeingInactive": [
+        {"DatacoreActiveStatusMessage": {}, "MessageBase": {"type": 3, "identifier": 2}}]}})");
+    mirror.datacore.populateFromPacket(DatacorePacket(content, PATH()), false);
     CHECK(mirror.takeJournal() == lines({"in sync", "updated x|Error: Stored number is Oversized;"
                                                     "Warning: The stored value is not supported;"
                                                     "Info: Command Executor is Busy|0"}));

@@ -53,8 +53,7 @@ TEST_CASE("A lane map refuses to get shorter", "[client]")
     const LogCapture log;
     lanes.update(QStringLiteral("1 2 3 4"));
     CHECK(log.lines() ==
-          QStringList{QStringLiteral(
-              "info: Invalid subimage datacore passed to IOGroupLaneModel, ignoring")});
+          lines({"info: Invalid subimage datacore passed to IOGroupLaneModel, ignoring"}));
     CHECK(lanes.model.getLinkSourceSubImages().size() == 6);
     CHECK(lanes.changes.size() == 1);
 }

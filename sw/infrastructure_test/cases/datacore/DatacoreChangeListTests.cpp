@@ -64,18 +64,3 @@ TEST_CASE("A change list holds each node once, in the order of arrival", "[datac
         REQUIRE(lists[i].take().empty());
     }
 }
-
-TEST_CASE("A change list does not look into its nodes", "[datacore]")
-{
-    DatacoreChangeList list;
-    for (int i = 0; i < 100; ++i) {
-        const auto node = std::make_unique<DatacoreBase>(QString::number(i), nullptr);
-        DatacoreChangeList one(node.get());
-        list.mergeFrom(one);
-    }
-    CHECK_FALSE(list.isEmpty());
-    DatacoreChangeList other;
-    other.mergeFrom(list);
-    CHECK(list.isEmpty());
-    CHECK_FALSE(other.take().empty());
-}

@@ -1,6 +1,6 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/DatacoreChildren_p.h"
-#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <map>
 #include <memory>
@@ -9,31 +9,31 @@
 namespace {
 
 /// Names that begin alike, of all lengths, with characters beyond ASCII; some come twice.
-QString makeName(std::mt19937& random)
+QString makeName(std::mt19937& random, int count)
 {
     QString name = QStringLiteral("measurement").left(static_cast<int>(random() % 12));
     const int more = static_cast<int>(random() % 3) + (name.isEmpty() ? 1 : 0);
     for (int i = 0; i < more; ++i) {
         name += QChar(static_cast<ushort>(random() % 2 == 0 ? 'a' + random() % 3 : 0xFFF0));
     }
-    return name;
+    return name + QString::number(random() % static_cast<unsigned>(count / 4 + 1));
 }
 
 } // namespace
 
 TEST_CASE("Children are found by name and walked in its order, the first of a name", "[datacore]")
 {
-    for (const int count : {1, 8, 9, 16, 17, 300}) {
+    for (const int count : {1, 8, 9, 16, 17, 300, 70000}) {
         std::mt19937 random(static_cast<unsigned>(count));
         DatacoreChildren children;
         std::map<QString, DatacoreBase*> expected;
         std::vector<std::unique_ptr<DatacoreBase>> nodes;
         for (int i = 0; i < count; ++i) {
-            const QString name = makeName(random);
+            const QString name = makeName(random, count);
             nodes.push_back(std::make_unique<DatacoreBase>(name, nullptr));
             children.add(name, nodes.back().get());
             expected.emplace(name, nodes.back().get());
-            if (i % 7 == 0) {
+            if (i % (count / 30 + 7) == 0) {
                 children.inOrder(); // later ones come out of order
             }
         }
@@ -47,7 +47,7 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
             ++next;
         }
         for (int i = 0; i < 1000; ++i) {
-            const QString name = makeName(random);
+            const QString name = makeName(random, count);
             const auto found = expected.find(name);
             REQUIRE(children.find(name) == (found == expected.end() ? nullptr : found->second));
         }
@@ -98,15 +98,14 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
     }
     SECTION("by JSON that they read")
     {
-        const auto value = [](const char* data) {
-            return QJsonObject{{QStringLiteral("data"), QLatin1String(data)}};
-        };
-        const QJsonObject json{
-            {QStringLiteral("root"),
-             QJsonObject{{QStringLiteral("m"), value("1")}, {QStringLiteral("n"), value("2")}}}};
         DatacoreJsonMessages messages;
-        REQUIRE(root.populateFromJson(QString(), json, true, messages));
+        REQUIRE(root.populateFromJson(
+            QString(),
+            parseObject(
+                R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})"),
+            true, messages));
         CHECK(next.getData() == QStringLiteral("2"));
+        CHECK(growing.behind->getData() == QStringLiteral("3"));
     }
     CHECK(growing.told == 1);
     const std::vector<DatacoreBase*> children = root.getChildren();

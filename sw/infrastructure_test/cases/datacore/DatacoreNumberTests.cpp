@@ -57,9 +57,8 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     const DatacoreNumberSet<T> set(name(), nullptr);
     const DatacoreNumberLimits<T> limits(name(), nullptr);
     const DatacoreNumberSetLimits<T> setLimits(name(), nullptr);
-    for (const DatacoreNumber<T>* leaf : {&number, static_cast<const DatacoreNumber<T>*>(&set),
-                                          static_cast<const DatacoreNumber<T>*>(&limits),
-                                          static_cast<const DatacoreNumber<T>*>(&setLimits)}) {
+    for (const auto* leaf :
+         std::initializer_list<const DatacoreNumber<T>*>{&number, &set, &limits, &setLimits}) {
         CHECK(leaf->getDataList() == std::deque<QString>{QStringLiteral("0")});
         CHECK(leaf->isValid());
         CHECK(leaf->isActive());
@@ -68,8 +67,8 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
     CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
     CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
-    for (const DatacoreNumberLimits<T>* leaf :
-         {&limits, static_cast<const DatacoreNumberLimits<T>*>(&setLimits)}) {
+    for (const auto* leaf :
+         std::initializer_list<const DatacoreNumberLimits<T>*>{&limits, &setLimits}) {
         CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
         CHECK(leaf->getMaximumValue() == std::numeric_limits<T>::max());
     }
@@ -77,18 +76,22 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
 {
-    CHECK(DatacoreNumber<short>::CLASSNAME() == QStringLiteral("DatacoreInt16"));
-    CHECK(DatacoreNumber<int>::CLASSNAME() == QStringLiteral("DatacoreInt32"));
-    CHECK(DatacoreNumber<long long>::CLASSNAME() == QStringLiteral("DatacoreInt64"));
-    CHECK(DatacoreNumber<long>::CLASSNAME() ==
-          QStringLiteral("DatacoreInt%1").arg(8 * sizeof(long)));
-    CHECK(DatacoreNumber<unsigned short>::CLASSNAME() == QStringLiteral("DatacoreUInt16"));
-    CHECK(DatacoreNumber<unsigned int>::CLASSNAME() == QStringLiteral("DatacoreUInt32"));
-    CHECK(DatacoreNumber<unsigned long long>::CLASSNAME() == QStringLiteral("DatacoreUInt64"));
-    CHECK(DatacoreNumber<unsigned long>::CLASSNAME() ==
-          QStringLiteral("DatacoreUInt%1").arg(8 * sizeof(long)));
-    CHECK(DatacoreNumber<float>::CLASSNAME() == QStringLiteral("DatacoreFloat"));
-    CHECK(DatacoreNumber<double>::CLASSNAME() == QStringLiteral("DatacoreDouble"));
+    const QString wide = QStringLiteral("Int%1").arg(8 * sizeof(long));
+    const std::pair<QString, QString> rows[] = {
+        {DatacoreNumber<short>::CLASSNAME(), QStringLiteral("Int16")},
+        {DatacoreNumber<int>::CLASSNAME(), QStringLiteral("Int32")},
+        {DatacoreNumber<long>::CLASSNAME(), wide},
+        {DatacoreNumber<long long>::CLASSNAME(), QStringLiteral("Int64")},
+        {DatacoreNumber<unsigned short>::CLASSNAME(), QStringLiteral("UInt16")},
+        {DatacoreNumber<unsigned int>::CLASSNAME(), QStringLiteral("UInt32")},
+        {DatacoreNumber<unsigned long>::CLASSNAME(), QLatin1Char('U') + wide},
+        {DatacoreNumber<unsigned long long>::CLASSNAME(), QStringLiteral("UInt64")},
+        {DatacoreNumber<float>::CLASSNAME(), QStringLiteral("Float")},
+        {DatacoreNumber<double>::CLASSNAME(), QStringLiteral("Double")},
+    };
+    for (const auto& [name, text] : rows) {
+        CHECK(name == QLatin1String("Datacore") + text);
+    }
 }
 
 TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacore]", NUMBER_TYPES)
@@ -100,11 +103,11 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
     bool ok = true;
     CHECK(leaf.getDataNumber(ok) == T(0));
     CHECK_FALSE(ok);
-    leaf.setData({QStringLiteral("321"), QStringLiteral(""), QStringLiteral("456")});
+    leaf.setData(strings({"321", "", "456"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
     CHECK(leaf.getDataNumbers(ok) == std::deque<T>{T(321), T(0), T(456)});
     CHECK_FALSE(ok);
-    leaf.setData({QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("1")});
+    leaf.setData(strings({"x", "y", "1"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 23}); // both stand as 0
 
     DatacoreNumber<T> plain(name(), nullptr);
@@ -150,17 +153,11 @@ TEMPLATE_TEST_CASE("A number too large for a double counts as 0 among the others
 {
     using T = TestType;
     bool ok = true;
-    DatacoreNumber<T> leaf(name(), nullptr);
-    leaf.setData({QStringLiteral("1e400"), QStringLiteral("-1e400"), QStringLiteral("2")});
+    DatacoreNumberSetLimits<T> leaf(name(), nullptr, T(1), T(10));
+    leaf.setData(strings({"1e400", "-1e400", "2"}));
     CHECK(leaf.getDataNumbers(ok) == std::deque<T>{0, 0, 2});
     CHECK_FALSE(ok);
-
-    DatacoreNumberLimits<T> limits(name(), nullptr, T(5), T(10));
-    limits.setData(QStringLiteral("1e400"));
-    CHECK(reasons(limits) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
-    DatacoreNumberSet<T> set(name(), nullptr);
-    set.setData({QStringLiteral("1e400"), QStringLiteral("0")});
-    CHECK(reasons(set) == std::vector<int>{NOT_CONVERTABLE<T>, 23});
+    CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 23, 5, 5});
 }
 
 TEST_CASE("A subclass of a set with limits has a class name of its own", "[datacore]")
@@ -224,7 +221,7 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
     CHECK(reasons(leaf) == std::vector<int>{4, 4, 4});
     leaf.setDataNumbers({4, 11, 7, 3, 12});
     CHECK(reasons(leaf) == std::vector<int>{5, 4, 5, 4});
-    leaf.setData({QStringLiteral("x"), QStringLiteral("7")});
+    leaf.setData(strings({"x", "7"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
 
     DatacoreNumberSetLimits<T> set(name(), nullptr, T(5), T(10), {4, 11, 11});

@@ -11,24 +11,6 @@ namespace {
 
 const QString NAME = QStringLiteral("leaf");
 
-GrandmasterInfo makeGrandmaster()
-{
-    GrandmasterInfo info;
-    info.clockIdentity = 0x001DC1FFFE123456;
-    info.priority1 = 128;
-    info.clockClass = 6;
-    info.clockAccuracy = 33;
-    info.offsetScaledLogVariance = 20061;
-    info.priority2 = 127;
-    info.stepsRemoved = 1;
-    info.timeSource = 32;
-    info.currentUtcOffset = 37;
-    info.currentUtcOffsetValid = true;
-    info.timeTraceable = true;
-    info.ptpTimescale = true;
-    return info;
-}
-
 const VideoStandard2110Params P59(3840, 2160, Sampling2110_422YCbCr, BitDepth2110_12,
                                   Colourimetry2110_Bt2020, {60, 1001}, TransferCurve2110_Hlg, false,
                                   false);
@@ -82,10 +64,13 @@ void checkLeaf(const Record& first, const Record& second, const QByteArray& clas
 
 TEST_CASE("A leaf holds what a grandmaster says of itself", "[datacore][ptp]")
 {
-    checkLeaf<DatacoreGrandmasterInfo>(
-        makeGrandmaster(), GrandmasterInfo(), "DatacoreGrandmasterInfo",
-        "8376079548036182,128,6,33,20061,127,1,32,37,true,false,false,true,false,true",
-        "0,0,0,0,0,0,0,0,0,false,false,false,false,false,false", 15);
+    const char* const text =
+        "8376079548036182,128,6,33,20061,127,1,32,37,true,false,false,true,false,true";
+    bool ok = false;
+    const GrandmasterInfo info = GrandmasterInfo::deserialise(QString::fromLatin1(text), ok);
+    REQUIRE(info.clockIdentity == 0x001DC1FFFE123456);
+    checkLeaf<DatacoreGrandmasterInfo>(info, GrandmasterInfo(), "DatacoreGrandmasterInfo", text,
+                                       "0,0,0,0,0,0,0,0,0,false,false,false,false,false,false", 15);
 }
 
 TEST_CASE("A leaf holds the parameters of video on IP", "[datacore][ip]")

@@ -4,50 +4,29 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
-namespace {
-
-/// Invalid and inactive from the start where it has several values.
-struct Node : DatacoreBase
-{
-    explicit Node(const std::deque<QString>& values)
-        : DatacoreBase(QStringLiteral("na\"me"), nullptr, values)
-    {
-        initialiseStatus();
-    }
-    void updateValidStatus(DatacoreValidStatusMessages& reasons) override
-    {
-        reasons.clear();
-        if (getDataCount() > 1) {
-            reasons = {{MessageBase::MessageType_Error, 4}, {MessageBase::MessageType_Info, 7}};
-        }
-    }
-    void updateActiveStatus(DatacoreActiveStatusMessages& reasons) override
-    {
-        reasons.clear();
-        if (getDataCount() > 1) {
-            reasons = {{MessageBase::MessageType_Info, 5}};
-        }
-    }
-};
-
-} // namespace
-
 TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
 {
+    const QString name = QStringLiteral("na\"me");
+    const QJsonObject reasons = parseObject(R"({"na\"me": {
+        "reasonsForBeingInvalid": [
+            {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 2, "identifier": 4}},
+            {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 3, "identifier": 7}}],
+        "reasonsForBeingInactive": [
+            {"DatacoreActiveStatusMessage": {}, "MessageBase": {"type": 3, "identifier": 5}}]}})");
     for (const std::deque<QString>& values :
          {std::deque<QString>{}, std::deque<QString>{QString()},
           std::deque<QString>{QStringLiteral("1080p50")},
           std::deque<QString>{QStringLiteral("a \"b\" \\ \n \u00e9 \U0001F3A5 \x01 \x7f")},
-          std::deque<QString>{QString(QChar(0xD800))},
-          std::deque<QString>{QStringLiteral("one"), QStringLiteral("t\"wo")}}) {
-        const Node node(values);
-        CHECK(node.isValid() == (values.size() < 2));
-        CHECK(node.isActive() == (values.size() < 2));
-        for (const bool justData : {true, false}) {
+          std::deque<QString>{QString(QChar(0xD800))}, strings({"one", "t\"wo"})}) {
+        KeepingNode node(name, nullptr, values);
+        for (int i = 0; i < 4; ++i) { // without reasons, then with
             QByteArray text;
-            node.appendToJsonText(text, justData);
-            CHECK(text == toText(write(node, "", justData)));
+            node.appendToJsonText(text, i % 2 == 0);
+            CHECK(text == toText(write(node, "", i % 2 == 0)));
+            DatacoreJsonMessages messages;
+            REQUIRE((i != 1 || node.populateFromJson(QString(), reasons, false, messages)));
         }
+        CHECK_FALSE((node.isValid() || node.isActive()));
     }
 }
 

@@ -74,10 +74,10 @@ void makeRoundJourneys(uint32_t count)
     EchoProcessor second(1, 9);
     EchoProcessor third(4000000000u, 0);
     IpCoreMessageProcessorBase* const processors[] = {&first, &second, &third};
+    const LogCapture log;
     IpCoreSupervisor supervisor(toScheduler, fromScheduler, {&first, &second, &third}, "supervisor",
                                 PERIOD_MS);
     supervisor.startThread();
-
     std::thread scheduler([&] {
         for (uint32_t i = 0; i < count; ++i) {
             const auto* to = processors[i % 3];
@@ -105,56 +105,33 @@ void makeRoundJourneys(uint32_t count)
     CHECK(wrong == 0);
     CHECK_FALSE(toScheduler.hasMessage());
     CHECK_FALSE(fromScheduler.hasMessage());
+    CHECK(log.lines() == lines({"info: Supervisor Thread started [supervisor]"}));
 }
 
 } // namespace
 
 TEST_CASE("Messages reach the processor of their core, and its own come out", "[ipcore]")
 {
-    IpCoreMessageExchange fromScheduler("messagesFromScheduler", 16, 100);
-    IpCoreMessageExchange toScheduler("messagesToScheduler", 2, 100);
+    IpCoreMessageExchange in("in", 16, 100);
+    IpCoreMessageExchange out("out", 8, 100);
     TestIpCoreMessageAdaptor adaptor(3);
     EchoProcessor other(2, 3);
     const LogCapture log;
-    {
-        IpCoreSupervisor supervisor(toScheduler, fromScheduler, {&adaptor, nullptr, &other},
-                                    "supervisor", PERIOD_MS);
-        for (const auto& [id, instance] :
-             {std::pair(0u, 3u), {0u, 4u}, {1u, 3u}, {2u, 4u}, {0u, 3u}}) {
-            fromScheduler.acceptMessage(
-                std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
-        }
-        CHECK(fromScheduler.spaceAvailable() == 11); // idle until it is started
-        supervisor.startThread();
-
-        for (int pass = 0; pass < 3; ++pass) {
-            const auto message = waitForMessage(toScheduler);
-            REQUIRE(message);
-            CHECK(message->getIpCoreId() == 0);
-            CHECK(message->getIpCoreInstance() == 3);
-            const auto* test = dynamic_cast<const TestIpCoreMessage*>(message.get());
-            REQUIRE(test);
-            CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
-        }
-        CHECK(adaptor.getMessageCount() == 2);
-        CHECK_FALSE(fromScheduler.hasMessage());
-
-        // It blocks on a full sink, and so would its end.
-        std::atomic<bool> stopped{false};
-        std::thread drain([&] {
-            while (!stopped) {
-                toScheduler.takeMessage();
-                std::this_thread::yield();
-            }
-        });
-        supervisor.stopThread();
-        stopped = true;
-        drain.join();
+    OnePass supervisor(out, in, {&adaptor, nullptr, &other}, "supervisor", 0);
+    for (const auto& [id, instance] : {std::pair(0u, 3u), {0u, 4u}, {1u, 3u}, {2u, 4u}, {0u, 3u}}) {
+        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
     }
-    fromScheduler.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(0, 3));
-    CHECK(fromScheduler.hasMessage()); // nobody is there, and nobody is told
-    CHECK(log.lines() == QStringList{QStringLiteral("info: Supervisor Thread started "
-                                                    "[supervisor]")});
+    CHECK(in.spaceAvailable() == 11); // idle until it is started
+    supervisor.supervisorLoopStep();
+    CHECK(adaptor.getMessageCount() == 2);
+    CHECK_FALSE(in.hasMessage());
+    const auto message = out.takeMessage();
+    const auto* test = dynamic_cast<const TestIpCoreMessage*>(message.get());
+    REQUIRE(test);
+    CHECK(test->toString() == "round journey, core 0 instance 3");
+    CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
+    CHECK_FALSE(out.hasMessage());
+    CHECK(log.lines().isEmpty());
 }
 
 TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
@@ -178,8 +155,7 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
     const LogCapture log;
     OnePass supervisor(out, in, {&a, &silent, &b, &c, &again}, "supervisor", 0);
     CHECK(log.lines() ==
-          QStringList{QStringLiteral("error: IP core 2 instance 0 has two processors, using the "
-                                     "later")});
+          lines({"error: IP core 2 instance 0 has two processors, using the later"}));
     in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 2));
     supervisor.supervisorLoopStep();
     std::vector<std::string> order;
@@ -256,12 +232,11 @@ TEST_CASE("A processor that throws is named in the log and the pass goes on", "[
     supervisor.supervisorLoopStep();
     CHECK(out.hasMessage());
     CHECK(log.lines() ==
-          QStringList{
-              QStringLiteral("error: IP core 1 instance 2 could not process a message (round "
-                             "journey, core 1 instance 2): no register"),
-              QStringLiteral("error: IP core 1 instance 2 could not process a message (which it "
-                             "has taken): no register"),
-              QStringLiteral("error: IP core 1 instance 2 could not generate messages: no idea")});
+          lines({"error: IP core 1 instance 2 could not process a message (round journey, core 1 "
+                 "instance 2): no register",
+                 "error: IP core 1 instance 2 could not process a message (which it has taken): no "
+                 "register",
+                 "error: IP core 1 instance 2 could not generate messages: no idea"}));
 }
 
 TEST_CASE("A supervisor that goes leaves its successor on the source told", "[ipcore]")

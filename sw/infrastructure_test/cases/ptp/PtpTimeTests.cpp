@@ -8,31 +8,26 @@ using namespace Tessorn::IpTypes;
 
 TEST_CASE("A time is shown in the unit that suits its size", "[ptp]")
 {
-    struct Row
-    {
-        qint64 nanoseconds;
-        QString text;
+    const std::pair<qint64, const char*> rows[] = {
+        {0, "0 ns"},
+        {1, "1 ns"},
+        {994, "994 ns"},
+        {-994, "-994 ns"},
+        {995, "1.00 μs"},
+        {-995, "-1.00 μs"},
+        {1234, "1.23 μs"},
+        {1235, "1.24 μs"},
+        {994999, "995.00 μs"},
+        {995000, "1.00 ms"},
+        {-3000000, "-3.00 ms"},
+        {994999999, "995.00 ms"},
+        {995000000, "1.00 s"},
+        {1005000000, "1.01 s"},
+        {2147483647, "2.15 s"},
     };
-    const Row rows[] = {
-        {0, QStringLiteral("0 ns")},
-        {1, QStringLiteral("1 ns")},
-        {994, QStringLiteral("994 ns")},
-        {-994, QStringLiteral("-994 ns")},
-        {995, QString::fromUtf8("1.00 \xCE\xBCs")},
-        {-995, QString::fromUtf8("-1.00 \xCE\xBCs")},
-        {1234, QString::fromUtf8("1.23 \xCE\xBCs")},
-        {1235, QString::fromUtf8("1.24 \xCE\xBCs")},
-        {994999, QString::fromUtf8("995.00 \xCE\xBCs")},
-        {995000, QStringLiteral("1.00 ms")},
-        {-3000000, QStringLiteral("-3.00 ms")},
-        {994999999, QStringLiteral("995.00 ms")},
-        {995000000, QStringLiteral("1.00 s")},
-        {1005000000, QStringLiteral("1.01 s")},
-        {2147483647, QStringLiteral("2.15 s")},
-    };
-    for (const Row& row : rows) {
-        CHECK(ptpTimeToString(row.nanoseconds) == row.text);
-        CHECK(ptpTimeToString(static_cast<qint32>(row.nanoseconds)) == row.text);
+    for (const auto& [nanoseconds, text] : rows) {
+        CHECK(ptpTimeToString(nanoseconds) == QString::fromUtf8(text));
+        CHECK(ptpTimeToString(static_cast<qint32>(nanoseconds)) == QString::fromUtf8(text));
     }
     CHECK(ptpTimeToString(std::numeric_limits<qint32>::min()) == QStringLiteral("-2.15 s"));
     CHECK(ptpTimeToString(qint64{86400} * 1000000000) == QStringLiteral("86400.00 s"));

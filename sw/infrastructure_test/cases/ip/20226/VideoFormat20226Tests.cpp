@@ -60,14 +60,8 @@ TEST_CASE("The words of well-known formats give their interface", "[ip]")
         {"1080i25, captured", 0x02018100, SdiDataRate_1G5, false, Level_A},
         {"720p59.94, captured", 0x03011100, SdiDataRate_1G5, true, Level_A},
         {"3G A 1080p60 4:2:2", formatWord(0, 0x21, 0x10, 1), SdiDataRate_3G, false, Level_A},
-        {"2048x1080psf29.97 4:2:2", formatWord(0, 0x24, 0x17, 1), SdiDataRate_1G5, true, Level_A},
-        {"3G A 1080p29.97 RGB", formatWord(0, 0x21, 0x17, 2), SdiDataRate_3G, true, Level_A},
         {"3G B 2048x1080p50", formatWord(1, 0x23, 0x12, 1), SdiDataRate_3G, false, Level_B},
-        {"1.5G 1080p25", formatWord(0, 0x21, 0x18, 1), SdiDataRate_1G5, false, Level_A},
         {"two streams of 1080i29.97", formatWord(2, 0x20, 0x17, 1), SdiDataRate_3G, true, Level_B},
-        {"60 Hz of unknown size", formatWord(0, 0, 0x10, 1), SdiDataRate_Unknown, false, Level_A},
-        {"48 Hz of unknown size", formatWord(0, 0, 0x14, 0), SdiDataRate_3G, false, Level_A},
-        {"525 lines", formatWord(0, 0x10, 0x17, 1), SdiDataRate_270M, true, Level_A},
         {"625 lines, 4:4:4", formatWord(0, 0x11, 0x18, 2), SdiDataRate_270M, false, Level_A},
     };
     for (const Row& row : rows) {

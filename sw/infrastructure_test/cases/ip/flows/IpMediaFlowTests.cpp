@@ -20,12 +20,9 @@ template <typename Flow = IpMediaFlow>
 Flow makeFlow()
 {
     Flow flow;
-    flow.payloadType = 96;
-    flow.srcIpAddr = address("192.168.0.1");
-    flow.dstIpAddr = address("239.1.2.3");
-    flow.srcUdpPort = 5004;
-    flow.dstUdpPort = 5006;
-    flow.ssrc = 1234;
+    bool ok = false;
+    static_cast<IpMediaFlow&>(flow) =
+        IpMediaFlow::deserialise(u"96,192.168.0.1,239.1.2.3,5004,5006,1234,,0", ok);
     return flow;
 }
 

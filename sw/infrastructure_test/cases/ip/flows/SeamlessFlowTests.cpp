@@ -89,11 +89,9 @@ TEST_CASE("Media of a transmitter is held by its base", "[ip]")
 {
     TxMedia2110_Video video;
     video.flow.enable = true;
-    const std::unique_ptr<TxMedia2110> held = std::make_unique<TxMedia2110_Video>(video);
-    REQUIRE(dynamic_cast<const TxMedia2110_Video*>(held.get()) != nullptr);
-    CHECK(static_cast<const TxMedia2110_Video&>(*held) == video);
     CHECK(TxMedia2110_Video() != video);
-    CHECK(dynamic_cast<const TxMedia2110_Audio*>(held.get()) == nullptr);
+    const std::unique_ptr<TxMedia2110> held = std::make_unique<TxMedia2110_Video>(video);
+    CHECK(dynamic_cast<const TxMedia2110_Video&>(*held) == video);
     TxMedia2110_Audio audio;
     CHECK(audio == TxMedia2110_Audio());
     audio.flow.channelCount = 1;
