@@ -48,15 +48,18 @@ TEST_CASE("A fan that can't be set does not keep the others from it", "[platform
 {
     MadeMachine machine;
     addChips(machine);
-    machine.failingOpens[CHIPS[2] + "pwm0/period"] = EACCES;
-    machine.failingOpens[CHIPS[1] + "pwm0/period"] = EACCES;
     machine.failingOpens[CHIPS[1] + "pwm0/duty_cycle"] = EBUSY;
     CHECK(setFans({1, 2, 3}, true) == -1);
+    machine.takeErr();
+    machine.failingOpens[CHIPS[2] + "pwm0/period"] = EACCES;
+    CHECK(setFans({1, 2, 4}, true) == -1);
     CHECK(machine.takeErr() == CHIPS[2] + "pwm0/period: Permission denied\n" + CHIPS[1] +
-                                   "pwm0/period: Permission denied\n" + CHIPS[1] +
                                    "pwm0/duty_cycle: Device or resource busy\n");
-    CHECK(settings(machine) == std::vector<QByteArray>{"255000 1000 1", "  1", " 3000 1"});
+    CHECK(settings(machine) ==
+          std::vector<QByteArray>{"255000 1000 1", "255000  1", "255000 4000 1"});
     CHECK(setFans({1, 2, 3}, false) == 0); // they are off, which is what counts
+    machine.failingOpens = {{CHIPS[0] + "pwm0/period", EACCES}};
+    CHECK(setFans({1, 2, 3}, true) == -1);
     machine.failingOpens.clear();
     CHECK(setFans({1, 2, 3}, true) == 0);
 }
