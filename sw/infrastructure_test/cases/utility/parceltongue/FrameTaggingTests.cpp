@@ -84,11 +84,10 @@ TEST_CASE("Every sample is where the adjusted index says", "[parceltongue]")
 
 TEST_CASE("A line's width is filled up to eight words", "[parceltongue]")
 {
-    for (quint32 width = 1; width <= 17; ++width) {
-        const FieldMetrics metrics(FieldRegion(0, 0, width, 10), FieldRegion(width, 3, 0, 0));
-        const quint32 pad = width % 8 == 0 ? 0 : 8 - width % 8;
-        CHECK(getTaggedIndex(metrics, width) == 16 + width + pad + 16);
-    }
+    const auto [width, filled] =
+        GENERATE(table<quint32, quint32>({{1, 8}, {7, 8}, {8, 8}, {9, 16}, {16, 16}, {17, 24}}));
+    const FieldMetrics metrics(FieldRegion(0, 0, width, 10), FieldRegion(width, 3, 0, 0));
+    CHECK(getTaggedIndex(metrics, width) == 16 + filled + 16);
 }
 
 TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
