@@ -26,6 +26,9 @@ TEST_CASE("Tags without content are a head word and filler", "[parceltongue]")
     CHECK(ActivePictureParcelTag().getFooterWords() == Words{0x85000004, F, F, F});
     CHECK(SpacerParcelTag(0x12, 0x34).getHeaderWords() == Words{0x47123401});
     CHECK(SpacerParcelTag(0x12, 0x34).getFooterWords() == Words{0x47123401});
+    CHECK(SpacerParcelTag::NUM_WORDS_IN_HEADER_TAG() == 1);
+    CHECK(SpacerParcelTag::NUM_WORDS_IN_FOOTER_TAG() == 1);
+    CHECK(ParcelTongue::TAG_SIZE_MULTIPLE == 4); // of all others
 }
 
 TEST_CASE("A line's tag carries two line numbers and a flag", "[parceltongue]")
