@@ -25,6 +25,15 @@ int fail(int error)
 
 } // namespace
 
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> streamOf(const QByteArray& bytes)
+{
+    std::FILE* stream = std::tmpfile();
+    REQUIRE(stream);
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+    std::rewind(stream);
+    return {stream, &std::fclose};
+}
+
 MadeMachine::MadeMachine()
     : MadeMachine(std::make_unique<QTemporaryDir>())
 {
@@ -42,6 +51,7 @@ MadeMachine::MadeMachine(std::unique_ptr<QTemporaryDir> root)
 MadeMachine::~MadeMachine()
 {
     replace(before);
+    CHECK(openPaths.empty()); // all that was opened has been closed
     std::fclose(out);
     std::fclose(err);
     std::free(outText.data);

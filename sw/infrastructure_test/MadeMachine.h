@@ -6,11 +6,15 @@
 
 #include <QTemporaryDir>
 
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
+
+/// A stream that holds these bytes, to be read from its start.
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> streamOf(const QByteArray& bytes);
 
 class MadeMachine : public Tessorn::Machine
 {

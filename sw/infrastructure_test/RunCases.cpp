@@ -23,18 +23,6 @@ public:
     int abortAfter() const override { return signalTaken != 0 ? 0 : Catch::Config::abortAfter(); }
 };
 
-/// Gives access to the one member of a session that has no setter.
-template <std::shared_ptr<Catch::Config> Catch::Session::*Member>
-struct ConfigAccess
-{
-    friend std::shared_ptr<Catch::Config>& configOf(Catch::Session& session)
-    {
-        return session.*Member;
-    }
-};
-std::shared_ptr<Catch::Config>& configOf(Catch::Session& session);
-template struct ConfigAccess<&Catch::Session::m_config>;
-
 } // namespace
 
 void stopCasesOnSignal()
@@ -63,8 +51,17 @@ int runCases(int argc, char** argv)
     if (const int failure = session.applyCommandLine(argc, argv)) {
         return failure;
     }
-    configOf(session) = std::make_shared<StoppableConfig>(session.configData());
-    return session.run();
+    // What a session does when it runs, which leaves no place for a config of one's own.
+    const auto config = std::make_shared<StoppableConfig>(session.configData());
+    if (session.configData().showHelp || Catch::list(config)) {
+        return 0;
+    }
+    Catch::seedRng(*config);
+    const Catch::Totals totals = Catch::TestGroup(config).execute();
+    if (totals.error != 0 && config->warnAboutNoTests()) {
+        return 2;
+    }
+    return static_cast<int>(std::min<std::size_t>(totals.assertions.failed, 255));
 }
 
 int exitValueAfterSignal(int exitValue)

@@ -2,16 +2,16 @@
 
 usage: dissector.py INFRASTRUCTURE_LUA RECORDING
 """
-import atexit
-import os
 import pathlib
 import random
 import re
 import shutil
 import struct
-import subprocess
 import sys
 import tempfile
+
+import namespaces
+from programs import check, json_packet, packet, records, run
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[3] / "tools"))
 import protocol_tables  # noqa: E402
@@ -30,13 +30,6 @@ Packet Link, DatacorePacket configCoreRouter/input1/equaliser write 0
     Client ID: 213070643354074
     Packet ID: 0
 """
-
-
-def check(holds, what, seen=""):
-    if not holds:
-        print(f"FAILED: {what}\n{seen}")
-        sys.exit(1)
-    print(f"passed: {what}")
 
 
 class Capture:
@@ -64,69 +57,44 @@ class Capture:
         return self.client_port
 
 
-def read_recording(path):
-    """(is the server's, bytes) for each record."""
-    content = path.read_bytes()
-    at = 24
-    pieces = []
-    while at < len(content):
-        _, kind, size = struct.unpack_from(">QBI", content, at)
-        if kind < 2:
-            pieces.append((kind == 1, content[at + 13:at + 13 + size]))
-        at += 13 + size
-    return pieces
-
-
-def packet(kind, payload, size=None):
-    return struct.pack(">HHI", kind, 0, len(payload) if size is None else size) + payload
-
-
-def json_packet(text):
-    return packet(0x1010, struct.pack(">I", len(text)) + text)
-
-
 def main(script, recording):
     if shutil.which("tshark") is None:
         print("tshark is not installed, the dissector is not tested")
-        sys.exit(77)
-    directory = pathlib.Path(tempfile.mkdtemp())
-    atexit.register(shutil.rmtree, directory, ignore_errors=True)
-    # Nobody's own preferences and plugins.
-    environment = {**os.environ, "HOME": str(directory), "WIRESHARK_CONFIG_DIR": str(directory)}
+        sys.exit(namespaces.SKIPPED)
+    folder = tempfile.TemporaryDirectory()
 
     def tshark(capture, *words):
-        path = directory / "link.pcap"
-        path.write_bytes(capture.content)
-        result = subprocess.run(["tshark", "-X", f"lua_script:{script}", "-n", "-r", str(path),
-                                 *words], capture_output=True, text=True, errors="replace",
-                                timeout=60, check=False, env=environment)
+        path = f"{folder.name}/link.pcap"
+        pathlib.Path(path).write_bytes(capture.content)
+        # In a home of its own: nobody's preferences and plugins.
+        result = run("tshark", "-X", f"lua_script:{script}", "-n", "-r", path, *words,
+                     HOME=folder.name, WIRESHARK_CONFIG_DIR=folder.name)
         check(result.returncode == 0 and "Lua" not in result.stdout + result.stderr,
               f"tshark runs, {words[:2]}", result.stderr + result.stdout[:2000])
         return result.stdout
 
-    link = read_recording(pathlib.Path(recording))
+    link = [(kind == 1, data) for *_, kind, data in records(recording) if kind < 2]
     capture = Capture()
     capture.add(link, 1460)
     text = tshark(capture, "-O", "infrastructure,json", "-Y", "infrastructure.packet_id == 0 and "
                   f"tcp.dstport == {SERVER_PORT}")
-    begin = text.find("Packet Link")
     end = text.find("    JavaScript Object Notation")
-    check(text[begin:end] == WRITE, "one write is shown as expected", text)
+    check(text[text.find("Packet Link"):end] == WRITE, "one write is shown as expected", text)
     check(re.search(r"Member: data.*?String value: 99", text[end:], re.S), "and its JSON", text)
 
     # All of this in one capture, told apart by port.
     garbage = b"\x10\x0f\x10\xff\x10\x10\0\0\xff\xff\xff\xff\0"
     garbled = [(is_server, garbage + data) for is_server, data in link]
     numbers = random.Random(3)
-    types = sorted(protocol_tables.read_types())[1:]
-    records = [(1, packet(kind, numbers.randbytes(numbers.randrange(40)))) for kind in types]
+    every = [(1, packet(numbers.randbytes(numbers.randrange(40)), kind))
+             for kind in protocol_tables.read_types() if kind != 0x1010]
     capture = Capture()
     whole = capture.add(link, 1460)
     same = [capture.add(link, size) for size in (1, 7, 8, 13, 100)]
     same.append(capture.add(link, 1460, server_port=5555))
     mixed = [capture.add(garbled, size) for size in (1460, 64, 9)]
     other = capture.add([(0, b"GET / HTTP/1.1\r\n\r\n")], 1460, server_port=5556)
-    raw = capture.add(records, 20)
+    raw = capture.add(every, 20)
     rows = {}
     for line in tshark(capture, "-T", "fields", "-E", "occurrence=a", "-E", "aggregator=;",
                        *(word for name in ("type", "class", "path", "client_id", "packet_id",
@@ -158,8 +126,8 @@ def main(script, recording):
             b'{"Class":"\xff\xfe","PacketID":1e300}', b'{"PacketID":1.5,"Class":7}', b"\0" * 9,
             b"[" * 100000, b'{"a":' * 3000 + b"1" + b"}" * 3000,
             b'["Class","x"]', b'{"Class":"","PacketID":-2147483649}')]
-    bad += [packet(0x1010, b""), packet(0x1010, b"\0\0"), packet(0x1011, b""),
-            packet(0x1029, b"x", 0x7FFFFFFF), packet(0x1013, b"x", 0xFFFFFFFF)]
+    bad += [packet(b""), packet(b"\0\0"), packet(b"", 0x1011), packet(b"x", 0x1029, 0x7FFFFFFF),
+            packet(b"x", 0x1013, 0xFFFFFFFF)]
     bad += [numbers.randbytes(500) for _ in range(20)]
     bad += [bytes(numbers.choice(b'\x10\x10\x13\0\0\0\2"{}[]:,\\C') for _ in range(300))
             for _ in range(50)]

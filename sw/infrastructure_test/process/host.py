@@ -9,29 +9,16 @@ import signal
 import socket
 import subprocess
 import sys
-import tempfile
 import threading
 import xml.etree.ElementTree
 
 import namespaces
+from programs import check, run
 
 PORT = 4004
 ENSURE = "Ensure tests passed"
 # A few quick cases stand for all: the cases themselves are CTest's own business.
 FEW_CASES = f"{ENSURE},Socket errors have names,Parity bits*"
-
-
-def run(host, *words):
-    return subprocess.run([host, *words], capture_output=True, text=True, timeout=300, check=False)
-
-
-def check(holds, what, result=None):
-    if not holds:
-        print(f"FAILED: {what}")
-        if result is not None:
-            print(f"exit {result.returncode}\n{result.stdout}\n{result.stderr}")
-        sys.exit(1)
-    print(f"passed: {what}")
 
 
 def junit_cases(report):
@@ -46,12 +33,10 @@ def listen_to_log():
     namespaces.mount_empty(kept)
     devices = ["null", "zero", "urandom"]
     for name in devices:
-        open(f"{kept}/{name}", "w").close()
-        namespaces.bind(f"/dev/{name}", f"{kept}/{name}")
+        namespaces.bind_file(f"/dev/{name}", f"{kept}/{name}")
     namespaces.mount_empty("/dev")
     for name in devices:
-        open(f"/dev/{name}", "w").close()
-        namespaces.bind(f"{kept}/{name}", f"/dev/{name}")
+        namespaces.bind_file(f"{kept}/{name}", f"/dev/{name}")
     return LogSocket()
 
 
@@ -80,10 +65,9 @@ def check_log_lines(log, result):
     # <priority>time program: text, the priority being facility user (1) times 8 plus the severity.
     form = re.compile(r"<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d infrastructure_test: "
                       r"\[\d\d/\d\d/\d\d\]\[tid:\d+\]\[([TDIWEC])\]> ([^\n]*)")
-    lines = log.read_until("multiple '='")
     severities = {"I": 6, "W": 4, "E": 3, "C": 2}
     texts = []
-    for line in lines:
+    for line in log.read_until("multiple '='"):
         match = form.fullmatch(line)
         check(match is not None, f"the log line has the stated form: {line!r}")
         check(int(match[1]) == 8 + severities[match[2]], f"its priority is user.{match[2]}")
@@ -115,17 +99,13 @@ def main(host):
     result = run(host, "testSources=/x", ENSURE, "a=b=c")
     check_log_lines(log, result)
 
-    result = run(host, "testSources=/x", FEW_CASES)
-    check(result.returncode == 0 and "All tests passed" in result.stdout, "the host passes", result)
-
-    result = run(host, "testSources=/x", "-r", "junit", ENSURE)
-    check(junit_cases(result.stdout) == {ENSURE: False},
-          "with testSources first the runner takes the words behind it", result)
-    result = run(host, "-r", "junit", ENSURE)
-    check(junit_cases(result.stdout) == {ENSURE: False},
-          "without testSources the runner takes all words", result)
+    for words in (["testSources=/x"], []):
+        result = run(host, *words, "-r", "junit", ENSURE)
+        check(result.returncode == 0 and junit_cases(result.stdout) == {ENSURE: False},
+              f"the host passes, and its runner takes the words behind {words}", result)
     result = run(host, "testSources=/x", "-w", "NoTests", "No such case at all")
-    check(result.returncode == 0 and "No test" in result.stdout, "the runner's result does not reach the exit value", result)
+    check(result.returncode == 0 and "No test" in result.stdout,
+          "the runner's result does not reach the exit value", result)
 
     for number in (signal.SIGTERM, signal.SIGINT):
         check_signal(host, log, number)
@@ -140,11 +120,10 @@ def main(host):
           "with the port taken the host ends with 1 though all cases pass", passing)
     check(passing.stderr == f"{host}: TCP port {PORT}: The bound address is already in use\n",
           "and says so", passing)
-    check(result.returncode == 1, "with the port taken the host ends with 1", result)
     cases = junit_cases(result.stdout)
-    check(len(cases) == 3, "with the port taken the cases still run", result)
-    check([name for name, failed in cases.items() if failed] == [ENSURE],
-          f"'{ENSURE}' fails, and nothing else", result)
+    check(result.returncode == 1 and len(cases) == 3 and
+          [name for name, failed in cases.items() if failed] == [ENSURE],
+          f"the cases still run, '{ENSURE}' fails and nothing else", result)
     lines = log.read_until("----- FAILED -----")
     check(any("[E]> ABORTING TESTS" in line for line in lines), "the log says why", result)
 

@@ -7,9 +7,10 @@ import glob
 import os
 import re
 import shlex
-import subprocess
 import sys
 import tempfile
+
+from programs import check, run
 
 EXPECTED = """\
 config/level = 175 (Stored number is Oversized)
@@ -19,16 +20,9 @@ config/level = 175 (Stored number is Oversized)
 WITH_OPTIONS = ("datacore_client", "datacore_server", "make_frame", "replay", "show_captions")
 
 
-def check(holds, what, shown=""):
-    if not holds:
-        print(f"FAILED: {what} {shown}")
-        sys.exit(1)
-    print(f"passed: {what}")
-
-
-def run(*words, **variables):
-    result = subprocess.run(words, capture_output=True, text=True, timeout=300, check=False,
-                            env={**os.environ, **variables})
+def do(*words, **variables):
+    """What a program prints that has to succeed."""
+    result = run(*words, **variables)
     check(result.returncode == 0, shlex.join(words), result.stdout + result.stderr)
     return result.stdout
 
@@ -40,39 +34,32 @@ def only(pattern):
     return found[0]
 
 
-class Consumer:
-    """A project that is built against what is below a prefix, and run."""
+def check_consumer(program, prefix, what):
+    folder = os.path.dirname(only(f"{prefix}/lib/**/libinfrastructure_core.so"))
+    loaded = do("ldd", program, LD_LIBRARY_PATH=folder)
+    check(not re.search("libsensors|libQt5Gui|infrastructure_board", loaded),
+          "a mirror loads neither sensors nor pictures", loaded)
+    output = do(program, LD_LIBRARY_PATH=folder)
+    check(output == EXPECTED, what, output)
 
-    def __init__(self, source, cmake, cxx):
-        self.source, self.cmake, self.cxx = source, cmake, cxx
 
-    def check_output(self, program, prefix, what):
-        library = glob.glob(f"{prefix}/lib/**/libinfrastructure_core.so", recursive=True)[0]
-        folder = os.path.dirname(library)
-        loaded = run("ldd", program, LD_LIBRARY_PATH=folder)
-        check(not re.search("libsensors|libQt5Gui|infrastructure_board", loaded),
-              "a mirror loads neither sensors nor pictures", loaded)
-        output = run(program, LD_LIBRARY_PATH=folder)
-        check(output == EXPECTED, what, output)
+def check_find_package(prefix, source, cmake, cxx):
+    with tempfile.TemporaryDirectory() as folder:
+        do(cmake, "-G", "Ninja", "-S", source, "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}",
+           f"-DCMAKE_CXX_COMPILER={cxx}")
+        do(cmake, "--build", folder)
+        check_consumer(f"{folder}/consumer", prefix, f"find_package works with {prefix}")
 
-    def find_package(self, name, prefix):
-        with tempfile.TemporaryDirectory() as folder:
-            run(self.cmake, "-G", "Ninja", "-S", self.source, "-B", folder,
-                f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={self.cxx}")
-            run(self.cmake, "--build", folder)
-            self.check_output(f"{folder}/consumer", prefix, f"find_package works with the {name}")
 
-    def pkg_config(self, name, prefix):
-        with tempfile.TemporaryDirectory() as folder:
-            path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
-            every = run("pkg-config", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
-            check(re.findall("-linfrastructure_([a-z]+)", every) == ["link", "media", "board", "core"],
-                  "pkg-config knows all libraries", every)
-            flags = run("pkg-config", "--cflags", "--libs", "infrastructure-link",
-                        PKG_CONFIG_PATH=path)
-            run(self.cxx, "-std=c++17", f"{self.source}/main.cpp", "-o", f"{folder}/consumer",
-                *shlex.split(flags))
-            self.check_output(f"{folder}/consumer", prefix, f"pkg-config works with the {name}")
+def check_pkg_config(prefix, source, cxx):
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
+        every = do("pkg-config", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
+        check(re.findall("-linfrastructure_([a-z]+)", every) == ["link", "media", "board", "core"],
+              "pkg-config knows all libraries", every)
+        flags = do("pkg-config", "--cflags", "--libs", "infrastructure-link", PKG_CONFIG_PATH=path)
+        do(cxx, "-std=c++17", f"{source}/main.cpp", "-o", f"{folder}/consumer", *shlex.split(flags))
+        check_consumer(f"{folder}/consumer", prefix, f"pkg-config works with {prefix}")
 
 
 def check_tools(prefix):
@@ -80,27 +67,25 @@ def check_tools(prefix):
         check(os.path.exists(f"{prefix}/share/man/man1/{tool}.1"), f"{tool} has a manual page")
     for tool in WITH_OPTIONS:
         # Found without a word of where the library is.
-        told = set(re.findall(r"--([a-z0-9]+)\b(?!-)", run(f"{prefix}/bin/{tool}", "--help",
-                                                          LD_LIBRARY_PATH="")))
+        text = do(f"{prefix}/bin/{tool}", "--help", LD_LIBRARY_PATH="")
+        told = set(re.findall(r"--([a-z0-9]+)\b(?!-)", text))
         with open(f"{prefix}/share/man/man1/{tool}.1", encoding="utf-8") as page:
             written = set(re.findall(r"^\.It.*Fl Fl (\S+)", page.read(), re.MULTILINE))
         check(told == written, f"the options of {tool} are those of its page", (told, written))
-        refused = subprocess.run([f"{prefix}/bin/{tool}", "--nonsense"], capture_output=True,
-                                 text=True, timeout=300, check=False, cwd=prefix)
+        refused = run(f"{prefix}/bin/{tool}", "--nonsense")
         check(refused.returncode == 2 and "nonsense" in refused.stderr,
               f"{tool} refuses an option that it does not have", refused)
 
 
 def unpack_packages(build, folder, cmake_folder):
     """Packs, checks what the packages ask for, and unpacks them all in one place."""
-    run(f"{cmake_folder}/cpack", "--config", f"{build}/CPackConfig.cmake",
-        "-G", "DEB", "-B", folder)
+    do(f"{cmake_folder}/cpack", "--config", f"{build}/CPackConfig.cmake", "-G", "DEB", "-B", folder)
     depends = {}
     for package in glob.glob(f"{folder}/*.deb"):
-        name, version, text = run("dpkg-deb", "-W", "--showformat",
-                                  "${Package}|${Version}|${Depends}", package).split("|", 2)
+        name, version, text = do("dpkg-deb", "-W", "--showformat",
+                                 "${Package}|${Version}|${Depends}", package).split("|", 2)
         depends[name] = set(text.split(", "))
-        run("dpkg", "-x", package, f"{folder}/root")
+        do("dpkg", "-x", package, f"{folder}/root")
     runtime = only(f"{folder}/root/usr/lib/**/libinfrastructure_core.so.?.?")
     runtime = "libinfrastructure" + runtime.rsplit(".so.", 1)[1]
     same = f"{runtime} (= {version})"
@@ -117,15 +102,14 @@ def unpack_packages(build, folder, cmake_folder):
 
 
 def main(build, source, cmake, cxx):
-    consumer = Consumer(source, cmake, cxx)
     with tempfile.TemporaryDirectory() as folder:
         prefix = f"{folder}/prefix"
-        run(cmake, "--install", build, "--prefix", prefix)
-        consumer.find_package("installed tree", prefix)
-        consumer.pkg_config("installed tree", prefix)
+        do(cmake, "--install", build, "--prefix", prefix)
+        check_find_package(prefix, source, cmake, cxx)
+        check_pkg_config(prefix, source, cxx)
         check_tools(prefix)
         packed = unpack_packages(build, f"{folder}/packages", os.path.dirname(cmake))
-        consumer.find_package("unpacked packages", packed)
+        check_find_package(packed, source, cmake, cxx)
 
 
 if __name__ == "__main__":

@@ -14,12 +14,13 @@
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSet>
 #include <QSocketNotifier>
 #include <QTcpSocket>
 #include <QTimer>
 
 #include <cstdio>
-#include <iostream>
 #include <random>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -66,23 +67,16 @@ private:
 
     void onNames()
     {
-        ClientDatacoreRegistry& registry = manager.getRegistry();
-        missingValues = registry.getCount();
-        const QStringList paths = registry.getPaths();
-        leaves.clear();
+        const QStringList paths = manager.getRegistry().getPaths();
+        leaves = paths.filter(QRegularExpression(QStringLiteral("^configCoreRouter/")));
+        missing = {paths.begin(), paths.end()};
         for (const QString& path : paths) {
-            ClientDatacore* datacore = registry.lookup(path);
-            if (path.startsWith(QLatin1String("configCoreRouter/"))) {
-                leaves.append(path);
-            }
-            connect(datacore, &ClientDatacore::datacoreInSyncWithServer, this, [this, path] {
-                if (!filled.contains(path)) {
-                    filled.append(path);
-                    if (filled.size() == missingValues) {
-                        answer("ready");
-                    }
-                }
-            });
+            connect(manager.getRegistry().lookup(path), &ClientDatacore::datacoreInSyncWithServer,
+                    this, [this, path] {
+                        if (missing.remove(path) && missing.isEmpty()) {
+                            answer("ready");
+                        }
+                    });
         }
     }
 
@@ -90,11 +84,7 @@ private:
     {
         char bytes[4096];
         const ssize_t size = ::read(STDIN_FILENO, bytes, sizeof bytes);
-        if (size <= 0) {
-            QCoreApplication::quit();
-            return;
-        }
-        waiting.append(bytes, static_cast<int>(size));
+        waiting += size > 0 ? QByteArray(bytes, static_cast<int>(size)) : "quit\n";
         for (int end = waiting.indexOf('\n'); end >= 0; end = waiting.indexOf('\n')) {
             const QByteArray command = waiting.left(end);
             waiting.remove(0, end + 1);
@@ -157,8 +147,7 @@ private:
         ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
         const QByteArray half = QByteArray::fromHex("1010000000000100");
         static_cast<void>(!::send(descriptor, half.constData(), size_t(half.size()), MSG_NOSIGNAL));
-        filled.clear();
-        start(); // replaces the old link, which is closed
+        start(); // takes the place of the old link, which is closed
     }
 
     bool isSettled()
@@ -217,9 +206,8 @@ private:
     QSocketNotifier input{STDIN_FILENO, QSocketNotifier::Read};
     QByteArray waiting;
     QStringList leaves;
-    QStringList filled;
+    QSet<QString> missing; ///< without a value yet
     int descriptor = -1;
-    int missingValues = 0;
     int writesLeft = 0;
 };
 
@@ -228,10 +216,6 @@ private:
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s PORT SEED\n", argv[0]);
-        return 2;
-    }
     MirrorClient client(static_cast<quint16>(QByteArray(argv[1]).toUInt()),
                         QByteArray(argv[2]).toUInt());
     return app.exec();

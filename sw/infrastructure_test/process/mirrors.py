@@ -9,28 +9,13 @@ import random
 import re
 import signal
 import socket
-import struct
 import subprocess
 import sys
 
+from programs import EQUALISER, Listening, check, json_packet, run
+
 WRITES = 10000
-JSON_TYPE = 0x1010
 CHANGING = "statusCoreRouter/framesSeen"  # the server changes it all the time
-
-
-def check(holds, what):
-    if not holds:
-        print(f"FAILED: {what}")
-        sys.exit(1)
-    print(f"passed: {what}")
-
-
-def packet(payload, packet_type=JSON_TYPE, size=None):
-    return struct.pack(">HHI", packet_type, 0, len(payload) if size is None else size) + payload
-
-
-def json_packet(text, length=None):
-    return packet(struct.pack(">I", len(text) if length is None else length) + text)
 
 
 class Mirror:
@@ -50,9 +35,13 @@ class Mirror:
         line = self.read()
         check(line == answer, f"{self.process.pid} answers {answer!r} ({line!r})")
 
-    def values(self):
-        self.tell("dump")
-        return json.loads(self.read())
+    def ask(self, command, answer):
+        self.tell(command)
+        self.expect(answer)
+
+    def quit(self):
+        self.tell("quit")
+        check(self.process.wait(60) == 0, "a mirror ends cleanly")
 
 
 def flatten(tree, path=""):
@@ -67,10 +56,19 @@ def flatten(tree, path=""):
     return values
 
 
-def start_server(program):
-    """The process and the port at which it listens."""
-    server = subprocess.Popen([program, "--port", "0"], stdout=subprocess.PIPE, text=True)
-    return server, int(re.search(r"port (\d+)", server.stdout.readline())[1])
+def check_mirrors(mirrors, tool):
+    """All that the server holds is in each mirror, but for the value that goes on changing."""
+    dump = tool("dump")
+    check(dump.returncode == 0, "the tool dumps all values", dump)
+    expected = flatten(json.loads(dump.stdout))
+    expected.pop(CHANGING)
+    for number, mirror in enumerate(mirrors):
+        mirror.ask("sync", "synced")
+        mirror.tell("dump")
+        values = json.loads(mirror.read())
+        values.pop(CHANGING)
+        check(values == expected, f"mirror {number} holds the server's {len(expected)} values",
+              {path: values.get(path) for path in expected if values.get(path) != expected[path]})
 
 
 def check_repeated_value(client_program):
@@ -91,15 +89,12 @@ def check_repeated_value(client_program):
 
 
 def main(server_program, client_program, mirror_program):
-    server, port = start_server(server_program)
-
     def tool(*words):
-        return subprocess.run([client_program, "--port", str(port), "--timeout", "200000", *words],
-                              capture_output=True, text=True, timeout=300, check=False)
+        return run(client_program, "--port", str(server.port), "--timeout", "200000", *words)
 
-    try:
-        mirrors = [Mirror(mirror_program, port, seed) for seed in (1, 2, 3)]
-        victim = Mirror(mirror_program, port, 4)
+    with Listening(server_program, "--port", "0") as server:
+        mirrors = [Mirror(mirror_program, server.port, seed) for seed in (1, 2, 3)]
+        victim = Mirror(mirror_program, server.port, 4)
         for mirror in mirrors:
             mirror.tell(f"write {WRITES // 3 + 1}")
         victim.tell("write 1000000")
@@ -109,47 +104,30 @@ def main(server_program, client_program, mirror_program):
         victim.process.send_signal(signal.SIGKILL)
         check(victim.process.wait(10) == -signal.SIGKILL, "a client was killed in the middle")
         mirrors[2].expect("written")
-        mirrors[2].tell("reset")
-        mirrors[2].expect("ready")
+        mirrors[2].ask("reset", "ready")
         mirrors[2].tell("write 100")
         for mirror in mirrors:
             mirror.expect("written")
         for mirror in mirrors:
-            mirror.tell("settle")
-            mirror.expect("settled")
-
-        dump = tool("dump")
-        check(dump.returncode == 0, "the tool dumps all values")
-        expected = flatten(json.loads(dump.stdout))
+            mirror.ask("settle", "settled")
+        check_mirrors(mirrors, tool)
         for mirror in mirrors:
-            mirror.tell("sync")
-            mirror.expect("synced")
-        expected.pop(CHANGING)
-        for number, mirror in enumerate(mirrors):
-            values = mirror.values()
-            values.pop(CHANGING)
-            wrong = {path for path in expected if values.get(path) != expected[path]}
-            check(values.keys() == expected.keys() and not wrong,
-                  f"mirror {number} holds the server's {len(expected)} values {wrong or ''}")
-        for mirror in mirrors:
-            mirror.tell("quit")
-            check(mirror.process.wait(10) == 0, "a mirror ends cleanly")
+            mirror.quit()
 
         check_repeated_value(client_program)
         check(tool("get", "no/such/path").returncode == 1, "an unknown path is an error")
-        check("invalid" in tool("set", "configCoreRouter/input1/equaliser", "99").stdout,
+        check("invalid" in tool("set", EQUALISER, "99").stdout,
               "a value out of range is kept and reported")
-        with subprocess.Popen([client_program, "--port", str(port), "watch", "configCoreRouter"],
-                              stdout=subprocess.PIPE, env={**os.environ, "LC_ALL": "fa_IR.UTF-8"}) as watch:
+        with subprocess.Popen([client_program, "--port", str(server.port), "watch",
+                               "configCoreRouter"], stdout=subprocess.PIPE,
+                              env={**os.environ, "LC_ALL": "fa_IR.UTF-8"}) as watch:
             line = watch.stdout.readline()
             watch.terminate()
         check(re.match(rb"[0-9]{2}(:[0-9]{2}){2}\.[0-9]{3} configCoreRouter/", line),
               f"a time has the same digits in every locale {line}")
-        server.send_signal(signal.SIGINT)
-        check(server.wait(10) == 0, "the server ends cleanly on Ctrl-C")
+        server.process.send_signal(signal.SIGINT)
+        check(server.process.wait(10) == 0, "the server ends cleanly on Ctrl-C")
         check(tool("list").returncode == 1, "without a server the tool fails")
-    finally:
-        server.kill()
 
 
 if __name__ == "__main__":

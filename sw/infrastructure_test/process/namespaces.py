@@ -37,6 +37,7 @@ def mount_empty(path):
     _check(_libc.mount(b"none", path.encode(), b"tmpfs", 0, None))
 
 
-def bind(source, target):
-    """Shows a file or folder at another place as well."""
+def bind_file(source, target):
+    """Shows a file or device at another place as well."""
+    open(target, "w").close()
     _check(_libc.mount(source.encode(), target.encode(), None, MS_BIND, None))

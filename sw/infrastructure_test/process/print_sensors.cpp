@@ -20,14 +20,10 @@ void print(const Sensors& sensors)
 {
     QJsonArray readings;
     for (const SensorReading& reading : sensors.readings()) {
-        readings.append(QJsonObject{
-            {QStringLiteral("key"), reading.sourceKey},
-            {QStringLiteral("name"), reading.displayName},
-            {QStringLiteral("required"), reading.required},
-            {QStringLiteral("limits"), QJsonArray{reading.lowWarning, reading.highWarning,
-                                                  reading.lowLimit, reading.highLimit}},
-            {QStringLiteral("value"), reading.value},
-        });
+        const QJsonArray limits{reading.lowWarning, reading.highWarning, reading.lowLimit,
+                                reading.highLimit};
+        readings.append(QJsonArray{reading.sourceKey, reading.displayName, reading.required, limits,
+                                   reading.value});
     }
     QJsonArray missing;
     for (const auto& [key, entry] : sensors.getEntries()) {
@@ -58,9 +54,6 @@ int main(int argc, char** argv)
             sensors.update();
             print(sensors);
         }
-    } catch (const Sensors::InitError& error) {
-        std::printf("init error %d: %s\n", error.getCode(), error.what());
-        return 1;
     } catch (const std::runtime_error& error) {
         std::printf("error: %s\n", error.what());
         return 1;

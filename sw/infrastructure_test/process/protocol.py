@@ -11,6 +11,8 @@ import struct
 import subprocess
 import sys
 
+from programs import EQUALISER, Listening, check, run
+
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 sys.path += [str(ROOT / "tools"), str(ROOT / "examples")]
 import client  # noqa: E402
@@ -18,14 +20,6 @@ import protocol_tables  # noqa: E402
 
 DOCUMENT = (ROOT / "docs/protocol.md").read_text()
 EXAMPLE_ID = "213070643340000"  # the client's id in the document's examples
-EQUALISER = "configCoreRouter/input1/equaliser"
-
-
-def check(holds, what):
-    if not holds:
-        print(f"FAILED: {what}")
-        sys.exit(1)
-    print(f"passed: {what}")
 
 
 def blocks(language):
@@ -38,17 +32,15 @@ def hexadecimal(block):
 
 
 def check_client(port):
-    def run(*words):
-        return subprocess.run([sys.executable, str(ROOT / "examples/client.py"), str(port), *words],
-                              capture_output=True, text=True, timeout=30, check=False)
+    def ask(*words):
+        return run(sys.executable, str(ROOT / "examples/client.py"), str(port), *words)
 
-    check(EQUALISER in run("list").stdout.splitlines(), "it lists the paths")
-    check(run("get", EQUALISER).stdout == "4 valid\n", "it gets a value")
-    check(run("set", EQUALISER, "99").stdout == "99 invalid [4]\n",
-          "a write is acknowledged with the server's reasons")
-    check(run("set", EQUALISER, "9").stdout == "9 valid\n", "another is valid")
-    check(run("get", EQUALISER).stdout == "9 valid\n", "the server holds it")
-    missing = run("get", "no/such/path")
+    check(EQUALISER in ask("list").stdout.splitlines(), "it lists the paths")
+    for words, answer in (("get", "4 valid\n"), ("set 99", "99 invalid [4]\n"),
+                          ("set 9", "9 valid\n"), ("get", "9 valid\n")):
+        command, *value = words.split()
+        check(ask(command, EQUALISER, *value).stdout == answer, f"{words} is answered {answer!r}")
+    missing = ask("get", "no/such/path")
     check(missing.returncode == 1 and "no/such/path" in missing.stderr, "an unknown path is told")
 
 
@@ -140,28 +132,20 @@ def check_records(echo_packets):
     check({int.from_bytes(packet[:2], "big") for packet in by_hand} == set(without_layout),
           "the others have a dump each")
     packets += by_hand
-    lines = "\n".join(packet.hex() for packet in packets)
+    lines = "".join(packet.hex() + "\n" for packet in packets)
     echoes = subprocess.run([echo_packets], input=lines, capture_output=True, text=True, timeout=30,
-                            check=True).stdout.split("\n")[:-1]
-    for packet, echo in zip(packets, echoes, strict=True):
-        check(packet.hex() == echo, f"0x{packet[:2].hex()} of {len(packet)} bytes is read and "
-              "written as the document has it")
+                            check=True).stdout
+    check(echoes == lines, "each packet is read and written as the document has it",
+          set(echoes.split()) ^ set(lines.split()))
 
 
 def main(server_program, echo_packets):
     check_records(echo_packets)
-    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
-    try:
-        port = int(re.search(r"port (\d+)", server.stdout.readline())[1])
-        check_examples(port)
-        check_ids(port)
-    finally:
-        server.kill()
-    server = subprocess.Popen([server_program, "--port", "0"], stdout=subprocess.PIPE, text=True)
-    try:
-        check_client(int(re.search(r"port (\d+)", server.stdout.readline())[1]))
-    finally:
-        server.kill()
+    with Listening(server_program, "--port", "0") as server:
+        check_client(server.port)
+    with Listening(server_program, "--port", "0") as server:
+        check_examples(server.port)
+        check_ids(server.port)
 
 
 if __name__ == "__main__":

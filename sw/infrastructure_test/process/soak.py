@@ -14,21 +14,20 @@ import signal
 import socket
 import statistics
 import struct
-import subprocess
 import sys
 import threading
 import time
 
-from mirrors import (CHANGING, JSON_TYPE, Mirror, check, flatten, json_packet, packet,
-                     start_server)
+from mirrors import Mirror, check_mirrors
+from programs import EQUALISER, JSON_TYPE, Listening, check, json_packet, packet, run
 
 CLIENTS = 10
 GARBAGE_LINKS = 3             # at work at one time
 PATIENCE_S = 60               # for an answer; a mirror that takes longer has lost something
 GROWTH_LIMIT_KIB = 1024       # in ten minutes less than 100 bytes for each link of garbage
 LINGER_RESET = struct.pack("ii", 1, 0)
-PATHS = ("configCoreRouter/input1/equaliser", "configCoreRouter/input2/label",
-         "configCoreRouter/subImages", "commandCoreRouter/seek", "configCoreRouter")
+PATHS = (EQUALISER, "configCoreRouter/input2/label", "configCoreRouter/subImages",
+         "commandCoreRouter/seek", "configCoreRouter")
 
 
 class Client(threading.Thread):
@@ -218,33 +217,16 @@ def wait_for(condition):
     return True
 
 
-def check_mirrors(mirrors, port, client_program):
-    dump = subprocess.run([client_program, "--port", str(port), "--timeout", "20000", "dump"],
-                          capture_output=True, text=True, timeout=PATIENCE_S, check=False)
-    check(dump.returncode == 0, "the tool dumps all values")
-    expected = flatten(json.loads(dump.stdout))
-    expected.pop(CHANGING)
-    for number, mirror in enumerate(mirrors):
-        mirror.tell("sync")
-        mirror.expect("synced")
-        values = mirror.values()
-        values.pop(CHANGING)
-        wrong = {path for path in expected if values.get(path) != expected[path]}
-        check(values.keys() == expected.keys() and not wrong,
-              f"mirror {number} holds the server's {len(expected)} values {wrong or ''}")
-
-
 def main(server_program, client_program, mirror_program, *flags):
     seconds = float(os.environ.get("SOAK_SECONDS", "10"))
     seed = int(os.environ.get("SOAK_SEED", random.randrange(10**6)))
     print(f"{seconds:g} s, SOAK_SEED={seed}", flush=True)
-    server, port = start_server(server_program)
-    clients = []
-    try:
+    with Listening(server_program, "--port", "0") as listening:
+        server, port = listening.process, listening.port
         files_before = open_files(server.pid)
         end = time.monotonic() + seconds
         memory = MemoryLog(server.pid)
-        clients += [Client(mirror_program, port, seed + i, end) for i in range(CLIENTS)]
+        clients = [Client(mirror_program, port, seed + i, end) for i in range(CLIENTS)]
         sources = [GarbageSource(port, seed + 100 + i, end) for i in range(GARBAGE_LINKS)]
         for thread in [memory, *clients, *sources]:
             thread.start()
@@ -256,15 +238,16 @@ def main(server_program, client_program, mirror_program, *flags):
               f"{sum(s.links for s in sources)} links with {sum(s.bytes for s in sources)} bytes of "
               f"garbage")
         check(server.poll() is None, "the server lives")
-        check(not stuck, f"every write is acknowledged {[clients[i].wrong for i in stuck] or ''}")
+        check(not stuck, "every write is acknowledged", [clients[i].wrong for i in stuck])
         check(not any(s.is_alive() or s.error for s in sources) and
-              all(s.links > 0 for s in sources),
-              f"garbage arrived until the end {[s.error for s in sources if s.error] or ''}")
+              all(s.links > 0 for s in sources), "garbage arrived until the end",
+              [s.error for s in sources])
         check(all(c.writes > 0 for c in clients), "every client wrote")
         check(wait_for(lambda: open_files(server.pid) == files_before + CLIENTS),
               f"the server has no files open but its clients' ({open_files(server.pid)})")
 
-        check_mirrors([client.mirror for client in clients], port, client_program)
+        check_mirrors([client.mirror for client in clients], lambda command: run(
+            client_program, "--port", str(port), "--timeout", "20000", command))
 
         if "--sanitized" not in flags:
             early = memory.median(seconds / 10, seconds / 5)
@@ -273,14 +256,9 @@ def main(server_program, client_program, mirror_program, *flags):
                   f"the server's memory is flat: {early:.0f} KiB in the second tenth of the time, "
                   f"{late:.0f} KiB in the last, {late - early:+.0f} of {GROWTH_LIMIT_KIB} allowed")
         for client in clients:
-            client.mirror.tell("quit")
-            check(client.mirror.process.wait(PATIENCE_S) == 0, "a mirror ends cleanly")
+            client.mirror.quit()
         server.send_signal(signal.SIGINT)
         check(server.wait(PATIENCE_S) == 0, "the server ends cleanly")
-    finally:
-        server.kill()
-        for client in clients:
-            client.mirror.process.kill()
 
 
 if __name__ == "__main__":

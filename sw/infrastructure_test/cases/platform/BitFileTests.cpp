@@ -2,24 +2,18 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/MadeMachine.h"
 
-#include <cstring>
-
 namespace {
-
-QByteArray number16(int value)
-{
-    return QByteArray(1, static_cast<char>(value >> 8)) + static_cast<char>(value);
-}
 
 QByteArray field(char tag, const QByteArray& text)
 {
-    return tag + number16(text.size()) + text;
+    const int size = text.size();
+    return QByteArray(1, tag) + static_cast<char>(size >> 8) + static_cast<char>(size) + text;
 }
 
 /// A text with the NUL that its length counts.
-QByteArray closed(const char* text)
+QByteArray closed(const QByteArray& text)
 {
-    return QByteArray(text, static_cast<int>(std::strlen(text)) + 1);
+    return text + '\0';
 }
 
 struct Parts
@@ -31,22 +25,16 @@ struct Parts
     QByteArray device = field('b', closed("xcku040-ffva1156-2-e"));
     QByteArray date = field('c', closed("2020/06/16"));
     QByteArray time = field('d', closed("12:34:56"));
-    QByteArray size = QByteArray::fromHex("65"
-                                          "80000001");
+    QByteArray size = QByteArray::fromHex("6580000001");
 
     QByteArray all() const { return start + design + device + date + time + size; }
 };
 
+constexpr int64_t SIZE = 0x80000001;
+
 int64_t parse(const QByteArray& bytes, bool verbose)
 {
-    // An empty buffer can't be opened as a stream.
-    std::FILE* stream = bytes.isEmpty() ? std::tmpfile()
-                                        : ::fmemopen(const_cast<char*>(bytes.constData()),
-                                                     static_cast<size_t>(bytes.size()), "r");
-    REQUIRE(stream);
-    const int64_t result = parseBitFile(stream, verbose);
-    std::fclose(stream);
-    return result;
+    return parseBitFile(streamOf(bytes).get(), verbose);
 }
 
 } // namespace
@@ -55,9 +43,9 @@ TEST_CASE("A bit file's header gives the size of its stream and, if wanted, its 
           "[platform]")
 {
     MadeMachine machine;
-    CHECK(parse(Parts().all(), false) == 0x80000001);
+    CHECK(parse(Parts().all(), false) == SIZE);
     CHECK(machine.takeOut().empty());
-    CHECK(parse(Parts().all(), true) == 0x80000001);
+    CHECK(parse(Parts().all(), true) == SIZE);
     CHECK(machine.takeOut() == "design: n\n"
                                "version: 258-3.4(dev)\n"
                                "vivado: 2019.1\n"
@@ -69,85 +57,60 @@ TEST_CASE("A bit file's header gives the size of its stream and, if wanted, its 
 
 TEST_CASE("The design text of a bit file is taken apart", "[platform]")
 {
-    struct Row
-    {
-        const char* text;
-        int64_t result;
-        const char* out;
-    };
-    const Row rows[] = {
-        {"n;COMPRESS=TRUE;UserID=0X00010203;Version=2019.1", 1,
+    const auto [text, result, out] = GENERATE(table<const char*, int64_t, const char*>({
+        {"n;COMPRESS=TRUE;UserID=0X00010203;Version=2019.1", SIZE,
          "design: n\nversion: 1-2.3\nvivado: 2019.1\n"},
-        {"n;UserID=0Xff;Version=2019.1;PR=1", 1, "design: n\nversion: 0-0.255\nvivado: 2019.1\n"},
-        {"n;UserID=FFFFFFFF;Version=", 1, "design: n\nversion: 32767-255.255(dev)\nvivado: \n"},
+        {"n;UserID=0Xff;Version=2019.1;PR=1", SIZE,
+         "design: n\nversion: 0-0.255\nvivado: 2019.1\n"},
+        {"n;UserID=FFFFFFFF;Version=", SIZE, "design: n\nversion: 32767-255.255(dev)\nvivado: \n"},
         {"n.ncd;UserID=0xFFFFFFFF", -8, "design: n.ncd\nversion: 32767-255.255(dev)\n"},
         {"n;UserID=0X01020304;COMPRESS=TRUE", -9, "design: n\nversion: 258-3.4\n"},
-        {"n;UserID=0X01020304;", -9, "design: n\nversion: 258-3.4\n"},
         {"n.ncd", -6, ""},
         {"", -6, ""},
-        {"n;", -19, "design: n\n"},
         {"n;COMPRESS=TRUE", -19, "design: n\n"},
         {"n;A=1;B=2;UserID=1;Version=1", -7, "design: n\n"},
         {"n;UserIDs=1;Version=1", -7, "design: n\n"},
         {"n;UserID=;Version=1", -7, "design: n\n"},
         {"n;UserID=0X100000000;Version=1", -7, "design: n\n"},
-        {"n;UserID=0Xquux;Version=1", -7, "design: n\n"},
-        {"\x1b[2J;UserID=1;Version=\x07", 1, "design: ?[2J\nversion: 0-0.1\nvivado: ?\n"},
-    };
+        {"n;UserID=0X1x;Version=1", -7, "design: n\n"},
+        {"\x1b[2J;UserID=1;Version=\x07", SIZE, "design: ?[2J\nversion: 0-0.1\nvivado: ?\n"},
+    }));
+    CAPTURE(text);
     MadeMachine machine;
-    for (const Row& row : rows) {
-        CAPTURE(row.text);
-        Parts parts;
-        parts.design = field('a', closed(row.text));
-        parts.size = QByteArray::fromHex("6500000001");
-        CHECK(parse(parts.all(), true) == row.result);
-        const std::string out = machine.takeOut();
-        CHECK(out.substr(0, out.find("device")) == row.out);
-        CHECK(parse(parts.all(), false) == 1); // the text counts only if it is to be shown
-    }
+    Parts parts;
+    parts.design = field('a', closed(text));
+    CHECK(parse(parts.all(), true) == result);
+    const std::string shown = machine.takeOut();
+    CHECK(shown.substr(0, shown.find("device")) == out);
+    CHECK(parse(parts.all(), false) == SIZE); // the text counts only if it is to be shown
 }
 
 TEST_CASE("Each thing wrong in a bit file's header has its number", "[platform]")
 {
-    struct Row
-    {
-        int result;
-        void (*spoil)(Parts&);
-    };
-    const Row rows[] = {
-        {-1, [](Parts& p) { p.start[1] = 8; }},
-        {-3, [](Parts& p) { p.start[12] = 2; }},
-        {-4, [](Parts& p) { p.design[0] = 'A'; }},
-        {-10, [](Parts& p) { p.device[0] = 'c'; }},
-        {-12, [](Parts& p) { p.date[0] = 'b'; }},
-        {-13, [](Parts& p) { p.date = field('c', QByteArray(16, 'x')); }},
-        {-15, [](Parts& p) { p.time[0] = 'e'; }},
-        {-16, [](Parts& p) { p.time = field('d', QByteArray(65535, 'x')); }},
-        {-18, [](Parts& p) { p.size[0] = 'f'; }},
-        {1, [](Parts& p) { p.date = field('c', QByteArray(15, 'x')); }},
-        {1, [](Parts& p) { p.time = field('d', QByteArray()); }},
-    };
-    MadeMachine machine;
-    for (const Row& row : rows) {
-        for (const bool verbose : {false, true}) {
-            Parts parts;
-            parts.size = QByteArray::fromHex("6500000001");
-            row.spoil(parts);
-            CHECK(parse(parts.all(), verbose) == row.result);
-        }
-    }
+    const auto [part, bytes, result] = GENERATE(table<QByteArray Parts::*, QByteArray, int64_t>({
+        {&Parts::start, QByteArray::fromHex("00080ff00ff00ff00ff0000001"), -1},
+        {&Parts::start, QByteArray::fromHex("00090ff00ff00ff00ff0000002"), -3},
+        {&Parts::design, field('A', ""), -4},
+        {&Parts::device, field('c', ""), -10},
+        {&Parts::date, field('b', ""), -12},
+        {&Parts::date, field('c', QByteArray(16, 'x')), -13},
+        {&Parts::time, field('e', ""), -15},
+        {&Parts::time, field('d', QByteArray(65535, 'x')), -16},
+        {&Parts::size, QByteArray::fromHex("6680000001"), -18},
+        {&Parts::date, field('c', QByteArray(15, 'x')), SIZE},
+        {&Parts::time, field('d', ""), SIZE},
+    }));
+    const MadeMachine machine;
+    Parts parts;
+    parts.*part = bytes;
+    CHECK(parse(parts.all(), GENERATE(false, true)) == result);
 }
 
 TEST_CASE("A bit file's header that is cut anywhere tells what is missing", "[platform]")
 {
     const Parts parts;
     // By the bytes that are there: what is missing is the first that does not fit any more.
-    struct Row
-    {
-        int sizeBytes;
-        int result;
-    };
-    const Row rows[] = {
+    const std::pair<int, int> rows[] = {
         {2, -1},                       // length 9
         {9, -2},                       // its bytes
         {2, -3},                       // length 1
@@ -161,12 +124,12 @@ TEST_CASE("A bit file's header that is cut anywhere tells what is missing", "[pl
         {parts.time.size() - 1, -17},
         {5, -18},
     };
-    MadeMachine machine;
+    const MadeMachine machine;
     int size = 0;
-    for (const Row& row : rows) {
-        for (int i = 0; i < row.sizeBytes; ++i, ++size) {
+    for (const auto& [sizeBytes, result] : rows) {
+        for (int i = 0; i < sizeBytes; ++i, ++size) {
             CAPTURE(size);
-            CHECK(parse(parts.all().left(size), false) == row.result);
+            CHECK(parse(parts.all().left(size), false) == result);
         }
     }
     CHECK(size == parts.all().size());

@@ -41,21 +41,16 @@ TEST_CASE("An identity that can't be read says why", "[platform]")
     machine.addProcMtd();
     const std::string skipped = "Could not find enough tokens (found: 5 wanted: 4)\n";
     CHECK(complaint() == skipped + "Failed to open mtd\n");
-    struct Row
-    {
-        const char* content;
-        const char* complaint;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", "Cannot read\n"},
         {"mac: 123456\nserial: 12345", "Cannot read\n"},
         {"mac: 123456\nSerial: 123456", "Cannot find serial key\n"},
         {"mac: 123456\nserial: 12345x", "Serial num is not a number\n"},
         {"mac: 123456\nserial: -12345", "Serial num is not a number\n"},
     };
-    for (const Row& row : rows) {
-        machine.writeFile("/dev/mtd3", row.content);
-        CHECK(complaint() == skipped + row.complaint);
+    for (const auto& [content, text] : rows) {
+        machine.writeFile("/dev/mtd3", content);
+        CHECK(complaint() == skipped + text);
     }
     CHECK(Tessorn::VelPlatformAbstraction().readDeviceNumber() == -1);
     CHECK(readDeviceNumber(nullptr) == -1);
@@ -67,14 +62,20 @@ TEST_CASE("An identity that could not be written whole is reported", "[platform]
     MadeMachine machine;
     CHECK(writeDeviceIdentity(1) == -1); // no partition
     machine.addProcMtd();
-    MadeMachine::Flash& flash = machine.addFlash("/dev/mtd3", 0x10000);
-
-    CHECK(writeDeviceIdentity(1000000) == -1); // would not fit its six digits
-    CHECK(machine.readFile("/var/volatile/tmps").isNull());
-    CHECK(writeDeviceIdentity(1) == -1); // no folder for the file
-    CHECK(flash.erased.empty());
-
     machine.writeFile("/var/volatile/tmps", "");
+    CHECK(writeDeviceIdentity(1) == -1);
+    CHECK(machine.readFile("/dev/mtd3").isNull()); // which would be a copy to a new file
+    machine.writeFile("/dev/mtd3", "no device");
+    CHECK(writeDeviceIdentity(1) == -1);
+    CHECK_THAT(machine.takeErr(), Catch::EndsWith("Failed to open mtd\n"));
+
+    MadeMachine::Flash& flash = machine.addFlash("/dev/mtd3", 0x10000);
+    CHECK(writeDeviceIdentity(1000000) == -1); // would not fit its six digits
+    CHECK(machine.readFile("/var/volatile/tmps").isEmpty());
+    machine.failingOpens["/var/volatile/tmps"] = EROFS;
+    CHECK(writeDeviceIdentity(1) == -1);
+    machine.failingOpens.clear();
+    CHECK(flash.erased.empty());
     flash.failWritesFrom = 20;
     CHECK(writeDeviceIdentity(1) == -1);
     CHECK(machine.programs.empty());
@@ -83,15 +84,4 @@ TEST_CASE("An identity that could not be written whole is reported", "[platform]
     CHECK(writeDeviceIdentity(1) == -1);
     machine.programResult = 0;
     CHECK(writeDeviceIdentity(1) == 0);
-}
-
-TEST_CASE("A partition without its device takes no identity", "[platform]")
-{
-    MadeMachine machine;
-    machine.addProcMtd();
-    machine.writeFile("/var/volatile/tmps", "");
-    CHECK(writeDeviceIdentity(1) == -1);
-    CHECK(machine.readFile("/dev/mtd3").isNull()); // which would be a copy to a new file
-    CHECK(machine.programs.empty());
-    CHECK_THAT(machine.takeErr(), Catch::EndsWith("Failed to open mtd\n"));
 }

@@ -12,23 +12,13 @@ constexpr uint32_t BLOCK = 0x10000;
 constexpr uint32_t FLASH = 4 * BLOCK;
 constexpr const char* DEVICE = "/dev/mtd2";
 
+using Blocks = std::vector<uint64_t>;
+
 QByteArray randomBytes(int size)
 {
-    std::mt19937 random(1);
     QByteArray bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random());
-    }
+    std::generate(bytes.begin(), bytes.end(), std::mt19937(1));
     return bytes;
-}
-
-std::vector<uint64_t> blocks(uint64_t count)
-{
-    std::vector<uint64_t> list;
-    for (uint64_t i = 0; i < count; ++i) {
-        list.push_back(i);
-    }
-    return list;
 }
 
 } // namespace
@@ -70,13 +60,7 @@ TEST_CASE("A partition is found by its name", "[platform]")
     CHECK(mtdFindDevice("User FS").empty());
     CHECK(mtdFindDevice("name").empty()); // the header is no partition
 
-    struct Row
-    {
-        const char* table;
-        const char* device;
-    };
-    const Row rows[] = {
-        {"", ""},
+    const std::pair<const char*, const char*> rows[] = {
         {"mtd1: 1 2 \"x\"", ""},
         {"header\nmtd1: 1 2 \"x\"", "mtd1"},
         {"header\n\nmtd1:\t1  2 x \nmtd2: 1 2 \"x\"\n", "mtd1"},
@@ -84,22 +68,15 @@ TEST_CASE("A partition is found by its name", "[platform]")
         {"header\nmtd1 1 2 \"x\n", "mtd1"},
         {"header\n: 1 2 \"x\"\nmtd4: 1 2 \"x\"\n", "mtd4"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.table);
-        CHECK(mtdFindDeviceIn(row.table, "x") == row.device);
+    for (const auto& [table, device] : rows) {
+        CAPTURE(table);
+        CHECK(mtdFindDeviceIn(table, "x") == device);
     }
 }
 
 TEST_CASE("An erase covers the blocks asked for", "[platform]")
 {
-    struct Row
-    {
-        int64_t offset;
-        int64_t size;
-        std::vector<uint64_t> erased;
-        std::string err;
-    };
-    const auto row = GENERATE(values<Row>({
+    const auto [offset, size, blocks, err] = GENERATE(table<int64_t, int64_t, Blocks, std::string>({
         {0, -1, {0, 1, 2, 3}, ""},
         {BLOCK, -2, {0, 1, 2, 3}, ""},
         {0, 0, {}, ""},
@@ -112,14 +89,13 @@ TEST_CASE("An erase covers the blocks asked for", "[platform]")
     }));
     MadeMachine machine;
     const MadeMachine::Flash& flash = machine.addFlash(DEVICE, FLASH);
-    CHECK(mtdErase(DEVICE, row.offset, row.size) == 0);
-    CHECK(flash.erased == row.erased);
-    CHECK(machine.takeErr() == row.err);
+    CHECK(mtdErase(DEVICE, offset, size) == 0);
+    CHECK(flash.erased == blocks);
+    CHECK(machine.takeErr() == err);
     CHECK_THAT(machine.takeOut(), Catch::EndsWith("Flash erased successfully\n"));
     const QByteArray content = machine.readFile(DEVICE);
     for (uint64_t block = 0; block < 4; ++block) {
-        const bool erased =
-            std::find(row.erased.begin(), row.erased.end(), block) != row.erased.end();
+        const bool erased = std::count(blocks.begin(), blocks.end(), block) != 0;
         CHECK(content.mid(static_cast<int>(block * BLOCK), BLOCK) ==
               QByteArray(BLOCK, erased ? '\xFF' : '\x5A'));
     }
@@ -132,16 +108,19 @@ TEST_CASE("An erase shows its progress, as far as it is asked to", "[platform]")
     const auto outputOf = [&machine](unsigned output) {
         const unsigned before = mtdSetOutput(output);
         CHECK(mtdErase(DEVICE, 0, 3 * BLOCK) == 0);
-        mtdSetOutput(before);
+        CHECK(mtdSetOutput(before) == output);
         const std::string text = machine.takeOut();
-        const auto start = text.find("Erase");
-        return start == std::string::npos ? text : text.substr(start);
+        const std::size_t start = text.find("Erase");
+        return text.substr(start == std::string::npos ? 0 : start);
     };
     const std::string percents = "\b\b\b033\b\b\b067\b\b\b100\n";
     CHECK(outputOf(MtdOutput_All) == "Erase in progress (3 sectors from offset 0x00000000): ...\n" +
                                          percents + "Flash erased successfully\n");
     CHECK(outputOf(MtdOutput_Percentage) == percents);
     CHECK(outputOf(MtdOutput_None).empty());
+    CHECK(mtdCopy("/none", DEVICE, 0, MtdOutput_None) == -1);
+    CHECK(machine.takeErr().empty());
+    CHECK(mtdSetOutput(MtdOutput_All) == MtdOutput_All); // what was set before holds again
 }
 
 TEST_CASE("An erase that the device refuses is no success", "[platform]")
@@ -152,19 +131,19 @@ TEST_CASE("An erase that the device refuses is no success", "[platform]")
 
     MadeMachine::Flash& flash = machine.addFlash(DEVICE, FLASH);
     CHECK(mtdErase(DEVICE, 0, FLASH + BLOCK) == -1); // goes on up to the end
-    CHECK(flash.erased == blocks(4));
+    CHECK(flash.erased == Blocks{0, 1, 2, 3});
     CHECK(machine.takeErr() == "attempt to erase more than partition size \n"
                                "ERASE IOCTL failed\n: Invalid argument\n");
     CHECK(mtdErase(DEVICE, int64_t(1) << 32, BLOCK) == -1); // is not block 0
     CHECK(mtdErase(DEVICE, -1, BLOCK) == -1);
     CHECK(mtdErase(DEVICE, 0, -3) == -1);
-    CHECK(flash.erased == blocks(4));
+    CHECK(flash.erased.size() == 4);
 
     flash.erased.clear();
     flash.badBlock = 2;
     machine.takeErr();
     CHECK(mtdErase(DEVICE, 0, MTD_WHOLE_PARTITION) == -1);
-    CHECK(flash.erased == blocks(2));
+    CHECK(flash.erased == Blocks{0, 1});
     CHECK(machine.takeErr() == "ERASE IOCTL failed\n: Input/output error\n"
                                "Failure to erase whole partition of flash\n");
     CHECK_THAT(machine.takeOut(), !Catch::Contains("successfully"));
@@ -175,41 +154,32 @@ TEST_CASE("An erase that the device refuses is no success", "[platform]")
 
 TEST_CASE("After a copy the flash equals the source", "[platform]")
 {
-    struct Row
-    {
-        int fileBytes;
-        int64_t size;
-        int copied;
-        uint64_t erased;
-    };
-    const auto row = GENERATE(values<Row>({
-        {100, 0, 100, 1},
-        {4096, 0, 4096, 1},
-        {BLOCK + 4097, 0, BLOCK + 4097, 2},
-        {FLASH, 0, FLASH, 4},
-        {FLASH, BLOCK, BLOCK, 1},
-        {0, 0, 0, 0},
+    const auto [fileBytes, size, copied, blocks] = GENERATE(table<int, int64_t, int, Blocks>({
+        {100, 0, 100, {0}},
+        {4096, 0, 4096, {0}},
+        {BLOCK + 4097, 0, BLOCK + 4097, {0, 1}},
+        {FLASH, 0, FLASH, {0, 1, 2, 3}},
+        {FLASH, BLOCK, BLOCK, {0}},
+        {0, 0, 0, {}},
     }));
     MadeMachine machine;
     const MadeMachine::Flash& flash = machine.addFlash(DEVICE, FLASH);
-    const QByteArray source = randomBytes(row.fileBytes);
+    const QByteArray source = randomBytes(fileBytes);
     machine.writeFile("/tmp/image.bit", source);
-    CHECK(mtdCopy("/tmp/image.bit", DEVICE, row.size) == 0);
-    const QByteArray expected = source.left(row.copied);
+    CHECK(mtdCopy("/tmp/image.bit", DEVICE, size) == 0);
     const QByteArray content = machine.readFile(DEVICE);
-    CHECK(content.left(row.copied) == expected);
-    CHECK(flash.erased == blocks(row.erased));
-    const std::string text = machine.takeOut();
-    const std::string size = std::to_string(row.copied);
-    CHECK_THAT(text, Catch::Contains(size + " bytes to transfer\n") &&
-                         Catch::Contains("Transfer in progress: ...") &&
-                         Catch::EndsWith("Success! Copied " + size +
-                                         " bytes from /tmp/image.bit to /dev/mtd2\n"));
+    CHECK(content.left(copied) == source.left(copied));
+    CHECK(flash.erased == blocks);
+    const std::string count = std::to_string(copied);
+    CHECK_THAT(machine.takeOut(), Catch::Contains(count + " bytes to transfer\n") &&
+                                      Catch::Contains("Transfer in progress: ...") &&
+                                      Catch::EndsWith("Success! Copied " + count +
+                                                      " bytes from /tmp/image.bit to /dev/mtd2\n"));
 
     // And back again, into a new file.
-    CHECK(mtdCopy(DEVICE, "/tmp/back", row.copied, MtdOutput_None) == 0);
+    CHECK(mtdCopy(DEVICE, "/tmp/back", copied, MtdOutput_None) == 0);
     CHECK(machine.takeOut().empty());
-    CHECK(machine.readFile("/tmp/back") == (row.copied > 0 ? expected : content));
+    CHECK(machine.readFile("/tmp/back") == (copied > 0 ? source.left(copied) : content));
 }
 
 TEST_CASE("A copy that fails or stops half-way is never a success", "[platform]")
@@ -224,25 +194,23 @@ TEST_CASE("A copy that fails or stops half-way is never a success", "[platform]"
         return machine.takeErr();
     };
 
-    SECTION("a source that is missing, can't be opened or is of another kind")
+    SECTION("an end that is missing, can't be opened or is of another kind")
     {
-        CHECK(failure("/tmp/none", DEVICE) ==
-              "Could not open /tmp/none\nReason: No such file or directory\n");
-        CHECK(failure("/tmp", DEVICE) == "Could not open /tmp\nReason: Invalid source\n");
-        machine.failingOpens["/tmp/image"] = EACCES;
-        CHECK(failure("/tmp/image", DEVICE) ==
-              "Could not open /tmp/image\nReason: Permission denied\n");
+        machine.writeFile("/tmp/locked", "");
+        machine.failingOpens = {{"/tmp/locked", EACCES}, {DEVICE, EROFS}};
+        const std::array<const char*, 4> rows[] = {
+            {"/tmp/none", DEVICE, "/tmp/none", "No such file or directory"},
+            {"/tmp", DEVICE, "/tmp", "Invalid source"},
+            {"/tmp/locked", DEVICE, "/tmp/locked", "Permission denied"},
+            {"/tmp/image", "/tmp", "/tmp", "Invalid destination"},
+            {"/tmp/image", "/none/file", "/none/file", "No such file or directory"},
+            {"/tmp/image", DEVICE, DEVICE, "Read-only file system"},
+        };
+        for (const auto& [source, destination, path, reason] : rows) {
+            CHECK(failure(source, destination) ==
+                  std::string("Could not open ") + path + "\nReason: " + reason + '\n');
+        }
         CHECK(flash.erased.empty());
-    }
-    SECTION("a destination that can't be opened or is of another kind")
-    {
-        CHECK(failure("/tmp/image", "/tmp") ==
-              "Could not open /tmp\nReason: Invalid destination\n");
-        CHECK(failure("/tmp/image", "/none/file") ==
-              "Could not open /none/file\nReason: No such file or directory\n");
-        machine.failingOpens[DEVICE] = EROFS;
-        CHECK(failure("/tmp/image", DEVICE) ==
-              "Could not open /dev/mtd2\nReason: Read-only file system\n");
     }
     SECTION("a destination that is the source, by whatever name")
     {
@@ -275,14 +243,10 @@ TEST_CASE("A copy that fails or stops half-way is never a success", "[platform]"
                    Catch::EndsWith("Write failed, could not erase device /dev/mtd2 first\n"));
         CHECK(machine.readFile(DEVICE).mid(2 * BLOCK) == QByteArray(2 * BLOCK, '\x5A'));
     }
-    SECTION("a device that takes no more, at a block's edge or within one")
+    SECTION("a device that takes no more, at a block's edge or within one, or drops what it took")
     {
-        flash.failWritesFrom = GENERATE(0, 4096, 70000);
-        CHECK(failure("/tmp/image", DEVICE) == "Could not write to /dev/mtd2\n");
-    }
-    SECTION("a device that drops what it says it has written")
-    {
-        flash.losesHalfOfEachWrite = true;
+        flash.failWritesFrom = GENERATE(-1, 0, 4096, 70000);
+        flash.losesHalfOfEachWrite = flash.failWritesFrom < 0;
         CHECK(failure("/tmp/image", DEVICE) == "Could not write to /dev/mtd2\n");
     }
     SECTION("a file system that is full")

@@ -9,41 +9,48 @@
 
 namespace {
 
-using Texts = std::vector<QString>;
-
-const QString DIRECTORY = QStringLiteral("/home/sfp/config");
+const std::string DIRECTORY = "/home/sfp/config";
+const std::string PATH = DIRECTORY + "/supportedSfpConfig.json";
 const QString FILE_NAME = QStringLiteral("supportedSfpConfig.json");
-const std::string PATH = "/home/sfp/config/supportedSfpConfig.json";
 const QByteArray ONE_MODULE =
     R"({"configRevision": 3, "supportedSfps": [{"Vendor": "V", "PartNumber": "P", "Boards": {}}]})";
+constexpr const char* CORRUPT =
+    "Could not create list of supported SFPs from data in file. Using default list instead.";
 
-/// The versions of a made machine with these ids, -1 for none.
-VersionInfo versions(int mainId, int mezzanineId = -1)
+/// For the made machine's boards with these ids, -1 for none.
+SfpConfigFileHandler handler(int model = 0, int mezzanine = -1, const char* boardId = "5")
 {
     Tessorn::Machine& machine = Tessorn::Machine::current();
-    machine.hardwareIds[0] = mainId;
-    machine.hardwareIds[1] = mezzanineId;
+    machine.hardwareIds[0] = model;
+    machine.hardwareIds[1] = mezzanine;
     Tessorn::VelPlatformAbstraction platform;
-    return VersionInfo(platform);
+    return SfpConfigFileHandler(QString::fromStdString(DIRECTORY), FILE_NAME,
+                                QLatin1String(boardId), VersionInfo(platform));
 }
 
-SfpConfigFileHandler handler(int model = 0)
+/// The errors, each of which is in the log too, as lines.
+std::string load(SfpConfigFileHandler& sfpHandler, bool hasList = true)
 {
-    return SfpConfigFileHandler(DIRECTORY, FILE_NAME, QStringLiteral("5"), versions(model));
-}
-
-Texts load(SfpConfigFileHandler& sfpHandler, bool hasList = true)
-{
-    Texts errors;
+    const LogCapture log;
+    std::vector<QString> errors;
     CHECK(sfpHandler.loadSupportedSfps(errors) == hasList);
     CHECK(sfpHandler.supportedSfps().empty() != hasList);
-    return errors;
+    std::string text;
+    for (const QString& error : errors) {
+        CHECK(log.contains(QStringLiteral("error: ") + error));
+        text += (text.empty() ? "" : "\n") + error.toStdString();
+    }
+    return text;
 }
 
 QStringList filesIn(const MadeMachine& machine)
 {
-    return QDir(QString::fromStdString(machine.hostPath(DIRECTORY.toStdString())))
-        .entryList(QDir::Files);
+    return QDir(QString::fromStdString(machine.hostPath(DIRECTORY))).entryList(QDir::Files);
+}
+
+void makePipe(const MadeMachine& machine, const std::string& path)
+{
+    REQUIRE(::mkfifo(machine.hostPath(path).c_str(), 0600) == 0);
 }
 
 } // namespace
@@ -52,19 +59,21 @@ TEST_CASE("A fresh system gets its directory and its file from the program", "[p
 {
     const int model = GENERATE(0, 1, 2);
     MadeMachine machine;
-    const LogCapture log;
     SfpConfigFileHandler sfpHandler = handler(model);
+    const LogCapture log;
     CHECK(load(sfpHandler).empty());
     CHECK(machine.readFile(PATH) == sfpHandler.defaultConfig());
     CHECK(machine.ownerChanges == std::vector<std::string>{PATH + " 1000 100"});
     CHECK(filesIn(machine) == QStringList{FILE_NAME});
-    CHECK(machine.syncs == std::vector<std::string>{PATH + ".tmp", DIRECTORY.toStdString()});
-    CHECK(log.contains(QStringLiteral("info: Directory /home/sfp/config could not be found. "
-                                      "Attempting to create it.")));
-    CHECK(log.contains(QStringLiteral("info: Successfully created directory /home/sfp/config.")));
-    CHECK(log.contains(
-        QStringLiteral("info: Using default supported SFPs list from resources file")));
-    CHECK(log.contains(QStringLiteral("info: Created file ") + QString::fromStdString(PATH)));
+    CHECK(machine.syncs == std::vector<std::string>{PATH + ".tmp", DIRECTORY});
+    const QString lines = log.lines().join(QLatin1Char('\n'));
+    CHECK_THAT(
+        lines.toStdString(),
+        Catch::StartsWith("info: Directory /home/sfp/config could not be found. Attempting to "
+                          "create it.\n"
+                          "info: Successfully created directory /home/sfp/config.\n"
+                          "info: Using default supported SFPs list from resources file\n") &&
+            Catch::EndsWith("\ninfo: Created file " + PATH));
 
     CHECK(sfpHandler.fileRevision() == (model == 0 ? 4 : 1));
     CHECK(sfpHandler.fileIsCurrent() == (model < 2)); // of others none is
@@ -90,10 +99,10 @@ TEST_CASE("The file that is there is what counts", "[platform]")
     SfpConfigFileHandler sfpHandler = handler();
     CHECK(load(sfpHandler).empty());
     REQUIRE(sfpHandler.supportedSfps().size() == 1);
-    CHECK(sfpHandler.findSfp(QStringLiteral("V"), QStringLiteral("P"), {}) ==
-          &sfpHandler.supportedSfps().front());
-    CHECK(sfpHandler.findSfp(QStringLiteral("V"), QStringLiteral("P"), QStringLiteral("1")) ==
-          nullptr);
+    const QString vendor = QStringLiteral("V");
+    const QString part = QStringLiteral("P");
+    CHECK(sfpHandler.findSfp(vendor, part, {}) == &sfpHandler.supportedSfps().front());
+    CHECK(sfpHandler.findSfp(vendor, part, QStringLiteral("1")) == nullptr);
     CHECK(log.contains(QStringLiteral("info: Found supported SFPs JSON file")));
     CHECK(machine.readFile(PATH) == ONE_MODULE);
     CHECK(sfpHandler.fileRevision() == 3);
@@ -105,31 +114,22 @@ TEST_CASE("The file that is there is what counts", "[platform]")
 
 TEST_CASE("A file that can't be used stays, and the program's list is taken", "[platform]")
 {
-    struct Row
-    {
-        QByteArray content;
-        int openFailure;
-        const char* error;
-    };
-    const auto row = GENERATE(values<Row>({
-        {"{\"configRevision\"", 0,
-         "Could not create list of supported SFPs from data in file. Using default list instead."},
+    const auto [content, openFailure, error] = GENERATE(table<QByteArray, int, const char*>({
+        {"{\"configRevision\"", 0, CORRUPT},
         {ONE_MODULE.leftJustified(4 * 1024 * 1024 + 1, ' '), 0,
          "Supported SFPs file has 4194305 bytes, more than 4194304 are not read"},
         {"", 0, "No data read from supported SFPs file"},
         {ONE_MODULE, EACCES, "Could not open supported SFPs JSON file for reading"},
     }));
     MadeMachine machine;
-    machine.writeFile(PATH, row.content);
-    if (row.openFailure != 0) {
-        machine.failingOpens[PATH] = row.openFailure;
+    machine.writeFile(PATH, content);
+    if (openFailure != 0) {
+        machine.failingOpens[PATH] = openFailure;
     }
-    const LogCapture log;
     SfpConfigFileHandler sfpHandler = handler();
-    CHECK(load(sfpHandler) == Texts{QLatin1String(row.error)});
-    CHECK(log.contains(QStringLiteral("error: ") + QLatin1String(row.error)));
+    CHECK(load(sfpHandler) == error);
     CHECK(sfpHandler.supportedSfps().size() > 1);
-    CHECK(machine.readFile(PATH) == row.content);
+    CHECK(machine.readFile(PATH) == content);
     CHECK(machine.ownerChanges.empty());
     CHECK(sfpHandler.fileRevision() == -1);
 }
@@ -137,94 +137,73 @@ TEST_CASE("A file that can't be used stays, and the program's list is taken", "[
 TEST_CASE("Pipes in place of the file and of its making keep nobody waiting", "[platform]")
 {
     MadeMachine machine;
-    machine.writeFile(DIRECTORY.toStdString() + "/other", "");
-    const auto makePipe = [&machine](const std::string& path) {
-        REQUIRE(::mkfifo(machine.hostPath(path).c_str(), 0600) == 0);
-    };
+    machine.writeFile(DIRECTORY + "/other", "");
     SfpConfigFileHandler sfpHandler = handler();
-    makePipe(PATH + ".tmp");
+    makePipe(machine, PATH + ".tmp");
     CHECK(load(sfpHandler).empty());
     CHECK(sfpHandler.fileIsCurrent());
     machine.remove(PATH);
-    makePipe(PATH);
+    makePipe(machine, PATH);
     CHECK(sfpHandler.fileRevision() == -1);
-    CHECK(load(sfpHandler) ==
-          Texts{QStringLiteral("Could not open supported SFPs JSON file for reading")});
+    CHECK(load(sfpHandler) == "Could not open supported SFPs JSON file for reading");
 }
 
-TEST_CASE("A directory that can't be made gives a list and no file", "[platform]")
+TEST_CASE("A file that can't be made whole is not made, and the list is there", "[platform]")
 {
     MadeMachine machine;
-    machine.writeFile("/home", "a file where a directory should be");
     SfpConfigFileHandler sfpHandler = handler();
-    CHECK(load(sfpHandler) ==
-          Texts{QStringLiteral("Failed to create directory /home/sfp/config.")});
-    CHECK(machine.readFile(PATH).isNull());
-}
-
-TEST_CASE("A file that can't be made whole is not made", "[platform]")
-{
-    MadeMachine machine;
-    machine.writeFile("/home/sfp/config/other", "");
-    SfpConfigFileHandler sfpHandler = handler();
-    const Texts notCreated = {QStringLiteral("Could not create supported SFPs file for writing")};
-
-    SECTION("it can't be opened")
+    SECTION("a directory")
     {
+        machine.writeFile("/home", "a file where a directory should be");
+        CHECK(load(sfpHandler) == "Failed to create directory /home/sfp/config.");
+        CHECK(machine.readFile(PATH).isNull());
+    }
+    SECTION("a file that can't be opened, written or put in its place")
+    {
+        machine.writeFile(DIRECTORY + "/other", "");
         machine.failingOpens[PATH + ".tmp"] = EROFS;
-        CHECK(load(sfpHandler) == notCreated);
-    }
-    SECTION("it can't be written")
-    {
+        CHECK(load(sfpHandler) == "Could not create supported SFPs file for writing");
+        machine.failingOpens.clear();
         machine.failingWrites = ENOSPC;
-        CHECK(load(sfpHandler) ==
-              Texts{QStringLiteral("Did not write any data to supported SFPs file")});
-    }
-    SECTION("it can't be put in its place")
-    {
+        CHECK(load(sfpHandler) == "Did not write any data to supported SFPs file");
+        machine.failingWrites = 0;
         machine.failingRenames = EIO;
-        CHECK(load(sfpHandler) == notCreated);
+        CHECK(load(sfpHandler) == "Could not create supported SFPs file for writing");
+        CHECK(filesIn(machine) == QStringList{QStringLiteral("other")});
     }
-    CHECK(filesIn(machine) == QStringList{QStringLiteral("other")});
     CHECK(machine.ownerChanges.empty());
 }
 
 TEST_CASE("A file without its owner is reported by the number of the error", "[platform]")
 {
     MadeMachine machine;
-    const QString text =
-        QStringLiteral("Failed to change supported SFPs file ownership. Error code: %1");
+    const std::string text = "Failed to change supported SFPs file ownership. Error code: ";
     SfpConfigFileHandler sfpHandler = handler();
     machine.users.clear();
-    CHECK(load(sfpHandler) == Texts{text.arg(ENOENT)});
+    CHECK(load(sfpHandler) == text + std::to_string(ENOENT));
     machine.users = {"veluser"};
     machine.ownerFailure = EPERM;
     machine.remove(PATH);
-    CHECK(load(sfpHandler) == Texts{text.arg(EPERM)});
+    CHECK(load(sfpHandler) == text + std::to_string(EPERM));
     CHECK_FALSE(machine.readFile(PATH).isNull());
 }
 
 TEST_CASE("Without the program's list there is none, and each reason is told", "[platform]")
 {
+    const auto [resource, error] = GENERATE(table<QByteArray, const char*>({
+        {QByteArray(), "Could not open supported SFPs resource file for reading"},
+        {"", "No data read from resources file"},
+        {"{}", "Failed to create list of supported SFPs from data in resource file."},
+    }));
     MadeMachine machine;
     machine.writeFile(PATH, "corrupt");
     SfpConfigFileHandler sfpHandler = handler();
     CHECK(sfpHandler.parseConfig(ONE_MODULE)); // goes with the load
-    const QString corrupt = QStringLiteral("Could not create list of supported SFPs from data in "
-                                           "file. Using default list instead.");
-    machine.resourceMissing = true;
-    CHECK(
-        load(sfpHandler, false) ==
-        Texts{corrupt, QStringLiteral("Could not open supported SFPs resource file for reading")});
-    machine.resource = "";
-    CHECK(load(sfpHandler, false) ==
-          Texts{corrupt, QStringLiteral("No data read from resources file")});
-    machine.resource = "{}";
-    CHECK(load(sfpHandler, false) ==
-          Texts{corrupt, QStringLiteral("Failed to create list of supported SFPs from data in "
-                                        "resource file.")});
+    machine.resource = resource;
+    machine.resourceMissing = resource.isNull();
+    CHECK(load(sfpHandler, false) == CORRUPT + ('\n' + std::string(error)));
     machine.remove(PATH);
-    load(sfpHandler, false);
+    CHECK(load(sfpHandler, false) == error);
     CHECK(machine.readFile(PATH).isNull()); // nothing is made of a list that can't be used
 }
 
@@ -247,7 +226,7 @@ TEST_CASE("An archived file makes room for the program's", "[platform]")
     const QRegularExpression name(QStringLiteral(
         "^unused_\\d{4}-\\d\\d-\\d\\d-\\d\\d:\\d\\d:\\d\\d_supportedSfpConfig\\.json$"));
     CHECK(name.match(files[1]).hasMatch());
-    CHECK(machine.readFile(DIRECTORY.toStdString() + "/" + files[1].toStdString()) == ONE_MODULE);
+    CHECK(machine.readFile(DIRECTORY + "/" + files[1].toStdString()) == ONE_MODULE);
 
     machine.remove(PATH);
     CHECK(sfpHandler.archiveFile()); // nothing to rename
@@ -256,35 +235,28 @@ TEST_CASE("An archived file makes room for the program's", "[platform]")
 
 TEST_CASE("The board id is the text given or the mezzanine's, within the table", "[platform]")
 {
-    struct Row
-    {
-        const char* text;
-        int mezzanine;
-        uint32_t firstPreCursor; ///< 10 for boards up to 9, 0 above
-        bool warns;
-    };
-    const auto row = GENERATE(values<Row>({
-        {"9", 12, 10, false},
-        {"10", 3, 0, false},
-        {"", 12, 0, false},
-        {"", 3, 10, false},
-        {"", -1, 10, false}, // "Unknown"
-        {"-5", 12, 10, false},
-        {"16", 3, 0, false},
-        {"17", 3, 0, true},
-        {"18446744073709551616", 3, 0, true}, // does not fit 64 bits
-        {"1844674407370955161x", 12, 10, false},
-        {"", 31, 0, true},
-    }));
+    // The first pre-cursor is 10 for boards up to 9, 0 above.
+    const auto [text, mezzanine, preCursor, warns] =
+        GENERATE(table<const char*, int, uint32_t, bool>({
+            {"9", 12, 10, false},
+            {"10", 3, 0, false},
+            {"", 12, 0, false},
+            {"", 3, 10, false},
+            {"", -1, 10, false}, // "Unknown"
+            {"-5", 12, 10, false},
+            {"16", 3, 0, false},
+            {"17", 3, 0, true},
+            {"18446744073709551616", 3, 0, true}, // does not fit 64 bits
+            {"1844674407370955161x", 12, 10, false},
+            {"", 31, 0, true},
+        }));
     const MadeMachine machine;
-    const VersionInfo info = versions(0, row.mezzanine);
     const LogCapture log;
-    SfpConfigFileHandler sfpHandler(DIRECTORY, FILE_NAME, QLatin1String(row.text), info);
-    CHECK(log.lines().isEmpty() != row.warns);
-    if (row.warns) {
-        CHECK(log.lines().first().startsWith(QStringLiteral("warning: BoardId ")));
-        CHECK(log.lines().first().endsWith(QStringLiteral(" unknown, using 15 for defaults")));
-    }
+    SfpConfigFileHandler sfpHandler = handler(0, mezzanine, text);
+    CHECK(log.lines().size() == (warns ? 1 : 0));
+    const QRegularExpression warning(
+        QStringLiteral("^warning: BoardId \\d+ unknown, using 15 for defaults$"));
+    CHECK(log.lines().filter(warning) == log.lines());
     REQUIRE(sfpHandler.parseConfig(ONE_MODULE));
-    CHECK(sfpHandler.supportedSfps().front().transceiver.preCursorCode[0] == row.firstPreCursor);
+    CHECK(sfpHandler.supportedSfps().front().transceiver.preCursorCode[0] == preCursor);
 }

@@ -18,6 +18,17 @@ VersionInfo infoOfThisMachine()
     return VersionInfo(platform);
 }
 
+/// What the machine tells of its boards and its FPGA.
+std::string shown()
+{
+    QStringList values;
+    const VersionInfo info = infoOfThisMachine();
+    for (const char* key : {"Main", "Mezzanine", "Frontpanel", "FPGA ID", "FPGA"}) {
+        values.append(value(info, key));
+    }
+    return values.join(QLatin1Char(' ')).toStdString();
+}
+
 } // namespace
 
 TEST_CASE("The version table has its keys in order and Unknown without a board", "[platform]")
@@ -32,9 +43,7 @@ TEST_CASE("The version table has its keys in order and Unknown without a board",
     CHECK(keys == QString(QStringLiteral("Software,SHA1,Branch,Build ID,Toolchain,Image,Main,"
                                          "Mezzanine,Frontpanel,FPGA ID,FPGA"))
                       .split(QLatin1Char(',')));
-    for (const char* key : {"Main", "Mezzanine", "Frontpanel", "FPGA ID", "FPGA"}) {
-        CHECK(value(info, key) == QStringLiteral("Unknown"));
-    }
+    CHECK(shown() == "Unknown Unknown Unknown Unknown Unknown");
     const QRegularExpression hash(QStringLiteral("^([0-9a-f]{40}|Unknown)$"));
     CHECK(hash.match(value(info, "SHA1")).hasMatch());
     CHECK(QRegularExpression(QStringLiteral("^\\d+\\.\\d+\\.\\d+$"))
@@ -52,35 +61,23 @@ TEST_CASE("The version table shows what pins and FPGA driver tell", "[platform]"
     machine.hardwareIds[1] = 0;
     machine.hardwareIds[2] = 77;
     machine.writeFile("/proc/tess_pcie", "fpga_version: 4.12.0+4294967294\nfpga_design_id: 17\n");
-    const VersionInfo info = infoOfThisMachine();
-    CHECK(value(info, "Main") == QStringLiteral("1"));
-    CHECK(value(info, "Mezzanine") == QStringLiteral("0"));
-    CHECK(value(info, "Frontpanel") == QStringLiteral("77"));
-    CHECK(value(info, "FPGA ID") == QStringLiteral("17"));
-    CHECK(value(info, "FPGA") == QStringLiteral("4.12.0+4294967294"));
-    CHECK(info.boardModel() == 1);
+    CHECK(infoOfThisMachine().boardModel() == 1);
+    CHECK(shown() == "1 0 77 17 4.12.0+4294967294");
 
     // An FPGA that is not there reads as ones; one field of ones is a number.
     machine.writeFile("/proc/tess_pcie", "fpga_version: 1.4294967295.2.3\n"
                                          "fpga_design_id: 4294967295\n");
-    CHECK(value(infoOfThisMachine(), "FPGA") == QStringLiteral("Unknown"));
-    machine.writeFile("/proc/tess_pcie", "fpga_version: 1.4294967295.2+3\n"
-                                         "fpga_design_id: 4294967295\n");
-    CHECK(value(infoOfThisMachine(), "FPGA") == QStringLiteral("1.4294967295.2+3"));
-    CHECK(value(infoOfThisMachine(), "FPGA ID") == QStringLiteral("Unknown"));
+    CHECK(shown() == "1 0 77 Unknown Unknown");
+    machine.writeFile("/proc/tess_pcie", "fpga_version: 1.4294967295.2+3\n");
+    CHECK(shown() == "1 0 77 Unknown 1.4294967295.2+3");
     machine.writeFile("/proc/tess_pcie",
                       "fpga_version: 4294967295.4294967295.4294967295+4294967295\n");
-    CHECK(value(infoOfThisMachine(), "FPGA") == QStringLiteral("Unknown"));
+    CHECK(shown() == "1 0 77 Unknown Unknown");
 }
 
 TEST_CASE("A line of the FPGA driver's that does not match changes nothing", "[platform]")
 {
-    struct Row
-    {
-        QByteArray text;
-        std::vector<uint32_t> read;
-    };
-    const auto row = GENERATE(values<Row>({
+    const auto [text, expected] = GENERATE(table<QByteArray, std::vector<uint32_t>>({
         {"fpga_version: 1.2.3+4\nfpga_design_id: 5\n", {1, 2, 3, 4, 5}},
         {"fpga_version:1.2.3+4 beta\nfpga_design_id:\t5", {1, 2, 3, 4, 5}},
         {"", {9, 9, 9, 9, 9}},
@@ -91,13 +88,14 @@ TEST_CASE("A line of the FPGA driver's that does not match changes nothing", "[p
         {QByteArray(1000, '4'), {9, 9, 9, 9, 9}},
     }));
     MadeMachine machine;
-    machine.writeFile("/proc/tess_pcie", row.text);
+    machine.writeFile("/proc/tess_pcie", text);
     Tessorn::VelPlatformAbstraction platform;
     for (int call = 0; call < 2; ++call) {
         std::vector<uint32_t> read(5, 9);
         CHECK(platform.readFpgaInfo(read[0], read[1], read[2], read[3], read[4]));
-        CHECK(read == row.read);
+        CHECK(read == expected);
     }
+    machine.hardwareIds[3] = 5;
     CHECK(platform.getHardwareId(3) == -1); // the fourth board is not asked for here
     CHECK_FALSE(platform.isHardwareIdValid(0));
 }

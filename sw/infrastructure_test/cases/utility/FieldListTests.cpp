@@ -2,8 +2,6 @@
 #include "infrastructure/utility/FieldList.h"
 #include "sw/infrastructure_test/Catch.h"
 
-#include <random>
-
 using namespace Tessorn;
 
 namespace {
@@ -21,7 +19,8 @@ void checkLimits()
 {
     using Codec = FieldCodec<Integer>;
     using Limits = std::numeric_limits<Integer>;
-    for (const Integer value : {Limits::min(), Integer(Limits::max() - 1), Limits::max()}) {
+    for (const Integer value :
+         {Limits::min(), Integer(100), Integer(Limits::max() - 1), Limits::max()}) {
         const QString text = written<Codec>(value);
         CHECK(text == QString::fromStdString(std::to_string(value)));
         Integer read = 1;
@@ -53,40 +52,7 @@ using ClockFields = FieldList<Field<&Clock::priority, FieldCodec<quint8>, 1>,
                               Field<&Clock::locked, FlagCodec<TrueFalse>, 2>, Field<&Clock::offset>,
                               Field<&Clock::ports, VectorCodec<quint32, u'*'>, 4>>;
 
-/// A record of somebody else, which has a codec and no ==.
-struct Port
-{
-    quint32 number = 0;
-};
-
 } // namespace
-
-template <>
-struct Tessorn::FieldCodec<Port>
-{
-    static void write(FieldText& text, const Port& port)
-    {
-        FieldCodec<quint32>::write(text, port.number);
-    }
-    static bool read(QStringView text, Port& port)
-    {
-        return FieldCodec<quint32>::read(text, port.number);
-    }
-    static bool same(const Port& a, const Port& b) { return a.number == b.number; }
-};
-
-TEST_CASE("A vector's elements compare as their codec says", "[utility][fields]")
-{
-    using Ports = VectorCodec<Port, u'-'>;
-    std::vector<Port> read;
-    CHECK(Ports::read(u"5-6", read));
-    CHECK(written<Ports>(read) == QStringLiteral("5-6"));
-    CHECK(Ports::same(read, {{5}, {6}}));
-    CHECK_FALSE(Ports::same(read, {{5}, {7}}));
-    CHECK_FALSE(Ports::same(read, {{5}}));
-    CHECK_FALSE(Ports::read(u"7-x", read)); // leaves them alone
-    CHECK(Ports::same(read, {{5}, {6}}));
-}
 
 TEST_CASE("Integers are written and read to the limits of their types", "[utility][fields]")
 {
@@ -96,16 +62,6 @@ TEST_CASE("Integers are written and read to the limits of their types", "[utilit
     checkLimits<quint64>();
     checkLimits<qint16>();
     checkLimits<qint64>();
-
-    std::mt19937_64 random(3);
-    for (int i = 0; i < 2000; ++i) {
-        const quint64 value = random() >> (random() % 64);
-        const QString text = written<FieldCodec<quint64>>(value);
-        REQUIRE(text == QString::number(value));
-        quint64 read = 0;
-        REQUIRE(FieldCodec<quint64>::read(text, read));
-        REQUIRE(read == value);
-    }
 }
 
 TEST_CASE("An integer is digits in base 10 and nothing else", "[utility][fields]")
@@ -150,8 +106,15 @@ TEST_CASE("A list of fields wants each field once and whole", "[utility][fields]
     }
 }
 
-TEST_CASE("A mask picks the fields that are compared", "[utility][fields]")
+TEST_CASE("Fields are compared element by element, a mask picks which", "[utility][fields]")
 {
+    using Ports = VectorCodec<quint32, u'*'>;
+    std::vector<quint32> ports{5, 6};
+    CHECK_FALSE(Ports::read(u"7*x", ports)); // leaves them alone
+    CHECK(Ports::same(ports, {5, 6}));
+    CHECK_FALSE(Ports::same(ports, {5, 7}));
+    CHECK_FALSE(Ports::same(ports, {5}));
+
     const Clock a{7, true, -37, {1}};
     const Clock b{7, false, -37, {2}};
     CHECK_FALSE(ClockFields::same(a, b));

@@ -42,24 +42,21 @@ TEST_CASE("A JSON file that can't be used is reported and changes nothing", "[ut
 
     const QString missing = directory.filePath(QStringLiteral("missing.json"));
     CHECK_FALSE(loadJsonFile(missing, object));
-    CHECK(log.contains(QStringLiteral("error: File not found ") + missing));
-
     CHECK_FALSE(loadJsonFile(writeFile(directory, R"({"a": })"), object));
-    REQUIRE(log.lines().size() == 2);
-    CHECK(log.lines()[1] ==
-          QStringLiteral("error: JSON file badly formed: object is missing after a comma at: 7"));
+    QStringList lines{
+        QStringLiteral("error: File not found ") + missing,
+        QStringLiteral("error: JSON file badly formed: object is missing after a comma at: 7")};
 
     const QString pipe = directory.filePath(QStringLiteral("pipe"));
     REQUIRE(::mkfifo(qPrintable(pipe), 0600) == 0);
     for (const QString& path : {directory.path(), QStringLiteral("/dev/null"), pipe}) {
         CHECK_FALSE(loadJsonFile(path, object));
-        CHECK(log.lines().last() ==
-              QStringLiteral("error: File %1 can't be read: it is no regular file").arg(path));
+        lines += QStringLiteral("error: File %1 can't be read: it is no regular file").arg(path);
     }
     const QString large = writeFile(directory, R"({"a": 1})");
     REQUIRE(QFile::resize(large, 64 * 1024 * 1024 + 1));
     CHECK_FALSE(loadJsonFile(large, object));
-    CHECK(log.lines().last() ==
-          QStringLiteral("error: File %1 is larger than 67108864 bytes").arg(large));
+    lines += QStringLiteral("error: File %1 is larger than 67108864 bytes").arg(large);
+    CHECK(log.lines() == lines);
     CHECK(object == before);
 }

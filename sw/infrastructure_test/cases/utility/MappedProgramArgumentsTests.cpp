@@ -20,47 +20,42 @@ MappedProgramArguments parse(std::vector<const char*> words, bool stripOptionPre
 
 TEST_CASE("Each word of a command line is a key or a key and a value", "[utility]")
 {
-    struct Row
-    {
-        const char* word;
-        bool strip;
-        const char* key;   // null: the word is refused
-        const char* value; // null: the value is a null string
-    };
-    const auto row = GENERATE(values<Row>({
-        {"key", true, "key", nullptr},
-        {"key=value", true, "key", "value"},
-        {"-Dname=1", true, "name", "1"},
-        {"--name=1", true, "name", "1"},
-        {"-name=1", true, "name", "1"},
-        {"---name", true, "-name", nullptr},
-        {"--name=1", false, "--name", "1"},
-        {"-Dname", false, "-Dname", nullptr},
-        {"key=", true, "key", nullptr},
-        {"=value", true, "value", nullptr},
-        {"a==b", true, "a", "b"},
-        {"a=b=c", true, nullptr, nullptr},
-        {"-D", true, nullptr, nullptr},
-        {"--", true, nullptr, nullptr},
-        {"=", true, nullptr, nullptr},
-        {"", true, nullptr, nullptr},
-        {nullptr, true, nullptr, nullptr},
-        {"caf\xe9=1", true, "caf\xe9", "1"},
-    }));
-    CAPTURE(row.word, row.strip);
+    // Null for a key: the word is refused; for a value: it is a null string.
+    const auto [word, strip, name, value] =
+        GENERATE(table<const char*, bool, const char*, const char*>({
+            {"key", true, "key", nullptr},
+            {"key=value", true, "key", "value"},
+            {"-Dname=1", true, "name", "1"},
+            {"--name=1", true, "name", "1"},
+            {"-name=1", true, "name", "1"},
+            {"---name", true, "-name", nullptr},
+            {"--name=1", false, "--name", "1"},
+            {"-Dname", false, "-Dname", nullptr},
+            {"key=", true, "key", nullptr},
+            {"=value", true, "value", nullptr},
+            {"a==b", true, "a", "b"},
+            {"a=b=c", true, nullptr, nullptr},
+            {"-D", true, nullptr, nullptr},
+            {"--", true, nullptr, nullptr},
+            {"=", true, nullptr, nullptr},
+            {"", true, nullptr, nullptr},
+            {nullptr, true, nullptr, nullptr},
+            {"caf\xe9=1", true, "caf\xe9", "1"},
+        }));
+    CAPTURE(word, strip);
     const LogCapture log;
-    const MappedProgramArguments arguments = parse({row.word}, row.strip);
+    const MappedProgramArguments arguments = parse({word}, strip);
 
-    if (row.key == nullptr) {
+    if (name == nullptr) {
         CHECK(arguments.keys().isEmpty());
         CHECK(log.lines() ==
               QStringList{QStringLiteral("error: Command line argument contained multiple '='!")});
     } else {
-        const QString key = QString::fromLatin1(row.key);
+        const QString key = QString::fromLatin1(name);
         CHECK(arguments.keys() == QStringList{key});
         CHECK(arguments.contains(key));
-        CHECK(arguments.value(key) == QString::fromLatin1(row.value));
-        CHECK(arguments.value(key).isNull() == (row.value == nullptr));
+        CHECK(arguments.value(key) == QString::fromLatin1(value));
+        CHECK(arguments.value(key).isNull() == (value == nullptr));
         CHECK(log.lines().isEmpty());
     }
 }

@@ -55,9 +55,11 @@ TEST_CASE("Nothing is lost or changes order between many producers and consumers
         });
     }
     std::vector<std::vector<int>> taken(consumers);
+    std::atomic<bool> overfull{false};
     for (auto& mine : taken) {
-        threads.emplace_back([&queue, &mine] {
+        threads.emplace_back([&queue, &mine, &overfull] {
             for (int i = 0; i < producers * each / consumers; ++i) {
+                overfull = overfull || queue.getSize() > 4;
                 mine.push_back(queue.pop());
             }
         });
@@ -76,4 +78,5 @@ TEST_CASE("Nothing is lost or changes order between many producers and consumers
         }
     }
     CHECK(seen == std::vector<int>(producers * each, 1));
+    CHECK_FALSE(overfull);
 }

@@ -37,6 +37,25 @@ public:
     }
     void onThreadStop() override { ++stops; }
 
+    /// Returns in the course of this pass or a later one.
+    void waitForPass(int number) const
+    {
+        while (passes < number) {
+            std::this_thread::yield();
+        }
+    }
+
+    /// Returns when the thread lies in a system call that waits.
+    void waitUntilAsleep() const
+    {
+        for (QByteArray state; state != "S"; std::this_thread::yield()) {
+            QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(threadId));
+            REQUIRE(file.open(QIODevice::ReadOnly));
+            const QByteArray line = file.readAll();
+            state = line.mid(line.lastIndexOf(')') + 2, 1);
+        }
+    }
+
     std::atomic<int> passes{0};
     std::atomic<int> starts{0};
     std::atomic<int> stops{0};
@@ -49,38 +68,18 @@ private:
     std::function<void(Worker&, int)> step;
 };
 
-/// Returns when the thread lies in a system call that waits.
-void waitUntilAsleep(long threadId)
-{
-    for (;;) {
-        QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(threadId));
-        REQUIRE(file.open(QIODevice::ReadOnly));
-        const QByteArray line = file.readAll();
-        if (line.mid(line.lastIndexOf(')') + 2, 1) == "S") {
-            return;
-        }
-        std::this_thread::yield();
-    }
-}
-
 } // namespace
 
 TEST_CASE("A supervisor thread runs its passes between its hooks, and starts once", "[utility]")
 {
     const LogCapture log;
-    std::promise<void> third;
-    Worker worker([&](Worker& self, int pass) {
-        if (pass == 3) {
-            third.set_value();
-        }
-        self.sleep(1);
-    });
+    Worker worker([](Worker& self, int) { self.sleep(1); });
     worker.stopThread(); // nothing runs: nothing happens
     CHECK(worker.starts == 0);
 
     worker.startThread();
     worker.startThread();
-    third.get_future().wait();
+    worker.waitForPass(3);
     worker.stopThread();
     CHECK(worker.passes >= 3);
     CHECK(worker.starts == 1);
@@ -106,58 +105,35 @@ TEST_CASE("A thread that is asked to stop before it begins runs no pass", "[util
     CHECK(worker.stops == 1);
 }
 
-TEST_CASE("A notify during a pass makes the next sleep end at once, and only that", "[utility]")
+TEST_CASE("A notify during a pass, or an overrun, ends the next sleep at once, and only that",
+          "[utility]")
 {
-    std::promise<void> second;
-    Worker worker([&](Worker& self, int pass) {
-        if (pass == 1) {
+    const bool overrun = GENERATE(false, true);
+    Worker worker([overrun](Worker& self, int pass) {
+        if (pass < 3 && !overrun) {
             self.notify();
             self.notify();
-        } else if (pass == 2) {
-            second.set_value();
         }
-        self.sleep(HOUR_MS);
+        self.sleep(pass < 3 && overrun ? std::numeric_limits<int64_t>::min() : HOUR_MS);
     });
     worker.startThread();
-    second.get_future().wait();
-    waitUntilAsleep(worker.threadId);
-    CHECK(worker.passes == 2);
+    worker.waitForPass(3);
+    worker.waitUntilAsleep();
+    CHECK(worker.passes == 3);
 }
 
 TEST_CASE("A notify or a stop ends a long sleep", "[utility]")
 {
     const int64_t period = GENERATE(as<int64_t>(), HOUR_MS, std::numeric_limits<int64_t>::max());
-    Worker worker([&](Worker& self, int) { self.sleep(period); });
-    const auto start = std::chrono::steady_clock::now();
+    Worker worker([period](Worker& self, int) { self.sleep(period); });
     worker.startThread();
-    while (worker.passes < 1) {
-        std::this_thread::yield();
-    }
-    waitUntilAsleep(worker.threadId);
+    worker.waitForPass(1);
+    worker.waitUntilAsleep();
     worker.notify();
-    while (worker.passes < 2) {
-        std::this_thread::yield();
-    }
-    waitUntilAsleep(worker.threadId);
+    worker.waitForPass(2);
+    worker.waitUntilAsleep();
     worker.stopThread();
     CHECK(worker.passes == 2);
-    CHECK(std::chrono::steady_clock::now() - start < std::chrono::milliseconds(HOUR_MS));
-}
-
-TEST_CASE("A pass that overran its period is followed by the next one at once", "[utility]")
-{
-    constexpr int last = 5;
-    std::promise<void> done;
-    Worker worker([&](Worker& self, int pass) {
-        if (pass == last) {
-            done.set_value();
-        }
-        self.sleep(pass < last ? std::numeric_limits<int64_t>::min() : HOUR_MS);
-    });
-    worker.startThread();
-    done.get_future().wait();
-    waitUntilAsleep(worker.threadId);
-    CHECK(worker.passes == last);
 }
 
 TEST_CASE("A sleep lasts until the period from the start of the pass is over", "[utility]")

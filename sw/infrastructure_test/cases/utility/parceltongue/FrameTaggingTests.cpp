@@ -5,6 +5,8 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <numeric>
+
 using namespace ParcelTongue;
 
 namespace {
@@ -16,9 +18,7 @@ constexpr quint32 F = 0xC0000000;
 Field fieldOf(const FieldMetrics& metrics)
 {
     Field field{metrics, Words(metrics.getTotalSamples())};
-    for (std::size_t i = 0; i < field.words.size(); ++i) {
-        field.words[i] = static_cast<quint32>(i);
-    }
+    std::iota(field.words.begin(), field.words.end(), 0u);
     return field;
 }
 
@@ -84,56 +84,53 @@ TEST_CASE("Every sample is where the adjusted index says", "[parceltongue]")
 
 TEST_CASE("A line's width is filled up to eight words", "[parceltongue]")
 {
-    for (quint32 width = 1; width <= 17; ++width) {
-        const FieldMetrics metrics(FieldRegion(0, 0, width, 10), FieldRegion(width, 3, 0, 0));
-        const quint32 pad = width % 8 == 0 ? 0 : 8 - width % 8;
-        CHECK(getTaggedIndex(metrics, width) == 16 + width + pad + 16);
-    }
+    const auto [width, filled] =
+        GENERATE(table<quint32, quint32>({{1, 8}, {7, 8}, {8, 8}, {9, 16}, {16, 16}, {17, 24}}));
+    const FieldMetrics metrics(FieldRegion(0, 0, width, 10), FieldRegion(width, 3, 0, 0));
+    CHECK(getTaggedIndex(metrics, width) == 16 + filled + 16);
 }
 
 TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
 {
     const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
     Field field = fieldOf(metrics);
+    QStringList errors;
+    const LogCapture log;
     SECTION("already tagged")
     {
-        LogCapture log;
         field.isTagged = true;
-        CHECK(tagField(field, {}) == field.words);
-        CHECK(log.lines().isEmpty());
     }
     SECTION("a sample short")
     {
-        LogCapture log;
         field.words.pop_back();
-        CHECK(tagField(field, {}) == field.words);
-        CHECK(
-            log.contains(QStringLiteral("error: Field of 39 samples is not tagged, expected 40")));
+        errors.append(QStringLiteral("error: Field of 39 samples is not tagged, expected 40"));
     }
     SECTION("lines without samples")
     {
-        LogCapture log;
-        CHECK(tagField({FieldMetrics(FieldRegion(0, 0, 0, 3), FieldRegion()), {}}, {}).empty());
-        CHECK(log.contains(QStringLiteral("error: Field of 3 empty lines is not tagged")));
-        // No line at all leaves the field's own tags, and spacers.
-        CHECK(tagField({FieldMetrics(FieldRegion(), FieldRegion()), {}}, {}).size() == 16);
+        field = {FieldMetrics(FieldRegion(0, 0, 0, 3), FieldRegion()), {}};
+        errors.append(QStringLiteral("error: Field of 3 empty lines is not tagged"));
     }
     SECTION("metrics whose size wraps around")
     {
-        field.metrics = FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion());
-        field.words.clear();
-        CHECK(tagField(field, {}).empty());
-        field.metrics = FieldMetrics(FieldRegion(0, 0, 0, 0xFFFFFFFF), FieldRegion());
-        CHECK(tagField(field, {}).empty());
-        CHECK(getTaggedIndex(field.metrics, 5) == 21);
+        field = {FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion()), {}};
+        errors.append(
+            QStringLiteral("error: Field of 0 samples is not tagged, expected 4294967296"));
     }
     SECTION("a picture wider than its lines")
     {
-        LogCapture log;
         field.metrics = FieldMetrics(FieldRegion(0, 0, 10, 4), FieldRegion(0, 1, 11, 2));
-        CHECK(tagField(field, {}) == field.words);
-        CHECK(log.lines().size() == 1);
+        errors.append(QStringLiteral("error: Field is not tagged, active width 11, line width 10, "
+                                     "tagged size 160"));
     }
+    CHECK(tagField(field, {}) == field.words);
+    CHECK(log.lines() == errors);
+}
+
+TEST_CASE("A field without lines has tags of its own, and one without width an index",
+          "[parceltongue]")
+{
+    CHECK(tagField({FieldMetrics(FieldRegion(), FieldRegion()), {}}, {}).size() == 16);
+    CHECK(getTaggedIndex(FieldMetrics(FieldRegion(0, 0, 0, 0xFFFFFFFF), FieldRegion()), 5) == 21);
 }
 
 TEST_CASE("A frame's values are shared out to its sections and their fields", "[parceltongue]")
@@ -142,9 +139,7 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
     const Field field = fieldOf(metrics);
     std::vector<Section> sections = {{{field, field}}, {{field, field, field}}, {}};
     Words values(19);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = static_cast<quint32>(100 + i);
-    }
+    std::iota(values.begin(), values.end(), 100u);
     sections[1].fields[1].words.pop_back();
     const bool flagA = GENERATE(false, true);
     tagFrame(sections, values, flagA, !flagA, 5);
@@ -155,10 +150,9 @@ TEST_CASE("A frame's values are shared out to its sections and their fields", "[
         for (std::size_t i = 0; i < sections[number].fields.size(); ++i) {
             CAPTURE(number, i);
             const Field& tagged = sections[number].fields[i];
-            const bool isShort = number == 1 && i == 1;
-            REQUIRE(tagged.isTagged == !isShort);
-            if (isShort) {
-                CHECK(tagged.words.size() == 39);
+            REQUIRE(tagged.isTagged == (tagged.words.size() != 39));
+            if (!tagged.isTagged) { // the short one
+                CHECK((number == 1 && i == 1));
                 continue;
             }
             const FieldParcelTag tag(tagged.words);
