@@ -229,7 +229,7 @@ def with_numbers(text):
     for form, words in (
             (r"0x\w+ for a JSON packet and 0x\w+ to 0x\w+ for",
              f"0x{first:04X} for a JSON packet and 0x{first + 1:04X} to 0x{last:04X} for"),
-            (r"needs a number behind 0x\w+ and", f"needs a number behind 0x{last:04X} and"),
+            (r"needs a number above 0x\w+ and", f"needs a number above 0x{last:04X} and"),
             (r"is 0, but [^.]*\.", f"is 0, but {but}.")):
         text, count = re.subn(form, words, text)
         if count != 1:
