@@ -99,7 +99,7 @@ inline constexpr PayloadIdentifierLines LINES_750 { 750, 26, false, {0, 0},     
 inline constexpr PayloadIdentifierLines LINES_1125{1125, 42, true,  {563, 562}, {21, 584}};
 // clang-format on
 
-// The law.
+// What is legal.
 
 inline constexpr auto RATE = PayloadIdentifierKey_PictureRate;
 inline constexpr auto STRUCTURE = PayloadIdentifierKey_SampleStructure;
@@ -144,8 +144,8 @@ inline constexpr PayloadIdentifierRule RULES_1080_1G5[] = {
     {BITS, only(0, 1), "Invalid bit depth: "},
 };
 
-/// An extended colour mode (any structure but 4:2:2) never goes without one complaint: which one is
-/// told by array size and picture bit alone.
+/// An extended colour mode (any structure but 4:2:2) always gets one of the last three complaints:
+/// array size and picture bit alone decide which.
 inline constexpr PayloadIdentifierRule RULES_DUAL_LINK[] = {
     {RATE, range(2, 11), "Invalid picture rate: "},
     {STRUCTURE, range(0, 10), "Invalid sampling structure: "},
@@ -206,7 +206,7 @@ inline constexpr auto LINE_INTERLEAVE = PayloadIdentifierScan_LineInterleave;
 
 // clang-format off
 /// Byte 0, sub-image division, links, rate of a link, level, sub-images, channel assignments of a link;
-/// fields, scan, sizes, lines; the law.
+/// fields, scan, sizes, lines; what is legal.
 inline constexpr PayloadIdentifierFacts TABLE[] = {
     {0x84, NO_DIVISION, 1, SdiDataRate_1G5, Level_A, 1, 1,
      FIELDS_720_1G5, PROGRESSIVE_ONLY, SIZE_720_1G5, LINES_750, rules(RULES_720_1G5)},
