@@ -213,7 +213,6 @@ std::vector<SensorReading> Sensors::readings() const
 
 void Sensors::populate()
 {
-    entries.clear();
     for (const SensorRow& row : tableOf(boardId)) {
         Entry entry;
         entry.displayName = QString::fromUtf8(row.displayName);

@@ -47,11 +47,11 @@ public:
         });
     }
 
-    /// False if the peer has gone in the meantime.
-    bool adoptSocket(std::unique_ptr<QTcpSocket> accepted)
+    /// A peer that has gone meanwhile is noticed, and dropped, when the event loop gets to it.
+    void adoptSocket(std::unique_ptr<QTcpSocket> accepted)
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
-        return connection.adoptSocket(accepted);
+        connection.adoptSocket(accepted);
     }
 
     NetworkConnection& getConnection() { return connection; }
@@ -145,11 +145,8 @@ void DatacoreServer::acceptClient()
     while (listener.hasPendingConnections()) {
         auto* client = new Client(*this);
         clients.push_back(client);
-        if (client->adoptSocket(std::unique_ptr<QTcpSocket>(listener.nextPendingConnection()))) {
-            VELLOG_INFO() << "Client " << client->getName() << " has connected";
-        } else {
-            dropClient(*client);
-        }
+        client->adoptSocket(std::unique_ptr<QTcpSocket>(listener.nextPendingConnection()));
+        VELLOG_INFO() << "Client " << client->getName() << " has connected";
     }
 }
 

@@ -1,6 +1,6 @@
-#include "infrastructure/utility/packets/RawDataPacketFactory.h"
-
 #include "infrastructure/utility/records/RawDataPacketTable_p.h"
+
+#include "infrastructure/utility/packets/RawDataPacketFactory.h"
 
 namespace {
 
