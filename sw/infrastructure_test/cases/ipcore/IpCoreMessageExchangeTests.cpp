@@ -32,6 +32,26 @@ TEST_CASE("A message without an address is for core 0, instance 0", "[ipcore]")
     }
 }
 
+TEST_CASE("An exchange notifies its receiver until that is cleared, by itself", "[ipcore]")
+{
+    struct Counter : NotificationReceiverInterface
+    {
+        void notify() override { ++count; }
+        int count = 0;
+    };
+    IpCoreMessageExchange exchange("messagesFromScheduler", 9, 100);
+    Counter receiver;
+    Counter other;
+    exchange.setNotificationReceiver(&receiver);
+    exchange.acceptMessage(message(0));
+    exchange.clearNotificationReceiver(&other);
+    exchange.acceptMessage(message(1));
+    CHECK(receiver.count == 2);
+    exchange.clearNotificationReceiver(&receiver);
+    exchange.acceptMessage(message(2));
+    CHECK(receiver.count == 2);
+}
+
 TEST_CASE("An exchange gives messages out in order and counts its space", "[ipcore]")
 {
     IpCoreMessageExchange exchange("messagesFromScheduler", 3, 100);

@@ -1,11 +1,14 @@
 #include "infrastructure/utility/JsonFile.h"
+#include "infrastructure/utility/RegularFile_p.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -59,4 +62,9 @@ TEST_CASE("A JSON file that can't be used is reported and changes nothing", "[ut
     lines += QStringLiteral("error: File %1 is larger than 67108864 bytes").arg(large);
     CHECK(log.lines() == lines);
     CHECK(object == before);
+
+    const int descriptor = openRegularFile(qPrintable(large)); // programs started don't get it
+    CHECK((::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0);
+    CHECK((::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0);
+    ::close(descriptor);
 }
