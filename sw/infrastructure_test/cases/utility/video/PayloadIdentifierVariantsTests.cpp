@@ -279,9 +279,11 @@ TEST_CASE("The law of every interface is the one written down", "[video]")
 
 TEST_CASE("A wrong byte 0 is one complaint before the others", "[video]")
 {
-    // What no array size of one bit can bring about.
+    // What no field of one bit can bring about.
     CHECK(PayloadIdentifier1080_1g5::FACTS.rules.first[4].complaint ==
           "Invalid horizontal pixel array size: ");
+    CHECK(PayloadIdentifier1080_1g5::FACTS.rules.first[6].complaint == "Invalid bit depth: ");
+    CHECK(PayloadIdentifier720_1g5::FACTS.rules.first[3].complaint == "Invalid bit depth: ");
     const PayloadIdentifier720_3g identifier(0x89000000);
     CHECK_FALSE(identifier.isPayloadByteCorrect());
     CHECK(identifier.validate() == QStringList{QStringLiteral("Incorrect payload identifier: 137"),
