@@ -83,6 +83,7 @@ def check_signal(host, log, number):
     words = [host, "testSources=/x", "~[client]~[datacore]~[ip]~[long]", "-r", "junit"]
     every = len(run(*words[:3], "--list-test-names-only").stdout.splitlines())
     with subprocess.Popen(words, stdout=subprocess.PIPE, text=True) as process:
+        log.read_until(f"[tid:{process.pid}]")  # behind what an earlier host has logged
         log.read_until("Supervisor Thread started [supervisor]")
         process.send_signal(number)
         report = process.communicate(timeout=120)[0]
