@@ -39,10 +39,10 @@ public:
     /// The path in the process's file system for a path of this machine.
     std::string hostPath(const std::string& path) const;
 
-    /// The system calls of the same names, on this machine.
-    virtual int open(const std::string& path, int flags, mode_t mode = 0);
     /// Opens a regular file for reading, as openRegularFile does.
     virtual int openRegular(const std::string& path);
+    /// These are the system calls of the same names, on this machine.
+    virtual int open(const std::string& path, int flags, mode_t mode = 0);
     virtual ssize_t read(int descriptor, void* data, std::size_t sizeBytes);
     virtual ssize_t write(int descriptor, const void* data, std::size_t sizeBytes);
     virtual int64_t seek(int descriptor, int64_t offset);

@@ -59,6 +59,7 @@ protected:
     /// Adds the reasons why a record that was read is invalid.
     virtual void checkRecord(const Record&, DatacoreValidStatusMessages&) const {}
 
+    /// Adds one reason (Error) with this content.
     static void addReason(DatacoreValidStatusMessages& reasons,
                           DatacoreValidStatusMessage::MessageContent content)
     {

@@ -115,6 +115,7 @@ protected:
     QJsonObject get(const PacketKey<QJsonObject>& key) const;
     /// `ok` is as of the constructor for a child, and of extractChildPacketArray.
     SerialisableDataPacket get(const PacketKey<SerialisableDataPacket>& key, bool& ok) const;
+    /// The same for a list of them.
     std::vector<SerialisableDataPacket>
     get(const PacketKey<std::vector<SerialisableDataPacket>>& key, bool& ok) const;
 

@@ -45,11 +45,13 @@ struct AncPacketStatus
     struct DetailPart
     {
         static constexpr int FIXED_SIZE = -1;
+        /// These are what RecordLayout asks of a part.
         qint64 size(const AncPacketStatus& status) const { return isThere(status) ? 1 : 0; }
         void put(const AncPacketStatus& status, BigEndianWriter& writer) const;
         void take(AncPacketStatus& status, BigEndianReader& reader) const;
         bool isEqual(const AncPacketStatus& a, const AncPacketStatus& b) const;
 
+        /// True for KIND_WITH_DETAIL.
         static bool isThere(const AncPacketStatus& status)
         {
             return status.kind == KIND_WITH_DETAIL;
@@ -59,6 +61,7 @@ struct AncPacketStatus
     struct EntriesPart
     {
         static constexpr int FIXED_SIZE = -1;
+        /// These are what RecordLayout asks of a part.
         qint64 size(const AncPacketStatus& status) const;
         void put(const AncPacketStatus& status, BigEndianWriter& writer) const;
         void take(AncPacketStatus& status, BigEndianReader& reader) const;
