@@ -169,11 +169,17 @@ NetworkConnection::~NetworkConnection()
 
 bool NetworkConnection::connectToHost(const QString& host, quint16 port)
 {
-    dropLink();
-    discard(replaceSocket(new QTcpSocket(this)));
-    socket->setProxy(QNetworkProxy::NoProxy);
-    wireSocket();
-    socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
+    return connectTo({LinkAddress::Way::Tcp, host, port, QString()});
+}
+
+bool NetworkConnection::connectToHost(const QHostAddress& address, quint16 port)
+{
+    return connectToHost(address.toString(), port);
+}
+
+bool NetworkConnection::connectTo(const LinkAddress& address)
+{
+    openSocket(address);
     if (!socket->waitForConnected(CONNECT_TIMEOUT_MS)) {
         return false;
     }
@@ -181,9 +187,30 @@ bool NetworkConnection::connectToHost(const QString& host, quint16 port)
     return true;
 }
 
-bool NetworkConnection::connectToHost(const QHostAddress& address, quint16 port)
+void NetworkConnection::startConnecting(const LinkAddress& address)
 {
-    return connectToHost(address.toString(), port);
+    openSocket(address);
+    isStarting = true;
+    connect(socket, &QTcpSocket::connected, this, &NetworkConnection::onSocketConnected);
+}
+
+/// Replaces the socket by one that is on its way to the address.
+void NetworkConnection::openSocket(const LinkAddress& address)
+{
+    dropLink();
+    discard(replaceSocket(new QTcpSocket(this)));
+    socket->setProxy(QNetworkProxy::NoProxy);
+    wireSocket();
+    socket->connectToHost(address.host, address.port, QIODevice::ReadWrite,
+                          QAbstractSocket::AnyIPProtocol);
+}
+
+void NetworkConnection::onSocketConnected()
+{
+    const SocketSignal signal(*this);
+    isStarting = false;
+    readIdentifiers();
+    Q_EMIT connectedToHost();
 }
 
 bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
@@ -224,6 +251,7 @@ QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
     QTcpSocket* previous = std::exchange(socket, newSocket);
     ++socketCount;
     incomingBuffer.clear();
+    isStarting = false;
     if (previous != nullptr) {
         previous->disconnect(this);
     }
@@ -254,6 +282,9 @@ void NetworkConnection::readIdentifiers()
 {
     localIdentifier = makeConnectionIdentifier(socket->localAddress(), socket->localPort());
     peerIdentifier = makeConnectionIdentifier(socket->peerAddress(), socket->peerPort());
+    peerOrigin = PeerOrigin();
+    peerOrigin.address = socket->peerAddress();
+    peerOrigin.port = socket->peerPort();
 }
 
 bool NetworkConnection::isConnected() const
@@ -421,7 +452,11 @@ void NetworkConnection::onSocketDisconnected()
 
 void NetworkConnection::onSocketError(QAbstractSocket::SocketError socketError)
 {
+    const SocketSignal signal(*this);
     VELLOG_INFO() << getSocketErrorName(socketError);
+    if (std::exchange(isStarting, false)) {
+        Q_EMIT connectingFailed(socket->errorString());
+    }
 }
 
 QString makeConnectionIdentifier(const QHostAddress& address, quint16 port)

@@ -2,6 +2,8 @@
 // receivers are called on that thread.
 #pragma once
 
+#include "infrastructure/utility/packets/LinkAddress.h"
+#include "infrastructure/utility/packets/PeerOrigin.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketAcceptorInterface.h"
 
@@ -50,6 +52,11 @@ public:
     bool connectToHost(const QString& host, quint16 port);
     bool connectToHost(const QHostAddress& address, quint16 port);
 
+    /// Connects as connectToHost does, by whichever way the address names.
+    bool connectTo(const LinkAddress& address);
+    /// The same without waiting: connectedToHost or connectingFailed follows, from the event loop.
+    void startConnecting(const LinkAddress& address);
+
     /// Takes over a socket that a server has accepted and hands back the socket held before. True
     /// if the new one is open. A null pointer gives false and leaves the object not connected.
     bool adoptSocket(std::unique_ptr<QTcpSocket>& accepted);
@@ -64,6 +71,8 @@ public:
     const QString& getLocalIdentifier() const { return localIdentifier; }
     /// The far end, in the same form.
     const QString& getPeerIdentifier() const { return peerIdentifier; }
+    /// What is known of the far end of the last link.
+    const PeerOrigin& getPeerOrigin() const { return peerOrigin; }
     /// The register that gets what is received.
     RawDataPacketReceivers& getReceivers() const { return *receivers; }
     /// What the constructor was given.
@@ -82,6 +91,9 @@ public:
 Q_SIGNALS:
     /// The link is gone.
     void disconnectedFromHost();
+    /// The link that startConnecting was to make is up, or could not be made and why.
+    void connectedToHost();
+    void connectingFailed(QString reason);
 
 public Q_SLOTS:
     /// Reads what has arrived and delivers the complete packets.
@@ -96,7 +108,9 @@ private:
     void transmit(const QByteArray& first, const QByteArray& second);
     bool readAvailableBytes();
     void deliverPackets(const SocketSignal& signal, bool discardRawData);
+    void onSocketConnected();
     void onSocketDisconnected();
+    void openSocket(const LinkAddress& address);
     void dropLink();
     QTcpSocket* replaceSocket(QTcpSocket* newSocket);
     static void discard(QTcpSocket* previous);
@@ -106,12 +120,14 @@ private:
     RawDataPacketReceivers* receivers;
     QString peerIdentifier;
     QString localIdentifier;
+    PeerOrigin peerOrigin;
     QTcpSocket* socket = nullptr; ///< a child of this object
     QByteArray incomingBuffer;    ///< received and not yet consumed
     quint32 connectionContext;
     quint32 socketCount = 0;   ///< how many sockets there have been
     int socketSignalDepth = 0; ///< above 0 while a signal of a socket is being handled
     bool delivering = false;
+    bool isStarting = false; ///< startConnecting has not been answered
 };
 
 /// The name of one end of a link: the IPv4 address as a decimal number, followed by the port in
