@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr QLatin1String TLS_PREFIX("tls://");
-constexpr QLatin1String LOCAL_PREFIX("unix:");
+const QLatin1String TLS_PREFIX("tls://");
+const QLatin1String LOCAL_PREFIX("unix:");
 
 std::optional<LinkAddress> refuse(QString* whatIsWrong, const QString& reason)
 {
