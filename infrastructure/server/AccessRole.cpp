@@ -28,7 +28,7 @@ QString AccessRole::getRightText() const
 QString AccessRole::toString() const
 {
     if (names.isEmpty()) {
-        return QStringLiteral("no role");
+        return mayRead() ? QStringLiteral("right ") + getRightText() : QStringLiteral("no role");
     }
     return (names.size() == 1 ? QStringLiteral("role ") : QStringLiteral("roles ")) +
            names.join(QStringLiteral(", "));

@@ -21,7 +21,8 @@ struct AccessRole
     void add(const AccessRole& other);
 
     QString getRightText() const; ///< "none", "read", "write" or "all"
-    /// For a log line: "role viewer", "roles viewer, operator", "no role".
+    /// For a log line: "role viewer", "roles viewer, operator", "no role"; "right all" if the
+    /// roles have no names.
     QString toString() const;
 };
 

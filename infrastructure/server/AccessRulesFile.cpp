@@ -208,7 +208,7 @@ private:
 
     void readRole(const QStringList& words)
     {
-        if (words.size() < 2) {
+        if (words.size() < 2 || words[0].isEmpty()) {
             return complain(QStringLiteral("a role has a name and a right, as in: role operator "
                                            "write configCoreRouter/input1"));
         }

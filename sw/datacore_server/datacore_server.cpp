@@ -97,13 +97,13 @@ struct PersistentConfigTree : DatacoreBase
 
 /// The rules in a file; without one, whoever is on this machine may do all. Nothing, with the
 /// reason on standard error, if the file is no good.
-std::optional<AccessRules> getAccessRules(const QString& file)
+std::optional<AccessRules> getAccessRules(const std::optional<QString>& file)
 {
-    if (file.isNull()) {
+    if (!file) {
         return AccessRules::forThisMachine();
     }
     QStringList errors, warnings;
-    const std::optional<AccessRules> rules = loadAccessRules(file, errors, warnings);
+    const std::optional<AccessRules> rules = loadAccessRules(*file, errors, warnings);
     for (const QString& error : errors) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
     }
@@ -143,7 +143,9 @@ int main(int argc, char** argv)
         return refuseCommandLine(parser);
     }
 
-    const std::optional<AccessRules> rules = getAccessRules(parser.value(rolesOption));
+    const std::optional<AccessRules> rules =
+        getAccessRules(parser.isSet(rolesOption) ? std::optional<QString>(parser.value(rolesOption))
+                                                 : std::nullopt);
     if (!rules) {
         return 1;
     }
