@@ -74,7 +74,7 @@ void ClientDatacoreDescriptions::acceptPacket(const SerialisableDataPacket& pack
         const Description description = share(entry.description);
         for (const QString& path : entry.paths) {
             if (!keep(path, description)) {
-                complaints.append(QStringLiteral("too many, from %1 on").arg(path));
+                complaints.append(QStringLiteral("too many, from %1 on").arg(path.left(200)));
                 break;
             }
         }

@@ -6,11 +6,30 @@
 #include <QJsonArray>
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <optional>
 #include <tuple>
+#include <type_traits>
 
 namespace {
+
+struct NumberKind
+{
+    QLatin1String name;
+    bool isWhole;
+};
+
+#define DATACORE_KIND(TYPE, NAME) {QLatin1String(NAME, sizeof NAME - 1), std::is_integral_v<TYPE>},
+constexpr NumberKind NUMBER_KINDS[] = {DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_KIND)};
+#undef DATACORE_KIND
+
+/// Null for a kind that is no number.
+const NumberKind* findNumberKind(const QString& kind)
+{
+    const auto found = std::find_if(std::begin(NUMBER_KINDS), std::end(NUMBER_KINDS),
+                                    [&](const NumberKind& row) { return row.name == kind; });
+    return found == std::end(NUMBER_KINDS) ? nullptr : found;
+}
 
 auto fields(const DatacoreDescription& d)
 {
@@ -91,36 +110,35 @@ private:
     QString complaint;
 };
 
-template <typename Number, typename Convert>
-std::optional<bool> isOrdered(const DatacoreDescription& d, Convert convert)
+/// Nothing if a limit can't be converted.
+template <typename Convert>
+std::optional<bool> areOrdered(const QString& minimum, const QString& maximum, Convert convert)
 {
-    bool isMinimum = d.minimum.isNull();
-    bool isMaximum = d.maximum.isNull();
-    const Number minimum = isMinimum ? Number() : convert(d.minimum, isMinimum);
-    const Number maximum = isMaximum ? Number() : convert(d.maximum, isMaximum);
-    if (!isMinimum || !isMaximum) {
-        return std::nullopt;
-    }
-    return d.minimum.isNull() || d.maximum.isNull() || minimum <= maximum;
+    bool isMinimum = true;
+    bool isMaximum = true;
+    const auto least = convert(minimum.isEmpty() ? maximum : minimum, isMinimum);
+    const auto most = convert(maximum.isEmpty() ? minimum : maximum, isMaximum);
+    return isMinimum && isMaximum ? std::optional<bool>(least <= most) : std::nullopt;
 }
 
-/// Compared exactly as far as 64 bits go. Limits of a kind that has no numbers are in order.
+/// Whole numbers are compared exactly. Of a kind that may have no numbers, texts are fine too.
 bool areLimitsGood(const DatacoreDescription& d)
 {
-    std::optional<bool> ordered =
-        isOrdered<qlonglong>(d, [](const QString& text, bool& ok) { return text.toLongLong(&ok); });
-    if (!ordered) {
-        ordered = isOrdered<qulonglong>(
-            d, [](const QString& text, bool& ok) { return text.toULongLong(&ok); });
+    if (d.minimum.isEmpty() && d.maximum.isEmpty()) {
+        return true;
     }
+    const NumberKind* kind = findNumberKind(d.kind);
+    const auto toSigned = [](const QString& text, bool& ok) { return text.toLongLong(&ok); };
+    const auto toUnsigned = [](const QString& text, bool& ok) { return text.toULongLong(&ok); };
+    const auto toReal = [](const QString& text, bool& ok) { return text.toDouble(&ok); };
+    std::optional<bool> ordered = areOrdered(d.minimum, d.maximum, toSigned);
     if (!ordered) {
-        ordered = isOrdered<double>(d, [](const QString& text, bool& ok) {
-            const double number = text.toDouble(&ok);
-            ok = ok && !std::isnan(number);
-            return number;
-        });
+        ordered = areOrdered(d.minimum, d.maximum, toUnsigned);
     }
-    return ordered.value_or(!d.isNumber());
+    if (!ordered && !(kind != nullptr && kind->isWhole)) {
+        ordered = areOrdered(d.minimum, d.maximum, toReal);
+    }
+    return ordered.value_or(kind == nullptr);
 }
 
 } // namespace
@@ -137,16 +155,14 @@ bool operator!=(const DatacoreDescription& a, const DatacoreDescription& b)
 
 bool DatacoreDescription::isNumber() const
 {
-#define DATACORE_IS_KIND(TYPE, NAME) kind == QLatin1String(NAME) ||
-    return DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_IS_KIND) false;
-#undef DATACORE_IS_KIND
+    return findNumberKind(kind) != nullptr;
 }
 
 /// The keys are in the order in which a JSON object has them.
 void DatacoreDescription::appendToJsonText(QByteArray& text) const
 {
     const auto appendText = [&text](const char* key, const QString& content) {
-        if (!content.isNull()) {
+        if (!content.isEmpty()) {
             appendKey(text, QLatin1String(key));
             appendJsonString(text, content);
         }
@@ -199,6 +215,7 @@ DatacoreDescription DatacoreDescription::fromJson(const QJsonObject& json, QStri
     reader.take("unique", description.isUnique);
     reader.take("unit", description.unit);
     reader.take("values", description.choices);
+    reader.check(!description.kind.isEmpty(), "kind");
     reader.check(description.leastCount <= description.mostCount, "most");
     reader.check(areLimitsGood(description), "max");
     reason = reader.getComplaint();

@@ -46,11 +46,11 @@ struct DatacoreDescription
     int leastCount = 0; ///< of values
     int mostCount = ANY_COUNT;
     bool isUnique = false; ///< no value may come twice
-    QString minimum;       ///< of each value, included; null for none
+    QString minimum;       ///< of each value, included; empty for none
     QString maximum;
     QStringList choices;     ///< all that a value may be; none if it may be something else
-    QString unit;            ///< null for none
-    QString sentence;        ///< null for none
+    QString unit;            ///< empty for none
+    QString sentence;        ///< empty for none
     bool isReadOnly = false; ///< clients may not write it
 
     /// True for the kinds of DatacoreNumber.
@@ -58,10 +58,10 @@ struct DatacoreDescription
 
     /// Appends the JSON form as compact text.
     void appendToJsonText(QByteArray& text) const;
-    /// Reads the JSON form; unknown keys are ignored. If a part has the wrong type or exceeds the
-    /// lengths above, a count is negative or above 2^31 - 1, or a least is above its most, `reason`
-    /// says so and the result is a description without content. For a number also limits that are
-    /// no numbers of its kind.
+    /// Reads the JSON form; unknown keys are ignored. A part of the wrong JSON type or beyond the
+    /// lengths above, a count below 0 or beyond an int, a least above its most, and a number's
+    /// limit that is no number, or whole where its kind is, are refused: `reason` names the key,
+    /// and the result is a description without content. Otherwise `reason` is empty.
     static DatacoreDescription fromJson(const QJsonObject& json, QString& reason);
 };
 
