@@ -14,32 +14,6 @@ QString toText(quint64 leftOut)
     return leftOut == 0 ? QString() : QStringLiteral(" (%1 more before this)").arg(leftOut);
 }
 
-/// Whether the node, by itself, is closed to all clients.
-bool isReadOnly(const DatacoreBase& datacore, const AccessRules& rules)
-{
-    return !rules.isUnrestricted() && !rules.isWritable(datacore.getPath());
-}
-
-/// The first read-only node that content is for, from `datacore` down; null if there is none.
-/// `content` is what stands under the node's name.
-const DatacoreBase* findReadOnly(const DatacoreBase& datacore, const QJsonObject& content,
-                                 const AccessRules& rules)
-{
-    if (isReadOnly(datacore, rules)) {
-        return &datacore;
-    }
-    for (const DatacoreBase* child : datacore.getChildren()) {
-        const auto below = content.constFind(child->getInstanceName());
-        if (below == content.constEnd()) {
-            continue;
-        }
-        if (const DatacoreBase* found = findReadOnly(*child, below->toObject(), rules)) {
-            return found;
-        }
-    }
-    return nullptr;
-}
-
 /// What a write has under the node's name; only nodes with children need it.
 QJsonObject getContent(const DatacoreBase& datacore, const DatacorePacket& write)
 {
@@ -91,6 +65,32 @@ DatacoreAccessPacket AccessControl::takeToken(AccessPeer& peer, const QString& t
     return answer;
 }
 
+bool AccessControl::isReadOnly(const DatacoreBase& datacore) const
+{
+    return datacore.isReadOnlyForClients() ||
+           (!rules.isUnrestricted() && !rules.isWritable(datacore.getPath()));
+}
+
+/// The first read-only node that content is for, from `datacore` down; null if there is none.
+/// `content` is what stands under the node's name.
+const DatacoreBase* AccessControl::findReadOnly(const DatacoreBase& datacore,
+                                                const QJsonObject& content) const
+{
+    if (isReadOnly(datacore)) {
+        return &datacore;
+    }
+    for (const DatacoreBase* child : datacore.getChildren()) {
+        const auto below = content.constFind(child->getInstanceName());
+        if (below == content.constEnd()) {
+            continue;
+        }
+        if (const DatacoreBase* found = findReadOnly(*child, below->toObject())) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 bool AccessControl::mayWrite(AccessPeer& peer, const DatacoreBase& datacore,
                              const DatacorePacket& write, Time now) const
 {
@@ -98,7 +98,7 @@ bool AccessControl::mayWrite(AccessPeer& peer, const DatacoreBase& datacore,
     const bool hasRight =
         peer.role.right == AccessRole::Right::All || peer.role.mayWrite(datacore.getPath());
     const DatacoreBase* refused =
-        hasRight ? findReadOnly(datacore, getContent(datacore, write), rules) : &datacore;
+        hasRight ? findReadOnly(datacore, getContent(datacore, write)) : &datacore;
     if (refused == nullptr) {
         return true;
     }

@@ -33,6 +33,8 @@ public:
     /// Adds the role of a right token to what the client has. The answer to the client; an empty
     /// token only asks for it.
     DatacoreAccessPacket takeToken(AccessPeer& peer, const QString& token, Time now);
+    /// Whether the node is closed to all clients, by its owner or by the rules.
+    bool isReadOnly(const DatacoreBase& datacore) const;
     /// Whether the client may write to this node and to all nodes below it that the write has
     /// content for.
     bool mayWrite(AccessPeer& peer, const DatacoreBase& datacore, const DatacorePacket& write,
@@ -43,6 +45,9 @@ public:
     static void logRest(AccessPeer& peer);
 
 private:
+    const DatacoreBase* findReadOnly(const DatacoreBase& datacore,
+                                     const QJsonObject& content) const;
+
     AccessRules rules;
     TokenGuesses guesses;
     LogLimit tokenLines, dropLines;

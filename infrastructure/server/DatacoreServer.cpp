@@ -1,6 +1,7 @@
 #include "infrastructure/server/DatacoreServer.h"
 
 #include "infrastructure/server/AccessControl_p.h"
+#include "infrastructure/server/DatacoreDescriptionAnswers_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
@@ -13,6 +14,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <map>
 #include <memory>
 
 namespace {
@@ -44,10 +46,17 @@ public:
         , server(&owner)
         , connection(receivers)
         , distributor(receivers)
+        , descriptions(connection,
+                       {owner.getRoots(),
+                        [&owner](const QString& fullPath) { return owner.findDatacore(fullPath); },
+                        [&owner](const DatacoreBase& datacore) {
+                            return owner.access->isReadOnly(datacore);
+                        }},
+                       MAX_UNSENT_BYTES, [this, &owner] { owner.dropClientThatDoesNotRead(*this); })
     {
-        distributor.registerPacketAcceptor(*this, {DatacorePathListPacket::CLASSNAME(),
-                                                   DatacorePacket::CLASSNAME(),
-                                                   DatacoreTokenPacket::CLASSNAME()});
+        for (const auto& [className, handler] : getHandlers()) {
+            distributor.registerPacketAcceptor(*this, className);
+        }
         QObject::connect(&connection, &NetworkConnection::disconnectedFromHost, this, [this] {
             if (server != nullptr) {
                 server->dropClient(*this);
@@ -73,36 +82,64 @@ public:
     void retire()
     {
         server = nullptr;
+        descriptions.stop();
         deleteLater();
     }
 
-    bool canAcceptPacket(QString className) override
-    {
-        return className == DatacorePathListPacket::CLASSNAME() ||
-               className == DatacorePacket::CLASSNAME() ||
-               className == DatacoreTokenPacket::CLASSNAME();
-    }
+    bool canAcceptPacket(QString className) override { return getHandlers().count(className) > 0; }
 
     void acceptPacket(const SerialisableDataPacket& packet) override
     {
-        if (server == nullptr) {
+        const auto handler = getHandlers().find(packet.getPacketClassName());
+        if (server == nullptr || handler == getHandlers().end()) {
             return;
         }
-        bool ok = false;
-        if (packet.getPacketClassName() == DatacoreTokenPacket::CLASSNAME()) {
-            const QString token = DatacoreTokenPacket(packet, ok).getToken();
-            server->sendTo(*this, {server->access->takeToken(peer, token, Clock::now())});
-            boundBuffer();
-        } else if (!mayRead()) {
+        if (!mayRead() && handler->second != &Client::takeToken) {
             server->dropClientWithoutRole(*this, "and asks for something");
-        } else if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
-            server->sendDump(*this, DatacorePathListPacket(packet, ok));
-        } else {
-            server->applyWrite(*this, DatacorePacket(packet, ok));
+            return;
         }
+        (this->*handler->second)(packet);
     }
 
 private:
+    using Handler = void (Client::*)(const SerialisableDataPacket&);
+
+    /// What clients may send, by class name.
+    static const std::map<QString, Handler>& getHandlers()
+    {
+        static const std::map<QString, Handler> handlers = {
+            {DatacoreDescriptionRequestPacket::CLASSNAME(), &Client::describe},
+            {DatacorePacket::CLASSNAME(), &Client::write},
+            {DatacorePathListPacket::CLASSNAME(), &Client::dump},
+            {DatacoreTokenPacket::CLASSNAME(), &Client::takeToken},
+        };
+        return handlers;
+    }
+
+    // Each takes a packet of its own class.
+    void describe(const SerialisableDataPacket& packet)
+    {
+        bool ok = false;
+        descriptions.add(DatacoreDescriptionRequestPacket(packet, ok));
+    }
+    void dump(const SerialisableDataPacket& packet)
+    {
+        bool ok = false;
+        server->sendDump(*this, DatacorePathListPacket(packet, ok));
+    }
+    void takeToken(const SerialisableDataPacket& packet)
+    {
+        bool ok = false;
+        const QString token = DatacoreTokenPacket(packet, ok).getToken();
+        server->sendTo(*this, {server->access->takeToken(peer, token, Clock::now())});
+        boundBuffer();
+    }
+    void write(const SerialisableDataPacket& packet)
+    {
+        bool ok = false;
+        server->applyWrite(*this, DatacorePacket(packet, ok));
+    }
+
     void boundBuffer()
     {
         connection.setMaxBufferedBytes(mayRead() ? NetworkConnection::MAX_BUFFERED_BYTES
@@ -114,6 +151,7 @@ private:
     NetworkConnection connection;
     SerialisableDataPacketDistributor distributor;
     AccessPeer peer;
+    DatacoreDescriptionAnswers descriptions;
 };
 
 /// The answer to a request, sent piece by piece.
