@@ -1,5 +1,6 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
-//   datacore_server [--address ADDRESS] [--port PORT] [--roles FILE]
+//   datacore_server [--address ADDRESS] [--port PORT] [--tls-port PORT --tls-certificate FILE
+//                   --tls-key FILE] [--local PATH] [--roles FILE]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -11,12 +12,14 @@
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
+#include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/QuitOnSignal.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
 #include <optional>
 
@@ -150,7 +153,25 @@ int main(int argc, char** argv)
         QStringLiteral("Who may do what; without it, whoever is on this machine may do all and "
                        "nobody else anything."),
         QStringLiteral("file"));
-    parser.addOptions({addressOption, portOption, rolesOption});
+    const QCommandLineOption tlsPortOption(
+        QStringLiteral("tls-port"), QStringLiteral("Port to listen at for TLS as well; 0 for any."),
+        QStringLiteral("port"));
+    const QCommandLineOption localOption(
+        QStringLiteral("local"),
+        QStringLiteral("Path of a socket to listen at as well, for processes of this machine."),
+        QStringLiteral("path"));
+    const QCommandLineOption localModeOption(
+        QStringLiteral("local-mode"),
+        QStringLiteral("Permissions of that socket, octal: who may write to it may connect."),
+        QStringLiteral("mode"), QStringLiteral("0660"));
+    const QCommandLineOption deadPeerOption(
+        QStringLiteral("dead-peer-timeout"),
+        QStringLiteral("Seconds after which a client that can't be reached is dropped, 2 to 32767; "
+                       "0 for never."),
+        QStringLiteral("seconds"), QStringLiteral("10"));
+    parser.addOptions({addressOption, portOption, tlsPortOption});
+    addTlsOptions(parser, TlsEnd::Server);
+    parser.addOptions({localOption, localModeOption, deadPeerOption, rolesOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -158,8 +179,24 @@ int main(int argc, char** argv)
     bool isPort = false;
     const quint16 port = parser.value(portOption).toUShort(&isPort);
     const QHostAddress address(parser.value(addressOption));
-    if (!isPort || address.isNull() || !parser.positionalArguments().isEmpty()) {
+    bool isTlsPort = true, isMode = false, isTimeout = false;
+    const quint16 tlsPort =
+        parser.isSet(tlsPortOption) ? parser.value(tlsPortOption).toUShort(&isTlsPort) : quint16(0);
+    constexpr quint32 allPermissions = 0777;
+    const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
+    const std::chrono::seconds deadPeerTimeout(parser.value(deadPeerOption).toUShort(&isTimeout));
+    if (!isPort || address.isNull() || !isTlsPort || !isMode || localMode > allPermissions ||
+        !isTimeout || !parser.positionalArguments().isEmpty()) {
         return refuseCommandLine(parser);
+    }
+    QString whatIsWrong;
+    std::optional<TlsSettings> tlsSettings;
+    if (parser.isSet(tlsPortOption)) {
+        tlsSettings = readTlsOptions(parser, TlsEnd::Server, &whatIsWrong);
+        if (!tlsSettings) {
+            std::fprintf(stderr, "%s\n", qPrintable(whatIsWrong));
+            return 1;
+        }
     }
 
     const std::optional<AccessRules> rules =
@@ -177,6 +214,7 @@ int main(int argc, char** argv)
     PersistentConfigTree persistentConfig;
     DatacoreServer server({&config, &status, &command, &persistentConfig});
     server.setAccessRules(*rules);
+    server.setDeadPeerTimeout(deadPeerTimeout);
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));
@@ -184,6 +222,24 @@ int main(int argc, char** argv)
     }
     std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                 unsigned(server.getPort()));
+    if (tlsSettings) {
+        if (!server.listenTls(address, tlsPort, *tlsSettings, &whatIsWrong)) {
+            std::fprintf(stderr, "Can't listen at %s port %u: %s\n", qPrintable(address.toString()),
+                         unsigned(tlsPort), qPrintable(whatIsWrong));
+            return 1;
+        }
+        std::printf("Listening with TLS at %s port %u\n", qPrintable(address.toString()),
+                    unsigned(server.getTlsPort()));
+    }
+    if (parser.isSet(localOption)) {
+        const QString path = parser.value(localOption);
+        if (!server.listenLocal(path, localMode, &whatIsWrong)) {
+            std::fprintf(stderr, "Can't listen at %s: %s\n", qPrintable(path),
+                         qPrintable(whatIsWrong));
+            return 1;
+        }
+        std::printf("Listening at %s\n", qPrintable(path));
+    }
     std::fflush(stdout);
 
     unsigned long long frames = 0;
