@@ -40,15 +40,13 @@ TEST_CASE("The version table has its keys in order and Unknown without a board",
         keys.append(entry.first);
         CHECK_FALSE(entry.second.isEmpty());
     }
-    CHECK(keys == QString(QStringLiteral("Software,SHA1,Branch,Build ID,Toolchain,Image,Main,"
-                                         "Mezzanine,Frontpanel,FPGA ID,FPGA"))
+    CHECK(keys == QString("Software,SHA1,Branch,Build ID,Toolchain,Image,Main,"
+                          "Mezzanine,Frontpanel,FPGA ID,FPGA"_s)
                       .split(QLatin1Char(',')));
     CHECK(shown() == "Unknown Unknown Unknown Unknown Unknown");
-    const QRegularExpression hash(QStringLiteral("^([0-9a-f]{40}|Unknown)$"));
+    const QRegularExpression hash("^([0-9a-f]{40}|Unknown)$"_s);
     CHECK(hash.match(value(info, "SHA1")).hasMatch());
-    CHECK(QRegularExpression(QStringLiteral("^\\d+\\.\\d+\\.\\d+$"))
-              .match(value(info, "Software"))
-              .hasMatch());
+    CHECK(QRegularExpression("^\\d+\\.\\d+\\.\\d+$"_s).match(value(info, "Software")).hasMatch());
     CHECK(info.boardModel() == 0);
     CHECK(value(info, "main").isNull());
     CHECK(&VersionInfo::getInstance() == &VersionInfo::getInstance());

@@ -29,27 +29,25 @@ TEST_CASE("A time is shown in the unit that suits its size", "[ptp]")
         CHECK(ptpTimeToString(nanoseconds) == QString::fromUtf8(text));
         CHECK(ptpTimeToString(static_cast<qint32>(nanoseconds)) == QString::fromUtf8(text));
     }
-    CHECK(ptpTimeToString(std::numeric_limits<qint32>::min()) == QStringLiteral("-2.15 s"));
-    CHECK(ptpTimeToString(qint64{86400} * 1000000000) == QStringLiteral("86400.00 s"));
-    CHECK(ptpTimeToString(std::numeric_limits<qint64>::max()) == QStringLiteral("9223372036.85 s"));
-    CHECK(ptpTimeToString(std::numeric_limits<qint64>::min()) ==
-          QStringLiteral("-9223372036.85 s"));
+    CHECK(ptpTimeToString(std::numeric_limits<qint32>::min()) == "-2.15 s"_s);
+    CHECK(ptpTimeToString(qint64{86400} * 1000000000) == "86400.00 s"_s);
+    CHECK(ptpTimeToString(std::numeric_limits<qint64>::max()) == "9223372036.85 s"_s);
+    CHECK(ptpTimeToString(std::numeric_limits<qint64>::min()) == "-9223372036.85 s"_s);
 }
 
 TEST_CASE("A timestamp is shown in UTC", "[ptp]")
 {
     // 1234567890 is 2009-02-13 23:31:30 UTC, as "date -u -d @1234567890" has it.
-    CHECK(PtpTimestamp{1234567890, 999999999}.toString() == QStringLiteral("2009-02-13 23:31:30"));
-    CHECK(PtpTimestamp{1234567890, 0}.toString(true) ==
-          QStringLiteral("2009-02-13 23:31:30 (UTC)"));
-    CHECK(PtpTimestamp{0, 0}.toString() == QStringLiteral("1970-01-01 00:00:00"));
-    CHECK(PtpTimestamp{253402300799, 0}.toString() == QStringLiteral("9999-12-31 23:59:59"));
+    CHECK(PtpTimestamp{1234567890, 999999999}.toString() == "2009-02-13 23:31:30"_s);
+    CHECK(PtpTimestamp{1234567890, 0}.toString(true) == "2009-02-13 23:31:30 (UTC)"_s);
+    CHECK(PtpTimestamp{0, 0}.toString() == "1970-01-01 00:00:00"_s);
+    CHECK(PtpTimestamp{253402300799, 0}.toString() == "9999-12-31 23:59:59"_s);
     for (const PtpTimestamp& bad :
          {PtpTimestamp{-1, 0}, PtpTimestamp{0, -1}, PtpTimestamp{253402300800, 0},
           PtpTimestamp{std::numeric_limits<qint64>::max(), 0},
           PtpTimestamp{std::numeric_limits<qint64>::min(), 0}}) {
-        CHECK(bad.toString() == QStringLiteral("Error"));
-        CHECK(bad.toString(true) == QStringLiteral("Error"));
+        CHECK(bad.toString() == "Error"_s);
+        CHECK(bad.toString(true) == "Error"_s);
     }
 }
 
@@ -60,7 +58,7 @@ TEST_CASE("A time of the protocol's own scale is earlier in UTC", "[ptp]")
     // 2017-01-01 00:00:00 UTC, behind its leap second, is 37 s later in TAI (IERS Bulletin C 52).
     const PtpTimestamp tai{1483228837, 5};
     CHECK(tai.toUtc(37) == PtpTimestamp{1483228800, 5});
-    CHECK(tai.toUtc(37).toString() == QStringLiteral("2017-01-01 00:00:00"));
+    CHECK(tai.toUtc(37).toString() == "2017-01-01 00:00:00"_s);
     CHECK(tai.toUtc(0) == tai);
     CHECK(PtpTimestamp() == PtpTimestamp{0, 0});
     CHECK(tai.toUtc(-1) == PtpTimestamp{1483228838, 5});
@@ -74,12 +72,7 @@ TEST_CASE("A timestamp with a negative part counts both parts downwards", "[ptp]
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     constexpr qint64 least = std::numeric_limits<qint64>::min();
-    struct Row
-    {
-        PtpTimestamp timestamp;
-        qint64 nanoseconds;
-    };
-    const Row rows[] = {
+    const Table<PtpTimestamp, qint64> rows{
         {{1, 5}, 1000000005},
         {{-1, 5}, -1000000005},
         {{1, -5}, -1000000005},
@@ -92,9 +85,9 @@ TEST_CASE("A timestamp with a negative part counts both parts downwards", "[ptp]
         {{most, most}, most},
         {{least, least}, least},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.timestamp.seconds, row.timestamp.nanoseconds);
-        CHECK(row.timestamp.toNanoseconds() == row.nanoseconds);
+    for (const auto& [timestamp, nanoseconds] : rows) {
+        CAPTURE(timestamp.seconds, timestamp.nanoseconds);
+        CHECK(timestamp.toNanoseconds() == nanoseconds);
     }
-    CHECK(PtpTimestamp{-1, 5}.toNanosecondsString() == QStringLiteral("-1000000005 ns"));
+    CHECK(PtpTimestamp{-1, 5}.toNanosecondsString() == "-1000000005 ns"_s);
 }

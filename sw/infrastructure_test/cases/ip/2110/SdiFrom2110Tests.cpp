@@ -43,11 +43,10 @@ TEST_CASE("Parameters convert to a payload identifier's where it has them", "[ip
          {Sampling2110_420YCbCr, SampleStructure_420YCbCr}},
         SampleStructure_422YCbCr);
 
-    CHECK(toSdi(TransferCurve2110_Sdr) == TransferCurve_SdrTv);
-    CHECK(toSdi(TransferCurve2110_Pq) == TransferCurve_Pq);
-    CHECK(toSdi(TransferCurve2110_Hlg) == TransferCurve_Hlg);
-    for (quint32 number = 3; number < 20; ++number) {
-        CHECK(toSdi(TransferCurve2110(number)) == TransferCurve_Unspecified);
+    const TransferCurve curves[] = {TransferCurve_SdrTv, TransferCurve_Pq, TransferCurve_Hlg};
+    for (quint32 number = 0; number < 20; ++number) {
+        CHECK(toSdi(TransferCurve2110(number)) ==
+              (number < 3 ? curves[number] : TransferCurve_Unspecified));
     }
 }
 

@@ -71,13 +71,11 @@ TEST_CASE("A filter from a flow takes its flags from the mask", "[ip]")
     }
     const IpFlowSettings settings(makeFlow(), 0);
     CHECK(settings.payloadType == 96);
-    CHECK(settings.srcIpAddr == makeFlow().srcIpAddr);
-    CHECK(settings.dstIpAddr == makeFlow().dstIpAddr);
-    CHECK(settings.srcUdpPort == 5004);
-    CHECK(settings.dstUdpPort == 5006);
-    CHECK(settings.ssrc == 1234);
-    CHECK(settings.protocol == IpProtocol_2110_30);
-    CHECK(settings.interface == IpInterface_TessEth1);
+    const FlowConfig flow = makeFlow();
+    CHECK((settings.srcIpAddr == flow.srcIpAddr && settings.dstIpAddr == flow.dstIpAddr));
+    CHECK(std::tuple(settings.srcUdpPort, settings.dstUdpPort, settings.ssrc, settings.protocol,
+                     settings.interface) ==
+          std::tuple(5004, 5006, 1234u, IpProtocol_2110_30, IpInterface_TessEth1));
 
     const IpFlowSettings ofNull(FlowConfig(IpInterface_TessEth1), IpMediaFlow::AllParams);
     CHECK(ofNull.isNull());

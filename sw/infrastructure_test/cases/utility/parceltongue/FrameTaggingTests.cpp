@@ -103,24 +103,23 @@ TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
     SECTION("a sample short")
     {
         field.words.pop_back();
-        errors.append(QStringLiteral("error: Field of 39 samples is not tagged, expected 40"));
+        errors.append("error: Field of 39 samples is not tagged, expected 40"_s);
     }
     SECTION("lines without samples")
     {
         field = {FieldMetrics(FieldRegion(0, 0, 0, 3), FieldRegion()), {}};
-        errors.append(QStringLiteral("error: Field of 3 empty lines is not tagged"));
+        errors.append("error: Field of 3 empty lines is not tagged"_s);
     }
     SECTION("metrics whose size wraps around")
     {
         field = {FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion()), {}};
-        errors.append(
-            QStringLiteral("error: Field of 0 samples is not tagged, expected 4294967296"));
+        errors.append("error: Field of 0 samples is not tagged, expected 4294967296"_s);
     }
     SECTION("a picture wider than its lines")
     {
         field.metrics = FieldMetrics(FieldRegion(0, 0, 10, 4), FieldRegion(0, 1, 11, 2));
-        errors.append(QStringLiteral("error: Field is not tagged, active width 11, line width 10, "
-                                     "tagged size 160"));
+        errors.append("error: Field is not tagged, active width 11, line width 10, "
+                      "tagged size 160"_s);
     }
     CHECK(tagField(field, {}) == field.words);
     CHECK(log.lines() == errors);
