@@ -6,6 +6,9 @@
 
 using namespace Tessorn::IpTypes;
 
+constexpr qint64 MOST = std::numeric_limits<qint64>::max();
+constexpr qint64 LEAST = std::numeric_limits<qint64>::min();
+
 TEST_CASE("A time is shown in the unit that suits its size", "[ptp]")
 {
     const std::pair<qint64, const char*> rows[] = {
@@ -31,8 +34,8 @@ TEST_CASE("A time is shown in the unit that suits its size", "[ptp]")
     }
     CHECK(ptpTimeToString(std::numeric_limits<qint32>::min()) == "-2.15 s"_s);
     CHECK(ptpTimeToString(qint64{86400} * 1000000000) == "86400.00 s"_s);
-    CHECK(ptpTimeToString(std::numeric_limits<qint64>::max()) == "9223372036.85 s"_s);
-    CHECK(ptpTimeToString(std::numeric_limits<qint64>::min()) == "-9223372036.85 s"_s);
+    CHECK(ptpTimeToString(MOST) == "9223372036.85 s"_s);
+    CHECK(ptpTimeToString(LEAST) == "-9223372036.85 s"_s);
 }
 
 TEST_CASE("A timestamp is shown in UTC", "[ptp]")
@@ -44,8 +47,7 @@ TEST_CASE("A timestamp is shown in UTC", "[ptp]")
     CHECK(PtpTimestamp{253402300799, 0}.toString() == "9999-12-31 23:59:59"_s);
     for (const PtpTimestamp& bad :
          {PtpTimestamp{-1, 0}, PtpTimestamp{0, -1}, PtpTimestamp{253402300800, 0},
-          PtpTimestamp{std::numeric_limits<qint64>::max(), 0},
-          PtpTimestamp{std::numeric_limits<qint64>::min(), 0}}) {
+          PtpTimestamp{MOST, 0}, PtpTimestamp{LEAST, 0}}) {
         CHECK(bad.toString() == "Error"_s);
         CHECK(bad.toString(true) == "Error"_s);
     }
@@ -53,8 +55,6 @@ TEST_CASE("A timestamp is shown in UTC", "[ptp]")
 
 TEST_CASE("A time of the protocol's own scale is earlier in UTC", "[ptp]")
 {
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    constexpr qint64 least = std::numeric_limits<qint64>::min();
     // 2017-01-01 00:00:00 UTC, behind its leap second, is 37 s later in TAI (IERS Bulletin C 52).
     const PtpTimestamp tai{1483228837, 5};
     CHECK(tai.toUtc(37) == PtpTimestamp{1483228800, 5});
@@ -62,28 +62,25 @@ TEST_CASE("A time of the protocol's own scale is earlier in UTC", "[ptp]")
     CHECK(tai.toUtc(0) == tai);
     CHECK(PtpTimestamp() == PtpTimestamp{0, 0});
     CHECK(tai.toUtc(-1) == PtpTimestamp{1483228838, 5});
-    CHECK(tai != PtpTimestamp{1483228837, 6});
-    CHECK(tai != PtpTimestamp{1483228836, 5});
-    CHECK(PtpTimestamp{least + 36, 7}.toUtc(37) == PtpTimestamp{least, 7});
-    CHECK(PtpTimestamp{most, 7}.toUtc(-37) == PtpTimestamp{most, 7});
+    CHECK((tai != PtpTimestamp{1483228837, 6} && tai != PtpTimestamp{1483228836, 5}));
+    CHECK(PtpTimestamp{LEAST + 36, 7}.toUtc(37) == PtpTimestamp{LEAST, 7});
+    CHECK(PtpTimestamp{MOST, 7}.toUtc(-37) == PtpTimestamp{MOST, 7});
 }
 
 TEST_CASE("A timestamp with a negative part counts both parts downwards", "[ptp]")
 {
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    constexpr qint64 least = std::numeric_limits<qint64>::min();
     const Table<PtpTimestamp, qint64> rows{
         {{1, 5}, 1000000005},
         {{-1, 5}, -1000000005},
         {{1, -5}, -1000000005},
         {{-1, -5}, -1000000005},
         {{0, -5}, -5},
-        {{9223372036, 854775807}, most},
-        {{9223372036, 854775808}, most},
-        {{-9223372036, 854775808}, least},
-        {{-9223372036, 854775809}, least},
-        {{most, most}, most},
-        {{least, least}, least},
+        {{9223372036, 854775807}, MOST},
+        {{9223372036, 854775808}, MOST},
+        {{-9223372036, 854775808}, LEAST},
+        {{-9223372036, 854775809}, LEAST},
+        {{MOST, MOST}, MOST},
+        {{LEAST, LEAST}, LEAST},
     };
     for (const auto& [timestamp, nanoseconds] : rows) {
         CAPTURE(timestamp.seconds, timestamp.nanoseconds);

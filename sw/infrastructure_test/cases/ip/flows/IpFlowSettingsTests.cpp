@@ -34,16 +34,13 @@ const Row ROWS[] = {
 TEST_CASE("A filter without identity is null, whatever its protocol and interface", "[ip]")
 {
     const IpFlowSettings settings;
-    CHECK(settings.isNull());
-    CHECK(settings.matchPayload);
-    CHECK(settings.payloadType == 0);
-    CHECK(settings.protocol == IpProtocol_Other);
-    CHECK(settings.interface == IpInterface_TessEth0);
-
-    IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
-    CHECK(elsewhere.isNull());
-    CHECK(elsewhere.interface == IpInterface_TessEth1);
-    CHECK(elsewhere.protocol == IpProtocol_2110_40);
+    const auto values = [](const IpFlowSettings& filter) {
+        return std::tuple(filter.isNull(), filter.matchPayload, filter.payloadType, filter.protocol,
+                          filter.interface);
+    };
+    CHECK(values(settings) == std::tuple(true, true, 0, IpProtocol_Other, IpInterface_TessEth0));
+    const IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
+    CHECK(values(elsewhere) == std::tuple(true, true, 0, IpProtocol_2110_40, IpInterface_TessEth1));
     CHECK(elsewhere != settings);
     CHECK(IpFlowSettings(IpInterface_TessEth1).protocol == IpProtocol_Other);
 

@@ -116,9 +116,9 @@ TEST_CASE("Line and sample numbers are those of the interface standard", "[video
     };
     CHECK(lines(PROGRESSIVE_50) == std::vector<quint32>{1, 42, 1121, 1125});
     CHECK(lines(SECOND_FIELD_50) == std::vector<quint32>{564, 584, 1123, 1125});
-    CHECK(PROGRESSIVE_50.getLastActiveSample() == 1919);
-    CHECK(PROGRESSIVE_50.getFirstSampleOfStartOfActiveVideo() == 2636);
-    CHECK(PROGRESSIVE_50.getLastSampleOfLine() == 2639);
+    CHECK(std::tuple(PROGRESSIVE_50.getLastActiveSample(),
+                     PROGRESSIVE_50.getFirstSampleOfStartOfActiveVideo(),
+                     PROGRESSIVE_50.getLastSampleOfLine()) == std::tuple(1919, 2636, 2639));
 }
 
 TEST_CASE("A place goes to the digital interface and back", "[video]")
@@ -142,12 +142,12 @@ TEST_CASE("A place goes to the digital interface and back", "[video]")
 TEST_CASE("Places and regions lie in a field or not", "[video]")
 {
     CHECK(SECOND_FIELD_50.contains(SampleLocation(0, 563)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(SampleLocation(0, 562)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(SampleLocation(2640, 563)));
     CHECK(SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(1920, 564)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(0, 563)));
-    CHECK_FALSE(PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(0, 0)));
-    CHECK_FALSE(PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(4560, 1)));
+    CHECK_FALSE((SECOND_FIELD_50.contains(SampleLocation(0, 562)) ||
+                 SECOND_FIELD_50.contains(SampleLocation(2640, 563)) ||
+                 SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(0, 563))));
+    CHECK_FALSE((PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(0, 0)) ||
+                 PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(4560, 1))));
     CHECK(PROGRESSIVE_50.contains(FieldRegion(0, 0, 2640, 1125)));
     CHECK_FALSE(PROGRESSIVE_50.contains(FieldRegion(0, 0, 2641, 1125)));
     CHECK_FALSE(PROGRESSIVE_50.contains(FieldRegion(0, 1, 2640, 1125)));

@@ -69,9 +69,8 @@ TEST_CASE("A standard has the bits of its first link", "[video]")
     constexpr quint32 transferOfTwo = 2u << 20;
     const Standard standard({createPayloadIdentifier(PSF24_2048_1G5 | transferOfTwo),
                              createPayloadIdentifier(P50_DUAL_LINK)});
-    CHECK(standard.getPicutreInterlaced() == 1);
-    CHECK(standard.getTransportInterlaced() == 0);
-    CHECK(standard.getTransferCharacteristics() == 2);
+    CHECK(std::tuple(standard.getPicutreInterlaced(), standard.getTransportInterlaced(),
+                     standard.getTransferCharacteristics()) == std::tuple(1, 0, 2));
 }
 
 TEST_CASE("Links together make an aggregate rate", "[video]")
@@ -167,9 +166,9 @@ TEST_CASE("Square division doubles the picture and has its own links", "[video]"
 {
     const Standard standard = standardOf(P50_3G_A, true);
     CHECK(standard.getPictureSize() == QSize(3840, 2160));
-    CHECK(standard.getSubImageDivision() == SubImageDivision_SquareDivision);
-    CHECK(standard.getNumberOfSubImages() == 4);
-    CHECK(standard.getNumberOfLinks() == 4);
+    CHECK(std::tuple(standard.getSubImageDivision(), standard.getNumberOfSubImages(),
+                     standard.getNumberOfLinks()) ==
+          std::tuple(SubImageDivision_SquareDivision, 4, 4));
     CHECK(standard.getSdiDataRates() == std::vector<SdiDataRate>(4, SdiDataRate_3G));
     const auto description = [](quint32 rawValue, quint32 links) {
         return standardOf(rawValue, true, links).getDescription();
@@ -222,12 +221,11 @@ TEST_CASE("A standard without identifiers answers all and has no metrics", "[vid
 {
     const Standard standard({});
     CHECK(standard.getDescription() == "No payload identifier"_s);
-    CHECK(standard.getPayloadIdentifiers().empty());
-    CHECK(standard.getSdiDataRates().empty());
+    CHECK((standard.getPayloadIdentifiers().empty() && standard.getSdiDataRates().empty()));
     CHECK(standard.getPictureSize() == QSize(0, 0));
-    CHECK(standard.getAggregateDataRate() == SdiDataRate_NoSignal);
-    CHECK(standard.getSamplesPerLine() == 4400);
-    CHECK(standard.getHorizontalBlankingSamples() == 0);
+    CHECK(std::tuple(standard.getAggregateDataRate(), standard.getSamplesPerLine(),
+                     standard.getHorizontalBlankingSamples()) ==
+          std::tuple(SdiDataRate_NoSignal, 4400, 0));
     const LogCapture log;
     bool succeeded = true;
     CHECK(standard.getTransmissionMetrics(&succeeded).empty());

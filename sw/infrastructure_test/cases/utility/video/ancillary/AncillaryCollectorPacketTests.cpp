@@ -28,8 +28,7 @@ TEST_CASE("A collected packet reads as the words of the SDI stream", "[ancillary
     CHECK(packet.getDidSdid() == AncillaryDidSdid{0x7B, 0x0B});
     CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7B, 0x0C});
     CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7C, 0x0B});
-    CHECK(*packet.payloadIndex() == 0x7B);
-    CHECK(*packet.firstUserDataWord() == 0);
+    CHECK((*packet.payloadIndex() == 0x7B && *packet.firstUserDataWord() == 0));
     CHECK(packet.verifyPacketDataCount());
     CHECK(packet.toString() == "DID 0x7B SDID 0x0B DC 5: 00 01 02 03 04"_s);
 
