@@ -19,7 +19,7 @@ TEST_CASE("An interface is named after its cage on the board", "[ip]")
     CHECK(IpValidInterfaces::ipRxInterfaces.front() == IpInterface_TessEth0);
 }
 
-TEST_CASE("Selections are read back from their texts", "[ip]")
+TEST_CASE("Selections are read back from their texts, and streams have names", "[ip]")
 {
     const std::pair<const char*, const char*> rows[] = {
         {"Automatic|Manual|SFP A|SFP B|Error", "Error|SFP A|SFP B|Seamless A+B|Error"},
@@ -49,10 +49,7 @@ TEST_CASE("Selections are read back from their texts", "[ip]")
         CHECK_FALSE(ok);
     }
     CHECK(inputSelectionFromString(u"SFP B", 0) == 3);
-}
 
-TEST_CASE("Four streams are named on each interface", "[ip]")
-{
     const char* const names[] = {"A VID", "A AUD 1", "A AUD 2", "A ANC",
                                  "B VID", "B AUD 1", "B AUD 2", "B ANC"};
     for (quint32 tag = 0; tag < std::size(names); ++tag) {

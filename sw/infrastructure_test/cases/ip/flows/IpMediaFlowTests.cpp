@@ -172,11 +172,8 @@ TEST_CASE("A flow is shown whole, as a filter and as a key", "[ip]")
     CHECK(flow.toKey(false) == "239.1.2.3,5006,192.168.0.1,5004,96,0"_s);
     CHECK(flow.toKey(true) == "1234,239.1.2.3,5006,192.168.0.1,5004,96,0"_s);
     CHECK(IpMediaFlow(IpInterface_TessEth1).toKey(false) == ",0,,0,0,1"_s);
-}
 
-TEST_CASE("A key is shown by its number of fields", "[ip]")
-{
-    const auto flow = makeFlow();
+    // And a key by its number of fields.
     CHECK(IpMediaFlow::keyToDisplayString(flow.toKey(false)) ==
           "Payload: 96, Dst 239.1.2.3:5006, Src 192.168.0.1:5004 "_s);
     CHECK(IpMediaFlow::keyToDisplayString(flow.toKey(true)) ==

@@ -71,20 +71,11 @@ void fillRows(Processor& processor, int channel)
 uint16_t mixedCode(std::mt19937& random)
 {
     const auto bits = static_cast<unsigned>(random());
-    switch (bits % 8) {
-    case 0:
-        return static_cast<uint16_t>(bits >> 8 & 0x7F7F);
-    case 1:
-        return static_cast<uint16_t>(bits >> 16);
-    case 2:
-        return static_cast<uint16_t>(0x1420 | (bits >> 8 & 0x090F));
-    case 3:
-        return static_cast<uint16_t>(0x1040 | (bits >> 8 & 0x0F3F));
-    case 4:
-        return static_cast<uint16_t>(0x1020 | (bits >> 8 & 0x0F1F));
-    default:
-        return static_cast<uint16_t>(0x2000 | (bits >> 8 & 0x5F7F));
-    }
+    constexpr std::array<unsigned, 2> forms[] = {
+        {0, 0x7F7F}, {0, 0}, {0x1420, 0x090F}, {0x1040, 0x0F3F}, {0x1020, 0x0F1F}};
+    constexpr std::array<unsigned, 2> text = {0x2000, 0x5F7F};
+    const auto& [base, mask] = bits % 8 < 5 ? forms[bits % 8] : text;
+    return static_cast<uint16_t>(bits % 8 == 1 ? bits >> 16 : base | (bits >> 8 & mask));
 }
 
 /// Random pairs of both fields, many at a time and, by another processor, one by one.
@@ -282,15 +273,15 @@ TEST_CASE("Records are taken by field, all of them", "[captions]")
              {CaptionFieldSelect608_Field2, false, "AB"},
              {CaptionFieldSelect608_None, false, ""}}) {
         CaptionProcessor608 processor;
-    processor.setFieldSelect(select);
-    CHECK(processor.processPairs(records) == changed);
-    CHECK(withoutEnd(processor.displayedGrid().rowText(15)) == QLatin1String(text));
-}
-CaptionProcessor608 untouched;
-CHECK_FALSE(untouched.processPairs(records));
-CHECK_FALSE(untouched.processRecord(records[0]));
-CHECK(untouched.displayedGrid() == CaptionGrid608());
-CHECK_FALSE(untouched.processPairs({}));
+        processor.setFieldSelect(select);
+        CHECK(processor.processPairs(records) == changed);
+        CHECK(withoutEnd(processor.displayedGrid().rowText(15)) == QLatin1String(text));
+    }
+    CaptionProcessor608 untouched;
+    CHECK_FALSE(untouched.processPairs(records));
+    CHECK_FALSE(untouched.processRecord(records[0]));
+    CHECK(untouched.displayedGrid() == CaptionGrid608());
+    CHECK_FALSE(untouched.processPairs({}));
 }
 
 TEST_CASE("Random pairs have one effect, many at a time or one by one", "[captions]")

@@ -186,12 +186,12 @@ TEST_CASE("A packet is built pair by pair", "[captions]")
     for (unsigned code = 0; code < 256; ++code) {
         packet.clear();
         CHECK(packet == XdsPacket());
-        CHECK(packet.classIndex() == 8);
-        CHECK(packet.startCode() + packet.type() == 0xFF + 0xFF);
+        const auto values = [&packet] {
+            return std::tuple(packet.startCode(), packet.type(), packet.classIndex());
+        };
+        CHECK(values() == std::tuple(0xFF, 0xFF, 8));
         REQUIRE(packet.append({static_cast<uint8_t>(code), 9, 0, 0}));
-        CHECK(packet.startCode() == code);
-        CHECK(packet.type() == 9);
-        CHECK(packet.classIndex() == (code % 2 == 1 && code <= 13 ? code / 2 : 7));
+        CHECK(values() == std::tuple(code, 9, code % 2 == 1 && code <= 13 ? code / 2 : 7));
     }
     CHECK(packet.toString() == "Unknown type 9: \"\""_s);
     checkEachFieldCounts(&XdsBytePair::c1, &XdsBytePair::c2, &XdsBytePair::raw1,

@@ -111,11 +111,8 @@ TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
         CHECK(log.lines().join(QString()) ==
               (error == nullptr ? QString() : "error: Field "_s + QLatin1String(error)));
     }
-}
 
-TEST_CASE("A field without lines has tags of its own, and one without width an index",
-          "[parceltongue]")
-{
+    // A field without lines has tags of its own, and one without width an index.
     CHECK(tagField({FieldMetrics(FieldRegion(), FieldRegion()), {}}, {}).size() == 16);
     CHECK(getTaggedIndex(FieldMetrics(FieldRegion(0, 0, 0, 0xFFFFFFFF), FieldRegion()), 5) == 21);
 }

@@ -374,10 +374,8 @@ TEST_CASE("A picture that does not fit its lines goes there and back, and links 
         CHECK(back.activePosition.sample == sample);
         CHECK(back.sourcePosition.link == source.link);
     }
-}
 
-TEST_CASE("A standard without active lines has no positions", "[cursor]")
-{
+    // A standard without active lines has no positions.
     const Standard nothing({});
     CHECK_THROWS_AS(Cursor::cursorPositionFromActivePicturePosition(1, 0, 0, nothing),
                     std::out_of_range);

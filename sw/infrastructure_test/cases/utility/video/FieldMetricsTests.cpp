@@ -49,16 +49,13 @@ TEST_CASE("A region takes width before height and contains its edges", "[video]"
         }
     }
     CHECK(inside == 6);
-}
 
-TEST_CASE("Regions that differ in one number are unequal, and an empty one contains nothing",
-          "[video]")
-{
-    const FieldRegion region(1, 2, 3, 4);
-    CHECK(region == FieldRegion(1, 2, 3, 4));
+    // Regions that differ in one number are unequal, and an empty one contains nothing.
+    const FieldRegion four(1, 2, 3, 4);
+    CHECK(four == FieldRegion(1, 2, 3, 4));
     for (const FieldRegion& other : {FieldRegion(0, 2, 3, 4), FieldRegion(1, 0, 3, 4),
                                      FieldRegion(1, 2, 0, 4), FieldRegion(1, 2, 3, 0)}) {
-        CHECK(region != other);
+        CHECK(four != other);
     }
     CHECK(FieldRegion() == FieldRegion(0, 0, 0, 0));
     CHECK_FALSE(FieldRegion().contains(0, 0));
@@ -121,7 +118,7 @@ TEST_CASE("Line and sample numbers are those of the interface standard", "[video
                      PROGRESSIVE_50.getLastSampleOfLine()) == std::tuple(1919, 2636, 2639));
 }
 
-TEST_CASE("A place goes to the digital interface and back", "[video]")
+TEST_CASE("A place goes to the digital interface and back, and lies in a field or not", "[video]")
 {
     const FieldMetrics small(FieldRegion(0, 0, 100, 100), FieldRegion(50, 50, 50, 25));
     CHECK(small.toSampleLocation({0, 51}) == SampleLocation(50, 50));
@@ -137,10 +134,7 @@ TEST_CASE("A place goes to the digital interface and back", "[video]")
         REQUIRE(PROGRESSIVE_50.toSampleLocation(
                     PROGRESSIVE_50.toDigitalInterfaceSampleLocation(place)) == place);
     }
-}
 
-TEST_CASE("Places and regions lie in a field or not", "[video]")
-{
     CHECK(SECOND_FIELD_50.contains(SampleLocation(0, 563)));
     CHECK(SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(1920, 564)));
     CHECK_FALSE((SECOND_FIELD_50.contains(SampleLocation(0, 562)) ||

@@ -79,10 +79,8 @@ TEST_CASE("A value wider than its field is not stored, and neither is one for a 
               {{PayloadIdentifierKey_BitDepth, 2}, {PayloadIdentifierKey_AspectRatio, 1}}) == 2);
     CHECK(fields.compose({{PayloadIdentifierKey_BitDepth, 5}}, 3) == 3);
     CHECK(fields.compose({{static_cast<Key>(13), 0}, {static_cast<Key>(0xFFFFFFFF), 1}}) == 0);
-}
 
-TEST_CASE("An address names bits that exist", "[video]")
-{
+    // An address names bits that exist.
     CHECK(PayloadIdentifierField(4, {0}).getMask() == 0);
     CHECK(PayloadIdentifierField(3, {0, 8, 1}).getMask() == 3);
     CHECK(PayloadIdentifierField(3, {0, 1, 2, 3, 4, 5, 6, 7, 0}).getWidth() == 8);

@@ -66,10 +66,8 @@ TEST_CASE("Payload identifier words have their texts, and none for a number that
     CHECK(toString(Colourimetry(998)).isEmpty());
     CHECK(texts<TransferCurve>(4) == split("SDR-TV|HLG|PQ|S-Log3|"));
     CHECK(texts<LuminanceAndColourDifferenceSignal>(2) == split("YCbCr|ICtCp|"));
-}
 
-TEST_CASE("Only structures 0 and 3 are narrow, and depths pair by their bits", "[video]")
-{
+    // Only structures 0 and 3 are narrow, and depths pair by their bits.
     for (quint32 code = 0; code < 16; ++code) {
         CHECK(isNarrow(SampleStructure(code)) == (code == 0 || code == 3));
         CHECK(is10Bit(BitDepth(code)) == (code < 2));
@@ -122,7 +120,7 @@ TEST_CASE("A 20-bit sample has channel one in the low bits of a store word", "[v
     CHECK(Sdi20BitSample{1, 2} != Sdi20BitSample{1, 1});
 }
 
-TEST_CASE("Positions and samples stream as text", "[video]")
+TEST_CASE("Positions and samples stream as text, and grids compare by their contents", "[video]")
 {
     const auto write = [](auto& stream) {
         stream << Types::PixelCoordinates{1, 2} << Types::SampleLocation(280, 41)
@@ -136,10 +134,7 @@ TEST_CASE("Positions and samples stream as text", "[video]")
     CHECK(text == "Pixel[x:1, y:2]Sample[sampleIndex:280, lineIndex:41]"
                   "Sample[digital sample:0, line:42]Sample[64, 512]"_s);
     CHECK(standardStream.str() == text.toStdString());
-}
 
-TEST_CASE("A sample grid compares by its contents", "[video]")
-{
     Types::RawSdiSampleGrid grid;
     grid.rows.resize(2);
     grid.rows[1].lineSamples = {{64, 512}, {940, 512}};
@@ -213,7 +208,8 @@ TEST_CASE("Only the IP video words that can be set are read, letter for letter",
     CHECK_FALSE(ok);
 }
 
-TEST_CASE("IP frame rates are read in decimal or as a rational, and shown in decimal", "[video]")
+TEST_CASE("IP frame rates are read in decimal or as a rational, and their pictures have a letter",
+          "[video]")
 {
     using namespace Tessorn::IpTypes;
     const Table<IpFrameRate, const char*, const char*, const char*> rows{
@@ -237,11 +233,8 @@ TEST_CASE("IP frame rates are read in decimal or as a rational, and shown in dec
         CHECK(toString(rate, false) == QLatin1String(shown));
         CHECK(toString(rate, true) == QLatin1String(shownInterlaced));
     }
-}
 
-TEST_CASE("IP frame rates outside the table are refused, and shown as they are", "[video]")
-{
-    using namespace Tessorn::IpTypes;
+    // Those outside the table are refused, and shown as they are.
     for (const char* text : {"", " 25", "25.0", "50/1", "23.976", "25000/1001", "119.88", "120"}) {
         bool ok = true;
         CHECK(parseIpFrameRate(QString::fromLatin1(text), &ok) == IpFrameRate{60, 1000});
@@ -252,11 +245,7 @@ TEST_CASE("IP frame rates outside the table are refused, and shown as they are",
     CHECK(toString(IpFrameRate{25, 1001}, false) == QLatin1String("25000/1001"));
     CHECK(toString(IpFrameRate{60, 0}, true) == QLatin1String("120"));
     CHECK(toString(IpFrameRate{NO_WORD, 1001}, true) == QLatin1String("8589934590000/1001"));
-}
 
-TEST_CASE("Two flags make the letter of an IP picture format", "[video]")
-{
-    using IpTypes::getPictureFormatText;
     CHECK(getPictureFormatText(false, false) == QLatin1String("p"));
     CHECK(getPictureFormatText(true, false) == QLatin1String("i"));
     CHECK(getPictureFormatText(true, true) == QLatin1String("psf"));
