@@ -8,6 +8,9 @@
 
 #include <catch2/catch.hpp>
 
+#include <tuple>
+#include <vector>
+
 namespace Catch {
 
 template <>
@@ -38,3 +41,13 @@ struct StringMaker<QByteArray>
 };
 
 } // namespace Catch
+
+/// A string as in Qt 6: "text"_s, in UTF-8.
+inline QString operator""_s(const char* text, std::size_t size)
+{
+    return QString::fromUtf8(text, static_cast<int>(size));
+}
+
+/// The rows that a case goes through, taken apart as [column, column].
+template <typename... Columns>
+using Table = std::vector<std::tuple<Columns...>>;

@@ -29,7 +29,7 @@ QJsonObject encode(const DatacoreBase& datacore)
     return node;
 }
 
-/// The text of what encode gives.
+/// Appends what encode gives, as text.
 void appendTree(QByteArray& text, const DatacoreBase& datacore)
 {
     text.append("{\"Core\":");
@@ -42,7 +42,7 @@ void appendTree(QByteArray& text, const DatacoreBase& datacore)
     text.append(children.empty() ? "}" : "]}");
 }
 
-/// `path` is the full path of the parent with the delimiter, and is unchanged on return.
+/// `path` is the parent's full path and a delimiter; it is unchanged on return.
 void appendPaths(const PlainJsonValue& node, QString& path, QStringList& paths)
 {
     const int parentSize = path.size();
@@ -54,7 +54,7 @@ void appendPaths(const PlainJsonValue& node, QString& path, QStringList& paths)
             kids = items.getValue();
         }
     }
-    paths.append(QString(path.constData(), path.size())); // a copy of its size, not of its capacity
+    paths.append(QString(path.constData(), path.size())); // a copy without spare capacity
     path += DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
     if (kids.isArray()) {
         for (PlainJsonItems items(kids); !items.isAtEnd(); items.next()) {
@@ -77,7 +77,7 @@ DatacorePathRadixTreePacket::DatacorePathRadixTreePacket(const QString& clientId
                                                          const DatacoreBase& command,
                                                          const DatacoreBase& persistentConfig)
     : SerialisableDataPacket([&] {
-        // The keys must be in the order in which a JSON object has them.
+        // In the order in which a JSON object has its keys.
         QByteArray payload = beginPayload(CLASSNAME(), ORDINARY_BYTES);
         appendNextJsonKey(payload, CLIENT_ID_KEY.getText());
         appendJsonString(payload, clientId);

@@ -41,7 +41,7 @@ public:
     DatacorePathRadixTreeNode getPersistentConfigTree() const;
 
     /// The full paths of all nodes: of the config tree, then status, command and persistent config;
-    /// ancestors before descendants. Gives the same as the decoded trees, and faster.
+    /// ancestors before descendants. The same as from the decoded trees, but faster.
     QStringList getPaths() const;
 
     /// Each takes the root of a tree.

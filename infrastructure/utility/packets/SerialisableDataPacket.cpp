@@ -84,7 +84,7 @@ SerialisableDataPacket::SerialisableDataPacket(const QByteArray& view,
     : RawDataPacket(view, header)
     , form(Form::Text)
 {
-    isPlainText(); // otherwise it is parsed, and bad text logged, once for all copies
+    isPlainText(); // any other text is parsed now, and bad text logged, once for all copies
 }
 
 SerialisableDataPacket::SerialisableDataPacket(const Payload& payload)
@@ -241,7 +241,7 @@ SerialisableDataPacket::get(const PacketKey<std::vector<SerialisableDataPacket>>
 
 QJsonObject& SerialisableDataPacket::getObjectToChange()
 {
-    getJsonObject(); // what was received is there before it is changed
+    getJsonObject(); // received text is parsed before it is changed
     serialisedPayload.clear();
     return json;
 }

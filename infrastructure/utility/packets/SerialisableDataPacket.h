@@ -23,9 +23,9 @@ class PlainJsonValue;
 struct QJsonParseError;
 
 /// A JSON packet: one object, whose "Class" names the packet class. A value: copies are independent
-/// and may be handed to other threads; one object is for one thread at a time. Classes of JSON
-/// packets add no data. They are typed views over the object, made from a received packet by the
-/// constructor from (SerialisableDataPacket, bool& ok).
+/// and may go to other threads; one object is for one thread at a time. Classes of JSON packets add
+/// no data. They are typed views of the object, made from a received packet by the constructor that
+/// takes (SerialisableDataPacket, bool& ok).
 class SerialisableDataPacket : public RawDataPacket
 {
 public:
@@ -50,8 +50,8 @@ public:
     /// whose "Class" is a non-empty string.
     SerialisableDataPacket(const SerialisableDataPacket& parent, const QString& key, bool& ok);
 
-    // A copy shares what its original holds. A move is a copy: it would leave behind an index into
-    // a text that has gone.
+    // A copy shares what its original holds. A move copies: it would otherwise leave behind an
+    // index into text that is gone.
     SerialisableDataPacket(const SerialisableDataPacket&) = default;
     SerialisableDataPacket& operator=(const SerialisableDataPacket&) = default;
 
@@ -62,8 +62,7 @@ public:
     /// The content as compact JSON text.
     QByteArray toJson() const;
 
-    /// Made at the first call and kept, so that sending one packet on many connections makes it
-    /// once.
+    /// Made on the first call and kept: a packet for many connections is serialised once.
     QByteArray serialisePayload() const override;
     quint16 getPacketType() const override;
 
@@ -84,27 +83,27 @@ protected:
     };
     static constexpr int LENGTH_WORD_BYTES = 4;
 
-    /// Starts a payload written as text: room for its length, and the start of an object with its
-    /// "Class". Further members follow, each with its comma, and then endPayload.
+    /// Starts a payload written as text: room for its length, and an object that is open after its
+    /// "Class". Append further members, each behind a comma, and then call endPayload.
     static QByteArray beginPayload(const QString& className, int ordinaryBytes);
     /// Closes the object and fills in the length. The result shares the bytes of `payload`.
     static Payload endPayload(QByteArray& payload);
 
     /// A packet whose text is already written. It is parsed only if the object is asked for.
     explicit SerialisableDataPacket(const Payload& payload);
-    /// What a class's constructor from a received packet does: takes the source's content if the
-    /// source is of the named class; otherwise makes an empty packet of that class.
+    /// For a class's constructor from a received packet: takes the source's content if the source
+    /// is of the named class, and otherwise makes an empty packet of that class.
     SerialisableDataPacket(const QString& className, const SerialisableDataPacket& source,
                            bool& ok);
 
-    /// A class's tests, getters and setters are made of these. None of them builds an object of the
-    /// whole packet where the text that was received is plain; `set` does.
+    /// A class's tests, getters and setters are made of these. As long as the received text is
+    /// plain, only `set` builds the object of the whole packet.
     bool contains(const PacketKeyText& key) const;
-    /// The value as it is; undefined for an absent key.
+    /// The value as it is; undefined if absent.
     QJsonValue value(const PacketKeyText& key) const;
 
-    /// The value; what the key states for an absent one, and for one that is no T. An element of a
-    /// list that is no text is an empty one.
+    /// The value, or the key's default if it is absent or no T. An element of a list of texts that
+    /// is no text is read as an empty one.
     int get(const PacketKey<int>& key) const;
     qint64 get(const PacketKey<qint64>& key) const; ///< JSON numbers are doubles, exact to 2^53
     bool get(const PacketKey<bool>& key) const;
@@ -113,9 +112,9 @@ protected:
     QStringList get(const PacketKey<QStringList>& key) const;
     std::deque<QString> get(const PacketKey<std::deque<QString>>& key) const;
     QJsonObject get(const PacketKey<QJsonObject>& key) const;
-    /// `ok` is as of the constructor for a child, and of extractChildPacketArray.
+    /// `ok` is that of the constructor for a child packet.
     SerialisableDataPacket get(const PacketKey<SerialisableDataPacket>& key, bool& ok) const;
-    /// The same for a list of them.
+    /// `ok` is that of extractChildPacketArray.
     std::vector<SerialisableDataPacket>
     get(const PacketKey<std::vector<SerialisableDataPacket>>& key, bool& ok) const;
 
@@ -129,14 +128,14 @@ protected:
     /// True while the content is plain text of which no object has been built. Only then may
     /// `plainValue` be used; its result is valid as long as the packet.
     bool isPlainText() const;
-    /// Missing where the object has no such key.
+    /// Missing if the object has no such key.
     PlainJsonValue plainValue(const PacketKeyText& key) const;
 
 private:
     enum class Form {
         Object,    ///< `json` is the content
-        Text,      ///< the text is, and nobody has looked at it
-        PlainText, ///< the text is, and `index` says where its members stand
+        Text,      ///< the text is, as yet unread
+        PlainText, ///< the text is, and `index` says where its members are
     };
 
     static QJsonValue toJsonValue(const QJsonValue& value) { return value; }
@@ -150,11 +149,11 @@ private:
     void parseText() const;
     QJsonObject& getObjectToChange();
 
-    // Const calls change these: a text becomes an object when one is asked for, and the first
+    // Changed by const calls: text is parsed when the object is asked for, and the first
     // serialisation is kept until the content changes. One object belongs to one thread.
     mutable Form form = Form::Object;
     mutable PlainJsonIndex index;
-    mutable QString plainClassName; ///< of a plain text, once it was asked for
+    mutable QString plainClassName; ///< of plain text, once asked for
     mutable QJsonObject json;
     mutable QByteArray serialisedPayload;
 };

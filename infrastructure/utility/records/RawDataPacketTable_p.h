@@ -1,5 +1,5 @@
-// The one table of packet classes by raw type. It stands here, above all of them, so that the
-// packets' own folder knows none of the records.
+// The table of packet classes by raw type. It is here, above them all, so that the packets' folder
+// need not know the records.
 #pragma once
 
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"

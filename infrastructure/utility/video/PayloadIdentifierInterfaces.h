@@ -1,16 +1,16 @@
 // The digital interfaces that the instrument knows, a row each: field addresses, sizes, lines and
-// law. Whatever is asked of an identifier of a known kind is answered from its row; the kinds have
-// their names in PayloadIdentifierVariants.h.
+// what is legal. An identifier of a known kind answers everything from its row;
+// PayloadIdentifierVariants.h names the kinds.
 //
-// Normative references: SMPTE ST 352:2013, table 1 (byte 0), and the interface standards that are
-// named beside the kinds.
+// Normative references: SMPTE ST 352:2013, table 1 (byte 0), and the interface standards named
+// beside the kinds.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierVariant.h"
 
 #include <cstddef>
 
-/// The rows, and the words of which they are made.
+/// The rows and what they are made of.
 namespace PayloadIdentifierInterfaces {
 
 using namespace Tessorn::Sdi;
@@ -18,7 +18,7 @@ using namespace PayloadIdentifierSets;
 
 // Field addresses.
 
-/// Short for these two.
+/// Short names.
 using Field = PayloadIdentifierField;
 using FieldMap = PayloadIdentifierFieldMap;
 
@@ -38,7 +38,7 @@ inline constexpr Field CHANNEL_67{3, {6, 7}};
 inline constexpr Field CHANNEL_567{3, {5, 6, 7}};
 inline constexpr Field AUDIO_COPY{3, {2}};
 
-/// The fields that all interfaces have, and these.
+/// These fields, and those that all interfaces share.
 constexpr FieldMap fields(Field transport, Field depth, Field aspect, Field array, Field colour,
                           Field transfer, Field luminance, Field channel, Field audioCopy)
 {
@@ -79,7 +79,7 @@ inline constexpr FieldMap FIELDS_2160_6G_12G =
 // Geometry: picture width and height; field width, whether it counts samples; field height and
 // rule.
 
-/// Short for it.
+/// A short name.
 using Geometry = PayloadIdentifierGeometry;
 inline constexpr auto WHOLE = PayloadIdentifierFieldHeight_Whole;
 inline constexpr auto BOTH_BITS = PayloadIdentifierFieldHeight_BothBits;
@@ -178,7 +178,7 @@ inline constexpr PayloadIdentifierRule RULES_DUAL_LINK[] = {
      {{STRUCTURE, noneOf(0)}, {ARRAY_SIZE, only(0)}, {PICTURE, only(0)}}},
 };
 
-/// From 47.95 on every identifier has the complaint about extended colour modes.
+/// From 47.95 Hz up, every identifier gets the complaint about extended colour modes.
 inline constexpr PayloadIdentifierRule RULES_2160_QUAD_LINK_3G[] = {
     {TRANSPORT_BIT, only(1), "Incorrect TransportFormat: "},
     {PICTURE, only(1), "Incorrect PictureFormat: "},
@@ -233,7 +233,7 @@ inline constexpr PayloadIdentifierFacts TABLE[] = {
 };
 // clang-format on
 
-/// The row of this byte 0, or null.
+/// The row for this byte 0, or null.
 constexpr const PayloadIdentifierFacts* find(quint32 payloadByte)
 {
     for (const PayloadIdentifierFacts& row : TABLE) {

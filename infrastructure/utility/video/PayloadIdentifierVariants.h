@@ -1,11 +1,10 @@
-// The eleven kinds of digital interface that the instrument knows, each an identifier of its own
-// that answers from the row of its byte 0 in PayloadIdentifierInterfaces.h.
+// The eleven kinds of digital interface that the instrument knows, a class each, which answers from
+// the row for its byte 0 in PayloadIdentifierInterfaces.h.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierInterfaces.h"
 
-/// The identifier of the interface whose row has this byte 0; without such a row it does not
-/// compile.
+/// The identifier of the interface with this byte 0; does not compile if there is no row for it.
 template <quint32 payloadByte>
 class PayloadIdentifierOf : public PayloadIdentifierVariant
 {

@@ -30,7 +30,7 @@ constexpr AggregateRow AGGREGATE_RATES[] = {
     {4, SdiDataRate_1G5, SdiDataRate_6G}, {8, SdiDataRate_1G5, SdiDataRate_12G},
 };
 
-/// Four quadrants are worth this many links, however many each takes.
+/// Four quadrants count as this many links, however many each takes.
 constexpr quint32 SQUARE_DIVISION_LINKS = 4;
 
 constexpr quint32 LINES_OF_UNKNOWN_RASTER = 1125;
@@ -94,15 +94,15 @@ constexpr NoMetrics NO_LEVEL_B{COULD_NOT_CREATE,
 constexpr NoMetrics NO_LEVEL{"Don't support level C", "Metrics are known for levels A and B alone"};
 constexpr NoMetrics NO_RASTER{COULD_NOT_CREATE, "No raster is known for this interface"};
 
-/// How a field lies in the store: lines of S samples, or of two streams together 2 S; a picture of
-/// W or 2 W samples at their end.
+/// How a field lies in the store: lines of S samples, or 2 S for two streams together, each with W
+/// or 2 W samples of the picture at its end.
 struct StoreLayout
 {
     std::size_t fields;
     quint32 lineStreams;
     quint32 pictureStreams;
-    bool copyForEachLink;           ///< of each field's metrics; otherwise one for each sub-image
-    const NoMetrics& withoutFields; ///< when the identifier has the lines of fewer fields
+    bool copyForEachLink;           ///< of each field's metrics; otherwise for each sub-image
+    const NoMetrics& withoutFields; ///< if the identifier has lines for fewer fields
 };
 
 constexpr StoreLayout ONE_FIELD{1, 1, 1, false, NO_RASTER};
@@ -120,7 +120,7 @@ constexpr Values A = only(Level_A);
 constexpr Values B = only(Level_B);
 constexpr Values FIRST_OF_B = only(LEVEL_B_MAPPING_MODES);
 
-/// What one kind of signal has: a layout, or a reason why not.
+/// A kind of signal, and its layout or why it has none.
 struct LayoutRow
 {
     Values links;
@@ -133,7 +133,7 @@ struct LayoutRow
 };
 
 // clang-format off
-/// The first row that fits holds, and the last one fits all.
+/// The first row that fits counts; the last one fits all.
 constexpr LayoutRow LAYOUTS[] = {
     {only(2),         R1G5,   A,   PROGRESSIVE, ANY,        &FIELDS_OF_TWO_LINKS},
     {only(2),         NOT_6G, ANY, ANY,         ANY,        nullptr, &NO_DUAL_LINK},
@@ -190,7 +190,7 @@ struct FoundLayout
 
     const StoreLayout* layout;
     const NoMetrics* none;                 ///< null where there is a layout
-    std::vector<quint32> lines;            ///< of each field, and of more than these maybe
+    std::vector<quint32> lines;            ///< of each field; there may be more
     std::vector<quint32> firstActiveLines; ///< likewise
 };
 
@@ -353,7 +353,7 @@ quint32 StandardFromPayloadIdentifier::getHorizontalBlankingSamples() const
 
 quint32 StandardFromPayloadIdentifier::getSamplesPerLine() const
 {
-    // For one sub-image, so that rates above 3G count as what each of the four gets.
+    // For one sub-image: a rate above 3G counts as what each of its four gets.
     const SdiDataRate aggregate = getAggregateDataRate();
     const quint32 links = getNumberOfLinks();
     SdiDataRate clockRate = SdiDataRate_3G;

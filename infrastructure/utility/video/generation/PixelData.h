@@ -71,8 +71,8 @@ struct PixelDataYCbCr
 static_assert(sizeof(PixelDataARGB) == 8 && sizeof(PixelDataAYCrCb) == 8);
 static_assert(sizeof(PixelDataRGB) == 6 && sizeof(PixelDataYCbCr) == 6);
 
-/// A picture in somebody else's memory, line after line without gaps. The words must be as many as
-/// format, width and height say.
+/// A picture in memory that it does not own, line after line without gaps. There must be as many
+/// words as format, width and height say.
 struct PictureBuffer
 {
     PixelFormat format = PixelFormat_ARGB;
@@ -87,10 +87,10 @@ struct PictureBuffer
     }
 };
 
-/// Pixels of one form, one behind the other, in somebody else's memory.
+/// Pixels of one form, one after the other, in memory that it does not own.
 struct PixelRun
 {
-    /// Those of an array. `Pixel` is one of the four structures.
+    /// The pixels of an array. `Pixel` is one of the four structures.
     template <typename Pixel>
     PixelRun(const Pixel* pixels, std::size_t pixelCount)
         : format(Pixel::FORMAT)
@@ -99,7 +99,7 @@ struct PixelRun
     {
     }
 
-    /// Those of a picture, line after line.
+    /// The pixels of a picture, line after line.
     PixelRun(const PictureBuffer& picture)
         : format(picture.format)
         , words(picture.words)

@@ -46,7 +46,7 @@ struct Pair<PixelDataRGB>
     static constexpr int CR[2] = {0, 5};
     static constexpr int Y[2] = {1, 6};
     static constexpr int CB[2] = {2, 7};
-    static constexpr int A[2] = {0, 5}; ///< something else is there
+    static constexpr int A[2] = {0, 5}; ///< holds something else
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
@@ -57,7 +57,7 @@ struct Pair<PixelDataYCbCr>
     static constexpr int Y[2] = {0, 5};
     static constexpr int CB[2] = {1, 6};
     static constexpr int CR[2] = {2, 7};
-    static constexpr int A[2] = {0, 5}; ///< something else is there
+    static constexpr int A[2] = {0, 5}; ///< holds something else
     static Words load(const quint16* words) { return loadSixWords(words); }
 };
 
@@ -95,7 +95,7 @@ constexpr bool isAnyForm(PixelFormat format)
     return format <= PixelFormat_YCbCr;
 }
 
-// Each mode, and one step of it: eight words, which are four samples, from so many pixels.
+// The modes. A step of each makes eight words, which are four samples, from so many pixels.
 
 /// Luma of each pixel, colour of the even ones.
 struct ModeIILinkA
@@ -256,7 +256,7 @@ Samples convert(const PixelRun& run)
     return {};
 }
 
-/// The pixels that an operation converts; what it does not like about them is logged.
+/// The pixels that an operation converts; what is wrong with them is logged.
 PixelRun check(PixelRun pixels, BitDepth depth, const Operation& operation)
 {
     if (!operation.takesForm(pixels.format)) {

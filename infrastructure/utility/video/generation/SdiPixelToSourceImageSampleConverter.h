@@ -13,12 +13,12 @@
 #include <type_traits>
 #include <vector>
 
-/// Mapping structures count from 1 here, and from 0 in StandardFromPayloadIdentifier.
+/// Mapping structures are numbered from 1 here, from 0 in StandardFromPayloadIdentifier.
 ///
 /// Each operation takes a run of pixels, which may be a picture, or an array and its length.
 ///
-/// A depth of the wrong number of bits is logged at level err, and the conversion goes on. Modes 1,
-/// 4 and II take pixels in pairs: an odd last pixel is dropped, with a log line at level err. A
+/// A depth with the wrong number of bits is logged at level err, and the conversion goes on. Modes
+/// 1, 4 and II take pixels in pairs: an odd last pixel is dropped, with a log line at level err. A
 /// picture in a form that the mode does not accept gives no samples.
 ///
 /// In modes 1, 3 and 4 bits above those of the mode are dropped; in modes 2 and II components must

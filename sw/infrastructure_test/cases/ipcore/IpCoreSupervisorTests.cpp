@@ -44,6 +44,17 @@ private:
     uint32_t instance;
 };
 
+/// What a supervisor takes from and gives to.
+struct Exchanges
+{
+    void send(uint32_t id, uint32_t instance)
+    {
+        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
+    }
+    IpCoreMessageExchange in{"in", 1000, 100};
+    IpCoreMessageExchange out{"out", 8, 100};
+};
+
 /// Makes its passes on the thread that asks for them.
 struct OnePass : IpCoreSupervisor
 {
@@ -112,25 +123,24 @@ void makeRoundJourneys(uint32_t count)
 
 TEST_CASE("Messages reach the processor of their core, and its own come out", "[ipcore]")
 {
-    IpCoreMessageExchange in("in", 16, 100);
-    IpCoreMessageExchange out("out", 8, 100);
+    Exchanges exchanges;
     TestIpCoreMessageAdaptor adaptor(3);
     EchoProcessor other(2, 3);
     const LogCapture log;
-    OnePass supervisor(out, in, {&adaptor, nullptr, &other}, "supervisor", 0);
+    OnePass supervisor(exchanges.out, exchanges.in, {&adaptor, nullptr, &other}, "supervisor", 0);
     for (const auto& [id, instance] : {std::pair(0u, 3u), {0u, 4u}, {1u, 3u}, {2u, 4u}, {0u, 3u}}) {
-        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
+        exchanges.send(id, instance);
     }
-    CHECK(in.spaceAvailable() == 11); // idle until it is started
+    CHECK(exchanges.in.spaceAvailable() == 995); // idle until it is started
     supervisor.supervisorLoopStep();
     CHECK(adaptor.getMessageCount() == 2);
-    CHECK_FALSE(in.hasMessage());
-    const auto message = out.takeMessage();
+    CHECK_FALSE(exchanges.in.hasMessage());
+    const auto message = exchanges.out.takeMessage();
     const auto* test = dynamic_cast<const TestIpCoreMessage*>(message.get());
     REQUIRE(test);
     CHECK(test->toString() == "round journey, core 0 instance 3");
     CHECK(test->messageType == TestIpCoreMessage::MessageTypeRoundJourneyTestMessage);
-    CHECK_FALSE(out.hasMessage());
+    CHECK_FALSE(exchanges.out.hasMessage());
     CHECK(log.lines().isEmpty());
 }
 
@@ -145,21 +155,20 @@ TEST_CASE("Processors generate in the order of core and instance", "[ipcore]")
                 getIpCoreId(), getIpCoreInstance()));
         }
     };
-    IpCoreMessageExchange in("in", 8, 100);
-    IpCoreMessageExchange out("out", 8, 100);
+    Exchanges exchanges;
     Generator a(2, 0);
     Generator b(1, 5);
     Generator c(1, 0);
     Generator again(2, 0);
     EchoProcessor silent(1, 2);
     const LogCapture log;
-    OnePass supervisor(out, in, {&a, &silent, &b, &c, &again}, "supervisor", 0);
+    OnePass supervisor(exchanges.out, exchanges.in, {&a, &silent, &b, &c, &again}, "supervisor", 0);
     CHECK(log.lines() ==
           lines({"error: IP core 2 instance 0 has two processors, using the later"}));
-    in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 2));
+    exchanges.send(1, 2);
     supervisor.supervisorLoopStep();
     std::vector<std::string> order;
-    while (const auto message = out.takeMessage()) {
+    while (const auto message = exchanges.out.takeMessage()) {
         order.push_back(message->toString());
     }
     CHECK(order == std::vector<std::string>{
@@ -185,24 +194,24 @@ TEST_CASE("A busy input keeps a supervisor neither from generating nor from its 
         int processed = 0;
         std::vector<int> generatedAt;
     };
-    IpCoreMessageExchange in("in", 1000, 100);
-    IpCoreMessageExchange out("out", 1, 100);
+    Exchanges exchanges;
     Processor processor(1, 0);
-    IpCoreSupervisor supervisor(out, in, {&processor}, "supervisor", 60 * 60 * 1000);
+    IpCoreSupervisor supervisor(exchanges.out, exchanges.in, {&processor}, "supervisor",
+                                60 * 60 * 1000);
     processor.supervisor = &supervisor;
     processor.stopAt = 700;
     for (int i = 0; i < 1000; ++i) {
-        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
+        exchanges.send(1, 0);
     }
     supervisor.startThread();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (in.spaceAvailable() < 700 && std::chrono::steady_clock::now() < deadline) {
+    while (exchanges.in.spaceAvailable() < 700 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield(); // no pass sleeps while messages wait
     }
     supervisor.stopThread();
     CHECK(processor.processed == 700);
     CHECK(processor.generatedAt == std::vector<int>{256, 512});
-    CHECK(in.spaceAvailable() == 700);
+    CHECK(exchanges.in.spaceAvailable() == 700);
 }
 
 TEST_CASE("A processor that throws is named in the log and the pass goes on", "[ipcore]")
@@ -220,17 +229,16 @@ TEST_CASE("A processor that throws is named in the log and the pass goes on", "[
         }
         bool keeps = true;
     };
-    IpCoreMessageExchange in("in", 8, 100);
-    IpCoreMessageExchange out("out", 8, 100);
+    Exchanges exchanges;
     Thrower thrower(1, 2);
     EchoProcessor echo(2, 0);
-    OnePass supervisor(out, in, {&thrower, &echo}, "supervisor", 0);
-    for (const auto& [id, instance] : {std::pair(1u, 2u), {1u, 2u}, {2u, 0u}}) {
-        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(id, instance));
-    }
+    OnePass supervisor(exchanges.out, exchanges.in, {&thrower, &echo}, "supervisor", 0);
+    exchanges.send(1, 2);
+    exchanges.send(1, 2);
+    exchanges.send(2, 0);
     const LogCapture log;
     supervisor.supervisorLoopStep();
-    CHECK(out.hasMessage());
+    CHECK(exchanges.out.hasMessage());
     CHECK(log.lines() ==
           lines({"error: IP core 1 instance 2 could not process a message (round journey, core 1 "
                  "instance 2): no register",
@@ -247,23 +255,19 @@ TEST_CASE("A supervisor that goes leaves its successor on the source told", "[ip
         void notify() override { ++count; }
         int count = 0;
     };
-    IpCoreMessageExchange in("in", 8, 100);
-    IpCoreMessageExchange out("out", 8, 100);
-    const std::vector<IpCoreMessageProcessorBase*> processors;
-    const auto send = [&in] {
-        in.acceptMessage(std::make_unique<TestIpCoreRoundJourneyTestMessage>(1, 0));
-    };
-    auto first = std::make_unique<Counting>(out, in, processors, "first", PERIOD_MS);
-    send();
+    Exchanges exchanges;
+    const std::vector<IpCoreMessageProcessorBase*> none;
+    auto first = std::make_unique<Counting>(exchanges.out, exchanges.in, none, "first", PERIOD_MS);
+    exchanges.send(1, 0);
     CHECK(first->count == 1);
-    Counting second(out, in, processors, "second", PERIOD_MS);
+    Counting second(exchanges.out, exchanges.in, none, "second", PERIOD_MS);
     first.reset();
-    send();
+    exchanges.send(1, 0);
     CHECK(second.count == 1);
     {
-        const Counting third(out, in, processors, "third", PERIOD_MS);
+        const Counting third(exchanges.out, exchanges.in, none, "third", PERIOD_MS);
     }
-    send(); // to nobody
+    exchanges.send(1, 0); // to nobody
     CHECK(second.count == 1);
 }
 

@@ -31,8 +31,7 @@ TEST_CASE("Opening a flash device tells its sizes", "[platform]")
     const int descriptor = mtdOpen(DEVICE, &info);
     REQUIRE(descriptor >= 0);
     machine.close(descriptor);
-    CHECK(info.size == FLASH);
-    CHECK(info.erasesize == BLOCK);
+    CHECK((info.size == FLASH && info.erasesize == BLOCK));
     CHECK(machine.takeOut() == "MTD type: 3\n"
                                "MTD total size : 262144 bytes\n"
                                "MTD write size : 1 bytes\n"
@@ -228,10 +227,9 @@ TEST_CASE("A copy that fails or stops half-way is never a success", "[platform]"
     }
     SECTION("a size that does not fit")
     {
-        CHECK(failure("/tmp/image", DEVICE, FLASH + 1) ==
-              "Size requested is 262145 bytes but mtd is only 262144 bytes\n");
-        CHECK(failure(DEVICE, "/tmp/copy", FLASH + 1) ==
-              "Size requested is 262145 bytes but mtd is only 262144 bytes\n");
+        const char* const tooMuch = "Size requested is 262145 bytes but mtd is only 262144 bytes\n";
+        CHECK(failure("/tmp/image", DEVICE, FLASH + 1) == tooMuch);
+        CHECK(failure(DEVICE, "/tmp/copy", FLASH + 1) == tooMuch);
         CHECK(failure("/tmp/image", DEVICE, -1) == "Invalid size -1\n");
         CHECK(failure("/tmp/image", DEVICE, 3 * BLOCK) == "Could not read from /tmp/image\n");
         CHECK(flash.erased.empty());

@@ -11,7 +11,7 @@ namespace {
 
 const std::string DIRECTORY = "/home/sfp/config";
 const std::string PATH = DIRECTORY + "/supportedSfpConfig.json";
-const QString FILE_NAME = QStringLiteral("supportedSfpConfig.json");
+const QString FILE_NAME = "supportedSfpConfig.json"_s;
 const QByteArray ONE_MODULE =
     R"({"configRevision": 3, "supportedSfps": [{"Vendor": "V", "PartNumber": "P", "Boards": {}}]})";
 constexpr const char* CORRUPT =
@@ -37,7 +37,7 @@ std::string load(SfpConfigFileHandler& sfpHandler, bool hasList = true)
     CHECK(sfpHandler.supportedSfps().empty() != hasList);
     std::string text;
     for (const QString& error : errors) {
-        CHECK(log.contains(QStringLiteral("error: ") + error));
+        CHECK(log.contains("error: "_s + error));
         text += (text.empty() ? "" : "\n") + error.toStdString();
     }
     return text;
@@ -66,9 +66,8 @@ TEST_CASE("A fresh system gets its directory and its file from the program", "[p
     CHECK(machine.ownerChanges == std::vector<std::string>{PATH + " 1000 100"});
     CHECK(filesIn(machine) == QStringList{FILE_NAME});
     CHECK(machine.syncs == std::vector<std::string>{PATH + ".tmp", DIRECTORY});
-    const QString lines = log.lines().join(QLatin1Char('\n'));
     CHECK_THAT(
-        lines.toStdString(),
+        log.lines().join(QLatin1Char('\n')).toStdString(),
         Catch::StartsWith("info: Directory /home/sfp/config could not be found. Attempting to "
                           "create it.\n"
                           "info: Successfully created directory /home/sfp/config.\n"
@@ -99,11 +98,9 @@ TEST_CASE("The file that is there is what counts", "[platform]")
     SfpConfigFileHandler sfpHandler = handler();
     CHECK(load(sfpHandler).empty());
     REQUIRE(sfpHandler.supportedSfps().size() == 1);
-    const QString vendor = QStringLiteral("V");
-    const QString part = QStringLiteral("P");
-    CHECK(sfpHandler.findSfp(vendor, part, {}) == &sfpHandler.supportedSfps().front());
-    CHECK(sfpHandler.findSfp(vendor, part, QStringLiteral("1")) == nullptr);
-    CHECK(log.contains(QStringLiteral("info: Found supported SFPs JSON file")));
+    CHECK(sfpHandler.findSfp("V"_s, "P"_s, {}) == &sfpHandler.supportedSfps().front());
+    CHECK(sfpHandler.findSfp("V"_s, "P"_s, "1"_s) == nullptr);
+    CHECK(log.contains("info: Found supported SFPs JSON file"_s));
     CHECK(machine.readFile(PATH) == ONE_MODULE);
     CHECK(sfpHandler.fileRevision() == 3);
     CHECK_FALSE(sfpHandler.fileIsCurrent());
@@ -169,7 +166,7 @@ TEST_CASE("A file that can't be made whole is not made, and the list is there", 
         machine.failingWrites = 0;
         machine.failingRenames = EIO;
         CHECK(load(sfpHandler) == "Could not create supported SFPs file for writing");
-        CHECK(filesIn(machine) == QStringList{QStringLiteral("other")});
+        CHECK(filesIn(machine) == QStringList{"other"_s});
     }
     CHECK(machine.ownerChanges.empty());
 }
@@ -223,8 +220,8 @@ TEST_CASE("An archived file makes room for the program's", "[platform]")
     CHECK(sfpHandler.supportedSfps().size() > 1);
     const QStringList files = filesIn(machine);
     REQUIRE(files.size() == 2);
-    const QRegularExpression name(QStringLiteral(
-        "^unused_\\d{4}-\\d\\d-\\d\\d-\\d\\d:\\d\\d:\\d\\d_supportedSfpConfig\\.json$"));
+    const QRegularExpression name(
+        "^unused_\\d{4}-\\d\\d-\\d\\d-\\d\\d:\\d\\d:\\d\\d_supportedSfpConfig\\.json$"_s);
     CHECK(name.match(files[1]).hasMatch());
     CHECK(machine.readFile(DIRECTORY + "/" + files[1].toStdString()) == ONE_MODULE);
 
@@ -254,8 +251,7 @@ TEST_CASE("The board id is the text given or the mezzanine's, within the table",
     const LogCapture log;
     SfpConfigFileHandler sfpHandler = handler(0, mezzanine, text);
     CHECK(log.lines().size() == (warns ? 1 : 0));
-    const QRegularExpression warning(
-        QStringLiteral("^warning: BoardId \\d+ unknown, using 15 for defaults$"));
+    const QRegularExpression warning("^warning: BoardId \\d+ unknown, using 15 for defaults$"_s);
     CHECK(log.lines().filter(warning) == log.lines());
     REQUIRE(sfpHandler.parseConfig(ONE_MODULE));
     CHECK(sfpHandler.supportedSfps().front().transceiver.preCursorCode[0] == preCursor);

@@ -47,17 +47,13 @@ TEST_CASE("A module's fields are read, and the log says what is taken", "[platfo
             "Revision": "G2", "SDI": true, "Rate": "1G10G", "ExcludeBoards": ["rel_b"],
             "SDIConfig": {"MSA": true, "IO": "TXRX", "ConnectorTypeOverride": 4},
             "Boards": {"3": )" + BOARD + "}}"));
-    CHECK(sfp.key() == QStringLiteral("ACME ,A-1;G2"));
-    CHECK(sfp.oui == QStringLiteral("009065"));
-    CHECK(sfp.sdi);
-    CHECK(sfp.rate == SfpRate_1G10G);
-    CHECK(sfp.boardGroupA);
-    CHECK_FALSE(sfp.boardGroupB);
-    CHECK(sfp.sdiConfig == SfpSdiConfig{true, QStringLiteral("TXRX"), 4});
+    CHECK(std::tuple(sfp.key(), sfp.oui, sfp.sdi, sfp.rate, sfp.boardGroupA, sfp.boardGroupB) ==
+          std::tuple("ACME ,A-1;G2"_s, "009065"_s, true, SfpRate_1G10G, true, false));
+    CHECK(sfp.sdiConfig == SfpSdiConfig{true, "TXRX"_s, 4});
     CHECK(sfp.transceiver == BOARD_CONFIG);
-    CHECK(log.lines() == QStringList{QStringLiteral("info: SFP configuration file is rev: 4"),
-                                     QStringLiteral("info: Using configuration for board ID: 3"),
-                                     QStringLiteral("info: Adding support for SFP: ACME(A-1)")});
+    CHECK(log.lines() == lines({"info: SFP configuration file is rev: 4",
+                                "info: Using configuration for board ID: 3",
+                                "info: Adding support for SFP: ACME(A-1)"}));
 }
 
 TEST_CASE("What a module leaves out takes a default, with a log line", "[platform]")
@@ -65,23 +61,20 @@ TEST_CASE("What a module leaves out takes a default, with a log line", "[platfor
     const LogCapture log;
     const SupportedSfp sfp = parseOne(parserFor("0"), fileOf(R"({"SDI": 1, "Rate": "40G",
         "Boards": {}, "ExcludeBoards": [1, "rel_c", "rel_a"]})"));
-    CHECK(sfp.key() == QStringLiteral(" ,;"));
-    CHECK_FALSE(sfp.sdi);
-    CHECK(sfp.rate == SfpRate_Invalid);
-    CHECK_FALSE(sfp.boardGroupA); // the others in the array do not keep it from being read
-    CHECK(sfp.boardGroupB);
-    CHECK(log.contains(QStringLiteral("info: Cannot find valid SDI entry, using default")));
-    CHECK(log.contains(QStringLiteral("info: Cannot find valid rate entry, using default")));
-    CHECK(log.contains(QStringLiteral(
-        "info: No matching board data or config, falling back to internal defaults - ID: 0")));
+    // Others in the array of boards do not keep the last from being read.
+    CHECK(std::tuple(sfp.key(), sfp.sdi, sfp.rate, sfp.boardGroupA, sfp.boardGroupB) ==
+          std::tuple(" ,;"_s, false, SfpRate_Invalid, false, true));
+    CHECK(log.contains("info: Cannot find valid SDI entry, using default"_s));
+    CHECK(log.contains("info: Cannot find valid rate entry, using default"_s));
+    CHECK(log.contains(
+        "info: No matching board data or config, falling back to internal defaults - ID: 0"_s));
 
     const SupportedSfp sdi =
         parseOne(parserFor("0"),
                  fileOf(R"({"SDI": true, "Boards": {}, "SDIConfig": {"MSA": false, "IO": ""}})"));
     CHECK_FALSE(sdi.sdiConfig.connectorTypeOverride.has_value());
-    CHECK(log.contains(
-        QStringLiteral("info: ConnectorTypeOverride field is not present in SDIConfig object - no "
-                       "override will be used")));
+    CHECK(log.contains("info: ConnectorTypeOverride field is not present in SDIConfig object - no "
+                       "override will be used"_s));
 }
 
 TEST_CASE("A module's settings come from the board's entry, its group's or the table", "[platform]")
@@ -185,8 +178,8 @@ TEST_CASE("The first error of a configuration file is logged and changes nothing
         std::vector<SupportedSfp> sfps(2);
         CHECK_FALSE(parserFor("3").parse(data, sfps));
         CHECK(sfps.size() == 2);
-        CHECK(log.lines().filter(QStringLiteral("error:")) ==
-              QStringList{QStringLiteral("error: Invalid JSON file") + QLatin1String(error)});
+        CHECK(log.lines().filter("error:"_s) ==
+              QStringList{"error: Invalid JSON file"_s + QLatin1String(error)});
     }
 }
 
@@ -198,6 +191,6 @@ TEST_CASE("A rate has a text", "[platform]")
         CHECK(int(sfpRateFromText(text)) == rate);
         CHECK(sfpRateText(SfpRate(rate++)) == text);
     }
-    CHECK(sfpRateFromText(QStringLiteral("10g")) == SfpRate_Invalid);
+    CHECK(sfpRateFromText("10g"_s) == SfpRate_Invalid);
     CHECK(sfpRateText(SfpRate_Invalid).isEmpty());
 }

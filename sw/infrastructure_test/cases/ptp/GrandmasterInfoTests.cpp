@@ -7,17 +7,12 @@ using namespace Tessorn::IpTypes;
 TEST_CASE("A grandmaster's data set is what its text says", "[ptp]")
 {
     GrandmasterInfo info;
-    info.clockIdentity = 0x001DC1FFFE123456;
-    info.priority1 = 128;
-    info.clockClass = 6;
-    info.clockAccuracy = 0x21;
-    info.offsetScaledLogVariance = 0x4E5D;
-    info.priority2 = 127;
-    info.stepsRemoved = 2;
-    info.timeSource = 0x20;
-    info.currentUtcOffset = -37;
-    const QString numbers = QStringLiteral("8376079548036182,128,6,33,20061,127,2,32,-37");
-    CHECK(info.clockIdentityToString() == QStringLiteral("00-1D-C1-FF-FE-12-34-56"));
+    std::tie(info.clockIdentity, info.priority1, info.clockClass, info.clockAccuracy,
+             info.offsetScaledLogVariance, info.priority2, info.stepsRemoved, info.timeSource,
+             info.currentUtcOffset) =
+        std::tuple(0x001DC1FFFE123456, 128, 6, 0x21, 0x4E5D, 127, 2, 0x20, -37);
+    const QString numbers = "8376079548036182,128,6,33,20061,127,2,32,-37"_s;
+    CHECK(info.clockIdentityToString() == "00-1D-C1-FF-FE-12-34-56"_s);
 
     bool GrandmasterInfo::*const flags[] = {&GrandmasterInfo::currentUtcOffsetValid,
                                             &GrandmasterInfo::leap59,
@@ -42,8 +37,8 @@ TEST_CASE("A grandmaster's data set is what its text says", "[ptp]")
 
 TEST_CASE("A text that is no grandmaster's data set is refused", "[ptp]")
 {
-    const QString text = QStringLiteral("18446744073709551615,255,255,255,65535,255,65535,255,-"
-                                        "32768,true,true,true,true,true,true");
+    const QString text = "18446744073709551615,255,255,255,65535,255,65535,255,-"
+                         "32768,true,true,true,true,true,true"_s;
     bool ok = false;
     CHECK(GrandmasterInfo::deserialise(text, ok).serialise() == text);
     CHECK(ok);
@@ -56,5 +51,5 @@ TEST_CASE("A text that is no grandmaster's data set is refused", "[ptp]")
         CHECK_FALSE(ok);
     }
     CHECK(GrandmasterInfo().serialise() ==
-          QStringLiteral("0,0,0,0,0,0,0,0,0,false,false,false,false,false,false"));
+          "0,0,0,0,0,0,0,0,0,false,false,false,false,false,false"_s);
 }

@@ -56,9 +56,9 @@ TEST_CASE("Words of the protocol are known by number and by name", "[ptp]")
     CHECK(toString(PtpDaemonState_SLAVE) == QLatin1String("Follow"));
     CHECK(toToken(PtpClockLockState_InHoldover) == QLatin1String("InHoldover"));
     CHECK(toString(PtpTimeSource_HandSet) == QLatin1String("Hand Set"));
-    CHECK(logMessageIntervalToString(-9) == QStringLiteral("0.00195313 s"));
-    CHECK(logMessageIntervalToMilliseconds(-20) == QStringLiteral("9.53674e-07"));
+    CHECK(logMessageIntervalToString(-9) == "0.00195313 s"_s);
+    CHECK(logMessageIntervalToMilliseconds(-20) == "9.53674e-07"_s);
     // What no double holds still has a text.
-    CHECK(logMessageIntervalToString(std::numeric_limits<int>::max()) == QStringLiteral("inf s"));
-    CHECK(logMessageIntervalToString(std::numeric_limits<int>::min()) == QStringLiteral("0 s"));
+    CHECK(logMessageIntervalToString(std::numeric_limits<int>::max()) == "inf s"_s);
+    CHECK(logMessageIntervalToString(std::numeric_limits<int>::min()) == "0 s"_s);
 }

@@ -31,8 +31,7 @@ void checkLimits()
     // One above the highest, by carrying in decimal.
     QString above = QString::fromStdString(std::to_string(Limits::max()));
     above.back() = QChar(above.back().unicode() + 1);
-    for (const QString& text :
-         {above, above + QLatin1Char('0'), QStringLiteral("9").repeated(40)}) {
+    for (const QString& text : {above, above + QLatin1Char('0'), "9"_s.repeated(40)}) {
         Integer read = 7;
         CAPTURE(text);
         CHECK_FALSE(Codec::read(text, read));
@@ -89,7 +88,7 @@ TEST_CASE("A list of fields wants each field once and whole", "[utility][fields]
     const Clock clock{7, true, -37, {1, 4294967295}};
     FieldText text;
     ClockFields::write(text, u',', clock);
-    CHECK(toQString(text) == QStringLiteral("7,true,-37,1*4294967295"));
+    CHECK(toQString(text) == "7,true,-37,1*4294967295"_s);
 
     Clock read;
     CHECK(ClockFields::read(toQString(text), u',', read));

@@ -14,7 +14,7 @@ namespace {
 
 QString writeFile(const QTemporaryDir& directory, const QByteArray& content)
 {
-    const QString path = directory.filePath(QStringLiteral("file.json"));
+    const QString path = directory.filePath("file.json"_s);
     QFile file(path);
     REQUIRE(file.open(QIODevice::WriteOnly));
     REQUIRE(file.write(content) == content.size());
@@ -29,8 +29,8 @@ TEST_CASE("A JSON file gives its object", "[utility]")
     QJsonObject object;
 
     REQUIRE(loadJsonFile(writeFile(directory, R"({"a": [1, 2], "b": "µs"})"), object));
-    CHECK(object.keys() == QStringList{QStringLiteral("a"), QStringLiteral("b")});
-    CHECK(object.value(QStringLiteral("b")).toString() == QStringLiteral("µs"));
+    CHECK(object.keys() == QStringList{"a"_s, "b"_s});
+    CHECK(object.value("b"_s).toString() == "µs"_s);
 
     REQUIRE(loadJsonFile(writeFile(directory, "[1, 2]"), object));
     CHECK(object.isEmpty());
@@ -39,27 +39,26 @@ TEST_CASE("A JSON file gives its object", "[utility]")
 TEST_CASE("A JSON file that can't be used is reported and changes nothing", "[utility]")
 {
     const QTemporaryDir directory;
-    const QJsonObject before{{QStringLiteral("kept"), true}};
+    const QJsonObject before{{"kept"_s, true}};
     QJsonObject object = before;
     const LogCapture log;
 
-    const QString missing = directory.filePath(QStringLiteral("missing.json"));
+    const QString missing = directory.filePath("missing.json"_s);
     CHECK_FALSE(loadJsonFile(missing, object));
     CHECK_FALSE(loadJsonFile(writeFile(directory, R"({"a": })"), object));
-    QStringList lines{
-        QStringLiteral("error: File not found ") + missing,
-        QStringLiteral("error: JSON file badly formed: object is missing after a comma at: 7")};
+    QStringList lines{"error: File not found "_s + missing,
+                      "error: JSON file badly formed: object is missing after a comma at: 7"_s};
 
-    const QString pipe = directory.filePath(QStringLiteral("pipe"));
+    const QString pipe = directory.filePath("pipe"_s);
     REQUIRE(::mkfifo(qPrintable(pipe), 0600) == 0);
-    for (const QString& path : {directory.path(), QStringLiteral("/dev/null"), pipe}) {
+    for (const QString& path : {directory.path(), "/dev/null"_s, pipe}) {
         CHECK_FALSE(loadJsonFile(path, object));
-        lines += QStringLiteral("error: File %1 can't be read: it is no regular file").arg(path);
+        lines += "error: File %1 can't be read: it is no regular file"_s.arg(path);
     }
     const QString large = writeFile(directory, R"({"a": 1})");
     REQUIRE(QFile::resize(large, 64 * 1024 * 1024 + 1));
     CHECK_FALSE(loadJsonFile(large, object));
-    lines += QStringLiteral("error: File %1 is larger than 67108864 bytes").arg(large);
+    lines += "error: File %1 is larger than 67108864 bytes"_s.arg(large);
     CHECK(log.lines() == lines);
     CHECK(object == before);
 

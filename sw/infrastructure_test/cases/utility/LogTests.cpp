@@ -12,27 +12,26 @@ TEST_CASE("A log line takes text, numbers, JSON and packets", "[utility]")
     BasicTestPacket packet;
     packet.setTestInt(-7);
 
-    VELLOG_INFO() << "text " << QStringLiteral("µ♯ ") << QByteArray("bytes ") << 42 << ' ' << -1.5
-                  << ' ' << quint64(18446744073709551615u) << ' ' << true << " {}";
-    VELLOG_ERR() << QJsonObject{{QStringLiteral("a"), 1}} << QStringList{QStringLiteral("x"), {}};
+    VELLOG_INFO() << "text "
+                  << "µ♯ "_s << QByteArray("bytes ") << 42 << ' ' << -1.5 << ' '
+                  << quint64(18446744073709551615u) << ' ' << true << " {}";
+    VELLOG_ERR() << QJsonObject{{"a"_s, 1}} << QStringList{"x"_s, {}};
     VELLOG_WARN() << packet;
     VELLOG_CRITICAL() << QString();
     char text[] = "text";
     VELLOG_INFO() << static_cast<const char*>(nullptr) << static_cast<char*>(nullptr) << text
                   << '\n'
-                  << std::string("\nb") << std::string_view("\nv")
-                  << QStringList{QStringLiteral("\n")} << "\n";
+                  << std::string("\nb") << std::string_view("\nv") << QStringList{"\n"_s} << "\n";
     // What could end the line or drive a terminal (C0, DEL, C1); backslashes and other text stay.
     VELLOG_INFO() << QByteArray("\0\x01\t\n\r\x1B[2J\x1F \x7E\x7F", 13)
                   << QByteArray("\xC2\x80\xC2\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2");
 
     CHECK(log.lines() ==
           QStringList{
-              QStringLiteral("info: text µ♯ bytes 42 -1.5 18446744073709551615 true {}"),
-              QStringLiteral("error: {\"a\":1}x, "),
-              QStringLiteral(
-                  "warning: {\n    \"Class\": \"BasicTestPacket\",\n    \"TestInt\": -7\n}\n"),
-              QStringLiteral("critical: "),
+              "info: text µ♯ bytes 42 -1.5 18446744073709551615 true {}"_s,
+              "error: {\"a\":1}x, "_s,
+              "warning: {\n    \"Class\": \"BasicTestPacket\",\n    \"TestInt\": -7\n}\n"_s,
+              "critical: "_s,
               QStringLiteral(R"(info: (null)(null)text\n\nb\nv\n\n)"),
               QString::fromUtf8("info: \\x00\\x01\\t\\n\\r\\x1B[2J\\x1F ~\\x7F"
                                 "\\x80\\x9F\xC2\xA0\xE2\x82\x80 \\n\xC2"),
@@ -55,7 +54,7 @@ TEST_CASE("A log call below the level evaluates nothing", "[utility]")
         VELLOG_INFO() << piece();
     else
         VELLOG_ERR() << piece();
-    CHECK(log.lines() == QStringList{QStringLiteral("info: 1")});
+    CHECK(log.lines() == QStringList{"info: 1"_s});
 }
 
 TEST_CASE("Without a logger a log call does nothing, and a second set-up fails", "[utility]")

@@ -21,9 +21,8 @@ bool isRefused(const QByteArray& text)
     QJsonParseError error;
     const QJsonDocument document = parseJson(text, &error);
     if (!log.lines().isEmpty()) {
-        CHECK(log.lines() ==
-              QStringList{QStringLiteral("error: JSON object has a key twice, the second at: ") +
-                          QString::number(error.offset)});
+        CHECK(log.lines() == QStringList{"error: JSON object has a key twice, the second at: "_s +
+                                         QString::number(error.offset)});
         CHECK(error.error == QJsonParseError::IllegalValue);
         CHECK(document.isNull());
         CHECK(parseJson(text).isNull());
@@ -136,7 +135,7 @@ TEST_CASE("A key that comes twice is refused wherever JSON text comes in", "[uti
 
     std::vector<SupportedSfp> sfps;
     CHECK_FALSE(
-        SfpConfigParser(QStringLiteral("3"), 3, 0)
+        SfpConfigParser("3"_s, 3, 0)
             .parse(R"({"configRevision":4,"supportedSfps":[{}],"configRevision":4})", sfps));
     const std::string twice = "error: JSON object has a key twice, the second at: ";
     CHECK(log.lines().join(QLatin1Char('\n')).toStdString() ==

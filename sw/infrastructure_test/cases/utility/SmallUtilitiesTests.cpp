@@ -46,23 +46,22 @@ TEST_CASE("A writer that leaves bytes of its buffer, or goes past them, is seen"
     CHECK(log.lines().isEmpty());
     write(4, 3);
     write(4, 6);
-    CHECK(log.lines() ==
-          QStringList{QStringLiteral("error: 3 bytes written where 4 were announced"),
-                      QStringLiteral("error: 6 bytes written where 4 were announced")});
+    CHECK(log.lines() == QStringList{"error: 3 bytes written where 4 were announced"_s,
+                                     "error: 6 bytes written where 4 were announced"_s});
 }
 
 TEST_CASE("Notes are in equal temperament from C 3 to C 7", "[utility]")
 {
     constexpr int notesFromC3ToA4 = 21;
     const QStringList pitchClasses =
-        QStringLiteral("C,C♯/D♭,D,D♯/E♭,E,F,F♯/G♭,G,G♯/A♭,A,A♯/B♭,B").split(QLatin1Char(','));
+        "C,C♯/D♭,D,D♯/E♭,E,F,F♯/G♭,G,G♯/A♭,A,A♯/B♭,B"_s.split(QLatin1Char(','));
     REQUIRE(NOTE_FREQUENCIES.size() == 49);
     for (int i = 0; i < 49; ++i) {
         const double exact = 440.0 * std::pow(2.0, (i - notesFromC3ToA4) / 12.0);
-        const QString name = QStringLiteral("%1 %2").arg(pitchClasses[i % 12]).arg(3 + i / 12);
+        const QString name = "%1 %2"_s.arg(pitchClasses[i % 12]).arg(3 + i / 12);
         CHECK(getNoteFrequency(name) == Approx(exact).margin(0.0005001).epsilon(0));
     }
-    CHECK(getNoteFrequency(QStringLiteral("C♯/D♭ 3")) == 138.591);
-    CHECK_FALSE(getNoteFrequency(QStringLiteral("C♯/D♭ 7")).has_value());
+    CHECK(getNoteFrequency("C♯/D♭ 3"_s) == 138.591);
+    CHECK_FALSE(getNoteFrequency("C♯/D♭ 7"_s).has_value());
     CHECK_FALSE(getNoteFrequency(QString()).has_value());
 }

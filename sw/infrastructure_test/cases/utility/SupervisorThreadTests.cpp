@@ -49,7 +49,7 @@ public:
     void waitUntilAsleep() const
     {
         for (QByteArray state; state != "S"; std::this_thread::yield()) {
-            QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(threadId));
+            QFile file("/proc/self/task/%1/stat"_s.arg(threadId));
             REQUIRE(file.open(QIODevice::ReadOnly));
             const QByteArray line = file.readAll();
             state = line.mid(line.lastIndexOf(')') + 2, 1);
@@ -84,7 +84,7 @@ TEST_CASE("A supervisor thread runs its passes between its hooks, and starts onc
     CHECK(worker.passes >= 3);
     CHECK(worker.starts == 1);
     CHECK(worker.stops == 1);
-    CHECK(log.lines() == QStringList{QStringLiteral("info: Supervisor Thread started [worker]")});
+    CHECK(log.lines() == QStringList{"info: Supervisor Thread started [worker]"_s});
     worker.stopThread();
     CHECK(worker.stops == 1);
 }

@@ -48,15 +48,7 @@ SdiDataRate expectedRate(quint32 map, quint32 frame, quint32 frameRate, quint32 
 
 TEST_CASE("The words of well-known formats give their interface", "[ip]")
 {
-    struct Row
-    {
-        const char* format;
-        quint32 word;
-        SdiDataRate rate;
-        bool is1001;
-        Level level;
-    };
-    const Row rows[] = {
+    const Table<const char*, quint32, SdiDataRate, bool, Level> rows{
         {"1080i25, captured", 0x02018100, SdiDataRate_1G5, false, Level_A},
         {"720p59.94, captured", 0x03011100, SdiDataRate_1G5, true, Level_A},
         {"3G A 1080p60 4:2:2", formatWord(0, 0x21, 0x10, 1), SdiDataRate_3G, false, Level_A},
@@ -64,13 +56,12 @@ TEST_CASE("The words of well-known formats give their interface", "[ip]")
         {"two streams of 1080i29.97", formatWord(2, 0x20, 0x17, 1), SdiDataRate_3G, true, Level_B},
         {"625 lines, 4:4:4", formatWord(0, 0x11, 0x18, 2), SdiDataRate_270M, false, Level_A},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.format);
-        const VideoFormat20226 format(row.word);
-        CHECK(format.rate == row.rate);
-        CHECK(format.clockIs1001not1000 == row.is1001);
-        CHECK(format.level == row.level);
-        CHECK(VideoFormat20226(row.word ^ 0xFFu) == format); // the reserved byte says nothing
+    for (const auto& [name, word, rate, is1001, level] : rows) {
+        CAPTURE(name);
+        const VideoFormat20226 format(word);
+        CHECK(std::tuple(format.rate, format.clockIs1001not1000, format.level) ==
+              std::tuple(rate, is1001, level));
+        CHECK(VideoFormat20226(word ^ 0xFFu) == format); // the reserved byte says nothing
     }
 }
 
@@ -91,13 +82,12 @@ TEST_CASE("Every word has the rate, the clock and the level of its codes", "[ip]
             for (quint32 frameRate = 0; frameRate < 256; frameRate += frameRate < 0x1D ? 1 : 45) {
                 for (quint32 sample = 0; sample < 16; ++sample) {
                     const VideoFormat20226 format(formatWord(map, frame, frameRate, sample));
+                    const auto expected = std::tuple(expectedRate(map, frame, frameRate, sample),
+                                                     codes1001.count(frameRate) != 0,
+                                                     map == 1 || map == 2 ? Level_B : Level_A);
                     CAPTURE(map, frame, frameRate, sample);
-                    if (format.rate != expectedRate(map, frame, frameRate, sample) ||
-                        format.clockIs1001not1000 != (codes1001.count(frameRate) != 0) ||
-                        format.level != (map == 1 || map == 2 ? Level_B : Level_A)) {
-                        FAIL("rate " << format.rate << " 1001 " << format.clockIs1001not1000
-                                     << " level " << format.level);
-                    }
+                    REQUIRE(std::tuple(format.rate, format.clockIs1001not1000, format.level) ==
+                            expected);
                 }
             }
         }

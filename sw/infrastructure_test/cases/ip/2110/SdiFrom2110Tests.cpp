@@ -27,7 +27,7 @@ void checkConversion(const std::vector<std::pair<IpValue, SdiValue>>& convertibl
 
 } // namespace
 
-TEST_CASE("Parameters convert to a payload identifier's where it has them", "[ip]")
+TEST_CASE("Parameters convert to a payload identifier's where it has them, depths to bits", "[ip]")
 {
     checkConversion<BitDepth2110, BitDepth>(
         {{BitDepth2110_10, BitDepth_10}, {BitDepth2110_12, BitDepth_12}}, BitDepth_10);
@@ -43,16 +43,12 @@ TEST_CASE("Parameters convert to a payload identifier's where it has them", "[ip
          {Sampling2110_420YCbCr, SampleStructure_420YCbCr}},
         SampleStructure_422YCbCr);
 
-    CHECK(toSdi(TransferCurve2110_Sdr) == TransferCurve_SdrTv);
-    CHECK(toSdi(TransferCurve2110_Pq) == TransferCurve_Pq);
-    CHECK(toSdi(TransferCurve2110_Hlg) == TransferCurve_Hlg);
-    for (quint32 number = 3; number < 20; ++number) {
-        CHECK(toSdi(TransferCurve2110(number)) == TransferCurve_Unspecified);
+    const TransferCurve curves[] = {TransferCurve_SdrTv, TransferCurve_Pq, TransferCurve_Hlg};
+    for (quint32 number = 0; number < 20; ++number) {
+        CHECK(toSdi(TransferCurve2110(number)) ==
+              (number < 3 ? curves[number] : TransferCurve_Unspecified));
     }
-}
 
-TEST_CASE("Depths are numbers of bits", "[ip]")
-{
     const quint32 bits[] = {10, 12, 8, 16, 16, 10, 10};
     for (quint32 depth = 0; depth < std::size(bits); ++depth) {
         CHECK(toBits(BitDepth2110(depth)) == bits[depth]);

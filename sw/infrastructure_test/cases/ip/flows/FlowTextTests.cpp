@@ -20,18 +20,12 @@ std::pair<const char*, const char*> fillOwn(IpMediaFlow&)
 
 std::pair<const char*, const char*> fillOwn(IpMediaFlowData& flow)
 {
-    flow.measurementField1 = 1;
-    flow.measurementField2 = 2;
-    flow.measurementField3 = 3;
-    flow.measurementPackets = 18446744073709551615u;
-    flow.measurementField4 = 99; // does not travel
-    flow.measurementField5 = 5;
-    flow.measurementField6 = 6;
-    flow.measurementField7 = 7;
-    flow.measurementFlag1 = true;
-    flow.measurementField8 = 8;
-    flow.measurementField9 = 9;
-    flow.measurementField10 = 4294967295;
+    std::tie(flow.measurementField1, flow.measurementField2, flow.measurementField3,
+             flow.measurementPackets, flow.measurementField4, flow.measurementField5,
+             flow.measurementField6, flow.measurementField7, flow.measurementFlag1,
+             flow.measurementField8, flow.measurementField9, flow.measurementField10) =
+        std::tuple(1, 2, 3, 18446744073709551615u, 99, 5, 6, 7, true, 8, 9, 4294967295);
+    // Field 4 does not travel.
     return {"+1;2;3;18446744073709551615;5;6;7;T;8;9;4294967295", "+0;0;0;0;0;0;0;F;0;0;0"};
 }
 
@@ -44,12 +38,8 @@ std::pair<const char*, const char*> fillOwn(FlowConfig& flow)
 
 std::pair<const char*, const char*> fillOwn(VideoFlowConfigTx& flow)
 {
-    flow.packetRateIndex = 2;
-    flow.rateShaping = 3;
-    flow.packingMode = 4;
-    flow.source = 5;
-    flow.enable = true;
-    flow.videoField1 = 60;
+    std::tie(flow.packetRateIndex, flow.rateShaping, flow.packingMode, flow.source, flow.enable,
+             flow.videoField1) = std::tuple(2, 3, 4, 5, true, 60);
     return {"+2;3;4;5;true;60", "+1;0;0;0;false;0"};
 }
 
@@ -66,13 +56,11 @@ template <typename Flow>
 Flow makeFlow()
 {
     Flow flow;
-    flow.payloadType = 96;
-    flow.srcIpAddr = QHostAddress(QStringLiteral("192.168.0.1"));
-    flow.dstIpAddr = QHostAddress(QStringLiteral("239.1.2.3"));
-    flow.srcUdpPort = 5004;
-    flow.dstUdpPort = 5006;
-    flow.ssrc = 4294967295;
-    flow.igmpSourceAddr = QHostAddress(QStringLiteral("10.0.255.1"));
+    std::tie(flow.payloadType, flow.srcUdpPort, flow.dstUdpPort, flow.ssrc) =
+        std::tuple(96, 5004, 5006, 4294967295);
+    flow.srcIpAddr = QHostAddress("192.168.0.1"_s);
+    flow.dstIpAddr = QHostAddress("239.1.2.3"_s);
+    flow.igmpSourceAddr = QHostAddress("10.0.255.1"_s);
     flow.interface = IpInterface_TessEth1;
     fillOwn(flow);
     return flow;
@@ -135,27 +123,25 @@ TEST_CASE("Flows to transmit have details for the screen", "[ip]")
     VideoFlowConfigTx video;
     video.rateShaping = 1;
     video.source = 1;
-    CHECK(video.serialiseDetails() ==
-          QStringLiteral("PRS: Linear\nPacking Mode: BPM\nSource: Generator"));
+    CHECK(video.serialiseDetails() == "PRS: Linear\nPacking Mode: BPM\nSource: Generator"_s);
     AudioFlowConfigTx audio;
     audio.channelCount = 5;
     audio.packetTime = 3;
     audio.source = 1;
     const FlowConfigTx& base = audio;
-    CHECK(base.serialiseDetails() ==
-          QStringLiteral("Packet Time: 1 ms\nChannels: 5\nSource: Metered Audio"));
+    CHECK(base.serialiseDetails() == "Packet Time: 1 ms\nChannels: 5\nSource: Metered Audio"_s);
 }
 
 TEST_CASE("An address that is not IPv4 is written as none", "[ip]")
 {
     IpMediaFlow flow;
-    flow.srcIpAddr = QHostAddress(QStringLiteral("fe80::1"));
-    flow.dstIpAddr = QHostAddress(QStringLiteral("::ffff:10.0.0.1")); // has an IPv4 form
-    CHECK(flow.serialise() == QStringLiteral("0,,10.0.0.1,0,0,0,,0"));
-    CHECK(flow.toKey(false) == QStringLiteral("10.0.0.1,0,,0,0,0"));
+    flow.srcIpAddr = QHostAddress("fe80::1"_s);
+    flow.dstIpAddr = QHostAddress("::ffff:10.0.0.1"_s); // has an IPv4 form
+    CHECK(flow.serialise() == "0,,10.0.0.1,0,0,0,,0"_s);
+    CHECK(flow.toKey(false) == "10.0.0.1,0,,0,0,0"_s);
     IpMediaFlow same;
     same.srcIpAddr = QHostAddress(0u);
-    same.dstIpAddr = QHostAddress(QStringLiteral("10.0.0.1"));
+    same.dstIpAddr = QHostAddress("10.0.0.1"_s);
     CHECK(same == flow); // by their IPv4 values
 }
 

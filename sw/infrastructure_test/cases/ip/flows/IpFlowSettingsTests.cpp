@@ -34,16 +34,13 @@ const Row ROWS[] = {
 TEST_CASE("A filter without identity is null, whatever its protocol and interface", "[ip]")
 {
     const IpFlowSettings settings;
-    CHECK(settings.isNull());
-    CHECK(settings.matchPayload);
-    CHECK(settings.payloadType == 0);
-    CHECK(settings.protocol == IpProtocol_Other);
-    CHECK(settings.interface == IpInterface_TessEth0);
-
-    IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
-    CHECK(elsewhere.isNull());
-    CHECK(elsewhere.interface == IpInterface_TessEth1);
-    CHECK(elsewhere.protocol == IpProtocol_2110_40);
+    const auto values = [](const IpFlowSettings& filter) {
+        return std::tuple(filter.isNull(), filter.matchPayload, filter.payloadType, filter.protocol,
+                          filter.interface);
+    };
+    CHECK(values(settings) == std::tuple(true, true, 0, IpProtocol_Other, IpInterface_TessEth0));
+    const IpFlowSettings elsewhere(IpInterface_TessEth1, IpProtocol_2110_40);
+    CHECK(values(elsewhere) == std::tuple(true, true, 0, IpProtocol_2110_40, IpInterface_TessEth1));
     CHECK(elsewhere != settings);
     CHECK(IpFlowSettings(IpInterface_TessEth1).protocol == IpProtocol_Other);
 
@@ -71,13 +68,11 @@ TEST_CASE("A filter from a flow takes its flags from the mask", "[ip]")
     }
     const IpFlowSettings settings(makeFlow(), 0);
     CHECK(settings.payloadType == 96);
-    CHECK(settings.srcIpAddr == makeFlow().srcIpAddr);
-    CHECK(settings.dstIpAddr == makeFlow().dstIpAddr);
-    CHECK(settings.srcUdpPort == 5004);
-    CHECK(settings.dstUdpPort == 5006);
-    CHECK(settings.ssrc == 1234);
-    CHECK(settings.protocol == IpProtocol_2110_30);
-    CHECK(settings.interface == IpInterface_TessEth1);
+    const FlowConfig flow = makeFlow();
+    CHECK((settings.srcIpAddr == flow.srcIpAddr && settings.dstIpAddr == flow.dstIpAddr));
+    CHECK(std::tuple(settings.srcUdpPort, settings.dstUdpPort, settings.ssrc, settings.protocol,
+                     settings.interface) ==
+          std::tuple(5004, 5006, 1234u, IpProtocol_2110_30, IpInterface_TessEth1));
 
     const IpFlowSettings ofNull(FlowConfig(IpInterface_TessEth1), IpMediaFlow::AllParams);
     CHECK(ofNull.isNull());

@@ -19,7 +19,7 @@ TEST_CASE("A cleared cell keeps all but its validity", "[captions]")
         grid.row(3).setCell(column, cellOf(u'♪', column));
     }
     CHECK(grid.cell(3, 31) == cellOf(u'♪', 31));
-    CHECK(grid.cell(3, 31).text() == QStringLiteral("♪"));
+    CHECK(grid.cell(3, 31).text() == "♪"_s);
     CHECK(grid.rowText(3) == QString(32, QChar(u'♪')));
     CHECK(grid.cell(16, 0) == CaptionCell608());
     CHECK(grid.cell(3, 32) == CaptionCell608());

@@ -2,6 +2,7 @@
 #include "infrastructure/utility/captions/ScenaristCaptions.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <QFile>
 #include <QMap>
@@ -70,20 +71,11 @@ void fillRows(Processor& processor, int channel)
 uint16_t mixedCode(std::mt19937& random)
 {
     const auto bits = static_cast<unsigned>(random());
-    switch (bits % 8) {
-    case 0:
-        return static_cast<uint16_t>(bits >> 8 & 0x7F7F);
-    case 1:
-        return static_cast<uint16_t>(bits >> 16);
-    case 2:
-        return static_cast<uint16_t>(0x1420 | (bits >> 8 & 0x090F));
-    case 3:
-        return static_cast<uint16_t>(0x1040 | (bits >> 8 & 0x0F3F));
-    case 4:
-        return static_cast<uint16_t>(0x1020 | (bits >> 8 & 0x0F1F));
-    default:
-        return static_cast<uint16_t>(0x2000 | (bits >> 8 & 0x5F7F));
-    }
+    constexpr std::array<unsigned, 2> forms[] = {
+        {0, 0x7F7F}, {0, 0}, {0x1420, 0x090F}, {0x1040, 0x0F3F}, {0x1020, 0x0F1F}};
+    constexpr std::array<unsigned, 2> text = {0x2000, 0x5F7F};
+    const auto& [base, mask] = bits % 8 < 5 ? forms[bits % 8] : text;
+    return static_cast<uint16_t>(bits % 8 == 1 ? bits >> 16 : base | (bits >> 8 & mask));
 }
 
 /// Random pairs of both fields, many at a time and, by another processor, one by one.
@@ -122,14 +114,14 @@ QStringList screen(const CaptionGrid608& grid)
         QString colours, underlines;
         for (unsigned column = 0; column < CaptionGrid608::COLUMNS; ++column) {
             const CaptionCell608 cell = grid.cell(row, column);
-            colours += cell.valid ? QString::number(cell.colour) : QStringLiteral(" ");
+            colours += cell.valid ? QString::number(cell.colour) : " "_s;
             underlines += QLatin1Char(cell.valid && cell.underline ? '_' : ' ');
         }
         const auto add = [&](char kind, const QString& whole) {
             const QString text = withoutEnd(whole);
             if (!text.isEmpty()) {
                 const QString key = QString::number(row + 1) + QLatin1Char(kind);
-                rows += QStringLiteral("%1|%2|").arg(key.leftJustified(3), text);
+                rows += "%1|%2|"_s.arg(key.leftJustified(3), text);
             }
         };
         add(' ', grid.rowText(row));
@@ -143,8 +135,7 @@ QStringList screen(const CaptionGrid608& grid)
 
 QByteArray testSource(const char* name)
 {
-    QFile file(DatacoreTest::testSourceDirectory + QStringLiteral("/captions/") +
-               QString::fromLatin1(name));
+    QFile file(DatacoreTest::testSourceDirectory + "/captions/"_s + QString::fromLatin1(name));
     INFO(file.fileName().toStdString());
     REQUIRE(file.open(QIODevice::ReadOnly));
     return file.readAll();
@@ -166,7 +157,7 @@ TEST_CASE("A caption file shows the screens that the standard asks for", "[capti
                 processor.process(Caption608BytePair::fromRaw(pair[0], pair[1], true).code(),
                                   channel);
             }
-            shown.insert(QStringLiteral("@ %1 CC%2").arg(line.timeCode.toString()).arg(channel + 1),
+            shown.insert("@ %1 CC%2"_s.arg(line.timeCode.toString()).arg(channel + 1),
                          screen(processor.displayedGrid()));
         }
     }
@@ -194,36 +185,30 @@ TEST_CASE("A caption file shows the screens that the standard asks for", "[capti
 
 TEST_CASE("Every code has its effect in every mode and for either channel", "[captions]")
 {
-    struct Row
-    {
-        uint16_t mode;
-        int channel;
-        uint64_t digest;
-    };
-    const std::vector<Row> rows{
+    const Table<uint16_t, int, uint64_t> rows{
         {RDC, 0, 0x40CEACADF23EB6AD}, {RDC, 1, 0x7AE6C5856F2F1A25}, {RCL, 0, 0xBF3BCF5DBA05408D},
         {RCL, 1, 0x439588267BDDC581}, {RU4, 0, 0xB5A6880E727F1DA1}, {RU4, 1, 0x48048079D5B0BD6D},
         {RTD, 0, 0xC6F04BB0BAE2C15D}, {RTD, 1, 0xFAC416E9B83E4645},
     };
-    for (const Row& row : rows) {
+    for (const auto& [mode, channel, expected] : rows) {
         CaptionProcessor608 processor;
-        fillRows(processor, row.channel);
-        processor.process(static_cast<uint16_t>(row.mode | row.channel << 11), row.channel);
-        fillRows(processor, row.channel);
-        processor.process(static_cast<uint16_t>(0x1356 | row.channel << 11), row.channel);
+        fillRows(processor, channel);
+        processor.process(static_cast<uint16_t>(mode | channel << 11), channel);
+        fillRows(processor, channel);
+        processor.process(static_cast<uint16_t>(0x1356 | channel << 11), channel);
         Digest digest;
         for (int code = 0; code <= 0xFFFF; ++code) {
             CaptionProcessor608 after = processor;
             for (const int next : {code, 0x4344, 0x142D}) { // text and return show where it is
-                digest.add(after.process(static_cast<uint16_t>(next), row.channel));
+                digest.add(after.process(static_cast<uint16_t>(next), channel));
                 digest.add(after.hasPendingChange());
             }
             if (code % 64 == 0 || (code >= 0x1000 && code < 0x2000)) {
                 digest.add(after);
             }
         }
-        CAPTURE(row.mode, row.channel);
-        CHECK(digest.get() == row.digest);
+        CAPTURE(mode, channel);
+        CHECK(digest.get() == expected);
     }
 }
 
@@ -262,14 +247,14 @@ TEST_CASE("Characters are written as the tables of CEA-608 have them", "[caption
         }
         return processor.displayedGrid().rowText(0).left(step == 1 ? count : 2 * count);
     };
-    CHECK(charactersOf(0x2021, 16, 0x202) == QStringLiteral(" !\"#$%&‘()á+,-./0123456789:;<=>?"));
-    CHECK(charactersOf(0x4041, 16, 0x202) == QStringLiteral("@ABCDEFGHIJKLMNOPQRSTUVWXYZ[é]íó"));
-    CHECK(charactersOf(0x6061, 16, 0x202) == QStringLiteral("úabcdefghijklmnopqrstuvwxyzç÷Ññ█"));
-    CHECK(charactersOf(0x1130, 16) == QStringLiteral("®°½¿™¢£♪à\u00A0èâêîôû"));
-    CHECK(charactersOf(0x1220, 31) == QStringLiteral("ÁÉÓÚÜü’¡*'—©℠•“”ÀÂÇÈÊËëÎÏïÔÙùÛ«"));
-    CHECK(charactersOf(0x1320, 31) == QStringLiteral("ÃãÍÌìÒòÕõ{}\\^_|~ÄäÖöß¥¤¦ÅåØø┌┐└"));
-    CHECK(charactersOf(0x123F, 1) == QStringLiteral("»"));
-    CHECK(charactersOf(0x133F, 1) == QStringLiteral("┘"));
+    CHECK(charactersOf(0x2021, 16, 0x202) == " !\"#$%&‘()á+,-./0123456789:;<=>?"_s);
+    CHECK(charactersOf(0x4041, 16, 0x202) == "@ABCDEFGHIJKLMNOPQRSTUVWXYZ[é]íó"_s);
+    CHECK(charactersOf(0x6061, 16, 0x202) == "úabcdefghijklmnopqrstuvwxyzç÷Ññ█"_s);
+    CHECK(charactersOf(0x1130, 16) == "®°½¿™¢£♪à\u00A0èâêîôû"_s);
+    CHECK(charactersOf(0x1220, 31) == "ÁÉÓÚÜü’¡*'—©℠•“”ÀÂÇÈÊËëÎÏïÔÙùÛ«"_s);
+    CHECK(charactersOf(0x1320, 31) == "ÃãÍÌìÒòÕõ{}\\^_|~ÄäÖöß¥¤¦ÅåØø┌┐└"_s);
+    CHECK(charactersOf(0x123F, 1) == "»"_s);
+    CHECK(charactersOf(0x133F, 1) == "┘"_s);
 }
 
 TEST_CASE("Records are taken by field, all of them", "[captions]")
@@ -280,25 +265,17 @@ TEST_CASE("Records are taken by field, all of them", "[captions]")
         Caption608BytePair::fromRaw(0xC8, 0x49, true),  // "HI"
     };
     CHECK(records[0] == Caption608BytePair{0x14, 0x2C, 0x94, 0x2C, true, 0});
-    for (const Caption608BytePair& other :
-         {Caption608BytePair{1, 0, 0, 0, false, 0}, Caption608BytePair{0, 1, 0, 0, false, 0},
-          Caption608BytePair{0, 0, 1, 0, false, 0}, Caption608BytePair{0, 0, 0, 1, false, 0},
-          Caption608BytePair{0, 0, 0, 0, true, 0}, Caption608BytePair{0, 0, 0, 0, false, 1}}) {
-        CHECK(other != Caption608BytePair());
-    }
-    struct Row
-    {
-        CaptionFieldSelect608 select;
-        bool changed;
-        const char* text;
-    };
-    for (const Row& row : {Row{CaptionFieldSelect608_Field1, true, "HI"},
-                           Row{CaptionFieldSelect608_Field2, false, "AB"},
-                           Row{CaptionFieldSelect608_None, false, ""}}) {
+    using Pair = Caption608BytePair;
+    checkEachFieldCounts(&Pair::data1, &Pair::data2, &Pair::rawData1, &Pair::rawData2,
+                         &Pair::isField1, &Pair::spare);
+    for (const auto& [select, changed, text] : Table<CaptionFieldSelect608, bool, const char*>{
+             {CaptionFieldSelect608_Field1, true, "HI"},
+             {CaptionFieldSelect608_Field2, false, "AB"},
+             {CaptionFieldSelect608_None, false, ""}}) {
         CaptionProcessor608 processor;
-        processor.setFieldSelect(row.select);
-        CHECK(processor.processPairs(records) == row.changed);
-        CHECK(withoutEnd(processor.displayedGrid().rowText(15)) == QLatin1String(row.text));
+        processor.setFieldSelect(select);
+        CHECK(processor.processPairs(records) == changed);
+        CHECK(withoutEnd(processor.displayedGrid().rowText(15)) == QLatin1String(text));
     }
     CaptionProcessor608 untouched;
     CHECK_FALSE(untouched.processPairs(records));

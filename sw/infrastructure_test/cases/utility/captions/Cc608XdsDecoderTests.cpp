@@ -8,12 +8,7 @@ namespace {
 
 XdsPair pairOf(int c1, int c2)
 {
-    return {static_cast<uint8_t>(c1),
-            static_cast<uint8_t>(c2),
-            static_cast<uint8_t>(c1 | 0x80),
-            static_cast<uint8_t>(c2),
-            false,
-            0};
+    return XdsPair::fromRaw(static_cast<uint8_t>(c1 | 0x80), static_cast<uint8_t>(c2), false);
 }
 
 using Codes = std::vector<std::array<int, 2>>;
@@ -113,9 +108,8 @@ TEST_CASE("A packet of each class whose bytes sum to a multiple of 128 comes out
         CHECK_FALSE(xds.packet->pairAt(codes.size(), pair));
         CHECK(xds.packet->status() == XdsStatus_ChecksumGood);
         CHECK(xds.packet->classIndex() == index);
-        CHECK(xds.packet->toString() == QStringLiteral("%1 type %2: \"Star Trek!\"")
-                                            .arg(QLatin1String(names[index]))
-                                            .arg(type));
+        CHECK(xds.packet->toString() ==
+              "%1 type %2: \"Star Trek!\""_s.arg(QLatin1String(names[index])).arg(type));
         CHECK_FALSE(xds.packet->append(pair)); // no longer open
         CHECK(xds.pool.inUseCount() == 1);
         xds.pool.release(xds.packet);
@@ -134,7 +128,7 @@ TEST_CASE("Packets of several classes interleave", "[captions]")
     CHECK(xds.decoder.openPacketCount() == 2);
     CHECK(xds.feed({{0x14, 0x20}, {'x', 'x'}}) == XdsOk); // captions in between: idle
     CHECK(xds.feed({{2, 3}, packetCodes(1, 3, "abef").back()}) == XdsPacketReady);
-    CHECK(xds.packet->text() == QStringLiteral("abef"));
+    CHECK(xds.packet->text() == "abef"_s);
     CHECK(xds.feed({{2, 3}}) == XdsNoOpenPacket);
 }
 
@@ -171,7 +165,7 @@ TEST_CASE("The pool takes back only what is out", "[captions]")
     xds.pool.release(packet);
     CHECK(log.lines().size() == 4);
     xds.decoder.reset();
-    CHECK(log.contains(QStringLiteral("error: XDS packet released that is not in use")));
+    CHECK(log.contains("error: XDS packet released that is not in use"_s));
     CHECK(xds.pool.inUseCount() == 0);
     CHECK(other.inUseCount() == 0);
     {
@@ -192,19 +186,16 @@ TEST_CASE("A packet is built pair by pair", "[captions]")
     for (unsigned code = 0; code < 256; ++code) {
         packet.clear();
         CHECK(packet == XdsPacket());
-        CHECK(packet.classIndex() == 8);
-        CHECK(packet.startCode() + packet.type() == 0xFF + 0xFF);
+        const auto values = [&packet] {
+            return std::tuple(packet.startCode(), packet.type(), packet.classIndex());
+        };
+        CHECK(values() == std::tuple(0xFF, 0xFF, 8));
         REQUIRE(packet.append({static_cast<uint8_t>(code), 9, 0, 0}));
-        CHECK(packet.startCode() == code);
-        CHECK(packet.type() == 9);
-        CHECK(packet.classIndex() == (code % 2 == 1 && code <= 13 ? code / 2 : 7));
+        CHECK(values() == std::tuple(code, 9, code % 2 == 1 && code <= 13 ? code / 2 : 7));
     }
-    CHECK(packet.toString() == QStringLiteral("Unknown type 9: \"\""));
-
-    for (const XdsBytePair& other : {XdsBytePair{1, 0, 0, 0}, XdsBytePair{0, 1, 0, 0},
-                                     XdsBytePair{0, 0, 1, 0}, XdsBytePair{0, 0, 0, 1}}) {
-        CHECK(other != XdsBytePair());
-    }
+    CHECK(packet.toString() == "Unknown type 9: \"\""_s);
+    checkEachFieldCounts(&XdsBytePair::c1, &XdsBytePair::c2, &XdsBytePair::raw1,
+                         &XdsBytePair::raw2);
     const auto packetOf = [](int startCode, int raw) {
         XdsPacket built;
         built.append({static_cast<uint8_t>(startCode), 3, 0, 0});
@@ -225,7 +216,7 @@ TEST_CASE("A packet is built pair by pair", "[captions]")
     for (std::size_t count = packet.pairCount(); count < 33; ++count) {
         REQUIRE(packet.append({'B', 'C', 0, 0}));
     }
-    CHECK(packet.text() == QStringLiteral(" █")); // up to the end pair
+    CHECK(packet.text() == " █"_s); // up to the end pair
     CHECK_FALSE(packet.append({'B', 'C', 0, 0}));
     CHECK(packet.pairCount() == 33);
 }

@@ -84,12 +84,8 @@ TEST_CASE("A page header gives its page, subcode and control bits", "[captions]"
                                     0x55, 0x55, 0x55, 0x75, 0xFF, 0x55};
     for (unsigned bits = 0; bits < 32; ++bits) {
         const bool isFirst = bits < 16;
-        Header header;
-        header.page = isFirst ? 0xA7 : 0x58;
-        header.subcode = isFirst ? 0x1234 : 0x0DCB;
-        header.erase = isFirst;
-        header.subtitle = !isFirst;
-        header.c11To14 = bits % 16;
+        const Header header{isFirst ? 0xA7u : 0x58u, isFirst ? 0x1234u : 0x0DCBu, isFirst, !isFirst,
+                            bits % 16};
         std::vector<uint8_t> packet = teletextPacket(isFirst ? 3 : 4, 0, header);
         for (std::size_t i = 0; i < 13; ++i) {
             packet[i] = static_cast<uint8_t>(packet[i] ^ (bits % 2 == 0 ? 0 : unread[i]));
@@ -97,27 +93,17 @@ TEST_CASE("A page header gives its page, subcode and control bits", "[captions]"
         Op47decoder decoder;
         CHECK((decoder.getLastMagazine() == -1 && decoder.getLastPage() == -1));
         const Decoded decoded = decode(decoder, op47({packet}));
-        CHECK(decoded.report.toString() == QStringLiteral("conformant"));
+        CHECK(decoded.report.toString() == "conformant"_s);
         REQUIRE(decoded.count() == 1);
-        TeletextPacket expected;
-        expected.magazine = isFirst ? 3 : 4;
-        expected.hasPageHeader = true;
-        expected.displayDataLength = 32;
-        expected.pageDecimal = isFirst ? 107 : 58;
-        expected.pageBcd = isFirst ? 0xA7 : 0x58;
-        expected.subcode = isFirst ? 0x1234 : 0x0DCB;
-        expected.erasePage = isFirst;
-        expected.subtitle = !isFirst;
-        expected.magazineSerial = bits % 2 != 0;
-        expected.nationalOption = static_cast<uint8_t>(bits % 16 / 2);
-        expected.displayData = decoded.container.bytes().data() + 15 + 13;
-        CHECK(decoded[0] == expected);
-        CHECK((decoder.getLastMagazine() == expected.magazine &&
-               decoder.getLastPage() == expected.pageBcd));
-        CHECK(decoded[0].toString() ==
-              (isFirst ? QStringLiteral("magazine 3 row 0 page A7 subcode 1234: ")
-                       : QStringLiteral("magazine 4 row 0 page 58 subcode DCB: ")) +
-                  QStringLiteral("NOPQRSTUVWXYZ[\\]^_`abcdefghijklm"));
+        CHECK(decoded[0].values() == std::tuple(isFirst ? 3 : 4, 0, true, 32, isFirst ? 107 : 58,
+                                                header.page, header.subcode, isFirst, !isFirst,
+                                                bits % 2 != 0, bits % 16 / 2));
+        CHECK(decoded[0].displayData == decoded.container.bytes().data() + 15 + 13);
+        CHECK((decoder.getLastMagazine() == decoded[0].magazine &&
+               decoder.getLastPage() == decoded[0].pageBcd));
+        CHECK(decoded[0].toString() == (isFirst ? "magazine 3 row 0 page A7 subcode 1234: "_s
+                                                : "magazine 4 row 0 page 58 subcode DCB: "_s) +
+                                           "NOPQRSTUVWXYZ[\\]^_`abcdefghijklm"_s);
     }
 }
 
@@ -130,29 +116,20 @@ TEST_CASE("Every magazine and row has its place and its display data", "[caption
             const Decoded decoded = decode(decoder, op47({teletextPacket(magazine, row)}));
             REQUIRE(decoded.count() == 1);
             const TeletextPacket& packet = decoded[0];
-            CHECK(packet.magazine == magazine);
-            CHECK(decoder.getLastMagazine() == static_cast<int>(magazine));
-            CHECK(decoder.getLastPage() == -1);
-            CHECK(packet.packetNumber == row);
-            CHECK_FALSE(packet.hasPageHeader);
-            CHECK(packet.displayDataLength == (row <= 25 ? 40 : 0));
-            CHECK((packet.displayData == nullptr) == (row > 25));
-            CHECK(decoded.container.displayDataOffset(packet) == (row <= 25 ? 20u : 0u));
-            CHECK(packet.pageBcd + packet.pageDecimal + packet.subcode == 0);
+            const bool isShown = row <= 25;
+            CHECK(packet.values() == std::tuple(magazine, row, false, isShown ? 40 : 0, 0, 0, 0,
+                                                false, false, false, 0));
+            CHECK((packet.displayData == nullptr) != isShown);
+            CHECK(decoded.container.displayDataOffset(packet) == (isShown ? 20u : 0u));
+            CHECK((decoder.getLastMagazine() == static_cast<int>(magazine) &&
+                   decoder.getLastPage() == -1));
         }
     }
 }
 
 TEST_CASE("Each question of conformance has its own flag", "[captions]")
 {
-    struct Row
-    {
-        bool Op47ErrorReport::*flag;
-        const char* text;
-        std::vector<std::size_t> words;
-        std::size_t records;
-    };
-    const std::vector<Row> rows{
+    const Table<bool Op47ErrorReport::*, const char*, std::vector<std::size_t>, std::size_t> rows{
         {&Op47ErrorReport::ancIsOp47, "no OP-47 packet", {0, 1, 2, 3, 4}, 0},
         {&Op47ErrorReport::payloadIdentifierCorrect, "wrong payload identifier", {6, 7}, 1},
         {&Op47ErrorReport::packetDataCountCorrect, "wrong data count", {5}, 1},
@@ -169,23 +146,23 @@ TEST_CASE("Each question of conformance has its own flag", "[captions]")
     CHECK(all != decode(good).report);
     all = {true, true, true, true, true, 55, 54, true, true};
     QStringList texts;
-    for (const Row& row : rows) {
-        CAPTURE(row.text);
+    for (const auto& [flag, text, places, records] : rows) {
+        CAPTURE(text);
         Op47ErrorReport alone{true, true, true, true, true, 55, 54, true, true};
         CHECK(alone.isConformant());
-        alone.*row.flag = false;
-        all.*row.flag = false;
-        texts.append(QString::fromLatin1(row.text));
+        alone.*flag = false;
+        all.*flag = false;
+        texts.append(QString::fromLatin1(text));
         CHECK_FALSE(alone.isConformant());
         CHECK(alone.toString() == texts.last());
-        CHECK(all.toString() == texts.join(QStringLiteral(", ")));
-        for (const std::size_t word : row.words) {
+        CHECK(all.toString() == texts.join(", "_s));
+        for (const std::size_t word : places) {
             std::vector<uint8_t> words = good;
             words[word] ^= 1;
             const Decoded decoded = decode(words);
             alone.receivedLength = words[8];
             CHECK(decoded.report == alone);
-            CHECK(decoded.count() == row.records);
+            CHECK(decoded.count() == records);
         }
     }
 
@@ -293,7 +270,7 @@ TEST_CASE("Decoding appends, and any bytes decode", "[captions]")
     decoder.decode(container.bytes().data(), container.bytes().size(), kept);
     CHECK((kept.size() == 2 && kept[1] == container.teletextPackets()[0]));
     CHECK(container.teletextPackets().size() == 2);
-    CHECK(container.toString().startsWith(QStringLiteral("magazine 8 row 25: FGHIJ")));
+    CHECK(container.toString().startsWith("magazine 8 row 25: FGHIJ"_s));
 
     std::mt19937 random(47);
     for (int i = 0; i < 20000; ++i) {

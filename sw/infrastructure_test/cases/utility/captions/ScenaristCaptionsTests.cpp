@@ -1,5 +1,6 @@
 #include "infrastructure/utility/captions/ScenaristCaptions.h"
 #include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/TestSupport.h"
 
 #include <random>
 
@@ -8,20 +9,18 @@ TEST_CASE("Lines of a Scenarist file give time codes and pairs", "[captions]")
     QStringList errors;
     const QByteArray content = "Scenarist_SCC V1.0\r\n\r\n01:02:03:04\t9420 94AE\r\n"
                                "00:00:59;29  8080 \n23:59:59:29";
-    CHECK(isScenaristFile(content));
-    CHECK(isScenaristFile("Scenarist_SCC V1.0"));
-    CHECK(isScenaristFile("\xEF\xBB\xBFScenarist_SCC V1.0\n"));
-    CHECK_FALSE(isScenaristFile("Scenarist_SCC V1.1\n"));
-    CHECK_FALSE(isScenaristFile(""));
+    CHECK((isScenaristFile(content) && isScenaristFile("Scenarist_SCC V1.0") &&
+           isScenaristFile("\xEF\xBB\xBFScenarist_SCC V1.0\n")));
+    CHECK_FALSE((isScenaristFile("Scenarist_SCC V1.1\n") || isScenaristFile("")));
 
     const std::vector<ScenaristLine> lines = readScenaristFile(content, errors);
     CHECK(errors.isEmpty());
     REQUIRE(lines.size() == 3);
     CHECK(lines[0].lineNumber == 3);
-    CHECK(lines[0].timeCode.toString() == QStringLiteral("01:02:03:04"));
+    CHECK(lines[0].timeCode.toString() == "01:02:03:04"_s);
     CHECK(lines[0].pairs == std::vector<ScenaristPair>{{0x94, 0x20}, {0x94, 0xAE}});
     CHECK(lines[1].timeCode.isDropFrame);
-    CHECK(lines[1].timeCode.toString() == QStringLiteral("00:00:59;29"));
+    CHECK(lines[1].timeCode.toString() == "00:00:59;29"_s);
     CHECK(lines[2].pairs.empty());
 }
 
@@ -59,27 +58,19 @@ TEST_CASE("A line that can't be read is reported with its number and skipped", "
 
 TEST_CASE("A word of even parity costs its pair, not its line", "[captions]")
 {
-    QStringList errors{QStringLiteral("before")};
-    const auto lines = readScenaristFile("00:00:01:00 1420 9420 94A0\n", errors);
-    CHECK(errors ==
-          QStringList{QStringLiteral("before"),
-                      QStringLiteral("line 1, word 1: \"1420\" has a byte of even parity"),
-                      QStringLiteral("line 1, word 3: \"94A0\" has a byte of even parity")});
-    REQUIRE(lines.size() == 1);
-    CHECK(lines[0].pairs == std::vector<ScenaristPair>{{0x80, 0x80}, {0x94, 0x20}, {0x80, 0x80}});
+    QStringList errors{"before"_s};
+    const auto read = readScenaristFile("00:00:01:00 1420 9420 94A0\n", errors);
+    CHECK(errors == lines({"before", "line 1, word 1: \"1420\" has a byte of even parity",
+                           "line 1, word 3: \"94A0\" has a byte of even parity"}));
+    REQUIRE(read.size() == 1);
+    CHECK(read[0].pairs == std::vector<ScenaristPair>{{0x80, 0x80}, {0x94, 0x20}, {0x80, 0x80}});
 }
 
 TEST_CASE("Time codes count frames, dropped numbers included", "[captions]")
 {
-    struct Row
-    {
-        ScenaristTimeCode from;
-        int frames;
-        const char* to;
-    };
     // An hour of drop frame counting has 107892 frames (SMPTE ST 12-1), a day 2589408. The last row
     // is from a count of all numbers of a day.
-    const std::vector<Row> rows{
+    const Table<ScenaristTimeCode, int, const char*> rows{
         {{0, 0, 59, 29, false}, 1, "00:01:00:00"},
         {{23, 59, 59, 29, false}, 1, "00:00:00:00"},
         {{0, 0, 59, 29, true}, 1, "00:01:00;02"},
@@ -92,8 +83,8 @@ TEST_CASE("Time codes count frames, dropped numbers included", "[captions]")
         {{1, 2, 3, 4, true}, 2589408, "01:02:03;04"},
         {{0, 0, 0, 0, true}, 2147483647, "08:00:42;19"},
     };
-    for (const Row& row : rows) {
-        CHECK(row.from.advanced(row.frames).toString() == QString::fromLatin1(row.to));
+    for (const auto& [from, frames, to] : rows) {
+        CHECK(from.advanced(frames).toString() == QString::fromLatin1(to));
     }
     // Of the numbers of eleven minutes those left out stand for the frame that comes next.
     for (int number = 0, frames = 0; number < 11 * 1800; ++number) {

@@ -40,7 +40,7 @@ TEST_CASE("Content advisories have their texts", "[captions]")
     check(0x58, {0x48}, "Unknown");
     check(0x78, {0x48}, "Unknown");
     XdsPacket packet;
-    CHECK(ratingText(packet) == QStringLiteral("VChip Fail"));
+    CHECK(ratingText(packet) == "VChip Fail"_s);
     packet.append({0x01, 0x05, 0, 0});
-    CHECK(ratingText(packet) == QStringLiteral("VChip Fail"));
+    CHECK(ratingText(packet) == "VChip Fail"_s);
 }

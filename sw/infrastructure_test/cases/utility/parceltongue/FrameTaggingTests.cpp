@@ -93,42 +93,26 @@ TEST_CASE("A line's width is filled up to eight words", "[parceltongue]")
 TEST_CASE("What cannot be tagged stays as it stands", "[parceltongue]")
 {
     const FieldMetrics metrics(FieldRegion(0, 0, 10, 4), FieldRegion(4, 1, 6, 2));
-    Field field = fieldOf(metrics);
-    QStringList errors;
-    const LogCapture log;
-    SECTION("already tagged")
-    {
-        field.isTagged = true;
+    const Field field = fieldOf(metrics);
+    const Words short39(field.words.begin(), field.words.end() - 1);
+    const auto lines = [](quint32 width, quint32 height) {
+        return FieldMetrics(FieldRegion(0, 0, width, height), FieldRegion());
+    };
+    const Table<Field, const char*> rows{
+        {{metrics, field.words, true}, nullptr}, // already tagged
+        {{metrics, short39}, "of 39 samples is not tagged, expected 40"},
+        {{lines(0, 3), {}}, "of 3 empty lines is not tagged"},
+        {{lines(65536, 65536), {}}, "of 0 samples is not tagged, expected 4294967296"},
+        {{FieldMetrics(FieldRegion(0, 0, 10, 4), FieldRegion(0, 1, 11, 2)), field.words},
+         "is not tagged, active width 11, line width 10, tagged size 160"}};
+    for (const auto& [untagged, error] : rows) {
+        const LogCapture log;
+        CHECK(tagField(untagged, {}) == untagged.words);
+        CHECK(log.lines().join(QString()) ==
+              (error == nullptr ? QString() : "error: Field "_s + QLatin1String(error)));
     }
-    SECTION("a sample short")
-    {
-        field.words.pop_back();
-        errors.append(QStringLiteral("error: Field of 39 samples is not tagged, expected 40"));
-    }
-    SECTION("lines without samples")
-    {
-        field = {FieldMetrics(FieldRegion(0, 0, 0, 3), FieldRegion()), {}};
-        errors.append(QStringLiteral("error: Field of 3 empty lines is not tagged"));
-    }
-    SECTION("metrics whose size wraps around")
-    {
-        field = {FieldMetrics(FieldRegion(0, 0, 65536, 65536), FieldRegion()), {}};
-        errors.append(
-            QStringLiteral("error: Field of 0 samples is not tagged, expected 4294967296"));
-    }
-    SECTION("a picture wider than its lines")
-    {
-        field.metrics = FieldMetrics(FieldRegion(0, 0, 10, 4), FieldRegion(0, 1, 11, 2));
-        errors.append(QStringLiteral("error: Field is not tagged, active width 11, line width 10, "
-                                     "tagged size 160"));
-    }
-    CHECK(tagField(field, {}) == field.words);
-    CHECK(log.lines() == errors);
-}
 
-TEST_CASE("A field without lines has tags of its own, and one without width an index",
-          "[parceltongue]")
-{
+    // A field without lines has tags of its own, and one without width an index.
     CHECK(tagField({FieldMetrics(FieldRegion(), FieldRegion()), {}}, {}).size() == 16);
     CHECK(getTaggedIndex(FieldMetrics(FieldRegion(0, 0, 0, 0xFFFFFFFF), FieldRegion()), 5) == 21);
 }

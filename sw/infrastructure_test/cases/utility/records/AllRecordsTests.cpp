@@ -43,7 +43,7 @@ Packet makeSample(Randomiser& randomiser)
 template <>
 SerialisableDataPacket makeSample(Randomiser&)
 {
-    return SerialisableDataPacket(QStringLiteral("Something"));
+    return SerialisableDataPacket("Something"_s);
 }
 template <>
 RawSdiSampleGridPacket makeSample(Randomiser& randomiser)

@@ -13,6 +13,11 @@
 
 namespace RecordTesting {
 
+inline QByteArray hex(const char* digits)
+{
+    return QByteArray::fromHex(digits);
+}
+
 /// The packet that a receiver gets when this payload arrives for this class; null if the factory
 /// makes something else.
 template <typename Packet>

@@ -5,64 +5,60 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <map>
+#include <variant>
 
 TEST_CASE("Raster properties are ready-formatted text", "[records]")
 {
     LaneStatusJsonData lane;
+    const auto texts = [&lane] {
+        QStringList list;
+        for (int i = 0; i < 6; ++i) {
+            list.append(lane.getProperty(i).toString());
+        }
+        return list.join(QLatin1Char('|'));
+    };
     lane.setRasterProperties(2200, 1125, 7, 1920, 1080, 8, false, true);
-    QStringList texts;
-    for (int i = 0; i < 6; ++i) {
-        texts.append(lane.getProperty(i).toString());
-    }
-    CHECK(texts == QStringList{QStringLiteral("2200"), QStringLiteral("1125"),
-                               QStringLiteral("progressive"), QStringLiteral("1920"),
-                               QStringLiteral("1080"), QStringLiteral("progressive")});
-    CHECK(lane.isProgressiveFlag);
-    CHECK_FALSE(lane.isLevelBFlag);
-
+    CHECK(texts() == "2200|1125|progressive|1920|1080|progressive"_s);
+    CHECK((lane.isProgressiveFlag && !lane.isLevelBFlag));
     lane.setRasterProperties(2200, 563, 562, 1920, 540, 541, true, false);
-    CHECK(lane.totalHorizontalPixels == QStringLiteral("2200 (B mux)"));
-    CHECK(lane.activeHorizontalPixels == QStringLiteral("1920 (B mux)"));
-    CHECK(lane.totalVerticalPixelsProgressiveOrField1 == QStringLiteral("563"));
-    CHECK(lane.activeVerticalPixelsProgressiveOrField1 == QStringLiteral("540"));
-    CHECK(lane.totalVerticalPixelsField2 == QStringLiteral("562"));
-    CHECK(lane.activeVerticalPixelsField2 == QStringLiteral("541"));
-    CHECK(lane.isLevelBFlag);
-    CHECK_FALSE(lane.isProgressiveFlag);
+    CHECK(texts() == "2200 (B mux)|563|562|1920 (B mux)|540|541"_s);
+    CHECK((lane.isLevelBFlag && !lane.isProgressiveFlag));
 }
 
 TEST_CASE("A property is reached by index and stands under its key", "[records]")
 {
     using Lane = LaneStatusJsonData;
-    const std::map<int, QString Lane::*> texts{{0, &Lane::totalHorizontalPixels},
-                                               {1, &Lane::totalVerticalPixelsProgressiveOrField1},
-                                               {2, &Lane::totalVerticalPixelsField2},
-                                               {3, &Lane::activeHorizontalPixels},
-                                               {4, &Lane::activeVerticalPixelsProgressiveOrField1},
-                                               {5, &Lane::activeVerticalPixelsField2},
-                                               {13, &Lane::smpte352PacketLinkAchannelCPosition},
-                                               {14, &Lane::smpte352PacketLinkBchannelCPosition},
-                                               {15, &Lane::smpte352PacketLinkAchannelYPosition},
-                                               {16, &Lane::smpte352PacketLinkBchannelYPosition}};
-    const std::map<int, bool Lane::*> flags{
-        {6, &Lane::isProgressiveFlag},
-        {7, &Lane::isLevelBFlag},
-        {8, &Lane::isStableFlag},
-        {9, &Lane::smpte352PacketLinkAchannelCpositionDetectedFlag},
-        {10, &Lane::smpte352PacketLinkBchannelCpositionDetectedFlag},
-        {11, &Lane::smpte352PacketLinkAchannelYpositionDetectedFlag},
-        {12, &Lane::smpte352PacketLinkBchannelYpositionDetectedFlag}};
+    using Text = QString Lane::*;
+    using Flag = bool Lane::*;
+    const std::variant<Text, Flag> members[17] = {
+        &Lane::totalHorizontalPixels,
+        &Lane::totalVerticalPixelsProgressiveOrField1,
+        &Lane::totalVerticalPixelsField2,
+        &Lane::activeHorizontalPixels,
+        &Lane::activeVerticalPixelsProgressiveOrField1,
+        &Lane::activeVerticalPixelsField2,
+        &Lane::isProgressiveFlag,
+        &Lane::isLevelBFlag,
+        &Lane::isStableFlag,
+        &Lane::smpte352PacketLinkAchannelCpositionDetectedFlag,
+        &Lane::smpte352PacketLinkBchannelCpositionDetectedFlag,
+        &Lane::smpte352PacketLinkAchannelYpositionDetectedFlag,
+        &Lane::smpte352PacketLinkBchannelYpositionDetectedFlag,
+        &Lane::smpte352PacketLinkAchannelCPosition,
+        &Lane::smpte352PacketLinkBchannelCPosition,
+        &Lane::smpte352PacketLinkAchannelYPosition,
+        &Lane::smpte352PacketLinkBchannelYPosition};
     QByteArray keys;
     for (int i = 0; i < 17; ++i) {
         const char* const key = Lane::propertyNames[static_cast<std::size_t>(i)];
         CAPTURE(key);
         keys += QByteArray(key) + '\n';
-        const bool isText = texts.count(i) == 1;
-        const QVariant value = isText ? QVariant(QStringLiteral("text")) : QVariant(true);
+        const bool isText = std::holds_alternative<Text>(members[i]);
+        const QVariant value = isText ? QVariant("text"_s) : QVariant(true);
         Lane lane;
         CHECK(lane.setProperty(i, value));
-        CHECK((isText ? QVariant(lane.*texts.at(i)) : QVariant(lane.*flags.at(i))) == value);
+        CHECK(std::visit([&lane](auto member) { return QVariant(lane.*member); }, members[i]) ==
+              value);
         CHECK(lane.getProperty(i) == value);
         CHECK(lane != Lane());
 
@@ -98,7 +94,7 @@ TEST_CASE("An input's lanes keep their order in JSON", "[records]")
     }
     QJsonObject json;
     input.writeToJson(json);
-    CHECK(json.keys() == QStringList{QStringLiteral("LaneStatusArray")});
+    CHECK(json.keys() == QStringList{"LaneStatusArray"_s});
     InputStatusJsonData back;
     back.lanes.append(LaneStatusJsonData());
     back.readFromJson(QJsonDocument::fromJson(QJsonDocument(json).toJson()).object());
@@ -106,11 +102,11 @@ TEST_CASE("An input's lanes keep their order in JSON", "[records]")
     CHECK(QLatin1String(InputStatusJsonData::propertyNames[0]) == QLatin1String("LaneStatusArray"));
     std::swap(back.lanes[0], back.lanes[1]);
     CHECK(back != input);
-    CHECK(back.getClassName() == QStringLiteral("InputStatusData"));
-    CHECK(LaneStatusJsonData().getClassName() == QStringLiteral("LaneStatusData"));
+    CHECK(back.getClassName() == "InputStatusData"_s);
+    CHECK(LaneStatusJsonData().getClassName() == "LaneStatusData"_s);
 
     back.readFromJson(QJsonObject());
     CHECK(back.lanes.isEmpty());
-    back.readFromJson(QJsonObject{{QStringLiteral("LaneStatusArray"), QJsonArray{1}}});
+    back.readFromJson(QJsonObject{{"LaneStatusArray"_s, QJsonArray{1}}});
     CHECK(back.lanes == QList<LaneStatusJsonData>{LaneStatusJsonData()});
 }

@@ -109,13 +109,11 @@ Shape shapeOf(const Standard& standard)
             standard.getNumberOfLinks()};
 }
 
-bool isSamePlace(const Position& a, const Position& b)
+/// Line, line in the other level B link, sample and link.
+auto placeOf(const Position& position)
 {
-    const auto source = [](const Position& position) {
-        const auto& place = position.sourcePosition;
-        return std::tie(place.line, place.lineInOtherLevelBLink, place.sample, place.link);
-    };
-    return source(a) == source(b);
+    const auto& place = position.sourcePosition;
+    return std::tuple(place.line, place.lineInOtherLevelBLink, place.sample, place.link);
 }
 
 /// Walks over the pictures and the streams of one standard of each shape.
@@ -179,7 +177,7 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
             const auto back = Cursor::cursorPositionFromSourcePosition(
                 source.line, source.lineInOtherLevelBLink, source.sample, source.link, standard);
             REQUIRE(Cursor::areCursorPositionsEqual(there, back, standard));
-            REQUIRE(isSamePlace(there, back));
+            REQUIRE(placeOf(there) == placeOf(back));
             REQUIRE(there.activePosition.field == back.activePosition.field);
 
             const auto from = Cursor::cursorPositionFromSourcePosition(
@@ -196,13 +194,9 @@ TEST_CASE("Random positions of every supported standard go there and back", "[cu
 
 TEST_CASE("Positions lie where the interface standards put them", "[cursor]")
 {
-    struct Row
-    {
-        const char* standard;
-        Position expected; ///< line, sample, field; line, other link's line, sample, link
-    };
-    // The first and last active lines are those of SMPTE ST 274, 296, 372 and 425-1.
-    const Row rows[] = {
+    // Line, sample, field; line, other link's line, sample, link: the first and last active lines
+    // are those of SMPTE ST 274, 296, 372 and 425-1.
+    const Table<const char*, Position> rows{
         {"1280x720p60 YCbCr:422:10 1.5G Rec.709", {{1, 0, 0}, {26, 0, 0, 0}}},
         {"1280x720p60 YCbCr:422:10 1.5G Rec.709", {{720, 1279, 0}, {745, 0, 1279, 0}}},
         {"1920x1080p60 YCbCr:422:10 3G A Rec.709", {{1080, 1919, 0}, {1121, 0, 1919, 0}}},
@@ -232,23 +226,20 @@ TEST_CASE("Positions lie where the interface standards put them", "[cursor]")
         {"1920x1080p60 YCbCr:422:10 3G A Rec.709", {{1, 2007, 0}, {42, 0, 2007, 0}}},
         {"3840x2160p60 YCbCr:422:10 12G 2-SI Rec.709", {{3, -1, 0}, {42, 0, 2199, 1}}},
     };
-    for (const Row& row : rows) {
-        const Standard& standard = standardCalled(row.standard);
-        const auto& active = row.expected.activePosition;
-        const auto& source = row.expected.sourcePosition;
-        CAPTURE(row.standard, active.line, active.sample);
+    for (const auto& [description, expected] : rows) {
+        const Standard& standard = standardCalled(description);
+        const auto& active = expected.activePosition;
+        const auto& source = expected.sourcePosition;
+        CAPTURE(description, active.line, active.sample);
         const auto there = Cursor::cursorPositionFromActivePicturePosition(
             active.line, active.sample, active.field, standard);
-        CHECK(there.sourcePosition.line == source.line);
-        CHECK(there.sourcePosition.lineInOtherLevelBLink == source.lineInOtherLevelBLink);
-        CHECK(there.sourcePosition.sample == source.sample);
-        CHECK(there.sourcePosition.link == source.link);
+        CHECK(placeOf(there) == placeOf(expected));
         CHECK(there.activePosition.field == active.field);
         const auto back = Cursor::cursorPositionFromSourcePosition(source.line, 0, source.sample,
                                                                    source.link, standard);
         CHECK(Cursor::areCursorPositionsEqual(there, back, standard));
         CHECK(back.activePosition.field == active.field);
-        CHECK(isSamePlace(there, back));
+        CHECK(placeOf(there) == placeOf(back));
     }
 }
 
@@ -260,26 +251,21 @@ TEST_CASE("The line of either level B link leads to the same place in the pictur
         const auto& source = there.sourcePosition;
         const auto other = Cursor::cursorPositionFromSourcePosition(
             source.lineInOtherLevelBLink, source.line, source.sample, source.link, standard);
-        CHECK(other.sourcePosition.line == source.lineInOtherLevelBLink);
-        CHECK(other.sourcePosition.lineInOtherLevelBLink == source.line);
-        CHECK(other.activePosition.line == line);
-        CHECK(other.activePosition.sample == 100);
+        CHECK(placeOf(other) ==
+              std::tuple(source.lineInOtherLevelBLink, source.line, source.sample, source.link));
+        CHECK((other.activePosition.line == line && other.activePosition.sample == 100));
     }
     // Line 1 of either; the first link has one line more than the second.
     CHECK(Cursor::cursorPositionFromSourcePosition(564, 0, 0, 0, standard)
               .sourcePosition.lineInOtherLevelBLink == 1);
     CHECK(Cursor::cursorPositionFromSourcePosition(563, 0, 0, 0, standard)
               .sourcePosition.lineInOtherLevelBLink == 0);
-}
 
-TEST_CASE("The level B form can be asked for on any standard of two fields", "[cursor]")
-{
-    const Standard& standard = standardCalled("1920x1080i50 YCbCr:422:10 1.5G Rec.709");
-    const auto there = Cursor::cursorPositionFromActivePicturePositionLevelBli(2, 7, 2, standard);
+    // The form can be asked for on any standard of two fields.
+    const auto there = Cursor::cursorPositionFromActivePicturePositionLevelBli(
+        2, 7, 2, standardCalled("1920x1080i50 YCbCr:422:10 1.5G Rec.709"));
     CHECK(there.activePosition.field == 2);
-    CHECK(there.sourcePosition.line == 21);
-    CHECK(there.sourcePosition.lineInOtherLevelBLink == 584);
-    CHECK(there.sourcePosition.sample == 15);
+    CHECK(placeOf(there) == std::tuple(21, 584, 15, 0));
     CHECK_THROWS_AS(Cursor::cursorPositionFromActivePicturePositionLevelBli(
                         2, 7, 2, standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709")),
                     std::out_of_range);
@@ -287,15 +273,8 @@ TEST_CASE("The level B form can be asked for on any standard of two fields", "[c
 
 TEST_CASE("A position finds its sub-image", "[cursor]")
 {
-    struct Row
-    {
-        PixelCoordinates position;
-        SubImage square;
-        PixelCoordinates inSquare;
-        SubImage interleave;
-        PixelCoordinates inInterleave;
-    };
-    const Row rows[] = {
+    // The sub-image and the place in it, by square division and by two-sample interleave.
+    const Table<PixelCoordinates, SubImage, PixelCoordinates, SubImage, PixelCoordinates> rows{
         {{0, 0}, SubImage1, {0, 0}, SubImage1, {0, 0}},
         {{1919, 1079}, SubImage1, {1919, 1079}, SubImage4, {959, 539}},
         {{1920, 0}, SubImage2, {0, 0}, SubImage1, {960, 0}},
@@ -313,29 +292,29 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
         &standardCalled("3840x2160p50 YCbCr:422:10 QL 3G B SQ Rec.709")};
     const Standard& interleave = standardCalled("3840x2160p50 YCbCr:422:10 QL 3G A 2-SI Rec.709");
     const Standard& single = standardCalled("1920x1080p50 YCbCr:422:10 3G A Rec.709");
-    for (const Row& row : rows) {
-        CAPTURE(row.position.x, row.position.y);
-        const auto check = [&row](const Standard& standard, bool force, SubImageDivision division,
-                                  SubImage expected, const PixelCoordinates& inside,
-                                  bool isDivided) {
-            bool hasSubImages = !isDivided;
-            CHECK(Cursor::determineSubImageFromActivePicturePosition(
-                      row.position, standard, &hasSubImages, force, division) == expected);
-            CHECK(hasSubImages == isDivided);
-            CHECK(Cursor::determineActivePictureCoordinatesInSubImage(
-                      row.position, standard, expected, force, division) == inside);
-        };
-        const auto none = SubImageDivision_None;
-        const auto twoSample = SubImageDivision_TwoSampleInterleave;
+    const auto check = [](const PixelCoordinates& position, const Standard& standard, bool force,
+                          SubImageDivision division, SubImage expected,
+                          const PixelCoordinates& inside, bool isDivided) {
+        CAPTURE(position.x, position.y);
+        bool hasSubImages = !isDivided;
+        CHECK(Cursor::determineSubImageFromActivePicturePosition(position, standard, &hasSubImages,
+                                                                 force, division) == expected);
+        CHECK(hasSubImages == isDivided);
+        CHECK(Cursor::determineActivePictureCoordinatesInSubImage(position, standard, expected,
+                                                                  force, division) == inside);
+    };
+    const auto none = SubImageDivision_None;
+    const auto twoSample = SubImageDivision_TwoSampleInterleave;
+    for (const auto& [position, quarter, inQuarter, set, inSet] : rows) {
         // However many samples a pixel takes, and in however many fields the lines travel.
         for (const Standard* standard : squares) {
-            check(*standard, false, none, row.square, row.inSquare, true);
+            check(position, *standard, false, none, quarter, inQuarter, true);
         }
-        check(single, true, SubImageDivision_SquareDivision, row.square, row.inSquare, true);
-        check(interleave, false, none, row.interleave, row.inInterleave, true);
-        check(square, true, twoSample, row.interleave, row.inInterleave, true);
-        check(single, false, twoSample, SubImage1, {0, 0}, false);
-        check(square, true, none, SubImage1, {0, 0}, false);
+        check(position, single, true, SubImageDivision_SquareDivision, quarter, inQuarter, true);
+        check(position, interleave, false, none, set, inSet, true);
+        check(position, square, true, twoSample, set, inSet, true);
+        check(position, single, false, twoSample, SubImage1, {0, 0}, false);
+        check(position, square, true, none, SubImage1, {0, 0}, false);
     }
     CHECK(Cursor::determineSubImageFromActivePicturePosition({1920, 0}, square, nullptr) ==
           SubImage2);
@@ -343,24 +322,19 @@ TEST_CASE("A position finds its sub-image", "[cursor]")
 
 TEST_CASE("The first and last positions are those of the whole stream", "[cursor]")
 {
-    struct Row
-    {
-        const char* standard;
-        qint32 line, sample, link;
-    };
-    const Row rows[] = {
+    const Table<const char*, qint32, qint32, qint32> rows{
         {"1280x720p60 YCbCr:422:10 1.5G Rec.709", 750, 1649, 0},
         {"1920x1080i60 YCbCr:422:10 1.5G Rec.709", 1125, 2199, 0},
         {"1920x1080p50 YCbCr:422:10 3G B Rec.709", 1125, 5279, 0},
         {"3840x2160p50 YCbCr:422:10 12G 2-SI Rec.709", 1125, 2639, 3},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.standard);
-        const Standard& standard = standardCalled(row.standard);
+    for (const auto& [description, line, sample, link] : rows) {
+        CAPTURE(description);
+        const Standard& standard = standardCalled(description);
         const auto first = Cursor::getFirstCursorPosition(standard).sourcePosition;
         const auto last = Cursor::getLastCursorPosition(standard).sourcePosition;
-        CHECK((first.line == 1 && first.sample == 0 && first.link == 0));
-        CHECK((last.line == row.line && last.sample == row.sample && last.link == row.link));
+        CHECK(std::tuple(first.line, first.sample, first.link) == std::tuple(1, 0, 0));
+        CHECK(std::tuple(last.line, last.sample, last.link) == std::tuple(line, sample, link));
     }
 }
 
@@ -370,13 +344,7 @@ TEST_CASE("Positions are equal when all but field and other line are", "[cursor]
     const Standard& interleaved = standardCalled("1920x1080p50 YCbCr:422:10 3G B Rec.709");
     const Standard& extended = standardCalled("1920x1080p25 RGB:444:10 3G A Rec.709");
     const Position position{{10, 20, 1}, {30, 40, 50, 2}};
-    struct Row
-    {
-        Position other;
-        bool isEqual;
-        bool isEqualExtended;
-    };
-    const Row rows[] = {
+    const Table<Position, bool, bool> rows{
         {position, true, true},
         {{{10, 20, 2}, {30, 0, 50, 2}}, true, true},
         {{{10, 20, 1}, {30, 40, 51, 2}}, false, true},
@@ -386,11 +354,10 @@ TEST_CASE("Positions are equal when all but field and other line are", "[cursor]
         {{{10, 20, 1}, {31, 40, 50, 2}}, false, false},
         {{{10, 20, 1}, {30, 40, 50, 3}}, false, false},
     };
-    for (const Row& row : rows) {
-        CHECK(Cursor::areCursorPositionsEqual(position, row.other, plain) == row.isEqual);
-        CHECK(Cursor::areCursorPositionsEqual(position, row.other, interleaved) == row.isEqual);
-        CHECK(Cursor::areCursorPositionsEqual(position, row.other, extended) ==
-              row.isEqualExtended);
+    for (const auto& [other, isEqual, isEqualExtended] : rows) {
+        CHECK(Cursor::areCursorPositionsEqual(position, other, plain) == isEqual);
+        CHECK(Cursor::areCursorPositionsEqual(position, other, interleaved) == isEqual);
+        CHECK(Cursor::areCursorPositionsEqual(position, other, extended) == isEqualExtended);
     }
 }
 
@@ -407,10 +374,8 @@ TEST_CASE("A picture that does not fit its lines goes there and back, and links 
         CHECK(back.activePosition.sample == sample);
         CHECK(back.sourcePosition.link == source.link);
     }
-}
 
-TEST_CASE("A standard without active lines has no positions", "[cursor]")
-{
+    // A standard without active lines has no positions.
     const Standard nothing({});
     CHECK_THROWS_AS(Cursor::cursorPositionFromActivePicturePosition(1, 0, 0, nothing),
                     std::out_of_range);

@@ -17,13 +17,13 @@ constexpr FieldMetrics PROGRESSIVE_50(FieldRegion(0, 0, 2640, 1125),
 constexpr FieldMetrics SECOND_FIELD_50(FieldRegion(0, 563, 2640, 562),
                                        FieldRegion(720, 583, 1920, 540));
 
-/// Every sample index for which the predicate holds, up to 40.
+/// Every sample index up to 40 for which the predicate holds.
 template <typename Predicate>
-std::vector<quint32> samplesWhere(Predicate predicate)
+std::vector<quint32> samplesWhere(Predicate predicate, bool multiplexed)
 {
     std::vector<quint32> samples;
     for (quint32 sample = 0; sample < 40; ++sample) {
-        if (predicate(sample)) {
+        if (predicate(sample, multiplexed)) {
             samples.push_back(sample);
         }
     }
@@ -49,16 +49,13 @@ TEST_CASE("A region takes width before height and contains its edges", "[video]"
         }
     }
     CHECK(inside == 6);
-}
 
-TEST_CASE("Regions that differ in one number are unequal, and an empty one contains nothing",
-          "[video]")
-{
-    const FieldRegion region(1, 2, 3, 4);
-    CHECK(region == FieldRegion(1, 2, 3, 4));
+    // Regions that differ in one number are unequal, and an empty one contains nothing.
+    const FieldRegion four(1, 2, 3, 4);
+    CHECK(four == FieldRegion(1, 2, 3, 4));
     for (const FieldRegion& other : {FieldRegion(0, 2, 3, 4), FieldRegion(1, 0, 3, 4),
                                      FieldRegion(1, 2, 0, 4), FieldRegion(1, 2, 3, 0)}) {
-        CHECK(region != other);
+        CHECK(four != other);
     }
     CHECK(FieldRegion() == FieldRegion(0, 0, 0, 0));
     CHECK_FALSE(FieldRegion().contains(0, 0));
@@ -75,9 +72,7 @@ TEST_CASE("Three regions follow from a field and its picture", "[video]")
     CHECK(metrics.getFirstActiveSampleOffset() == 5050);
     CHECK(metrics.getTotalSamples() == 10000);
 
-    const FieldMetrics again(metrics.getWholeFieldRegion(), metrics.getActivePictureRegion());
-    CHECK(again == metrics);
-    CHECK_FALSE(again != metrics);
+    CHECK(metrics == FieldMetrics(metrics.getWholeFieldRegion(), metrics.getActivePictureRegion()));
     CHECK(metrics != FieldMetrics(FieldRegion(0, 0, 100, 100), FieldRegion(50, 50, 50, 26)));
     CHECK(metrics != FieldMetrics(FieldRegion(0, 0, 101, 100), FieldRegion(50, 50, 50, 25)));
 
@@ -118,12 +113,12 @@ TEST_CASE("Line and sample numbers are those of the interface standard", "[video
     };
     CHECK(lines(PROGRESSIVE_50) == std::vector<quint32>{1, 42, 1121, 1125});
     CHECK(lines(SECOND_FIELD_50) == std::vector<quint32>{564, 584, 1123, 1125});
-    CHECK(PROGRESSIVE_50.getLastActiveSample() == 1919);
-    CHECK(PROGRESSIVE_50.getFirstSampleOfStartOfActiveVideo() == 2636);
-    CHECK(PROGRESSIVE_50.getLastSampleOfLine() == 2639);
+    CHECK(std::tuple(PROGRESSIVE_50.getLastActiveSample(),
+                     PROGRESSIVE_50.getFirstSampleOfStartOfActiveVideo(),
+                     PROGRESSIVE_50.getLastSampleOfLine()) == std::tuple(1919, 2636, 2639));
 }
 
-TEST_CASE("A place goes to the digital interface and back", "[video]")
+TEST_CASE("A place goes to the digital interface and back, and lies in a field or not", "[video]")
 {
     const FieldMetrics small(FieldRegion(0, 0, 100, 100), FieldRegion(50, 50, 50, 25));
     CHECK(small.toSampleLocation({0, 51}) == SampleLocation(50, 50));
@@ -139,17 +134,14 @@ TEST_CASE("A place goes to the digital interface and back", "[video]")
         REQUIRE(PROGRESSIVE_50.toSampleLocation(
                     PROGRESSIVE_50.toDigitalInterfaceSampleLocation(place)) == place);
     }
-}
 
-TEST_CASE("Places and regions lie in a field or not", "[video]")
-{
     CHECK(SECOND_FIELD_50.contains(SampleLocation(0, 563)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(SampleLocation(0, 562)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(SampleLocation(2640, 563)));
     CHECK(SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(1920, 564)));
-    CHECK_FALSE(SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(0, 563)));
-    CHECK_FALSE(PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(0, 0)));
-    CHECK_FALSE(PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(4560, 1)));
+    CHECK_FALSE((SECOND_FIELD_50.contains(SampleLocation(0, 562)) ||
+                 SECOND_FIELD_50.contains(SampleLocation(2640, 563)) ||
+                 SECOND_FIELD_50.contains(DigitalInterfaceSampleLocation(0, 563))));
+    CHECK_FALSE((PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(0, 0)) ||
+                 PROGRESSIVE_50.contains(DigitalInterfaceSampleLocation(4560, 1))));
     CHECK(PROGRESSIVE_50.contains(FieldRegion(0, 0, 2640, 1125)));
     CHECK_FALSE(PROGRESSIVE_50.contains(FieldRegion(0, 0, 2641, 1125)));
     CHECK_FALSE(PROGRESSIVE_50.contains(FieldRegion(0, 1, 2640, 1125)));
@@ -159,13 +151,7 @@ TEST_CASE("Line number and CRC words come after the timing reference, twice when
           "[video]")
 {
     using Words = std::vector<quint32>;
-    struct Known
-    {
-        bool (*isWord)(quint32, bool);
-        Words single;
-        Words multiplexed;
-    };
-    const Known rows[] = {
+    const Table<bool (*)(quint32, bool), Words, Words> rows{
         {FieldMetrics::isFirstLineNumberWord, {4}, {8, 9}},
         {FieldMetrics::isSecondLineNumberWord, {5}, {10, 11}},
         {FieldMetrics::isLineNumberWord, {4, 5}, {8, 9, 10, 11}},
@@ -173,11 +159,9 @@ TEST_CASE("Line number and CRC words come after the timing reference, twice when
         {FieldMetrics::isSecondCrcWord, {7}, {14, 15}},
         {FieldMetrics::isCrcWord, {6, 7}, {12, 13, 14, 15}},
     };
-    for (const Known& row : rows) {
-        CHECK(samplesWhere([&](quint32 sample) { return row.isWord(sample, false); }) ==
-              row.single);
-        CHECK(samplesWhere([&](quint32 sample) { return row.isWord(sample, true); }) ==
-              row.multiplexed);
+    for (const auto& [isWord, single, multiplexed] : rows) {
+        CHECK(samplesWhere(isWord, false) == single);
+        CHECK(samplesWhere(isWord, true) == multiplexed);
     }
 }
 
@@ -185,12 +169,11 @@ TEST_CASE("The start of active video ends the blanking, and nothing behind it be
           "[video]")
 {
     const FieldMetrics metrics(FieldRegion(0, 0, 40, 10), FieldRegion(20, 2, 20, 5));
-    const auto found = [&](bool multiplexed) {
-        return samplesWhere(
-            [&](quint32 sample) { return metrics.isInStartOfActiveVideo(sample, multiplexed); });
+    const auto isIn = [&](quint32 sample, bool multiplexed) {
+        return metrics.isInStartOfActiveVideo(sample, multiplexed);
     };
-    CHECK(found(false) == std::vector<quint32>{16, 17, 18, 19});
-    CHECK(found(true) == std::vector<quint32>{12, 13, 14, 15, 16, 17, 18, 19});
+    CHECK(samplesWhere(isIn, false) == std::vector<quint32>{16, 17, 18, 19});
+    CHECK(samplesWhere(isIn, true) == std::vector<quint32>{12, 13, 14, 15, 16, 17, 18, 19});
 }
 
 TEST_CASE("The second field's picture can be taken one line higher up", "[video]")
@@ -209,12 +192,12 @@ TEST_CASE("The second field's picture can be taken one line higher up", "[video]
 TEST_CASE("Regions and metrics stream as text", "[video]")
 {
     const FieldMetrics metrics(FieldRegion(1, 2, 30, 40), FieldRegion(11, 7, 20, 30));
-    const QString expected = QStringLiteral(
+    const QString expected =
         "Field Metrics[Whole fieldRegion[sampleIndex:1, lineIndex:2, samples:30, lines:40], "
         "VBRegion[sampleIndex:1, lineIndex:2, samples:30, lines:5], "
         "HBRegion[sampleIndex:1, lineIndex:7, samples:10, lines:30], "
         "APRegion[sampleIndex:11, lineIndex:7, samples:20, lines:30], "
-        "VBRegion[sampleIndex:1, lineIndex:37, samples:30, lines:5]]");
+        "VBRegion[sampleIndex:1, lineIndex:37, samples:30, lines:5]]"_s;
     QString text;
     QTextStream textStream(&text);
     textStream << metrics;

@@ -6,6 +6,7 @@
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QFile>
+#include <QRegularExpression>
 
 namespace {
 
@@ -14,29 +15,30 @@ using Key = PayloadIdentifierKey;
 constexpr PayloadIdentifierFieldMap BYTE_0_ONLY{
     {PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0, 1, 2, 3, 4, 5, 6, 7}}}};
 
-/// The most memory that the process has had so far.
-int peakKib()
+/// The most memory that the process has had so far; counted from now on where it is to be and the
+/// system can (proc(5), clear_refs).
+int peakKib(bool isStart)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile reset("/proc/self/clear_refs"_s);
+    if (isStart && reset.open(QIODevice::WriteOnly)) {
+        reset.write("5");
+        reset.close();
+    }
+    QFile status("/proc/self/status"_s);
     REQUIRE(status.open(QIODevice::ReadOnly));
     const QByteArray text = status.readAll();
     return text.mid(text.indexOf("VmHWM:") + 6).split('k').first().trimmed().toInt();
 }
 
-/// The same, counted from now on where the system can (proc(5), clear_refs).
-int startOfPeakKib()
-{
-    QFile reset(QStringLiteral("/proc/self/clear_refs"));
-    if (reset.open(QIODevice::WriteOnly)) {
-        reset.write("5");
-        reset.close();
-    }
-    return peakKib();
-}
-
 QStringList lines(const char* text)
 {
     return QString::fromLatin1(text).split(QLatin1Char('\n'));
+}
+
+template <typename... Kinds>
+QByteArray payloadBytes()
+{
+    return (QByteArray() + ... + static_cast<char>(Kinds::FACTS.payloadByte));
 }
 
 } // namespace
@@ -77,10 +79,8 @@ TEST_CASE("A value wider than its field is not stored, and neither is one for a 
               {{PayloadIdentifierKey_BitDepth, 2}, {PayloadIdentifierKey_AspectRatio, 1}}) == 2);
     CHECK(fields.compose({{PayloadIdentifierKey_BitDepth, 5}}, 3) == 3);
     CHECK(fields.compose({{static_cast<Key>(13), 0}, {static_cast<Key>(0xFFFFFFFF), 1}}) == 0);
-}
 
-TEST_CASE("An address names bits that exist", "[video]")
-{
+    // An address names bits that exist.
     CHECK(PayloadIdentifierField(4, {0}).getMask() == 0);
     CHECK(PayloadIdentifierField(3, {0, 8, 1}).getMask() == 3);
     CHECK(PayloadIdentifierField(3, {0, 1, 2, 3, 4, 5, 6, 7, 0}).getWidth() == 8);
@@ -98,11 +98,8 @@ TEST_CASE("Reserved bits are numbered from the end that fields are not", "[video
                                        "Reserved bit not 0, Byte 1, Bit 0\n"
                                        "Reserved bit not 0, Byte 2, Bit 7");
     CHECK(identifier.getReservedBitErrors() == expected);
-    QStringList logged;
-    for (const QString& error : expected) {
-        logged << QStringLiteral("error: ") + error;
-    }
-    CHECK(log.lines() == logged);
+    CHECK(log.lines() ==
+          QStringList(expected).replaceInStrings(QRegularExpression("^"_s), "error: "_s));
     CHECK(PayloadIdentifierBase(0xFFFFFFFF).getReservedBitErrors().size() == 32);
 }
 
@@ -113,10 +110,12 @@ TEST_CASE("Fields that share a bit are found", "[video]")
         return PayloadIdentifierBase(0, map).checkThatPayloadIdentifierFieldsDoNotOverlap();
     };
     CHECK(isFree(Map()));
-    CHECK(isFree({{PayloadIdentifierKey_AspectRatio, {2, {5}}},
-                  {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
-    CHECK_FALSE(isFree({{PayloadIdentifierKey_AspectRatio, {2, {7}}},
-                        {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
+    // The same bits of another byte are other bits.
+    for (const auto& [byte, bit, free] :
+         Table<quint32, quint32, bool>{{2, 5, true}, {2, 7, false}, {1, 7, true}}) {
+        CHECK(isFree({{PayloadIdentifierKey_AspectRatio, {byte, {bit}}},
+                      {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}) == free);
+    }
     // The same bits of another byte are other bits.
     CHECK(isFree({{PayloadIdentifierKey_AspectRatio, {1, {7}}},
                   {PayloadIdentifierKey_Colourimetry, {2, {4, 7}}}}));
@@ -127,15 +126,12 @@ TEST_CASE("An identifier of an unknown kind has fields and no geometry", "[video
     const PayloadIdentifierBase identifier(0x89000000, BYTE_0_ONLY);
     CHECK(identifier.validate() == lines("Error packet does not match any supported type"));
     CHECK_FALSE(identifier.isPayloadByteCorrect());
-    CHECK(identifier.getNumberOfLinks() == 0);
-    CHECK(identifier.getNumberOfSubImages() == 1);
-    CHECK(identifier.getSdiDataRate() == Tessorn::Sdi::SdiDataRate_NoSignal);
+    CHECK(std::tuple(identifier.getNumberOfLinks(), identifier.getNumberOfSubImages(),
+                     identifier.getSdiDataRate(), identifier.getSampleStructure()) ==
+          std::tuple(0u, 1u, Tessorn::Sdi::SdiDataRate_NoSignal, 0u));
     CHECK(identifier.getLinesPerField().empty());
-    CHECK(identifier.getSampleStructure() == 0);
-    CHECK(identifier.getDescription(false) ==
-          QStringLiteral("0x0pNoRate YCbCr:422:10FR No Signal Rec.709"));
-    CHECK(PayloadIdentifierBase(0).getDescription(false) ==
-          QStringLiteral("No payload identifier"));
+    CHECK(identifier.getDescription(false) == "0x0pNoRate YCbCr:422:10FR No Signal Rec.709"_s);
+    CHECK(PayloadIdentifierBase(0).getDescription(false) == "No payload identifier"_s);
 }
 
 TEST_CASE("A line takes one sample a pixel for narrow 10-bit structures alone", "[video]")
@@ -154,16 +150,8 @@ TEST_CASE("A line takes one sample a pixel for narrow 10-bit structures alone", 
 TEST_CASE("A description tells the picture, the interface, and the signal where it is unusual",
           "[video]")
 {
-    struct Known
-    {
-        quint32 rawValue;
-        const char* description; // with the name of the link between asterisks
-    };
     // The bytes were put together by hand from the tables of SMPTE ST 352.
-    const Known rows[] = {
-        {0x844A0001, "1280x720p59.94 YCbCr:422:10 1.5G Rec.709"},
-        {0x85060001, "1920x1080i59.94 YCbCr:422:10 1.5G Rec.709"},
-        {0x85472001, "1920x1080psf30 YCbCr:422:10 1.5G Rec.709"},
+    const Table<quint32, const char*> rows{
         {0x8A492041, "1920x1080p50 YCbCr:422:10 3G B *LinkB* Rec.709"},
         {0x87492041, "1920x1080p50 YCbCr:422:10 DL 1.5G *LinkB* Rec.709"},
         {0x97CB8081, "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI *Link3* Rec.709"},
@@ -173,11 +161,11 @@ TEST_CASE("A description tells the picture, the interface, and the signal where 
         {0xC0C340E1, "4096x2160p24 YCbCr:422:10 6G 2-SI *Link8* Rec.709"},
         {0x89011003, "1920x1080iRsvRate YCbCr:422:12FR 3G A ColVancPacket"},
     };
-    for (const Known& row : rows) {
-        const auto identifier = createPayloadIdentifier(row.rawValue);
+    for (const auto& [rawValue, description] : rows) {
+        const auto identifier = createPayloadIdentifier(rawValue);
         REQUIRE(identifier);
         CHECK(identifier->getReservedBitErrors().isEmpty());
-        QStringList pieces = QString::fromLatin1(row.description).split(QLatin1Char('*'));
+        QStringList pieces = QString::fromLatin1(description).split(QLatin1Char('*'));
         CHECK(identifier->getDescription(false) == pieces.join(QString()));
         if (pieces.size() == 3) {
             pieces = QStringList{pieces[0].trimmed(), pieces[2]};
@@ -189,9 +177,8 @@ TEST_CASE("A description tells the picture, the interface, and the signal where 
 TEST_CASE("Each link has its name, and one that no standard has a question mark", "[video]")
 {
     /// One link, level A or B, with a channel field of four bits.
-    class Wide : public PayloadIdentifierBase
+    struct Wide : PayloadIdentifierBase
     {
-    public:
         Wide(quint32 links, Tessorn::Sdi::Level level, quint32 channel)
             : PayloadIdentifierBase(0x01000000 | channel,
                                     {{PayloadIdentifierKey_PayloadAndDigitalInterface, {0, {0}}},
@@ -202,8 +189,6 @@ TEST_CASE("Each link has its name, and one that no standard has a question mark"
         }
         quint32 getNumberOfLinks() const override { return linkCount; }
         Tessorn::Sdi::Level getLevel() const override { return mappingLevel; }
-
-    private:
         quint32 linkCount;
         Tessorn::Sdi::Level mappingLevel;
     };
@@ -216,12 +201,10 @@ TEST_CASE("Each link has its name, and one that no standard has a question mark"
         }
         return list.join(QLatin1Char(' '));
     };
-    CHECK(names(1, Level_B) ==
-          QStringLiteral("LinkA LinkB Link? Link? Link? Link? Link? Link? Link?"));
-    CHECK(names(8, Level_B) == QStringLiteral("DS1_Link1 DS2_Link1 DS3_Link2 DS4_Link2 DS5_Link3 "
-                                              "DS6_Link3 DS7_Link4 DS8_Link4 DS?_Link?"));
-    CHECK(names(8, Level_A) ==
-          QStringLiteral("Link1 Link2 Link3 Link4 Link5 Link6 Link7 Link8 Link?"));
+    CHECK(names(1, Level_B) == "LinkA LinkB Link? Link? Link? Link? Link? Link? Link?"_s);
+    CHECK(names(8, Level_B) == "DS1_Link1 DS2_Link1 DS3_Link2 DS4_Link2 DS5_Link3 "
+                               "DS6_Link3 DS7_Link4 DS8_Link4 DS?_Link?"_s);
+    CHECK(names(8, Level_A) == "Link1 Link2 Link3 Link4 Link5 Link6 Link7 Link8 Link?"_s);
 
     // A colourimetry that has no name.
     const PayloadIdentifierBase nameless(
@@ -285,7 +268,7 @@ TEST_CASE("A comparison can log each field that differs, in its own order", "[vi
 
     const LogCapture equalLog;
     CHECK(one.isEqual(one, true));
-    CHECK(equalLog.lines().last() == QStringLiteral("info: Comparable? true"));
+    CHECK(equalLog.lines().last() == "info: Comparable? true"_s);
     CHECK(equalLog.lines().size() == 4);
 
     const LogCapture silent;
@@ -300,31 +283,23 @@ TEST_CASE("Byte 0 chooses the kind of an identifier", "[video]")
     for (quint32 byte = 0; byte < 256; ++byte) {
         const auto identifier = createPayloadIdentifier(byte << 24);
         CHECK((identifier != nullptr) == known.contains(static_cast<char>(byte)));
+        REQUIRE((findPayloadIdentifierFacts(byte) != nullptr) == (identifier != nullptr));
         if (identifier) {
             ++found;
             CHECK(identifier->isPayloadByteCorrect());
             CHECK(findPayloadIdentifierFacts(byte)->payloadByte == byte);
-        } else {
-            CHECK(findPayloadIdentifierFacts(byte) == nullptr);
         }
     }
     CHECK(found == 11);
     CHECK(findPayloadIdentifierFacts(0x184) == nullptr);
 
     // The names, and the class that the factory makes.
-    const quint32 named[] = {PayloadIdentifier720_1g5::FACTS.payloadByte,
-                             PayloadIdentifier1080_1g5::FACTS.payloadByte,
-                             PayloadIdentifier1080_DualLink1g5::FACTS.payloadByte,
-                             PayloadIdentifier720_3g::FACTS.payloadByte,
-                             PayloadIdentifier1080_3g::FACTS.payloadByte,
-                             PayloadIdentifier1080_Levelb3g::FACTS.payloadByte,
-                             PayloadIdentifier2160_QuadLink3g::FACTS.payloadByte,
-                             PayloadIdentifier2160_QuadLinkLevelb3g::FACTS.payloadByte,
-                             PayloadIdentifier2160_6g::FACTS.payloadByte,
-                             PayloadIdentifier2160_DualLink6g::FACTS.payloadByte,
-                             PayloadIdentifier2160_12g::FACTS.payloadByte};
-    CHECK(std::equal(std::begin(named), std::end(named), known.begin(), known.end(),
-                     [](quint32 byte, char expected) { return byte == quint8(expected); }));
+    CHECK(payloadBytes<PayloadIdentifier720_1g5, PayloadIdentifier1080_1g5,
+                       PayloadIdentifier1080_DualLink1g5, PayloadIdentifier720_3g,
+                       PayloadIdentifier1080_3g, PayloadIdentifier1080_Levelb3g,
+                       PayloadIdentifier2160_QuadLink3g, PayloadIdentifier2160_QuadLinkLevelb3g,
+                       PayloadIdentifier2160_6g, PayloadIdentifier2160_DualLink6g,
+                       PayloadIdentifier2160_12g>() == known);
     const auto quad = createPayloadIdentifier(0x98000000);
     CHECK(dynamic_cast<const PayloadIdentifier2160_QuadLinkLevelb3g*>(quad.get()) != nullptr);
     CHECK(dynamic_cast<const PayloadIdentifier2160_QuadLink3g*>(quad.get()) == nullptr);
@@ -332,9 +307,9 @@ TEST_CASE("Byte 0 chooses the kind of an identifier", "[video]")
 
 TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
 {
-    CHECK(parsePayloadIdentifierBytes(QStringLiteral("137 201 0 1")) == 0x89C90001);
-    CHECK(parsePayloadIdentifierBytes(QStringLiteral("0 0 0 255")) == 0xFF);
-    CHECK(getPayloadIdentifierText(0x89C900FF) == QStringLiteral("137 201 0 255"));
+    CHECK(parsePayloadIdentifierBytes("137 201 0 1"_s) == 0x89C90001);
+    CHECK(parsePayloadIdentifierBytes("0 0 0 255"_s) == 0xFF);
+    CHECK(getPayloadIdentifierText(0x89C900FF) == "137 201 0 255"_s);
     for (const char* bad :
          {"", " ", "137", "137 201 0", "137 201 0 1 2", "137 201 0 256", "137 201 0 -1",
           "137  201 0 1", " 137 201 0 1", "137 201 0 1 ", "137 201 0 ", "137,201,0,1",
@@ -343,13 +318,13 @@ TEST_CASE("The bytes of an identifier are four decimal numbers", "[video]")
         CAPTURE(bad);
         CHECK_FALSE(parsePayloadIdentifierBytes(QString::fromLatin1(bad)).has_value());
     }
-    CHECK_FALSE(parsePayloadIdentifierBytes(QStringLiteral("\u0661 0 0 0")).has_value());
+    CHECK_FALSE(parsePayloadIdentifierBytes("\u0661 0 0 0"_s).has_value());
     // The longest text there is; and one that would be millions of parts.
-    CHECK(parsePayloadIdentifierBytes(QStringLiteral("255 255 255 255")) == 0xFFFFFFFF);
+    CHECK(parsePayloadIdentifierBytes("255 255 255 255"_s) == 0xFFFFFFFF);
     const QString blanks(4 << 20, QLatin1Char(' '));
-    const int before = startOfPeakKib();
+    const int before = peakKib(true);
     CHECK_FALSE(parsePayloadIdentifierBytes(blanks).has_value());
-    CHECK(peakKib() - before < 4096);
+    CHECK(peakKib(false) - before < 4096);
     for (const quint32 value : {0u, 0x01020304u, 0xFFFFFFFFu, 0x80000001u}) {
         CHECK(parsePayloadIdentifierBytes(getPayloadIdentifierText(value)) == value);
     }

@@ -97,21 +97,13 @@ TEST_CASE("Each reader reads its own field", "[video]")
 {
     const auto identifier = createPayloadIdentifier(0xCE7DAEB6); // by hand
     using Base = PayloadIdentifierBase;
-    quint32 (Base::*const readers[])() const = {&Base::getPayloadAndDigitialInterface,
-                                                &Base::getSampleStructure,
-                                                &Base::getFrameRate,
-                                                &Base::getPicutreInterlaced,
-                                                &Base::getTransportInterlaced,
-                                                &Base::getBitDepth,
-                                                &Base::getAspectRatio,
-                                                &Base::getHorizontalArraySize,
-                                                &Base::getColourimetry,
-                                                &Base::getTransferCharacteristics,
-                                                &Base::getLuminanceAndColourDifferenceSignal,
-                                                &Base::getChannelAssignment,
-                                                &Base::getAudioCopyStatus};
     std::vector<quint32> read;
-    for (const auto reader : readers) {
+    for (const auto reader :
+         {&Base::getPayloadAndDigitialInterface, &Base::getSampleStructure, &Base::getFrameRate,
+          &Base::getPicutreInterlaced, &Base::getTransportInterlaced, &Base::getBitDepth,
+          &Base::getAspectRatio, &Base::getHorizontalArraySize, &Base::getColourimetry,
+          &Base::getTransferCharacteristics, &Base::getLuminanceAndColourDifferenceSignal,
+          &Base::getChannelAssignment, &Base::getAudioCopyStatus}) {
         read.push_back((*identifier.*reader)());
     }
     CHECK(read == std::vector<quint32>{0xCE, 14, 13, 1, 0, 2, 1, 0, 2, 3, 1, 5, 1});
@@ -119,16 +111,7 @@ TEST_CASE("Each reader reads its own field", "[video]")
 
 TEST_CASE("Each kind answers for its interface", "[video]")
 {
-    struct Known
-    {
-        quint32 payloadByte;
-        quint32 division;
-        quint32 links;
-        SdiDataRate rate;
-        Level level;
-        quint32 subImages;
-    };
-    const Known rows[] = {
+    const Table<quint32, quint32, quint32, SdiDataRate, Level, quint32> rows{
         {132, 0, 1, SdiDataRate_1G5, Level_A, 1}, {136, 0, 1, SdiDataRate_3G, Level_A, 1},
         {133, 0, 1, SdiDataRate_1G5, Level_A, 1}, {135, 0, 2, SdiDataRate_1G5, Level_A, 1},
         {137, 0, 1, SdiDataRate_3G, Level_A, 1},  {138, 0, 1, SdiDataRate_3G, Level_B, 1},
@@ -136,14 +119,14 @@ TEST_CASE("Each kind answers for its interface", "[video]")
         {194, 1, 2, SdiDataRate_6G, Level_A, 4},  {192, 1, 1, SdiDataRate_6G, Level_A, 4},
         {206, 1, 1, SdiDataRate_12G, Level_A, 4},
     };
-    for (const Known& row : rows) {
-        const auto identifier = make(row.payloadByte, {});
-        CAPTURE(row.payloadByte);
-        CHECK(identifier->getSubImageDivision() == row.division);
-        CHECK(identifier->getNumberOfLinks() == row.links);
-        CHECK(identifier->getSdiDataRate() == row.rate);
-        CHECK(identifier->getLevel() == row.level);
-        CHECK(identifier->getNumberOfSubImages() == row.subImages);
+    for (const auto& [payloadByte, division, links, rate, level, subImages] : rows) {
+        const auto identifier = make(payloadByte, {});
+        CAPTURE(payloadByte);
+        CHECK(std::tuple<quint32, quint32, SdiDataRate, Level, quint32>(
+                  identifier->getSubImageDivision(), identifier->getNumberOfLinks(),
+                  identifier->getSdiDataRate(), identifier->getLevel(),
+                  identifier->getNumberOfSubImages()) ==
+              std::tuple(division, links, rate, level, subImages));
     }
 }
 
@@ -170,15 +153,13 @@ TEST_CASE("Picture and transport bits make the scan, but not on every interface"
                 CHECK(scan(byte, picture, transport, 0, 1) == byBits[picture][transport]);
             }
             for (const quint32 byte : {0x87u, 0x8Au, 0x98u}) {
-                for (const quint32 structure : {0u, 3u}) {
-                    CHECK(scan(byte, picture, transport, structure, 0) ==
-                          PictureFormat_Progressive);
-                    CHECK(scan(byte, picture, transport, structure, 1) ==
-                          PictureFormat_Progressive);
-                    CHECK(scan(byte, picture, transport, structure, 2) ==
-                          byBits[picture][transport]);
+                for (const auto& [structure, depth] : Table<quint32, quint32>{
+                         {0, 0}, {0, 1}, {3, 0}, {3, 1}, {0, 2}, {3, 2}, {2, 1}}) {
+                    CAPTURE(byte, structure, depth);
+                    CHECK(scan(byte, picture, transport, structure, depth) ==
+                          (structure != 2 && depth < 2 ? PictureFormat_Progressive
+                                                       : byBits[picture][transport]));
                 }
-                CHECK(scan(byte, picture, transport, 2, 1) == byBits[picture][transport]);
             }
         }
     }
@@ -227,12 +208,11 @@ TEST_CASE("Sizes follow array size, scan and sample structure", "[video]")
             CHECK(identifier->getFieldActivePictureWidthInSamples() == row.fieldWidth);
             CHECK(identifier->getFieldActivePictureHeight() == row.heights[bits]);
             const bool is720 = row.picture.height() == 720;
-            CHECK(identifier->getLinesPerField() == (is720       ? Lines{750}
-                                                     : bits == 3 ? Lines{1125}
-                                                                 : Lines{563, 562}));
-            CHECK(identifier->getFirstActivePictureLines() == (is720       ? Lines{26}
-                                                               : bits == 3 ? Lines{42}
-                                                                           : Lines{21, 584}));
+            const auto lines = is720       ? std::pair(Lines{750}, Lines{26})
+                               : bits == 3 ? std::pair(Lines{1125}, Lines{42})
+                                           : std::pair(Lines{563, 562}, Lines{21, 584});
+            CHECK(identifier->getLinesPerField() == lines.first);
+            CHECK(identifier->getFirstActivePictureLines() == lines.second);
         }
     }
 }
@@ -243,16 +223,16 @@ TEST_CASE("Any, only, none of and never are four different sets", "[video]")
     const auto numbers = [](PayloadIdentifierValues values) {
         QStringList list;
         for (const quint32 value : {0u, 1u, 2u, 3u, 30u, 31u, 32u, 0xFFFFFFFFu}) {
-            list << (values.contains(value) ? QString::number(value) : QStringLiteral("-"));
+            list << (values.contains(value) ? QString::number(value) : "-"_s);
         }
         return list.join(QLatin1Char(' '));
     };
-    CHECK(numbers(ANY) == QStringLiteral("0 1 2 3 30 31 32 4294967295"));
-    CHECK(numbers(NEVER) == QStringLiteral("- - - - - - - -"));
-    CHECK(numbers(only(0, 2, 30)) == QStringLiteral("0 - 2 - 30 - - -"));
-    CHECK(numbers(only(1) | only(77)) == QStringLiteral("- 1 - - - 31 32 4294967295"));
-    CHECK(numbers(noneOf(0, 30)) == QStringLiteral("- 1 2 3 - 31 32 4294967295"));
-    CHECK(numbers(range(1, 30)) == QStringLiteral("- 1 2 3 30 - - -"));
+    CHECK(numbers(ANY) == "0 1 2 3 30 31 32 4294967295"_s);
+    CHECK(numbers(NEVER) == "- - - - - - - -"_s);
+    CHECK(numbers(only(0, 2, 30)) == "0 - 2 - 30 - - -"_s);
+    CHECK(numbers(only(1) | only(77)) == "- 1 - - - 31 32 4294967295"_s);
+    CHECK(numbers(noneOf(0, 30)) == "- 1 2 3 - 31 32 4294967295"_s);
+    CHECK(numbers(range(1, 30)) == "- 1 2 3 30 - - -"_s);
     CHECK(numbers(PayloadIdentifierCondition().values) == numbers(ANY));
     CHECK((ANY.isAny() && !noneOf(31).isAny() && !NEVER.isAny()));
 }
@@ -286,10 +266,10 @@ TEST_CASE("A wrong byte 0 is one complaint before the others", "[video]")
     CHECK(PayloadIdentifier720_1g5::FACTS.rules.first[3].complaint == "Invalid bit depth: ");
     const PayloadIdentifier720_3g identifier(0x89000000);
     CHECK_FALSE(identifier.isPayloadByteCorrect());
-    CHECK(identifier.validate() == QStringList{QStringLiteral("Incorrect payload identifier: 137"),
-                                               QStringLiteral("Invalid picture rate: 0")});
+    CHECK(identifier.validate() ==
+          QStringList{"Incorrect payload identifier: 137"_s, "Invalid picture rate: 0"_s});
     CHECK(PayloadIdentifier2160_12g(0).validate() ==
-          QStringList{QStringLiteral("Incorrect payload identifier: 0")});
+          QStringList{"Incorrect payload identifier: 0"_s});
 }
 
 TEST_CASE("Any bytes make an identifier that answers, and its fields make the bytes", "[video]")

@@ -3,6 +3,7 @@
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <array>
 #include <random>
 
 using namespace Tessorn::Sdi::PayloadId;
@@ -75,20 +76,14 @@ PixelDataYCbCr unpackMode3(const Sdi20BitSample* samples)
     return {quint16(y), quint16(cb), quint16(cr)};
 }
 
-/// A channel of two samples, and the alpha bits that it carries.
-struct SixAndThree
-{
-    unsigned picture;
-    unsigned alpha[2];
-};
-
-SixAndThree unpackMode4(quint16 upper, quint16 lower)
+/// The picture's bits of a channel of two samples, and the alpha bits of each.
+std::array<unsigned, 3> unpackMode4(quint16 upper, quint16 lower)
 {
     for (const quint16 word : {upper, lower}) {
         REQUIRE(bits(word, 9, 9) != bits(word, 8, 8));
         REQUIRE(word < 1024);
     }
-    return {bits(upper, 5, 0) << 6 | bits(lower, 5, 0), {bits(upper, 8, 6), bits(lower, 8, 6)}};
+    return {bits(upper, 5, 0) << 6 | bits(lower, 5, 0), bits(upper, 8, 6), bits(lower, 8, 6)};
 }
 
 /// Checks two pixels of mode 4 by taking them apart again.
@@ -98,13 +93,12 @@ void checkMode4(const PixelDataAYCrCb* pixels, const Sdi20BitSample* samples, bo
     for (int i = 0; i < 2; ++i) {
         const Sdi20BitSample& upper = samples[2 * i];
         const Sdi20BitSample& lower = samples[2 * i + 1];
-        const SixAndThree one = unpackMode4(upper.channelOne, lower.channelOne);
-        const SixAndThree two = unpackMode4(upper.channelTwo, lower.channelTwo);
-        REQUIRE(one.picture == pixels[i].y % 4096);
-        REQUIRE(two.picture == colour[i] % 4096);
-        const unsigned alpha =
-            one.alpha[0] << 9 | two.alpha[0] << 6 | one.alpha[1] << 3 | two.alpha[1];
-        REQUIRE(alpha == (hasAlpha ? pixels[i].a % 4096 : 64u));
+        const auto one = unpackMode4(upper.channelOne, lower.channelOne);
+        const auto two = unpackMode4(upper.channelTwo, lower.channelTwo);
+        REQUIRE(one[0] == pixels[i].y % 4096);
+        REQUIRE(two[0] == colour[i] % 4096);
+        REQUIRE((one[1] << 9 | two[1] << 6 | one[2] << 3 | two[2]) ==
+                (hasAlpha ? pixels[i].a % 4096 : 64u));
     }
 }
 
@@ -151,11 +145,7 @@ TEST_CASE("Mode 3 carries all twelve bits of each component", "[conversion]")
     // Worked out by hand from the groups 101 010 011 110, 000 111 001 100 and 110 001 100 011.
     const PixelDataYCbCr pixel{05236, 00714, 06143};
     const Samples one = Converter::resampleToMappingMode3(&pixel, 1, BitDepth_12);
-    REQUIRE(one.size() == 2);
-    CHECK(one[0].channelOne == 0650);
-    CHECK(one[0].channelTwo == (0127 | 0x200));
-    CHECK(one[1].channelOne == 0431);
-    CHECK(one[1].channelTwo == (0364 | 0x200));
+    CHECK(one == Samples{{0650, 0127 | 0x200}, {0431, 0364 | 0x200}});
 
     const PixelDataRGB black;
     CHECK(Converter::resampleToMappingMode3(&black, 1, BitDepth_12) ==
@@ -288,12 +278,11 @@ TEST_CASE("A wrong depth and a last odd pixel are logged, and the rest converts"
             CHECK(row.convert({forms.yCbCr.data(), 3}, BitDepth(depth)) == expectedSamples);
             QStringList expected;
             if (depth > 3 || (depth > 1) != (row.depth == BitDepth_12)) {
-                expected << QStringLiteral("error: Error incorrect bit depth in ") + operation;
+                expected << "error: Error incorrect bit depth in "_s + operation;
             }
             if (row.inPairs) {
-                expected << QStringLiteral("error: Odd number of pixels in %1, the last one is "
-                                           "dropped: 3")
-                                .arg(operation);
+                expected << "error: Odd number of pixels in %1, the last one is "
+                            "dropped: 3"_s.arg(operation);
             }
             CHECK(log.lines() == expected);
         }

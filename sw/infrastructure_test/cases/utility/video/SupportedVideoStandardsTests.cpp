@@ -54,10 +54,10 @@ TEST_CASE("Every supported standard is found by the bytes of each of its links",
     // Aspect ratio is no part of the standard; another rate is, and so is the division.
     const auto found = standards.findByPayloadIdentifier(0x89C98001);
     REQUIRE(found);
-    CHECK(found->getDescription() == QStringLiteral("1920x1080p50 YCbCr:422:10 3G A Rec.709"));
+    CHECK(found->getDescription() == "1920x1080p50 YCbCr:422:10 3G A Rec.709"_s);
     CHECK(standards.findByPayloadIdentifier(0x89C90001) == found);
     CHECK(standards.findByPayloadIdentifier(0x89C98001, true)->getDescription() ==
-          QStringLiteral("3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709"));
+          "3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709"_s);
     for (const quint32 unknown :
          {0x89C08001u, 0x00000000u, 0xFFFFFFFFu, 0x01C98001u, 0x8BC98001u}) {
         CHECK(standards.findByPayloadIdentifier(unknown) == nullptr);
@@ -146,12 +146,7 @@ TEST_CASE("The list has what links carry, with the bytes of each link", "[video]
 
 TEST_CASE("One link's bytes make the standard of all links", "[video]")
 {
-    struct Known
-    {
-        quint32 given;
-        std::vector<quint32> links;
-    };
-    const Known rows[] = {
+    const Table<quint32, std::vector<quint32>> rows{
         {0x89C98001, {0x89C98001}},
         {0x8A492041, {0x8A492041}}, // one link, its second stream
         {0x87492001, {0x87492001, 0x87492041}},
@@ -161,12 +156,12 @@ TEST_CASE("One link's bytes make the standard of all links", "[video]")
         {0xC2CB8001, {0xC2CB8001, 0xC2CB8021}},
         {0xC2CB80E1, {0xC2CB80E1, 0xC2CB8021}}, // no such link: taken for the first
     };
-    for (const Known& row : rows) {
+    for (const auto& [given, links] : rows) {
         std::vector<quint32> found;
-        for (const auto& identifier : createVideoStandard(row.given)->getPayloadIdentifiers()) {
+        for (const auto& identifier : createVideoStandard(given)->getPayloadIdentifiers()) {
             found.push_back(identifier->getRawValue());
         }
-        CHECK(found == row.links);
+        CHECK(found == links);
     }
     // A reserved bit is the given link's, and logged once.
     const LogCapture log;
@@ -174,8 +169,8 @@ TEST_CASE("One link's bytes make the standard of all links", "[video]")
     CHECK(withReservedBit->getPayloadIdentifiers()[0]->getRawValue() == 0x97CB8009);
     CHECK(withReservedBit->getPayloadIdentifiers()[1]->getRawValue() == 0x97CB8041);
     createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98009));
-    CHECK(log.lines() == QStringList{QStringLiteral("error: Reserved bit not 0, Byte 0, Bit 3"),
-                                     QStringLiteral("error: Reserved bit not 0, Byte 0, Bit 3")});
+    CHECK(log.lines() == QStringList{"error: Reserved bit not 0, Byte 0, Bit 3"_s,
+                                     "error: Reserved bit not 0, Byte 0, Bit 3"_s});
     CHECK(createVideoStandard(0x01000000) == nullptr);
     CHECK(createVideoStandard(0x01000000, true) == nullptr);
     CHECK(createVideoStandard(0x87492001, true)->getNumberOfLinks() == 8);
@@ -183,9 +178,8 @@ TEST_CASE("One link's bytes make the standard of all links", "[video]")
 
 TEST_CASE("Four identifiers of 1080 lines are quadrants", "[video]")
 {
-    const auto standard = createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98001));
-    REQUIRE(standard);
-    CHECK(*standard == *createVideoStandard(0x89C98001, true));
+    CHECK(*createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98001)) ==
+          *createVideoStandard(0x89C98001, true));
     CHECK(createVideoStandardFromLinks({0x97CB8001, 0x97CB8041, 0x97CB8081, 0x97CB80C1})
               ->getSubImageDivision() == SubImageDivision_TwoSampleInterleave);
     CHECK_FALSE(createVideoStandardFromLinks({0x8A492001, 0x8A492041})->isSquareDivision());
@@ -193,13 +187,8 @@ TEST_CASE("Four identifiers of 1080 lines are quadrants", "[video]")
 
 TEST_CASE("Links make a standard when they are equal, all there, and each once", "[video]")
 {
-    struct Known
-    {
-        std::vector<quint32> links;
-        const char* complaints; // a bar between them
-    };
     const quint32 p50 = 0x89C98001;
-    const Known rows[] = {
+    const Table<std::vector<quint32>, const char*> rows{
         {{p50}, ""},
         {{p50, p50 ^ 0x8000, p50, p50}, ""},                    // aspect ratio
         {{0x97CB80C1, 0x97CB8041, 0x97CB8081, 0x97CB8005}, ""}, // any order; audio copy
@@ -208,7 +197,7 @@ TEST_CASE("Links make a standard when they are equal, all there, and each once",
         {{0x984B2001, 0x984B2021, 0x984B2041, 0x984B2061, 0x984B2081, 0x984B20A1, 0x984B20C1,
           0x984B20E1},
          ""},
-        {{}, "Wrong number of links: 0"},
+        {std::vector<quint32>(), "Wrong number of links: 0"},
         {std::vector<quint32>(9, p50), "Wrong number of links: 9"},
         {{p50, p50}, "Wrong number of links: 2"},
         {std::vector<quint32>(4, 0x84490001), "Wrong number of links: 4"},
@@ -238,17 +227,16 @@ TEST_CASE("Links make a standard when they are equal, all there, and each once",
          "Link 2: channel assignment of a link before: 1|"
          "Link 4: channel assignment of a link before: 3"},
     };
-    for (const Known& row : rows) {
-        CAPTURE(row.complaints);
-        QStringList complaints{QStringLiteral("old")};
-        const auto standard = createVideoStandardFromLinks(row.links, &complaints);
-        CHECK(complaints ==
-              QString::fromLatin1(row.complaints).split(QLatin1Char('|'), Qt::SkipEmptyParts));
+    for (const auto& [links, expected] : rows) {
+        CAPTURE(expected);
+        QStringList complaints{"old"_s};
+        const auto standard = createVideoStandardFromLinks(links, &complaints);
+        CHECK(complaints.join(QLatin1Char('|')) == QLatin1String(expected));
         CHECK((standard != nullptr) == complaints.isEmpty());
-        CHECK((createVideoStandardFromLinks(row.links) == nullptr) == (standard == nullptr));
+        CHECK((createVideoStandardFromLinks(links) == nullptr) == (standard == nullptr));
         if (standard) {
-            REQUIRE(standard->getPayloadIdentifiers().size() == row.links.size());
-            CHECK(standard->getPayloadIdentifiers().back()->getRawValue() == row.links.back());
+            REQUIRE(standard->getPayloadIdentifiers().size() == links.size());
+            CHECK(standard->getPayloadIdentifiers().back()->getRawValue() == links.back());
         }
     }
 }

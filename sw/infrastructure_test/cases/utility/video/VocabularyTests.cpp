@@ -66,10 +66,8 @@ TEST_CASE("Payload identifier words have their texts, and none for a number that
     CHECK(toString(Colourimetry(998)).isEmpty());
     CHECK(texts<TransferCurve>(4) == split("SDR-TV|HLG|PQ|S-Log3|"));
     CHECK(texts<LuminanceAndColourDifferenceSignal>(2) == split("YCbCr|ICtCp|"));
-}
 
-TEST_CASE("Only structures 0 and 3 are narrow, and depths pair by their bits", "[video]")
-{
+    // Only structures 0 and 3 are narrow, and depths pair by their bits.
     for (quint32 code = 0; code < 16; ++code) {
         CHECK(isNarrow(SampleStructure(code)) == (code == 0 || code == 3));
         CHECK(is10Bit(BitDepth(code)) == (code < 2));
@@ -103,12 +101,11 @@ TEST_CASE("Serial clocks are multiples of the two that studio video began with",
 {
     // ITU-R BT.601: 2 x 13.5 MHz. SMPTE ST 274: 74.25 MHz, doubled with each generation of the
     // link; 12G carries eight times the samples of 1.5G.
-    CHECK(getSampleClockHz(SdiDataRate_270M) == 2 * 13500000);
-    CHECK(getSampleClockHz(SdiDataRate_1G5) == 74250000);
-    CHECK(getSampleClockHz(SdiDataRate_3G) == 2 * 74250000);
-    CHECK(getSampleClockHz(SdiDataRate_6G) == 4 * 74250000);
-    CHECK(getSampleClockHz(SdiDataRate_12G) == 8 * 74250000);
-    CHECK(getSampleClockHz(SdiDataRate_NoSignal) == 0);
+    const quint32 hd = 74250000;
+    const quint32 clocks[] = {8 * hd, 4 * hd, 2 * hd, hd, 2 * 13500000, 0, 0};
+    for (quint32 rate = 0; rate < std::size(clocks); ++rate) {
+        CHECK(getSampleClockHz(SdiDataRate(rate)) == clocks[rate]); // 12G first, then none
+    }
     CHECK(getSampleClockHz(SdiDataRate(NO_WORD)) == 0);
 }
 
@@ -123,24 +120,21 @@ TEST_CASE("A 20-bit sample has channel one in the low bits of a store word", "[v
     CHECK(Sdi20BitSample{1, 2} != Sdi20BitSample{1, 1});
 }
 
-TEST_CASE("Positions and samples stream as text", "[video]")
+TEST_CASE("Positions and samples stream as text, and grids compare by their contents", "[video]")
 {
+    const auto write = [](auto& stream) {
+        stream << Types::PixelCoordinates{1, 2} << Types::SampleLocation(280, 41)
+               << Types::DigitalInterfaceSampleLocation(0, 42) << Types::Sdi20BitSample{64, 512};
+    };
     QString text;
     QTextStream stream(&text);
-    stream << Types::PixelCoordinates{1, 2} << Types::SampleLocation(280, 41)
-           << Types::DigitalInterfaceSampleLocation(0, 42) << Types::Sdi20BitSample{64, 512};
-    const char* const expected = "Pixel[x:1, y:2]Sample[sampleIndex:280, lineIndex:41]"
-                                 "Sample[digital sample:0, line:42]Sample[64, 512]";
-    CHECK(text == QLatin1String(expected));
     std::ostringstream standardStream;
-    standardStream << Types::PixelCoordinates{1, 2} << Types::SampleLocation(280, 41)
-                   << Types::DigitalInterfaceSampleLocation(0, 42)
-                   << Types::Sdi20BitSample{64, 512};
-    CHECK(standardStream.str() == expected);
-}
+    write(stream);
+    write(standardStream);
+    CHECK(text == "Pixel[x:1, y:2]Sample[sampleIndex:280, lineIndex:41]"
+                  "Sample[digital sample:0, line:42]Sample[64, 512]"_s);
+    CHECK(standardStream.str() == text.toStdString());
 
-TEST_CASE("A sample grid compares by its contents", "[video]")
-{
     Types::RawSdiSampleGrid grid;
     grid.rows.resize(2);
     grid.rows[1].lineSamples = {{64, 512}, {940, 512}};
@@ -210,21 +204,15 @@ TEST_CASE("Only the IP video words that can be set are read, letter for letter",
     CHECK(readTexts(parseColourimetry2110, 7) == split("BT709|BT2020"));
     CHECK(readTexts(parseTransferCurve2110, 9) == split("SDR|PQ|HLG|S-Log3"));
     bool ok = true;
-    parseSampling2110(QStringLiteral("ycbcr:422"), &ok);
+    parseSampling2110("ycbcr:422"_s, &ok);
     CHECK_FALSE(ok);
 }
 
-TEST_CASE("IP frame rates are read in decimal or as a rational, and shown in decimal", "[video]")
+TEST_CASE("IP frame rates are read in decimal or as a rational, and their pictures have a letter",
+          "[video]")
 {
     using namespace Tessorn::IpTypes;
-    struct Known
-    {
-        IpFrameRate rate;
-        const char* shown;
-        const char* shownInterlaced;
-        const char* rational;
-    };
-    const Known rows[] = {
+    const Table<IpFrameRate, const char*, const char*, const char*> rows{
         {{24, 1001}, "23.98", "47.95", "24000/1001"},
         {{24, 1000}, "24", "48", "24"},
         {{25, 1000}, "25", "50", "25"},
@@ -236,20 +224,17 @@ TEST_CASE("IP frame rates are read in decimal or as a rational, and shown in dec
         {{60, 1001}, "59.94", "119.88", "60000/1001"},
         {{60, 1000}, "60", "120", "60"},
     };
-    for (const Known& row : rows) {
-        for (const char* text : {row.shown, row.rational}) {
+    for (const auto& [rate, shown, shownInterlaced, rational] : rows) {
+        for (const char* text : {shown, rational}) {
             bool ok = false;
-            CHECK(parseIpFrameRate(QString::fromLatin1(text), &ok) == row.rate);
+            CHECK(parseIpFrameRate(QString::fromLatin1(text), &ok) == rate);
             CHECK(ok);
         }
-        CHECK(toString(row.rate, false) == QLatin1String(row.shown));
-        CHECK(toString(row.rate, true) == QLatin1String(row.shownInterlaced));
+        CHECK(toString(rate, false) == QLatin1String(shown));
+        CHECK(toString(rate, true) == QLatin1String(shownInterlaced));
     }
-}
 
-TEST_CASE("IP frame rates outside the table are refused, and shown as they are", "[video]")
-{
-    using namespace Tessorn::IpTypes;
+    // Those outside the table are refused, and shown as they are.
     for (const char* text : {"", " 25", "25.0", "50/1", "23.976", "25000/1001", "119.88", "120"}) {
         bool ok = true;
         CHECK(parseIpFrameRate(QString::fromLatin1(text), &ok) == IpFrameRate{60, 1000});
@@ -260,11 +245,7 @@ TEST_CASE("IP frame rates outside the table are refused, and shown as they are",
     CHECK(toString(IpFrameRate{25, 1001}, false) == QLatin1String("25000/1001"));
     CHECK(toString(IpFrameRate{60, 0}, true) == QLatin1String("120"));
     CHECK(toString(IpFrameRate{NO_WORD, 1001}, true) == QLatin1String("8589934590000/1001"));
-}
 
-TEST_CASE("Two flags make the letter of an IP picture format", "[video]")
-{
-    using IpTypes::getPictureFormatText;
     CHECK(getPictureFormatText(false, false) == QLatin1String("p"));
     CHECK(getPictureFormatText(true, false) == QLatin1String("i"));
     CHECK(getPictureFormatText(true, true) == QLatin1String("psf"));

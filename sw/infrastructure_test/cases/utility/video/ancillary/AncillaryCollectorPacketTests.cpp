@@ -28,10 +28,9 @@ TEST_CASE("A collected packet reads as the words of the SDI stream", "[ancillary
     CHECK(packet.getDidSdid() == AncillaryDidSdid{0x7B, 0x0B});
     CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7B, 0x0C});
     CHECK(packet.getDidSdid() != AncillaryDidSdid{0x7C, 0x0B});
-    CHECK(*packet.payloadIndex() == 0x7B);
-    CHECK(*packet.firstUserDataWord() == 0);
+    CHECK((*packet.payloadIndex() == 0x7B && *packet.firstUserDataWord() == 0));
     CHECK(packet.verifyPacketDataCount());
-    CHECK(packet.toString() == QStringLiteral("DID 0x7B SDID 0x0B DC 5: 00 01 02 03 04"));
+    CHECK(packet.toString() == "DID 0x7B SDID 0x0B DC 5: 00 01 02 03 04"_s);
 
     std::vector<uint8_t> badEnd = COLLECTED;
     badEnd.back() = 0xFE;
@@ -39,7 +38,7 @@ TEST_CASE("A collected packet reads as the words of the SDI stream", "[ancillary
     CHECK_FALSE(bad.verifyPacketDataCount());
     CHECK(bad != packet);
     CHECK(bad.getDataCount() == 5);
-    CHECK(bad.toString().endsWith(QStringLiteral("04 (no end marker)")));
+    CHECK(bad.toString().endsWith("04 (no end marker)"_s));
 }
 
 TEST_CASE("Words beyond the collector's buffer are 0", "[ancillary]")

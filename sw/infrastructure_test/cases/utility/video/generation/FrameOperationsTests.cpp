@@ -111,18 +111,13 @@ TEST_CASE("Each line's CRC covers the picture before it and the words in front",
             const Frame previous = randomFrame(metrics.getActiveWidth(), mask >> 1);
             REQUIRE(writeCrcs(frame, metrics, previous));
 
-            const std::size_t width = metrics.getWidth();
-            for (std::size_t start = 0; start < frame.size(); start += width) {
-                Frame covered = previous;
-                for (std::size_t i = 0; i < covered.size() && start > 0; ++i) {
-                    covered[i] = expected[start - covered.size() + i];
-                }
-                for (std::size_t i = 0; i < 6; ++i) {
-                    covered.push_back(expected[start + i]);
-                }
+            const auto active = static_cast<std::ptrdiff_t>(previous.size());
+            for (auto start = expected.begin(); start != expected.end();
+                 start += metrics.getWidth()) {
+                Frame covered = start == expected.begin() ? previous : Frame(start - active, start);
+                covered.insert(covered.end(), start, start + 6);
                 const WordPair words = crcBitByBit(covered);
-                expected[start + 6] = words[0];
-                expected[start + 7] = words[1];
+                std::copy(words.begin(), words.end(), start + 6);
             }
             REQUIRE(frame == expected);
         }
@@ -149,14 +144,7 @@ TEST_CASE("Frames of one size give the first line's CRC from the frame before", 
 TEST_CASE("Sizes that do not agree leave the frame as it was", "[frames]")
 {
     const FieldMetrics metrics(FieldRegion(0, 0, 200, 5), FieldRegion(40, 1, 160, 3));
-    const Frame previous(160);
-    struct Row
-    {
-        FieldMetrics metrics;
-        std::size_t words;
-        std::size_t previous;
-    };
-    const Row rows[] = {
+    const Table<FieldMetrics, std::size_t, std::size_t> rows{
         {metrics, 999, 160},
         {metrics, 1001, 160},
         {metrics, 0, 160},
@@ -165,11 +153,11 @@ TEST_CASE("Sizes that do not agree leave the frame as it was", "[frames]")
         {{FieldRegion(0, 0, 7, 5), FieldRegion(7, 1, 0, 3)}, 35, 0},
         {{FieldRegion(0, 0, 20, 5), FieldRegion(0, 1, 21, 3)}, 100, 21},
     };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
-        Frame frame(row.words, 0x155);
-        CHECK_FALSE(writeCrcs(frame, row.metrics, Frame(row.previous)));
-        CHECK(frame == Frame(row.words, 0x155));
+    for (const auto& [rowMetrics, words, previous] : rows) {
+        CAPTURE(words, previous);
+        Frame frame(words, 0x155);
+        CHECK_FALSE(writeCrcs(frame, rowMetrics, Frame(previous)));
+        CHECK(frame == Frame(words, 0x155));
     }
     Frame frame(999, 0x155);
     CHECK_FALSE(writeLineNumbers(frame, metrics, true, true));
@@ -253,52 +241,37 @@ TEST_CASE("Rectangles fill the active picture row by row", "[frames]")
         }
         return store;
     };
-    Store store(60, 0xFFFFFFFF);
-    SECTION("words")
-    {
-        fillRectangle32(metrics, store, 2, 1, 2, 0x12345678);
-        CHECK(store == filled(2, 1, Store(2, 0x12345678)));
-    }
-    SECTION("words, held to the picture's size")
-    {
-        fillRectangle32(metrics, store, 99, 0, 99, 5);
-        CHECK(store == filled(4, 0, Store(7, 5)));
-    }
-    SECTION("an even number of samples")
-    {
-        fillRectangle10(metrics, store, 4, 0, 1, 0x1555, false);
-        CHECK(store == filled(1, 0, Store(2, 0x155 * 1025)));
-    }
-    SECTION("an odd number of samples, the last in the first channel")
-    {
-        fillRectangle10(metrics, store, 5, 1, 2, 0x155, false);
-        CHECK(store == filled(2, 1, {0x55555, 0x55555, 0xFFC00 | 0x155}));
-    }
-    SECTION("an odd number of samples, the last in the second channel")
-    {
-        fillRectangle10(metrics, store, 5, 1, 2, 0x155, true);
-        CHECK(store == filled(2, 1, {0x55555, 0x55555, 0x155 << 10 | 0x3FF}));
-    }
-    SECTION("samples, held to the picture's width, the last as it is given")
-    {
-        fillRectangle10(metrics, store, 99, 0, 99, 0xABCD, true);
-        const quint32 both = 0x3CD * 1025;
-        CHECK(store == filled(4, 0, {both, both, both, 0xABCDu << 10 | 0x3FF}));
-    }
-    SECTION("nothing beyond the store's end")
-    {
-        Store cut(36, 0);
-        fillRectangle32(metrics, cut, 7, 2, 4, 1);
-        Store expected(36, 0);
-        std::fill(expected.begin() + 33, expected.end(), 1);
-        CHECK(cut == expected);
-        fillRectangle10(metrics, cut, 7, 2, 4, 2, false);
-        std::fill(expected.begin() + 33, expected.end(), 2 * 1025);
-        CHECK(cut == expected);
-        fillRectangle32(metrics, cut, 7, 0xFFFFFFFF, 4, 9);
-        CHECK(cut == expected);
-        Store none;
-        fillRectangle32(metrics, none, 7, 0, 4, 1);
-        CHECK(none.empty());
-    }
+    const auto check = [&](const Store& expected, auto fill) {
+        Store store(60, 0xFFFFFFFF);
+        fill(store);
+        CHECK(store == expected);
+    };
+    check(filled(2, 1, Store(2, 0x12345678)),
+          [&](Store& store) { fillRectangle32(metrics, store, 2, 1, 2, 0x12345678); });
+    check(filled(4, 0, Store(7, 5)), // held to the picture's size
+          [&](Store& store) { fillRectangle32(metrics, store, 99, 0, 99, 5); });
+    check(filled(1, 0, Store(2, 0x155 * 1025)), // an even number of samples
+          [&](Store& store) { fillRectangle10(metrics, store, 4, 0, 1, 0x1555, false); });
+    check(filled(2, 1, {0x55555, 0x55555, 0xFFC00 | 0x155}), // the last in the first channel
+          [&](Store& store) { fillRectangle10(metrics, store, 5, 1, 2, 0x155, false); });
+    check(filled(2, 1, {0x55555, 0x55555, 0x155 << 10 | 0x3FF}), // and in the second
+          [&](Store& store) { fillRectangle10(metrics, store, 5, 1, 2, 0x155, true); });
+    const quint32 both = 0x3CD * 1025;
+    check(filled(4, 0, {both, both, both, 0xABCDu << 10 | 0x3FF}), // the last as it is given
+          [&](Store& store) { fillRectangle10(metrics, store, 99, 0, 99, 0xABCD, true); });
+
+    // Nothing beyond the store's end.
+    Store cut(36, 0);
+    fillRectangle32(metrics, cut, 7, 2, 4, 1);
+    Store expected(36, 0);
+    std::fill(expected.begin() + 33, expected.end(), 1);
+    CHECK(cut == expected);
+    fillRectangle10(metrics, cut, 7, 2, 4, 2, false);
+    std::fill(expected.begin() + 33, expected.end(), 2 * 1025);
+    CHECK(cut == expected);
+    fillRectangle32(metrics, cut, 7, 0xFFFFFFFF, 4, 9);
+    CHECK(cut == expected);
+    Store none;
+    fillRectangle32(metrics, none, 7, 0, 4, 1);
+    CHECK(none.empty());
 }

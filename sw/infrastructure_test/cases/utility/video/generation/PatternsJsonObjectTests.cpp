@@ -24,10 +24,10 @@ QJsonObject goodPattern()
 
 QJsonObject catalogueOf(const QJsonValue& patterns)
 {
-    return {{QStringLiteral("built"), QStringLiteral("today")},
-            {QStringLiteral("comment"), QString()},
-            {QStringLiteral("version"), QStringLiteral("1")},
-            {QStringLiteral("patterns"), patterns}};
+    return {{"built"_s, "today"_s},
+            {"comment"_s, QString()},
+            {"version"_s, "1"_s},
+            {"patterns"_s, patterns}};
 }
 
 QList<TestPattern> readAll(const QJsonValue& patterns)
@@ -47,12 +47,12 @@ TEST_CASE("The catalogue's patterns have the images that it tells of", "[pattern
 {
     const QDir directory(DatacoreTest::testSourceDirectory);
     QJsonObject object;
-    REQUIRE(loadJsonFile(directory.filePath(QStringLiteral("patterns.json")), object));
+    REQUIRE(loadJsonFile(directory.filePath("patterns.json"_s), object));
     const PatternsJsonObject catalogue(object);
     REQUIRE(catalogue.isValid());
     const QList<TestPattern> patterns = catalogue.getDeserialisedPatterns();
     REQUIRE(patterns.size() >= 6);
-    CHECK(patterns.size() == object.value(QStringLiteral("patterns")).toArray().size());
+    CHECK(patterns.size() == object.value("patterns"_s).toArray().size());
     for (const TestPattern& pattern : patterns) {
         CAPTURE(pattern.title);
         CHECK(QImage(directory.filePath(pattern.image)).size() == pattern.imageSize);
@@ -81,19 +81,18 @@ TEST_CASE("An entry becomes a pattern", "[patterns]")
 {
     const QList<TestPattern> patterns = readAll(QJsonArray{goodPattern()});
     REQUIRE(patterns.size() == 1);
-    TestPattern expected;
-    CHECK(expected.imageSize == QSize(-1, -1));
-    expected.title = QStringLiteral("A B");
-    expected.imageSize = QSize(1920, 1080);
-    expected.depth = BitDepth_12;
-    expected.colour = PatternColour_Rgb;
-    expected.matrix = Colourimetry_Uhdtv;
-    expected.curve = TransferCurve_Unspecified;
-    expected.proxy = QStringLiteral("small.tif");
-    expected.image = QStringLiteral("bars.png");
-    expected.generate = QStringLiteral("bars.patshader");
-    expected.sampling = true;
-    expected.alpha = true;
+    CHECK(TestPattern().imageSize == QSize(-1, -1));
+    TestPattern expected{"A B"_s,
+                         QSize(1920, 1080),
+                         BitDepth_12,
+                         PatternColour_Rgb,
+                         Colourimetry_Uhdtv,
+                         TransferCurve_Unspecified,
+                         "small.tif"_s,
+                         "bars.png"_s,
+                         "bars.patshader"_s,
+                         true,
+                         true};
     CHECK(patterns.first() == expected);
     expected.alpha = false;
     CHECK(patterns.first() != expected);
@@ -101,25 +100,21 @@ TEST_CASE("An entry becomes a pattern", "[patterns]")
 
 TEST_CASE("Words of an entry have their numbers and their texts", "[patterns]")
 {
-    const auto with = [](const char* key, const char* text) {
+    const auto with = [](const char* key, const QJsonValue& value) {
         QJsonObject pattern = goodPattern();
-        pattern.insert(QLatin1String(key), parse(text));
+        pattern.insert(QLatin1String(key), value);
         const QList<TestPattern> patterns = readAll(QJsonArray{pattern});
         REQUIRE(patterns.size() == 1);
         return patterns.first();
     };
-    CHECK(with("colour", R"("CbYCr")").colour == 0);
-    CHECK(with("colour", R"("RGB")").colour == 1);
-    CHECK(with("depth", "10").depth == 1);
-    CHECK(with("depth", "12").depth == 2);
-    CHECK(with("matrix", R"("709")").matrix == 0);
-    CHECK(with("matrix", R"("2020")").matrix == 2);
-    CHECK_FALSE(with("sampling", "444").sampling);
-    CHECK(with("generate", R"("my.patshader.txt")").generate == QLatin1String("my.patshader.txt"));
+    CHECK((with("colour", "CbYCr"_s).colour == 0 && with("colour", "RGB"_s).colour == 1));
+    CHECK((with("depth", 10).depth == 1 && with("depth", 12).depth == 2));
+    CHECK((with("matrix", "709"_s).matrix == 0 && with("matrix", "2020"_s).matrix == 2));
+    CHECK((!with("sampling", 444).sampling && with("sampling", 422).sampling));
+    CHECK(with("generate", "my.patshader.txt"_s).generate == "my.patshader.txt"_s);
     const char* const curves[] = {"SDR_TV", "HLG", "PQ", "S-Log3"};
     for (quint32 number = 0; number < 4; ++number) {
-        const QByteArray text = QByteArray("\"") + curves[number] + "\"";
-        CHECK(with("curve", text.constData()).curve == number);
+        CHECK(with("curve", QLatin1String(curves[number])).curve == number);
         CHECK(getPatternCurveText(TransferCurve(number)) == QLatin1String(curves[number]));
     }
     CHECK(getPatternCurveText(TransferCurve(4)) == QLatin1String("unknown"));
@@ -130,25 +125,19 @@ TEST_CASE("Words of an entry have their numbers and their texts", "[patterns]")
     for (const QSize size : {QSize(1280, 720), QSize(1920, 1080), QSize(2048, 1080),
                              QSize(3840, 2160), QSize(4096, 2160)}) {
         QJsonObject pattern = goodPattern();
-        pattern.insert(QStringLiteral("width"), size.width());
-        pattern.insert(QStringLiteral("height"), size.height());
+        pattern.insert("width"_s, size.width());
+        pattern.insert("height"_s, size.height());
         CHECK(readAll(QJsonArray{pattern}).value(0).imageSize == size);
     }
     QJsonObject without = goodPattern();
-    without.remove(QStringLiteral("alpha"));
+    without.remove("alpha"_s);
     REQUIRE(readAll(QJsonArray{without}).size() == 1);
     CHECK_FALSE(readAll(QJsonArray{without}).first().alpha);
 }
 
 TEST_CASE("A wrong value costs its entry alone and says which key it is", "[patterns]")
 {
-    struct Row
-    {
-        const char* key;
-        const char* value; ///< JSON text; "" to leave the key out
-        const char* complaint;
-    };
-    const Row rows[] = {
+    const Table<const char*, const char*, const char*> rows{
         {"title", R"("")", "title"},
         {"title", "5", "title"},
         {"sampling", R"("422")", "sampling"},
@@ -174,23 +163,20 @@ TEST_CASE("A wrong value costs its entry alone and says which key it is", "[patt
         {"alpha", "1", "alpha"},
         {"alpha", "null", "alpha"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.key, row.value);
+    for (const auto& [key, value, complaint] : rows) {
+        CAPTURE(key, value);
         QJsonObject bad = goodPattern();
-        bad.remove(QLatin1String(row.key));
-        if (*row.value != '\0') {
-            bad.insert(QLatin1String(row.key), parse(row.value));
+        bad.remove(QLatin1String(key));
+        if (*value != '\0') {
+            bad.insert(QLatin1String(key), parse(value));
         }
         LogCapture log;
         CHECK(readAll(QJsonArray{goodPattern(), bad, goodPattern()}).size() == 2);
         const QString text = QString::fromUtf8(QJsonDocument(bad).toJson(QJsonDocument::Compact));
         CHECK(log.lines() ==
-              QStringList{
-                  QStringLiteral("error: Invalid %1 in patterns.json")
-                      .arg(QLatin1String(row.complaint)),
-                  QStringLiteral("error: PatternsJsonObject::getDeserialisedPatterns, invalid "
-                                 "pattern ignored: QJsonValue[%1]")
-                      .arg(text)});
+              QStringList{"error: Invalid %1 in patterns.json"_s.arg(QLatin1String(complaint)),
+                          "error: PatternsJsonObject::getDeserialisedPatterns, invalid "
+                          "pattern ignored: QJsonValue[%1]"_s.arg(text)});
     }
 
     // The first one ends the check of an entry.
@@ -201,41 +187,31 @@ TEST_CASE("A wrong value costs its entry alone and says which key it is", "[patt
     }
     CHECK(readAll(QJsonArray{bad}).isEmpty());
     CHECK(log.lines().size() == 2);
-    CHECK(log.contains(QStringLiteral("error: Invalid depth in patterns.json")));
+    CHECK(log.contains("error: Invalid depth in patterns.json"_s));
 }
 
 TEST_CASE("What is no list of objects is shown as it is", "[patterns]")
 {
-    struct Row
-    {
-        QJsonValue value;
-        const char* text;
+    const Table<QJsonValue, const char*> rows{
+        {QJsonValue::Null, "QJsonValue[NULL]"}, {true, "QJsonValue[true]"},
+        {12345678, "QJsonValue[12345678]"},     {0.5, "QJsonValue[0.5]"},
+        {"a"_s, "QJsonValue[\"a\"]"},
     };
-    const Row rows[] = {
-        {QJsonValue::Null, "QJsonValue[NULL]"},     {true, "QJsonValue[true]"},
-        {12345678, "QJsonValue[12345678]"},         {0.5, "QJsonValue[0.5]"},
-        {QStringLiteral("a"), "QJsonValue[\"a\"]"},
-    };
-    for (const Row& row : rows) {
+    for (const auto& [value, text] : rows) {
         LogCapture log;
-        CHECK(readAll(row.value).isEmpty());
-        CHECK(readAll(QJsonArray{row.value, goodPattern()}).size() == 1);
-        CHECK(
-            log.lines() ==
-            QStringList{
-                QStringLiteral("error: PatternsJsonObject::getDeserialisedPatterns, %1 not an "
-                               "array, no patterns loaded: ")
-                    .arg(QLatin1String(row.text)),
-                QStringLiteral("error: PatternsJsonObject::getDeserialisedPatterns, \"value\" not "
-                               "an object, pattern ignored: %1")
-                    .arg(QLatin1String(row.text))});
+        CHECK(readAll(value).isEmpty());
+        CHECK(readAll(QJsonArray{value, goodPattern()}).size() == 1);
+        CHECK(log.lines() ==
+              QStringList{"error: PatternsJsonObject::getDeserialisedPatterns, %1 not an "
+                          "array, no patterns loaded: "_s.arg(QLatin1String(text)),
+                          "error: PatternsJsonObject::getDeserialisedPatterns, \"value\" not "
+                          "an object, pattern ignored: %1"_s.arg(QLatin1String(text))});
     }
     LogCapture log;
     CHECK(PatternsJsonObject(QJsonObject()).getDeserialisedPatterns().isEmpty());
-    CHECK(readAll(QJsonObject{{QStringLiteral("a"), 1}}).isEmpty());
-    const QString line =
-        QStringLiteral("error: PatternsJsonObject::getDeserialisedPatterns, %1 not "
-                       "an array, no patterns loaded: ");
+    CHECK(readAll(QJsonObject{{"a"_s, 1}}).isEmpty());
+    const QString line = "error: PatternsJsonObject::getDeserialisedPatterns, %1 not "
+                         "an array, no patterns loaded: "_s;
     CHECK(log.lines() == QStringList{line.arg(QLatin1String("QJsonValue[?] (content undefined)")),
                                      line.arg(QLatin1String("QJsonValue[{\"a\":1}]"))});
 }
