@@ -111,12 +111,21 @@ int main(int argc, char** argv)
         return *exitValue;
     }
 
-    bool isPort = false;
-    const quint16 port = parser.value(portOption).toUShort(&isPort);
+    QString whatIsWrong;
+    const std::optional<int> givenPort =
+        readNumber(parser, QStringLiteral("port"), 0, 65535, whatIsWrong);
     const QHostAddress address(parser.value(addressOption));
-    if (!isPort || address.isNull() || !parser.positionalArguments().isEmpty()) {
-        return refuseCommandLine(parser);
+    if (address.isNull()) {
+        whatIsWrong = QStringLiteral("--address \"%1\": an IP address is needed")
+                          .arg(parser.value(addressOption));
+    } else if (!parser.positionalArguments().isEmpty()) {
+        whatIsWrong = QStringLiteral("\"%1\" is not an option")
+                          .arg(parser.positionalArguments().constFirst());
     }
+    if (!whatIsWrong.isEmpty()) {
+        return refuseCommandLine(whatIsWrong);
+    }
+    const auto port = static_cast<quint16>(*givenPort);
 
     setupLogging(false, "");
     quitOnSignal();
