@@ -7,8 +7,11 @@
 //                                           has taken ROUNDS changes of all leaves
 #include "bench/Compare.h"
 #include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -85,6 +88,8 @@ public:
             }
             leaves.push_back(
                 std::make_unique<DatacoreBase>(leafName(leaf), groups.back().get(), valueText(0)));
+            leaves.back()->setNotes({QStringLiteral("dB"), QStringLiteral("A level of ") +
+                                                               groupName(leaf / LEAVES_PER_GROUP)});
         }
         for (DatacoreBase* root : {&config, &status, &command, &persistentConfig}) {
             root->takeChangedList();
@@ -136,6 +141,12 @@ public:
         }
         return true;
     }
+    void describe() { manager.getDescriptions().requestDescriptions(); }
+    bool isDescribed() { return manager.getDescriptions().getPendingCount() == 0; }
+    bool hasAllDescriptions()
+    {
+        return manager.getDescriptions().getCount() == registry().getCount();
+    }
     void onLastLeafChanged(const std::function<void()>& handler)
     {
         QObject::connect(registry().lookup(leafPath(lastLeaf)), &ClientDatacore::datacoreUpdated,
@@ -163,6 +174,20 @@ private:
     ClientDatacore* written = nullptr;
     int valuesTaken = 0;
     int lastLeaf;
+};
+
+/// A mirror that wants descriptions too.
+class DescribedMirror : public OurMirror
+{
+public:
+    DescribedMirror(quint16 port, int leafCount)
+        : OurMirror(port, leafCount)
+    {
+        describe();
+    }
+
+    bool isFilled() { return OurMirror::isFilled() && isDescribed(); }
+    bool hasAllValues() { return OurMirror::hasAllValues() && hasAllDescriptions(); }
 };
 
 #if BENCH_HAS_REMOTE_OBJECTS
@@ -548,6 +573,65 @@ void roundTripBesideSocket(benchmark::State& state)
     compareRoundTrip<EchoClient>(state, echo(), 1 / 1.25, 1 / 1.1);
 }
 
+/// The seconds from nothing to a mirror that has all values.
+template <typename Mirror>
+double fill(const ServerProcess& server, bool& isWhole)
+{
+    std::unique_ptr<Mirror> filled;
+    const double took = bench::seconds([&] {
+        filled = std::make_unique<Mirror>(server.getPort(), LEAVES_TO_FILL);
+        waitUntil([&] { return filled->isFilled(); });
+    });
+    isWhole = isWhole && filled->hasAllValues();
+    return took;
+}
+
+/// A mirror of values and descriptions beside one of values alone.
+void fillWithDescriptions(benchmark::State& state)
+{
+    ::alarm(ROW_TIMEOUT_S);
+    const ServerProcess server(ours(), LEAVES_TO_FILL);
+    bool isWhole = true;
+    std::vector<double> ratios;
+    for (auto _ : state) {
+        const double took = fill<DescribedMirror>(server, isWhole);
+        state.SetIterationTime(took);
+        ratios.push_back(fill<OurMirror>(server, isWhole) / took);
+    }
+    if (!isWhole) {
+        state.SkipWithError("a value or a description is missing");
+    }
+    state.counters["ratio"] = bench::median(std::move(ratios));
+    state.counters["must"] = 1 / 1.6;
+    state.counters["aim"] = 1 / 1.3;
+}
+
+/// The descriptions of all leaves, asked for by a mirror that is there, beside their values.
+void descriptionsBesideValues(benchmark::State& state)
+{
+    ::alarm(ROW_TIMEOUT_S);
+    const ServerProcess server(ours(), LEAVES_TO_FILL);
+    OurMirror mirrored(server.getPort(), LEAVES_TO_FILL);
+    waitUntil([&] { return mirrored.isFilled(); });
+    bool isWhole = true;
+    std::vector<double> ratios;
+    for (auto _ : state) {
+        const double took = bench::seconds([&] {
+            mirrored.describe();
+            waitUntil([&] { return mirrored.isDescribed(); });
+        });
+        state.SetIterationTime(took);
+        ratios.push_back(fill<OurMirror>(server, isWhole) / took);
+        isWhole = isWhole && mirrored.hasAllDescriptions();
+    }
+    if (!isWhole) {
+        state.SkipWithError("a value or a description is missing");
+    }
+    state.counters["ratio"] = bench::median(std::move(ratios));
+    state.counters["must"] = 1;
+    state.counters["aim"] = 2;
+}
+
 #if BENCH_HAS_REMOTE_OBJECTS
 void roundTripBesideRemoteObjects(benchmark::State& state)
 {
@@ -564,19 +648,6 @@ void updatesBesideRemoteObjects(benchmark::State& state)
     bench::compare(
         state, 1, 2.5, [&] { mine.runRounds(); }, [&] { peer.runRounds(); });
     state.SetItemsProcessed(state.iterations() * LEAVES * ROUNDS);
-}
-
-/// The seconds from nothing to a mirror that has all values.
-template <typename Mirror>
-double fill(const ServerProcess& server, bool& isWhole)
-{
-    std::unique_ptr<Mirror> filled;
-    const double took = bench::seconds([&] {
-        filled = std::make_unique<Mirror>(server.getPort(), LEAVES_TO_FILL);
-        waitUntil([&] { return filled->isFilled(); });
-    });
-    isWhole = isWhole && filled->hasAllValues();
-    return took;
 }
 
 void fillBesideRemoteObjects(benchmark::State& state)
@@ -628,6 +699,8 @@ BENCHMARK(updatesBesideRemoteObjects)
     ->Iterations(5)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(fillWithDescriptions)->Iterations(9)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(descriptionsBesideValues)->Iterations(9)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(fillBesideRemoteObjects)->Iterations(5)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 int runAsChild(const QStringList& words)

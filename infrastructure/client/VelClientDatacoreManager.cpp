@@ -12,6 +12,7 @@ VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection
     , registry(connection)
     , populator(connection, registry, distributor)
     , monitor(connection)
+    , descriptions(connection, distributor)
 {
     if (&connection.getReceivers() != &distributor.getReceivers()) {
         VELLOG_ERR() << "Client datacore manager: connection and distributor use two registers, "

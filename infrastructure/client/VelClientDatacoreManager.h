@@ -2,14 +2,15 @@
 // thread.
 #pragma once
 
+#include "infrastructure/client/ClientDatacoreDescriptions.h"
 #include "infrastructure/client/ClientDatacoreMonitor.h"
 #include "infrastructure/client/ClientDatacorePopulator.h"
 #include "infrastructure/client/ClientDatacoreRegistry.h"
 
 #include <memory>
 
-/// Owns registry, populator and monitor. The first dump after connecting fills the registry; later
-/// ones are ignored until the link is lost.
+/// Owns registry, populator, monitor and descriptions. The first dump after connecting fills the
+/// registry; later ones are ignored until the link is lost.
 class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAcceptorInterface
 {
     Q_OBJECT
@@ -26,6 +27,8 @@ public:
 
     /// The mirrors; owned, and cleared when the link is lost.
     ClientDatacoreRegistry& getRegistry() { return registry; }
+    /// What the server's datacores take: none until asked for, and cleared when the link is lost.
+    ClientDatacoreDescriptions& getDescriptions() { return descriptions; }
 
     /// True only for "DatacorePathRadixTreePacket".
     bool canAcceptPacket(QString className) override;
@@ -40,4 +43,5 @@ private:
     ClientDatacoreRegistry registry;
     ClientDatacorePopulator populator;
     ClientDatacoreMonitor monitor;
+    ClientDatacoreDescriptions descriptions;
 };

@@ -1,6 +1,7 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 
 #include "infrastructure/datacore/DatacoreChildren_p.h"
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/JsonText_p.h"
 #include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/Log.h"
@@ -412,6 +413,37 @@ bool DatacoreBase::areChildrenValid() const
     });
 }
 
+DatacoreDescription DatacoreBase::getDescription() const
+{
+    DatacoreDescription description;
+    if (children && getDataCount() == 0) {
+        description.kind = DatacoreDescription::GROUP();
+    }
+    describe(description);
+    if (notes) {
+        description.unit = notes->unit;
+        description.sentence = notes->sentence;
+        description.leastCount = std::max(description.leastCount, notes->leastCount);
+        description.mostCount = std::min(description.mostCount, notes->mostCount);
+    }
+    description.isReadOnly = isReadOnlyForClients();
+    return description;
+}
+
+void DatacoreBase::setNotes(const DatacoreNotes& ownersNotes)
+{
+    notes = std::make_unique<DatacoreNotes>(ownersNotes);
+}
+
+bool DatacoreBase::isReadOnlyForClients() const
+{
+    const DatacoreBase* node = this;
+    while (node != nullptr && !(node->notes && node->notes->isReadOnly)) {
+        node = node->parent;
+    }
+    return node != nullptr;
+}
+
 void DatacoreBase::clearChangeState()
 {
     if (children) {
@@ -511,6 +543,8 @@ void DatacoreBase::updateActiveStatus(DatacoreActiveStatusMessages& reasons)
 void DatacoreBase::onValid() {}
 
 void DatacoreBase::onChanged() {}
+
+void DatacoreBase::describe(DatacoreDescription&) const {}
 
 void DatacoreBase::initialiseStatus()
 {

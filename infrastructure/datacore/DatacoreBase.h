@@ -16,6 +16,8 @@
 #include <vector>
 
 class DatacoreChildren;
+struct DatacoreDescription;
+struct DatacoreNotes;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
 /// invalid or inactive, its class name, and its children. Every write validates the node that it
@@ -98,6 +100,13 @@ public:
     DatacoreBase* findDatacore(QStringView path);
     const DatacoreBase* findDatacore(QStringView path) const;
 
+    /// What the node takes: what its class tells, and the notes of its owner.
+    DatacoreDescription getDescription() const;
+    /// Replaces the owner's notes. Mirrors learn of them when they ask again.
+    void setNotes(const DatacoreNotes& ownersNotes);
+    /// True if the notes of this node or of one above it say so. Writes made here are not affected.
+    bool isReadOnlyForClients() const;
+
     /// 0 unchanged; 1 changed by incoming JSON only; 2 changed here, by a setter or by its own
     /// validation. A new node starts at 2.
     quint32 getChangeState() const { return changeState; }
@@ -131,6 +140,9 @@ protected:
     /// outermost one returns.
     virtual void onChanged();
     void elementPopulated() override;
+    /// Tells what values of this class are like. `description` comes as that of a text, or of a
+    /// group for a node that has children but no value; an override sets what differs.
+    virtual void describe(DatacoreDescription& description) const;
 
     void setClassName(const QString& name) { classnameElement.setClassName(name); }
     /// Works out the initial status without telling anyone. For a constructor whose value may be
@@ -167,6 +179,7 @@ private:
     bool updatingStatus = false; ///< the node's status is being worked out
     DatacoreChangeList pendingChanges;
     std::unique_ptr<DatacoreChildren> children; ///< null without children, as in nearly all nodes
+    std::unique_ptr<DatacoreNotes> notes;       ///< null without notes
     QString instanceName;
     DatacoreBase* parent;
 };

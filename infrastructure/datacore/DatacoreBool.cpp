@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/DatacoreBool.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 namespace {
 
 QString toText(bool flag)
@@ -75,4 +77,10 @@ void DatacoreBool::updateValidStatus(DatacoreValidStatusMessages& reasons)
             return;
         }
     }
+}
+
+void DatacoreBool::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("Bool");
+    description.choices = QStringList{toText(false), toText(true)};
 }

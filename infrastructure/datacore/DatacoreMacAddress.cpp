@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -10,6 +12,8 @@ using Octets = DatacoreMacAddress::Octets;
 using Tessorn::Types::Base;
 
 constexpr quint64 BROADCAST = 0xFFFFFFFFFFFF;
+constexpr quint64 MINIMUM = 1;
+constexpr quint64 MAXIMUM = BROADCAST - 1;
 
 quint64 pack(const Octets& octets)
 {
@@ -153,10 +157,17 @@ void DatacoreMacAddress::updateValidStatus(DatacoreValidStatusMessages& reasons)
         return;
     }
     for (const quint64 number : numbers) {
-        if (number == 0 || number >= BROADCAST) {
+        if (number < MINIMUM || number > MAXIMUM) {
             reasons.append(DatacoreValidStatusMessage(
                 MessageBase::MessageType_Error,
                 DatacoreValidStatusMessage::MessageContent_InvalidMacAddress));
         }
     }
+}
+
+void DatacoreMacAddress::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("MacAddress");
+    description.minimum = serialise(MINIMUM);
+    description.maximum = serialise(MAXIMUM);
 }

@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/DatacoreNumber.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 #include <limits>
 #include <type_traits>
 
@@ -142,6 +144,11 @@ auto DatacoreNumber<T>::convertAll(DatacoreValidStatusMessages& reasons) const -
     QString DatacoreNumber<TYPE>::CLASSNAME()                                                      \
     {                                                                                              \
         return QStringLiteral("Datacore" NAME);                                                    \
+    }                                                                                              \
+    template <>                                                                                    \
+    void DatacoreNumber<TYPE>::describe(DatacoreDescription& description) const                    \
+    {                                                                                              \
+        description.kind = QStringLiteral(NAME);                                                   \
     }                                                                                              \
     template class DatacoreNumber<TYPE>;
 DATACORE_FOR_EACH_NUMBER_TYPE(INSTANTIATE)

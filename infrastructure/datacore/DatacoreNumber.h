@@ -55,6 +55,7 @@ protected:
     using Numbers = QVarLengthArray<T, 16>;
 
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
     /// Converts all values and replaces the reasons with those that the conversion gives.
     Numbers convertAll(DatacoreValidStatusMessages& reasons) const;
 
@@ -66,6 +67,8 @@ protected:
 #define DATACORE_DECLARE(TYPE, NAME)                                                               \
     template <>                                                                                    \
     QString DatacoreNumber<TYPE>::CLASSNAME();                                                     \
+    template <>                                                                                    \
+    void DatacoreNumber<TYPE>::describe(DatacoreDescription&) const;                               \
     extern template class DatacoreNumber<TYPE>;
 DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_DECLARE)
 #undef DATACORE_DECLARE

@@ -1,5 +1,6 @@
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreNumberChecks_p.h"
 
 template <typename T>
@@ -49,6 +50,14 @@ void DatacoreNumberLimits<T>::updateValidStatus(DatacoreValidStatusMessages& rea
 {
     DatacoreNumberChecks::checkLimits(this->convertAll(reasons), minimumValue, maximumValue,
                                       reasons);
+}
+
+template <typename T>
+void DatacoreNumberLimits<T>::describe(DatacoreDescription& description) const
+{
+    DatacoreNumber<T>::describe(description);
+    description.minimum = this->serialise(minimumValue);
+    description.maximum = this->serialise(maximumValue);
 }
 
 #define INSTANTIATE(TYPE, NAME)                                                                    \

@@ -32,6 +32,7 @@ protected:
                          T minimum, T maximum, T number);
 
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
 
 private:
     T minimumValue = std::numeric_limits<T>::lowest();

@@ -1,5 +1,6 @@
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreNumberChecks_p.h"
 
 template <typename T>
@@ -39,6 +40,13 @@ template <typename T>
 void DatacoreNumberSet<T>::updateValidStatus(DatacoreValidStatusMessages& reasons)
 {
     DatacoreNumberChecks::checkUniqueness(this->convertAll(reasons), reasons);
+}
+
+template <typename T>
+void DatacoreNumberSet<T>::describe(DatacoreDescription& description) const
+{
+    DatacoreNumber<T>::describe(description);
+    description.isUnique = true;
 }
 
 #define INSTANTIATE(TYPE, NAME) template class DatacoreNumberSet<TYPE>;

@@ -25,6 +25,7 @@ protected:
                       const std::deque<T>& numbers);
 
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
 };
 
 #define DATACORE_DECLARE(TYPE, NAME) extern template class DatacoreNumberSet<TYPE>;

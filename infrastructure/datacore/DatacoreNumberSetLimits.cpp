@@ -1,6 +1,9 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreNumberChecks_p.h"
+
+#include <type_traits>
 
 template <typename T>
 QString DatacoreNumberSetLimits<T>::CLASSNAME()
@@ -46,6 +49,20 @@ void DatacoreNumberSetLimits<T>::updateValidStatus(DatacoreValidStatusMessages& 
     DatacoreNumberChecks::checkUniqueness(numbers, reasons);
     DatacoreNumberChecks::checkLimits(numbers, this->getMinimumValue(), this->getMaximumValue(),
                                       reasons);
+}
+
+template <typename T>
+void DatacoreNumberSetLimits<T>::describe(DatacoreDescription& description) const
+{
+    DatacoreNumberLimits<T>::describe(description);
+    description.isUnique = true;
+    if constexpr (std::is_integral_v<T>) { // there are no more numbers than that
+        const auto others = static_cast<quint64>(this->getMaximumValue()) -
+                            static_cast<quint64>(this->getMinimumValue());
+        if (others < quint64(DatacoreDescription::ANY_COUNT)) {
+            description.mostCount = static_cast<int>(others + 1);
+        }
+    }
 }
 
 #define INSTANTIATE(TYPE, NAME) template class DatacoreNumberSetLimits<TYPE>;

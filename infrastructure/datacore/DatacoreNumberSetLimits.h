@@ -25,6 +25,7 @@ protected:
                             T minimum, T maximum, const std::deque<T>& numbers);
 
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
 };
 
 #define DATACORE_DECLARE(TYPE, NAME) extern template class DatacoreNumberSetLimits<TYPE>;

@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/DatacorePoint.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 namespace {
 
 constexpr QLatin1Char SEPARATOR(',');
@@ -92,4 +94,9 @@ void DatacorePoint::updateValidStatus(DatacoreValidStatusMessages& reasons)
                     MessageContent_DatacoreValueNotConvertableToDesiredType));
         }
     }
+}
+
+void DatacorePoint::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("Point");
 }

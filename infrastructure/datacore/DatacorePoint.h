@@ -29,4 +29,5 @@ public:
 
 protected:
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
 };

@@ -1,5 +1,6 @@
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
@@ -106,4 +107,9 @@ void DatacoreVideoStandard::readStandards()
         standards.push_back(fromText(getDataAt(i)));
     }
     cache.swap(standards);
+}
+
+void DatacoreVideoStandard::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("VideoStandard");
 }

@@ -43,6 +43,7 @@ public:
 protected:
     /// Parses the standards again. A subclass with reasons of its own calls it first.
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
 
 private:
     void readStandards();

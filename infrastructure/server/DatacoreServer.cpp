@@ -1,5 +1,6 @@
 #include "infrastructure/server/DatacoreServer.h"
 
+#include "infrastructure/server/DatacoreDescriptionAnswers_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
@@ -37,9 +38,14 @@ public:
         , server(&owner)
         , connection(receivers)
         , distributor(receivers)
+        , descriptions(connection,
+                       {owner.getRoots(),
+                        [&owner](const QString& fullPath) { return owner.findDatacore(fullPath); }},
+                       MAX_UNSENT_BYTES, [this, &owner] { owner.dropClientThatDoesNotRead(*this); })
     {
-        distributor.registerPacketAcceptor(
-            *this, {DatacorePathListPacket::CLASSNAME(), DatacorePacket::CLASSNAME()});
+        distributor.registerPacketAcceptor(*this, {DatacorePathListPacket::CLASSNAME(),
+                                                   DatacorePacket::CLASSNAME(),
+                                                   DatacoreDescriptionRequestPacket::CLASSNAME()});
         QObject::connect(&connection, &NetworkConnection::disconnectedFromHost, this, [this] {
             if (server != nullptr) {
                 server->dropClient(*this);
@@ -61,13 +67,15 @@ public:
     void retire()
     {
         server = nullptr;
+        descriptions.stop();
         deleteLater();
     }
 
     bool canAcceptPacket(QString className) override
     {
         return className == DatacorePathListPacket::CLASSNAME() ||
-               className == DatacorePacket::CLASSNAME();
+               className == DatacorePacket::CLASSNAME() ||
+               className == DatacoreDescriptionRequestPacket::CLASSNAME();
     }
 
     void acceptPacket(const SerialisableDataPacket& packet) override
@@ -78,6 +86,8 @@ public:
         bool ok = false;
         if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
             server->sendDump(*this, DatacorePathListPacket(packet, ok));
+        } else if (packet.getPacketClassName() == DatacoreDescriptionRequestPacket::CLASSNAME()) {
+            descriptions.add(DatacoreDescriptionRequestPacket(packet, ok));
         } else {
             server->applyWrite(DatacorePacket(packet, ok));
         }
@@ -88,6 +98,7 @@ private:
     RawDataPacketReceivers receivers;
     NetworkConnection connection;
     SerialisableDataPacketDistributor distributor;
+    DatacoreDescriptionAnswers descriptions;
 };
 
 /// The answer to a request, sent piece by piece.

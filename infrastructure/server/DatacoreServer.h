@@ -23,9 +23,9 @@ struct DatacoreTrees
     DatacoreBase* persistentConfig;
 };
 
-/// Accepts any number of clients, gives each the names and values that it asks for, applies their
-/// writes, and tells all of them what has changed. Each client has its own register, so its packets
-/// are not seen by another server's clients or by a mirror in the same process.
+/// Accepts any number of clients, gives each the names, values and descriptions that it asks for,
+/// applies their writes, and tells all of them what has changed. Each client has its own register,
+/// so its packets are not seen by another server's clients or by a mirror in the same process.
 ///
 /// A write to a path that does not exist is logged and gets no echo. Any other is echoed to all
 /// clients, under its ids, with what the node holds afterwards, even if nothing has changed or the

@@ -1,6 +1,7 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
 //   datacore_server [--address ADDRESS] [--port PORT]
 #include "infrastructure/datacore/DatacoreBool.h"
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/datacore/DatacoreNumberSet.h"
@@ -27,6 +28,11 @@ struct InputConfig : DatacoreBase
     InputConfig(const QString& name, DatacoreBase* parentNode)
         : DatacoreBase(name, parentNode)
     {
+        label.setNotes({{}, QStringLiteral("Name of the input."), false, 1, 1});
+        enabled.setNotes({{}, QStringLiteral("Whether the input is looked at."), false, 1, 1});
+        equaliser.setNotes({{}, QStringLiteral("Strength of the cable equaliser."), false, 1, 1});
+        cursor.setNotes(
+            {QStringLiteral("pixel"), QStringLiteral("Place of the cursor."), false, 1, 1});
     }
 
     DatacoreBase label{QStringLiteral("label"), this, getInstanceName()};
@@ -40,6 +46,10 @@ struct ConfigTree : DatacoreBase
     ConfigTree()
         : DatacoreBase(QStringLiteral("configCoreRouter"), nullptr)
     {
+        subImages.setNotes({{}, QStringLiteral("Inputs that are shown, in their order.")});
+        loudnessTarget.setNotes(
+            {QStringLiteral("LUFS"), QStringLiteral("Loudness aimed at."), false, 1, 1});
+        jitterGain.setNotes({{}, QStringLiteral("Gain of the jitter display."), false, 1, 1});
     }
 
     InputConfig input1{QStringLiteral("input1"), this};
@@ -56,6 +66,11 @@ struct StatusTree : DatacoreBase
     StatusTree()
         : DatacoreBase(QStringLiteral("statusCoreRouter"), nullptr)
     {
+        setNotes({{}, QStringLiteral("What the instrument measures."), true});
+        temperature.setNotes(
+            {QStringLiteral("\u00B0C"), QStringLiteral("Temperature of the FPGA."), false, 1, 1});
+        lineOffset.setNotes({QStringLiteral("line"), QStringLiteral("Offset to the reference.")});
+        ptpOffset.setNotes({QStringLiteral("ns"), QStringLiteral("Offset to the grandmaster.")});
     }
 
     DatacoreNumber<unsigned long long> framesSeen{QStringLiteral("framesSeen"), this, 0};
@@ -73,6 +88,8 @@ struct CommandTree : DatacoreBase
     CommandTree()
         : DatacoreBase(QStringLiteral("commandCoreRouter"), nullptr)
     {
+        seek.setNotes({QStringLiteral("frame"), QStringLiteral("Where to play from.")});
+        capture.setNotes({QStringLiteral("frame"), QStringLiteral("How much to capture.")});
     }
 
     DatacoreBool recalibrate{QStringLiteral("recalibrate"), this, false};
@@ -85,6 +102,8 @@ struct PersistentConfigTree : DatacoreBase
     PersistentConfigTree()
         : DatacoreBase(QStringLiteral("persistentConfigCoreRouter"), nullptr)
     {
+        licences.setNotes({{}, QStringLiteral("Numbers of the options that were bought.")});
+        name.setNotes({{}, QStringLiteral("Name of the instrument."), false, 1, 1});
     }
 
     DatacoreMacAddress macAddress{

@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/leaves/DatacoreGrandmasterInfo.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 DatacoreGrandmasterInfo::DatacoreGrandmasterInfo(const QString& name, DatacoreBase* parentNode,
                                                  const Records& initialRecords)
     : DatacoreRecordLeaf(
@@ -7,4 +9,9 @@ DatacoreGrandmasterInfo::DatacoreGrandmasterInfo(const QString& name, DatacoreBa
           DatacoreValidStatusMessage::MessageContent_DatacoreValueNotConvertableToGrandmasterInfo)
 {
     initialiseStatus();
+}
+
+void DatacoreGrandmasterInfo::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("GrandmasterInfo");
 }

@@ -17,4 +17,7 @@ public:
     /// Starts without a value unless records are given.
     DatacoreGrandmasterInfo(const QString& name, DatacoreBase* parentNode,
                             const Records& initialRecords = {});
+
+protected:
+    void describe(DatacoreDescription& description) const override;
 };

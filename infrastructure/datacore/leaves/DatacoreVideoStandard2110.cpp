@@ -1,5 +1,7 @@
 #include "infrastructure/datacore/leaves/DatacoreVideoStandard2110.h"
 
+#include "infrastructure/datacore/DatacoreDescription.h"
+
 DatacoreVideoStandard2110::DatacoreVideoStandard2110(const QString& name, DatacoreBase* parentNode,
                                                      const Records& initialRecords)
     : DatacoreRecordLeaf(
@@ -32,4 +34,9 @@ void DatacoreVideoStandard2110::checkRecord(const Tessorn::IpTypes::VideoStandar
         addReason(reasons,
                   DatacoreValidStatusMessage::MessageContent_VideoStandard2110ParamsInvalid);
     }
+}
+
+void DatacoreVideoStandard2110::describe(DatacoreDescription& description) const
+{
+    description.kind = QStringLiteral("VideoStandard2110");
 }

@@ -28,6 +28,7 @@ public:
 
 protected:
     void updateValidStatus(DatacoreValidStatusMessages& reasons) override;
+    void describe(DatacoreDescription& description) const override;
     void checkRecord(const Tessorn::IpTypes::VideoStandard2110Params& record,
                      DatacoreValidStatusMessages& reasons) const override;
 

@@ -1,6 +1,7 @@
 // Registry, populator, monitor, manager and connection builder, over a link whose peer is the case.
 #include "infrastructure/client/DatacoreConnectionBuilderBase.h"
 #include "infrastructure/client/VelClientDatacoreManager.h"
+#include "infrastructure/utility/packets/DatacoreDescriptionPacket.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
@@ -355,4 +356,88 @@ TEST_CASE("A dump of ten thousand deep paths fills the mirror", "[client]")
     client.manager.getRegistry().populate(paths, monitor);
     CHECK(client.manager.getRegistry().getCount() == 1 + 20 * 500);
     CHECK(client.manager.getRegistry().lookup(paths.last()) != nullptr);
+}
+
+TEST_CASE("Descriptions are kept on demand, up to a bound, until the link is lost", "[client]")
+{
+    Client client;
+    ClientDatacoreDescriptions& descriptions = client.manager.getDescriptions();
+    int received = 0;
+    QObject::connect(&descriptions, &ClientDatacoreDescriptions::descriptionsReceived,
+                     [&received] { ++received; });
+    const auto answer = [&client](const QByteArray& elements, const char* rest = "") {
+        client.distributor.acceptPacket(
+            SerialisableDataPacket(R"({"Class":"DatacoreDescriptionPacket","Descriptions":[)" +
+                                       elements + ']' + rest + '}',
+                                   nullptr));
+    };
+    const QByteArray gain = R"({"Is":{"kind":"Int32","min":"1","unit":"dB"},"Paths":["a","b"]})";
+    const char* const last = R"(,"Last":true)";
+    CHECK_FALSE(descriptions.canAcceptPacket(DatacorePacket::CLASSNAME()));
+    LogCapture log;
+    answer(gain, last); // nobody has asked
+    CHECK(descriptions.getCount() == 0);
+
+    descriptions.requestDescriptions(lines({"a", "c/d"}));
+    const QString id = client.connection.getLocalIdentifier();
+    CHECK(client.sent() ==
+          QStringLiteral(R"({"Class":"DatacoreDescriptionRequestPacket","ClientID":"%1",)"
+                         R"("Paths":["a","c/d"]})")
+              .arg(id)
+              .toUtf8());
+    descriptions.requestDescriptions();
+    CHECK(client.sent().endsWith(R"("Paths":[]})"));
+    CHECK(descriptions.getPendingCount() == 2);
+    answer(gain);
+    CHECK(received == 0);
+    CHECK(log.lines().isEmpty());
+    answer(R"({"Is":{"min":5},"Paths":["x"]},5,{"Is":{}},{"Is":{},"Paths":["y",1]},)"
+           R"({"Paths":["z"]},{"Is":{"unit":"s"},"Paths":["b","c"]})",
+           last);
+    CHECK(log.lines() == lines({"error: Description left out: bad \"min\" for x",
+                                "error: Description left out: wrong shape for ",
+                                "error: Description left out: wrong shape for ",
+                                "error: Description left out: wrong shape for y",
+                                "error: Description left out: wrong shape for z"}));
+    CHECK(received == 1);
+    CHECK(descriptions.getPendingCount() == 1);
+    const auto kept = descriptions.findDescription(QStringLiteral("a"));
+    CHECK(kept->unit == QStringLiteral("dB"));
+    CHECK(descriptions.findDescription(QStringLiteral("b"))->unit == QStringLiteral("s"));
+    CHECK(descriptions.findDescription(QStringLiteral("x")) == nullptr);
+    CHECK(descriptions.getCount() == 3);
+
+    client.socket->drop();
+    CHECK(descriptions.getCount() == 0);
+    CHECK(descriptions.getPendingCount() == 0);
+    CHECK(kept->minimum == QStringLiteral("1"));
+    descriptions.requestDescriptions();
+    CHECK(descriptions.getPendingCount() == 0); // without a link
+
+    // Of 8 MiB, 132,000 for a thousand choices of a hundred characters, while anybody has them.
+    Client full;
+    ClientDatacoreDescriptions& bounded = full.manager.getDescriptions();
+    bounded.requestDescriptions();
+    const int linesBefore = log.lines().size();
+    DatacoreDescription wide;
+    for (int i = 0; i < 1'000; ++i) {
+        wide.choices.append(QString(100, QLatin1Char('x')));
+    }
+    for (int i = 0; i < 100; ++i) {
+        DatacoreDescriptionPacket::Content again;
+        again.add(wide, QStringLiteral("a"));
+        full.distributor.acceptPacket(DatacoreDescriptionPacket(QString(), again, false));
+    }
+    CHECK(log.lines().size() == linesBefore);
+
+    // 1032 for each path, and 196 for the description that all have.
+    DatacoreDescriptionPacket::Content many;
+    for (int i = 0; i < 9'000; ++i) {
+        many.add({}, QString::number(i).rightJustified(1'000, QLatin1Char('x')));
+    }
+    full.distributor.acceptPacket(DatacoreDescriptionPacket(QString(), many, false));
+    REQUIRE(log.lines().size() == linesBefore + 1);
+    CHECK(log.lines().last().startsWith(
+        QStringLiteral("error: Description left out: too many, from xxxx")));
+    CHECK(bounded.getCount() == 8'001);
 }

@@ -1,4 +1,5 @@
 // Leaves of records: video on IP, and a PTP grandmaster.
+#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/leaves/DatacoreGrandmasterInfo.h"
 #include "infrastructure/datacore/leaves/DatacoreVideoStandard2110.h"
 #include "sw/infrastructure_test/Catch.h"
@@ -32,6 +33,7 @@ void checkLeaf(const Record& first, const Record& second, const QByteArray& clas
                                      firstText + "\",\"reasonsForBeingInactive\":[]," +
                                      "\"reasonsForBeingInvalid\":[]}}");
     CHECK(leaf.getDataRecord() == first);
+    CHECK("Datacore" + leaf.getDescription().kind.toLatin1() == className);
 
     transfer(Leaf(NAME, nullptr, {first, second}), leaf);
     CHECK(toText(write(leaf, "", true)) ==

@@ -2,14 +2,18 @@
 #include "infrastructure/client/VelClientDatacoreManager.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/utility/packets/DatacoreDescriptionPacket.h"
+#include "infrastructure/utility/packets/DatacoreDescriptionRequestPacket.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QCoreApplication>
+#include <QTcpSocket>
 
 #include <algorithm>
 #include <array>
@@ -76,6 +80,25 @@ struct Mirror
         }
         return count;
     }
+};
+
+/// Without the lines that each first fill has.
+QStringList linesOfDescriptions(const LogCapture& log)
+{
+    return log.lines().filter(QStringLiteral("escription"));
+}
+
+/// The sizes of the packets of descriptions.
+struct DescriptionSizes : RawDataPacketReceiverInterface<SerialisableDataPacket>
+{
+    using RawDataPacketReceiverInterface::RawDataPacketReceiverInterface;
+    void receivePacket(std::shared_ptr<SerialisableDataPacket> packet) override
+    {
+        if (packet->getPacketClassName() == DatacoreDescriptionPacket::CLASSNAME()) {
+            bytes.push_back(packet->serialisePayload().size());
+        }
+    }
+    std::vector<int> bytes;
 };
 
 /// A server and its mirror, which hold values that no other pair of the process has.
@@ -206,4 +229,97 @@ TEST_CASE("A server answers whoever asks, counts its clients, and drops who has 
     REQUIRE(waitFor([&] { return mirror.countPending() == 0; }));
     CHECK(log.lines() ==
           QStringList{QStringLiteral("error: Write to an unknown path configCoreRouter/none")});
+}
+
+TEST_CASE("A server describes what it is asked about, joined in packets of bounded size",
+          "[server][client]")
+{
+    Trees trees(7);
+    std::vector<std::unique_ptr<DatacoreNumberLimits<int>>> many;
+    for (int i = 0; i < 5'000; ++i) {
+        many.push_back(std::make_unique<DatacoreNumberLimits<int>>(QStringLiteral("many%1").arg(i),
+                                                                   &trees.status, i / 1'000, 10));
+    }
+    many[4'999]->setNotes({QStringLiteral("dB"), {}, true});
+    DatacoreServer server(trees.roots);
+    REQUIRE(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    Mirror mirror;
+    REQUIRE(mirror.fill(server.getPort()));
+    ClientDatacoreDescriptions& descriptions = mirror.manager.getDescriptions();
+    int received = 0;
+    QObject::connect(&descriptions, &ClientDatacoreDescriptions::descriptionsReceived,
+                     [&received] { ++received; });
+    DescriptionSizes sizes(mirror.receivers);
+
+    const LogCapture log;
+    descriptions.requestDescriptions(
+        {configPath(3), QStringLiteral("configCoreRouter/none"), QString()});
+    REQUIRE(waitFor([&] { return received == 1; }));
+    CHECK(linesOfDescriptions(log) ==
+          QStringList{QStringLiteral("error: Descriptions of unknown paths were "
+                                     "requested: configCoreRouter/none and 1 others")});
+    CHECK(descriptions.getCount() == 1);
+    CHECK(*descriptions.findDescription(configPath(3)) == trees.leaves[3]->getDescription());
+
+    sizes.bytes.clear();
+    descriptions.requestDescriptions();
+    descriptions.requestDescriptions({configPath(4)});
+    CHECK(descriptions.getPendingCount() == 2);
+    REQUIRE(waitFor([&] { return descriptions.getPendingCount() == 0; }));
+    CHECK(received == 3);
+    CHECK(descriptions.getCount() == mirror.manager.getRegistry().getCount());
+    for (const auto& leaf : many) {
+        CHECK(*descriptions.findDescription(leaf->getPath()) == leaf->getDescription());
+    }
+    // A path of 28 bytes for each leaf, a description for each thousand of them.
+    REQUIRE(sizes.bytes.size() == 4);
+    for (const int full : {sizes.bytes[0], sizes.bytes[1]}) {
+        CHECK(full > 64 << 10);
+        CHECK(full < 65 << 10);
+    }
+    CHECK(sizes.bytes[2] < 11'000);
+    CHECK(sizes.bytes[3] < 300);
+    CHECK(linesOfDescriptions(log).size() == 1);
+
+    mirror.connection.connectToHost(QHostAddress(QHostAddress::LocalHost), server.getPort());
+    CHECK(descriptions.getCount() == 0);
+}
+
+TEST_CASE("Who asks for descriptions in a loop delays nobody, and is dropped if it does not wait",
+          "[server]")
+{
+    Trees trees(7);
+    std::vector<std::unique_ptr<DatacoreBase>> many;
+    for (int i = 0; i < 600; ++i) { // 6 MB of names
+        many.push_back(std::make_unique<DatacoreBase>(
+            QString::number(i) + QString(10'000, QLatin1Char('x')), &trees.status));
+    }
+    DatacoreServer server(trees.roots);
+    REQUIRE(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    Mirror good;
+    REQUIRE(good.fill(server.getPort()));
+    const LogCapture log;
+    for (int i = 0; i < 3'000; ++i) { // small ones are answered as fast as they come
+        good.manager.getDescriptions().requestDescriptions({configPath(1)});
+    }
+    REQUIRE(waitFor([&] { return good.manager.getDescriptions().getPendingCount() == 0; }));
+    CHECK(linesOfDescriptions(log).isEmpty());
+
+    // One does not wait for its answers, one does not read them.
+    const int requests[] = {1'500, 20};
+    for (const int count : requests) {
+        QTcpSocket greedy;
+        greedy.setReadBufferSize(1);
+        greedy.connectToHost(QHostAddress(QHostAddress::LocalHost), server.getPort());
+        REQUIRE(waitFor([&] { return server.getClientCount() == 2; }));
+        for (int i = 0; i < count; ++i) {
+            DatacoreDescriptionRequestPacket(QString(), {}).serialiseTo(greedy);
+        }
+        good.leaf(0)->setDataInt(count);
+        REQUIRE(waitFor([&] { return good.countPending() == 0; }));
+        CHECK(server.getClientCount() == 2);
+        REQUIRE(waitFor([&] { return server.getClientCount() == 1; }));
+    }
+    CHECK(linesOfDescriptions(log).size() == 1);
+    CHECK(log.lines().filter(QStringLiteral("does not read, dropped")).size() == 2);
 }
