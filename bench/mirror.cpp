@@ -9,6 +9,8 @@
 #include "infrastructure/client/VelClientDatacoreManager.h"
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/NetworkConnection.h"
+#include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 
 #include <QBuffer>
 #include <QCoreApplication>

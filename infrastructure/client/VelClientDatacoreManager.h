@@ -9,7 +9,8 @@
 #include <memory>
 
 /// Owns registry, populator and monitor. The first dump after connecting fills the registry; later
-/// ones are ignored until the link is lost.
+/// ones are ignored until the link is lost. DatacoreLink owns one of these and its connection, and
+/// reconnects by itself.
 class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAcceptorInterface
 {
     Q_OBJECT
@@ -24,7 +25,7 @@ public:
     explicit VelClientDatacoreManager(NetworkConnection& connection, QObject* parent = nullptr);
     ~VelClientDatacoreManager() override;
 
-    /// The mirrors; owned, and cleared when the link is lost.
+    /// The mirrors; owned, and cleared when the link is lost, unless setKeepMirrors says otherwise.
     ClientDatacoreRegistry& getRegistry() { return registry; }
 
     /// True only for "DatacorePathRadixTreePacket".
