@@ -194,7 +194,9 @@ void ClientDatacore::onChanged()
 {
     const CallingOut callingOut(*this);
     populateConnectedGuiElements();
-    if (getChangeState() == 2) {
+    if (getChangeState() == 2 && refusedWrites != nullptr) {
+        (*refusedWrites)({path, toList(getDataList()), 1}); // a slot has lost the link
+    } else if (getChangeState() == 2) {
         const int packetId = takeNextPacketId();
         Q_EMIT clientDatacoreHasUpdateForServer(packetId, this);
     }

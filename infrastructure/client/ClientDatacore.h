@@ -148,5 +148,8 @@ private:
     const WriteHandler* refusedWrites = nullptr; ///< not null while there is no link
     int callDepth = 0;
     Freshness freshness = Freshness::NeverReceived;
-    bool isAwaited = false; ///< the registry is waiting for the value
+    // The registry's notes for the fill under way or to come.
+    bool isAwaited = false; ///< its value is waited for
+    bool isChanged = false; ///< it has become another since the link was lost
+    bool isAdded = false;   ///< it was not there before
 };

@@ -100,9 +100,11 @@ void ClientDatacoreRegistry::refill(const QStringList& paths, ClientDatacoreMoni
     if (thisLoss != linkEvents) {
         return; // a slot has lost or cleared this, too
     }
+    QStringList added;
     for (const QString& path : paths) {
         if (!datacoresByHash.contains(path) && add(path, monitor)) {
-            changes.added.append(path);
+            lookup(path)->isAdded = true;
+            added.append(path);
         }
     }
     linkIsLost = false;
@@ -111,8 +113,8 @@ void ClientDatacoreRegistry::refill(const QStringList& paths, ClientDatacoreMoni
     }
     beginFill();
     const quint32 thisFill = linkEvents;
-    if (!changes.added.isEmpty()) {
-        Q_EMIT mirrorsAdded(changes.added);
+    if (!added.isEmpty()) {
+        Q_EMIT mirrorsAdded(added);
     }
     if (thisFill == linkEvents) {
         endFillIfComplete();
@@ -137,10 +139,13 @@ void ClientDatacoreRegistry::removeMissing(const QStringList& paths)
         return;
     }
     for (const QString& path : qAsConst(removed)) {
+        ClientDatacore* datacore = datacores.take(path);
         datacoresByHash.remove(path);
-        destroy(datacores.take(path));
+        if (!datacore->isAdded) { // otherwise it has come and gone since the link was lost
+            removedPaths.append(path);
+        }
+        destroy(datacore);
     }
-    changes.removed += removed;
 }
 
 /// Waits for a value for each awaited mirror, and no longer than the patience lasts.
@@ -168,7 +173,7 @@ void ClientDatacoreRegistry::beginFill()
 void ClientDatacoreRegistry::deliver(ClientDatacore& datacore, const DatacorePacket& packet,
                                      bool isOwnUpdate)
 {
-    if (!datacore.isAwaited) {
+    if (!datacore.isAwaited && !linkIsLost) {
         datacore.populateFromPacket(packet, isOwnUpdate);
         return;
     }
@@ -177,16 +182,15 @@ void ClientDatacoreRegistry::deliver(ClientDatacore& datacore, const DatacorePac
     const quint32 thisFill = linkEvents;
     const QPointer<ClientDatacore> alive(&datacore);
     datacore.populateFromPacket(packet, isOwnUpdate);
-    if (alive.isNull() || thisFill != linkEvents || !datacore.isAwaited ||
-        datacore.freshness != ClientDatacore::Freshness::Current) {
-        return; // a slot has ended this fill, or the packet was an echo that is not taken
+    if (alive.isNull()) {
+        return; // a slot has cleared the registry
     }
-    datacore.isAwaited = false;
-    --awaitedCount;
-    if (wasStale && contentOf(datacore) != before) {
-        changes.changed.append(datacore.getPath());
+    datacore.isChanged = datacore.isChanged || (wasStale && contentOf(datacore) != before);
+    const bool isCurrent = datacore.freshness == ClientDatacore::Freshness::Current;
+    if (thisFill == linkEvents && isCurrent && std::exchange(datacore.isAwaited, false)) {
+        --awaitedCount;
+        endFillIfComplete();
     }
-    endFillIfComplete();
 }
 
 void ClientDatacoreRegistry::onPatienceOver()
@@ -209,20 +213,19 @@ void ClientDatacoreRegistry::endFill()
 {
     patience.stop();
     isFillUnderWay = false;
-    // A fill that the loss of the link ended has left its changes to this one.
-    const auto isGone = [this](const QString& path) { return lookup(path) == nullptr; };
-    for (QStringList* paths : {&changes.changed, &changes.added}) {
-        paths->erase(std::remove_if(paths->begin(), paths->end(), isGone), paths->end());
-    }
-    changes.changed.removeDuplicates();
-    if (awaitedCount > 0) {
-        for (ClientDatacore* datacore : qAsConst(datacores)) {
-            if (std::exchange(datacore->isAwaited, false)) {
-                changes.withoutValue.append(datacore->getPath());
+    MirrorChanges changes;
+    changes.removed.swap(removedPaths);
+    for (ClientDatacore* datacore : qAsConst(datacores)) {
+        const auto list = [datacore](bool& note, QStringList& paths) {
+            if (std::exchange(note, false)) {
+                paths.append(datacore->getPath());
             }
-        }
+        };
+        list(datacore->isAwaited, changes.withoutValue);
+        list(datacore->isChanged, changes.changed);
+        list(datacore->isAdded, changes.added);
     }
-    Q_EMIT mirrorsFilled(std::exchange(changes, {}));
+    Q_EMIT mirrorsFilled(changes);
 }
 
 void ClientDatacoreRegistry::clear()
@@ -239,7 +242,7 @@ void ClientDatacoreRegistry::release()
     ++linkEvents;
     linkIsLost = false;
     isFillUnderWay = false;
-    changes = MirrorChanges();
+    removedPaths.clear();
     patience.stop();
     datacoresByHash.clear();
     const QMap<QString, ClientDatacore*> released = std::exchange(datacores, {});

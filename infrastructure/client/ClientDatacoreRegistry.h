@@ -109,7 +109,7 @@ private:
     QHash<QString, ClientDatacore*> datacoresByHash; ///< the same, for lookup
     ClientDatacore::WriteHandler writeRefused;
     QStringList awaitedPaths;
-    MirrorChanges changes; ///< of the fill under way
+    QStringList removedPaths; ///< since the link was lost
     QTimer patience;
     int awaitedCount = 0;
     int awaitedBefore = 0;  ///< when patience began
