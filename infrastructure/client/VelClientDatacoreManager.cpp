@@ -47,8 +47,9 @@ void VelClientDatacoreManager::acceptPacket(const SerialisableDataPacket& packet
 {
     bool ok = false;
     const DatacorePathRadixTreePacket dump(packet, ok);
-    if (!ok || !registry.isEmpty()) {
-        return;
+    if (ok && registry.isEmpty()) {
+        registry.populate(dump.getPaths(), monitor);
+    } else if (ok && registry.isStale()) {
+        registry.refill(dump.getPaths(), monitor);
     }
-    registry.populate(dump.getPaths(), monitor);
 }

@@ -10,7 +10,8 @@
 #include <memory>
 
 /// Owns registry, populator, monitor and descriptions. The first dump after connecting fills the
-/// registry; later ones are ignored until the link is lost.
+/// registry; later ones are ignored until the link is lost. DatacoreLink owns one of these and its
+/// connection, and reconnects by itself.
 class VelClientDatacoreManager : public QObject, public SerialisableDataPacketAcceptorInterface
 {
     Q_OBJECT
@@ -25,7 +26,7 @@ public:
     explicit VelClientDatacoreManager(NetworkConnection& connection, QObject* parent = nullptr);
     ~VelClientDatacoreManager() override;
 
-    /// The mirrors; owned, and cleared when the link is lost.
+    /// The mirrors; owned, and cleared when the link is lost, unless setKeepMirrors says otherwise.
     ClientDatacoreRegistry& getRegistry() { return registry; }
     /// What the server's datacores take: none until asked for, and cleared when the link is lost.
     ClientDatacoreDescriptions& getDescriptions() { return descriptions; }
