@@ -140,8 +140,8 @@ private:
 DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent)
     : QObject(parent)
     , trees(datacoreTrees)
+    , listener([this](std::unique_ptr<QTcpSocket> socket) { acceptClient(std::move(socket)); })
 {
-    connect(&listener, &QTcpServer::newConnection, this, &DatacoreServer::acceptClient);
 }
 
 DatacoreServer::~DatacoreServer() = default;
@@ -151,14 +151,24 @@ bool DatacoreServer::listen(const QHostAddress& address, quint16 port)
     return listener.listen(address, port);
 }
 
-void DatacoreServer::acceptClient()
+bool DatacoreServer::listenTls(const QHostAddress& address, quint16 port,
+                               const TlsSettings& settings, QString* whatIsWrong)
 {
-    while (listener.hasPendingConnections()) {
-        auto* client = new Client(*this);
-        clients.push_back(client);
-        client->adoptSocket(std::unique_ptr<QTcpSocket>(listener.nextPendingConnection()));
-        VELLOG_INFO() << "Client " << client->getName() << " has connected";
-    }
+    return listener.listenTls(address, port, settings, whatIsWrong);
+}
+
+bool DatacoreServer::listenLocal(const QString& path, quint32 mode, QString* whatIsWrong)
+{
+    return listener.listenLocal(path, mode, whatIsWrong);
+}
+
+void DatacoreServer::acceptClient(std::unique_ptr<QTcpSocket> socket)
+{
+    auto* client = new Client(*this);
+    clients.push_back(client);
+    client->getConnection().setDeadPeerTimeout(deadPeerTimeout);
+    client->adoptSocket(std::move(socket));
+    VELLOG_INFO() << "Client " << client->getName() << " has connected";
 }
 
 void DatacoreServer::dropClient(Client& client)

@@ -3,12 +3,14 @@
 #pragma once
 
 #include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/utility/packets/LinkListener.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
 #include <QHostAddress>
 #include <QObject>
-#include <QTcpServer>
 
+#include <chrono>
+#include <memory>
 #include <vector>
 
 class DatacorePacket;
@@ -43,7 +45,16 @@ public:
 
     /// Port 0 lets the system choose. False if the port can't be opened.
     bool listen(const QHostAddress& address, quint16 port);
-    quint16 getPort() const { return listener.serverPort(); }
+    quint16 getPort() const { return listener.getPort(LinkAddress::Way::Tcp); }
+    /// Listens by further ways, as LinkListener does.
+    bool listenTls(const QHostAddress& address, quint16 port, const TlsSettings& settings,
+                   QString* whatIsWrong = nullptr);
+    quint16 getTlsPort() const { return listener.getPort(LinkAddress::Way::Tls); }
+    bool listenLocal(const QString& path, quint32 mode, QString* whatIsWrong = nullptr);
+
+    /// Clients to come that are not heard of for so long are dropped: see NetworkConnection. 0, as
+    /// at first, for never.
+    void setDeadPeerTimeout(std::chrono::seconds timeout) { deadPeerTimeout = timeout; }
     /// The number of clients connected now.
     int getClientCount() const { return static_cast<int>(clients.size()); }
 
@@ -54,7 +65,7 @@ private:
     class Client;
     class Dump;
 
-    void acceptClient();
+    void acceptClient(std::unique_ptr<QTcpSocket> socket);
     void dropClient(Client& client);
     void dropClientThatDoesNotRead(Client& client);
     void sendDump(Client& client, const DatacorePathListPacket& request);
@@ -64,6 +75,7 @@ private:
     DatacoreBase* findDatacore(const QString& fullPath) const;
 
     DatacoreTrees trees;
-    QTcpServer listener;
+    LinkListener listener;
+    std::chrono::seconds deadPeerTimeout{0};
     std::vector<Client*> clients; ///< children of this object
 };

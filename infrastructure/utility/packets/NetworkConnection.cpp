@@ -1,15 +1,23 @@
 #include "infrastructure/utility/packets/NetworkConnection.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/packets/LocalSocket_p.h"
 #include "infrastructure/utility/packets/RawDataPacketFactory.h"
 #include "infrastructure/utility/packets/SerialisableDataPacket.h"
 
+#include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QScopeGuard>
+#include <QSslCertificate>
+#include <QSslSocket>
 #include <QTcpSocket>
+#include <QThread>
+#include <QTimer>
 #include <QVarLengthArray>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
@@ -21,6 +29,7 @@
 namespace {
 
 constexpr int CONNECT_TIMEOUT_MS = 500;
+constexpr int LOCAL_RETRY_MS = 5;          ///< while the queue of a local server is full
 constexpr int KEPT_BUFFER_BYTES = 1 << 20; ///< a buffer that grew beyond this is freed
 /// How much is read from the system at a time; the rest of a flood waits there and holds the peer
 /// up.
@@ -117,6 +126,48 @@ qint64 sendAtOnce(qintptr descriptor, const QByteArray& first, const QByteArray&
     return std::max<qint64>(sent, 0);
 }
 
+bool isTlsError(QAbstractSocket::SocketError error)
+{
+    return error == QAbstractSocket::SslHandshakeFailedError ||
+           error == QAbstractSocket::SslInternalError ||
+           error == QAbstractSocket::SslInvalidUserDataError;
+}
+
+void setOption(qintptr descriptor, int level, int option, int value)
+{
+    ::setsockopt(static_cast<int>(descriptor), level, option, &value, sizeof value);
+}
+
+/// The probes end exactly when the time is over.
+///
+///     last bytes       first probe                        dead
+///         |------ idle -----|-- interval --|-- interval --|
+void applyDeadPeerTimeout(qintptr descriptor, int seconds)
+{
+    const int interval = std::max(1, seconds / 10);
+    const int probes = std::max(1, seconds / 2 / interval);
+    setOption(descriptor, SOL_SOCKET, SO_KEEPALIVE, seconds > 0 ? 1 : 0);
+    setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, seconds * 1000);
+    if (seconds > 0) {
+        setOption(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, seconds - probes * interval);
+        setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, interval);
+        setOption(descriptor, IPPROTO_TCP, TCP_KEEPCNT, probes);
+    }
+}
+
+/// Fills in who the peer is by its certificate, if that has been verified.
+void readCertificate(const QSslSocket& socket, PeerOrigin& origin)
+{
+    const QSslCertificate certificate = socket.peerCertificate();
+    if (certificate.isNull() || socket.peerVerifyMode() != QSslSocket::VerifyPeer ||
+        !socket.sslHandshakeErrors().isEmpty()) {
+        return;
+    }
+    const QStringList names = certificate.subjectInfo(QSslCertificate::CommonName);
+    origin.certificateName = names.size() == 1 ? names.first() : QString();
+    origin.certificateSha256 = certificate.digest(QCryptographicHash::Sha256);
+}
+
 } // namespace
 
 /// Lives while one signal of the socket is handled.
@@ -180,10 +231,27 @@ bool NetworkConnection::connectToHost(const QHostAddress& address, quint16 port)
 bool NetworkConnection::connectTo(const LinkAddress& address)
 {
     openSocket(address);
-    if (!socket->waitForConnected(CONNECT_TIMEOUT_MS)) {
+    if (address.way == LinkAddress::Way::Local) {
+        QElapsedTimer timer;
+        timer.start();
+        QString whatIsWrong;
+        for (bool isBusy = false; !takeLocalSocket(isBusy, whatIsWrong);) {
+            if (!isBusy || timer.elapsed() >= CONNECT_TIMEOUT_MS) {
+                VELLOG_INFO() << address.toString() << ": " << whatIsWrong;
+                return false;
+            }
+            QThread::msleep(LOCAL_RETRY_MS);
+        }
+        onLinkUp();
+        return true;
+    }
+    if (tlsSocket == nullptr) {
+        return address.way == LinkAddress::Way::Tcp && socket->waitForConnected(CONNECT_TIMEOUT_MS);
+    }
+    if (!tlsSocket->waitForEncrypted(static_cast<int>(connectTimeLimit.count()))) {
+        dropLink();
         return false;
     }
-    readIdentifiers();
     return true;
 }
 
@@ -191,26 +259,113 @@ void NetworkConnection::startConnecting(const LinkAddress& address)
 {
     openSocket(address);
     isStarting = true;
-    connect(socket, &QTcpSocket::connected, this, &NetworkConnection::onSocketConnected);
+    const auto ifStillStarting = [this, attempt = socketCount](auto action) {
+        return [this, attempt, action] {
+            if (socketCount == attempt && isStarting) {
+                action();
+            }
+        };
+    };
+    if (address.way == LinkAddress::Way::Local) {
+        startLocal();
+    } else if (address.way == LinkAddress::Way::Tls && tlsSocket == nullptr) {
+        QTimer::singleShot(0, this, ifStillStarting([this] {
+                               QString whatIsWrong;
+                               TlsSettings::isSupported(&whatIsWrong);
+                               giveUp(whatIsWrong);
+                           }));
+    }
+    QTimer::singleShot(
+        connectTimeLimit, this, ifStillStarting([this] {
+            giveUp(
+                QStringLiteral("no %1 within %2 ms")
+                    .arg(tlsSocket != nullptr && socket->state() == QAbstractSocket::ConnectedState
+                             ? QStringLiteral("TLS handshake")
+                             : QStringLiteral("connection"))
+                    .arg(connectTimeLimit.count()));
+        }));
 }
 
 /// Replaces the socket by one that is on its way to the address.
 void NetworkConnection::openSocket(const LinkAddress& address)
 {
     dropLink();
-    discard(replaceSocket(new QTcpSocket(this)));
+    QString whatIsWrong;
+    const bool isTls =
+        address.way == LinkAddress::Way::Tls && TlsSettings::isSupported(&whatIsWrong);
+    discard(replaceSocket(isTls ? new QSslSocket(this) : new QTcpSocket(this)));
+    target = address;
+    isUnanswered = true;
     socket->setProxy(QNetworkProxy::NoProxy);
     wireSocket();
-    socket->connectToHost(address.host, address.port, QIODevice::ReadWrite,
-                          QAbstractSocket::AnyIPProtocol);
+    if (isTls) {
+        tlsSocket->setSslConfiguration(tlsSettings.getClientConfiguration());
+        const QString& name = tlsSettings.getPeerName();
+        tlsSocket->connectToHostEncrypted(address.host, address.port,
+                                          name.isEmpty() ? address.host : name);
+    } else if (address.way == LinkAddress::Way::Tls) {
+        VELLOG_ERR() << address.toString() << ": " << whatIsWrong;
+    } else if (address.way == LinkAddress::Way::Tcp) {
+        socket->connectToHost(address.host, address.port, QIODevice::ReadWrite,
+                              QAbstractSocket::AnyIPProtocol);
+    }
 }
 
-void NetworkConnection::onSocketConnected()
+/// Makes one attempt, which does not wait.
+bool NetworkConnection::takeLocalSocket(bool& isBusy, QString& whatIsWrong)
+{
+    const LocalSocket::Opened opened = LocalSocket::connectTo(target.path);
+    isBusy = opened.isBusy;
+    whatIsWrong = opened.whatIsWrong;
+    return opened.descriptor >= 0 && socket->setSocketDescriptor(opened.descriptor);
+}
+
+/// Makes attempts from the event loop until one succeeds or has no prospect.
+void NetworkConnection::startLocal()
+{
+    QTimer::singleShot(0, socket, [this] {
+        bool isBusy = false;
+        QString whatIsWrong;
+        if (takeLocalSocket(isBusy, whatIsWrong)) {
+            onLinkUp();
+        } else if (isBusy) {
+            QTimer::singleShot(LOCAL_RETRY_MS, socket, [this] { startLocal(); });
+        } else {
+            giveUp(whatIsWrong);
+        }
+    });
+}
+
+/// Answers startConnecting.
+void NetworkConnection::giveUp(const QString& reason)
+{
+    isStarting = false;
+    socket->abort();
+    Q_EMIT connectingFailed(reason);
+}
+
+/// The bytes may flow.
+void NetworkConnection::onLinkUp()
 {
     const SocketSignal signal(*this);
-    isStarting = false;
+    isUp = true;
     readIdentifiers();
-    Q_EMIT connectedToHost();
+    if (deadPeerTimeout.count() > 0) {
+        setDeadPeerTimeout(deadPeerTimeout);
+    }
+    if (std::exchange(isStarting, false)) {
+        Q_EMIT connectedToHost();
+    }
+}
+
+void NetworkConnection::setDeadPeerTimeout(std::chrono::seconds timeout)
+{
+    constexpr std::chrono::seconds shortest(2), longest(32767);
+    deadPeerTimeout = timeout.count() <= 0 ? std::chrono::seconds(0)
+                                           : std::min(std::max(timeout, shortest), longest);
+    if (isUp && peerOrigin.way != LinkAddress::Way::Local) {
+        applyDeadPeerTimeout(socket->socketDescriptor(), static_cast<int>(deadPeerTimeout.count()));
+    }
 }
 
 bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
@@ -220,6 +375,7 @@ bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
         discard(replaceSocket(new QTcpSocket(this)));
         return false;
     }
+    target = LinkAddress();
     accepted->setParent(this);
     QTcpSocket* previous = replaceSocket(accepted.release());
     if (previous != nullptr && socketSignalDepth == 0) {
@@ -229,7 +385,9 @@ bool NetworkConnection::adoptSocket(std::unique_ptr<QTcpSocket>& accepted)
         discard(previous);
     }
     wireSocket();
-    readIdentifiers();
+    if (tlsSocket == nullptr || tlsSocket->isEncrypted()) {
+        onLinkUp();
+    }
     if (socket->bytesAvailable() > 0) {
         // The signal for these bytes came before anybody could hear it.
         QMetaObject::invokeMethod(this, &NetworkConnection::onReadyRead, Qt::QueuedConnection);
@@ -249,9 +407,10 @@ void NetworkConnection::dropLink()
 QTcpSocket* NetworkConnection::replaceSocket(QTcpSocket* newSocket)
 {
     QTcpSocket* previous = std::exchange(socket, newSocket);
+    tlsSocket = qobject_cast<QSslSocket*>(newSocket);
     ++socketCount;
     incomingBuffer.clear();
-    isStarting = false;
+    isStarting = isUp = isUnanswered = false;
     if (previous != nullptr) {
         previous->disconnect(this);
     }
@@ -276,25 +435,44 @@ void NetworkConnection::wireSocket()
     connect(socket, &QTcpSocket::disconnected, this, &NetworkConnection::onSocketDisconnected,
             Qt::DirectConnection);
     connect(socket, &QTcpSocket::errorOccurred, this, &NetworkConnection::onSocketError);
+    if (tlsSocket != nullptr) {
+        connect(tlsSocket, &QSslSocket::encrypted, this, &NetworkConnection::onLinkUp);
+    } else {
+        connect(socket, &QTcpSocket::connected, this, &NetworkConnection::onLinkUp);
+    }
 }
 
 void NetworkConnection::readIdentifiers()
 {
+    peerOrigin = PeerOrigin();
+    const qintptr descriptor = socket->socketDescriptor();
+    if (LocalSocket::isLocal(descriptor)) {
+        localIdentifier = LocalSocket::getNearName(descriptor);
+        peerIdentifier = LocalSocket::getFarName(descriptor);
+        peerOrigin.way = LinkAddress::Way::Local;
+        peerOrigin.userId = LocalSocket::getFarUser(descriptor);
+        return;
+    }
     localIdentifier = makeConnectionIdentifier(socket->localAddress(), socket->localPort());
     peerIdentifier = makeConnectionIdentifier(socket->peerAddress(), socket->peerPort());
-    peerOrigin = PeerOrigin();
     peerOrigin.address = socket->peerAddress();
     peerOrigin.port = socket->peerPort();
+    if (tlsSocket != nullptr) {
+        peerOrigin.way = LinkAddress::Way::Tls;
+        readCertificate(*tlsSocket, peerOrigin);
+    }
 }
 
 bool NetworkConnection::isConnected() const
 {
-    return socket != nullptr && socket->state() == QAbstractSocket::ConnectedState;
+    return socket != nullptr && socket->state() == QAbstractSocket::ConnectedState &&
+           (tlsSocket == nullptr || tlsSocket->isEncrypted());
 }
 
 qint64 NetworkConnection::getUnsentBytes() const
 {
-    return socket != nullptr ? socket->bytesToWrite() : 0;
+    const qint64 encrypted = tlsSocket != nullptr ? tlsSocket->encryptedBytesToWrite() : 0;
+    return socket != nullptr ? socket->bytesToWrite() + encrypted : 0;
 }
 
 bool NetworkConnection::canAcceptPacket(QString)
@@ -402,6 +580,7 @@ bool NetworkConnection::readAvailableBytes()
         return false;
     }
     incomingBuffer.resize(held + static_cast<int>(arrived));
+    isUnanswered = isUnanswered && arrived == 0;
     const qint64 taken = socket->read(incomingBuffer.data() + held, arrived);
     incomingBuffer.resize(held + static_cast<int>(std::max<qint64>(taken, 0)));
     return true;
@@ -447,16 +626,49 @@ void NetworkConnection::deliverPackets(const SocketSignal& signal, bool discardR
 void NetworkConnection::onSocketDisconnected()
 {
     const SocketSignal signal(*this);
-    Q_EMIT disconnectedFromHost();
+    if (std::exchange(isUp, false) || tlsSocket == nullptr) {
+        Q_EMIT disconnectedFromHost();
+    }
 }
 
 void NetworkConnection::onSocketError(QAbstractSocket::SocketError socketError)
 {
     const SocketSignal signal(*this);
-    VELLOG_INFO() << getSocketErrorName(socketError);
-    if (std::exchange(isStarting, false)) {
-        Q_EMIT connectingFailed(socket->errorString());
+    const QString explanation = explain(socketError);
+    if (tlsSocket == nullptr || explanation.isEmpty()) {
+        VELLOG_INFO() << getSocketErrorName(socketError);
     }
+    if (!explanation.isEmpty()) {
+        VELLOG_ERR() << (target == LinkAddress() ? peerOrigin.toString() : target.toString())
+                     << ": " << explanation;
+    }
+    if (std::exchange(isStarting, false)) {
+        Q_EMIT connectingFailed(explanation.isEmpty() ? socket->errorString() : explanation);
+    }
+}
+
+/// What the error means for the link; empty if its name says it all.
+QString NetworkConnection::explain(QAbstractSocket::SocketError socketError) const
+{
+    const bool isTls = tlsSocket != nullptr;
+    const bool isClosed = socketError == QAbstractSocket::RemoteHostClosedError;
+    if (isTls && isTlsError(socketError)) {
+        return (isUp ? QStringLiteral("TLS: ") : QStringLiteral("TLS handshake: ")) +
+               socket->errorString() +
+               (isUp || socketError == QAbstractSocket::SslHandshakeFailedError
+                    ? QString()
+                    : QStringLiteral("; the port may not be one of TLS"));
+    }
+    if (isClosed && isTls && !isUp) {
+        return QStringLiteral("the peer broke the TLS handshake off; the port may not be one of "
+                              "TLS, or this end's certificate is refused");
+    }
+    if (isClosed && isUp && isUnanswered) {
+        return QStringLiteral("the peer closed the link before it sent anything; ") +
+               (isTls ? QStringLiteral("it may refuse this end's certificate")
+                      : QStringLiteral("the port may be one of TLS, or this client is refused"));
+    }
+    return QString();
 }
 
 QString makeConnectionIdentifier(const QHostAddress& address, quint16 port)

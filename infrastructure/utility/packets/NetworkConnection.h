@@ -1,11 +1,12 @@
-// One end of a TCP link that carries packets. Lives on one thread, which must run a Qt event loop;
-// receivers are called on that thread.
+// One end of a link that carries packets, over TCP, TLS or a socket of this machine. Lives on one
+// thread, which must run a Qt event loop; receivers are called on that thread.
 #pragma once
 
 #include "infrastructure/utility/packets/LinkAddress.h"
 #include "infrastructure/utility/packets/PeerOrigin.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterfaceBase.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketAcceptorInterface.h"
+#include "infrastructure/utility/packets/TlsSettings.h"
 
 #include <QAbstractSocket>
 #include <QByteArray>
@@ -13,13 +14,17 @@
 #include <QObject>
 #include <QString>
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
+class QSslSocket;
 class QTcpSocket;
 
 /// Sends packets, frames incoming ones, and hands each, in the order of arrival, to every receiver
-/// registered for its raw type, newest receiver first. The link has no handshake and no keep-alive.
+/// registered for its raw type, newest receiver first. The link has no handshake of
+/// its own, and no keep-alive unless setDeadPeerTimeout asks for it. Over TLS nothing is sent or
+/// delivered before the peer is verified.
 /// While more than DISCARD_THRESHOLD_BYTES are waiting, packets other than JSON are thrown away;
 /// JSON is never dropped. Bytes that do not begin a packet are skipped one by one.
 ///
@@ -52,13 +57,30 @@ public:
     bool connectToHost(const QString& host, quint16 port);
     bool connectToHost(const QHostAddress& address, quint16 port);
 
-    /// Connects as connectToHost does, by whichever way the address names.
+    /// Connects as connectToHost does, by whichever way the address names. TLS may take as long as
+    /// the time limit. Why it failed is logged.
     bool connectTo(const LinkAddress& address);
-    /// The same without waiting: connectedToHost or connectingFailed follows, from the event loop.
+    /// The same without waiting: connectedToHost or connectingFailed follows, from the event loop,
+    /// within the time limit.
     void startConnecting(const LinkAddress& address);
+    /// How long startConnecting may take, with the search for the host's name and the TLS
+    /// handshake; 5 s unless set.
+    void setConnectTimeLimit(std::chrono::milliseconds limit) { connectTimeLimit = limit; }
 
-    /// Takes over a socket that a server has accepted and hands back the socket held before. True
-    /// if the new one is open. A null pointer gives false and leaves the object not connected.
+    /// What the next link over TLS shows and asks for. TLS 1.3 lets a client be up before the
+    /// server has looked at its certificate; a refusal is then a link that is closed at once, with
+    /// a log line that says so.
+    void setTlsSettings(const TlsSettings& settings) { tlsSettings = settings; }
+
+    /// Ends a link over TCP or TLS whose peer has not been heard of for so long, or has left what
+    /// waits for it for so long, by keep-alive probes and TCP's user timeout (RFC 5482). This link
+    /// and the next ones; whole seconds, at least 2, at most 32767; 0, as at first, for never. A
+    /// peer that has merely nothing to say answers the probes.
+    void setDeadPeerTimeout(std::chrono::seconds timeout);
+
+    /// Takes over a socket that a server has accepted, a QSslSocket with its handshake done, and
+    /// hands back the socket held before. True if the new one is open. A null pointer gives false
+    /// and leaves the object not connected.
     bool adoptSocket(std::unique_ptr<QTcpSocket>& accepted);
 
     /// True while the link is up.
@@ -67,7 +89,8 @@ public:
     /// Bytes sent that the system has not taken yet.
     qint64 getUnsentBytes() const;
 
-    /// This end, as named by makeConnectionIdentifier.
+    /// This end, as named by makeConnectionIdentifier; over a socket of this machine "unix" and
+    /// the name that the system has given it, such as "unix00a1f".
     const QString& getLocalIdentifier() const { return localIdentifier; }
     /// The far end, in the same form.
     const QString& getPeerIdentifier() const { return peerIdentifier; }
@@ -89,7 +112,7 @@ public:
     virtual void sendRawPacket(std::shared_ptr<RawDataPacket> packet);
 
 Q_SIGNALS:
-    /// The link is gone.
+    /// The link is gone. One that never was up does not say so.
     void disconnectedFromHost();
     /// The link that startConnecting was to make is up, or could not be made and why.
     void connectedToHost();
@@ -108,9 +131,13 @@ private:
     void transmit(const QByteArray& first, const QByteArray& second);
     bool readAvailableBytes();
     void deliverPackets(const SocketSignal& signal, bool discardRawData);
-    void onSocketConnected();
+    void onLinkUp();
     void onSocketDisconnected();
     void openSocket(const LinkAddress& address);
+    bool takeLocalSocket(bool& isBusy, QString& whatIsWrong);
+    void startLocal();
+    void giveUp(const QString& reason);
+    QString explain(QAbstractSocket::SocketError socketError) const;
     void dropLink();
     QTcpSocket* replaceSocket(QTcpSocket* newSocket);
     static void discard(QTcpSocket* previous);
@@ -121,13 +148,20 @@ private:
     QString peerIdentifier;
     QString localIdentifier;
     PeerOrigin peerOrigin;
-    QTcpSocket* socket = nullptr; ///< a child of this object
-    QByteArray incomingBuffer;    ///< received and not yet consumed
+    LinkAddress target; ///< what this end has connected to, if it has
+    TlsSettings tlsSettings;
+    std::chrono::milliseconds connectTimeLimit{5000};
+    std::chrono::seconds deadPeerTimeout{0};
+    QTcpSocket* socket = nullptr;    ///< a child of this object
+    QSslSocket* tlsSocket = nullptr; ///< the same, if it is for TLS
+    QByteArray incomingBuffer;       ///< received and not yet consumed
     quint32 connectionContext;
     quint32 socketCount = 0;   ///< how many sockets there have been
     int socketSignalDepth = 0; ///< above 0 while a signal of a socket is being handled
     bool delivering = false;
-    bool isStarting = false; ///< startConnecting has not been answered
+    bool isStarting = false;   ///< startConnecting has not been answered
+    bool isUp = false;         ///< since the last socket is connected, over TLS also verified
+    bool isUnanswered = false; ///< a link that this end has made, and nothing has come yet
 };
 
 /// The name of one end of a link: the IPv4 address as a decimal number, followed by the port in

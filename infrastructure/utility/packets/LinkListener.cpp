@@ -1,0 +1,242 @@
+#include "infrastructure/utility/packets/LinkListener.h"
+
+#include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/packets/LocalSocket_p.h"
+#include "infrastructure/utility/packets/PeerOrigin.h"
+
+#include <QFile>
+#include <QSslSocket>
+#include <QTcpServer>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int PAUSE_MS = 1000; ///< after the system could not give a descriptor
+constexpr qint64 CROWDED_LINE_MS = 1000;
+/// A handshake's messages come in records of at most 16 KiB, and a socket's buffer need not hold
+/// more.
+constexpr qint64 HANDSHAKE_BUFFER_BYTES = 32 << 10;
+/// Record type "handshake" and the major version, with which a TLS client begins (RFC 8446, 5.1).
+constexpr char TLS_BEGINNING[] = {0x16, 0x03};
+
+QByteArray tlsBeginning()
+{
+    return QByteArray::fromRawData(TLS_BEGINNING, sizeof TLS_BEGINNING);
+}
+
+QString describePeer(const QTcpSocket& socket, LinkAddress::Way way)
+{
+    PeerOrigin origin;
+    origin.way = way;
+    origin.address = socket.peerAddress();
+    origin.port = socket.peerPort();
+    return origin.toString();
+}
+
+} // namespace
+
+/// One way in.
+class LinkListener::Door : public QTcpServer
+{
+public:
+    Door(LinkListener& listener, LinkAddress::Way wayIn, const TlsSettings& tlsSettings = {})
+        : way(wayIn)
+        , settings(tlsSettings)
+        , owner(listener)
+    {
+        connect(this, &QTcpServer::acceptError, this, [this] {
+            VELLOG_ERR() << "Can't accept peers, trying again in a second: " << errorString();
+            QTimer::singleShot(PAUSE_MS, this, [this] { resumeAccepting(); });
+        });
+    }
+    ~Door() override
+    {
+        if (!path.isEmpty() && LocalSocket::getFileNumber(path) == fileNumber) {
+            QFile::remove(path);
+        }
+    }
+
+    bool listenLocal(const QString& socketPath, quint32 mode, QString* whatIsWrong)
+    {
+        const LocalSocket::Opened opened = LocalSocket::listenAt(socketPath, mode);
+        if (opened.descriptor < 0) {
+            if (whatIsWrong != nullptr) {
+                *whatIsWrong = opened.whatIsWrong;
+            }
+            return false;
+        }
+        path = socketPath;
+        fileNumber = LocalSocket::getFileNumber(path);
+        return setSocketDescriptor(opened.descriptor);
+    }
+
+    const LinkAddress::Way way;
+    const TlsSettings settings;
+
+protected:
+    void incomingConnection(qintptr descriptor) override
+    {
+        if (way == LinkAddress::Way::Tls) {
+            owner.acceptTls(descriptor, *this);
+        } else {
+            owner.acceptPlain(descriptor, way == LinkAddress::Way::Local);
+        }
+    }
+
+private:
+    LinkListener& owner;
+    QString path;
+    quint64 fileNumber = 0;
+};
+
+LinkListener::LinkListener(Handler socketHandler, QObject* parent)
+    : QObject(parent)
+    , handler(std::move(socketHandler))
+{
+}
+
+LinkListener::~LinkListener() = default;
+
+bool LinkListener::open(std::unique_ptr<Door> door, const QHostAddress& address, quint16 port,
+                        QString* whatIsWrong)
+{
+    if (!door->listen(address, port)) {
+        if (whatIsWrong != nullptr) {
+            *whatIsWrong = door->errorString();
+        }
+        return false;
+    }
+    doors.push_back(std::move(door));
+    return true;
+}
+
+bool LinkListener::listen(const QHostAddress& address, quint16 port, QString* whatIsWrong)
+{
+    return open(std::make_unique<Door>(*this, LinkAddress::Way::Tcp), address, port, whatIsWrong);
+}
+
+bool LinkListener::listenTls(const QHostAddress& address, quint16 port, const TlsSettings& settings,
+                             QString* whatIsWrong)
+{
+    if (!settings.hasCertificate()) {
+        if (whatIsWrong != nullptr) {
+            *whatIsWrong = QStringLiteral("TLS needs a certificate");
+        }
+        return false;
+    }
+    return open(std::make_unique<Door>(*this, LinkAddress::Way::Tls, settings), address, port,
+                whatIsWrong);
+}
+
+bool LinkListener::listenLocal(const QString& path, quint32 mode, QString* whatIsWrong)
+{
+    auto door = std::make_unique<Door>(*this, LinkAddress::Way::Local);
+    if (!door->listenLocal(path, mode, whatIsWrong)) {
+        return false;
+    }
+    doors.push_back(std::move(door));
+    return true;
+}
+
+quint16 LinkListener::getPort(LinkAddress::Way way) const
+{
+    const auto found = std::find_if(doors.begin(), doors.end(),
+                                    [way](const auto& door) { return door->way == way; });
+    return found != doors.end() ? (*found)->serverPort() : quint16(0);
+}
+
+void LinkListener::acceptPlain(qintptr descriptor, bool isLocal)
+{
+    auto accepted = std::make_unique<QTcpSocket>();
+    accepted->setSocketDescriptor(descriptor);
+    if (!isLocal) {
+        // Ahead of whoever takes the socket over, which would look for packets in what follows.
+        QTcpSocket* const socket = accepted.get();
+        const auto first = std::make_shared<QMetaObject::Connection>();
+        *first = connect(socket, &QTcpSocket::readyRead, this, [socket, first] {
+            disconnect(*first);
+            if (socket->peek(sizeof TLS_BEGINNING) == tlsBeginning()) {
+                VELLOG_ERR() << describePeer(*socket, LinkAddress::Way::Tcp)
+                             << " speaks TLS to a port that is not for it, link closed";
+                socket->abort();
+            }
+        });
+    }
+    handler(std::move(accepted));
+}
+
+void LinkListener::acceptTls(qintptr descriptor, const Door& door)
+{
+    if (getHandshakeCount() >= MAX_HANDSHAKES) {
+        if (!sinceCrowded.isValid() || sinceCrowded.elapsed() >= CROWDED_LINE_MS) {
+            sinceCrowded.start();
+            VELLOG_ERR() << MAX_HANDSHAKES << " TLS handshakes under way, the oldest make room";
+        }
+        remove(*handshakes.front());
+    }
+    auto* socket = new QSslSocket(this);
+    handshakes.push_back(socket);
+    socket->setSocketDescriptor(descriptor);
+    socket->setReadBufferSize(HANDSHAKE_BUFFER_BYTES);
+    connect(socket, &QSslSocket::encrypted, this, [this, socket] { handOver(*socket); });
+    connect(socket, &QTcpSocket::errorOccurred, this,
+            [this, socket] { refuse(*socket, socket->errorString()); });
+    connect(socket, &QTcpSocket::readyRead, this,
+            [this, socket, &door] { startHandshake(*socket, door); });
+    QTimer::singleShot(handshakeTimeLimit, socket, [this, socket] {
+        if (std::find(handshakes.begin(), handshakes.end(), socket) != handshakes.end()) {
+            refuse(*socket, QStringLiteral("not done in time"));
+        }
+    });
+}
+
+/// Begins with the peer's first bytes, so that one that says nothing costs no more than a socket.
+void LinkListener::startHandshake(QSslSocket& socket, const Door& door)
+{
+    const QByteArray beginning = socket.peek(sizeof TLS_BEGINNING);
+    if (!tlsBeginning().startsWith(beginning)) {
+        refuse(socket, QStringLiteral("the peer does not speak TLS"));
+        return;
+    }
+    if (beginning.size() < tlsBeginning().size()) {
+        return;
+    }
+    socket.disconnect(SIGNAL(readyRead()), this);
+    socket.setSslConfiguration(door.settings.getServerConfiguration());
+    const bool isOptional = !door.settings.getRequiresCertificate();
+    connect(&socket, QOverload<const QList<QSslError>&>::of(&QSslSocket::sslErrors), this,
+            [&socket, isOptional](const QList<QSslError>& errors) {
+                if (isOptional && errors.size() == 1 &&
+                    errors.first().error() == QSslError::NoPeerCertificate) {
+                    socket.ignoreSslErrors();
+                }
+            });
+    socket.startServerEncryption();
+}
+
+void LinkListener::handOver(QSslSocket& socket)
+{
+    handshakes.erase(std::find(handshakes.begin(), handshakes.end(), &socket));
+    socket.disconnect(this);
+    socket.setReadBufferSize(0);
+    socket.setParent(nullptr);
+    handler(std::unique_ptr<QTcpSocket>(&socket));
+}
+
+void LinkListener::refuse(QSslSocket& socket, const QString& reason)
+{
+    VELLOG_ERR() << describePeer(socket, LinkAddress::Way::Tls)
+                 << " refused, TLS handshake: " << reason;
+    remove(socket);
+}
+
+/// Ends a handshake. The socket may be in the middle of a signal.
+void LinkListener::remove(QSslSocket& socket)
+{
+    handshakes.erase(std::find(handshakes.begin(), handshakes.end(), &socket));
+    socket.disconnect(this);
+    socket.abort();
+    socket.deleteLater();
+}
