@@ -1,14 +1,17 @@
 #include "infrastructure/server/DatacoreServer.h"
 
+#include "infrastructure/server/AccessControl_p.h"
 #include "infrastructure/server/DatacoreDescriptionAnswers_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
+#include "infrastructure/utility/packets/DatacoreTokenPacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
 #include <memory>
@@ -19,6 +22,10 @@ constexpr std::size_t PACKETS_A_FLUSH = 256; ///< of a dump, so that the client 
 /// How much is read from one client at a time. A flood from one delays the others by no more than
 /// this takes; the rest of it waits in its own socket.
 constexpr qint64 READ_BUFFER_BYTES = 16 << 10;
+/// The most that waits of a client without a role: what may come in one go with its token.
+constexpr int BYTES_WITHOUT_ROLE = 2 * READ_BUFFER_BYTES;
+
+using Clock = std::chrono::steady_clock;
 
 /// A node's value and status, as the server holds them.
 DatacorePacket toPacket(const DatacoreBase& datacore)
@@ -45,7 +52,9 @@ public:
     {
         distributor.registerPacketAcceptor(*this, {DatacorePathListPacket::CLASSNAME(),
                                                    DatacorePacket::CLASSNAME(),
-                                                   DatacoreDescriptionRequestPacket::CLASSNAME()});
+                                                   DatacoreDescriptionRequestPacket::CLASSNAME(),
+
+                                                   DatacoreTokenPacket::CLASSNAME()});
         QObject::connect(&connection, &NetworkConnection::disconnectedFromHost, this, [this] {
             if (server != nullptr) {
                 server->dropClient(*this);
@@ -58,9 +67,13 @@ public:
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
         connection.adoptSocket(accepted);
+        peer = server->access->admit(connection.getPeerOrigin());
+        boundBuffer();
     }
 
     NetworkConnection& getConnection() { return connection; }
+    AccessPeer& getPeer() { return peer; }
+    bool mayRead() const { return peer.role.mayRead(); }
     const QString& getName() const { return connection.getPeerIdentifier(); }
 
     /// From now on it says and takes nothing; the event loop deletes it.
@@ -75,7 +88,8 @@ public:
     {
         return className == DatacorePathListPacket::CLASSNAME() ||
                className == DatacorePacket::CLASSNAME() ||
-               className == DatacoreDescriptionRequestPacket::CLASSNAME();
+               className == DatacoreDescriptionRequestPacket::CLASSNAME() ||
+               className == DatacoreTokenPacket::CLASSNAME();
     }
 
     void acceptPacket(const SerialisableDataPacket& packet) override
@@ -84,21 +98,34 @@ public:
             return;
         }
         bool ok = false;
-        if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
+        if (packet.getPacketClassName() == DatacoreTokenPacket::CLASSNAME()) {
+            const QString token = DatacoreTokenPacket(packet, ok).getToken();
+            server->sendTo(*this, {server->access->takeToken(peer, token, Clock::now())});
+            boundBuffer();
+        } else if (!mayRead()) {
+            server->dropClientWithoutRole(*this, "and asks for something");
+        } else if (packet.getPacketClassName() == DatacorePathListPacket::CLASSNAME()) {
             server->sendDump(*this, DatacorePathListPacket(packet, ok));
         } else if (packet.getPacketClassName() == DatacoreDescriptionRequestPacket::CLASSNAME()) {
             descriptions.add(DatacoreDescriptionRequestPacket(packet, ok));
         } else {
-            server->applyWrite(DatacorePacket(packet, ok));
+            server->applyWrite(*this, DatacorePacket(packet, ok));
         }
     }
 
 private:
+    void boundBuffer()
+    {
+        connection.setMaxBufferedBytes(mayRead() ? NetworkConnection::MAX_BUFFERED_BYTES
+                                                 : BYTES_WITHOUT_ROLE);
+    }
+
     DatacoreServer* server; ///< null once retired
     RawDataPacketReceivers receivers;
     NetworkConnection connection;
     SerialisableDataPacketDistributor distributor;
     DatacoreDescriptionAnswers descriptions;
+    AccessPeer peer;
 };
 
 /// The answer to a request, sent piece by piece.
@@ -140,6 +167,7 @@ private:
 DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent)
     : QObject(parent)
     , trees(datacoreTrees)
+    , access(std::make_unique<AccessControl>())
     , listener([this](std::unique_ptr<QTcpSocket> socket) { acceptClient(std::move(socket)); })
 {
 }
@@ -169,10 +197,54 @@ void DatacoreServer::acceptClient(std::unique_ptr<QTcpSocket> socket)
     client->getConnection().setDeadPeerTimeout(deadPeerTimeout);
     client->adoptSocket(std::move(socket));
     VELLOG_INFO() << "Client " << client->getName() << " has connected";
+    if (!client->mayRead()) {
+        awaitToken(*client);
+    }
+}
+
+/// Lets a client without a role stay for a while if there are tokens that it may have.
+void DatacoreServer::awaitToken(Client& client)
+{
+    if (!access->getRules().knowsTokens()) {
+        dropClientWithoutRole(client, "here");
+        return;
+    }
+    QTimer::singleShot(TOKEN_WAIT_MS, &client, [this, &client] {
+        if (isPresent(&client) && !client.mayRead()) {
+            dropClientWithoutRole(client, "and sends no token");
+        }
+    });
+    const auto hasNoRole = [](const Client* other) { return !other->mayRead(); };
+    if (std::count_if(clients.begin(), clients.end(), hasNoRole) > MAX_CLIENTS_WITHOUT_ROLE) {
+        dropClientWithoutRole(**std::find_if(clients.begin(), clients.end(), hasNoRole),
+                              "and has to make room");
+    }
+}
+
+void DatacoreServer::dropClientWithoutRole(Client& client, const char* reason)
+{
+    access->logDropped(client.getPeer(), reason, Clock::now());
+    dropClient(client);
+}
+
+bool DatacoreServer::isPresent(const Client* client) const
+{
+    return std::find(clients.begin(), clients.end(), client) != clients.end();
+}
+
+void DatacoreServer::setAccessRules(const AccessRules& rules)
+{
+    access->setRules(rules);
+    for (const QString& path : rules.getPaths()) {
+        if (findDatacore(path) == nullptr) {
+            VELLOG_WARN() << "The access rules name an unknown path " << path;
+        }
+    }
 }
 
 void DatacoreServer::dropClient(Client& client)
 {
+    AccessControl::logRest(client.getPeer());
     clients.erase(std::remove(clients.begin(), clients.end(), &client), clients.end());
     VELLOG_INFO() << "Client " << client.getName() << " has gone";
     client.retire();
@@ -230,9 +302,10 @@ void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& requ
     }
 }
 
-/// Takes the value, then sends what the server now holds to all clients. With the same ids, it is
-/// the writer's acknowledgement, even if the value was refused or is the same as before.
-void DatacoreServer::applyWrite(const DatacorePacket& write)
+/// Takes the value, if the writer may write it, then sends what the server now holds to all
+/// clients. With the same ids, it is the writer's acknowledgement, even if the value was refused or
+/// is the same as before.
+void DatacoreServer::applyWrite(Client& writer, const DatacorePacket& write)
 {
     DatacoreBase* datacore = findDatacore(write.getDatacorePath());
     if (datacore == nullptr) {
@@ -240,6 +313,10 @@ void DatacoreServer::applyWrite(const DatacorePacket& write)
         return;
     }
     constexpr bool justData = true; // the reasons are worked out here
+    if (!access->mayWrite(writer.getPeer(), *datacore, write, Clock::now())) {
+        sendTo(writer, {DatacorePacket(write, *datacore, !justData)});
+        return;
+    }
     if (!write.populate(*datacore, justData)) {
         VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
     }
@@ -272,13 +349,17 @@ void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packet
 {
     const std::vector<Client*> present = clients; // a client may go away during the sending
     for (Client* client : present) {
-        if (std::find(clients.begin(), clients.end(), client) == clients.end()) {
-            continue;
+        if (isPresent(client) && client->mayRead()) {
+            sendTo(*client, packets);
         }
-        if (client->getConnection().getUnsentBytes() > MAX_UNSENT_BYTES) {
-            dropClientThatDoesNotRead(*client);
-            continue;
-        }
-        client->getConnection().acceptPackets(packets);
+    }
+}
+
+void DatacoreServer::sendTo(Client& client, const std::vector<SerialisableDataPacket>& packets)
+{
+    if (client.getConnection().getUnsentBytes() > MAX_UNSENT_BYTES) {
+        dropClientThatDoesNotRead(client);
+    } else {
+        client.getConnection().acceptPackets(packets);
     }
 }

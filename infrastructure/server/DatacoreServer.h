@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+class AccessControl;
+class AccessRules;
 class DatacorePacket;
 class DatacorePathListPacket;
 
@@ -32,6 +34,11 @@ struct DatacoreTrees
 /// A write to a path that does not exist is logged and gets no echo. Any other is echoed to all
 /// clients, under its ids, with what the node holds afterwards, even if nothing has changed or the
 /// content was of the wrong shape.
+///
+/// Unless access rules say otherwise, everybody may read and write everything. A write that they
+/// refuse is answered to the writer alone, under its ids, with the value that stands, so that a
+/// mirror is in sync again. A client without any role gets no value: its link is closed at once or,
+/// if there are tokens, at its first request and after TOKEN_WAIT_MS.
 class DatacoreServer : public QObject
 {
     Q_OBJECT
@@ -39,6 +46,11 @@ class DatacoreServer : public QObject
 public:
     /// A client with this much waiting to be sent has stopped reading, and is dropped.
     static constexpr qint64 MAX_UNSENT_BYTES = 64 << 20;
+
+    /// How long a client without a role has to send a token.
+    static constexpr int TOKEN_WAIT_MS = 5000;
+    /// With one more client without a role, the one that has waited longest is dropped.
+    static constexpr int MAX_CLIENTS_WITHOUT_ROLE = 64;
 
     explicit DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent = nullptr);
     ~DatacoreServer() override;
@@ -58,6 +70,10 @@ public:
     /// The number of clients connected now.
     int getClientCount() const { return static_cast<int>(clients.size()); }
 
+    /// Sets who may do what: for clients that connect from now on, and which nodes may be written
+    /// at once. Paths of the rules that lead to no node are logged.
+    void setAccessRules(const AccessRules& rules);
+
     /// Tells all clients what the server has changed in its trees since the last call.
     void publishChanges();
 
@@ -69,12 +85,17 @@ private:
     void dropClient(Client& client);
     void dropClientThatDoesNotRead(Client& client);
     void sendDump(Client& client, const DatacorePathListPacket& request);
-    void applyWrite(const DatacorePacket& write);
+    void applyWrite(Client& writer, const DatacorePacket& write);
+    void awaitToken(Client& client);
+    void dropClientWithoutRole(Client& client, const char* reason);
+    bool isPresent(const Client* client) const;
+    void sendTo(Client& client, const std::vector<SerialisableDataPacket>& packets);
     void sendToAll(const std::vector<SerialisableDataPacket>& packets);
     std::vector<DatacoreBase*> getRoots() const;
     DatacoreBase* findDatacore(const QString& fullPath) const;
 
     DatacoreTrees trees;
+    std::unique_ptr<AccessControl> access;
     LinkListener listener;
     std::chrono::seconds deadPeerTimeout{0};
     std::vector<Client*> clients; ///< children of this object

@@ -1,5 +1,5 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
-//   datacore_server [--address ADDRESS] [--port PORT]
+//   datacore_server [--address ADDRESS] [--port PORT] [--roles FILE]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -7,6 +7,7 @@
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
+#include "infrastructure/server/AccessRulesFile.h"
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
@@ -17,6 +18,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <optional>
 
 namespace {
 
@@ -112,6 +114,24 @@ struct PersistentConfigTree : DatacoreBase
     DatacoreBase name{QStringLiteral("name"), this, QStringLiteral("instrument")};
 };
 
+/// The rules in a file; without one, whoever is on this machine may do all. Nothing, with the
+/// reason on standard error, if the file is no good.
+std::optional<AccessRules> getAccessRules(const std::optional<QString>& file)
+{
+    if (!file) {
+        return AccessRules::forThisMachine();
+    }
+    QStringList errors, warnings;
+    const std::optional<AccessRules> rules = loadAccessRules(*file, errors, warnings);
+    for (const QString& error : errors) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+    }
+    for (const QString& warning : warnings) {
+        std::fprintf(stderr, "warning: %s\n", qPrintable(warning));
+    }
+    return rules;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -125,7 +145,12 @@ int main(int argc, char** argv)
     const QCommandLineOption portOption(QStringLiteral("port"),
                                         QStringLiteral("Port to listen at; 0 for any."),
                                         QStringLiteral("port"), QStringLiteral("4010"));
-    parser.addOptions({addressOption, portOption});
+    const QCommandLineOption rolesOption(
+        QStringLiteral("roles"),
+        QStringLiteral("Who may do what; without it, whoever is on this machine may do all and "
+                       "nobody else anything."),
+        QStringLiteral("file"));
+    parser.addOptions({addressOption, portOption, rolesOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -146,6 +171,13 @@ int main(int argc, char** argv)
     }
     const auto port = static_cast<quint16>(*givenPort);
 
+    const std::optional<AccessRules> rules =
+        getAccessRules(parser.isSet(rolesOption) ? std::optional<QString>(parser.value(rolesOption))
+                                                 : std::nullopt);
+    if (!rules) {
+        return 1;
+    }
+
     setupLogging(false, "");
     quitOnSignal();
     ConfigTree config;
@@ -153,6 +185,7 @@ int main(int argc, char** argv)
     CommandTree command;
     PersistentConfigTree persistentConfig;
     DatacoreServer server({&config, &status, &command, &persistentConfig});
+    server.setAccessRules(*rules);
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));

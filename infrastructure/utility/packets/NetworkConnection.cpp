@@ -573,9 +573,9 @@ bool NetworkConnection::readAvailableBytes()
     }
     const qint64 arrived = socket->bytesAvailable();
     const int held = incomingBuffer.size();
-    if (arrived > MAX_BUFFERED_BYTES - held) {
-        VELLOG_ERR() << "Incoming packet exceeds " << MAX_BUFFERED_BYTES
-                     << " bytes, closing link to " << peerIdentifier;
+    if (arrived > maxBufferedBytes - held) {
+        VELLOG_ERR() << "Incoming packet exceeds " << maxBufferedBytes << " bytes, closing link to "
+                     << peerIdentifier;
         socket->abort();
         return false;
     }

@@ -86,6 +86,10 @@ public:
     /// True while the link is up.
     bool isConnected() const;
 
+    /// Makes fewer bytes than MAX_BUFFERED_BYTES the most that can wait, as for a peer that has yet
+    /// to show who it is.
+    void setMaxBufferedBytes(int bytes) { maxBufferedBytes = bytes; }
+
     /// Bytes sent that the system has not taken yet.
     qint64 getUnsentBytes() const;
 
@@ -155,6 +159,7 @@ private:
     QTcpSocket* socket = nullptr;    ///< a child of this object
     QSslSocket* tlsSocket = nullptr; ///< the same, if it is for TLS
     QByteArray incomingBuffer;       ///< received and not yet consumed
+    int maxBufferedBytes = MAX_BUFFERED_BYTES;
     quint32 connectionContext;
     quint32 socketCount = 0;   ///< how many sockets there have been
     int socketSignalDepth = 0; ///< above 0 while a signal of a socket is being handled

@@ -8,7 +8,7 @@ import sys
 
 CLONE_NEWNS, CLONE_NEWNET = 0x00020000, 0x40000000
 MS_REC, MS_PRIVATE, MS_BIND = 0x4000, 0x40000, 0x1000
-SIOCSIFFLAGS, IFF_UP = 0x8914, 0x1
+SIOCSIFFLAGS, SIOCSIFADDR, IFF_UP = 0x8914, 0x8916, 0x1
 SKIPPED = 77
 
 _libc = ctypes.CDLL(None, use_errno=True)
@@ -30,6 +30,13 @@ def enter():
     except OSError as error:
         print(f"skipped: no private namespaces here ({error})")
         sys.exit(SKIPPED)
+
+
+def add_address(address):
+    """Gives loopback another IPv4 address, as if there were a network."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
+        fcntl.ioctl(control, SIOCSIFADDR, struct.pack("16sHH4s8x", b"lo:1", socket.AF_INET, 0,
+                                                      socket.inet_aton(address)))
 
 
 def mount_empty(path):

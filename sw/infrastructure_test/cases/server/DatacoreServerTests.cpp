@@ -1,11 +1,13 @@
 // Servers and mirrors in one process, each link with a register of its own.
 #include "infrastructure/client/VelClientDatacoreManager.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
+#include "infrastructure/server/AccessRulesFile.h"
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/packets/DatacoreDescriptionPacket.h"
 #include "infrastructure/utility/packets/DatacoreDescriptionRequestPacket.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
+#include "infrastructure/utility/packets/DatacoreTokenPacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
@@ -322,4 +324,53 @@ TEST_CASE("Who asks for descriptions in a loop delays nobody, and is dropped if 
     }
     CHECK(linesOfDescriptions(log).size() == 1);
     CHECK(log.lines().filter(QStringLiteral("does not read, dropped")).size() == 2);
+}
+
+TEST_CASE(
+    "A refused write brings its mirror back to what the server holds, and nobody else hears of it",
+    "[server]")
+{
+    Trees trees(7);
+    DatacoreServer server(trees.roots);
+    QStringList errors;
+    const auto rules = readAccessRules(
+        "role viewer read\ngrant viewer address 127.0.0.1\n"
+        "role operator write configCoreRouter/leaf1 configCoreRouter/none\n" // "secret"
+        "grant operator token 2bb80d537b1da3e38bd30361aa855686bde0eacd7162fef6a25fe97bf527a25b\n",
+        errors);
+    REQUIRE(rules);
+    const LogCapture log;
+    server.setAccessRules(*rules);
+    CHECK(log.lines() == lines({"warning: The access rules name an unknown path "
+                                "configCoreRouter/none"}));
+    REQUIRE(server.listen(QHostAddress(QHostAddress::LocalHost), 0));
+    Mirror writer, witness;
+    REQUIRE((writer.fill(server.getPort()) && witness.fill(server.getPort())));
+    QStringList heard;
+    for (int leaf = 0; leaf < LEAVES; ++leaf) {
+        QObject::connect(witness.leaf(leaf), &ClientDatacore::datacoreUpdated,
+                         [&heard, leaf](const QStringList& data) {
+                             heard.append(leafName(leaf) + data.join(QString()));
+                         });
+    }
+    const auto write = [&](int leaf, int value) {
+        writer.leaf(leaf)->setDataInt(value);
+        REQUIRE(waitFor([&] { return writer.countPending() == 0; }));
+        return writer.leaf(leaf)->getData().toInt();
+    };
+    CHECK(write(1, 8) == 7);
+    writer.connection.acceptPacket(DatacoreTokenPacket(QStringLiteral("secret")));
+    CHECK(write(1, 9) == 9);
+    CHECK(write(2, 9) == 7);
+    CHECK(write(1, 10) == 10);
+    REQUIRE(waitFor([&] { return witness.leaf(1)->getData().toInt() == 10; }));
+    CHECK(heard == lines({"leaf19", "leaf110"}));
+
+    server.setAccessRules(AccessRules::forNobody()); // for those who come from now on
+    Mirror late;
+    CHECK(late.connection.connectToHost(QHostAddress(QHostAddress::LocalHost), server.getPort()));
+    CHECK(waitFor([&] { return !late.connection.isConnected(); }));
+    CHECK(server.getClientCount() == 2);
+    CHECK(log.lines().filter(QStringLiteral(" has no role here, dropped")).size() == 1);
+    CHECK(write(1, 11) == 11);
 }
