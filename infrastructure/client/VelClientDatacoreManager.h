@@ -20,7 +20,7 @@ public:
     /// Registers itself with the distributor, which must not call it after its end. Connection and
     /// distributor must use the same register; otherwise nothing arrives, and the log says so.
     VelClientDatacoreManager(NetworkConnection& connection,
-                             SerialisableDataPacketDistributor& distributor,
+                             SerialisableDataPacketDistributor& packetDistributor,
                              QObject* parent = nullptr);
     /// The same with a distributor of its own, on the connection's register.
     explicit VelClientDatacoreManager(NetworkConnection& connection, QObject* parent = nullptr);
@@ -31,16 +31,20 @@ public:
     /// What the server's datacores take: none until asked for, and cleared when the link is lost.
     ClientDatacoreDescriptions& getDescriptions() { return descriptions; }
 
+    /// Where acceptors of further classes of packets are registered.
+    SerialisableDataPacketDistributor& getDistributor() { return *distributor; }
+
     /// True only for "DatacorePathRadixTreePacket".
     bool canAcceptPacket(QString className) override;
     void acceptPacket(const SerialisableDataPacket& packet) override;
 
 private:
     VelClientDatacoreManager(NetworkConnection& connection,
-                             std::unique_ptr<SerialisableDataPacketDistributor> distributor,
+                             std::unique_ptr<SerialisableDataPacketDistributor> newDistributor,
                              QObject* parent);
 
     std::unique_ptr<SerialisableDataPacketDistributor> ownDistributor;
+    SerialisableDataPacketDistributor* distributor;
     ClientDatacoreRegistry registry;
     ClientDatacorePopulator populator;
     ClientDatacoreMonitor monitor;

@@ -27,7 +27,8 @@ QString helpWithDefaults(QCommandLineParser& parser)
     static const QRegularExpression option(QStringLiteral("^ +(?:-\\w, )?--([\\w-]+) <"));
     QStringList lines = parser.helpText().split(QLatin1Char('\n'));
     for (int i = 0; i < lines.size(); ++i) {
-        const QString value = parser.value(option.match(lines[i]).captured(1));
+        const QString name = option.match(lines[i]).captured(1);
+        const QString value = name.isEmpty() ? QString() : parser.value(name);
         if (value.isEmpty()) {
             continue;
         }
@@ -45,17 +46,6 @@ QString helpWithDefaults(QCommandLineParser& parser)
     return lines.join(QLatin1Char('\n'));
 }
 
-/// The options that a parser knows, which only its help tells.
-QStringList optionNames(const QCommandLineParser& parser)
-{
-    static const QRegularExpression option(QStringLiteral("(?<= )--([\\w-]+)"));
-    QStringList names;
-    for (auto found = option.globalMatch(parser.helpText()); found.hasNext();) {
-        names.append(found.next().captured(1));
-    }
-    return names;
-}
-
 } // namespace
 
 const char* getProjectVersion()
@@ -71,8 +61,11 @@ std::optional<int> parseCommandLine(QCommandLineParser& parser)
                                      QStringLiteral("Print the version."));
     parser.addOptions({help, version});
     if (!parser.parse(QCoreApplication::arguments())) {
-        const QString unknown = parser.unknownOptionNames().value(0);
-        return refuseCommandLine(withSuggestion(parser.errorText(), unknown, optionNames(parser)));
+        QString error = parser.errorText();
+        error.chop(error.endsWith(QLatin1Char('.')) ? 1 : 0);
+        return refuseCommandLine(
+            withSuggestion(error, QLatin1String("--") + parser.unknownOptionNames().value(0),
+                           getOptionNames(parser)));
     }
     if (parser.isSet(help)) {
         std::fputs(qUtf8Printable(helpWithDefaults(parser)), stdout);
@@ -98,6 +91,18 @@ std::optional<int> answerHelpOrVersion(int argc, const char* const* argv, const 
         return 0;
     }
     return std::nullopt;
+}
+
+QStringList getOptionNames(const QCommandLineParser& parser)
+{
+    // Only the help tells.
+    static const QRegularExpression option(QStringLiteral("^ +(?:-\\w, )?(--[\\w-]+)"),
+                                           QRegularExpression::MultilineOption);
+    QStringList names;
+    for (auto found = option.globalMatch(parser.helpText()); found.hasNext();) {
+        names.append(found.next().captured(1));
+    }
+    return names;
 }
 
 std::optional<int> readNumber(const QCommandLineParser& parser, const QString& option, int least,

@@ -20,6 +20,9 @@ std::optional<int> parseCommandLine(QCommandLineParser& parser);
 /// these options is the only argument. A null `usage` leaves the help to others.
 std::optional<int> answerHelpOrVersion(int argc, const char* const* argv, const char* usage);
 
+/// The options that a parser knows, each with its "--".
+QStringList getOptionNames(const QCommandLineParser& parser);
+
 /// The whole number that an option holds. Out of range, or no number, it gives nothing, and tells
 /// in `whatIsWrong` what would be right.
 std::optional<int> readNumber(const QCommandLineParser& parser, const QString& option, int least,
