@@ -12,6 +12,7 @@
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/QuitOnSignal.h"
+#include "ServiceNotification.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -194,6 +195,7 @@ int main(int argc, char** argv)
     std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                 unsigned(server.getPort()));
     std::fflush(stdout);
+    notifyServiceManager("READY=1");
 
     unsigned long long frames = 0;
     QTimer timer;
@@ -204,6 +206,7 @@ int main(int argc, char** argv)
     });
     timer.start(STATUS_PERIOD_MS);
     const int result = app.exec();
+    notifyServiceManager("STOPPING=1");
     tearDownLogging();
     return result;
 }
