@@ -1,5 +1,7 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
-//   datacore_server [--address ADDRESS] [--port PORT] [--roles FILE]
+//   datacore_server [--address ADDRESS] [--port PORT] [--tls-port PORT --tls-certificate FILE
+//   --tls-key FILE]
+//                   [--local PATH] [--roles FILE]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -11,6 +13,7 @@
 #include "infrastructure/server/DatacoreServer.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
+#include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/QuitOnSignal.h"
 #include "ServiceNotification.h"
 
@@ -18,6 +21,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
 #include <optional>
 
@@ -151,7 +155,25 @@ int main(int argc, char** argv)
         QStringLiteral("Who may do what; without it, whoever is on this machine may do all and "
                        "nobody else anything."),
         QStringLiteral("file"));
-    parser.addOptions({addressOption, portOption, rolesOption});
+    const QCommandLineOption tlsPortOption(
+        QStringLiteral("tls-port"), QStringLiteral("Port to listen at for TLS as well; 0 for any."),
+        QStringLiteral("port"));
+    const QCommandLineOption localOption(
+        QStringLiteral("local"),
+        QStringLiteral("Path of a socket to listen at as well, for processes of this machine."),
+        QStringLiteral("path"));
+    const QCommandLineOption localModeOption(
+        QStringLiteral("local-mode"),
+        QStringLiteral("Permissions of that socket, octal: who may write to it may connect."),
+        QStringLiteral("mode"), QStringLiteral("0660"));
+    const QCommandLineOption deadPeerOption(
+        QStringLiteral("dead-peer-timeout"),
+        QStringLiteral("Seconds after which a client that can't be reached is dropped, 2 to 32767; "
+                       "0 for never."),
+        QStringLiteral("seconds"), QStringLiteral("10"));
+    parser.addOptions({addressOption, portOption, tlsPortOption, rolesOption});
+    addTlsOptions(parser, TlsEnd::Server);
+    parser.addOptions({localOption, localModeOption, deadPeerOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -160,9 +182,22 @@ int main(int argc, char** argv)
     const std::optional<int> givenPort =
         readNumber(parser, QStringLiteral("port"), 0, 65535, whatIsWrong);
     const QHostAddress address(parser.value(addressOption));
+    const std::optional<int> tlsPort =
+        parser.isSet(tlsPortOption)
+            ? readNumber(parser, QStringLiteral("tls-port"), 0, 65535, whatIsWrong)
+            : 0;
+    constexpr int longestTimeout = 32767;
+    const std::optional<int> deadPeerTimeout =
+        readNumber(parser, QStringLiteral("dead-peer-timeout"), 0, longestTimeout, whatIsWrong);
+    constexpr quint32 allPermissions = 0777;
+    bool isMode = false;
+    const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
     if (address.isNull()) {
         whatIsWrong = QStringLiteral("--address \"%1\": an IP address is needed")
                           .arg(parser.value(addressOption));
+    } else if (!isMode || localMode > allPermissions) {
+        whatIsWrong = QStringLiteral("--local-mode \"%1\": permissions from 0 to 0777 are needed")
+                          .arg(parser.value(localModeOption));
     } else if (!parser.positionalArguments().isEmpty()) {
         whatIsWrong = QStringLiteral("\"%1\" is not an option")
                           .arg(parser.positionalArguments().constFirst());
@@ -178,6 +213,14 @@ int main(int argc, char** argv)
     if (!rules) {
         return 1;
     }
+    std::optional<TlsSettings> tlsSettings;
+    if (parser.isSet(tlsPortOption)) {
+        tlsSettings = readTlsOptions(parser, TlsEnd::Server, &whatIsWrong);
+        if (!tlsSettings) {
+            std::fprintf(stderr, "%s\n", qPrintable(whatIsWrong));
+            return 1;
+        }
+    }
 
     setupLogging(false, "");
     quitOnSignal();
@@ -187,6 +230,7 @@ int main(int argc, char** argv)
     PersistentConfigTree persistentConfig;
     DatacoreServer server({&config, &status, &command, &persistentConfig});
     server.setAccessRules(*rules);
+    server.setDeadPeerTimeout(std::chrono::seconds(*deadPeerTimeout));
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));
@@ -194,6 +238,25 @@ int main(int argc, char** argv)
     }
     std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                 unsigned(server.getPort()));
+    if (tlsSettings) {
+        if (!server.listenTls(address, static_cast<quint16>(*tlsPort), *tlsSettings,
+                              &whatIsWrong)) {
+            std::fprintf(stderr, "Can't listen at %s port %u: %s\n", qPrintable(address.toString()),
+                         unsigned(*tlsPort), qPrintable(whatIsWrong));
+            return 1;
+        }
+        std::printf("Listening with TLS at %s port %u\n", qPrintable(address.toString()),
+                    unsigned(server.getTlsPort()));
+    }
+    if (parser.isSet(localOption)) {
+        const QString path = parser.value(localOption);
+        if (!server.listenLocal(path, localMode, &whatIsWrong)) {
+            std::fprintf(stderr, "Can't listen at %s: %s\n", qPrintable(path),
+                         qPrintable(whatIsWrong));
+            return 1;
+        }
+        std::printf("Listening at %s\n", qPrintable(path));
+    }
     std::fflush(stdout);
     notifyServiceManager("READY=1");
 

@@ -182,7 +182,12 @@ void LinkListener::acceptTls(qintptr descriptor, const Door& door)
     socket->setReadBufferSize(HANDSHAKE_BUFFER_BYTES);
     connect(socket, &QSslSocket::encrypted, this, [this, socket] { handOver(*socket); });
     connect(socket, &QTcpSocket::errorOccurred, this,
-            [this, socket] { refuse(*socket, socket->errorString()); });
+            [this, socket](QAbstractSocket::SocketError error) {
+                refuse(*socket, error == QAbstractSocket::RemoteHostClosedError
+                                    ? QStringLiteral("broken off by the peer, which may not trust "
+                                                     "this end's certificate")
+                                    : socket->errorString());
+            });
     connect(socket, &QTcpSocket::readyRead, this,
             [this, socket, &door] { startHandshake(*socket, door); });
     QTimer::singleShot(handshakeTimeLimit, socket, [this, socket] {

@@ -580,7 +580,10 @@ bool NetworkConnection::readAvailableBytes()
         return false;
     }
     incomingBuffer.resize(held + static_cast<int>(arrived));
-    isUnanswered = isUnanswered && arrived == 0;
+    if (arrived == 0) {
+        return true; // somebody ahead of this connection may have closed the socket
+    }
+    isUnanswered = false;
     const qint64 taken = socket->read(incomingBuffer.data() + held, arrived);
     incomingBuffer.resize(held + static_cast<int>(std::max<qint64>(taken, 0)));
     return true;
@@ -661,11 +664,11 @@ QString NetworkConnection::explain(QAbstractSocket::SocketError socketError) con
     }
     if (isClosed && isTls && !isUp) {
         return QStringLiteral("the peer broke the TLS handshake off; the port may not be one of "
-                              "TLS, or this end's certificate is refused");
+                              "TLS, or the server refuses this end's certificate");
     }
     if (isClosed && isUp && isUnanswered) {
         return QStringLiteral("the peer closed the link before it sent anything; ") +
-               (isTls ? QStringLiteral("it may refuse this end's certificate")
+               (isTls ? QStringLiteral("it may refuse this end's certificate, or want one")
                       : QStringLiteral("the port may be one of TLS, or this client is refused"));
     }
     return QString();

@@ -68,11 +68,10 @@ bool readKey(const TlsFiles& files, QSslKey& key, QString* whatIsWrong)
 
 /// Lets OpenSSL take certificate and key as it will for a link: it refuses a pair that does not
 /// belong together, and keys that are too weak for it.
-bool tryOut(const QSslConfiguration& configuration, QString& reason)
+bool tryOut(const QSslConfiguration& configuration)
 {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
-        reason = QStringLiteral("no socket to try it with");
         return false;
     }
     QSslSocket socket;
@@ -80,7 +79,6 @@ bool tryOut(const QSslConfiguration& configuration, QString& reason)
     socket.setSslConfiguration(configuration);
     socket.startServerEncryption();
     const bool isGood = socket.error() == QAbstractSocket::UnknownSocketError;
-    reason = socket.errorString();
     socket.abort();
     ::close(ends[1]);
     return isGood;
@@ -125,10 +123,9 @@ std::optional<TlsSettings> TlsSettings::load(const TlsFiles& files, QString* wha
         }
         settings.configuration.setLocalCertificateChain(certificates);
         settings.configuration.setPrivateKey(key);
-        QString reason;
-        if (!tryOut(settings.configuration, reason)) {
-            refuse(whatIsWrong, files.certificate + QStringLiteral(" with ") + files.key +
-                                    QStringLiteral(": ") + reason);
+        if (!tryOut(settings.configuration)) {
+            refuse(whatIsWrong, files.key + QStringLiteral(": does not fit the certificate in ") +
+                                    files.certificate + QStringLiteral(", or is too weak"));
             return std::nullopt;
         }
     }
@@ -146,10 +143,6 @@ QSslConfiguration TlsSettings::getServerConfiguration() const
 {
     QSslConfiguration server = configuration;
     server.setPeerVerifyMode(hasOwnTrust ? QSslSocket::VerifyPeer : QSslSocket::VerifyNone);
-    if (hasOwnTrust && requiresCertificate) {
-        // OpenSSL itself then tells a client without one why it is refused.
-        server.setBackendConfigurationOption("VerifyMode", QByteArray("Require"));
-    }
     return server;
 }
 

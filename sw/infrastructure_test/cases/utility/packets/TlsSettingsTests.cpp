@@ -1,0 +1,120 @@
+// The files are made by tools/make_certificates.sh.
+#include "infrastructure/utility/packets/TlsOptions.h"
+#include "infrastructure/utility/packets/TlsSettings.h"
+#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreTest.h"
+#include "sw/infrastructure_test/TestSupport.h"
+
+#include <QCommandLineParser>
+#include <QFile>
+#include <QSslCertificate>
+#include <QTemporaryDir>
+
+namespace {
+
+QString tlsFile(const char* name)
+{
+    return *name == '\0' ? QString()
+                         : DatacoreTest::testSourceDirectory + QStringLiteral("/tls/") +
+                               QString::fromLatin1(name);
+}
+
+} // namespace
+
+TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "[packets]")
+{
+    const QTemporaryDir directory;
+    QFile large(directory.filePath(QStringLiteral("large")));
+    REQUIRE(large.open(QIODevice::WriteOnly));
+    REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES + 1));
+
+    struct Row
+    {
+        const char* certificate;
+        const char* key;
+        const char* passphrase;
+        const char* trust;
+        const char* whatIsWrong; ///< null if nothing
+    };
+    const Row rows[] = {
+        {"", "", "", "", nullptr},
+        {"server.pem", "end.key", "", "authority.pem", nullptr},
+        {"server.pem", "locked.key", "secret", "", nullptr},
+        {"server.pem", "locked.key", "", "",
+         "locked.key: is encrypted, and there is no passphrase"},
+        {"server.pem", "locked.key", "public", "", "locked.key: the passphrase does not fit"},
+        {"server.pem", "", "", "", "a certificate and its key go together"},
+        {"", "end.key", "", "", "a certificate and its key go together"},
+        {"none.pem", "end.key", "", "", "none.pem: No such file or directory"},
+        {"server.pem", "none.key", "", "", "none.key: No such file or directory"},
+        {"", "", "", "none.pem", "none.pem: No such file or directory"},
+        {"end.key", "end.key", "", "", "end.key: holds no certificate in PEM form"},
+        {"", "", "", "end.key", "end.key: holds no certificate in PEM form"},
+        {"server.pem", "server.pem", "", "", "server.pem: holds no RSA or EC private key"},
+        {"server.pem", "stranger.key", "", "", "stranger.key: does not fit the certificate in "},
+        {"expired.pem", "end.key", "", "", "expired.pem: expired at 2001-01-01T00:00:00Z"},
+    };
+    for (const Row& row : rows) {
+        QString reason;
+        const auto settings = TlsSettings::load(
+            {tlsFile(row.certificate), tlsFile(row.key), row.passphrase, tlsFile(row.trust)},
+            &reason);
+        CAPTURE(row.certificate, row.key, row.trust, reason.toStdString());
+        CHECK(settings.has_value() == (row.whatIsWrong == nullptr));
+        CHECK(reason.isEmpty() == (row.whatIsWrong == nullptr));
+        CHECK(reason.contains(QString::fromLatin1(row.whatIsWrong)));
+        if (settings) {
+            CHECK(settings->hasCertificate() == (*row.certificate != '\0'));
+            CHECK(settings->hasTrust() == (*row.trust != '\0'));
+        }
+    }
+    QString reason;
+    CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
+    CHECK(reason.endsWith(QLatin1String(": is larger than 4194304 bytes")));
+    REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES));
+    CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
+    CHECK(reason.endsWith(QLatin1String("holds no certificate in PEM form")));
+    CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), directory.path()}));
+}
+
+TEST_CASE("Options of a program name its TLS files, and what is to be verified", "[packets]")
+{
+    const auto read = [](TlsEnd end, QStringList words, QString& reason) {
+        QCommandLineParser parser;
+        addTlsOptions(parser, end);
+        for (QString& word : words) {
+            word.replace(QLatin1Char('@'),
+                         DatacoreTest::testSourceDirectory + QStringLiteral("/tls/"));
+        }
+        REQUIRE(parser.parse(QStringList{QStringLiteral("program")} + words));
+        reason.clear();
+        return readTlsOptions(parser, end, &reason);
+    };
+    QString reason;
+    const QStringList own = lines({"--tls-certificate", "@server.pem", "--tls-key", "@end.key"});
+    const QStringList trust = lines({"--tls-trust", "@authority.pem"});
+
+    auto settings = read(TlsEnd::Client, {}, reason);
+    REQUIRE(settings);
+    CHECK(settings->getVerifiesPeer());
+    CHECK_FALSE((settings->hasCertificate() || settings->hasTrust()));
+    settings =
+        read(TlsEnd::Client,
+             own + trust + lines({"--tls-name", "instrument.test", "--tls-no-verify"}), reason);
+    REQUIRE(settings);
+    CHECK((settings->hasCertificate() && settings->hasTrust()));
+    CHECK_FALSE(settings->getVerifiesPeer());
+    CHECK(settings->getPeerName() == QLatin1String("instrument.test"));
+    CHECK(settings->getClientConfiguration().protocol() == QSsl::TlsV1_2OrLater);
+
+    settings = read(TlsEnd::Server, own + trust + lines({"--tls-require-certificate"}), reason);
+    REQUIRE(settings);
+    CHECK(settings->getRequiresCertificate());
+    CHECK(settings->getServerConfiguration().protocol() == QSsl::TlsV1_2OrLater);
+    CHECK_FALSE(read(TlsEnd::Server, trust, reason));
+    CHECK(reason == QLatin1String("TLS needs --tls-certificate and --tls-key"));
+    CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"}), reason));
+    CHECK(reason == QLatin1String("--tls-require-certificate needs --tls-trust"));
+    CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"}), reason));
+    CHECK(reason.endsWith(QLatin1String("end.key: holds no certificate in PEM form")));
+}
