@@ -73,7 +73,7 @@ void readCommand(const QCommandLineParser& parser, Settings& settings)
 {
     settings.words = parser.positionalArguments();
     settings.command = findForm(settings.words.value(0));
-    if (!settings.words.isEmpty()) {
+    if (settings.command != nullptr) {
         settings.words.removeFirst();
     }
 }

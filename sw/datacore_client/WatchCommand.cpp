@@ -3,7 +3,7 @@
 #include "ValueText.h"
 
 #include <QDateTime>
-#include <QHash>
+#include <QSet>
 
 namespace {
 
@@ -36,6 +36,16 @@ private:
     {
         isFilled = true;
         awaitNothing();
+        for (const std::unique_ptr<Server>& server : servers) {
+            for (const QString& path : selected[server.get()]) {
+                const ClientDatacore& datacore = *server->find(path);
+                const bool isBare =
+                    datacore.getDataCount() == 0 && datacore.isValid() && datacore.isActive();
+                if (!settings.isChangesOnly && !isBare) { // which only holds others
+                    show(*server, datacore);
+                }
+            }
+        }
     }
 
     /// Before all servers have told their values, a wrong address is the likely reason.
@@ -58,7 +68,7 @@ private:
         connect(&server.registry(), &ClientDatacoreRegistry::mirrorsAboutToBeRemoved, this,
                 [this, &server](const QStringList& paths) {
                     for (const QString& path : paths) {
-                        if (receivedCounts.remove(server.find(path)) > 0) {
+                        if (watched.remove(server.find(path))) {
                             complain(timeText() + QLatin1Char(' ') + prefixFor(server) +
                                      printable(path) + QStringLiteral(" is gone"));
                         }
@@ -76,11 +86,9 @@ private:
     {
         for (const QString& path : paths) {
             ClientDatacore& datacore = *server.find(path);
-            receivedCounts.insert(&datacore, 0);
-            connect(&datacore, &ClientDatacore::datacoreInSyncWithServer, this,
-                    [this, &datacore] { ++receivedCounts[&datacore]; });
+            watched.insert(&datacore);
             connect(&datacore, &ClientDatacore::datacoreUpdated, this, [this, &server, &datacore] {
-                if (!settings.isChangesOnly || isFilled || receivedCounts.value(&datacore) > 1) {
+                if (isFilled) {
                     show(server, datacore);
                 }
             });
@@ -96,8 +104,8 @@ private:
                                     statusText(datacore));
     }
 
-    QHash<const ClientDatacore*, int> receivedCounts; ///< of values, for each that is watched
-    bool isFilled = false;                            ///< all servers have sent all values once
+    QSet<const ClientDatacore*> watched;
+    bool isFilled = false; ///< all servers have sent all values once
 };
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -267,25 +268,39 @@ private:
                 awaitAnswer();
                 if (++acknowledgedCount == writes.size()) {
                     // The content of the last acknowledgement is taken after this signal.
-                    QTimer::singleShot(0, this, [this] { onWritten(); });
+                    QTimer::singleShot(0, this, [this] {
+                        settleRest();
+                        onWritten();
+                    });
                 }
             }
         });
-        // An acknowledgement that brings nothing new leaves what was written.
-        connect(&datacore, &ClientDatacore::datacoreUpdated, this,
-                [this, path, &datacore](const QStringList& values) {
-                    Write& write = writes[path];
-                    if (!write.isAcknowledged || write.isSettled) {
-                        return;
-                    }
-                    write.isSettled = true;
-                    if (values != write.values) {
-                        ++refusedCount;
-                        complain(
-                            QStringLiteral("%1: refused, the value is %2  %3")
-                                .arg(printable(path), valueText(values), statusText(datacore)));
-                    }
-                });
+        // Its content comes next, unless the mirror holds that already.
+        connect(&datacore, &ClientDatacore::datacoreUpdated, this, [this, path] {
+            if (writes[path].isAcknowledged) {
+                settle(path);
+            }
+        });
+    }
+
+    void settleRest()
+    {
+        const QStringList paths = writes.keys();
+        for (const QString& path : paths) {
+            settle(path);
+        }
+    }
+
+    void settle(const QString& path)
+    {
+        Write& write = writes[path];
+        const ClientDatacore& datacore = *server().find(path);
+        if (!std::exchange(write.isSettled, true) && valuesOf(datacore) != write.values) {
+            ++refusedCount;
+            complain(
+                QStringLiteral("%1: refused, the value is %2  %3")
+                    .arg(printable(path), valueText(valuesOf(datacore)), statusText(datacore)));
+        }
     }
 
     QHash<QString, Write> writes;
