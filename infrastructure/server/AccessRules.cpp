@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr QLatin1String STATUS_TREE("statusCoreRouter");
+const QLatin1String STATUS_TREE("statusCoreRouter");
 
 /// Whether one kind of grantee is the peer.
 struct FitsOrigin

@@ -24,25 +24,27 @@ QString quoted(const QString& word)
            QLatin1Char('"');
 }
 
+bool isBlank(QChar character)
+{
+    return character == QLatin1Char(' ') || character == QLatin1Char('\t');
+}
+
 /// The words of a statement, or what is wrong with its quotes.
 std::optional<QStringList> split(const QString& line, QString& whatIsWrong)
 {
+    const QLatin1Char quote('"');
     QStringList words;
     int at = 0;
     while (true) {
-        while (at < line.size() &&
-               (line[at] == QLatin1Char(' ') || line[at] == QLatin1Char('\t'))) {
+        while (at < line.size() && isBlank(line[at])) {
             ++at;
         }
         if (at == line.size() || line[at] == QLatin1Char('#')) {
             return words;
         }
-        const bool isQuoted = line[at] == QLatin1Char('"');
-        const int begin = isQuoted ? at + 1 : at;
-        at = begin;
-        while (at < line.size() &&
-               (isQuoted ? line[at] != QLatin1Char('"')
-                         : !line[at].isSpace() && line[at] != QLatin1Char('"'))) {
+        const bool isQuoted = line[at] == quote;
+        const int begin = isQuoted ? ++at : at;
+        while (at < line.size() && line[at] != quote && (isQuoted || !isBlank(line[at]))) {
             ++at;
         }
         words.append(line.mid(begin, at - begin));
@@ -50,7 +52,7 @@ std::optional<QStringList> split(const QString& line, QString& whatIsWrong)
             whatIsWrong = QStringLiteral("a quote is not closed; end the word with \"");
             return std::nullopt;
         }
-        if (at < line.size() && !line[at].isSpace()) {
+        if (at < line.size() && !isBlank(line[at])) {
             whatIsWrong = QStringLiteral("a quote stands in a word; put blanks around the quoted "
                                          "word");
             return std::nullopt;

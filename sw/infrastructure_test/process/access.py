@@ -140,7 +140,7 @@ def check_strangers(port):
     check(not guesser.present("open sesame")["TokenTaken"], "the right one comes too early then")
     check(Link(port, "127.0.0.7").present("open sesame")["TokenTaken"], "but not from elsewhere")
 
-    check(is_dropped(lambda: silent.receive(Class="none")) and time.monotonic() - start > 4,
+    check(silent.stream.read() == b"" and time.monotonic() - start > 4,
           "a stranger that stays silent is dropped, and has heard nothing")
     crowd = [Link(port, "127.0.0.7") for _ in range(65)]
     check(is_dropped(lambda: crowd[0].receive(Class="none")), "the first of too many strangers has to go")

@@ -66,6 +66,9 @@ def check_examples(port):
              Datacore={"equaliser": {"data": value}})
         receive(PacketID=number)
 
+    send(Class="DatacoreTokenPacket", Token="open sesame")
+    receive(Class="DatacoreAccessPacket")
+
     dump = hexadecimal(blocks("hex")[0])
     check(struct.unpack(">HHII", dump[:12]) == (0x1010, 0, len(dump) - 8, len(dump) - 12),
           "the header of the dumped packet holds its sizes")

@@ -134,6 +134,13 @@ TEST_CASE("Each error in a file of access rules is told with its line and what w
         {"role \"b read", "a quote is not closed; end the word with \""},
         {"role b\"c\" read", "a quote stands in a word; put blanks around the quoted word"},
         {"role \"b\"c read", "a quote stands in a word; put blanks around the quoted word"},
+        {"role\u00A0b read",
+         "\"role\u00A0b\" is no statement; one begins with role, grant, writable "
+         "or read-only"},
+        {"grant a address 10.0.0.0/8\ngrant a address ::ffff:10.0.0.0/104",
+         "address \"::ffff:10.0.0.0/104\" has role \"a\" already; leave one out"},
+        {"grant a certificate x\ngrant a certificate \"x\"",
+         "certificate \"x\" has role \"a\" already; leave one out"},
         {"role \xFF read", "this is no text in UTF-8 without control characters; write it anew"},
         {QByteArray("role \0 read", 11),
          "this is no text in UTF-8 without control characters; write "
@@ -154,6 +161,18 @@ TEST_CASE("Each error in a file of access rules is told with its line and what w
                            "address 127.0.0.1",
                            "more than 65536 bytes; leave something out"}));
     CHECK(readAccessRules(QByteArray(MAX_ACCESS_RULES_BYTES - int(grant.size()), '\n') + grant,
+                          errors));
+    const QByteArray digest = QByteArray(DIGEST), next = digest.left(63) + "c";
+    for (const char* way : {"token ", "certificate-sha256 "}) {
+        const QByteArray again = grant + "grant a " + way + digest + "\ngrant a " + way;
+        CHECK(readAccessRules(again + next, errors)); // another
+        QStringList repeated;
+        CHECK_FALSE(readAccessRules(again + digest.toUpper(), repeated));
+        CHECK(repeated.join(QString()).contains(QStringLiteral("has role \"a\" already")));
+    }
+    CHECK(readAccessRules(grant + "role b all\ngrant b user 0\ngrant a user 1\ngrant a address ::\n"
+                                  "grant a address ::/1\ngrant a address 1::\n"
+                                  "grant a certificate x\ngrant a certificate y",
                           errors));
     errors.clear();
     CHECK_FALSE(readAccessRules(QByteArray("x\n").repeated(23), errors));
@@ -371,12 +390,18 @@ TEST_CASE("Nothing in a write may be for a read-only node, and refusals are logg
 TEST_CASE("A right token adds its role; wrong ones make the place that they come from wait",
           "[server]")
 {
+    const auto digestOf = [](const QString& token) {
+        return QCryptographicHash::hash(token.toUtf8(), QCryptographicHash::Sha256).toHex() + '\n';
+    };
+    const QString longest(1024, QLatin1Char('x'));
     AccessControl control;
     control.setRules(rulesOf(QByteArray("role viewer read\nrole operator write configCoreRouter/a\n"
+                                        "role clerk write commandCoreRouter\n"
                                         "grant viewer address 10.0.0.0/8\ngrant operator token ") +
-                             DIGEST));
+                             DIGEST + "\ngrant clerk token " + DIGEST + "\ngrant clerk token " +
+                             digestOf(longest) + "grant clerk token " +
+                             digestOf(longest + QLatin1Char('x'))));
     const QString right = QStringLiteral("secret");
-    REQUIRE(QCryptographicHash::hash(right.toUtf8(), QCryptographicHash::Sha256).toHex() == DIGEST);
     AccessControl::Time now{};
     AccessPeer peer = control.admit(from("10.0.0.1"));
     const auto answer = [&](AccessPeer& asking, const QString& token) {
@@ -386,8 +411,8 @@ TEST_CASE("A right token adds its role; wrong ones make the place that they come
     CHECK(answer(peer, QString()) ==
           R"({"Class":"DatacoreAccessPacket","Prefixes":[],"Right":"read","Roles":["viewer"]})");
     const QByteArray taken =
-        R"({"Class":"DatacoreAccessPacket","Prefixes":["configCoreRouter/a"],"Right":"write",)"
-        R"("Roles":["viewer","operator"],"TokenTaken":true})";
+        R"({"Class":"DatacoreAccessPacket","Prefixes":["configCoreRouter/a","commandCoreRouter"],)"
+        R"("Right":"write","Roles":["viewer","operator","clerk"],"TokenTaken":true})";
     CHECK(answer(peer, right) == taken);
     CHECK(answer(peer, right) == taken);
 
@@ -401,17 +426,17 @@ TEST_CASE("A right token adds its role; wrong ones make the place that they come
     CHECK(answer(stranger, right) == refused(1)); // not looked at
     CHECK(answer(peer, right) == taken);          // from elsewhere
     now += 1ms;
-    CHECK(answer(stranger, right + QString(1020, QLatin1Char('x'))) == refused(2000)); // too long
+    CHECK(answer(stranger, longest + QLatin1Char('x')) == refused(2000)); // too long
     now += 2s;
-    CHECK(answer(stranger, right).contains(R"("Right":"write")"));
+    CHECK(answer(stranger, longest).contains(R"("Right":"write","Roles":["clerk"])"));
     CHECK(answer(stranger, QStringLiteral("x")).contains(R"("RetryAfterMs":4000)"));
     CHECK(
         log.lines() ==
-        lines({"info: Client 10.0.0.1:0 has roles viewer, operator",
+        lines({"info: Client 10.0.0.1:0 has roles viewer, operator, clerk",
                "warning: Client 192.168.0.1:0 sent a wrong token, the next is looked at in 1000 ms",
                "warning: Client 192.168.0.1:0 sent a wrong token, the next is looked at in 2000 ms "
                "(1 more before this)",
-               "info: Client 192.168.0.1:0 has role operator",
+               "info: Client 192.168.0.1:0 has role clerk",
                "warning: Client 192.168.0.1:0 sent a wrong token, the next is looked at in 4000 "
                "ms"}));
 }
