@@ -51,6 +51,7 @@ local fields = {
     path = ProtoField.string("infrastructure.path", "Path"),
     client_id = ProtoField.string("infrastructure.client_id", "Client ID"),
     packet_id = ProtoField.int32("infrastructure.packet_id", "Packet ID"),
+    last = ProtoField.string("infrastructure.last", "Last"),
     length = ProtoField.uint32("infrastructure.length", "Length of text"),
     text = ProtoField.string("infrastructure.text", "Text"),
     payload = ProtoField.bytes("infrastructure.payload", "Payload"),
@@ -146,6 +147,8 @@ local function show_text(buffer, offset, size, pinfo, tree)
         number = nil
     end
 
+    local last = add_member(tree, fields.last, members.Last, buffer, offset)
+
     if size > 0 then
         local json = Dissector.get("json")
         local shown = json and pcall(json.call, json, buffer(offset, size):tvb(), pinfo, tree)
@@ -156,6 +159,9 @@ local function show_text(buffer, offset, size, pinfo, tree)
     local words = { class or "JSON without class", path }
     if number then
         words[#words + 1] = string.format("write %d", number)
+    end
+    if last == "true" then
+        words[#words + 1] = "last"
     end
     return table.concat(words, " ")
 end

@@ -134,10 +134,13 @@ def main(script, recording):
     capture = Capture()
     for data in bad:
         capture.add([(0, data), (0, json_packet(b'{"Class":"Behind"}'))], 1460)
+    capture.add([(1, json_packet(b'{"Class":"DatacoreDescriptionPacket","Descriptions":[{"Is":{},'
+                                 b'"Paths":["Last"]}],"Last":true}'))], 1460)
     for words in (["-V"], ["-V", "-o", "tcp.desegment_tcp_streams:FALSE"]):
         text = tshark(capture, *words)
         check("Dissector bug" not in text and text.count("Class: Behind") >= 18,
               "bad input is no trouble, and what is behind it is shown", text.count("Class: Behind"))
+        check("DatacoreDescriptionPacket last\n" in text, "the end of an answer is shown")
 
 
 if __name__ == "__main__":

@@ -61,6 +61,9 @@ def check_examples(port):
     receive(Class="DatacorePathRadixTreePacket")
     receive(Path=EQUALISER)
     receive(Path="configCoreRouter/input1")
+    send(Class="DatacoreDescriptionRequestPacket", ClientID=link.id,
+         Paths=[EQUALISER, EQUALISER.replace("1", "2"), "statusCoreRouter/temperature"])
+    receive(Class="DatacoreDescriptionPacket")
     for number, value in enumerate(("42", ["1", "2"])):
         send(Class="DatacorePacket", ClientID=link.id, PacketID=number, Path=EQUALISER,
              Datacore={"equaliser": {"data": value}})
