@@ -35,9 +35,15 @@ QString toText(int x, int y)
     return QStringLiteral("%1,%2").arg(x).arg(y);
 }
 
-QStringList toList(const std::deque<QString>& values)
+QStringList valuesOf(const DatacoreBase& datacore)
 {
-    return QStringList(values.begin(), values.end());
+    QStringList values;
+    const int count = datacore.getDataCount();
+    values.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        values.append(datacore.getDataAt(i));
+    }
+    return values;
 }
 
 template <typename Value>
@@ -119,14 +125,14 @@ void ClientDatacore::setData(const std::deque<QString>& values)
     if (isWritable()) {
         DatacoreBase::setData(values);
     } else {
-        refuseWrite(toList(values));
+        refuseWrite(QStringList(values.begin(), values.end()));
     }
 }
 
 /// Elements that show the mirror go back to what it holds.
 void ClientDatacore::refuseWrite(const QStringList& values)
 {
-    if (values == toList(getDataList())) {
+    if (values == valuesOf(*this)) {
         return;
     }
     const CallingOut callingOut(*this);
@@ -147,7 +153,7 @@ LostWrite ClientDatacore::takePendingWrites()
 {
     const int count = getPendingCount();
     pendingPacketIds.clear();
-    return {path, std::exchange(pendingValues, {}), count};
+    return {path, overwritten ? *overwritten : valuesOf(*this), count};
 }
 
 void ClientDatacore::acknowledge(const DatacorePacket& packet)
@@ -168,7 +174,6 @@ void ClientDatacore::acknowledge(const DatacorePacket& packet)
     }
     pendingPacketIds.erase(pendingPacketIds.begin(), found + 1);
     if (pendingPacketIds.empty()) {
-        pendingValues.clear();
         Q_EMIT datacoreInSyncWithServer();
         applyContent(packet);
     }
@@ -177,6 +182,9 @@ void ClientDatacore::acknowledge(const DatacorePacket& packet)
 void ClientDatacore::applyContent(const DatacorePacket& packet)
 {
     constexpr bool justData = false;
+    if (!pendingPacketIds.empty() && !overwritten) {
+        overwritten = valuesOf(*this);
+    }
     const Freshness before = freshness;
     freshness = isWritable() ? Freshness::Current : Freshness::Stale; // a slot may lose the link
     if (!packet.populate(*this, justData)) {
@@ -195,7 +203,7 @@ void ClientDatacore::onChanged()
     const CallingOut callingOut(*this);
     populateConnectedGuiElements();
     if (getChangeState() == 2 && refusedWrites != nullptr) {
-        (*refusedWrites)({path, toList(getDataList()), 1}); // a slot has lost the link
+        (*refusedWrites)({path, valuesOf(*this), 1}); // a slot has lost the link
     } else if (getChangeState() == 2) {
         const int packetId = takeNextPacketId();
         Q_EMIT clientDatacoreHasUpdateForServer(packetId, this);
@@ -207,7 +215,7 @@ int ClientDatacore::takeNextPacketId()
 {
     const int packetId = pendingPacketIds.empty() ? 0 : pendingPacketIds.back() + 1;
     pendingPacketIds.push_back(packetId);
-    pendingValues = toList(getDataList());
+    overwritten.reset();
     Q_EMIT datacoreOutOfSyncWithServer();
     return packetId;
 }
@@ -219,7 +227,7 @@ void ClientDatacore::populateConnectedGuiElements()
         return; // nobody is listening
     }
     const CallingOut callingOut(*this);
-    Q_EMIT datacoreUpdated(toList(getDataList()), makeValidationMessages(), isActive());
+    Q_EMIT datacoreUpdated(valuesOf(*this), makeValidationMessages(), isActive());
 }
 
 QStringList ClientDatacore::makeValidationMessages() const

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 
 class DatacorePacket;
 
@@ -144,7 +145,8 @@ private:
 
     QString path;
     std::deque<int> pendingPacketIds; ///< sent and not acknowledged, oldest and lowest first
-    QStringList pendingValues;        ///< of the newest of them
+    /// The newest of them, if the server's content has taken its place since.
+    std::optional<QStringList> overwritten;
     const WriteHandler* refusedWrites = nullptr; ///< not null while there is no link
     int callDepth = 0;
     Freshness freshness = Freshness::NeverReceived;

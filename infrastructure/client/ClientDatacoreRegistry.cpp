@@ -170,20 +170,17 @@ void ClientDatacoreRegistry::beginFill()
     patience.start();
 }
 
-void ClientDatacoreRegistry::deliver(ClientDatacore& datacore, const DatacorePacket& packet,
-                                     bool isOwnUpdate)
+void ClientDatacoreRegistry::deliverFirst(ClientDatacore& datacore, const DatacorePacket& packet,
+                                          bool isOwnUpdate)
 {
-    if (!datacore.isAwaited && !linkIsLost) {
-        datacore.populateFromPacket(packet, isOwnUpdate);
-        return;
-    }
     const bool wasStale = datacore.freshness == ClientDatacore::Freshness::Stale;
     const QByteArray before = wasStale ? contentOf(datacore) : QByteArray();
     const quint32 thisFill = linkEvents;
-    const QPointer<ClientDatacore> alive(&datacore);
+    const QString path = datacore.getPath();
+    const QPointer<ClientDatacoreRegistry> self(this);
     datacore.populateFromPacket(packet, isOwnUpdate);
-    if (alive.isNull()) {
-        return; // a slot has cleared the registry
+    if (self.isNull() || (thisFill != linkEvents && lookup(path) != &datacore)) {
+        return; // a slot has ended the mirror
     }
     datacore.isChanged = datacore.isChanged || (wasStale && contentOf(datacore) != before);
     const bool isCurrent = datacore.freshness == ClientDatacore::Freshness::Current;

@@ -51,7 +51,14 @@ public:
     /// added, the others wait for their value. Does nothing unless they are stale.
     void refill(const QStringList& paths, ClientDatacoreMonitor& monitor);
     /// Gives the packet to the mirror, which must be one of this registry.
-    void deliver(ClientDatacore& datacore, const DatacorePacket& packet, bool isOwnUpdate);
+    void deliver(ClientDatacore& datacore, const DatacorePacket& packet, bool isOwnUpdate)
+    {
+        if (datacore.isAwaited || linkIsLost) {
+            deliverFirst(datacore, packet, isOwnUpdate);
+        } else {
+            datacore.populateFromPacket(packet, isOwnUpdate);
+        }
+    }
     /// Deletes all mirrors. One that is in the middle of a call lives on, silently, until control
     /// returns to the event loop.
     void clear();
@@ -94,6 +101,7 @@ public Q_SLOTS:
     void requestLookupDatacoreFromPath(QString path);
 
 private:
+    void deliverFirst(ClientDatacore& datacore, const DatacorePacket& packet, bool isOwnUpdate);
     bool add(const QString& path, ClientDatacoreMonitor& monitor);
     void release();
     static void destroy(ClientDatacore* datacore);

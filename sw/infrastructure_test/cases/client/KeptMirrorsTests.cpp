@@ -4,7 +4,7 @@
 #include "infrastructure/client/DatacoreConnectionBuilderBase.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
-#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/MemorySocket.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -83,18 +83,19 @@ struct Client
         REQUIRE(datacore != nullptr);
         return *datacore;
     }
-    void give(const char* path, const QJsonObject& content, int ownId = -1)
+    void give(const char* path, const char* content, int ownId = -1)
     {
-        DatacorePacket packet({{at(path).getInstanceName(), content}}, QLatin1String(path));
+        DatacorePacket packet({{at(path).getInstanceName(), parseObject(content)}},
+                              QLatin1String(path));
         if (ownId >= 0) {
             packet.setPacketID(ownId);
         }
         registry.deliver(at(path), packet, ownId >= 0);
     }
-    void give(std::initializer_list<const char*> paths, const char* value)
+    void give(std::initializer_list<const char*> paths, int value)
     {
         for (const char* path : paths) {
-            give(path, {{QStringLiteral("data"), QLatin1String(value)}});
+            give(path, qPrintable(QStringLiteral(R"({"data":"%1"})").arg(value)));
         }
     }
 
@@ -118,9 +119,9 @@ TEST_CASE("Kept mirrors are stale without a link, refuse writes, and are filled 
     });
     QObject::connect(&client.at("r/a"), &ClientDatacore::datacoreUpdated,
                      [&](const QStringList& data) { told.append(data.join(QLatin1Char(','))); });
-    client.give({"r/a", "r/b", "r/c"}, "1");
+    client.give({"r/a", "r/b", "r/c"}, 1);
     CHECK(client.registry.isFilling());
-    client.give({"r/d", "r/a"}, "1");
+    client.give({"r/d", "r/a"}, 1);
     CHECK(client.takeJournal() == lines({"populated", "filled||||"}));
     CHECK(told == lines({"1", "11"}));
 
@@ -129,8 +130,10 @@ TEST_CASE("Kept mirrors are stale without a link, refuse writes, and are filled 
     client.at("r/a").setDataInt(2);
     client.at("r/a").setDataStringList(lines({"3", "4"}));
     client.at("r/b").setDataInt(5);
+    client.give({"r/b"}, 50); // somebody else's
+    client.give({"r/b"}, 51);
     client.at("r/c").setDataInt(6);
-    client.give("r/c", {{QStringLiteral("data"), QStringLiteral("6")}}, 0);
+    client.give("r/c", R"({"data":"6"})", 0);
     client.socket->drop();
     client.socket->drop();
     CHECK(client.takeJournal() == lines({"lost|r/a|3,4|2", "lost|r/b|5|1", "stale"}));
@@ -151,24 +154,17 @@ TEST_CASE("Kept mirrors are stale without a link, refuse writes, and are filled 
     // A change that comes before the names is a change, too; so are reasons alone.
     const ClientDatacore* const kept = &client.at("r/a");
     client.connect();
-    client.give({"r/c"}, "11");
+    client.give({"r/c"}, 11);
     CHECK(client.at("r/c").getFreshness() == Freshness::Stale);
     CHECK_FALSE(client.at("r/c").isWritable());
     client.dump({"r/a", "r/b", "r/c", "r/d"});
     CHECK(client.at("r/a").isWritable());
-    client.give({"r/c"}, "11");
-    client.give(
-        "r/b",
-        {{QStringLiteral("data"), QStringLiteral("5")},
-         {QStringLiteral("reasonsForBeingInvalid"),
-          QJsonArray{QJsonObject{
-              {QStringLiteral("DatacoreValidStatusMessage"), QJsonObject()},
-              {QStringLiteral("MessageBase"),
-               QJsonObject{{QStringLiteral("type"), 2}, {QStringLiteral("identifier"), 4}}}}}}});
-    client.give({"r/d"}, "behind its back");
+    client.give({"r/c"}, 11);
+    client.give("r/b", R"({"data":"51","reasonsForBeingInvalid":[
+        {"DatacoreValidStatusMessage":{},"MessageBase":{"type":2,"identifier":4}}]})");
+    client.give("r/d", R"({"data":"behind its back"})");
     CHECK(client.registry.isFilling());
-    client.give("r/a",
-                {{QStringLiteral("data"), QJsonArray{QStringLiteral("3"), QStringLiteral("4")}}});
+    client.give("r/a", R"({"data":["3","4"]})");
     CHECK(client.takeJournal() == lines({"filled|r/b,r/c|||"}));
     CHECK(&client.at("r/a") == kept);
     CHECK(client.at("r/a").getFreshness() == Freshness::Current);
@@ -196,7 +192,7 @@ TEST_CASE("A fill names what came and went on the server, also across fills brok
     constexpr auto B = "configCoreRouter/b";
     constexpr auto C = "configCoreRouter/c";
     client.dump({A, B, C});
-    client.give({A, B, C}, "1");
+    client.give({A, B, C}, 1);
     const QPointer<ClientDatacore> b(&client.at(B));
     int refreshed = 0;
     for (const char* path : {A, B, C}) {
@@ -209,14 +205,14 @@ TEST_CASE("A fill names what came and went on the server, also across fills brok
     CHECK(b.isNull());
     builder.populateConnectedGuiElements();
     CHECK(refreshed == 2);
-    client.give({A}, "2");
+    client.give({A}, 2);
     client.socket->drop();
     CHECK(client.takeJournal() == lines({"going|configCoreRouter/b",
                                          "new|configCoreRouter/d,configCoreRouter/e", "stale"}));
 
     client.dump({A, B, "configCoreRouter/d"});
-    client.give({A, B}, "2");
-    client.give({"configCoreRouter/d"}, "1");
+    client.give({A, B}, 2);
+    client.give({"configCoreRouter/d"}, 1);
     // What has come and gone between two fills is not told of; what has come back is another.
     CHECK(client.takeJournal() ==
           lines({"going|configCoreRouter/c,configCoreRouter/e", "new|configCoreRouter/b",
@@ -234,12 +230,12 @@ TEST_CASE("A fill ends without the values that don't come", "[client]")
     Client client;
     client.registry.setFillPatienceMs(0);
     client.dump({"r/a", "r/b", "r/c"});
-    client.give({"r/b"}, "1");
+    client.give({"r/b"}, 1);
     QCoreApplication::processEvents();
     CHECK(client.registry.isFilling()); // something has come meanwhile
     REQUIRE(waitFor([&] { return !client.registry.isFilling(); }));
     CHECK(client.takeJournal() == lines({"populated", "filled||||r/a,r/c"}));
-    client.give({"r/a"}, "1"); // late
+    client.give({"r/a"}, 1); // late
     CHECK(client.at("r/a").getFreshness() == Freshness::Current);
     CHECK(client.at("r/c").getFreshness() == Freshness::NeverReceived);
     client.socket->drop();
@@ -251,9 +247,9 @@ TEST_CASE("A fill ends without the values that don't come", "[client]")
     client.dump({"r/a", "r/b", "r/c"});
     client.at("r/b").setDataInt(2);
     client.at("r/b").setDataInt(3);
-    client.give("r/b", {{QStringLiteral("data"), QStringLiteral("2")}}, 0);
+    client.give("r/b", R"({"data":"2"})", 0);
     CHECK(client.registry.isFilling());
-    client.give("r/b", {{QStringLiteral("data"), QStringLiteral("4")}}, 1);
+    client.give("r/b", R"({"data":"4"})", 1);
     CHECK(client.takeJournal() == lines({"stale", "filled|r/b|||"}));
     CHECK(client.at("r/a").getFreshness() == Freshness::Stale);
     CHECK(client.at("r/a").isWritable());
@@ -264,7 +260,7 @@ TEST_CASE("By default lost writes are told of before their mirrors go", "[client
     Client client;
     client.registry.setKeepMirrors(false);
     client.dump({"r/a", "r/b"});
-    client.give({"r/a", "r/b"}, "1");
+    client.give({"r/a", "r/b"}, 1);
     client.at("r/a").setDataInt(2);
     client.socket->drop();
     CHECK(client.takeJournal() == lines({"populated", "filled||||", "lost|r/a|2|1", "cleared"}));
@@ -275,7 +271,7 @@ TEST_CASE("Slots may lose the link or clear the registry at any moment", "[clien
 {
     Client client;
     client.dump({"r/a", "r/b"});
-    client.give({"r/a", "r/b"}, "1");
+    client.give({"r/a", "r/b"}, 1);
     const auto drop = [&client](const QStringList& values) {
         if (values == lines({"drop"})) {
             client.socket->drop();
@@ -288,10 +284,11 @@ TEST_CASE("Slots may lose the link or clear the registry at any moment", "[clien
     CHECK(client.at("r/a").getPendingCount() == 0);
 
     client.dump({"r/a", "r/b"});
-    client.give({"r/b", "r/a"}, "2");
+    client.give({"r/b", "r/a"}, 2);
     client.socket->drop();
     client.dump({"r/a", "r/b"});
-    client.give({"r/b", "r/a"}, "drop"); // by the last value of a fill
+    client.give({"r/b"}, 3);
+    client.give("r/a", R"({"data":"drop"})"); // by the last value of a fill
     CHECK(client.takeJournal() == lines({"filled|r/a,r/b|||", "stale", "stale"}));
     CHECK(client.at("r/a").getFreshness() == Freshness::Stale);
 
@@ -303,7 +300,7 @@ TEST_CASE("Slots may lose the link or clear the registry at any moment", "[clien
     QObject::disconnect(dropping);
     client.dump({"r/a"});
     CHECK(client.registry.getPaths() == lines({"r/a"}));
-    client.give({"r/a"}, "3");
+    client.give({"r/a"}, 3);
 
     const QPointer<ClientDatacore> a(&client.at("r/a"));
     QObject::connect(a, &ClientDatacore::freshnessChanged, [&client] { client.registry.clear(); });
