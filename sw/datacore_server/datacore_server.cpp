@@ -1,5 +1,5 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
-//   datacore_server [--address ADDRESS] [--port PORT]
+//   datacore_server [--address ADDRESS] [--port PORT] [--store FILE [--store-interval MS]]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
@@ -7,6 +7,7 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/store/DatacoreStore.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/QuitOnSignal.h"
@@ -16,10 +17,12 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <optional>
 
 namespace {
 
 constexpr int STATUS_PERIOD_MS = 250;
+constexpr int MAX_STORE_INTERVAL_MS = 60'000;
 
 /// The settings of one input.
 struct InputConfig : DatacoreBase
@@ -106,7 +109,16 @@ int main(int argc, char** argv)
     const QCommandLineOption portOption(QStringLiteral("port"),
                                         QStringLiteral("Port to listen at; 0 for any."),
                                         QStringLiteral("port"), QStringLiteral("4010"));
+    const QCommandLineOption storeOption(
+        QStringLiteral("store"),
+        QStringLiteral("SQLite file that keeps the persistent tree; without it, nothing does."),
+        QStringLiteral("file"));
+    const QCommandLineOption storeIntervalOption(
+        QStringLiteral("store-interval"),
+        QStringLiteral("Least milliseconds from one commit of the store to the next."),
+        QStringLiteral("ms"), QString::number(DatacoreStore::DEFAULT_COMMIT_INTERVAL_MS));
     parser.addOptions({addressOption, portOption});
+    parser.addOptions({storeOption, storeIntervalOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -114,6 +126,12 @@ int main(int argc, char** argv)
     bool isPort = false;
     const quint16 port = parser.value(portOption).toUShort(&isPort);
     const QHostAddress address(parser.value(addressOption));
+    bool isInterval = false;
+    const uint storeInterval = parser.value(storeIntervalOption).toUInt(&isInterval);
+    isInterval = isInterval && storeInterval <= MAX_STORE_INTERVAL_MS;
+    if (!isInterval || (parser.isSet(storeOption) && parser.value(storeOption).isEmpty())) {
+        return refuseCommandLine(parser);
+    }
     if (!isPort || address.isNull() || !parser.positionalArguments().isEmpty()) {
         return refuseCommandLine(parser);
     }
@@ -124,7 +142,17 @@ int main(int argc, char** argv)
     StatusTree status;
     CommandTree command;
     PersistentConfigTree persistentConfig;
+    std::optional<DatacoreStore> store;
+    if (parser.isSet(storeOption)) {
+        store.emplace(parser.value(storeOption), static_cast<int>(storeInterval));
+        for (const QString& finding : store->getFindings()) {
+            std::fprintf(stderr, "%s\n", qPrintable(finding));
+        }
+    }
     DatacoreServer server({&config, &status, &command, &persistentConfig});
+    if (store) {
+        server.setStore(*store);
+    }
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));

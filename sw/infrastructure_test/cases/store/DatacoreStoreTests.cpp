@@ -1,0 +1,1 @@
+#include "sw/infrastructure_test/Catch.h"
