@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int BUSY_TIMEOUT_MS = 1000; ///< the process before may be about to end
+constexpr int BUSY_TIMEOUT_MS = 250; ///< the process before may be about to end
 constexpr int MAX_ASIDE = 9;
 constexpr qint64 MAX_COPY_BYTES = 64 << 20; ///< of a store that can only be read
 /// What SQLite keeps beside a file NAME: NAME-wal and NAME-journal.
@@ -117,13 +117,20 @@ public:
     int getCode() const { return code; }
     QString getReason() const
     {
-        return QString::fromUtf8(database != nullptr ? sqlite3_errmsg(database)
-                                                     : sqlite3_errstr(code));
+        const bool isOwn = database != nullptr && code == sqlite3_extended_errcode(database);
+        return QString::fromUtf8(isOwn ? sqlite3_errmsg(database) : sqlite3_errstr(code));
     }
     bool isReadOnly() const { return sqlite3_db_readonly(database, "main") == 1; }
     void setTidyUp(bool isWanted)
     {
         sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, isWanted ? 0 : 1, nullptr);
+    }
+
+    /// Reads even a file that is shorter than it says.
+    void readWhatIsThere()
+    {
+        sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 0, nullptr);
+        execute("PRAGMA writable_schema=ON");
     }
 
     bool execute(const char* statements)
@@ -171,6 +178,10 @@ public:
         }
         const QByteArray name = path.toUtf8();
         const QByteArray data = toData(values);
+        if (name.size() > MAX_PATH_BYTES || data.size() > MAX_DATA_BYTES) {
+            code = SQLITE_TOOBIG; // it would not be read again
+            return false;
+        }
         code = sqlite3_bind_text(upsert, 1, name.constData(), name.size(), SQLITE_STATIC);
         if (code == SQLITE_OK) {
             code = sqlite3_bind_blob(upsert, 2, data.constData(), data.size(), SQLITE_STATIC);
@@ -327,7 +338,7 @@ LeafDatabase::Condition LeafDatabase::examine(QString& reason)
     }
     const std::optional<QString> check = database.ask("PRAGMA quick_check(1)");
     if (check != QLatin1String("ok")) {
-        reason = check ? *check : database.getReason();
+        reason = check ? check->simplified() : database.getReason();
         return Condition::Damaged;
     }
     const Reading reading = readRows([](const Leaf&) {});
@@ -363,6 +374,9 @@ bool LeafDatabase::replace(const QString& reason, Condition condition)
     QFile::remove(salvaged);
     QFile::remove(salvaged + COMPANIONS[1]);
     Reading reading;
+    connection.reset();
+    connection = std::make_unique<Connection>(file, SQLITE_OPEN_READWRITE);
+    connection->readWhatIsThere();
     {
         Connection fresh(salvaged, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
         bool isWritten = fresh.getCode() == SQLITE_OK && fresh.makeSchema() &&
