@@ -53,6 +53,8 @@ public:
     void adoptSocket(std::unique_ptr<QTcpSocket> accepted)
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
+        // An echo does not wait until the client's system has confirmed the one before.
+        accepted->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         connection.adoptSocket(accepted);
     }
 
