@@ -1,7 +1,7 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
 //   datacore_server [--address ADDRESS] [--port PORT] [--tls-port PORT --tls-certificate FILE
-//   --tls-key FILE]
-//                   [--local PATH] [--roles FILE]
+//                   --tls-key FILE] [--local PATH] [--roles FILE]
+//                   [--store FILE [--store-interval MS]]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -11,6 +11,7 @@
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "infrastructure/server/AccessRulesFile.h"
 #include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/store/DatacoreStore.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/packets/TlsOptions.h"
@@ -28,6 +29,7 @@
 namespace {
 
 constexpr int STATUS_PERIOD_MS = 250;
+constexpr int MAX_STORE_INTERVAL_MS = 60'000;
 
 /// The settings of one input.
 struct InputConfig : DatacoreBase
@@ -171,9 +173,18 @@ int main(int argc, char** argv)
         QStringLiteral("Seconds after which a client that can't be reached is dropped, 2 to 32767; "
                        "0 for never."),
         QStringLiteral("seconds"), QStringLiteral("10"));
-    parser.addOptions({addressOption, portOption, tlsPortOption, rolesOption});
+    parser.addOptions({addressOption, portOption, tlsPortOption});
     addTlsOptions(parser, TlsEnd::Server);
-    parser.addOptions({localOption, localModeOption, deadPeerOption});
+    const QCommandLineOption storeOption(
+        QStringLiteral("store"),
+        QStringLiteral("SQLite file that keeps the persistent tree; without it, nothing does."),
+        QStringLiteral("file"));
+    const QCommandLineOption storeIntervalOption(
+        QStringLiteral("store-interval"),
+        QStringLiteral("Least milliseconds from one commit of the store to the next."),
+        QStringLiteral("ms"), QString::number(DatacoreStore::DEFAULT_COMMIT_INTERVAL_MS));
+    parser.addOptions({localOption, localModeOption, deadPeerOption, rolesOption, storeOption,
+                       storeIntervalOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -189,6 +200,8 @@ int main(int argc, char** argv)
     constexpr int longestTimeout = 32767;
     const std::optional<int> deadPeerTimeout =
         readNumber(parser, QStringLiteral("dead-peer-timeout"), 0, longestTimeout, whatIsWrong);
+    const std::optional<int> storeInterval =
+        readNumber(parser, QStringLiteral("store-interval"), 0, MAX_STORE_INTERVAL_MS, whatIsWrong);
     constexpr quint32 allPermissions = 0777;
     bool isMode = false;
     const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
@@ -198,6 +211,8 @@ int main(int argc, char** argv)
     } else if (!isMode || localMode > allPermissions) {
         whatIsWrong = QStringLiteral("--local-mode \"%1\": permissions from 0 to 0777 are needed")
                           .arg(parser.value(localModeOption));
+    } else if (parser.isSet(storeOption) && parser.value(storeOption).isEmpty()) {
+        whatIsWrong = QStringLiteral("--store needs the name of a file");
     } else if (!parser.positionalArguments().isEmpty()) {
         whatIsWrong = QStringLiteral("\"%1\" is not an option")
                           .arg(parser.positionalArguments().constFirst());
@@ -228,9 +243,19 @@ int main(int argc, char** argv)
     StatusTree status;
     CommandTree command;
     PersistentConfigTree persistentConfig;
+    std::optional<DatacoreStore> store;
+    if (parser.isSet(storeOption)) {
+        store.emplace(parser.value(storeOption), *storeInterval);
+        for (const QString& finding : store->getFindings()) {
+            std::fprintf(stderr, "%s\n", qPrintable(finding));
+        }
+    }
     DatacoreServer server({&config, &status, &command, &persistentConfig});
     server.setAccessRules(*rules);
     server.setDeadPeerTimeout(std::chrono::seconds(*deadPeerTimeout));
+    if (store) {
+        server.setStore(*store);
+    }
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));

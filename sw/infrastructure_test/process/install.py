@@ -37,8 +37,8 @@ def only(pattern):
 def check_consumer(program, prefix, what):
     folder = os.path.dirname(only(f"{prefix}/lib/**/libinfrastructure_core.so"))
     loaded = do("ldd", program, LD_LIBRARY_PATH=folder)
-    check(not re.search("libsensors|libQt5Gui|infrastructure_board", loaded),
-          "a mirror loads neither sensors nor pictures", loaded)
+    check(not re.search("libsensors|libsqlite3|libQt5Gui|infrastructure_(board|store)", loaded),
+          "a mirror loads neither sensors nor pictures nor a database", loaded)
     output = do(program, LD_LIBRARY_PATH=folder)
     check(output == EXPECTED, what, output)
 
@@ -55,7 +55,7 @@ def check_pkg_config(prefix, source, cxx):
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
         every = do("pkg-config", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
-        check(re.findall("-linfrastructure_([a-z]+)", every) == ["link", "media", "board", "core"],
+        check(re.findall("-linfrastructure_([a-z]+)", every) == ["store", "link", "media", "board", "core"],
               "pkg-config knows all libraries", every)
         flags = do("pkg-config", "--cflags", "--libs", "infrastructure-link", PKG_CONFIG_PATH=path)
         do(cxx, "-std=c++17", f"{source}/main.cpp", "-o", f"{folder}/consumer", *shlex.split(flags))
