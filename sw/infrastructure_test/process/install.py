@@ -68,13 +68,23 @@ def check_tools(prefix):
     for tool in WITH_OPTIONS:
         # Found without a word of where the library is.
         text = do(f"{prefix}/bin/{tool}", "--help", LD_LIBRARY_PATH="")
-        told = set(re.findall(r"--([a-z0-9]+)\b(?!-)", text))
+        told = set(re.findall(r"^ +(?:-\w, )?--([a-z0-9-]+)", text, re.MULTILINE))
         with open(f"{prefix}/share/man/man1/{tool}.1", encoding="utf-8") as page:
             written = set(re.findall(r"^\.It.*Fl Fl (\S+)", page.read(), re.MULTILINE))
         check(told == written, f"the options of {tool} are those of its page", (told, written))
+        version = do(f"{prefix}/bin/{tool}", "--version", LD_LIBRARY_PATH="")
+        check(re.fullmatch(tool + r" \d+\.\d+\.\d+\n", version), f"{tool} tells its version", version)
         refused = run(f"{prefix}/bin/{tool}", "--nonsense")
         check(refused.returncode == 2 and "nonsense" in refused.stderr,
               f"{tool} refuses an option that it does not have", refused)
+
+
+def check_service(prefix):
+    only(f"{prefix}/lib/systemd/system/datacore_server.service")
+    script = only(f"{prefix}/share/bash-completion/completions/datacore_client")
+    text = do("bash", "-c", f'. "{script}"; COMP_LINE="x wa"; COMP_POINT=4; '
+              f'_datacore_client "{prefix}/bin/datacore_client"; echo "${{COMPREPLY[*]}}"')
+    check(text == "watch\n", "the shell completes a command of the installed client", text)
 
 
 def unpack_packages(build, folder, cmake_folder):
@@ -108,6 +118,7 @@ def main(build, source, cmake, cxx):
         check_find_package(prefix, source, cmake, cxx)
         check_pkg_config(prefix, source, cxx)
         check_tools(prefix)
+        check_service(prefix)
         packed = unpack_packages(build, f"{folder}/packages", os.path.dirname(cmake))
         check_find_package(packed, source, cmake, cxx)
 
