@@ -5,21 +5,34 @@
 #include "infrastructure/utility/packets/PeerOrigin.h"
 
 #include <QFile>
+#include <QSocketNotifier>
 #include <QSslSocket>
 #include <QTcpServer>
 #include <QTimer>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
 
 namespace {
 
-constexpr int PAUSE_MS = 1000; ///< after the system could not give a descriptor
+constexpr int PAUSE_MS = 1000;   ///< after the system could not give a descriptor
+constexpr int PEERS_A_TURN = 50; ///< accepted before others get their turn
 constexpr qint64 CROWDED_LINE_MS = 1000;
 /// A handshake's messages come in records of at most 16 KiB, and a socket's buffer need not hold
 /// more.
 constexpr qint64 HANDSHAKE_BUFFER_BYTES = 32 << 10;
 /// Record type "handshake" and the major version, with which a TLS client begins (RFC 8446, 5.1).
 constexpr char TLS_BEGINNING[] = {0x16, 0x03};
+
+bool fail(QString* whatIsWrong, const QString& reason)
+{
+    if (whatIsWrong != nullptr) {
+        *whatIsWrong = reason;
+    }
+    return false;
+}
 
 QByteArray tlsBeginning()
 {
@@ -37,8 +50,9 @@ QString describePeer(const QTcpSocket& socket, LinkAddress::Way way)
 
 } // namespace
 
-/// One way in.
-class LinkListener::Door : public QTcpServer
+/// One way in. QTcpServer opens it, but peers are accepted here: where the system has no descriptor
+/// left, QTcpServer would try again without end and without a pause.
+class LinkListener::Door : public QObject
 {
 public:
     Door(LinkListener& listener, LinkAddress::Way wayIn, const TlsSettings& tlsSettings = {})
@@ -46,10 +60,6 @@ public:
         , settings(tlsSettings)
         , owner(listener)
     {
-        connect(this, &QTcpServer::acceptError, this, [this] {
-            VELLOG_ERR() << "Can't accept peers, trying again in a second: " << errorString();
-            QTimer::singleShot(PAUSE_MS, this, [this] { resumeAccepting(); });
-        });
     }
     ~Door() override
     {
@@ -58,35 +68,70 @@ public:
         }
     }
 
+    bool listen(const QHostAddress& address, quint16 port, QString* whatIsWrong)
+    {
+        if (!server.listen(address, port)) {
+            return fail(whatIsWrong, server.errorString());
+        }
+        // A crowd fills the queue that Qt asks for, and whoever comes then waits for a second.
+        ::listen(static_cast<int>(server.socketDescriptor()), SOMAXCONN);
+        watch();
+        return true;
+    }
+
     bool listenLocal(const QString& socketPath, quint32 mode, QString* whatIsWrong)
     {
         const LocalSocket::Opened opened = LocalSocket::listenAt(socketPath, mode);
-        if (opened.descriptor < 0) {
-            if (whatIsWrong != nullptr) {
-                *whatIsWrong = opened.whatIsWrong;
-            }
-            return false;
+        if (opened.descriptor < 0 || !server.setSocketDescriptor(opened.descriptor)) {
+            return fail(whatIsWrong, opened.whatIsWrong);
         }
         path = socketPath;
         fileNumber = LocalSocket::getFileNumber(path);
-        return setSocketDescriptor(opened.descriptor);
+        watch();
+        return true;
     }
+
+    quint16 getPort() const { return server.serverPort(); }
 
     const LinkAddress::Way way;
     const TlsSettings settings;
 
-protected:
-    void incomingConnection(qintptr descriptor) override
+private:
+    void watch()
     {
-        if (way == LinkAddress::Way::Tls) {
-            owner.acceptTls(descriptor, *this);
-        } else {
-            owner.acceptPlain(descriptor, way == LinkAddress::Way::Local);
+        server.pauseAccepting();
+        notifier =
+            std::make_unique<QSocketNotifier>(server.socketDescriptor(), QSocketNotifier::Read);
+        connect(notifier.get(), &QSocketNotifier::activated, this, [this] { acceptPeers(); });
+    }
+
+    void acceptPeers()
+    {
+        const int listening = static_cast<int>(server.socketDescriptor());
+        for (int i = 0; i < PEERS_A_TURN; ++i) {
+            const int accepted =
+                ::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+            if (accepted >= 0) {
+                if (way == LinkAddress::Way::Tls) {
+                    owner.acceptTls(accepted, *this);
+                } else {
+                    owner.acceptPlain(accepted, way == LinkAddress::Way::Local);
+                }
+            } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+                VELLOG_ERR() << "Can't accept peers, trying again in a second: "
+                             << std::strerror(errno);
+                notifier->setEnabled(false);
+                QTimer::singleShot(PAUSE_MS, this, [this] { notifier->setEnabled(true); });
+                return;
+            } else {
+                return; // nobody is left, or one has gone again
+            }
         }
     }
 
-private:
     LinkListener& owner;
+    QTcpServer server;
+    std::unique_ptr<QSocketNotifier> notifier; ///< goes before the socket
     QString path;
     quint64 fileNumber = 0;
 };
@@ -102,10 +147,7 @@ LinkListener::~LinkListener() = default;
 bool LinkListener::open(std::unique_ptr<Door> door, const QHostAddress& address, quint16 port,
                         QString* whatIsWrong)
 {
-    if (!door->listen(address, port)) {
-        if (whatIsWrong != nullptr) {
-            *whatIsWrong = door->errorString();
-        }
+    if (!door->listen(address, port, whatIsWrong)) {
         return false;
     }
     doors.push_back(std::move(door));
@@ -121,10 +163,7 @@ bool LinkListener::listenTls(const QHostAddress& address, quint16 port, const Tl
                              QString* whatIsWrong)
 {
     if (!settings.hasCertificate()) {
-        if (whatIsWrong != nullptr) {
-            *whatIsWrong = QStringLiteral("TLS needs a certificate");
-        }
-        return false;
+        return fail(whatIsWrong, QStringLiteral("TLS needs a certificate"));
     }
     return open(std::make_unique<Door>(*this, LinkAddress::Way::Tls, settings), address, port,
                 whatIsWrong);
@@ -144,7 +183,7 @@ quint16 LinkListener::getPort(LinkAddress::Way way) const
 {
     const auto found = std::find_if(doors.begin(), doors.end(),
                                     [way](const auto& door) { return door->way == way; });
-    return found != doors.end() ? (*found)->serverPort() : quint16(0);
+    return found != doors.end() ? (*found)->getPort() : quint16(0);
 }
 
 void LinkListener::acceptPlain(qintptr descriptor, bool isLocal)

@@ -350,6 +350,11 @@ void NetworkConnection::onLinkUp()
     const SocketSignal signal(*this);
     isUp = true;
     readIdentifiers();
+    if (tlsSocket != nullptr) {
+        // OpenSSL's records are written one by one, and the last would wait for a delayed
+        // acknowledgement of those before it, 40 ms.
+        tlsSocket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    }
     if (deadPeerTimeout.count() > 0) {
         setDeadPeerTimeout(deadPeerTimeout);
     }

@@ -3,13 +3,11 @@
 usage: host.py INFRASTRUCTURE_TEST
 """
 import os
-import queue
 import re
 import signal
 import socket
 import subprocess
 import sys
-import threading
 import xml.etree.ElementTree
 
 import namespaces
@@ -25,40 +23,6 @@ def junit_cases(report):
     """Each case's name in a JUnit report, and whether it failed."""
     root = xml.etree.ElementTree.fromstring(report[report.index("<?xml"):])
     return {case.get("name"): case.find("failure") is not None for case in root.iter("testcase")}
-
-
-def listen_to_log():
-    """A private /dev with nothing but what programs need and the log socket."""
-    kept = "/mnt"
-    namespaces.mount_empty(kept)
-    devices = ["null", "zero", "urandom"]
-    for name in devices:
-        namespaces.bind_file(f"/dev/{name}", f"{kept}/{name}")
-    namespaces.mount_empty("/dev")
-    for name in devices:
-        namespaces.bind_file(f"{kept}/{name}", f"/dev/{name}")
-    return LogSocket()
-
-
-class LogSocket:
-    """Takes what comes at the log socket, since a writer blocks on a full one."""
-
-    def __init__(self):
-        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.socket.bind("/dev/log")
-        self.lines = queue.SimpleQueue()
-        threading.Thread(target=self._listen, daemon=True).start()
-
-    def _listen(self):
-        while True:
-            self.lines.put(self.socket.recv(65536).decode())
-
-    def read_until(self, end):
-        """The lines so far, up to the one that holds this text."""
-        lines = []
-        while not lines or end not in lines[-1]:
-            lines.append(self.lines.get(timeout=10))
-        return lines
 
 
 def check_log_lines(log, result):
@@ -95,7 +59,7 @@ def check_signal(host, log, number):
 
 def main(host):
     namespaces.enter()
-    log = listen_to_log()
+    log = namespaces.listen_to_log()
 
     result = run(host, "testSources=/x", ENSURE, "a=b=c")
     check_log_lines(log, result)

@@ -20,6 +20,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
 #include <random>
 #include <sys/socket.h>
@@ -46,6 +47,7 @@ public:
         connect(&manager.getRegistry(), &ClientDatacoreRegistry::registryHasBeenPopulated, this,
                 [this] { onNames(); });
         connect(&input, &QSocketNotifier::activated, this, [this] { readCommands(); });
+        connection.setDeadPeerTimeout(std::chrono::seconds(2));
         start();
     }
 

@@ -274,6 +274,27 @@ TEST_CASE("Only a peer whose certificate is good gets or sends anything", "[pack
         CHECK(server.listener.getHandshakeCount() == 0);
     }
 
+    // A server that shows an expired certificate, which the settings would not load.
+    struct ExpiredServer : QTcpServer
+    {
+        void incomingConnection(qintptr descriptor) override
+        {
+            auto* socket = new QSslSocket(this);
+            socket->setSocketDescriptor(descriptor);
+            QSslConfiguration expired = settingsOf("server.pem").getServerConfiguration();
+            expired.setLocalCertificateChain(QSslCertificate::fromPath(
+                DatacoreTest::testSourceDirectory + QStringLiteral("/tls/expired.pem")));
+            socket->setSslConfiguration(expired);
+            socket->startServerEncryption();
+        }
+    } expiredServer;
+    REQUIRE(expiredServer.listen(LOOPBACK));
+    End wary;
+    wary.connection.setTlsSettings(settingsOf("", AUTHORITY));
+    wary.connection.startConnecting({Way::Tls, HOST, expiredServer.serverPort(), QString()});
+    REQUIRE(waitFor([&] { return wary.failures.size() == 1; }));
+    CHECK(wary.failures.first() == QLatin1String("TLS handshake: The certificate has expired"));
+
     // Unless it asks for none.
     Server server;
     TlsSettings careless = settingsOf("");
@@ -459,6 +480,9 @@ TEST_CASE("A dead peer is looked for as the setting says", "[packets]")
     // Set ahead of the link, it holds for the link.
     connection.setDeadPeerTimeout(seconds(10));
     REQUIRE(connection.connectToHost(LOOPBACK, server.serverPort()));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // the socket before it
     const auto* made = connection.findChild<QTcpSocket*>();
     REQUIRE(made != nullptr);
+    CHECK(optionOf(*made, SOL_SOCKET, SO_KEEPALIVE) == 1);
+    CHECK(optionOf(*made, IPPROTO_TCP, TCP_USER_TIMEOUT) == 10'000);
 }
