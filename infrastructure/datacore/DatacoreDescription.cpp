@@ -19,7 +19,7 @@ struct NumberKind
     bool isWhole;
 };
 
-#define DATACORE_KIND(TYPE, NAME) {QLatin1String(NAME, sizeof NAME - 1), std::is_integral_v<TYPE>},
+#define DATACORE_KIND(TYPE, NAME) {QLatin1String(NAME, sizeof(NAME) - 1), std::is_integral_v<TYPE>},
 constexpr NumberKind NUMBER_KINDS[] = {DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_KIND)};
 #undef DATACORE_KIND
 

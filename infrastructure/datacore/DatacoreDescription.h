@@ -35,8 +35,9 @@ struct DatacoreDescription
     static constexpr int MAX_WORD_LENGTH = 100;  ///< of any other text
     static constexpr int MAX_CHOICES = 1000;
 
-    /// The kind of a plain node, and of one that only holds others.
+    /// The kind of a plain node.
     static QString TEXT() { return QStringLiteral("Text"); }
+    /// The kind of a node that only holds others.
     static QString GROUP() { return QStringLiteral("Group"); }
 
     /// Numbers are "Int16", "UInt64", "Double" and so on, by size; the other leaves' kinds are

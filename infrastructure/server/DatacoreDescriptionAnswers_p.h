@@ -32,6 +32,7 @@ public:
     DatacoreDescriptionAnswers(NetworkConnection& clientConnection, const Trees& serverTrees,
                                qint64 maxUnsentBytes, const std::function<void()>& giveUp);
 
+    /// Puts a request behind those that wait.
     void add(const DatacoreDescriptionRequestPacket& request);
     /// Forgets what is waiting.
     void stop();

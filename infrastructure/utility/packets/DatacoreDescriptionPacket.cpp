@@ -9,8 +9,8 @@ namespace {
 constexpr PacketKey<QString> CLIENT_ID_KEY{"ClientID", ""};
 constexpr PacketKeyText DESCRIPTIONS_KEY{"Descriptions"};
 constexpr PacketKey<bool> LAST_KEY{"Last"};
-constexpr QLatin1String DESCRIPTION_KEY("Is");
-constexpr QLatin1String PATHS_KEY("Paths");
+constexpr PacketKeyText DESCRIPTION_KEY{"Is"};
+constexpr PacketKeyText PATHS_KEY{"Paths"};
 
 constexpr int MAX_SHOWN_LENGTH = 200; ///< of a path in a complaint
 
@@ -58,7 +58,7 @@ DatacoreDescriptionPacket::DatacoreDescriptionPacket(const QString& clientID,
         payload.append('[');
         for (const Content::Text& text : content.texts) {
             payload.append("{\"Is\":").append(text.description);
-            appendNextJsonKey(payload, PATHS_KEY);
+            appendNextJsonKey(payload, PATHS_KEY.getText());
             payload.append('[').append(text.paths);
             payload.back() = ']'; // in place of the last comma
             payload.append("},");
@@ -99,10 +99,10 @@ DatacoreDescriptionPacket::getDescriptions(QStringList& complaints) const
     const QJsonArray array = value(DESCRIPTIONS_KEY).toArray();
     for (const QJsonValue& element : array) {
         const QJsonObject object = element.toObject();
-        const QJsonValue description = object.value(DESCRIPTION_KEY);
+        const QJsonValue description = object.value(DESCRIPTION_KEY.getText());
         bool hasPaths = false;
         Entry entry;
-        entry.paths = toPaths(object.value(PATHS_KEY), hasPaths);
+        entry.paths = toPaths(object.value(PATHS_KEY.getText()), hasPaths);
         QString reason = QStringLiteral("wrong shape");
         if (hasPaths && description.isObject()) {
             entry.description = DatacoreDescription::fromJson(description.toObject(), reason);

@@ -33,6 +33,7 @@ public:
     class Content
     {
     public:
+        /// Says of one more path what it is.
         void add(const DatacoreDescription& description, const QString& path);
         /// True when it is time to send what is there.
         bool isFull() const { return bytes >= FULL_BYTES; }
