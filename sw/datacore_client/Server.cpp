@@ -31,6 +31,7 @@ Server::Server(const LinkAddress& where, const Settings& settings, QObject* pare
     link.getManager().getDistributor().registerPacketAcceptor(*this,
                                                               DatacoreAccessPacket::CLASSNAME());
     connect(&link, &DatacoreLink::linkIsUp, this, [this] {
+        wasUp = true;
         if (!token.isEmpty()) {
             link.getConnection().acceptPacket(DatacoreTokenPacket(token));
         }
@@ -101,7 +102,12 @@ void Server::onState(DatacoreLink::State state)
 {
     if (state == DatacoreLink::State::Waiting && !isGone) {
         isGone = true;
-        Q_EMIT failed(QStringLiteral("%1: %2").arg(getName(), link.getLastProblem()));
+        // A server has nothing to say to a client that it does not know.
+        Q_EMIT failed(QStringLiteral("%1: %2%3")
+                          .arg(getName(), link.getLastProblem(),
+                               wasUp && registry().isEmpty()
+                                   ? QStringLiteral("; it may have no role for this client")
+                                   : QString()));
     } else if (state == DatacoreLink::State::Current && isGone) {
         isGone = false;
         Q_EMIT isBack();

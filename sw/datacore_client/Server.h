@@ -60,5 +60,6 @@ private:
     std::unique_ptr<QObject> reading; ///< the end of the connections to mirrors that are awaited
     QSet<QString> awaited;
     QStringList wanted; ///< none for all
+    bool wasUp = false; ///< there has been a link
     bool isGone = false;
 };

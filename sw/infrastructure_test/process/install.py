@@ -65,6 +65,9 @@ def check_pkg_config(prefix, source, cxx):
 def check_tools(prefix):
     for tool in sorted(os.listdir(f"{prefix}/bin")):
         check(os.path.exists(f"{prefix}/share/man/man1/{tool}.1"), f"{tool} has a manual page")
+    for tool in (*WITH_OPTIONS, "board_info", "describe_payload", "infrastructure_test"):
+        version = do(f"{prefix}/bin/{tool}", "--version", LD_LIBRARY_PATH="")
+        check(re.fullmatch(tool + r" \d+\.\d+\.\d+\n", version), f"{tool} tells its version", version)
     for tool in WITH_OPTIONS:
         # Found without a word of where the library is.
         text = do(f"{prefix}/bin/{tool}", "--help", LD_LIBRARY_PATH="")
@@ -72,8 +75,6 @@ def check_tools(prefix):
         with open(f"{prefix}/share/man/man1/{tool}.1", encoding="utf-8") as page:
             written = set(re.findall(r"^\.It.*Fl Fl (\S+)", page.read(), re.MULTILINE))
         check(told == written, f"the options of {tool} are those of its page", (told, written))
-        version = do(f"{prefix}/bin/{tool}", "--version", LD_LIBRARY_PATH="")
-        check(re.fullmatch(tool + r" \d+\.\d+\.\d+\n", version), f"{tool} tells its version", version)
         refused = run(f"{prefix}/bin/{tool}", "--nonsense")
         check(refused.returncode == 2 and "nonsense" in refused.stderr,
               f"{tool} refuses an option that it does not have", refused)

@@ -1,7 +1,7 @@
 """The command-line client as a daily tool: what each command prints and its exit value, with a real
 server, with one that is made up (reasons, refusals, restarts), and through bash's completion.
 
-usage: client.py DATACORE_SERVER DATACORE_CLIENT COMPLETION_SCRIPT
+usage: datacore_client.py DATACORE_SERVER DATACORE_CLIENT COMPLETION_SCRIPT
 """
 import contextlib
 import json
@@ -24,8 +24,11 @@ SECOND = "configCoreRouter/input2/label"
 PARTS = ("cursor", "enabled", "equaliser", "label")
 ROW = re.compile(r"^(?:<(.*?)> )?([^|]*)\|(\d)\|(.*)$", re.S)
 
-# <standard input> words | exit value | all of standard output, or after "!" a part of standard error
+# <standard input> words | exit value | all of standard output, or a part of it after "?", or of
+# standard error after "!"
 COMMANDS = f"""
+--help|0|?Port of servers whose address names none.; {" " * 28}(default: 4010);   --timeout <ms>
+--version|0|?datacore_client 0.
 get {EQUALISER}|0|4  valid active
 get {INPUT}/|0|-  valid active
 get configCoreRouter/*put[1]/label|1|!No datacore fits configCoreRouter/*put[1]/label
@@ -104,7 +107,8 @@ def check_commands(client, port):
         done = subprocess.run([client, *own, *words], input=text or "", capture_output=True,
                               text=True, timeout=60, check=False)
         out = "; ".join(done.stdout.splitlines())
-        right = expected[1:] in done.stderr if expected[:1] == "!" else (out, done.stderr) == (expected, "")
+        where = {"!": done.stderr, "?": out}.get(expected[:1])
+        right = (out, done.stderr) == (expected, "") if where is None else expected[1:] in where
         check(done.returncode == int(exit_value) and right, f"{row.partition('|')[0]!r}", done)
 
 
