@@ -8,7 +8,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 Command::Command(const Settings& commandSettings)
     : settings(commandSettings)
@@ -109,8 +111,21 @@ QString Command::prefixFor(const Server& server) const
 
 void print(const QString& line)
 {
+    if (hasOutputFailed()) {
+        return;
+    }
     std::puts(qUtf8Printable(line));
     std::fflush(stdout);
+    if (hasOutputFailed()) {
+        complain(QStringLiteral("Standard output: %1")
+                     .arg(QString::fromLocal8Bit(std::strerror(errno))));
+        QCoreApplication::exit(1);
+    }
+}
+
+bool hasOutputFailed()
+{
+    return std::ferror(stdout) != 0;
 }
 
 void complain(const QString& line)

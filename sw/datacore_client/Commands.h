@@ -66,8 +66,10 @@ private:
     bool hasFinished = false;
 };
 
-/// A line on standard output, at once.
+/// A line on standard output, at once. If it can't be written, says so and ends the event loop.
 void print(const QString& line);
+/// True once a line could not be written: the program has failed then, whatever else it did.
+bool hasOutputFailed();
 /// A line on standard error.
 void complain(const QString& line);
 /// A node as an object of one line, with or without the time.

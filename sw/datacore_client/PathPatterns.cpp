@@ -3,14 +3,13 @@
 #include "infrastructure/utility/NearestNames.h"
 #include "ValueText.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <vector>
 
 namespace {
 
 constexpr QLatin1Char DELIMITER('/');
+constexpr QLatin1Char ANY('*');
 
 /// The part of the path down to the parent, with its delimiter, and the last name.
 QString parentOf(const QString& path)
@@ -18,32 +17,67 @@ QString parentOf(const QString& path)
     return path.left(path.lastIndexOf(DELIMITER) + 1);
 }
 
-QRegularExpression expressionOf(const QString& word, Reach reach)
+/// "*" stands for any characters. After a misfit the last "*" takes one character more.
+bool fitsName(const QString& pattern, const QString& name)
 {
-    QString expression;
-    const QStringList names = word.split(DELIMITER);
-    for (int i = 0; i < names.size(); ++i) {
-        const bool isLast = i + 1 == names.size();
-        if (names[i] == QLatin1String("**")) {
-            expression += QLatin1String(isLast ? ".+" : "(?:[^/]+/)*");
-            continue;
+    int at = 0;
+    int star = -1;
+    int afterStar = 0;
+    for (int i = 0; i < name.size();) {
+        if (at < pattern.size() && pattern[at] == ANY) {
+            star = at++;
+            afterStar = i;
+        } else if (at < pattern.size() && pattern[at] == name[i]) {
+            ++at;
+            ++i;
+        } else if (star >= 0) {
+            at = star + 1;
+            i = ++afterStar;
+        } else {
+            return false;
         }
-        QString name = QRegularExpression::escape(names[i]);
-        name.replace(QRegularExpression(QStringLiteral("(?:\\\\\\*)+")), QStringLiteral("[^/]*"));
-        expression += isLast ? name : name + DELIMITER;
     }
-    if (reach == Reach::Children) {
-        expression += QLatin1String("(?:/.*)?");
+    while (at < pattern.size() && pattern[at] == ANY) {
+        ++at;
     }
-    return QRegularExpression(QRegularExpression::anchoredPattern(expression),
-                              QRegularExpression::DotMatchesEverythingOption);
+    return at == pattern.size();
+}
+
+/// The same with names in place of characters, and "**".
+bool fitsPath(const QStringList& pattern, const QStringList& names, Reach reach)
+{
+    int at = 0;
+    int star = -1;
+    int afterStar = 0;
+    for (int i = 0; i < names.size();) {
+        const bool isAtEnd = at == pattern.size();
+        if (isAtEnd && reach == Reach::Children) {
+            return true;
+        }
+        if (!isAtEnd && pattern[at] == QLatin1String("**")) {
+            star = at++;
+            afterStar = i;
+            if (at == pattern.size()) {
+                return true;
+            }
+        } else if (!isAtEnd && fitsName(pattern[at], names[i])) {
+            ++at;
+            ++i;
+        } else if (star >= 0) {
+            at = star + 1;
+            i = ++afterStar;
+        } else {
+            return false;
+        }
+    }
+    return at == pattern.size();
 }
 
 } // namespace
 
 bool isPattern(const QString& word)
 {
-    return word.contains(QLatin1Char('*'));
+    return word.contains(ANY);
 }
 
 QString describeUnknownPath(const QString& path, const QStringList& allPaths)
@@ -96,13 +130,12 @@ QStringList matchPaths(const QStringList& words, const QStringList& allPaths, Re
             word.chop(1);
         }
         const bool isGlob = isPattern(word);
-        const QRegularExpression expression =
-            isGlob ? expressionOf(word, reach) : QRegularExpression();
+        const QStringList pattern = word.split(DELIMITER);
         const QString below = word + DELIMITER;
         bool isFound = false;
         for (int i = 0; i < allPaths.size(); ++i) {
             const QString& path = allPaths[i];
-            if (isGlob ? expression.match(path).hasMatch()
+            if (isGlob ? fitsPath(pattern, path.split(DELIMITER), reach)
                        : path == word || (reach == Reach::Children && path.startsWith(below))) {
                 isSelected[static_cast<std::size_t>(i)] = true;
                 isFound = true;

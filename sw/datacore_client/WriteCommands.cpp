@@ -15,6 +15,7 @@
 namespace {
 
 constexpr qint64 MAX_FILE_BYTES = MAX_JSON_FILE_BYTES;
+constexpr int MOST_SUGGESTIONS = 20;
 constexpr int MAX_DEPTH = 256; ///< of a dump
 
 /// What a node is to hold.
@@ -435,8 +436,10 @@ private:
         const QStringList paths = server().getPaths();
         for (const Wanted& each : wanted) {
             if (server().find(each.path) == nullptr) {
-                ++unknownCount;
-                complain(describeUnknownPath(each.path, paths));
+                // Suggestions take a look at all paths.
+                complain(unknownCount++ < MOST_SUGGESTIONS
+                             ? describeUnknownPath(each.path, paths)
+                             : QStringLiteral("There is no datacore ") + printable(each.path));
             }
         }
         readStanding();

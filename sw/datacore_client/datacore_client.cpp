@@ -25,5 +25,5 @@ int main(int argc, char** argv)
         result = QCoreApplication::exec();
     }
     tearDownLogging();
-    return result;
+    return hasOutputFailed() ? 1 : result;
 }

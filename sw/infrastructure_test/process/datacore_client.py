@@ -36,6 +36,12 @@ get */input1/l*|0|{LABEL} = input1  valid active
 get **/licences {LABEL}|0|{LABEL} = input1  valid active; persistentConfigCoreRouter/licences = [3, 7]  valid active
 get configCoreRouter/inptu1/label|1|!There is no datacore configCoreRouter/inptu1/label; did you mean configCoreRouter/input1 or
 get {INPUT}/xyzzyx|1|!{INPUT} has cursor, enabled, equaliser, label
+list **/**/*n*p*1/*|0|{"; ".join(f"{INPUT}/{part}" for part in PARTS)}
+get **/in*1/e*l*r|0|{EQUALISER} = 4  valid active
+get **/input1/** */input1/cur*sor*|0|{INPUT}/cursor = 960,540  valid active; {INPUT}/enabled = true  valid active; {EQUALISER} = 4  valid active; {LABEL} = input1  valid active
+get **/inpu|1|!No datacore fits **/inpu
+get **/equaliser/**|1|!No datacore fits **/equaliser/**
+list **/input1/**/label|0|{LABEL}
 get configcorerouter|1|!did you mean configCoreRouter
 get |2|!something is missing: get PATH...
 list {INPUT}|0|{INPUT}; {"; ".join(f"{INPUT}/{part}" for part in PARTS)}
@@ -118,6 +124,10 @@ def check_files(client, port, folder):
         check(done.returncode == exit_value, " ".join(words), done)
         return done.stdout, done.stderr.splitlines()
 
+    with open("/dev/full", "w", encoding="utf-8") as full:
+        done = subprocess.run([client, "--port", str(port), "dump"], stdout=full, stderr=subprocess.PIPE,
+                              text=True, timeout=60, check=False)
+    check(done.returncode == 1 and "Standard output: No space" in done.stderr, "a full disk is told", done)
     file = pathlib.Path(folder, "dump")
     file.write_text(do(0, "dump")[0])
     check(do(0, "diff", str(file)) == ("", []), "nothing differs from a dump just made")
