@@ -83,11 +83,8 @@ void ClientDatacoreRegistry::populate(const QStringList& paths, ClientDatacoreMo
         add(path, monitor);
     }
     beginFill();
-    const quint32 thisFill = linkEvents;
     Q_EMIT registryHasBeenPopulated();
-    if (thisFill == linkEvents) {
-        endFillIfComplete();
-    }
+    endFillIfComplete();
 }
 
 void ClientDatacoreRegistry::refill(const QStringList& paths, ClientDatacoreMonitor& monitor)
@@ -112,13 +109,10 @@ void ClientDatacoreRegistry::refill(const QStringList& paths, ClientDatacoreMoni
         datacore->refusedWrites = nullptr;
     }
     beginFill();
-    const quint32 thisFill = linkEvents;
     if (!added.isEmpty()) {
         Q_EMIT mirrorsAdded(added);
     }
-    if (thisFill == linkEvents) {
-        endFillIfComplete();
-    }
+    endFillIfComplete();
 }
 
 void ClientDatacoreRegistry::removeMissing(const QStringList& paths)
@@ -192,9 +186,10 @@ void ClientDatacoreRegistry::deliverFirst(ClientDatacore& datacore, const Dataco
 
 void ClientDatacoreRegistry::onPatienceOver()
 {
-    if (std::exchange(awaitedBefore, awaitedCount) == awaitedCount) {
+    const bool hasProgress = std::exchange(awaitedBefore, awaitedCount) != awaitedCount;
+    if (isFillUnderWay && !hasProgress) {
         endFill();
-    } else {
+    } else if (isFillUnderWay) {
         patience.start();
     }
 }
@@ -208,7 +203,6 @@ void ClientDatacoreRegistry::endFillIfComplete()
 
 void ClientDatacoreRegistry::endFill()
 {
-    patience.stop();
     isFillUnderWay = false;
     MirrorChanges changes;
     changes.removed.swap(removedPaths);
@@ -240,7 +234,6 @@ void ClientDatacoreRegistry::release()
     linkIsLost = false;
     isFillUnderWay = false;
     removedPaths.clear();
-    patience.stop();
     datacoresByHash.clear();
     const QMap<QString, ClientDatacore*> released = std::exchange(datacores, {});
     std::for_each(released.begin(), released.end(), destroy);
@@ -289,7 +282,6 @@ void ClientDatacoreRegistry::makeStale()
     }
     linkIsLost = true;
     isFillUnderWay = false;
-    patience.stop();
     for (ClientDatacore* datacore : qAsConst(datacores)) {
         datacore->refusedWrites = &writeRefused;
         datacore->isAwaited = false;

@@ -73,9 +73,6 @@ void DatacoreLink::attempt()
     if (state == State::Connecting) {
         dropLink();
     }
-    if (state == State::Connecting) {
-        connection.startConnecting(address);
-    }
 }
 
 void DatacoreLink::onConnected()
@@ -146,10 +143,20 @@ void DatacoreLink::fail(const QString& problem)
     }
 }
 
+/// Ends the link, if there is one, and begins the next if that is what the state, or a slot that
+/// was told of the end, wants.
 void DatacoreLink::dropLink()
 {
+    if (isDropping) {
+        return;
+    }
+    isDropping = true;
     std::unique_ptr<QTcpSocket> none;
     connection.adoptSocket(none);
+    isDropping = false;
+    if (state == State::Connecting) {
+        connection.startConnecting(address);
+    }
 }
 
 void DatacoreLink::enter(State newState, int alarmMs)

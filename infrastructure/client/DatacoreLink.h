@@ -110,7 +110,8 @@ private:
     QTimer alarm;
     QElapsedTimer clock;
     State state = State::Idle;
-    int failures = 0;       ///< since pauses began anew
-    int pauseMs = 0;        ///< the last one
-    qint64 enteredAtMs = 0; ///< the present state
+    bool isDropping = false; ///< the link's end is being told of
+    int failures = 0;        ///< since pauses began anew
+    int pauseMs = 0;         ///< the last one
+    qint64 enteredAtMs = 0;  ///< the present state
 };

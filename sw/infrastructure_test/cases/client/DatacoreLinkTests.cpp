@@ -97,6 +97,11 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
         CHECK(link.getConnection().isConnected());
         CHECK_FALSE(registry.isFilling());
     });
+    QObject::connect(&registry, &ClientDatacoreRegistry::registryHasBeenPopulated, [&] {
+        link.alarmMs = 0;
+        link.onAlarm(); // from the names on, the registry has patience
+        CHECK(link.alarmMs == 7000);
+    });
     link.start(address);
     CHECK(link.alarmMs == 7000);
     REQUIRE(link.reaches(State::Current));
@@ -119,8 +124,12 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     CHECK(link.getRemainingPauseMs() == 70);
     link.nowMs += 100;
     CHECK(link.getRemainingPauseMs() == 0);
+    const LogCapture log;
     link.onAlarm(); // nobody is there
     REQUIRE(link.reaches(State::Waiting));
+    CHECK(log.lines().last() == QStringLiteral("info: Link to 127.0.0.1:%1: Connection refused, "
+                                               "next attempt in 200 ms")
+                                    .arg(address.port));
     CHECK(link.getLastProblem() == QStringLiteral("Connection refused"));
     CHECK(link.alarmMs == 200);
 
@@ -184,6 +193,9 @@ TEST_CASE("Pauses grow while a server is of no use, and begin anew after a good 
     CHECK(link.getState() == State::Waiting);
     CHECK(link.getLastProblem() == QStringLiteral("No link within 7000 ms"));
     CHECK(link.alarmMs == 500);
+    link.start(bad.address());
+    link.onAlarm();
+    CHECK(link.alarmMs == 100);
 
     // Filled, and lost sooner than the last pause took; then later.
     bad.close();
@@ -204,6 +216,34 @@ TEST_CASE("Pauses grow while a server is of no use, and begin anew after a good 
         REQUIRE(link.reaches(State::Current));
     }
     CHECK(std::vector<int>(pauses, pauses + 3) == std::vector<int>{100, 200, 100});
+}
+
+TEST_CASE("A link may be stopped and started in slots of its signals", "[client][server]")
+{
+    Server server({"a"}, "1");
+    SteppedLink link;
+    const auto stop = [&link] { link.stop(); };
+    const auto atOnce =
+        QObject::connect(&link, &DatacoreLink::linkIsUp, &link, stop, Qt::DirectConnection);
+    link.start(server.address());
+    REQUIRE(link.reaches(State::Idle));
+    QObject::disconnect(atOnce);
+    link.start(server.address());
+    REQUIRE(link.reaches(State::Current));
+
+    QMetaObject::Connection stale =
+        QObject::connect(&link.getRegistry(), &ClientDatacoreRegistry::mirrorsBecameStale, stop);
+    link.start(server.address()); // drops the link, which stops it
+    CHECK(link.getState() == State::Idle);
+    CHECK(link.alarmMs < 0);
+    QObject::disconnect(stale);
+    link.start(server.address());
+    REQUIRE(link.reaches(State::Current));
+    QObject::connect(&link.getRegistry(), &ClientDatacoreRegistry::mirrorsBecameStale,
+                     [&] { link.start(server.address()); });
+    link.stop(); // drops the link, which starts it
+    REQUIRE(link.reaches(State::Current));
+    CHECK(link.journal == QVector<int>{1, 2, 0, 1, 2, 3, 1, 0, 1, 2, 3, 1, 2, 3});
 }
 
 TEST_CASE("A pause is bounded, and chance takes its share of it", "[client]")
