@@ -53,6 +53,7 @@ function(infrastructure_install_library)
   if(type STREQUAL STATIC_LIBRARY)
     set(static_requires ", spdlog")
     set(static_libs " -lsensors")
+    set(static_store_libs " -lsqlite3")
   endif()
   infrastructure_install_pkg_config(
     core "Qt5Core >= 5.15, fmt >= 9${static_requires}" "-linfrastructure_core")
@@ -60,10 +61,12 @@ function(infrastructure_install_library)
     media "infrastructure-core = ${PROJECT_VERSION}, Qt5Network >= 5.15" "-linfrastructure_media")
   infrastructure_install_pkg_config(link "infrastructure-media = ${PROJECT_VERSION}"
                                     "-linfrastructure_link")
+  infrastructure_install_pkg_config(store "infrastructure-link = ${PROJECT_VERSION}"
+                                    "-linfrastructure_store${static_store_libs}")
   infrastructure_install_pkg_config(board "infrastructure-core = ${PROJECT_VERSION}"
                                     "-linfrastructure_board${static_libs}")
   infrastructure_install_pkg_config(
-    "" "infrastructure-link = ${PROJECT_VERSION}, infrastructure-board = ${PROJECT_VERSION}" "")
+    "" "infrastructure-store = ${PROJECT_VERSION}, infrastructure-board = ${PROJECT_VERSION}" "")
 endfunction()
 
 # infrastructure_install_pkg_config(AREA REQUIRES LIBS): infrastructure-AREA.pc. It finds its folders

@@ -28,7 +28,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "shared layer of a video instrument - libraries
-The state tree and its mirrors, packets and their links, measurement records,
+The state tree, its mirrors and its store, packets and their links, records,
 video, captions, IP media, PTP and the board.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libinfrastructure-dev)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -32,6 +33,17 @@ QString toText(Number number)
 QString toText(int x, int y)
 {
     return QStringLiteral("%1,%2").arg(x).arg(y);
+}
+
+QStringList valuesOf(const DatacoreBase& datacore)
+{
+    QStringList values;
+    const int count = datacore.getDataCount();
+    values.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        values.append(datacore.getDataAt(i));
+    }
+    return values;
 }
 
 template <typename Value>
@@ -99,6 +111,51 @@ void ClientDatacore::populateFromPacket(const DatacorePacket& packet, bool isOwn
     applyContent(packet);
 }
 
+void ClientDatacore::setData(const QString& value)
+{
+    if (isWritable()) {
+        DatacoreBase::setData(value);
+    } else {
+        refuseWrite({value});
+    }
+}
+
+void ClientDatacore::setData(const std::deque<QString>& values)
+{
+    if (isWritable()) {
+        DatacoreBase::setData(values);
+    } else {
+        refuseWrite(QStringList(values.begin(), values.end()));
+    }
+}
+
+/// Elements that show the mirror go back to what it holds.
+void ClientDatacore::refuseWrite(const QStringList& values)
+{
+    if (values == valuesOf(*this)) {
+        return;
+    }
+    const CallingOut callingOut(*this);
+    populateConnectedGuiElements();
+    if (refusedWrites != nullptr) {
+        (*refusedWrites)({path, values, 1});
+    }
+}
+
+void ClientDatacore::becomeStale()
+{
+    const CallingOut callingOut(*this);
+    freshness = Freshness::Stale;
+    Q_EMIT freshnessChanged(freshness);
+}
+
+LostWrite ClientDatacore::takePendingWrites()
+{
+    const int count = getPendingCount();
+    pendingPacketIds.clear();
+    return {path, overwritten ? *overwritten : valuesOf(*this), count};
+}
+
 void ClientDatacore::acknowledge(const DatacorePacket& packet)
 {
     const auto find = [this, id = packet.getPacketID()] {
@@ -125,11 +182,19 @@ void ClientDatacore::acknowledge(const DatacorePacket& packet)
 void ClientDatacore::applyContent(const DatacorePacket& packet)
 {
     constexpr bool justData = false;
+    if (!pendingPacketIds.empty() && !overwritten) {
+        overwritten = valuesOf(*this);
+    }
+    const Freshness before = freshness;
+    freshness = isWritable() ? Freshness::Current : Freshness::Stale; // a slot may lose the link
     if (!packet.populate(*this, justData)) {
         const QString text = packet.getDatacoreText();
         VELLOG_ERR() << "Content of the wrong shape for " << path << ": "
                      << (text.isEmpty() ? QStringLiteral("none")
                                         : text.left(MAX_LOGGED_CHARACTERS));
+    }
+    if (before != freshness) {
+        Q_EMIT freshnessChanged(freshness);
     }
 }
 
@@ -137,7 +202,9 @@ void ClientDatacore::onChanged()
 {
     const CallingOut callingOut(*this);
     populateConnectedGuiElements();
-    if (getChangeState() == 2) {
+    if (getChangeState() == 2 && refusedWrites != nullptr) {
+        (*refusedWrites)({path, valuesOf(*this), 1}); // a slot has lost the link
+    } else if (getChangeState() == 2) {
         const int packetId = takeNextPacketId();
         Q_EMIT clientDatacoreHasUpdateForServer(packetId, this);
     }
@@ -148,6 +215,7 @@ int ClientDatacore::takeNextPacketId()
 {
     const int packetId = pendingPacketIds.empty() ? 0 : pendingPacketIds.back() + 1;
     pendingPacketIds.push_back(packetId);
+    overwritten.reset();
     Q_EMIT datacoreOutOfSyncWithServer();
     return packetId;
 }
@@ -159,9 +227,7 @@ void ClientDatacore::populateConnectedGuiElements()
         return; // nobody is listening
     }
     const CallingOut callingOut(*this);
-    const std::deque<QString> values = getDataList();
-    Q_EMIT datacoreUpdated(QStringList(values.begin(), values.end()), makeValidationMessages(),
-                           isActive());
+    Q_EMIT datacoreUpdated(valuesOf(*this), makeValidationMessages(), isActive());
 }
 
 QStringList ClientDatacore::makeValidationMessages() const

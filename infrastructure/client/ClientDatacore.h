@@ -11,8 +11,20 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <optional>
 
 class DatacorePacket;
+
+/// Writes to one mirror that were sent or wanted when there was no link to acknowledge them. The
+/// server may have taken some of them.
+struct LostWrite
+{
+    QString path;
+    QStringList values; ///< of the newest
+    int count = 0;      ///< how many writes, 1 or more
+};
+Q_DECLARE_METATYPE(LostWrite)
 
 /// What user-interface code talks to: it emits its content as lists of strings and takes writes
 /// through typed slots. A write goes to the server under a packet id and is confirmed by its echo;
@@ -23,6 +35,14 @@ class ClientDatacore : public QObject, public DatacoreBase
     Q_OBJECT
 
 public:
+    /// How far what the mirror holds is to be trusted.
+    enum class Freshness {
+        NeverReceived, ///< the server has not given a value yet
+        Current,       ///< as the server gave it
+        Stale,         ///< the link was lost since, and the server has not given the value again
+    };
+    Q_ENUM(Freshness)
+
     /// `fullPath` is the path in the server's tree. `parentDatacore` is null in a registry, where
     /// every mirror is a root.
     ClientDatacore(const QString& className, const QString& name, DatacoreBase* parentDatacore,
@@ -33,6 +53,10 @@ public:
     QString getPath() const { return path; }
     /// The number of writes that the server has not acknowledged.
     int getPendingCount() const { return static_cast<int>(pendingPacketIds.size()); }
+    Freshness getFreshness() const { return freshness; }
+    /// False from the loss of the link until the server's names have come again. Writes are refused
+    /// then: they are told of by ClientDatacoreRegistry::writesLost, and change nothing.
+    bool isWritable() const { return refusedWrites == nullptr; }
     /// True while this object is calling others; it must not be deleted then.
     bool isCallingOut() const { return callDepth > 0; }
 
@@ -41,6 +65,11 @@ public:
     /// ignored. Any other packet is taken at once, even while writes are in flight. Content of the
     /// wrong shape is logged; see DatacorePacket::populate.
     void populateFromPacket(const DatacorePacket& packet, bool isOwnUpdate);
+
+    /// Replaces all values and sends them to the server; see isWritable. Equal values are no write.
+    /// The functions of DatacoreBase with these names are not virtual, and know of no link.
+    void setData(const QString& value);
+    void setData(const std::deque<QString>& values);
 
     /// The strings, one per line, without a final line end. `hasErrors` and `hasWarnings`, unless
     /// null, tell whether a line starts with the word for it.
@@ -59,6 +88,8 @@ Q_SIGNALS:
     void datacoreInSyncWithServer();
     /// An acknowledgement skipped earlier writes; the number includes the acknowledged one.
     void lostPackets(int numLostPackets);
+    /// Emitted after the content that made the mirror current was taken.
+    void freshnessChanged(ClientDatacore::Freshness now);
 
 public Q_SLOTS:
     // Each writes its argument as text: whole numbers in decimal, floating-point ones with six
@@ -99,8 +130,14 @@ protected:
     void onChanged() override;
 
 private:
+    friend class ClientDatacoreRegistry;
     class CallingOut;
+    using WriteHandler = std::function<void(const LostWrite&)>;
 
+    void refuseWrite(const QStringList& values);
+    void becomeStale();
+    /// The writes that nobody will acknowledge any more; count 0 if there are none.
+    LostWrite takePendingWrites();
     int takeNextPacketId();
     void acknowledge(const DatacorePacket& packet);
     void applyContent(const DatacorePacket& packet);
@@ -108,5 +145,13 @@ private:
 
     QString path;
     std::deque<int> pendingPacketIds; ///< sent and not acknowledged, oldest and lowest first
+    /// The newest of them, if the server's content has taken its place since.
+    std::optional<QStringList> overwritten;
+    const WriteHandler* refusedWrites = nullptr; ///< not null while there is no link
     int callDepth = 0;
+    Freshness freshness = Freshness::NeverReceived;
+    // The registry's notes for the fill under way or to come.
+    bool isAwaited = false; ///< its value is waited for
+    bool isChanged = false; ///< it has become another since the link was lost
+    bool isAdded = false;   ///< it was not there before
 };

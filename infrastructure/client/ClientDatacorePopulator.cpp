@@ -43,7 +43,7 @@ void ClientDatacorePopulator::populateClientDatacoreFromJson(DatacorePacket data
     if (ClientDatacore* datacore = registry->lookup(path)) {
         const bool isOwnUpdate = datacorePacket.containsClientID() &&
                                  datacorePacket.getClientID() == connection->getLocalIdentifier();
-        datacore->populateFromPacket(datacorePacket, isOwnUpdate);
+        registry->deliver(*datacore, datacorePacket, isOwnUpdate);
     } else if (registry->isEmpty()) {
         VELLOG_INFO() << "Client datacore populator: Registry is empty, no way to populate: "
                       << path;

@@ -2,6 +2,10 @@
 
 #include "infrastructure/utility/Log.h"
 
+#include <QSet>
+
+#include <algorithm>
+
 DatacoreConnectionBuilderBase::DatacoreConnectionBuilderBase(
     ClientDatacoreRegistry& datacoreRegistry, QObject* parent)
     : QObject(parent)
@@ -15,6 +19,8 @@ DatacoreConnectionBuilderBase::DatacoreConnectionBuilderBase(
             &DatacoreConnectionBuilderBase::onRegistryCleared);
     connect(registry, &ClientDatacoreRegistry::registryHasBeenPopulated, this,
             &DatacoreConnectionBuilderBase::onRegistryPopulated);
+    connect(registry, &ClientDatacoreRegistry::mirrorsAboutToBeRemoved, this,
+            &DatacoreConnectionBuilderBase::forgetDatacores);
 }
 
 QString DatacoreConnectionBuilderBase::getRouter(ServerSideDataTree tree) const
@@ -48,6 +54,17 @@ void DatacoreConnectionBuilderBase::populateConnectedGuiElements()
     for (std::size_t i = 0; i < connectedDatacores.size(); ++i) {
         connectedDatacores[i]->populateConnectedGuiElements();
     }
+}
+
+void DatacoreConnectionBuilderBase::forgetDatacores(const QStringList& paths)
+{
+    const auto isGoing =
+        [going = QSet<QString>(paths.begin(), paths.end())](const ClientDatacore* datacore) {
+            return going.contains(datacore->getPath());
+        };
+    connectedDatacores.erase(
+        std::remove_if(connectedDatacores.begin(), connectedDatacores.end(), isGoing),
+        connectedDatacores.end());
 }
 
 void DatacoreConnectionBuilderBase::onRegistryCleared()

@@ -48,6 +48,7 @@ public Q_SLOTS:
     void onRegistryPopulated();
 
 private:
+    void forgetDatacores(const QStringList& paths);
     QString getRouter(ServerSideDataTree tree) const;
 
     ClientDatacoreRegistry* registry;

@@ -5,20 +5,21 @@
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
 
-VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection,
-                                                   SerialisableDataPacketDistributor& distributor,
-                                                   QObject* parent)
+VelClientDatacoreManager::VelClientDatacoreManager(
+    NetworkConnection& connection, SerialisableDataPacketDistributor& packetDistributor,
+    QObject* parent)
     : QObject(parent)
+    , distributor(&packetDistributor)
     , registry(connection)
-    , populator(connection, registry, distributor)
+    , populator(connection, registry, *distributor)
     , monitor(connection)
-    , descriptions(connection, distributor)
+    , descriptions(connection, *distributor)
 {
-    if (&connection.getReceivers() != &distributor.getReceivers()) {
+    if (&connection.getReceivers() != &distributor->getReceivers()) {
         VELLOG_ERR() << "Client datacore manager: connection and distributor use two registers, "
                         "nothing will arrive";
     }
-    distributor.registerPacketAcceptor(*this, DatacorePathRadixTreePacket::CLASSNAME());
+    distributor->registerPacketAcceptor(*this, DatacorePathRadixTreePacket::CLASSNAME());
 }
 
 VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection, QObject* parent)
@@ -29,11 +30,11 @@ VelClientDatacoreManager::VelClientDatacoreManager(NetworkConnection& connection
 }
 
 VelClientDatacoreManager::VelClientDatacoreManager(
-    NetworkConnection& connection, std::unique_ptr<SerialisableDataPacketDistributor> distributor,
-    QObject* parent)
-    : VelClientDatacoreManager(connection, *distributor, parent)
+    NetworkConnection& connection,
+    std::unique_ptr<SerialisableDataPacketDistributor> newDistributor, QObject* parent)
+    : VelClientDatacoreManager(connection, *newDistributor, parent)
 {
-    ownDistributor = std::move(distributor);
+    ownDistributor = std::move(newDistributor);
 }
 
 VelClientDatacoreManager::~VelClientDatacoreManager() = default;
@@ -47,8 +48,9 @@ void VelClientDatacoreManager::acceptPacket(const SerialisableDataPacket& packet
 {
     bool ok = false;
     const DatacorePathRadixTreePacket dump(packet, ok);
-    if (!ok || !registry.isEmpty()) {
-        return;
+    if (ok && registry.isEmpty()) {
+        registry.populate(dump.getPaths(), monitor);
+    } else if (ok && registry.isStale()) {
+        registry.refill(dump.getPaths(), monitor);
     }
-    registry.populate(dump.getPaths(), monitor);
 }

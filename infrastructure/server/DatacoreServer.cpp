@@ -2,6 +2,7 @@
 
 #include "infrastructure/server/AccessControl_p.h"
 #include "infrastructure/server/DatacoreDescriptionAnswers_p.h"
+#include "infrastructure/server/DurableTree_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -68,6 +70,8 @@ public:
     void adoptSocket(std::unique_ptr<QTcpSocket> accepted)
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
+        // An echo does not wait until the client's system has confirmed the one before.
+        accepted->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         connection.adoptSocket(accepted);
         peer = server->access->admit(connection.getPeerOrigin());
         boundBuffer();
@@ -158,8 +162,10 @@ private:
 class DatacoreServer::Dump
 {
 public:
-    explicit Dump(NetworkConnection& receiver)
+    /// `durableTree` is null without a store.
+    Dump(NetworkConnection& receiver, DurableTree* durableTree)
         : client(receiver)
+        , durable(durableTree)
     {
     }
 
@@ -172,10 +178,19 @@ public:
         }
         return client.getUnsentBytes() <= MAX_UNSENT_BYTES;
     }
+    /// A value that is not durable yet is sent later.
+    bool addNode(const DatacoreBase& datacore)
+    {
+        if (durable == nullptr || !durable->isHeldBack(datacore)) {
+            return add(toPacket(datacore));
+        }
+        durable->holdAnswer(datacore, toPacket(datacore), client);
+        return !durable->isFull();
+    }
     bool addTree(const DatacoreBase& datacore)
     {
         const std::vector<DatacoreBase*> children = datacore.getChildren();
-        return add(toPacket(datacore)) &&
+        return addNode(datacore) &&
                std::all_of(children.begin(), children.end(),
                            [this](const DatacoreBase* child) { return addTree(*child); });
     }
@@ -187,7 +202,86 @@ public:
 
 private:
     NetworkConnection& client;
+    DurableTree* durable;
     std::vector<SerialisableDataPacket> packets;
+};
+
+/// The tree that a store keeps, with its news.
+class DatacoreServer::PersistentTree : private DurableTree::Sender
+{
+public:
+    PersistentTree(DatacoreServer& owner, DatacoreStoreInterface& store)
+        : server(owner)
+        , durable(*owner.trees.persistentConfig, store, *this)
+    {
+    }
+
+    DurableTree& getDurable() { return durable; }
+
+private:
+    void sendNews(const std::vector<DurableTree::News>& news) override
+    {
+        std::vector<SerialisableDataPacket> packets; // for all
+        for (const DurableTree::News& piece : news) {
+            if (piece.isForAll) {
+                packets.push_back(piece.packet);
+            } else if (piece.receiver) {
+                server.sendToAll(std::exchange(packets, {}));
+                piece.receiver->acceptPacket(piece.packet);
+            }
+        }
+        server.sendToAll(packets);
+    }
+    void publishChanges() override { server.publishChanges(); }
+
+    DatacoreServer& server;
+    DurableTree durable;
+};
+
+/// What a change makes known: at once, or, in a tree with a store, when it is durable.
+class DatacoreServer::Publication
+{
+public:
+    explicit Publication(DatacoreServer& owner)
+        : server(owner)
+        , durable(owner.persistentTree ? &owner.persistentTree->getDurable() : nullptr)
+    {
+    }
+
+    void add(const DatacoreBase& node, SerialisableDataPacket packet, bool isWrite = false)
+    {
+        if (durable != nullptr && durable->covers(node)) {
+            kept.push_back({&node, std::move(packet), isWrite});
+        } else {
+            packets.push_back(std::move(packet));
+        }
+    }
+    /// Adds the nodes that have changed since they were last asked for, but for one.
+    void addChanges(const DatacoreBase* except = nullptr)
+    {
+        for (DatacoreBase* root : server.getRoots()) {
+            for (const DatacoreBase* changed : root->takeChangedList()) {
+                if (changed != except) {
+                    add(*changed, toPacket(*changed));
+                }
+            }
+        }
+    }
+    void send()
+    {
+        if (!kept.empty()) {
+            for (DurableTree::News& piece : durable->publish(std::move(kept))) {
+                packets.push_back(std::move(piece.packet));
+            }
+        }
+        server.sendToAll(packets);
+    }
+
+private:
+    DatacoreServer& server;
+    DurableTree* durable;
+    std::vector<SerialisableDataPacket> packets;
+    std::vector<DurableTree::News> kept;
 };
 
 DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent)
@@ -199,6 +293,12 @@ DatacoreServer::DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* pare
 }
 
 DatacoreServer::~DatacoreServer() = default;
+
+void DatacoreServer::setStore(DatacoreStoreInterface& store)
+{
+    persistentTree = std::make_unique<PersistentTree>(*this, store);
+    publishChanges(); // a hook may have made more of what was stored
+}
 
 bool DatacoreServer::listen(const QHostAddress& address, quint16 port)
 {
@@ -303,7 +403,7 @@ DatacoreBase* DatacoreServer::findDatacore(const QString& fullPath) const
 /// The names of all trees, then the values asked for: all of them if none is named.
 void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& request)
 {
-    Dump dump(client.getConnection());
+    Dump dump(client.getConnection(), persistentTree ? &persistentTree->getDurable() : nullptr);
     bool isRead =
         dump.add(DatacorePathRadixTreePacket(request.getClientID(), *trees.config, *trees.status,
                                              *trees.command, *trees.persistentConfig));
@@ -316,7 +416,7 @@ void DatacoreServer::sendDump(Client& client, const DatacorePathListPacket& requ
     }
     for (auto path = paths.begin(); isRead && path != paths.end(); ++path) {
         if (const DatacoreBase* datacore = findDatacore(*path)) {
-            isRead = dump.add(toPacket(*datacore));
+            isRead = dump.addNode(*datacore);
         } else {
             VELLOG_ERR() << "Request for an unknown path " << *path;
         }
@@ -339,40 +439,55 @@ void DatacoreServer::applyWrite(Client& writer, const DatacorePacket& write)
         return;
     }
     constexpr bool justData = true; // the reasons are worked out here
+    DurableTree* durable = findDurableTree(*datacore);
     if (!access->mayWrite(writer.getPeer(), *datacore, write, Clock::now())) {
-        sendTo(writer, {DatacorePacket(write, *datacore, !justData)});
+        const DatacorePacket answer(write, *datacore, !justData);
+        if (durable != nullptr && durable->isHeldBack(*datacore)) {
+            durable->holdAnswer(*datacore, answer, writer.getConnection());
+        } else {
+            sendTo(writer, {answer});
+        }
         return;
     }
-    if (!write.populate(*datacore, justData)) {
+    if (durable != nullptr && durable->isFull()) {
+        VELLOG_ERR() << "Client " << writer.getName()
+                     << " writes more than the disk takes, dropped";
+        dropClient(writer);
+        return;
+    }
+    const bool isTaken =
+        durable == nullptr || write.serialisePayload().size() <= DurableTree::MAX_WRITE_BYTES;
+    if (!isTaken) {
+        VELLOG_ERR() << "Write of more than can be stored to " << write.getDatacorePath();
+    } else if (!write.populate(*datacore, justData)) {
         VELLOG_ERR() << "Write of the wrong shape to " << write.getDatacorePath();
     }
-    std::vector<SerialisableDataPacket> packets;
-    packets.push_back(DatacorePacket(write, *datacore, !justData));
-    for (DatacoreBase* root : getRoots()) {
-        for (const DatacoreBase* changed : root->takeChangedList()) {
-            if (changed != datacore) {
-                packets.push_back(toPacket(*changed));
-            }
-        }
-    }
-    sendToAll(packets);
+    Publication publication(*this);
+    publication.add(*datacore, DatacorePacket(write, *datacore, !justData), isTaken);
+    publication.addChanges(datacore);
+    publication.send();
+}
+
+/// Null for a node that no store keeps.
+DurableTree* DatacoreServer::findDurableTree(const DatacoreBase& datacore) const
+{
+    return persistentTree && persistentTree->getDurable().covers(datacore)
+               ? &persistentTree->getDurable()
+               : nullptr;
 }
 
 void DatacoreServer::publishChanges()
 {
-    std::vector<SerialisableDataPacket> packets;
-    for (DatacoreBase* root : getRoots()) {
-        for (const DatacoreBase* changed : root->takeChangedList()) {
-            packets.push_back(toPacket(*changed));
-        }
-    }
-    if (!packets.empty()) {
-        sendToAll(packets);
-    }
+    Publication publication(*this);
+    publication.addChanges();
+    publication.send();
 }
 
 void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
 {
+    if (packets.empty()) {
+        return;
+    }
     const std::vector<Client*> present = clients; // a client may go away during the sending
     for (Client* client : present) {
         if (isPresent(client) && client->mayRead()) {

@@ -17,6 +17,8 @@ class AccessControl;
 class AccessRules;
 class DatacorePacket;
 class DatacorePathListPacket;
+class DatacoreStoreInterface;
+class DurableTree;
 
 /// The roots of the four trees. They are not owned and must outlive the server.
 struct DatacoreTrees
@@ -55,6 +57,16 @@ public:
     explicit DatacoreServer(const DatacoreTrees& datacoreTrees, QObject* parent = nullptr);
     ~DatacoreServer() override;
 
+    /// From now on a store keeps the persistent tree: the tree is filled from it, and whatever
+    /// changes in it, by a write or by the server itself, is told to anybody only once it is
+    /// stored. A write that can't be stored is answered with the value that the store holds, which
+    /// the node has again by then; the log says why. Other trees wait for nothing. Neither does
+    /// another write to this one; each node's echoes keep their order.
+    ///
+    /// Call it once, before `listen`, when the tree has all its nodes: those added later are not
+    /// stored. The store must outlive the server.
+    void setStore(DatacoreStoreInterface& store);
+
     /// Port 0 lets the system choose. False if the port can't be opened.
     bool listen(const QHostAddress& address, quint16 port);
     quint16 getPort() const { return listener.getPort(LinkAddress::Way::Tcp); }
@@ -80,6 +92,8 @@ public:
 private:
     class Client;
     class Dump;
+    class Publication;
+    class PersistentTree;
 
     void acceptClient(std::unique_ptr<QTcpSocket> socket);
     void dropClient(Client& client);
@@ -93,9 +107,11 @@ private:
     void sendToAll(const std::vector<SerialisableDataPacket>& packets);
     std::vector<DatacoreBase*> getRoots() const;
     DatacoreBase* findDatacore(const QString& fullPath) const;
+    DurableTree* findDurableTree(const DatacoreBase& datacore) const;
 
     DatacoreTrees trees;
     std::unique_ptr<AccessControl> access;
+    std::unique_ptr<PersistentTree> persistentTree; ///< null without a store
     LinkListener listener;
     std::chrono::seconds deadPeerTimeout{0};
     std::vector<Client*> clients; ///< children of this object

@@ -8,6 +8,7 @@
 #include "infrastructure/platform/Sensors.h"
 #include "infrastructure/platform/SfpConfigFileHandler.h"
 #include "infrastructure/platform/VersionInfo.h"
+#include "infrastructure/utility/CommandLine.h"
 
 #include <cstdio>
 #include <cstring>
@@ -88,11 +89,15 @@ int printImage(const char* option, const char* path)
 
 int main(int argc, char** argv)
 {
+    const char* usage = "usage: board_info [--bit FILE | --jed FILE | --help | --version]\n";
+    if (const std::optional<int> exitValue = answerHelpOrVersion(argc, argv, usage)) {
+        return *exitValue;
+    }
     if (argc == 3 && (std::strcmp(argv[1], "--bit") == 0 || std::strcmp(argv[1], "--jed") == 0)) {
         return printImage(argv[1], argv[2]);
     }
     if (argc != 1) {
-        std::fprintf(stderr, "usage: %s [--bit FILE | --jed FILE]\n", argv[0]);
+        std::fprintf(stderr, "Wrong arguments, the first is \"%s\"\n%s", argv[1], usage);
         return 2;
     }
     const VersionInfo& versions = VersionInfo::getInstance();

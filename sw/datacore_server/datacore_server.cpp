@@ -1,6 +1,7 @@
 // A server of four small trees, with leaves of nearly every type, one of which changes by itself.
 //   datacore_server [--address ADDRESS] [--port PORT] [--tls-port PORT --tls-certificate FILE
 //                   --tls-key FILE] [--local PATH] [--roles FILE]
+//                   [--store FILE [--store-interval MS]]
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -10,10 +11,12 @@
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "infrastructure/server/AccessRulesFile.h"
 #include "infrastructure/server/DatacoreServer.h"
+#include "infrastructure/store/DatacoreStore.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/QuitOnSignal.h"
+#include "ServiceNotification.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -26,6 +29,7 @@
 namespace {
 
 constexpr int STATUS_PERIOD_MS = 250;
+constexpr int MAX_STORE_INTERVAL_MS = 60'000;
 
 /// The settings of one input.
 struct InputConfig : DatacoreBase
@@ -171,25 +175,59 @@ int main(int argc, char** argv)
         QStringLiteral("seconds"), QStringLiteral("10"));
     parser.addOptions({addressOption, portOption, tlsPortOption});
     addTlsOptions(parser, TlsEnd::Server);
-    parser.addOptions({localOption, localModeOption, deadPeerOption, rolesOption});
+    const QCommandLineOption storeOption(
+        QStringLiteral("store"),
+        QStringLiteral("SQLite file that keeps the persistent tree; without it, nothing does."),
+        QStringLiteral("file"));
+    const QCommandLineOption storeIntervalOption(
+        QStringLiteral("store-interval"),
+        QStringLiteral("Least milliseconds from one commit of the store to the next."),
+        QStringLiteral("ms"), QString::number(DatacoreStore::DEFAULT_COMMIT_INTERVAL_MS));
+    parser.addOptions({localOption, localModeOption, deadPeerOption, rolesOption, storeOption,
+                       storeIntervalOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
 
-    bool isPort = false;
-    const quint16 port = parser.value(portOption).toUShort(&isPort);
-    const QHostAddress address(parser.value(addressOption));
-    bool isTlsPort = true, isMode = false, isTimeout = false;
-    const quint16 tlsPort =
-        parser.isSet(tlsPortOption) ? parser.value(tlsPortOption).toUShort(&isTlsPort) : quint16(0);
-    constexpr quint32 allPermissions = 0777;
-    const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
-    const std::chrono::seconds deadPeerTimeout(parser.value(deadPeerOption).toUShort(&isTimeout));
-    if (!isPort || address.isNull() || !isTlsPort || !isMode || localMode > allPermissions ||
-        !isTimeout || !parser.positionalArguments().isEmpty()) {
-        return refuseCommandLine(parser);
-    }
     QString whatIsWrong;
+    const std::optional<int> givenPort =
+        readNumber(parser, QStringLiteral("port"), 0, 65535, whatIsWrong);
+    const QHostAddress address(parser.value(addressOption));
+    const std::optional<int> tlsPort =
+        parser.isSet(tlsPortOption)
+            ? readNumber(parser, QStringLiteral("tls-port"), 0, 65535, whatIsWrong)
+            : 0;
+    constexpr int longestTimeout = 32767;
+    const std::optional<int> deadPeerTimeout =
+        readNumber(parser, QStringLiteral("dead-peer-timeout"), 0, longestTimeout, whatIsWrong);
+    const std::optional<int> storeInterval =
+        readNumber(parser, QStringLiteral("store-interval"), 0, MAX_STORE_INTERVAL_MS, whatIsWrong);
+    constexpr quint32 allPermissions = 0777;
+    bool isMode = false;
+    const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
+    if (address.isNull()) {
+        whatIsWrong = QStringLiteral("--address \"%1\": an IP address is needed")
+                          .arg(parser.value(addressOption));
+    } else if (!isMode || localMode > allPermissions) {
+        whatIsWrong = QStringLiteral("--local-mode \"%1\": permissions from 0 to 0777 are needed")
+                          .arg(parser.value(localModeOption));
+    } else if (parser.isSet(storeOption) && parser.value(storeOption).isEmpty()) {
+        whatIsWrong = QStringLiteral("--store needs the name of a file");
+    } else if (!parser.positionalArguments().isEmpty()) {
+        whatIsWrong = QStringLiteral("\"%1\" is not an option")
+                          .arg(parser.positionalArguments().constFirst());
+    }
+    if (!whatIsWrong.isEmpty()) {
+        return refuseCommandLine(whatIsWrong);
+    }
+    const auto port = static_cast<quint16>(*givenPort);
+
+    const std::optional<AccessRules> rules =
+        getAccessRules(parser.isSet(rolesOption) ? std::optional<QString>(parser.value(rolesOption))
+                                                 : std::nullopt);
+    if (!rules) {
+        return 1;
+    }
     std::optional<TlsSettings> tlsSettings;
     if (parser.isSet(tlsPortOption)) {
         tlsSettings = readTlsOptions(parser, TlsEnd::Server, &whatIsWrong);
@@ -199,22 +237,25 @@ int main(int argc, char** argv)
         }
     }
 
-    const std::optional<AccessRules> rules =
-        getAccessRules(parser.isSet(rolesOption) ? std::optional<QString>(parser.value(rolesOption))
-                                                 : std::nullopt);
-    if (!rules) {
-        return 1;
-    }
-
     setupLogging(false, "");
     quitOnSignal();
     ConfigTree config;
     StatusTree status;
     CommandTree command;
     PersistentConfigTree persistentConfig;
+    std::optional<DatacoreStore> store;
+    if (parser.isSet(storeOption)) {
+        store.emplace(parser.value(storeOption), *storeInterval);
+        for (const QString& finding : store->getFindings()) {
+            std::fprintf(stderr, "%s\n", qPrintable(finding));
+        }
+    }
     DatacoreServer server({&config, &status, &command, &persistentConfig});
     server.setAccessRules(*rules);
-    server.setDeadPeerTimeout(deadPeerTimeout);
+    server.setDeadPeerTimeout(std::chrono::seconds(*deadPeerTimeout));
+    if (store) {
+        server.setStore(*store);
+    }
     if (!server.listen(address, port)) {
         std::fprintf(stderr, "Can't listen at %s port %u\n", qPrintable(address.toString()),
                      unsigned(port));
@@ -223,9 +264,10 @@ int main(int argc, char** argv)
     std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                 unsigned(server.getPort()));
     if (tlsSettings) {
-        if (!server.listenTls(address, tlsPort, *tlsSettings, &whatIsWrong)) {
+        if (!server.listenTls(address, static_cast<quint16>(*tlsPort), *tlsSettings,
+                              &whatIsWrong)) {
             std::fprintf(stderr, "Can't listen at %s port %u: %s\n", qPrintable(address.toString()),
-                         unsigned(tlsPort), qPrintable(whatIsWrong));
+                         unsigned(*tlsPort), qPrintable(whatIsWrong));
             return 1;
         }
         std::printf("Listening with TLS at %s port %u\n", qPrintable(address.toString()),
@@ -241,6 +283,7 @@ int main(int argc, char** argv)
         std::printf("Listening at %s\n", qPrintable(path));
     }
     std::fflush(stdout);
+    notifyServiceManager("READY=1");
 
     unsigned long long frames = 0;
     QTimer timer;
@@ -251,6 +294,7 @@ int main(int argc, char** argv)
     });
     timer.start(STATUS_PERIOD_MS);
     const int result = app.exec();
+    notifyServiceManager("STOPPING=1");
     tearDownLogging();
     return result;
 }

@@ -1,5 +1,6 @@
 // Describes video payload identifiers: describe_payload 97CB8001 [97CB8041 ...]
 // Each word is the four bytes of one link in hexadecimal, byte 0 first.
+#include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
@@ -128,6 +129,12 @@ void printStandard(QTextStream& out, const StandardFromPayloadIdentifier& standa
 
 int main(int argc, char** argv)
 {
+    const char* usage =
+        "usage: describe_payload WORD [WORD ...] | --help | --version\n"
+        "  WORD: four bytes of a link's identifier in hexadecimal, such as 89C98001\n";
+    if (const std::optional<int> exitValue = answerHelpOrVersion(argc, argv, usage)) {
+        return *exitValue;
+    }
     std::vector<quint32> words;
     for (int i = 1; i < argc; ++i) {
         const std::optional<quint32> word = parseWord(QString::fromLocal8Bit(argv[i]));
@@ -139,9 +146,7 @@ int main(int argc, char** argv)
         words.push_back(*word);
     }
     if (words.empty()) {
-        std::fputs("usage: describe_payload WORD [WORD ...]\n"
-                   "  WORD: four bytes of a link's identifier in hexadecimal, such as 89C98001\n",
-                   stderr);
+        std::fputs(usage, stderr);
         return 2;
     }
     QStringList complaints;

@@ -6,7 +6,6 @@
 #include <spdlog/spdlog.h>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QTimer>
 
 #include <algorithm>
@@ -14,12 +13,11 @@
 
 bool waitFor(const std::function<bool()>& condition, int deadlineMs)
 {
-    const QDeadlineTimer deadline(deadlineMs);
-    QTimer wakeUp; // ends a wait for events that do not come
-    wakeUp.setSingleShot(true);
-    wakeUp.start(deadlineMs);
+    QTimer deadline; // no other clock beside it: a timer may be early, and nothing wakes us later
+    deadline.setSingleShot(true);
+    deadline.start(deadlineMs);
     while (!condition()) {
-        if (deadline.hasExpired()) {
+        if (!deadline.isActive()) {
             return false;
         }
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -1,6 +1,7 @@
 // The verification host: one live exercise of the link, then the cases. The exit value is the
 // exercise's; failed cases show in the runner's report. After SIGINT or SIGTERM it is 128 and the
 // signal's number.
+#include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/Logging.h"
 #include "infrastructure/utility/MappedProgramArguments.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
@@ -13,6 +14,9 @@
 
 int main(int argc, char** argv)
 {
+    if (const std::optional<int> answer = answerHelpOrVersion(argc, argv, nullptr)) {
+        return *answer; // the version; --help is the runner's
+    }
     stopCasesOnSignal();
     setupLogging(false, "/home/transfer/log/");
     QCoreApplication app(argc, argv);

@@ -371,7 +371,11 @@ int main(int argc, char** argv)
     }
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty() || arguments.size() > 2) {
-        return refuseCommandLine(parser);
+        return refuseCommandLine(
+            arguments.isEmpty() ? QStringLiteral("a file is needed")
+                                : QStringLiteral("\"%1\" is too much; a standard with blanks in it "
+                                                 "is put in quotation marks")
+                                      .arg(arguments[2]));
     }
     const QString description =
         arguments.size() == 2 ? arguments[1] : QString::fromLatin1(DEFAULT_STANDARD);

@@ -248,14 +248,34 @@ int main(int argc, char** argv)
     Options options;
     options.files = parser.positionalArguments().mid(1);
     options.isFast = parser.isSet(fastOption);
-    const bool areEndpoints = parseEndpoint(parser.value(serverOption), options.server) &&
-                              parseEndpoint(parser.value(listenOption), options.listen);
-    for (const Command& command : COMMANDS) {
-        if (areEndpoints && parser.positionalArguments().value(0) == QLatin1String(command.name) &&
-            !options.files.isEmpty() && options.files.size() <= command.mostFiles) {
-            quitOnSignal(command.run == record ? 0 : 1); // a recording may be ended at any time
-            return command.run(options);
+    for (const auto& [option, endpoint] :
+         {std::pair(&serverOption, &options.server), std::pair(&listenOption, &options.listen)}) {
+        const QString text = parser.value(*option);
+        if (!parseEndpoint(text, *endpoint)) {
+            return refuseCommandLine(
+                QStringLiteral("--%1 \"%2\": an IP address, a colon and a port are needed")
+                    .arg(option->names().constFirst(), text));
         }
     }
-    return refuseCommandLine(parser);
+    const QString name = parser.positionalArguments().value(0);
+    QStringList names;
+    for (const Command& command : COMMANDS) {
+        names.append(QLatin1String(command.name));
+        if (name != names.constLast()) {
+            continue;
+        }
+        if (options.files.isEmpty() || options.files.size() > command.mostFiles) {
+            return refuseCommandLine(options.files.isEmpty()
+                                         ? QStringLiteral("%1 needs a file").arg(name)
+                                         : QStringLiteral("%1 takes one file, not %2")
+                                               .arg(name)
+                                               .arg(options.files.size()));
+        }
+        quitOnSignal(command.run == record ? 0 : 1); // a recording may be ended at any time
+        return command.run(options);
+    }
+    return refuseCommandLine(
+        name.isEmpty()
+            ? QStringLiteral("a command is needed: %1").arg(names.join(QLatin1String(", ")))
+            : withSuggestion(QStringLiteral("no command \"%1\"").arg(name), name, names));
 }

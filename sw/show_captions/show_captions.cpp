@@ -250,9 +250,16 @@ int main(int argc, char** argv)
         return *exitValue;
     }
 
-    const int service = parser.value(channelOption).toInt();
-    if (parser.positionalArguments().size() != 1 || service < 1 || service > 4) {
-        return refuseCommandLine(parser);
+    QString whatIsWrong;
+    const std::optional<int> service =
+        readNumber(parser, QStringLiteral("channel"), 1, 4, whatIsWrong);
+    const int fileCount = parser.positionalArguments().size();
+    if (fileCount != 1) {
+        whatIsWrong = fileCount == 0 ? QStringLiteral("a file is needed")
+                                     : QStringLiteral("one file is needed, not %1").arg(fileCount);
+    }
+    if (!service || fileCount != 1) {
+        return refuseCommandLine(whatIsWrong);
     }
     QFile file(parser.positionalArguments().constFirst());
     if (!file.open(QIODevice::ReadOnly)) {
@@ -263,7 +270,7 @@ int main(int argc, char** argv)
     if (parser.isSet(op47Option)) {
         return showOp47(content);
     }
-    const bool wantsField1 = service <= 2 && !parser.isSet(xdsOption);
+    const bool wantsField1 = *service <= 2 && !parser.isSet(xdsOption);
     QStringList errors;
     const std::vector<TimedPair> pairs = isScenaristFile(content)
                                              ? scenaristPairs(content, wantsField1, errors)
@@ -274,7 +281,7 @@ int main(int argc, char** argv)
     if (parser.isSet(xdsOption)) {
         showXds(pairs);
     } else {
-        showCaptions(pairs, service);
+        showCaptions(pairs, *service);
     }
     return errors.isEmpty() ? 0 : 1;
 }

@@ -152,7 +152,6 @@ private:
     QString peerIdentifier;
     QString localIdentifier;
     PeerOrigin peerOrigin;
-    int maxBufferedBytes = MAX_BUFFERED_BYTES;
     LinkAddress target; ///< what this end has connected to, if it has
     TlsSettings tlsSettings;
     std::chrono::milliseconds connectTimeLimit{5000};
@@ -160,6 +159,7 @@ private:
     QTcpSocket* socket = nullptr;    ///< a child of this object
     QSslSocket* tlsSocket = nullptr; ///< the same, if it is for TLS
     QByteArray incomingBuffer;       ///< received and not yet consumed
+    int maxBufferedBytes = MAX_BUFFERED_BYTES;
     quint32 connectionContext;
     quint32 socketCount = 0;   ///< how many sockets there have been
     int socketSignalDepth = 0; ///< above 0 while a signal of a socket is being handled

@@ -37,8 +37,8 @@ def only(pattern):
 def check_consumer(program, prefix, what):
     folder = os.path.dirname(only(f"{prefix}/lib/**/libinfrastructure_core.so"))
     loaded = do("ldd", program, LD_LIBRARY_PATH=folder)
-    check(not re.search("libsensors|libQt5Gui|infrastructure_board", loaded),
-          "a mirror loads neither sensors nor pictures", loaded)
+    check(not re.search("libsensors|libsqlite3|libQt5Gui|infrastructure_(board|store)", loaded),
+          "a mirror loads neither sensors nor pictures nor a database", loaded)
     output = do(program, LD_LIBRARY_PATH=folder)
     check(output == EXPECTED, what, output)
 
@@ -55,7 +55,7 @@ def check_pkg_config(prefix, source, cxx):
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.dirname(only(f"{prefix}/lib/**/infrastructure.pc"))
         every = do("pkg-config", "--libs", "infrastructure", PKG_CONFIG_PATH=path)
-        check(re.findall("-linfrastructure_([a-z]+)", every) == ["link", "media", "board", "core"],
+        check(re.findall("-linfrastructure_([a-z]+)", every) == ["store", "link", "media", "board", "core"],
               "pkg-config knows all libraries", every)
         flags = do("pkg-config", "--cflags", "--libs", "infrastructure-link", PKG_CONFIG_PATH=path)
         do(cxx, "-std=c++17", f"{source}/main.cpp", "-o", f"{folder}/consumer", *shlex.split(flags))
@@ -65,6 +65,9 @@ def check_pkg_config(prefix, source, cxx):
 def check_tools(prefix):
     for tool in sorted(os.listdir(f"{prefix}/bin")):
         check(os.path.exists(f"{prefix}/share/man/man1/{tool}.1"), f"{tool} has a manual page")
+    for tool in (*WITH_OPTIONS, "board_info", "describe_payload", "infrastructure_test"):
+        version = do(f"{prefix}/bin/{tool}", "--version", LD_LIBRARY_PATH="")
+        check(re.fullmatch(tool + r" \d+\.\d+\.\d+\n", version), f"{tool} tells its version", version)
     for tool in WITH_OPTIONS:
         # Found without a word of where the library is.
         text = do(f"{prefix}/bin/{tool}", "--help", LD_LIBRARY_PATH="")
@@ -75,6 +78,14 @@ def check_tools(prefix):
         refused = run(f"{prefix}/bin/{tool}", "--nonsense")
         check(refused.returncode == 2 and "nonsense" in refused.stderr,
               f"{tool} refuses an option that it does not have", refused)
+
+
+def check_service(prefix):
+    only(f"{prefix}/lib/systemd/system/datacore_server.service")
+    script = only(f"{prefix}/share/bash-completion/completions/datacore_client")
+    text = do("bash", "-c", f'. "{script}"; COMP_LINE="x wa"; COMP_POINT=4; '
+              f'_datacore_client "{prefix}/bin/datacore_client"; echo "${{COMPREPLY[*]}}"')
+    check(text == "watch\n", "the shell completes a command of the installed client", text)
 
 
 def unpack_packages(build, folder, cmake_folder):
@@ -108,6 +119,7 @@ def main(build, source, cmake, cxx):
         check_find_package(prefix, source, cmake, cxx)
         check_pkg_config(prefix, source, cxx)
         check_tools(prefix)
+        check_service(prefix)
         packed = unpack_packages(build, f"{folder}/packages", os.path.dirname(cmake))
         check_find_package(packed, source, cmake, cxx)
 

@@ -123,7 +123,7 @@ def main(server_program, client_program, mirror_program):
                               env={**os.environ, "LC_ALL": "fa_IR.UTF-8"}) as watch:
             line = watch.stdout.readline()
             watch.terminate()
-        check(re.match(rb"[0-9]{2}(:[0-9]{2}){2}\.[0-9]{3} configCoreRouter/", line),
+        check(re.match(rb"[0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2}\.[0-9]{3} configCoreRouter/", line),
               f"a time has the same digits in every locale {line}")
         server.process.send_signal(signal.SIGINT)
         check(server.process.wait(10) == 0, "the server ends cleanly on Ctrl-C")

@@ -10,6 +10,7 @@ import threading
 
 CLONE_NEWNS, CLONE_NEWNET = 0x00020000, 0x40000000
 MS_REC, MS_PRIVATE, MS_BIND = 0x4000, 0x40000, 0x1000
+MS_RDONLY, MS_REMOUNT = 0x1, 0x20
 SIOCSIFFLAGS, SIOCSIFADDR, IFF_UP = 0x8914, 0x8916, 0x1
 SKIPPED = 77
 
@@ -41,9 +42,17 @@ def add_address(address):
                                                       socket.inet_aton(address)))
 
 
-def mount_empty(path):
+def mount_empty(path, options=None):
     """Mounts an empty file system over a folder, for this process and its children alone."""
-    _check(_libc.mount(b"none", path.encode(), b"tmpfs", 0, None))
+    _check(_libc.mount(b"none", path.encode(), b"tmpfs", 0, options and options.encode()))
+
+
+def remount_read_only(path):
+    _check(_libc.mount(b"none", path.encode(), None, MS_REMOUNT | MS_RDONLY, None))
+
+
+def unmount(path):
+    _check(_libc.umount(path.encode()))
 
 
 def bind_file(source, target):

@@ -29,8 +29,8 @@ def run(*words, **variables):
 class Listening:
     """A program that prints the port it listens at, and is killed with the block."""
 
-    def __init__(self, *words):
-        self.process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True)
+    def __init__(self, *words, **streams):
+        self.process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True, **streams)
         self.port = int(re.search(r"port (\d+)", self.process.stdout.readline())[1])
 
     def __enter__(self):

@@ -1,6 +1,7 @@
-// Parity, the note table and the end of a writer.
+// Parity, nearest names, the note table and the end of a writer.
 #include "infrastructure/utility/BigEndianWriter.h"
 #include "infrastructure/utility/BitTwiddles.h"
+#include "infrastructure/utility/NearestNames.h"
 #include "infrastructure/utility/NoteFrequencies.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
@@ -26,6 +27,33 @@ TEST_CASE("Parity bits make the count of ones even or odd", "[utility]")
         REQUIRE((ones + getEvenParityBit(word)) % 2 == 0);
         REQUIRE((ones + getOddParityBit(word)) % 2 == 1);
     }
+}
+
+TEST_CASE("Nearest names are a few slips away, the nearest first", "[utility]")
+{
+    const QString candidates =
+        QStringLiteral("watch get set unset load list describe input1 input10");
+    const QString rows[] = {                               // name => all that is near
+                            QStringLiteral("wtach watch"), // two that are swapped are one slip
+                            QStringLiteral("WACH watch"),
+                            QStringLiteral("lst list get set"),
+                            QStringLiteral("inptu1 input1 input10"), // two slips
+                            QStringLiteral("descri describe"),
+                            QStringLiteral("describee describe"),
+                            QStringLiteral("dxscrxbex describe"),
+                            QStringLiteral("dxscrxbx"),
+                            QStringLiteral("xy")};
+    for (const QString& row : rows) {
+        QStringList names = row.split(QLatin1Char(' '));
+        const QString name = names.takeFirst();
+        CHECK(findNearestNames(name, candidates.split(QLatin1Char(' '))) == names);
+    }
+    const QString longest(100, QLatin1Char('a'));
+    const QString longer = longest + QLatin1Char('a');
+    CHECK(findNearestNames(longest, {longer, longest}) == QStringList{longest});
+    CHECK(findNearestNames(longer, {longest}).isEmpty());
+    CHECK(findNearestNames(QStringLiteral("ab"), {QStringLiteral("abc"), QStringLiteral("ab")},
+                           1) == QStringList{QStringLiteral("ab")});
 }
 
 TEST_CASE("A writer that leaves bytes of its buffer, or goes past them, is seen", "[utility]")
