@@ -15,7 +15,7 @@
 bool waitFor(const std::function<bool()>& condition, int deadlineMs)
 {
     const QDeadlineTimer deadline(deadlineMs);
-    QTimer wakeUp; // ends a wait for events that do not come
+    QTimer wakeUp;                         // ends a wait for events that do not come
     wakeUp.setTimerType(Qt::PreciseTimer); // a coarse one may fire before the deadline
     wakeUp.start(deadlineMs);
     while (!condition()) {
