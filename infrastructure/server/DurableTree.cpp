@@ -1,5 +1,6 @@
-#include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/server/DurableTree_p.h"
+
+#include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 

@@ -12,7 +12,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <cstdio>
 
 namespace {
 
@@ -25,12 +25,20 @@ const std::array<QLatin1String, 2> COMPANIONS{QLatin1String("-wal"), QLatin1Stri
 /// IEEE 802.3, as zlib's crc32 gives it.
 quint32 crc32(quint32 crc, const QByteArray& bytes)
 {
+    static constexpr auto table = [] {
+        std::array<quint32, 256> remainders{};
+        for (quint32 byte = 0; byte < remainders.size(); ++byte) {
+            quint32 remainder = byte;
+            for (int bit = 0; bit < 8; ++bit) {
+                remainder = (remainder >> 1) ^ ((remainder & 1) != 0 ? 0xEDB88320U : 0U);
+            }
+            remainders[byte] = remainder;
+        }
+        return remainders;
+    }();
     crc = ~crc;
     for (const char byte : bytes) {
-        crc ^= static_cast<quint8>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320U : 0U);
-        }
+        crc = (crc >> 8) ^ table[(crc ^ static_cast<quint8>(byte)) & 0xFF];
     }
     return ~crc;
 }

@@ -118,6 +118,7 @@ TEST_CASE("What is saved comes back to the last character, in the form that is d
         CHECK(read(store).empty());
         CHECK(save(store, rows).isDurable);
     }
+    CHECK(QDir(place.folder.path()).entryList(QDir::Files) == lines({"store"})); // no log is left
     CHECK(sql(place.file, "SELECT data || ' ' || digest FROM leaf WHERE path='r/p';"
                           "PRAGMA application_id; PRAGMA user_version; PRAGMA journal_mode") ==
           QLatin1String("[\"a\",\"\"] 453749074\n1229735473\n1\nwal\n"));
