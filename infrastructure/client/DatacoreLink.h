@@ -41,6 +41,7 @@ class DatacoreLink : public QObject
     Q_OBJECT
 
 public:
+    /// What the link is doing.
     enum class State {
         Idle,       ///< not started, or stopped
         Connecting, ///< being made
@@ -74,6 +75,7 @@ public:
 
     /// The connection, for what it needs to know before it connects.
     NetworkConnection& getConnection() { return connection; }
+    /// What fills the mirrors.
     VelClientDatacoreManager& getManager() { return manager; }
     /// The mirrors. They are kept when the link is lost; see ClientDatacoreRegistry.
     ClientDatacoreRegistry& getRegistry() { return manager.getRegistry(); }
@@ -81,6 +83,7 @@ public:
 Q_SIGNALS:
     /// The link is up, and nothing was asked for yet: for packets that must come first.
     void linkIsUp();
+    /// Emitted after the change.
     void stateChanged(DatacoreLink::State now);
 
 protected:
@@ -89,6 +92,7 @@ protected:
     virtual void setAlarm(int milliseconds);
     /// A clock that never jumps.
     virtual qint64 getNowMs() const;
+    /// What setAlarm was for is due.
     void onAlarm();
 
 private:
