@@ -161,6 +161,22 @@ def check_files(client, port, folder):
           "each of several servers must answer")
 
 
+def check_watch(client, port):
+    watches = [Watch(client, "--port", str(port), LABEL), Watch(client, "--port", str(port), LABEL, "--changes-only")]
+    seen = [watches[0].expect(" = ", "the value at the beginning is shown").split(" = ")[1]]
+    end = run(client, "--port", str(port), "watch", "no/such")
+    check(end.returncode == 1, "a watch of nothing ends", end)
+    for number in range(100):  # the second may not be there yet
+        run(client, "--port", str(port), "set", LABEL, str(number))
+        seen.append(watches[0].expect(" = ", "and each change once").split(" = ")[1])
+        if select.select([watches[1].process.stdout], [], [], 0.1)[0]:
+            break
+    check(seen == ["x  valid active\n", *(f"{i}  valid active\n" for i in range(number + 1))], "no more", seen)
+    check(f" = {number}  valid" in watches[1].expect(" = ", "a change is shown"), "or changes only")
+    for watch in watches:
+        watch.end()
+
+
 class MadeUpServer:
     """Two nodes whose content the test decides; it refuses every write, or breaks the link."""
 
@@ -326,6 +342,8 @@ def main(server_program, client, script):
     with Listening(server_program, "--port", "0") as server, tempfile.TemporaryDirectory() as folder:
         check_commands(client, server.port)
         check_files(client, server.port, folder)
+        run(client, "--port", str(server.port), "set", LABEL, "x")
+        check_watch(client, server.port)
         check_completion(client, script, server.port)
     check_made_up(client)
 
