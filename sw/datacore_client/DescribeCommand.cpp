@@ -25,7 +25,10 @@ QString countText(const DatacoreDescription& description)
 /// "Int32, 1 value, from 0 to 15, in dB, read-only: Gain of the equaliser."
 QString describe(const DatacoreDescription& description)
 {
-    QStringList parts = {description.kind, countText(description)};
+    QStringList parts = {description.kind};
+    if (description.kind != DatacoreDescription::GROUP()) {
+        parts.append(countText(description));
+    }
     if (description.isUnique) {
         parts.append(QStringLiteral("none twice"));
     }

@@ -56,21 +56,28 @@ set {EQUALISER}|2|!set needs a value; to leave {EQUALISER} without one: unset
 set - {LABEL}|2|!from standard input only
 set {INPUT}/lable x|1|!did you mean {LABEL}
 set statusCoreRouter/temperature 3|1|!statusCoreRouter/temperature: refused, the value is 41  valid active
+set {LABEL} [x|0|'[x'  valid active
+set {LABEL} 'x|0|"'x"  valid active
+set {LABEL} "x|0|'"x'  valid active
+set {LABEL} a\u202eb|0|"a\\u202eb"  valid active
 unset {LABEL}|0|-  valid active
 unset configCoreRouter/input*/label|0|-  valid active; -  valid active; -  valid active; -  valid active
 set {LABEL} --json|0|--json  valid active
 <# comment\\n{LABEL} 'it is' # no\\n{LABEL} "a\\u001b[2J" \\n{SECOND} '-'\\n\\n> set -|0|3 written, 0 refused, 0 unknown, 0 the same
 get {LABEL}|0|"a\\u001b[2J"  valid active
 get {SECOND}|0|'-'  valid active
-<{SECOND} '' ' b' 'c, d' it\\n{LABEL} -> set -|0|2 written, 0 refused, 0 unknown, 0 the same
-get {SECOND} {LABEL}|0|{LABEL} = -  valid active; {SECOND} = ['', ' b', 'c, d', it]  valid active
-<{SECOND} '' ' b' 'c, d' it\\nstatusCoreRouter/lines 5\\n> set -|1|!statusCoreRouter/lines: refused, the value is 1125
+<{SECOND} '' ' b' 'c, d' 'it '\\n{LABEL} -> set -|0|2 written, 0 refused, 0 unknown, 0 the same
+get {SECOND} {LABEL}|0|{LABEL} = -  valid active; {SECOND} = ['', ' b', 'c, d', 'it ']  valid active
+<{SECOND} '' ' b' 'c, d' 'it '\\nstatusCoreRouter/lines 5\\n> set -|1|!statusCoreRouter/lines: refused, the value is 1125
+set {SECOND}  x|0|['', x]  valid active
+<{SECOND} '' ' b' 'c, d' 'it '\\n> set -|0|1 written, 0 refused, 0 unknown, 0 the same
 <{LABEL} new\\n{LABEL}s new\\n> set -|1|!did you mean {LABEL}
 <{LABEL} new\\n{LABEL}\\n> set -|1|!standard input, line 2: a path and a value are needed
 <\\n{LABEL} 'new> set -|1|!standard input, line 2: column {len(LABEL) + 2}: the quote has no end
 <{LABEL} "\\u1"> set -|1|!line 1: column {len(LABEL) + 2}: between double quotes stands a JSON string
 get {LABEL}|0|-  valid active
 describe {EQUALISER} {INPUT}/enabled|0|{INPUT}/enabled  Bool, 1 value, of [false, true]: Whether the input is looked at.; {EQUALISER}  Int32, 1 value, from 0 to 15: Strength of the cable equaliser.
+describe statusCoreRouter configCoreRouter/subImages|0|configCoreRouter/subImages  Int32, 0 to 5 values, none twice, from 0 to 4: Inputs that are shown, in their order.; statusCoreRouter  Group, read-only: What the instrument measures.
 describe statusCoreRouter/ptpOffset|0|statusCoreRouter/ptpOffset  Int64, any number of values, in ns, read-only: Offset to the grandmaster.
 --json describe statusCoreRouter/lines|0|{{"kind":"UInt16","path":"statusCoreRouter/lines","readOnly":true,"server":"SERVER"}}
 get --json {EQUALISER}|0|{{"active":true,"path":"{EQUALISER}","reasons":{{"inactive":[],"invalid":["Stored number is Oversized"]}},"server":"SERVER","valid":false,"value":"99"}}
@@ -79,6 +86,7 @@ get --changes-only {EQUALISER}|2|!only watch takes --changes-only
 wacth|2|!no command "wacth"; did you mean watch?
 |2|!a command is needed: list, get, describe, set
 --prot 1 list|2|!Unknown option 'prot'; did you mean --port?
+--port 0 list|2|!--port "0": a number from 1 to 65535 is needed
 --timeout 0 list|2|!--timeout "0": a number from 1 to 86400000 is needed
 --server [::1 list|2|!--server "[::1": an address in brackets
 --server unix:/none --address 1 list|2|!--address and --server can't be used together
@@ -92,6 +100,7 @@ diff /none|2|!/none: No such file
 <[]> load -|1|!an array, where dump writes an object
 <{{"a": {{"b": 1}}}}> load -|1|!a/b is no object
 <{{"a": {{"data": ["b", 1]}}}}> load -|1|!"data" of a is not null, a string
+<{'{"a":' * 300}1{"}" * 300}> load -|1|!nodes more than 256 deep
 <{{"a": 1, "a": 2}}> load -|1|!-: line 1, column 
 """
 
@@ -100,7 +109,7 @@ COMPLETIONS = {
     "nonsense ": "", "get conf": "configCoreRouter/", f"get {LABEL} st": "statusCoreRouter/",
     f"get {INPUT}/e": f"{INPUT}/enabled {EQUALISER}", f"set {INPUT}/enabled ": "false true",
     f"set {EQUALISER} 1": "1 10 11 12 13 14 15", "set statusCoreRouter/lines ": "",
-    "--server ": "", "load fi": "", "watch --ch": "--changes-only", "set 'conf": "",
+    "set configCoreRouter/subImages 1 ": "0 1 2 3 4", "--server ": "", "load fi": "", "watch --ch": "--changes-only", "set 'conf": "",
 }
 
 
@@ -133,7 +142,7 @@ def check_files(client, port, folder):
     check(do(0, "diff", str(file)) == ("", []), "nothing differs from a dump just made")
     do(0, "set", SECOND, "other")
     do(0, "set", "commandCoreRouter/seek", "7")
-    check(do(1, "diff", str(file))[0] == f"{SECOND}: ['', ' b', 'c, d', it] in the file, other at the server\n",
+    check(do(1, "diff", str(file))[0] == f"{SECOND}: ['', ' b', 'c, d', 'it '] in the file, other at the server\n",
           "the one setting that differs is shown")
     check("commandCoreRouter/seek: 0 in the file, 7 at the server\n" in do(1, "diff", str(file), "**")[0],
           "commands too if asked for")
@@ -145,9 +154,27 @@ def check_files(client, port, folder):
     check(text == "1 written, 1 refused, 1 unknown, 0 the same\n" and len(errors) == 2 and
           "configCoreRouter/input9; did you mean" in errors[0] and "refused, the value is 1125" in errors[1],
           "load counts what is refused and unknown, and names it", errors)
+    check(do(1, "diff", str(file))[0] == "configCoreRouter/input9: - in the file, unknown at the server\n",
+          "a status is no setting")
     check("No datacore fits a*" in do(2, "diff", str(file), "a*")[1][0], "a path must be in the file")
     check(do(1, "list", "--server", f"127.0.0.1:{port}", "--server", "127.0.0.1:1")[1] != [],
           "each of several servers must answer")
+
+
+def check_watch(client, port):
+    watches = [Watch(client, "--port", str(port), LABEL), Watch(client, "--port", str(port), LABEL, "--changes-only")]
+    seen = [watches[0].expect(" = ", "the value at the beginning is shown").split(" = ")[1]]
+    end = run(client, "--port", str(port), "watch", "no/such")
+    check(end.returncode == 1, "a watch of nothing ends", end)
+    for number in range(100):  # the second may not be there yet
+        run(client, "--port", str(port), "set", LABEL, str(number))
+        seen.append(watches[0].expect(" = ", "and each change once").split(" = ")[1])
+        if select.select([watches[1].process.stdout], [], [], 0.1)[0]:
+            break
+    check(seen == ["x  valid active\n", *(f"{i}  valid active\n" for i in range(number + 1))], "no more", seen)
+    check(f" = {number}  valid" in watches[1].expect(" = ", "a change is shown"), "or changes only")
+    for watch in watches:
+        watch.end()
 
 
 class MadeUpServer:
@@ -244,6 +271,8 @@ def check_made_up(client):
     done = run(client, "--server", one, "--server", two, "get", "c/n")
     check(done.stdout == "".join(f"{name} {held}\n" for name in (one, two)),
           "reasons are shown, for each server", done)
+    reasons = json.loads(run(client, "--server", one, "--json", "get", "c/n").stdout)["reasons"]
+    check([len(reasons[kind]) for kind in ("invalid", "inactive")] == [1, 2], "in JSON too", reasons)
     done = run(client, "--server", one, "set", "c/n", "2")
     check((done.returncode, done.stdout) == (1, "") and
           f"c/n: refused, the value is {held}" in done.stderr, "a refused write is told", done)
@@ -256,7 +285,7 @@ def check_made_up(client):
         watch.expect(r'^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} 127.0.0.1:\d+ c/n = "1\\u001b"  invalid \(Stored',
                      "a line has date, server and reasons")
     changes = Watch(client, "--server", one, "--json", "--changes-only", "c*")
-    while len(server.links) < 5:  # get, set, describe and the two watches
+    while len(server.links) < 6:  # get twice, set, describe and the two watches
         select.select([], [], [], 0.01)
     line = None
     for number in range(100):  # what comes after the values at the beginning is a change
@@ -313,6 +342,8 @@ def main(server_program, client, script):
     with Listening(server_program, "--port", "0") as server, tempfile.TemporaryDirectory() as folder:
         check_commands(client, server.port)
         check_files(client, server.port, folder)
+        run(client, "--port", str(server.port), "set", LABEL, "x")
+        check_watch(client, server.port)
         check_completion(client, script, server.port)
     check_made_up(client)
 
