@@ -3,6 +3,7 @@ server, with one that is made up (reasons, refusals, restarts), and through bash
 
 usage: datacore_client.py DATACORE_SERVER DATACORE_CLIENT COMPLETION_SCRIPT
 """
+import atexit
 import contextlib
 import json
 import os
@@ -246,6 +247,7 @@ class Watch:
     def __init__(self, client, *words):
         self.process = subprocess.Popen([client, "watch", *words], stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, bufsize=0, env={**os.environ, "TZ": "XXX-3:30"})
+        atexit.register(self.process.kill)  # it would wait for its server to come back
 
     def expect(self, pattern, what, errors=False):
         """The first line that fits; others may come before."""
