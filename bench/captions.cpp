@@ -146,7 +146,7 @@ constexpr uint8_t hamming84(unsigned data)
 
 /// Page headers and rows of subtitle pages 888 and 889, five teletext packets to an ancillary
 /// packet.
-std::vector<Op47Words> op47Packets()
+[[maybe_unused]] std::vector<Op47Words> op47Packets()
 {
     std::mt19937 random(47);
     std::vector<Op47Words> packets(OP47_PACKETS);
@@ -185,7 +185,7 @@ std::vector<Op47Words> op47Packets()
     return packets;
 }
 
-void decode608(CaptionProcessor608& processor, const std::vector<RawPair>& pairs)
+[[maybe_unused]] void decode608(CaptionProcessor608& processor, const std::vector<RawPair>& pairs)
 {
     std::array<Caption608BytePair, 64> batch;
     for (std::size_t done = 0; done < pairs.size(); done += batch.size()) {
@@ -198,7 +198,8 @@ void decode608(CaptionProcessor608& processor, const std::vector<RawPair>& pairs
     }
 }
 
-void decodeXds(XdsPacketPool& pool, Cc608XdsDecoder& decoder, const std::vector<RawPair>& pairs)
+[[maybe_unused]] void decodeXds(XdsPacketPool& pool, Cc608XdsDecoder& decoder,
+                                const std::vector<RawPair>& pairs)
 {
     XdsPacket* packet = nullptr;
     for (const RawPair& pair : pairs) {
@@ -213,8 +214,8 @@ void decodeXds(XdsPacketPool& pool, Cc608XdsDecoder& decoder, const std::vector<
     }
 }
 
-void decodeOp47(Op47decoder& decoder, const std::vector<Op47Words>& packets,
-                std::vector<TeletextPacket>& teletext)
+[[maybe_unused]] void decodeOp47(Op47decoder& decoder, const std::vector<Op47Words>& packets,
+                                 std::vector<TeletextPacket>& teletext)
 {
     for (const Op47Words& words : packets) {
         teletext.clear();
