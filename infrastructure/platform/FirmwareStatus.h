@@ -114,7 +114,7 @@ struct FirmwareResult
     FirmwareOutcome outcome = FirmwareOutcome_NoTarget;
     std::string text;          ///< a sentence for the user
     FirmwareImage image;       ///< as far as it was read
-    uint64_t resumedBytes = 0; ///< which an earlier update had already written
+    uint64_t resumedBytes = 0; ///< which were there from an earlier update
 
     bool isDone() const { return outcome == FirmwareOutcome_Done; }
 };

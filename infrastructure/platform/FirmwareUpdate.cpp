@@ -241,12 +241,11 @@ private:
     bool begin()
     {
         FirmwareBank& record = status.banks[written];
-        if (record.state == FirmwareState_CutOff) {
-            // The last block that looks right may have been cut off while it was written.
-            first = std::max<uint32_t>(countSameBlocks(*flash), 1) - 1;
-        } else if (record.state == FirmwareState_Good) {
-            const uint32_t same = countSameBlocks(*flash);
-            first = same == countBlocks() ? same : 0;
+        if (record.state != FirmwareState_Unknown) {
+            first = countSameBlocks(*flash);
+        }
+        if (record.state == FirmwareState_CutOff && first > 0) {
+            --first; // the last that looks right may have been cut off while it was written
         }
         result.resumedBytes = std::min(uint64_t(first) * wanted.size(), result.image.sizeBytes);
         record.state = FirmwareState_CutOff;

@@ -296,7 +296,8 @@ int CutMachine::status(const std::string& path, struct stat& result)
     result = {};
     if (flashOf(path)) {
         result.st_mode = S_IFCHR | 0600;
-        result.st_rdev = makedev(90, 2 * (path.back() - '0'));
+        const bool isReadOnly = path.back() == 'o'; // "/dev/mtd4ro"
+        result.st_rdev = makedev(90, 2 * (path[8] - '0') + (isReadOnly ? 1 : 0));
         return 0;
     }
     const auto named = medium.names.find(path);

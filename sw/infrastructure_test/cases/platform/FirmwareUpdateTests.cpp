@@ -31,7 +31,8 @@ QByteArray bitFile(int sizeBytes, unsigned seed, const QByteArray& device = "par
     QByteArray stream(sizeBytes - head.size() - 4, '\0');
     std::generate(stream.begin(), stream.end(), std::mt19937(seed));
     const int size = stream.size();
-    return head + '\0' + '\0' + static_cast<char>(size >> 8) + static_cast<char>(size) + stream;
+    return head + '\0' + static_cast<char>(size >> 16) + static_cast<char>(size >> 8) +
+           static_cast<char>(size) + stream;
 }
 
 std::string sha256(const QByteArray& bytes)
@@ -236,6 +237,11 @@ TEST_CASE("An update that does not fit is refused before anything is written", "
     CHECK(fixture.machine.medium.flashes.at("/dev/mtd2").erases.empty());
     CHECK(fixture.machine.medium.flashes.at("/dev/mtd4").erases.empty());
     CHECK((fixture.machine.getCalls() == 0 || outcome == FirmwareOutcome_NoRecord));
+    fixture.machine.addFlash("/dev/mtd4ro", true, 1); // another name of the second bank
+    for (const char* device : {"/dev/mtd2", "/dev/mtd4ro"}) {
+        const FirmwareOutcome refused = fixture.run(device).outcome;
+        CHECK((refused == FirmwareOutcome_OwnSource || fixture.target.banks.empty()));
+    }
 }
 
 TEST_CASE("An update that fails while it writes must be repeated, and goes on where it was",
@@ -272,6 +278,7 @@ TEST_CASE("An update that fails while it writes must be repeated, and goes on wh
     CHECK(again.isDone());
     CHECK(again.resumedBytes == (call.empty() ? CutMachine::BLOCK : 0)); // not the last of the two
     CHECK(percents == std::vector<int>{0, 0, 21, 43, 65, 86, 100});
+    CHECK(fixture.held(0).startsWith(NEW + QByteArray(100, '\xFF'))); // up to a whole unit
     const FirmwareStatus status = fixture.status();
     CHECK_FALSE(status.mustRepeat());
     CHECK(status.banks[0].sha256 == sha256(NEW));
@@ -402,7 +409,8 @@ TEST_CASE("A file may stand for flash, and a fuse file is an image too", "[platf
 {
     MadeMachine machine;
     machine.writeFile("/records/.keep", "");
-    machine.writeFile("/flash", QByteArray(0x30000, '\x5A'));
+    machine.writeFile("/flash", QByteArray(0x30007, '\x5A')); // three blocks
+    machine.writeFile("/large.bit", bitFile(0x30001, 1));
     QByteArray fuses = "\2*\nNOTE DATE CREATED: Jun 6 9:05:07 2020*\nNOTE DESIGN NAME: top*\n"
                        "NOTE DEVICE NAME: part-1*\nQF8*\nL0\n" +
                        QByteArray("01000000\n").repeated(9000) + "*\nC";
@@ -414,7 +422,8 @@ TEST_CASE("A file may stand for flash, and a fuse file is an image too", "[platf
     CHECK(result.text == "cpld holds top 0A0B0C0D of 2020/06/06 09:05:07");
     CHECK(result.isDone());
     CHECK(machine.readFile("/flash").startsWith(fuses + '\xFF'));
-    CHECK(machine.readFile("/flash").size() == 0x30000);
+    CHECK(machine.readFile("/flash").size() == 0x30007);
+    CHECK(update.run("/large.bit").outcome == FirmwareOutcome_TooLarge);
     CHECK(machine.syncs == std::vector<std::string>{"/records/cpld.record.tmp", "/records",
                                                     "/flash", "/records/cpld.record.tmp",
                                                     "/records"});
