@@ -92,7 +92,7 @@ SfpConfigFileHandler::SfpConfigFileHandler(const QString& fileDirectory,
 const SupportedSfp* SfpConfigFileHandler::findSfp(const QString& vendor, const QString& partNumber,
                                                   const QString& revision) const
 {
-    const auto found = sfpsByKey.find(SupportedSfp::key(vendor, partNumber, revision));
+    const auto found = sfpsByKey.find(SupportedSfp::unpaddedKey(vendor, partNumber, revision));
     return found == sfpsByKey.end() ? nullptr : &sfps[*found];
 }
 
@@ -135,9 +135,25 @@ bool SfpConfigFileHandler::parseConfig(const QByteArray& data)
     }
     sfpsByKey.clear();
     for (std::size_t i = 0; i < sfps.size(); ++i) {
-        sfpsByKey.insert(sfps[i].key(), i);
+        const SupportedSfp& sfp = sfps[i];
+        const QString key = SupportedSfp::unpaddedKey(sfp.vendor, sfp.partNumber, sfp.revision);
+        if (sfpsByKey.contains(key)) {
+            VELLOG_WARN() << "SFP " << key << " is listed twice, the later entry counts";
+        }
+        sfpsByKey.insert(key, i);
     }
     return true;
+}
+
+std::vector<const SupportedSfp*> SfpConfigFileHandler::sfpsForThisBoard() const
+{
+    std::vector<const SupportedSfp*> usable;
+    for (const SupportedSfp& sfp : sfps) {
+        if (sfp.isForBoard(parser.getBoard())) {
+            usable.push_back(&sfp);
+        }
+    }
+    return usable;
 }
 
 bool SfpConfigFileHandler::archiveFile()

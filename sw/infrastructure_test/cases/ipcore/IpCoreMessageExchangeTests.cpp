@@ -3,6 +3,8 @@
 #include "infrastructure/utility/NotificationReceiverInterface.h"
 #include "sw/infrastructure_test/Catch.h"
 
+#include <future>
+
 namespace {
 
 std::unique_ptr<IpCoreMessageBase> message(uint32_t instance)
@@ -108,4 +110,48 @@ TEST_CASE("A receiver is told of each message once it can be taken", "[ipcore]")
     CHECK(first.calls == 1);
     CHECK(second.calls == 1);
     CHECK(exchange.takeMessage()->getIpCoreInstance() == 3);
+}
+
+TEST_CASE("An offered message stays with its sender when there is no room in time", "[ipcore]")
+{
+    struct Counter : NotificationReceiverInterface
+    {
+        void notify() override { ++count; }
+        int count = 0;
+    };
+    Counter receiver;
+    IpCoreMessageExchange exchange("exchange", 1, 1000000, &receiver);
+    std::unique_ptr<IpCoreMessageBase> offered = message(1);
+    CHECK(exchange.offerMessage(offered, 0));
+    CHECK_FALSE(offered);
+    CHECK(exchange.offerMessage(offered, 0)); // nothing
+    offered = message(2);
+    CHECK_FALSE(exchange.offerMessage(offered, 1));
+    REQUIRE(offered);
+    CHECK(receiver.count == 1);
+    auto waiting =
+        std::async(std::launch::async, [&] { return exchange.offerMessage(offered, 1000000); });
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
+    CHECK(waiting.get());
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 2);
+    CHECK(receiver.count == 2);
+}
+
+TEST_CASE("Senders that wait are released, and nobody waits after that", "[ipcore]")
+{
+    IpCoreMessageExchange exchange("exchange", 1, 1000000);
+    exchange.acceptMessage(message(1));
+    std::unique_ptr<IpCoreMessageBase> offered = message(3);
+    auto sending = std::async(std::launch::async, [&] { exchange.acceptMessage(message(2)); });
+    auto offering =
+        std::async(std::launch::async, [&] { return exchange.offerMessage(offered, 1000000); });
+    exchange.releaseSenders();
+    sending.get();
+    CHECK_FALSE(offering.get());
+    CHECK(offered);
+    exchange.acceptMessage(message(4));
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
+    CHECK_FALSE(exchange.hasMessage()); // what found no room is lost
+    exchange.acceptMessage(message(5));
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 5);
 }

@@ -1,6 +1,7 @@
 #include "infrastructure/platform/FirmwareUpdate.h"
 #include "infrastructure/platform/PlatformAbstractionInterface.h"
 #include "infrastructure/platform/VersionInfo.h"
+#include "sw/infrastructure_test/BitFileBytes.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/CutMachine.h"
 #include "sw/infrastructure_test/MadeMachine.h"
@@ -13,27 +14,6 @@
 #include <cerrno>
 
 namespace {
-
-QByteArray field(char tag, const QByteArray& text)
-{
-    return QByteArray(1, tag) + '\0' + static_cast<char>(text.size() + 1) + text + '\0';
-}
-
-/// A whole bit file of this size; the seed fills its stream.
-QByteArray bitFile(int sizeBytes, unsigned seed, const QByteArray& device = "part-1",
-                   const QByteArray& design = "top;UserID=0X00110203;Version=2019.1")
-{
-    const QByteArray head = QByteArray::fromHex("0009"
-                                                "0ff00ff00ff00ff000"
-                                                "0001") +
-                            field('a', design) + field('b', device) + field('c', "2026/11/22") +
-                            field('d', "12:34:56") + 'e';
-    QByteArray stream(sizeBytes - head.size() - 4, '\0');
-    std::generate(stream.begin(), stream.end(), std::mt19937(seed));
-    const int size = stream.size();
-    return head + '\0' + static_cast<char>(size >> 16) + static_cast<char>(size >> 8) +
-           static_cast<char>(size) + stream;
-}
 
 std::string sha256(const QByteArray& bytes)
 {
