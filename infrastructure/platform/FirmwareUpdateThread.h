@@ -31,6 +31,8 @@ public:
     /// Stops the thread.
     ~FirmwareUpdateThread() override;
 
+    const FirmwareTarget& getTarget() const { return update.getTarget(); }
+
     /// Asks for an update. False if one is waiting or under way.
     bool startUpdate(const std::string& imagePath);
     /// Cancels the update that is waiting or under way, where that is possible.
@@ -40,11 +42,13 @@ public:
 protected:
     void onThreadStart() override;
     void supervisorLoopStep() override;
+    /// Told of an update's progress, on the thread. False cancels it, where that is possible. A
+    /// subclass that overrides this returns what this one does.
+    virtual bool onProgress(const FirmwareProgress& progress);
 
 private:
     template <typename Change>
     void change(Change&& apply);
-    bool onProgress(const FirmwareProgress& progress);
 
     FirmwareUpdate update;
     mutable std::mutex mutex; ///< guards what follows
