@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <optional>
 #include <utility>
 
@@ -22,6 +23,7 @@ using namespace Tessorn;
 namespace {
 
 constexpr unsigned MTD_BLOCK_MAJOR = 31; ///< of the file systems on flash
+constexpr std::size_t WORTH_A_THREAD_BYTES = 0x4000;
 constexpr const char* BANK_SUFFIXES[] = {"_a", "_b"};
 
 /// True if a file is the bank itself, or lies in the file system that is on it.
@@ -67,9 +69,14 @@ public:
     FirmwareResult run()
     {
         if (check() && begin() && writeBlocks() && end()) {
+            const FirmwareImage& image = result.image;
+            const bool isResumed = result.resumedBytes > 0 && result.resumedBytes < image.sizeBytes;
             finish(FirmwareOutcome_Done,
-                   fmt::format("{} holds {} {} of {}", bank().name, result.image.design,
-                               result.image.version, result.image.date));
+                   fmt::format("{} holds {} {} of {}", bank().name, image.design, image.version,
+                               image.date) +
+                       (isResumed ? fmt::format(", resumed at {} of {} bytes", result.resumedBytes,
+                                                image.sizeBytes)
+                                  : std::string()));
         }
         return std::move(result);
     }
@@ -279,16 +286,41 @@ private:
                     FirmwareOutcome_Failed,
                     fmt::format("Block {} of {} reads back differently", block, bank().name));
             }
-            hash.addData(found.data(), static_cast<int>(sizeOf(block)));
+            addToDigest(sizeOf(block));
             doneBytes += sizeOf(block);
         }
         return flash->sync() || fail("Could not write " + bank().name);
+    }
+
+    /// Adds what has been read back. While the device erases and writes the next block, nobody is
+    /// busy but this.
+    void addToDigest(std::size_t sizeBytes)
+    {
+        waitForDigest();
+        hashed.swap(found);
+        found.resize(hashed.size());
+        const auto add = [this, sizeBytes] {
+            hash.addData(hashed.data(), static_cast<int>(sizeBytes));
+        };
+        if (sizeBytes < WORTH_A_THREAD_BYTES) {
+            add();
+        } else {
+            hashing = std::async(add); // where there is no thread to be had, in waitForDigest
+        }
+    }
+
+    void waitForDigest()
+    {
+        if (hashing.valid()) {
+            hashing.get();
+        }
     }
 
     /// Records the image as good. With two banks, this is the switch.
     bool end()
     {
         tell(FirmwareStep_Record, result.image.sizeBytes, false);
+        waitForDigest();
         FirmwareBank& record = status.banks[written];
         record.state = FirmwareState_Good;
         record.sha256 = hash.result().toHex().toStdString();
@@ -309,6 +341,8 @@ private:
     std::string wanted; ///< a block of the image
     std::string found;  ///< a block of the flash
     QCryptographicHash hash{QCryptographicHash::Sha256};
+    std::string hashed;        ///< the block that is being added to the digest
+    std::future<void> hashing; ///< waits in its destructor, so it comes last
 };
 
 } // namespace
