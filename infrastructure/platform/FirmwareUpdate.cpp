@@ -112,7 +112,7 @@ private:
     {
         if (target.banks.empty() || target.banks.size() > 2) {
             return finish(FirmwareOutcome_NoTarget,
-                          fmt::format("There is no partition {}", target.name));
+                          fmt::format("There is no partition {}, nor a pair", target.name));
         }
         status = readFirmwareRecord(target);
         written = hasTwoBanks() ? 1 - status.active : 0;

@@ -8,7 +8,10 @@ using namespace Tessorn;
 
 namespace {
 
-constexpr int64_t BYTES_IN_A_ROW = 16;
+int64_t sizeBytes(const JedSummary& summary)
+{
+    return int64_t(summary.fuseRows) * 16;
+}
 
 /// Prints what a fuse file says, line by line; when quiet, only what is wrong with it.
 class JedPrinter
@@ -59,8 +62,7 @@ private:
             printText("diamond", summary.toolVersion);
             break;
         case JedItem_Fuses:
-            machine.print("size: %lld\n",
-                          static_cast<long long>(summary.fuseRows * BYTES_IN_A_ROW));
+            machine.print("size: %lld\n", static_cast<long long>(sizeBytes(summary)));
             break;
         case JedItem_FeatureRow:
             printBytes("featurerow:", *summary.featureRow);
@@ -108,5 +110,5 @@ int64_t parseJedFile(std::FILE* stream, bool quiet)
     if (failure != 0) {
         return failure;
     }
-    return fusesAhead ? int64_t(summary.fuseCount / 8) : summary.fuseRows * BYTES_IN_A_ROW;
+    return fusesAhead ? int64_t(summary.fuseCount / 8) : sizeBytes(summary);
 }

@@ -3,7 +3,14 @@
 #include "infrastructure/utility/NotificationReceiverInterface.h"
 #include "sw/infrastructure_test/Catch.h"
 
+#include <QFile>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <future>
+#include <thread>
 
 namespace {
 
@@ -18,6 +25,14 @@ struct Unaddressed : Base
     using Base::Base;
     std::string toString() const override { return std::string(); }
 };
+
+/// True if a thread of this process lies in a system call that waits.
+bool isAsleep(long thread)
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+    return thread != 0 && file.open(QIODevice::ReadOnly) &&
+           file.readAll().split(')').last().startsWith(" S");
+}
 
 } // namespace
 
@@ -142,9 +157,16 @@ TEST_CASE("Senders that wait are released, and nobody waits after that", "[ipcor
     IpCoreMessageExchange exchange("exchange", 1, 1000000);
     exchange.acceptMessage(message(1));
     std::unique_ptr<IpCoreMessageBase> offered = message(3);
-    auto sending = std::async(std::launch::async, [&] { exchange.acceptMessage(message(2)); });
+    std::atomic<long> sender{0};
+    auto sending = std::async(std::launch::async, [&] {
+        sender = ::syscall(SYS_gettid);
+        exchange.acceptMessage(message(2));
+    });
     auto offering =
         std::async(std::launch::async, [&] { return exchange.offerMessage(offered, 1000000); });
+    while (!isAsleep(sender)) {
+        std::this_thread::yield();
+    }
     exchange.releaseSenders();
     sending.get();
     CHECK_FALSE(offering.get());
