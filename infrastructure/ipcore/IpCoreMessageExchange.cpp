@@ -19,6 +19,24 @@ void IpCoreMessageExchange::acceptMessage(std::unique_ptr<IpCoreMessageBase> mes
         return; // takers read an empty pointer as "nothing waiting"
     }
     messageQueue.push(std::move(message));
+    tellReceiver();
+}
+
+bool IpCoreMessageExchange::offerMessage(std::unique_ptr<IpCoreMessageBase>& message,
+                                         uint32_t mostMs)
+{
+    if (!message) {
+        return true;
+    }
+    const bool taken = messageQueue.tryPush(message, mostMs);
+    if (taken) {
+        tellReceiver();
+    }
+    return taken;
+}
+
+void IpCoreMessageExchange::tellReceiver()
+{
     if (NotificationReceiverInterface* receiver = notificationReceiver) {
         receiver->notify();
     }

@@ -11,7 +11,7 @@
 class NotificationReceiverInterface;
 
 /// A bounded first-in first-out exchange. When full it blocks the sender; it never blocks the
-/// taker, and it drops nothing.
+/// taker, and it drops nothing before releaseSenders.
 class IpCoreMessageExchange : public IpCoreMessageSink, public IpCoreMessageSource
 {
 public:
@@ -26,6 +26,10 @@ public:
 
     /// An empty pointer is not a message and is ignored.
     void acceptMessage(std::unique_ptr<IpCoreMessageBase> message) override;
+    bool offerMessage(std::unique_ptr<IpCoreMessageBase>& message, uint32_t mostMs) override;
+    /// For shutdown: those who wait for room stop waiting, and nobody waits from now on. A message
+    /// that is sent while there is no room is lost then.
+    void releaseSenders() { messageQueue.endWaiting(); }
     uint32_t spaceAvailable() const override;
     uint32_t capacity() const override;
 
@@ -35,6 +39,8 @@ public:
     void clearNotificationReceiver(NotificationReceiverInterface* receiver) override;
 
 private:
+    void tellReceiver();
+
     std::atomic<NotificationReceiverInterface*> notificationReceiver; ///< may be null, not owned
     QueueMaxSizeThreadSafe<std::unique_ptr<IpCoreMessageBase>> messageQueue;
     std::string name;

@@ -1,4 +1,4 @@
-// The header of an FPGA image of the Xilinx tool chain (.bit file).
+// Prints the header of an FPGA image of the Xilinx tool chain (.bit file); BitHeader holds it.
 //
 //   length 9, 9 bytes | length 1 | 'a' length design\0 | 'b' length device\0 |
 //   'c' length date\0 | 'd' length time\0 | 'e' 32-bit length | bit stream

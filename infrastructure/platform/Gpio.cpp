@@ -1,11 +1,13 @@
 #include "infrastructure/platform/Gpio.h"
 
+#include "infrastructure/platform/BoardState_p.h"
 #include "infrastructure/platform/Machine_p.h"
 
 #include <fcntl.h>
 
 #include <cerrno>
 
+using Tessorn::BoardState;
 using Tessorn::Machine;
 using Tessorn::MachineFile;
 
@@ -58,15 +60,15 @@ int readGpio(unsigned number)
 
 int getBoardId(int index)
 {
-    Machine& machine = Machine::current();
-    if (index < 0 || index >= static_cast<int>(machine.hardwareIds.size())) {
+    auto& ids = BoardState::current().hardwareIds;
+    if (index < 0 || index >= static_cast<int>(ids.size())) {
         return -1;
     }
     const auto row = static_cast<std::size_t>(index);
-    int id = machine.hardwareIds[row];
+    int id = ids[row];
     if (id < 0) {
         id = readId(ID_PINS[row]);
-        machine.hardwareIds[row] = id;
+        ids[row] = id;
     }
     return id;
 }

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
@@ -45,9 +46,6 @@ auto uninterrupted(Call&& call)
 Machine::Machine(std::string root)
     : rootDirectory(std::move(root))
 {
-    for (std::atomic<int>& id : hardwareIds) {
-        id = -1;
-    }
 }
 
 Machine& Machine::current()

@@ -8,8 +8,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <array>
-#include <atomic>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -20,8 +18,7 @@
 namespace Tessorn {
 
 /// The machine that this process runs on. Calls behave like the system's, with their results and
-/// errno; a path that begins with "/" is relative to the machine's root. What has been learnt about
-/// the machine is kept here too, so that it goes away with it.
+/// errno; a path that begins with "/" is relative to the machine's root.
 class Machine
 {
 public:
@@ -72,10 +69,6 @@ public:
     void printErrorList(const char* format, va_list arguments);
     /// "text: what errno means" to the error stream, as perror does.
     void printSystemError(const std::string& text);
-
-    /// The ids strapped on the boards' pins, by index; -1 if not known.
-    std::array<std::atomic<int>, 4> hardwareIds;
-    int watchdogDescriptor = -1;
 
 protected:
     std::FILE* out = stdout; ///< reports

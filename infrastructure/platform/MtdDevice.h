@@ -1,5 +1,5 @@
-// Flash partitions: finding, erasing and writing them (Linux MTD character devices). Only one erase
-// or copy at a time in the process, since they share the state of the progress display.
+// Flash partitions: finding, erasing and writing them (Linux MTD character devices). Any thread;
+// two calls must not write the same partition. FirmwareUpdate is what a power cut can't harm.
 #pragma once
 
 #include <fcntl.h>
@@ -22,7 +22,8 @@ constexpr const char* FPGA_MTD_IDENT = "ident";
 /// As the size for mtdErase: the whole partition.
 constexpr int64_t MTD_WHOLE_PARTITION = -1;
 
-/// Sets what is printed from now on, and returns the previous setting. At first it is everything.
+/// Sets what calls without `output` print from now on, in the whole process, and returns the
+/// previous setting. At first it is everything.
 unsigned mtdSetOutput(unsigned output);
 
 /// Opens a flash device and, if `info` is not null, queries its sizes and prints them. Returns the

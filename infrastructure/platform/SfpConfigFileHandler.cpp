@@ -1,5 +1,6 @@
 #include "infrastructure/platform/SfpConfigFileHandler.h"
 
+#include "infrastructure/platform/AtomicFile_p.h"
 #include "infrastructure/platform/Machine_p.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/ParseJson.h"
@@ -8,14 +9,11 @@
 #include <QDir>
 #include <QJsonObject>
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <limits>
 
-using Tessorn::Machine;
-using Tessorn::MachineFile;
+using namespace Tessorn;
 
 namespace {
 
@@ -94,7 +92,7 @@ SfpConfigFileHandler::SfpConfigFileHandler(const QString& fileDirectory,
 const SupportedSfp* SfpConfigFileHandler::findSfp(const QString& vendor, const QString& partNumber,
                                                   const QString& revision) const
 {
-    const auto found = sfpsByKey.find(SupportedSfp::key(vendor, partNumber, revision));
+    const auto found = sfpsByKey.find(SupportedSfp::unpaddedKey(vendor, partNumber, revision));
     return found == sfpsByKey.end() ? nullptr : &sfps[*found];
 }
 
@@ -137,9 +135,25 @@ bool SfpConfigFileHandler::parseConfig(const QByteArray& data)
     }
     sfpsByKey.clear();
     for (std::size_t i = 0; i < sfps.size(); ++i) {
-        sfpsByKey.insert(sfps[i].key(), i);
+        const SupportedSfp& sfp = sfps[i];
+        const QString key = SupportedSfp::unpaddedKey(sfp.vendor, sfp.partNumber, sfp.revision);
+        if (sfpsByKey.contains(key)) {
+            VELLOG_WARN() << "SFP " << key << " is listed twice, the later entry counts";
+        }
+        sfpsByKey.insert(key, i);
     }
     return true;
+}
+
+std::vector<const SupportedSfp*> SfpConfigFileHandler::sfpsForThisBoard() const
+{
+    std::vector<const SupportedSfp*> usable;
+    for (const SupportedSfp& sfp : sfps) {
+        if (sfp.isForBoard(parser.getBoard())) {
+            usable.push_back(&sfp);
+        }
+    }
+    return usable;
 }
 
 bool SfpConfigFileHandler::archiveFile()
@@ -255,34 +269,17 @@ void SfpConfigFileHandler::createFile(const QByteArray& content, std::vector<QSt
 
 bool SfpConfigFileHandler::writeFile(const QByteArray& content, std::vector<QString>& errors) const
 {
-    // Written under another name until it is on the disk, so that a power cut leaves either no file
-    // or a whole one.
-    Machine& machine = Machine::current();
-    const std::string path = filePath();
-    const std::string temporary = path + ".tmp";
-    {
-        machine.remove(temporary); // whatever may be there
-        MachineFile file(machine, temporary, O_WRONLY | O_CREAT | O_EXCL, 0644);
-        if (!file.isOpen()) {
-            report(errors, QStringLiteral("Could not create supported SFPs file for writing"));
-            return false;
-        }
-        if (!file.writeAll(content.constData(), static_cast<std::size_t>(content.size())) ||
-            machine.sync(file.getDescriptor()) != 0) {
-            machine.remove(temporary);
-            report(errors, QStringLiteral("Did not write any data to supported SFPs file"));
-            return false;
-        }
-    }
-    if (machine.rename(temporary, path) != 0) {
-        machine.remove(temporary);
+    switch (writeAtomically(Machine::current(), filePath(), content)) {
+    case AtomicWrite_NotOpened:
+    case AtomicWrite_NotRenamed:
         report(errors, QStringLiteral("Could not create supported SFPs file for writing"));
         return false;
+    case AtomicWrite_NotWritten:
+        report(errors, QStringLiteral("Did not write any data to supported SFPs file"));
+        return false;
+    default:
+        return true;
     }
-    if (MachineFile folder(machine, directory.toStdString(), O_RDONLY); folder.isOpen()) {
-        machine.sync(folder.getDescriptor());
-    }
-    return true;
 }
 
 void SfpConfigFileHandler::giveFileToUser(std::vector<QString>& errors) const

@@ -26,8 +26,12 @@ public:
 
     /// The modules, in the order of the file.
     const std::vector<SupportedSfp>& supportedSfps() const { return sfps; }
-    /// The module with these EEPROM texts (the last, if the file has several), or null. It is valid
-    /// until the next load.
+    /// Those of them that may be used on this board, by its group. They are valid until the next
+    /// load.
+    std::vector<const SupportedSfp*> sfpsForThisBoard() const;
+    /// The module with these EEPROM texts, padded with blanks or not (the last, if the file has
+    /// several), or null; it may be one for the other group of boards. It is valid until the next
+    /// load.
     const SupportedSfp* findSfp(const QString& vendor, const QString& partNumber,
                                 const QString& revision) const;
     /// The "configRevision" of the file; -1 if it has none or can't be read.

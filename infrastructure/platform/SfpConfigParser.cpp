@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr unsigned LAST_BOARD_OF_GROUP_A = 9;
-
 bool invalid(const char* what)
 {
     VELLOG_ERR() << "Invalid JSON file: " << what;
@@ -173,6 +171,8 @@ bool SfpConfigParser::parse(const QByteArray& data, std::vector<SupportedSfp>& s
     for (const auto& value : list.toArray()) {
         SupportedSfp sfp;
         if (!readSfp(value, sfp)) {
+            VELLOG_ERR() << "The error is in entry " << read.size() + 1
+                         << " of supportedSfps: " << sfp.vendor << "(" << sfp.partNumber << ")";
             return false;
         }
         VELLOG_INFO() << "Adding support for SFP: " << sfp.vendor << "(" << sfp.partNumber << ")";
@@ -237,7 +237,7 @@ bool SfpConfigParser::readBoards(const QJsonObject& boards, SfpTransceiverConfig
             << boardId;
         return true;
     }
-    const QJsonValue& group = board <= LAST_BOARD_OF_GROUP_A ? groupA : groupB;
+    const QJsonValue& group = board <= SFP_LAST_BOARD_OF_GROUP_A ? groupA : groupB;
     return !group.isObject() || readTransceiver(group.toObject(), config);
 }
 

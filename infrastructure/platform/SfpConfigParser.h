@@ -28,8 +28,12 @@ public:
     /// which there are two: one for model 0 and one for all others.
     SfpConfigParser(const QString& boardIdText, unsigned boardNumber, int boardModel);
 
-    /// Reads a whole file. The first error is logged and gives false; `sfps` then stays as it was.
+    /// Reads a whole file. The first error is logged with the entry that it is in, counted from 1,
+    /// and gives false; `sfps` then stays as it was.
     bool parse(const QByteArray& data, std::vector<SupportedSfp>& sfps) const;
+
+    /// The number of the board that it reads for.
+    unsigned getBoard() const { return board; }
 
 private:
     bool readSfp(const QJsonValue& value, SupportedSfp& sfp) const;

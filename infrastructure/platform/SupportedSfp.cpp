@@ -1,5 +1,7 @@
 #include "infrastructure/platform/SupportedSfp.h"
 
+#include <algorithm>
+
 namespace {
 
 struct RateText
@@ -44,6 +46,17 @@ constexpr std::array<SfpTransceiverConfig, SFP_BOARDS> SFP_DEFAULT_CONFIGS_VELM 
     VELM_0, VELM, VELM, VELM, VELM, VELM, VELM, VELM,
     VELM,   VELM, VELM, VELM, VELM, VELM, VELM, VELM,
 };
+
+QString SupportedSfp::unpaddedKey(const QString& vendor, const QString& partNumber,
+                                  const QString& revision)
+{
+    const auto unpadded = [](const QString& text) {
+        const auto last =
+            std::find_if(text.rbegin(), text.rend(), [](QChar c) { return c != QLatin1Char(' '); });
+        return text.left(static_cast<int>(text.rend() - last));
+    };
+    return key(unpadded(vendor), unpadded(partNumber), unpadded(revision));
+}
 
 SfpRate sfpRateFromText(const QString& text)
 {

@@ -58,7 +58,11 @@ struct SfpSdiConfig
     friend bool operator!=(const SfpSdiConfig& a, const SfpSdiConfig& b) { return !(a == b); }
 };
 
-/// One module. The texts are those in its EEPROM.
+/// Boards up to this id are of group A, others of group B.
+constexpr unsigned SFP_LAST_BOARD_OF_GROUP_A = 9;
+
+/// One module. The texts are those in its EEPROM, which pads them with blanks (SFF-8472); those of
+/// a list may be padded or not.
 struct SupportedSfp
 {
     QString vendor;
@@ -77,6 +81,15 @@ struct SupportedSfp
     static QString key(const QString& vendor, const QString& partNumber, const QString& revision)
     {
         return vendor + QLatin1String(" ,") + partNumber + QLatin1Char(';') + revision;
+    }
+    /// The key of the texts without the blanks at their ends, which is the same for padded texts.
+    static QString unpaddedKey(const QString& vendor, const QString& partNumber,
+                               const QString& revision);
+
+    /// True if it may be used on the board of this id.
+    bool isForBoard(unsigned board) const
+    {
+        return board <= SFP_LAST_BOARD_OF_GROUP_A ? boardGroupA : boardGroupB;
     }
 };
 

@@ -1,5 +1,6 @@
 #include "infrastructure/platform/Watchdog.h"
 
+#include "infrastructure/platform/BoardState_p.h"
 #include "infrastructure/platform/Machine_p.h"
 
 #include <fcntl.h>
@@ -7,19 +8,20 @@
 
 #include <utility>
 
+using Tessorn::BoardState;
 using Tessorn::Machine;
 
 namespace {
 
-/// The machine if its watchdog is open; otherwise ends the process.
-Machine& machineWithWatchdog()
+/// The descriptor of the open watchdog; if there is none, ends the process.
+int& openWatchdog()
 {
-    Machine& machine = Machine::current();
-    if (machine.watchdogDescriptor < 0) {
-        machine.printError("Watchdog device not open\n");
-        machine.abortProcess();
+    int& descriptor = BoardState::current().watchdogDescriptor;
+    if (descriptor < 0) {
+        Machine::current().printError("Watchdog device not open\n");
+        Machine::current().abortProcess();
     }
-    return machine;
+    return descriptor;
 }
 
 } // namespace
@@ -27,29 +29,28 @@ Machine& machineWithWatchdog()
 void watchdogOpen(int timeoutSeconds)
 {
     Machine& machine = Machine::current();
-    if (machine.watchdogDescriptor < 0) {
-        machine.watchdogDescriptor = machine.open("/dev/watchdog", O_WRONLY);
+    int& descriptor = BoardState::current().watchdogDescriptor;
+    if (descriptor < 0) {
+        descriptor = machine.open("/dev/watchdog", O_WRONLY);
     }
-    if (machine.watchdogDescriptor < 0) {
+    if (descriptor < 0) {
         machine.printSystemError("Couldn't open the watchdog at /dev/watchdog: \n");
         machine.abortProcess();
     }
-    if (machine.ioctl(machine.watchdogDescriptor, WDIOC_SETTIMEOUT, &timeoutSeconds) < 0) {
+    if (machine.ioctl(descriptor, WDIOC_SETTIMEOUT, &timeoutSeconds) < 0) {
         machine.printSystemError("/dev/watchdog: time-out");
     }
 }
 
 void watchdogKick()
 {
-    Machine& machine = machineWithWatchdog();
     int unused = 0;
-    if (machine.ioctl(machine.watchdogDescriptor, WDIOC_KEEPALIVE, &unused) < 0) {
-        machine.printSystemError("/dev/watchdog: keep alive");
+    if (Machine::current().ioctl(openWatchdog(), WDIOC_KEEPALIVE, &unused) < 0) {
+        Machine::current().printSystemError("/dev/watchdog: keep alive");
     }
 }
 
 void watchdogClose()
 {
-    Machine& machine = machineWithWatchdog();
-    machine.close(std::exchange(machine.watchdogDescriptor, -1));
+    Machine::current().close(std::exchange(openWatchdog(), -1));
 }

@@ -11,7 +11,8 @@
 #include <string>
 #include <utility>
 
-/// A first-in first-out queue that blocks its producers while it is full, and drops nothing.
+/// A first-in first-out queue that blocks its producers while it is full, and drops nothing before
+/// endWaiting.
 template <typename T>
 class QueueMaxSizeThreadSafe
 {
@@ -48,6 +49,35 @@ public:
     /// Appends an item by moving it; blocks while the queue is full.
     void push(T&& item) { pushItem(std::move(item)); }
 
+    /// Appends an item by moving it, waiting for room for at most `mostMs`. False if there is none,
+    /// or if waiting has been ended; the item stays as it was.
+    bool tryPush(T& item, uint32_t mostMs)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(mostMs);
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            if (!notFull.wait_until(lock, deadline,
+                                    [this] { return hasRoom() || isWaitingOver; }) ||
+                !hasRoom()) {
+                return false;
+            }
+            items.push_back(std::move(item));
+        }
+        notEmpty.notify_one();
+        return true;
+    }
+
+    /// Ends the waits for room, now and from now on: a push that finds the queue full drops its
+    /// item.
+    void endWaiting()
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            isWaitingOver = true;
+        }
+        notFull.notify_all();
+    }
+
     /// Removes and returns the first item; blocks while the queue is empty.
     T pop()
     {
@@ -72,11 +102,16 @@ private:
     {
         {
             std::unique_lock<std::mutex> lock(mutex);
-            waitUntil(lock, notFull, [this] { return items.size() < maxSize; });
+            waitUntil(lock, notFull, [this] { return hasRoom() || isWaitingOver; });
+            if (!hasRoom()) {
+                return;
+            }
             items.push_back(std::forward<Item>(item));
         }
         notEmpty.notify_one();
     }
+
+    bool hasRoom() const { return items.size() < maxSize; }
 
     template <typename Condition>
     void waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& signal,
@@ -100,7 +135,8 @@ private:
     uint32_t waitTimeoutMs;
     uint32_t maxSize; ///< the bound that push tests
     std::deque<T> items;
-    mutable std::mutex mutex; ///< guards items
+    bool isWaitingOver = false;
+    mutable std::mutex mutex; ///< guards these two
     std::condition_variable notEmpty;
     std::condition_variable notFull;
     std::string name;

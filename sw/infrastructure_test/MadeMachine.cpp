@@ -43,6 +43,7 @@ MadeMachine::MadeMachine(std::unique_ptr<QTemporaryDir> root)
     : Machine(root->path().toStdString())
     , directory(std::move(root))
     , before(replace(this))
+    , boardBefore(Tessorn::BoardState::replace(&board))
 {
     out = ::open_memstream(&outText.data, &outText.size);
     err = ::open_memstream(&errText.data, &errText.size);
@@ -51,6 +52,7 @@ MadeMachine::MadeMachine(std::unique_ptr<QTemporaryDir> root)
 MadeMachine::~MadeMachine()
 {
     replace(before);
+    Tessorn::BoardState::replace(boardBefore);
     CHECK(openPaths.empty()); // all that was opened has been closed
     std::fclose(out);
     std::fclose(err);

@@ -2,6 +2,7 @@
 // watchdog, and calls that fail when told to. It is the current machine during its lifetime.
 #pragma once
 
+#include "infrastructure/platform/BoardState_p.h"
 #include "infrastructure/platform/Machine_p.h"
 
 #include <QTemporaryDir>
@@ -52,6 +53,7 @@ public:
     std::string takeOut() { return take(out, outText); }
     std::string takeErr() { return take(err, errText); }
 
+    Tessorn::BoardState board;               ///< the current one during its lifetime
     std::map<std::string, int> failingOpens; ///< errno by path
     int failingWrites = 0;                   ///< errno of each write, 0 for none
     int failingRenames = 0;                  ///< errno of each rename
@@ -99,6 +101,7 @@ private:
 
     std::unique_ptr<QTemporaryDir> directory;
     Machine* before;
+    Tessorn::BoardState* boardBefore;
     Text outText;
     Text errText;
     std::map<std::string, Flash> flashes;

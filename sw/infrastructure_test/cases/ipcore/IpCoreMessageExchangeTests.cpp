@@ -3,6 +3,15 @@
 #include "infrastructure/utility/NotificationReceiverInterface.h"
 #include "sw/infrastructure_test/Catch.h"
 
+#include <QFile>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
 namespace {
 
 std::unique_ptr<IpCoreMessageBase> message(uint32_t instance)
@@ -16,6 +25,14 @@ struct Unaddressed : Base
     using Base::Base;
     std::string toString() const override { return std::string(); }
 };
+
+/// True if a thread of this process lies in a system call that waits.
+bool isAsleep(long thread)
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+    return thread != 0 && file.open(QIODevice::ReadOnly) &&
+           file.readAll().split(')').last().startsWith(" S");
+}
 
 } // namespace
 
@@ -93,4 +110,55 @@ TEST_CASE("A receiver is told of each message once it can be taken", "[ipcore]")
     exchange.setNotificationReceiver(nullptr);
     exchange.acceptMessage(message(5));
     CHECK((first.calls == 1 && second.calls == 2));
+}
+
+TEST_CASE("An offered message stays with its sender when there is no room in time", "[ipcore]")
+{
+    struct Counter : NotificationReceiverInterface
+    {
+        void notify() override { ++count; }
+        int count = 0;
+    };
+    Counter receiver;
+    IpCoreMessageExchange exchange("exchange", 1, 1000000, &receiver);
+    std::unique_ptr<IpCoreMessageBase> offered = message(1);
+    CHECK(exchange.offerMessage(offered, 0));
+    CHECK_FALSE(offered);
+    CHECK(exchange.offerMessage(offered, 0)); // nothing
+    offered = message(2);
+    CHECK_FALSE(exchange.offerMessage(offered, 1));
+    REQUIRE(offered);
+    CHECK(receiver.count == 1);
+    auto waiting =
+        std::async(std::launch::async, [&] { return exchange.offerMessage(offered, 1000000); });
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
+    CHECK(waiting.get());
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 2);
+    CHECK(receiver.count == 2);
+}
+
+TEST_CASE("Senders that wait are released, and nobody waits after that", "[ipcore]")
+{
+    IpCoreMessageExchange exchange("exchange", 1, 1000000);
+    exchange.acceptMessage(message(1));
+    std::unique_ptr<IpCoreMessageBase> offered = message(3);
+    std::atomic<long> sender{0};
+    auto sending = std::async(std::launch::async, [&] {
+        sender = ::syscall(SYS_gettid);
+        exchange.acceptMessage(message(2));
+    });
+    auto offering =
+        std::async(std::launch::async, [&] { return exchange.offerMessage(offered, 1000000); });
+    while (!isAsleep(sender)) {
+        std::this_thread::yield();
+    }
+    exchange.releaseSenders();
+    sending.get();
+    CHECK_FALSE(offering.get());
+    CHECK(offered);
+    exchange.acceptMessage(message(4));
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 1);
+    CHECK_FALSE(exchange.hasMessage()); // what found no room is lost
+    exchange.acceptMessage(message(5));
+    CHECK(exchange.takeMessage()->getIpCoreInstance() == 5);
 }

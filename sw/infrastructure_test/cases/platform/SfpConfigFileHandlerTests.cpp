@@ -20,9 +20,9 @@ constexpr const char* CORRUPT =
 /// For the made machine's boards with these ids, -1 for none.
 SfpConfigFileHandler handler(int model = 0, int mezzanine = -1, const char* boardId = "5")
 {
-    Tessorn::Machine& machine = Tessorn::Machine::current();
-    machine.hardwareIds[0] = model;
-    machine.hardwareIds[1] = mezzanine;
+    Tessorn::BoardState& board = Tessorn::BoardState::current();
+    board.hardwareIds[0] = model;
+    board.hardwareIds[1] = mezzanine;
     Tessorn::VelPlatformAbstraction platform;
     return SfpConfigFileHandler(QString::fromStdString(DIRECTORY), FILE_NAME,
                                 QLatin1String(boardId), VersionInfo(platform));

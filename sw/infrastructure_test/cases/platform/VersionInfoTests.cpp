@@ -55,9 +55,9 @@ TEST_CASE("The version table has its keys in order and Unknown without a board",
 TEST_CASE("The version table shows what pins and FPGA driver tell", "[platform]")
 {
     MadeMachine machine;
-    machine.hardwareIds[0] = 1;
-    machine.hardwareIds[1] = 0;
-    machine.hardwareIds[2] = 77;
+    machine.board.hardwareIds[0] = 1;
+    machine.board.hardwareIds[1] = 0;
+    machine.board.hardwareIds[2] = 77;
     machine.writeFile("/proc/tess_pcie", "fpga_version: 4.12.0+4294967294\nfpga_design_id: 17\n");
     CHECK(infoOfThisMachine().boardModel() == 1);
     CHECK(shown() == "1 0 77 17 4.12.0+4294967294");
@@ -92,7 +92,7 @@ TEST_CASE("A line of the FPGA driver's that does not match changes nothing", "[p
         CHECK(platform.readFpgaInfo(read[0], read[1], read[2], read[3], read[4]));
         CHECK(read == expected);
     }
-    machine.hardwareIds[3] = 5;
+    machine.board.hardwareIds[3] = 5;
     CHECK(platform.getHardwareId(3) == -1); // the fourth board is not asked for here
     CHECK_FALSE(platform.isHardwareIdValid(0));
 }
