@@ -133,15 +133,15 @@ TEST_CASE(
     CHECK(log.lines().isEmpty());
 }
 
-TEST_CASE("Power that is cut at random, also while an update is repeated, does no harm",
-          "[platform]")
+/// So many times in all, on NOR and NAND, with one bank and two.
+void cutAtRandom(int count)
 {
     std::mt19937 random(20261122);
     for (int kind = 0; kind < 4; ++kind) {
         Fixture fixture((kind & 1) != 0, (kind & 2) != 0);
         REQUIRE(runAndStart(fixture, "/old.bit", 0, 1));
         bool wantsNew = true;
-        for (int cuts = 0; cuts < 2500;) {
+        for (int cuts = 0; cuts < count / 4;) {
             const int call = 1 + static_cast<int>(random() % 40);
             const auto seed = static_cast<unsigned>(random());
             CAPTURE(kind, cuts, call, seed);
@@ -158,6 +158,17 @@ TEST_CASE("Power that is cut at random, also while an update is repeated, does n
             }
         }
     }
+}
+
+TEST_CASE("Power that is cut at random, also while an update is repeated, does no harm",
+          "[platform]")
+{
+    cutAtRandom(800);
+}
+
+TEST_CASE("Power that is cut ten thousand times does no harm", "[platform][.][long]")
+{
+    cutAtRandom(10'000);
 }
 
 TEST_CASE("An update that does not fit is refused before anything is written", "[platform]")

@@ -115,7 +115,7 @@ TEST_CASE("A power cut at any instant leaves what was acknowledged", "[store]")
     cutPower(200, 1);
 }
 
-TEST_CASE("Thousands of power cuts leave what was acknowledged", "[store][long]")
+TEST_CASE("Thousands of power cuts leave what was acknowledged", "[store][.][long]")
 {
     for (unsigned seed = 2; seed < 22; ++seed) {
         cutPower(300, seed);
