@@ -15,7 +15,7 @@ int main()
     }
 
     // What four links make together, and what disagrees.
-    const LinkSet set = analyseLinkSet({0x89C98001, 0x89C98001, 0x89CA8001, 0x89C98001});
+    const LinkSet set = analyseLinkWords({0x89C98001, 0x89C98001, 0x89CA8001, 0x89C98001});
     std::printf("%s: %s\n%s frames/s, mapping mode %u\n", toString(set.form).data(),
                 qPrintable(set.standard->getDescription()),
                 qPrintable(set.getFrameRate().toString()), set.standard->getMappingMode());

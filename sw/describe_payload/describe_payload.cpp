@@ -119,7 +119,7 @@ int main(int argc, char** argv)
     if (words.size() == 1) {
         completeLinks(words);
     }
-    const LinkSet set = analyseLinkSet(words);
+    const LinkSet set = analyseLinkWords(words);
     printStandard(out, set);
     for (const Finding& finding : set.findings.getFindings()) {
         out << finding.toString() << "\n";

@@ -367,7 +367,8 @@ void Analysis::comparePlaces()
             const auto link = std::min(static_cast<std::size_t>(free - isTaken.begin()),
                                        reference->facts->links - std::size_t(1));
             add(FindingCode::LinkMissing, placeOf(input),
-                squareDivision ? reference->channel() : link * reference->facts->channelsPerLink);
+                static_cast<qint64>(squareDivision ? reference->channel()
+                                                   : link * reference->facts->channelsPerLink));
             if (!squareDivision) {
                 isTaken[link] = true;
             }
@@ -588,7 +589,7 @@ LinkSet analyseLinkSet(const std::vector<LinkInput>& inputs)
     return Analysis(inputs).result;
 }
 
-LinkSet analyseLinkSet(const std::vector<quint32>& words)
+LinkSet analyseLinkWords(const std::vector<quint32>& words)
 {
     const PayloadIdentifierFacts* facts =
         words.empty() ? nullptr : findPayloadIdentifierFacts(words[0] >> 24);

@@ -85,4 +85,4 @@ struct LinkSet
 LinkSet analyseLinkSet(const std::vector<LinkInput>& inputs);
 
 /// The same with one word for each link, or for each stream where a link of level B has two.
-LinkSet analyseLinkSet(const std::vector<quint32>& words);
+LinkSet analyseLinkWords(const std::vector<quint32>& words);

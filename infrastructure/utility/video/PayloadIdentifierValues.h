@@ -58,7 +58,8 @@ inline constexpr PayloadIdentifierValues NEVER;
 template <typename... Value>
 constexpr PayloadIdentifierValues only(Value... values)
 {
-    return PayloadIdentifierValues((PayloadIdentifierValues::bitOf(values) | ...));
+    return PayloadIdentifierValues(
+        (PayloadIdentifierValues::bitOf(static_cast<quint32>(values)) | ...));
 }
 
 /// Every number but these.

@@ -3,6 +3,7 @@
 #include "infrastructure/utility/video/NearestPayloadIdentifiers.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -201,6 +202,10 @@ TEST_CASE("Links that don't belong together are told apart by input", "[video]")
         {std::vector<quint32>(9, 0xCECB8001),
          "surplus 2, surplus 3, surplus 4, surplus 5, surplus 6, surplus 7, surplus 8, surplus 9"},
         {{p50, p50}, "surplus 2"},
+        {{p50, p50, 0x8A492001}, "surplus 2, surplus 3"},
+        {{silent, 0x97CB8001, 0x97CB8041, 0x97CB8081, 0}, "unknown-interface 5"},
+        {{0x97CB8001, 0x97CB8041, 0x97CB8081, silent, silent, silent, silent, silent, 0x97CB80C1},
+         "surplus 9, missing 4"},
         {{p50, silent, silent, p50}, "missing 2, missing 3"},
         {{p50, p50, p50}, "missing 4"},
         {std::vector<quint32>(2, 0x84490001), "surplus 2"},
@@ -230,7 +235,7 @@ TEST_CASE("Links that don't belong together are told apart by input", "[video]")
             inputs.push_back({word == silent ? std::vector<quint32>() : std::vector{word}});
         }
         const bool hasSilent = std::find(words.begin(), words.end(), silent) != words.end();
-        const LinkSet set = hasSilent ? analyseLinkSet(inputs) : analyseLinkSet(words);
+        const LinkSet set = hasSilent ? analyseLinkSet(inputs) : analyseLinkWords(words);
         CAPTURE(expected);
         CHECK(toText(set.findings) == QLatin1String(expected));
     }
@@ -249,6 +254,13 @@ TEST_CASE("Links that don't belong together are told apart by input", "[video]")
     const std::vector<LinkInput> both{{{0x97CB8001, 0x97CB8041}}, {}, {}, {}};
     CHECK(toText(analyseLinkSet(both).findings) ==
           "ambiguous 1, missing 2, missing 3, missing 4"_s);
+    const std::vector<LinkInput> crossed{
+        {{0x984B2001, 0x984B2041}}, {{0x984B2081, 0x984B20C1}}, {}, {}};
+    CHECK(toText(analyseLinkSet(crossed).findings) ==
+          "swapped 1, swapped 2, swapped 2, missing 3, missing 4"_s);
+    std::vector<LinkInput> quadrants(4, LinkInput{{0x8A492001, 0x8A492041}});
+    quadrants[3].words.erase(quadrants[3].words.begin());
+    CHECK(toText(analyseLinkSet(quadrants).findings) == ""_s);
     // An eighth input that is silent, and a raster of which only a part is known.
     std::vector<LinkInput> partly(8);
     partly[7] = {{p50}, {2640, 0, 0}};
@@ -263,57 +275,69 @@ TEST_CASE("A finding about links says what was expected, in figures and in words
     const auto append = [&texts](const std::vector<LinkInput>& inputs) {
         const LinkSet set = analyseLinkSet(inputs);
         for (const Finding& finding : set.findings.getFindings()) {
-            texts << finding.toString();
+            texts << QStringLiteral("%1 %2 %3: %4")
+                         .arg(QString::fromLatin1(finding.getName()).mid(5))
+                         .arg(finding.expected, 0, 16)
+                         .arg(finding.found, 0, 16)
+                         .arg(finding.detail);
         }
     };
     append({{{0x89C18001}, {1980, 750, 1}}});
     append({{{0x89CA8001}, {2640, 1125, 1}}});
     append({{{0x89C98001}, {5280, 1125, 2}}});
-    append({{{0x97CB8001}}, {{0x97C99041}}, {}, {{0x97CB80C9}}});
+    append({{{0x97CB8001}}, {{0x97C91045}}, {}, {{0x97CB80C9}}});
     append({{{0x87492041}}, {{0x87492001}}});
     append({{{0x8BC98001}}});
     append({{{0x89C98003}}});
     append({{{0x97CB8001}, {0, 750, 0}}, {{0x97CB8041}}, {{0x97CB8081}}, {{0x97CB80C1}}});
     append({{{0xCE478201}}});
     append({{{0x89C98001, 0x89CA8001}}});
+    append({{{0x89C98001}}, {{0x89F9D212}}, {{0x89C98001}}, {{0x89098001}}});
+    append({{{0x984B2001}}, {{0x984B2041}}, {}, {{0x984B20C1}}});
+    append({{{0x8A492001, 0x8A492041}, {2640, 0, 1}}});
     CHECK(
         texts ==
         lines({
-            "error link.reserved-value: link 1: a field has a reserved value: 1; picture rate "
-            "RsvRate; "
-            "nearest lawful: 89C98001, 89CA8001, 89CB8001",
-            "error link.raster: link 1: the measured raster is not that of the payload identifier; "
-            "2200 words, 1125 lines, 1 field by the identifier; 2640 words, 1125 lines, 1 field "
-            "measured; nearest lawful: 89C98001",
-            "error link.raster: link 1: the measured raster is not that of the payload identifier; "
-            "2640 words, 1125 lines, 1 field by the identifier; 5280 words, 1125 lines, 2 fields "
-            "measured; nearest lawful: 8A492001",
-            "error link.reserved-bits: link 4: bits are set that the interface reserves: 8; "
-            "nearest "
-            "lawful: 97CB80C1",
-            "error link.other-rate: link 2: another picture rate than the others: 9, not B; "
-            "picture "
-            "rate 50, not 60; nearest lawful: 97CB8041",
-            "error link.other-colour: link 2: another colourimetry than the others: 1, not 0; "
-            "colourimetry ColVancPacket, not Rec.709; nearest lawful: 97CB8041",
-            "error link.missing: link 3: no payload identifier where channel assignment 2 belongs",
-            "warning link.swapped: link 1: in the place of another: the channel assignment is 1, "
-            "not 0; "
-            "nearest lawful: 87492001",
-            "warning link.swapped: link 2: in the place of another: the channel assignment is 0, "
-            "not 1; "
-            "nearest lawful: 87492041",
-            "error link.unknown-interface: link 1: byte 0 is that of no known interface: 8B; "
-            "nearest "
-            "lawful: 89C98001, 97C98001, C2C98001, CEC98001",
-            "error link.unlawful: link 1: the interface carries no such picture: 89C98003; nearest "
-            "lawful: 89C98001",
-            "error link.raster: link 1: the measured raster is not that of the payload identifier; "
-            "2200 words, 1125 lines, 1 field by the identifier; 750 lines measured",
-            "error link.unlawful: link 1: the interface carries no such picture: CE478201; nearest "
-            "lawful: CEC78201, 87472201, 89478201, 8A472201",
-            "error link.ambiguous: link 1: the input has two identifiers, 89C98001 and 89CA8001",
+            "reserved-value 0 1: picture rate RsvRate; nearest lawful: 89C98001, 89CA8001, "
+            "89CB8001",
+            "raster 898 a50: 2200 words, 1125 lines, 1 field by the identifier; 2640 words, 1125 "
+            "lines, "
+            "1 field measured; nearest lawful: 89C98001",
+            "raster a50 14a0: 2640 words, 1125 lines, 1 field by the identifier; 5280 words, 1125 "
+            "lines, 2 fields measured; nearest lawful: 8A492001",
+            "reserved-bits 0 8: nearest lawful: 97CB80C1",
+            "other-rate b 9: picture rate 50, not 60; nearest lawful: 97CB0045",
+            "other-colour 0 1: colourimetry ColVancPacket, not Rec.709; nearest lawful: 97CB0045",
+            "missing 2 0: ",
+            "swapped 0 1: nearest lawful: 87492001",
+            "swapped 1 0: nearest lawful: 87492041",
+            "unknown-interface 0 8b: nearest lawful: 89C98001, 97C98001, C2C98001, CEC98001",
+            "unlawful 89c98001 89c98003: nearest lawful: 89C98001",
+            "raster 898 0: 2200 words, 1125 lines, 1 field by the identifier; 750 lines measured",
+            "unlawful cec78201 ce478201: nearest lawful: CEC78201, 87472201, 89478201, 8A472201",
+            "ambiguous 89c98001 89ca8001: ",
+            "other-structure 0 2: sample structure RGB:444, not YCbCr:422; nearest lawful: "
+            "89C98001",
+            "other-depth 1 2: bit depth 12, not 10; nearest lawful: 89C98001",
+            "other-width 0 1: horizontal array size 1, not 0; nearest lawful: 89C98001",
+            "other-colour 0 1: colourimetry ColVancPacket, not Rec.709; nearest lawful: 89C98001",
+            "other-curve 0 3: transfer characteristics S-Log3, not SDR-TV; nearest lawful: "
+            "89C98001",
+            "other-signal 0 1: luminance and colour difference signal ICtCp, not YCbCr; nearest "
+            "lawful: "
+            "89C98001",
+            "other-scan 1 0: picture interlaced, not progressive; nearest lawful: 89C98001",
+            "other-scan 1 0: transport interlaced, not progressive; nearest lawful: 89C98001",
+            "missing 4 0: ",
+            "raster 14a0 a50: 5280 words, 1125 lines, 2 fields by the identifier; 2640 words, 1 "
+            "field "
+            "measured; nearest lawful: 89C98001, CEC98001",
         }));
+    CHECK(analyseLinkWords({0x87492041, 0x87492001}).isSound());
+    CHECK(ExactRate{60000, 1001}.toString() == "60000/1001"_s);
+    CHECK(ExactRate{60000, 1001} != ExactRate{60000, 1});
+    CHECK(analyseLinkWords({0x89C18001}).getSampleClock() == ExactRate());
+    CHECK(toString(LinkSetForm::None) == "nothing"_s);
 
     QByteArray kinds;
     for (const FindingKind& kind : FINDING_KINDS) {
@@ -337,6 +361,11 @@ TEST_CASE("The nearest lawful identifiers differ in the fewest fields", "[video]
         {0x8A892015, {0x89C98011, 0x8A492011, 0x97C98011, 0xC2C98011}},
         {0x97C1A0D5, {0x97C9A0D5, 0x97CAA0D5, 0x97CBA0D5}},
         {0x85C12702, {0x85C22001, 0x85C32001, 0x85C52001, 0x85C62001}},
+        {0x89C58203, {0x89C58203}},
+        {0x97FB8001, {0x97FBA001, 0x97CB8001}},
+        {0xCEC58401, {0xCEC58101, 0xCEC58201, 0xCEC58501, 0xCEC58601}},
+        {0x89C18700, {0x89C98000, 0x89CA8000, 0x89CB8000, 0x89C28100}},
+        {0x8A492000, {0x8A492001}},
         {0x00C98001, {0x89C98001, 0x97C98001, 0xC2C98001, 0xCEC98001}},
         {0x00FFFFFF, {}},
         {0x89C90001, {0x89C90001}},
@@ -348,6 +377,25 @@ TEST_CASE("The nearest lawful identifiers differ in the fewest fields", "[video]
     }
     CHECK(findNearestPayloadIdentifiers(0x89C18001, 1).size() == 1);
     CHECK(findNearestPayloadIdentifiers(0x89C98001, 4, [](quint32) { return false; }).empty());
+}
+
+TEST_CASE("A link has a raster even where its standard has no metrics", "[video]")
+{
+    const Table<quint32, bool, quint32, quint32> rows{
+        {0xCE478201, false, 4400, 2}, // segmented 2160 lines, one sub-image of four
+        {0xC2478201, false, 4400, 2},
+        {0x8A472201, true, 4400, 2}, // a quadrant
+        {0x8A402201, false, 0, 2},   // no rate
+    };
+    for (const auto& [word, squareDivision, wordsPerLine, fields] : rows) {
+        const auto standard = createVideoStandard(word, squareDivision);
+        REQUIRE_FALSE(standard->getReasonWithoutMetrics().empty());
+        const LinkRaster raster = getLinkRaster(*standard);
+        CAPTURE(word);
+        CHECK(std::tuple(raster.wordsPerLine, raster.lines, raster.fields) ==
+              std::tuple(wordsPerLine, 1125u, fields));
+    }
+    CHECK(getLinkRaster(StandardFromPayloadIdentifier({})).lines == 0);
 }
 
 TEST_CASE("Random words of random links are judged in silence", "[video]")
