@@ -475,10 +475,8 @@ QString toText(const LinkRaster& raster)
 
 void Analysis::compareRasters()
 {
-    const auto rasterOf = [this](quint32 word) {
-        const bool isQuadrant = squareDivision && canBeQuadrant(word);
-        return getLinkRaster(*createVideoStandard(word, isQuadrant));
-    };
+    // A quadrant has the raster of a whole picture on its link.
+    const auto rasterOf = [](quint32 word) { return getLinkRaster(*createVideoStandard(word)); };
     for (const Entry& entry : entries) {
         const LinkRaster& measured = inputs[entry.input].measured;
         const FrameRateRow& rate = FRAME_RATES[entry.identifier->getFrameRate()];

@@ -20,10 +20,10 @@ constexpr PayloadIdentifierValues FREE_KEYS =
     only(PayloadIdentifierKey_AspectRatio, PayloadIdentifierKey_ChannelAssignment,
          PayloadIdentifierKey_AudioCopyStatus);
 
-/// What the samples mean.
+/// What the samples mean; of the bit depth only the range.
 constexpr PayloadIdentifierValues SIGNAL_KEYS =
     only(PayloadIdentifierKey_Colourimetry, PayloadIdentifierKey_TransferCharacteristics,
-         PayloadIdentifierKey_LuminanceAndColourDifferenceSignal);
+         PayloadIdentifierKey_LuminanceAndColourDifferenceSignal, PayloadIdentifierKey_BitDepth);
 
 bool isListed(quint32 rawValue)
 {
@@ -82,19 +82,18 @@ std::vector<quint32> getNeighbours(const PayloadIdentifierFacts& facts, quint32 
     return neighbours;
 }
 
-/// A picture of the list with the range, colours and curve of another identifier, and with what
-/// that says beside the picture.
-quint32 withSignalOf(const PayloadIdentifierFacts& facts, quint32 listed,
-                     const PayloadIdentifierFacts& other, quint32 rawValue)
+/// A picture of the list with these fields of another identifier, as far as that has them.
+quint32 withFieldsOf(const PayloadIdentifierFacts& facts, quint32 listed,
+                     const PayloadIdentifierFacts& other, quint32 rawValue,
+                     PayloadIdentifierValues keys)
 {
     for (quint32 number = 0; number < PAYLOAD_IDENTIFIER_KEY_COUNT; ++number) {
         const auto key = static_cast<PayloadIdentifierKey>(number);
         const quint32 value = other.fields.get(key).read(rawValue);
-        const bool isRange =
+        const bool isOtherDepth =
             key == PayloadIdentifierKey_BitDepth &&
-            is12Bit(BitDepth(value)) == is12Bit(BitDepth(facts.fields.get(key).read(listed)));
-        if (other.fields.contains(key) &&
-            (FREE_KEYS.contains(key) || SIGNAL_KEYS.contains(key) || isRange)) {
+            is12Bit(BitDepth(value)) != is12Bit(BitDepth(facts.fields.get(key).read(listed)));
+        if (keys.contains(number) && other.fields.contains(key) && !isOtherDepth) {
             listed = facts.fields.get(key).write(listed, value);
         }
     }
@@ -116,7 +115,7 @@ quint32 countDifferences(const PayloadIdentifierFacts& facts, quint32 a,
     return count;
 }
 
-/// The pictures of the list that differ in the fewest fields.
+/// The pictures of the list that differ in the fewest fields, those of the same interface first.
 std::vector<quint32> findInList(const PayloadIdentifierFacts& facts, quint32 rawValue,
                                 const std::function<bool(quint32)>& accepts)
 {
@@ -128,10 +127,14 @@ std::vector<quint32> findInList(const PayloadIdentifierFacts& facts, quint32 raw
         if (standard->isSquareDivision() || toUsualSignal(listedFacts, listed) != listed) {
             continue;
         }
-        const quint32 candidate = withSignalOf(listedFacts, listed, facts, rawValue);
+        const auto with = [&](PayloadIdentifierValues keys) {
+            return withFieldsOf(listedFacts, listed, facts, rawValue, keys);
+        };
+        const quint32 sameSignal = with(FREE_KEYS | SIGNAL_KEYS);
+        const quint32 candidate =
+            isPayloadIdentifierLawful(sameSignal) ? sameSignal : with(FREE_KEYS);
         const quint32 differences = countDifferences(facts, rawValue, listedFacts, candidate);
-        if (differences > fewest || !isPayloadIdentifierLawful(candidate) ||
-            (accepts && !accepts(candidate))) {
+        if (differences > fewest || (accepts && !accepts(candidate))) {
             continue;
         }
         if (differences < fewest) {
@@ -140,6 +143,9 @@ std::vector<quint32> findInList(const PayloadIdentifierFacts& facts, quint32 raw
         }
         nearest.push_back(candidate);
     }
+    std::stable_partition(nearest.begin(), nearest.end(), [rawValue](quint32 candidate) {
+        return candidate >> 24 == rawValue >> 24;
+    });
     return nearest;
 }
 

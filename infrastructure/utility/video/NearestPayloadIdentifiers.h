@@ -18,10 +18,11 @@ bool isReservedValue(PayloadIdentifierKey key, quint32 value);
 bool isPayloadIdentifierLawful(quint32 rawValue);
 
 /// The lawful identifiers that differ in the fewest fields, those in the list of supported
-/// standards alone if there are any, in the order of keys and values. Reserved bits are cleared;
-/// aspect ratio, channel assignment and audio copy status are kept. Where one field is not enough,
-/// they are from the list. With `accepts`, only those for which it is true. Takes some
-/// milliseconds.
+/// standards alone if there are any, in the order of keys and values, other interfaces last.
+/// Reserved bits are cleared; aspect ratio, channel assignment and audio copy status are kept.
+/// Where one field is not enough, they are pictures of the list, with range and colours as they are
+/// if that is lawful; none if byte 0 is of no known kind. With `accepts`, only those for which it
+/// is true. Takes some milliseconds.
 ///
 ///   0x89C18001, rate 1 => 0x89C98001, 0x89CA8001, 0x89CB8001
 std::vector<quint32>
