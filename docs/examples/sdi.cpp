@@ -1,6 +1,6 @@
+#include "infrastructure/utility/video/LinkSet.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
-#include "infrastructure/utility/video/VideoStandardFactory.h"
 
 #include <cstdio>
 #include <iostream>
@@ -14,14 +14,15 @@ int main()
         std::printf("0x89C18001: %s\n", qPrintable(complaint));
     }
 
-    // The standard of all links: here each of four is a quadrant.
-    const quint32 link = 0x89C98001;
-    const auto standard = createVideoStandardFromLinks({link, link, link, link});
-    const QSize size = standard->getPictureSize();
-    std::printf("%s\n%dx%d on %u links, mapping mode %u\n", qPrintable(standard->getDescription()),
-                size.width(), size.height(), standard->getNumberOfLinks(),
-                standard->getMappingMode());
-    std::cout << standard->getTransmissionMetrics()[0][0] << '\n';
+    // What four links make together, and what disagrees.
+    const LinkSet set = analyseLinkWords({0x89C98001, 0x89C98001, 0x89CA8001, 0x89C98001});
+    std::printf("%s: %s\n%s frames/s, mapping mode %u\n", toString(set.form).data(),
+                qPrintable(set.standard->getDescription()),
+                qPrintable(set.getFrameRate().toString()), set.standard->getMappingMode());
+    for (const Finding& finding : set.findings.getFindings()) {
+        std::printf("%s\n", qPrintable(finding.toString()));
+    }
+    std::cout << set.standard->getTransmissionMetrics()[0][0] << '\n';
 
     // The other way: from a description to the bytes.
     const auto found = SupportedVideoStandards::getInstance().findByDescription(

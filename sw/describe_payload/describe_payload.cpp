@@ -1,8 +1,8 @@
 // Describes video payload identifiers: describe_payload 97CB8001 [97CB8041 ...]
 // Each word is the four bytes of one link in hexadecimal, byte 0 first.
 #include "infrastructure/utility/CommandLine.h"
+#include "infrastructure/utility/video/LinkSet.h"
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
-#include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
 
 #include <QTextStream>
@@ -11,45 +11,6 @@
 #include <optional>
 
 namespace {
-
-using namespace Tessorn::Sdi::PayloadId;
-
-/// The meaning of a field's number.
-using Word = QLatin1String (*)(quint32 value, quint32 pictureBit);
-
-/// The word of a vocabulary for a value.
-template <typename Vocabulary>
-QLatin1String wordOf(quint32 value, quint32)
-{
-    return toString(static_cast<Vocabulary>(value));
-}
-
-QLatin1String rateOf(quint32 value, quint32 pictureBit)
-{
-    return toString(static_cast<FrameRate>(value), pictureBit);
-}
-
-QLatin1String scanOf(quint32 value, quint32)
-{
-    return QLatin1String(value == PROGRESSIVE ? "progressive" : "interlaced");
-}
-
-/// By key; null for a plain number.
-constexpr Word WORDS[PAYLOAD_IDENTIFIER_KEY_COUNT] = {
-    nullptr, // payload and digital interface
-    wordOf<SampleStructure>,
-    rateOf,
-    scanOf, // picture
-    scanOf, // transport
-    wordOf<BitDepth>,
-    nullptr, // aspect ratio
-    nullptr, // horizontal array size
-    wordOf<Colourimetry>,
-    wordOf<TransferCurve>,
-    wordOf<LuminanceAndColourDifferenceSignal>,
-    nullptr, // channel assignment
-    nullptr, // audio copy status
-};
 
 /// Eight hexadecimal digits, with or without "0x".
 std::optional<quint32> parseWord(QString word)
@@ -86,12 +47,10 @@ void printIdentifier(QTextStream& out, const PayloadIdentifierBase& identifier)
     for (quint32 number = 0; number < PAYLOAD_IDENTIFIER_KEY_COUNT; ++number) {
         const auto key = static_cast<PayloadIdentifierKey>(number);
         if (identifier.getFieldMap().contains(key)) {
-            const quint32 value = identifier.getField(key);
-            out << "    " << toString(key) << " " << value;
-            if (WORDS[number] != nullptr) {
-                out << " " << WORDS[number](value, identifier.getPicutreInterlaced());
-            }
-            out << "\n";
+            const QString value = QString::number(identifier.getField(key));
+            const QString text = getPayloadIdentifierFieldText(identifier, key);
+            out << "    " << toString(key) << " " << value
+                << (text != value ? QLatin1Char(' ') + text : QString()) << "\n";
         }
     }
     printComplaints(out, "reserved bits", identifier.getReservedBitErrors());
@@ -103,26 +62,35 @@ void printIdentifier(QTextStream& out, const PayloadIdentifierBase& identifier)
         << join(identifier.getFirstActivePictureLines()) << "\n";
 }
 
-void printStandard(QTextStream& out, const StandardFromPayloadIdentifier& standard)
+/// Adds the other links of an interface of several.
+void completeLinks(std::vector<quint32>& words)
 {
-    out << "standard " << standard.getDescription() << "\n  links " << standard.getNumberOfLinks()
-        << ", sub-images " << standard.getNumberOfSubImages() << ", aggregate rate "
-        << toString(standard.getAggregateDataRate()) << ", samples per line "
-        << standard.getSamplesPerLine() << "\n  mapping mode ";
+    const auto identifiers = createVideoStandard(words.front())->getPayloadIdentifiers();
+    for (std::size_t link = 1; link < identifiers.size(); ++link) {
+        const bool isBefore =
+            identifiers[link]->getChannelAssignment() < identifiers[0]->getChannelAssignment();
+        words.insert(isBefore ? words.end() - 1 : words.end(), identifiers[link]->getRawValue());
+    }
+}
+
+void printStandard(QTextStream& out, const LinkSet& set)
+{
+    const StandardFromPayloadIdentifier& standard = *set.standard;
+    out << "standard " << standard.getDescription() << "\n  " << toString(set.form) << ", links "
+        << standard.getNumberOfLinks() << ", sub-images " << standard.getNumberOfSubImages()
+        << ", aggregate rate " << toString(standard.getAggregateDataRate()) << ", samples per line "
+        << standard.getSamplesPerLine() << "\n  " << set.getFrameRate().toString()
+        << " frames/s, clock " << set.getSampleClock().toString() << " Hz\n  mapping mode ";
     const std::optional<quint32> mode = standard.findMappingMode();
     out << (mode ? QString::number(*mode) : QStringLiteral("none")) << "\n";
-    const std::string_view reason = standard.getReasonWithoutMetrics();
+    const std::string_view reason = set.getReasonWithoutMetrics();
     if (!reason.empty()) {
         out << "  no metrics: " << Tessorn::Vocabulary::latin1(reason) << "\n";
-    } else {
-        for (const auto& field : standard.getTransmissionMetrics()) {
-            out << "  " << field.size() << " times " << field.front() << "\n";
-        }
+        return;
     }
-    const bool supported =
-        SupportedVideoStandards::getInstance().findByPayloadIdentifier(
-            standard.getPrimaryIdentifier()->getRawValue(), standard.isSquareDivision()) != nullptr;
-    out << (supported ? "  supported\n" : "  not in the list of supported standards\n");
+    for (const auto& field : standard.getTransmissionMetrics()) {
+        out << "  " << field.size() << " times " << field.front() << "\n";
+    }
 }
 
 } // namespace
@@ -149,18 +117,17 @@ int main(int argc, char** argv)
         std::fputs(usage, stderr);
         return 2;
     }
-    QStringList complaints;
-    const auto standard = words.size() == 1 ? createVideoStandard(words[0])
-                                            : createVideoStandardFromLinks(words, &complaints);
     QTextStream out(stdout);
     for (const quint32 word : words) {
         printIdentifier(out, *createPayloadIdentifier(word));
     }
-    if (standard == nullptr) {
-        out << "no standard: the links don't belong together\n";
-        printComplaints(out, "complaints", complaints);
-        return 1;
+    if (words.size() == 1) {
+        completeLinks(words);
     }
-    printStandard(out, *standard);
-    return 0;
+    const LinkSet set = analyseLinkWords(words);
+    printStandard(out, set);
+    for (const Finding& finding : set.findings.getFindings()) {
+        out << finding.toString() << "\n";
+    }
+    return set.isSound() ? 0 : 1;
 }

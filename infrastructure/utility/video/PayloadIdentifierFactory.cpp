@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+using namespace Tessorn::Sdi::PayloadId;
 using PayloadIdentifierInterfaces::TABLE;
 
 namespace {
@@ -40,6 +41,42 @@ constexpr bool isSound()
     return true;
 }
 static_assert(isSound(), "one row for a byte 0, one field for a bit");
+
+/// The meaning of a field's number.
+using Word = QLatin1String (*)(quint32 value, quint32 pictureBit);
+
+template <typename Vocabulary>
+QLatin1String wordOf(quint32 value, quint32)
+{
+    return toString(static_cast<Vocabulary>(value));
+}
+
+QLatin1String rateOf(quint32 value, quint32 pictureBit)
+{
+    return toString(static_cast<FrameRate>(value), pictureBit);
+}
+
+QLatin1String scanOf(quint32 value, quint32)
+{
+    return QLatin1String(value == PROGRESSIVE ? "progressive" : "interlaced");
+}
+
+/// By key; null for a plain number.
+constexpr Word WORDS[PAYLOAD_IDENTIFIER_KEY_COUNT] = {
+    nullptr, // payload and digital interface
+    wordOf<SampleStructure>,
+    rateOf,
+    scanOf, // picture
+    scanOf, // transport
+    wordOf<BitDepth>,
+    nullptr, // aspect ratio
+    nullptr, // horizontal array size
+    wordOf<Colourimetry>,
+    wordOf<TransferCurve>,
+    wordOf<LuminanceAndColourDifferenceSignal>,
+    nullptr, // channel assignment
+    nullptr, // audio copy status
+};
 
 /// Four numbers of three digits each; a longer text is refused before it is split.
 constexpr int LONGEST_TEXT = 4 * 3 + 3;
@@ -100,4 +137,13 @@ QString getPayloadIdentifierText(quint32 rawValue)
         .arg((rawValue >> 16) & 0xFFu)
         .arg((rawValue >> 8) & 0xFFu)
         .arg(rawValue & 0xFFu);
+}
+
+QString getPayloadIdentifierFieldText(const PayloadIdentifierBase& identifier,
+                                      PayloadIdentifierKey key)
+{
+    const quint32 value = identifier.getField(key);
+    return key < PAYLOAD_IDENTIFIER_KEY_COUNT && WORDS[key] != nullptr
+               ? QString(WORDS[key](value, identifier.getPicutreInterlaced()))
+               : QString::number(value);
 }

@@ -24,3 +24,8 @@ std::optional<quint32> parsePayloadIdentifierBytes(QStringView text);
 
 /// 0x89C90001 => "137 201 0 1"
 QString getPayloadIdentifierText(quint32 rawValue);
+
+/// What the value of a field stands for: "59.94", "progressive"; the number itself where it has no
+/// name. The picture rate is that of fields where the picture is interlaced.
+QString getPayloadIdentifierFieldText(const PayloadIdentifierBase& identifier,
+                                      PayloadIdentifierKey key);

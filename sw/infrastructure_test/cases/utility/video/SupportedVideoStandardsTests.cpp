@@ -168,75 +168,8 @@ TEST_CASE("One link's bytes make the standard of all links", "[video]")
     const auto withReservedBit = createVideoStandard(0x97CB8009);
     CHECK(withReservedBit->getPayloadIdentifiers()[0]->getRawValue() == 0x97CB8009);
     CHECK(withReservedBit->getPayloadIdentifiers()[1]->getRawValue() == 0x97CB8041);
-    createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98009));
-    CHECK(log.lines() == QStringList{"error: Reserved bit not 0, Byte 0, Bit 3"_s,
-                                     "error: Reserved bit not 0, Byte 0, Bit 3"_s});
+    CHECK(log.lines() == QStringList{"error: Reserved bit not 0, Byte 0, Bit 3"_s});
     CHECK(createVideoStandard(0x01000000) == nullptr);
     CHECK(createVideoStandard(0x01000000, true) == nullptr);
     CHECK(createVideoStandard(0x87492001, true)->getNumberOfLinks() == 8);
-}
-
-TEST_CASE("Four identifiers of 1080 lines are quadrants", "[video]")
-{
-    CHECK(*createVideoStandardFromLinks(std::vector<quint32>(4, 0x89C98001)) ==
-          *createVideoStandard(0x89C98001, true));
-    CHECK(createVideoStandardFromLinks({0x97CB8001, 0x97CB8041, 0x97CB8081, 0x97CB80C1})
-              ->getSubImageDivision() == SubImageDivision_TwoSampleInterleave);
-    CHECK_FALSE(createVideoStandardFromLinks({0x8A492001, 0x8A492041})->isSquareDivision());
-}
-
-TEST_CASE("Links make a standard when they are equal, all there, and each once", "[video]")
-{
-    const quint32 p50 = 0x89C98001;
-    const Table<std::vector<quint32>, const char*> rows{
-        {{p50}, ""},
-        {{p50, p50 ^ 0x8000, p50, p50}, ""},                    // aspect ratio
-        {{0x97CB80C1, 0x97CB8041, 0x97CB8081, 0x97CB8005}, ""}, // any order; audio copy
-        {{0x87492041, 0x87492001}, ""},
-        {{0x984B2001, 0x984B2041, 0x984B20A1, 0x984B20E1}, ""}, // either stream of each link
-        {{0x984B2001, 0x984B2021, 0x984B2041, 0x984B2061, 0x984B2081, 0x984B20A1, 0x984B20C1,
-          0x984B20E1},
-         ""},
-        {std::vector<quint32>(), "Wrong number of links: 0"},
-        {std::vector<quint32>(9, p50), "Wrong number of links: 9"},
-        {{p50, p50}, "Wrong number of links: 2"},
-        {std::vector<quint32>(4, 0x84490001), "Wrong number of links: 4"},
-        {{0x97CB8001}, "Wrong number of links: 1"},
-        {{0x87492001, 0x87492041, 0x87492001, 0x87492041}, "Wrong number of links: 4"},
-        {{p50, 0, 0x01C98001},
-         "Link 2: unknown payload identifier: 0|Link 3: unknown payload identifier: 1"},
-        {{p50, 0x89CB8001, 0x8A492001, 0x85052001},
-         "Link 2: picture rate is not that of link 1: 11|"
-         "Link 3: payload and digital interface is not that of link 1: 138|"
-         "Link 4: payload and digital interface is not that of link 1: 133"},
-        {{p50, 0x8939D212 ^ 0xC00000, p50, p50},
-         "Link 2: sample structure is not that of link 1: 2|"
-         "Link 2: bit depth is not that of link 1: 2|"
-         "Link 2: horizontal array size is not that of link 1: 1|"
-         "Link 2: colourimetry is not that of link 1: 1|"
-         "Link 2: transfer characteristics is not that of link 1: 3|"
-         "Link 2: luminance and colour difference signal is not that of link 1: 1"},
-        {{p50, p50, p50, 0x89098001},
-         "Link 4: picture is not that of link 1: 0|Link 4: transport is not that of link 1: 0"},
-        {{0x8A492001, 0x8A492041, 0x8A492001, 0x8A492001},
-         "Link 2: channel assignment is not that of link 1: 1"},
-        {{0x97CB8001, 0x97CB8001, 0x97CB8041, 0x97CB8081},
-         "Link 2: channel assignment of a link before: 0"},
-        {{0xC2CB8021, 0xC2CB8041}, "Link 2: no such channel assignment: 2"},
-        {{0x984B2001, 0x984B2021, 0x984B2041, 0x984B2061},
-         "Link 2: channel assignment of a link before: 1|"
-         "Link 4: channel assignment of a link before: 3"},
-    };
-    for (const auto& [links, expected] : rows) {
-        CAPTURE(expected);
-        QStringList complaints{"old"_s};
-        const auto standard = createVideoStandardFromLinks(links, &complaints);
-        CHECK(complaints.join(QLatin1Char('|')) == QLatin1String(expected));
-        CHECK((standard != nullptr) == complaints.isEmpty());
-        CHECK((createVideoStandardFromLinks(links) == nullptr) == (standard == nullptr));
-        if (standard) {
-            REQUIRE(standard->getPayloadIdentifiers().size() == links.size());
-            CHECK(standard->getPayloadIdentifiers().back()->getRawValue() == links.back());
-        }
-    }
 }
