@@ -77,7 +77,8 @@ const DepthRule* ruleFor(BitDepth depth)
 
 quint16 saturate(double value, Limits limits)
 {
-    const auto word = static_cast<quint16>(std::clamp(value, 0.0, 65535.0));
+    // What is not a number is black.
+    const auto word = static_cast<quint16>(value > 0 ? std::min(value, 65535.0) : 0);
     return std::clamp(word, limits.low, limits.high);
 }
 
@@ -110,8 +111,9 @@ public:
     {
     }
 
-    /// Up to this component the estimate holds.
-    quint16 getHighest() const { return rule.highest; }
+    /// The estimate holds up to the highest component, which is all ones. `bits` are those of all
+    /// components.
+    bool isEstimate(quint16 bits) const { return bits <= rule.highest; }
 
     void convertPixel(ColourBlock& block, std::size_t pixel) const
     {
@@ -175,7 +177,8 @@ public:
         }
     }
 
-    quint16 getHighest() const { return hasEstimate() ? highest : 0; }
+    /// Any matrix may be given; with one of large figures everything is done in doubles.
+    bool isEstimate(quint16 bits) const { return bits <= highest && largestSum < HIGHEST_LIMIT; }
 
     void convertPixel(ColourBlock& block, std::size_t pixel) const
     {
@@ -192,7 +195,9 @@ public:
     ColourEstimate getEstimate() const
     {
         ColourEstimate estimate{};
-        estimate.certain = static_cast<float>(0.5 - getLargestError());
+        // Seven roundings of 2^-24: factor, offset, product, three sums, and one for all those of
+        // the doubles.
+        estimate.certain = static_cast<float>(0.5 - 7 * 0x1p-24 * largestSum);
         for (std::size_t i = 0; i < 3; ++i) {
             ColourEstimate::Row& row = estimate.rows[i];
             double offset = outOffset;
@@ -209,8 +214,8 @@ public:
     }
 
 private:
-    /// No sum on the way to a result is larger.
-    double getLargestSum() const
+    /// No sum on the way to a result is larger; infinite if that can't be said.
+    double findLargestSum() const
     {
         double largest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
@@ -219,17 +224,12 @@ private:
                 sum += std::fabs(matrix[3 * i + source] * inScales[source] * outScale) *
                        (highest + inOffsets[source]);
             }
-            largest = sum > largest ? sum : largest;
+            if (!(sum <= largest)) {
+                largest = std::isnan(sum) ? INFINITY : sum;
+            }
         }
         return largest;
     }
-
-    /// Seven roundings of 2^-24: factor, offset, product, three sums, and one for those of the
-    /// doubles, which are far smaller.
-    double getLargestError() const { return 7 * 0x1p-24 * getLargestSum(); }
-
-    /// Any matrix may be given; with one of large figures everything is done in doubles.
-    bool hasEstimate() const { return getLargestSum() < HIGHEST_LIMIT; }
 
     const Matrix& matrix;
     quint16 highest;
@@ -238,6 +238,7 @@ private:
     double outScale;
     double outOffset;
     Limits limits;
+    double largestSum = 0;
 };
 
 /// The places of the three components, in the order that they are converted in.
@@ -300,8 +301,7 @@ private:
                 store(component, block.components[i] + at);
             }
         }
-        // The estimate holds up to the highest component, which is all ones.
-        if (bitsOf(bits) <= colours.getHighest()) {
+        if (colours.isEstimate(bitsOf(bits))) {
             run(estimate, block);
         } else {
             std::fill_n(block.doubts, ColourBlock::PIXELS, 1);
