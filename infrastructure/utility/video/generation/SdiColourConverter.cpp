@@ -175,6 +175,7 @@ public:
             inScales[i] =
                 isLuma ? NARROW_LUMA / ofDepth.lumaScale : NARROW_CHROMA / ofDepth.chromaScale;
         }
+        largestSum = findLargestSum();
     }
 
     /// Any matrix may be given; with one of large figures everything is done in doubles.
