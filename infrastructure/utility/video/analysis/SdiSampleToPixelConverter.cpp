@@ -14,6 +14,9 @@ constexpr quint16 NO_ALPHA = 64;
 
 constexpr std::size_t PIXELS_OF_STEP = COUNT;
 
+/// Eight pixels in the order of their words, two in each vector. Behind three words is any fourth.
+using Pixels = std::array<Words, 4>;
+
 /// Eight pixels, component by component. G counts as Y, R as Cr, B as Cb.
 struct Components
 {
@@ -23,32 +26,26 @@ struct Components
     Words a;
 };
 
-// The modes. A step of each makes eight pixels from so many samples of one link.
+template <PixelFormat format>
+Pixels mergePixels(const Components& c)
+{
+    if constexpr (format == PixelFormat_YCbCr) {
+        return merge(c.y, c.cb, c.cr, c.cr);
+    } else {
+        return merge(c.cr, c.y, c.cb, c.a);
+    }
+}
+
+// The modes. A step of each makes eight pixels of a form from the samples of one link or two.
 
 Words tenBits(Words words)
 {
     return words & 0x3FF;
 }
 
-/// The first channel of eight samples, and the second.
-struct Channels
+const quint16* wordsOf(const Sdi20BitSample* samples)
 {
-    explicit Channels(const Sdi20BitSample* samples)
-    {
-        const Words first = load(reinterpret_cast<const quint16*>(samples));
-        const Words second = load(reinterpret_cast<const quint16*>(samples + COUNT / 2));
-        one = tenBits(pick<0, 2, 4, 6, 8, 10, 12, 14>(first, second));
-        two = tenBits(pick<1, 3, 5, 7, 9, 11, 13, 15>(first, second));
-    }
-
-    Words one;
-    Words two;
-};
-
-/// The four words of each of eight pixels: all first ones, all second ones, and so on.
-std::array<Words, 4> fourWords(const Sdi20BitSample* samples)
-{
-    return split<4>(reinterpret_cast<const quint16*>(samples));
+    return reinterpret_cast<const quint16*>(samples);
 }
 
 /// What the even ones hold, for both pixels of a pair.
@@ -67,24 +64,27 @@ struct Mode1
     static constexpr std::size_t SAMPLES_OF_PIXEL = 1;
     static constexpr bool TAKES_RGB = false;
     static constexpr bool IN_PAIRS = true;
-    static Components step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
+    template <PixelFormat format>
+    static Pixels step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
     {
-        const Channels channels(samples);
-        return {channels.one, ofEven(channels.two), ofOdd(channels.two), all(NO_ALPHA)};
+        Pixels pixels;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            // The four words of a pair for each of its pixels: Y0, Cb, Y1, Cr.
+            const quint16* pair = wordsOf(samples) + 4 * i;
+            const Words words = tenBits(loadHalves(pair, pair));
+            if constexpr (format == PixelFormat_YCbCr) {
+                pixels[i] = pick<0, 1, 3, 2, 6, 5, 7, 4>(words);
+            } else {
+                pixels[i] = opaque(pick<3, 0, 1, 2, 7, 6, 5, 4>(words));
+            }
+        }
+        return pixels;
     }
-};
 
-struct ModeII
-{
-    static constexpr std::size_t SAMPLES_OF_PIXEL = 1;
-    static constexpr bool TAKES_RGB = false;
-    static constexpr bool IN_PAIRS = true;
-    static Components step(const Sdi20BitSample* linkA, const Sdi20BitSample* linkB)
+    static Words opaque(Words pixels)
     {
-        const Channels a(linkA);
-        const Channels b(linkB);
-        return {a.one, pick<0, 8, 2, 10, 4, 12, 6, 14>(a.two, b.two),
-                pick<1, 9, 3, 11, 5, 13, 7, 15>(a.two, b.two), b.one};
+        constexpr Words ALPHA = {0, 0, 0, 0xFFFF, 0, 0, 0, 0xFFFF};
+        return (pixels & ~ALPHA) | (all(NO_ALPHA) & ALPHA);
     }
 };
 
@@ -93,11 +93,50 @@ struct Mode2
     static constexpr std::size_t SAMPLES_OF_PIXEL = 2;
     static constexpr bool TAKES_RGB = true;
     static constexpr bool IN_PAIRS = false;
-    static Components step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
+    template <PixelFormat format>
+    static Pixels step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
     {
-        const std::array<Words, 4> words = fourWords(samples);
-        return {tenBits(words[0]), tenBits(words[3]), tenBits(words[2]), tenBits(words[1])};
+        Pixels pixels;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const Words words = tenBits(load(wordsOf(samples) + i * COUNT));
+            if constexpr (format == PixelFormat_YCbCr) {
+                pixels[i] = pick<0, 3, 2, 1, 4, 7, 6, 5>(words);
+            } else {
+                pixels[i] = pick<2, 0, 3, 1, 6, 4, 7, 5>(words);
+            }
+        }
+        return pixels;
     }
+};
+
+struct ModeII
+{
+    static constexpr std::size_t SAMPLES_OF_PIXEL = 1;
+    static constexpr bool TAKES_RGB = false;
+    static constexpr bool IN_PAIRS = true;
+    template <PixelFormat format>
+    static Pixels step(const Sdi20BitSample* linkA, const Sdi20BitSample* linkB)
+    {
+        const Channels a(linkA);
+        const Channels b(linkB);
+        return mergePixels<format>({a.one, pick<0, 8, 2, 10, 4, 12, 6, 14>(a.two, b.two),
+                                    pick<1, 9, 3, 11, 5, 13, 7, 15>(a.two, b.two), b.one});
+    }
+
+    /// The first channel of eight samples, and the second.
+    struct Channels
+    {
+        explicit Channels(const Sdi20BitSample* samples)
+        {
+            const Words first = load(wordsOf(samples));
+            const Words second = load(wordsOf(samples) + COUNT);
+            one = tenBits(pick<0, 2, 4, 6, 8, 10, 12, 14>(first, second));
+            two = tenBits(pick<1, 3, 5, 7, 9, 11, 13, 15>(first, second));
+        }
+
+        Words one;
+        Words two;
+    };
 };
 
 /// Twelve bits of three in each of four words, from bits 8 to 6, upper ones first.
@@ -112,14 +151,15 @@ struct Mode3
     static constexpr std::size_t SAMPLES_OF_PIXEL = 2;
     static constexpr bool TAKES_RGB = true;
     static constexpr bool IN_PAIRS = false;
-    static Components step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
+    template <PixelFormat format>
+    static Pixels step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
     {
-        const std::array<Words, 4> words = fourWords(samples);
+        const std::array<Words, 4> words = split<4>(wordsOf(samples));
         const Words y = (words[0] & 0x38) << 6 | (words[1] & 0x38) << 3 | (words[2] & 0x38) |
                         (words[3] & 0x38) >> 3;
         const Words cb =
             (words[0] & 7) << 9 | (words[1] & 7) << 6 | (words[2] & 7) << 3 | (words[3] & 7);
-        return {y, cb, fromUpperGroups(words), all(NO_ALPHA)};
+        return mergePixels<format>({y, cb, fromUpperGroups(words), all(NO_ALPHA)});
     }
 };
 
@@ -128,25 +168,23 @@ struct Mode4
     static constexpr std::size_t SAMPLES_OF_PIXEL = 2;
     static constexpr bool TAKES_RGB = false;
     static constexpr bool IN_PAIRS = true;
-    static Components step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
+    template <PixelFormat format>
+    static Pixels step(const Sdi20BitSample* samples, const Sdi20BitSample* /*linkB*/)
     {
-        const std::array<Words, 4> words = fourWords(samples);
+        const std::array<Words, 4> words = split<4>(wordsOf(samples));
         const Words y = (words[0] & 0x3F) << 6 | (words[2] & 0x3F);
         const Words colour = (words[1] & 0x3F) << 6 | (words[3] & 0x3F);
-        return {y, ofEven(colour), ofOdd(colour), fromUpperGroups(words)};
+        return mergePixels<format>({y, ofEven(colour), ofOdd(colour), fromUpperGroups(words)});
     }
 };
 
-/// Eight pixels of a form to its words in memory.
 template <PixelFormat format>
-void storePixels(const Components& c, quint16* words)
+void storePixels(const Pixels& pixels, quint16* words)
 {
-    if constexpr (format == PixelFormat_YCbCr) {
-        storeThree(merge(c.y, c.cb, c.cr, c.cr), words);
-    } else if constexpr (format == PixelFormat_RGB) {
-        storeThree(merge(c.cr, c.y, c.cb, c.cb), words);
+    if constexpr (getWordsOfPixel(format) == 3) {
+        storeThree(pixels, words);
     } else {
-        storeFour(merge(c.cr, c.y, c.cb, c.a), words);
+        storeFour(pixels, words);
     }
 }
 
@@ -157,7 +195,7 @@ void convertRun(const Sdi20BitSample* linkA, const Sdi20BitSample* linkB, quint1
     constexpr std::size_t WORDS_OF_PIXEL = getWordsOfPixel(format);
     constexpr std::size_t SAMPLES_OF_STEP = PIXELS_OF_STEP * Mode::SAMPLES_OF_PIXEL;
     for (; count >= PIXELS_OF_STEP; count -= PIXELS_OF_STEP) {
-        storePixels<format>(Mode::step(linkA, linkB), pixels);
+        storePixels<format>(Mode::template step<format>(linkA, linkB), pixels);
         linkA += SAMPLES_OF_STEP;
         linkB += linkB != nullptr ? SAMPLES_OF_STEP : 0;
         pixels += PIXELS_OF_STEP * WORDS_OF_PIXEL;
@@ -168,7 +206,7 @@ void convertRun(const Sdi20BitSample* linkA, const Sdi20BitSample* linkB, quint1
         std::copy_n(linkA, samples, last[0]);
         std::copy_n(linkB, linkB != nullptr ? samples : 0, last[1]);
         quint16 words[PIXELS_OF_STEP * WORDS_OF_PIXEL];
-        storePixels<format>(Mode::step(last[0], last[1]), words);
+        storePixels<format>(Mode::template step<format>(last[0], last[1]), words);
         std::copy_n(words, count * WORDS_OF_PIXEL, pixels);
     }
 }
