@@ -2,7 +2,10 @@
 
 #include "infrastructure/utility/video/analysis/SdiSampleToPixelConverter.h"
 
+#include <QtEndian>
+
 #include <algorithm>
+#include <cstring>
 
 using namespace Tessorn::Sdi;
 using namespace Tessorn::Sdi::PayloadId;
@@ -15,15 +18,16 @@ namespace {
 /// Pixels that are converted together.
 constexpr std::size_t CHUNK = 256;
 
-/// So many samples of the store, `stride` words apart.
-void unpack(const quint32* words, std::size_t count, std::size_t stride, Sdi20BitSample* samples)
+/// So many samples of the store, `stride` words apart. A sample is written as one number, which
+/// compilers vectorise.
+template <std::size_t stride>
+void unpack(const quint32* words, std::size_t count, Sdi20BitSample* samples)
 {
-    if (stride == 1) {
-        std::transform(words, words + count, samples, Sdi20BitSample::fromStoreWord);
-        return;
-    }
+    constexpr int FIRST = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 0 : 16;
     for (std::size_t i = 0; i < count; ++i) {
-        samples[i] = Sdi20BitSample::fromStoreWord(words[i * stride]);
+        const quint32 word = words[i * stride];
+        const quint32 sample = (word & 0x3FF) << FIRST | (word >> 10 & 0x3FF) << (16 - FIRST);
+        std::memcpy(static_cast<void*>(samples + i), &sample, sizeof sample);
     }
 }
 
@@ -189,12 +193,12 @@ bool PictureReader::readLine(const Frame& frame, quint32 picture, quint32 line,
     for (std::size_t i = 0; i < pieceCount; ++i) {
         const Piece& piece = pieces[i];
         quint16* const target = pixels.words + i * step * wordsOfPixel;
+        const auto unpackRun = piece.stride == 1 ? unpack<1> : unpack<2>;
+        Sdi20BitSample unpacked[2 * CHUNK];
         for (std::size_t done = 0; done < length; done += CHUNK) {
             const std::size_t count = std::min(CHUNK, length - done);
             const std::size_t samples = count * mapping.samplesAPixel;
-            Sdi20BitSample unpacked[2 * CHUNK];
-            unpack(piece.words + done * mapping.samplesAPixel * piece.stride, samples, piece.stride,
-                   unpacked);
+            unpackRun(piece.words + done * mapping.samplesAPixel * piece.stride, samples, unpacked);
             PixelSpan part = pixels;
             part.count = count;
             if (isInPairs) {

@@ -55,17 +55,25 @@ Samples samplesOf(const Line& pixels, quint32 mode)
     }
 }
 
-/// A frame whose words the test owns.
+/// A frame in words of the test, which may hold anything.
 struct Store
 {
-    explicit Store(const Standard& standard)
+    Store(const Standard& standard, std::vector<quint32>& words)
         : metrics(standard.getTransmissionMetrics())
     {
+        std::size_t size = 0;
         for (const auto& field : metrics) {
-            words.emplace_back();
+            size += field.size() * field.at(0).getTotalSamples();
+        }
+        words.resize(std::max(words.size(), size), 0xFFFDEAD5);
+        quint32* next = words.data();
+        for (const auto& field : metrics) {
+            starts.emplace_back();
+            frame.emplace_back();
             for (const FieldMetrics& image : field) {
-                // Not a word of a picture, with bits above the ten.
-                words.back().emplace_back(image.getTotalSamples(), 0xFFFDEAD5);
+                starts.back().push_back(next);
+                frame.back().emplace_back(next, image.getTotalSamples());
+                next += image.getTotalSamples();
             }
         }
     }
@@ -73,25 +81,20 @@ struct Store
     /// The word of an interface's line and sample, in the field that has that line.
     quint32& at(std::size_t image, qint32 line, qint32 sample)
     {
-        const bool isSecond =
-            metrics.size() > 1 && quint32(line) >= metrics[1].at(0).getFirstLineNumber();
-        const FieldMetrics& field = metrics[isSecond ? 1 : 0].at(image);
-        const auto place = field.toSampleLocation({quint32(sample), quint32(line)});
-        const quint32 row = place.lineIndex - field.getWholeFieldRegion().getFirstLineIndex();
-        return words[isSecond ? 1 : 0][image].at(row * field.getWidth() + place.sampleIndex);
-    }
-
-    PictureReader::Frame frame() const
-    {
-        PictureReader::Frame spans;
-        for (const auto& field : words) {
-            spans.emplace_back(field.begin(), field.end());
+        const std::size_t field =
+            metrics.size() > 1 && quint32(line) >= metrics[1].at(0).getFirstLineNumber() ? 1 : 0;
+        const FieldMetrics& layout = metrics[field].at(image);
+        const auto place = layout.toSampleLocation({quint32(sample), quint32(line)});
+        if (!layout.contains(place)) {
+            FAIL("line " << line << ", sample " << sample << " is not in the field");
         }
-        return spans;
+        const quint32 row = place.lineIndex - layout.getWholeFieldRegion().getFirstLineIndex();
+        return starts[field][image][row * layout.getWidth() + place.sampleIndex];
     }
 
     Standard::TransmissionMetrics metrics;
-    std::vector<std::vector<std::vector<quint32>>> words;
+    std::vector<std::vector<quint32*>> starts;
+    PictureReader::Frame frame;
 };
 
 /// Puts a line of a picture where the cursor has its pixels, or SMPTE ST 372 for two links. Gives
@@ -149,11 +152,11 @@ Line readLine(const PictureReader& reader, const Store& store, quint32 picture, 
     const auto width = static_cast<std::size_t>(reader.getSize().width());
     if (isYCbCr(reader.getFormat())) {
         Line line(width);
-        CHECK(reader.readLine(store.frame(), picture, y, {line.data(), width}));
+        CHECK(reader.readLine(store.frame, picture, y, {line.data(), width}));
         return line;
     }
     std::vector<PixelDataARGB> line(width);
-    CHECK(reader.readLine(store.frame(), picture, y, {line.data(), width}));
+    CHECK(reader.readLine(store.frame, picture, y, {line.data(), width}));
     Line pixels;
     for (const PixelDataARGB& pixel : line) {
         pixels.push_back({pixel.r, pixel.g, pixel.b, pixel.a});
@@ -194,6 +197,7 @@ TEST_CASE("Lines of every kind of standard are read where the cursor puts them",
     }
     const LogCapture log;
     CHECK(shapes.size() > 60);
+    std::vector<quint32> words;
     for (const auto& shape : shapes) {
         const Standard& standard = *shape.second;
         const PictureReader reader(standard);
@@ -202,7 +206,7 @@ TEST_CASE("Lines of every kind of standard are read where the cursor puts them",
         const auto width = static_cast<std::size_t>(reader.getSize().width());
         const auto height = static_cast<quint32>(reader.getSize().height());
         const bool is12Bits = is12Bit(BitDepth(standard.getBitDepth()));
-        Store store(standard);
+        Store store(standard, words);
         std::map<std::pair<quint32, quint32>, Line> expected;
         for (quint32 picture = 0; picture < reader.getPictureCount(); ++picture) {
             for (const quint32 y : {0u, 1u, height / 2 - 1, height / 2, height - 1}) {
@@ -247,7 +251,8 @@ TEST_CASE("A whole picture is read, in the form that its samples have", "[cursor
 
     const Standard& standard = standardCalled("1920x1080p50 YCbCr:422:10 3G B Rec.709");
     const PictureReader reader(standard);
-    Store store(standard);
+    std::vector<quint32> words;
+    Store store(standard, words);
     Line expected;
     for (quint32 y = 0; y < 1080; ++y) {
         const Line line = writeLine(standard, store, 1, y, randomLine(1920, y, false));
@@ -255,7 +260,7 @@ TEST_CASE("A whole picture is read, in the form that its samples have", "[cursor
     }
     Line pixels(1920 * 1080);
     const PictureBuffer buffer{PixelFormat_AYCrCb, 1920, 1080, &pixels[0].cr};
-    REQUIRE(reader.readPicture(store.frame(), 1, buffer));
+    REQUIRE(reader.readPicture(store.frame, 1, buffer));
     CHECK((pixels == expected));
 }
 
@@ -263,8 +268,9 @@ TEST_CASE("A line that is not there, or does not fit, is not read", "[cursor]")
 {
     const Standard& standard = standardCalled("3840x2160p25 YCbCr:422:10 6G 2-SI Rec.709");
     const PictureReader reader(standard);
-    const Store store(standard);
-    const PictureReader::Frame frame = store.frame();
+    std::vector<quint32> words;
+    const Store store(standard, words);
+    const PictureReader::Frame& frame = store.frame;
     Line line(3841);
     CHECK(reader.readLine(frame, 0, 2159, {line.data(), 3840}));
     CHECK_FALSE(reader.readLine(frame, 0, 2160, {line.data(), 3840}));
