@@ -144,7 +144,7 @@ PictureReader::Piece PictureReader::findPiece(const Frame& frame, quint32 pictur
     if (isOnTwoLinks) {
         field = picture;
         image = line % 2;
-        number = metrics.at(field).at(image).getFirstActiveLineNumber() + line / 2;
+        number = metrics[field].at(0).getFirstActiveLineNumber() + line / 2;
     } else {
         const auto source = raster->toSource({qint64(line) + 1, pixel, 0});
         number = static_cast<quint64>(picture == 0 ? source.line : source.lineInOtherLevelBLink);
@@ -155,15 +155,17 @@ PictureReader::Piece PictureReader::findPiece(const Frame& frame, quint32 pictur
         }
     }
     const std::size_t stride = isLineInterleaved ? 2 : 1;
-    const FieldMetrics& layout = metrics[field].at(image);
-    const quint64 first = (number - layout.getFirstLineNumber()) * layout.getWidth() +
-                          (layout.getWidth() - layout.getActiveWidth()) + sample;
-    if (number < layout.getFirstLineNumber() || field >= frame.size() ||
-        image >= frame[field].size() || frame[field][image].words == nullptr ||
-        first + (samples - 1) * stride >= frame[field][image].count) {
+    if (field >= frame.size() || image >= frame[field].size()) {
         return {nullptr, stride};
     }
-    return {frame[field][image].words + first, stride};
+    // All sub-images are laid out alike.
+    const FieldMetrics& layout = metrics[field].at(0);
+    const StoreWords& store = frame[field][image];
+    const quint64 first = (number - layout.getFirstLineNumber()) * layout.getWidth() +
+                          (layout.getWidth() - layout.getActiveWidth()) + sample;
+    const bool isThere = store.words != nullptr && number >= layout.getFirstLineNumber() &&
+                         first + (samples - 1) * stride < store.count;
+    return {isThere ? store.words + first : nullptr, stride};
 }
 
 bool PictureReader::readLine(const Frame& frame, quint32 picture, quint32 line,

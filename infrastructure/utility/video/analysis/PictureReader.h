@@ -41,6 +41,7 @@ struct StoreWords
 class PictureReader
 {
 public:
+    /// For each field, the words of each sub-image or link.
     using Frame = std::vector<std::vector<StoreWords>>;
 
     /// Asks the standard once; it need not outlive the call.

@@ -2,6 +2,7 @@
 
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
+#include "infrastructure/utility/video/VideoStandardFactory.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -316,4 +317,36 @@ TEST_CASE("A line that is not there, or does not fit, is not read", "[cursor]")
     CHECK_FALSE(nothing.getReasonWithoutPicture().empty());
     CHECK_FALSE(nothing.readLine(frame, 0, 0, {line.data(), 0}));
     CHECK_FALSE(nothing.readPicture(frame, 0, {PixelFormat_YCbCr, 0, 0, &pixels[0].y}));
+}
+
+TEST_CASE("Pictures of any payload identifier are read without leaving the frame", "[cursor]")
+{
+    // Bytes 0 of interfaces.
+    constexpr quint32 INTERFACES[] = {0x84, 0x85, 0x87, 0x88, 0x89, 0x8A, 0x97,
+                                      0x98, 0xC0, 0xC2, 0xCB, 0xCE, 0xD1};
+    std::mt19937 random(1);
+    std::vector<PixelDataAYCrCb> line(8192);
+    std::size_t readable = 0;
+    for (int i = 0; i < 4000; ++i) {
+        const quint32 word =
+            INTERFACES[random() % std::size(INTERFACES)] << 24 | quint32(random() & 0xFFFFFF);
+        const auto standard = createVideoStandard(word, random() % 2 == 0);
+        if (standard == nullptr) {
+            continue;
+        }
+        CAPTURE(word);
+        const PictureReader reader(*standard);
+        const std::vector<quint32> words(reader.getSize().isEmpty() ? 0 : random() % 100000, word);
+        const PictureReader::Frame frame(2, {words, words, words, words});
+        const auto height = static_cast<quint32>(reader.getSize().height());
+        PixelSpan pixels(line.data(), std::size_t(reader.getSize().width()));
+        pixels.format = reader.getFormat();
+        for (quint32 picture = 0; picture < 3; ++picture) {
+            CHECK_FALSE(reader.readLine(frame, picture, height, pixels));
+            for (const quint32 y : {0u, 1u, height / 2, height - 1}) {
+                readable += reader.readLine(frame, picture, y, pixels) ? 1 : 0;
+            }
+        }
+    }
+    CHECK(readable > 100);
 }
