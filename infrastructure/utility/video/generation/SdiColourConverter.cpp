@@ -164,7 +164,7 @@ public:
         , highest(ofDepth.highest)
     {
         const bool isFull = range == RgbRange_Full;
-        const double unit = (highest + 1) / 1024;
+        const double unit = highest == FULL_RANGE ? 1 : 4;
         outScale = isFull ? highest / FULL_RANGE : unit * NARROW_LUMA / FULL_RANGE;
         outOffset = isFull ? 0 : unit * NARROW_BLACK;
         limits =

@@ -249,6 +249,8 @@ TEST_CASE("A whole picture is read, in the form that its samples have", "[cursor
         CHECK(reader.getFormat() == format);
         CHECK(reader.getPictureCount() == pictures);
     }
+    // X'Y'Z' on 3 Gb/s is not listed.
+    CHECK(PictureReader(*createVideoStandard(0x89C58E02)).getFormat() == PixelFormat_RGB);
 
     const Standard& standard = standardCalled("1920x1080p50 YCbCr:422:10 3G B Rec.709");
     const PictureReader reader(standard);
