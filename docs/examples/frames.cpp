@@ -19,6 +19,15 @@ int main()
     SdiColourConverter::convertRgbToYCbCr(&red, 1, Sdi::PayloadId::Colourimetry_Rec709,
                                           Sdi::PayloadId::BitDepth_10, pixel);
     std::printf("Y %d Cb %d Cr %d\n", pixel[0].y, pixel[0].cb, pixel[0].cr);
+
+    // The same pixel for an image of 16 bits.
+    Types::PixelDataARGB shown;
+    SdiColourConverter::convertToRgba64(
+        {pixel.data(), pixel.size()},
+        SdiColourConverter::getInverseMatrix(Sdi::PayloadId::Colourimetry_Rec709),
+        Sdi::PayloadId::BitDepth_10, &shown);
+    std::printf("R %d G %d B %d\n", shown.r, shown.g, shown.b);
+
     FrameOperations::Frame luma(metrics.getTotalSamples(), pixel[0].y);
 
     FrameOperations::writeTimingReferences(luma, metrics, 0x2D8, 0x2AC); // of the first line

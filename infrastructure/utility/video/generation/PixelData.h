@@ -29,6 +29,20 @@ constexpr bool isYCbCr(PixelFormat format)
     return format == PixelFormat_AYCrCb || format == PixelFormat_YCbCr;
 }
 
+/// Words of a pixel of this form; 0 for a number that is none.
+constexpr std::size_t getWordsOfPixel(PixelFormat format)
+{
+    switch (format) {
+    case PixelFormat_ARGB:
+    case PixelFormat_AYCrCb:
+        return 4;
+    case PixelFormat_RGB:
+    case PixelFormat_YCbCr:
+        return 3;
+    }
+    return 0;
+}
+
 /// Red, green and blue with alpha, in this order of words.
 struct PixelDataARGB
 {
@@ -109,6 +123,31 @@ struct PixelRun
 
     PixelFormat format;
     const quint16* words;
+    std::size_t count; ///< pixels
+};
+
+/// The same to write to.
+struct PixelSpan
+{
+    /// The pixels of an array. `Pixel` is one of the four structures.
+    template <typename Pixel>
+    PixelSpan(Pixel* pixels, std::size_t pixelCount)
+        : format(Pixel::FORMAT)
+        , words(reinterpret_cast<quint16*>(pixels))
+        , count(pixelCount)
+    {
+    }
+
+    /// The pixels of a picture, line after line.
+    PixelSpan(const PictureBuffer& picture)
+        : format(picture.format)
+        , words(picture.words)
+        , count(picture.getPixelCount())
+    {
+    }
+
+    PixelFormat format;
+    quint16* words;
     std::size_t count; ///< pixels
 };
 

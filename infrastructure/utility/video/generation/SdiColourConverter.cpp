@@ -19,6 +19,7 @@ namespace {
 using Matrix = SdiColourConverter::Matrix;
 
 constexpr quint16 ALPHA_OF_PIXELS_WITHOUT = 64;
+constexpr quint16 OPAQUE = 65535;
 /// No estimate comes close to it.
 constexpr quint16 HIGHEST_LIMIT = 32767;
 
@@ -55,31 +56,11 @@ constexpr DepthRule DEPTH_RULES[] = {
 constexpr double INPUT_BLACK = 16.0;
 constexpr double INPUT_RANGE_INVERSE = 0.0045662100456621;
 
-struct Row
-{
-    Colourimetry colourimetry;
-    const Matrix* toYCbCr;
-    const Matrix* toRgb;
-};
-
-constexpr Row MATRICES[] = {
-    {Colourimetry_Rec709, &SdiColourConverter::RGB_TO_YCRCB_REC709,
-     &SdiColourConverter::YCBCR_TO_RGB_REC709},
-    {Colourimetry_Uhdtv, &SdiColourConverter::RGB_TO_YCRCB_REC2020, nullptr},
-    {Colourimetry_Rec601, &SdiColourConverter::RGB_TO_YCRCB_REC601,
-     &SdiColourConverter::YCBCR_TO_RGB_REC601},
-};
-
-const Matrix& matrixFor(Colourimetry colourimetry, const Matrix* Row::*direction)
-{
-    for (const Row& row : MATRICES) {
-        if (row.colourimetry == colourimetry && row.*direction != nullptr) {
-            return *(row.*direction);
-        }
-    }
-    VELLOG_ERR() << "Unsupported Colourimetry for colour conversion.";
-    return SdiColourConverter::NO_CONVERSION;
-}
+// What the matrices to R'G'B' count in, whatever the depth.
+constexpr double NARROW_BLACK = 64;
+constexpr double NARROW_LUMA = 876;
+constexpr double NARROW_CHROMA = 896;
+constexpr double FULL_RANGE = 1023;
 
 const DepthRule* ruleFor(BitDepth depth)
 {
@@ -96,8 +77,15 @@ const DepthRule* ruleFor(BitDepth depth)
 
 quint16 saturate(double value, Limits limits)
 {
-    const auto word = static_cast<quint16>(std::clamp(value, 0.0, 65535.0));
+    // What is not a number is black.
+    const auto word = static_cast<quint16>(value > 0 ? std::min(value, 65535.0) : 0);
     return std::clamp(word, limits.low, limits.high);
+}
+
+double applyRow(const Matrix& matrix, std::size_t row, const double (&in)[3])
+{
+    const double* m = &matrix[3 * row];
+    return in[0] * m[0] + in[1] * m[1] + in[2] * m[2];
 }
 
 quint16 lumaWord(double value, const DepthRule& rule)
@@ -113,176 +101,237 @@ quint16 chromaWord(double value, const DepthRule& rule)
                     rule.chroma);
 }
 
-void convertPixel(const Matrix& matrix, const DepthRule& rule, ColourBlock& block,
-                  std::size_t pixel)
+/// R'G'B' to Y'CbCr: the definition in doubles, a pixel at a time, and its estimate.
+class ToYCbCr
 {
-    double in[3];
-    for (std::size_t i = 0; i < 3; ++i) {
-        in[i] = (block.components[i][pixel] * rule.inputScale - INPUT_BLACK) * INPUT_RANGE_INVERSE;
+public:
+    ToYCbCr(const Matrix& ofColours, const DepthRule& ofDepth)
+        : matrix(ofColours)
+        , rule(ofDepth)
+    {
     }
-    const auto out = [&](std::size_t row) {
-        const double* m = &matrix[3 * row];
-        return in[0] * m[0] + in[1] * m[1] + in[2] * m[2];
-    };
-    block.results[0][pixel] = lumaWord(out(0), rule);
-    block.results[1][pixel] = chromaWord(out(1), rule);
-    block.results[2][pixel] = chromaWord(out(2), rule);
-}
 
-ColourEstimate estimateFor(const Matrix& matrix, const DepthRule& rule)
-{
-    ColourEstimate estimate{};
-    estimate.certain = 0.5f - rule.guard;
-    for (std::size_t i = 0; i < 3; ++i) {
-        const bool isLuma = i == 0;
-        const Limits limits = isLuma ? rule.luma : rule.chroma;
-        const double scale = (isLuma ? rule.lumaScale : rule.chromaScale) * INPUT_RANGE_INVERSE;
-        double offset = isLuma ? rule.lumaOffset : rule.chromaOffset;
-        ColourEstimate::Row& row = estimate.rows[i];
-        for (std::size_t source = 0; source < 3; ++source) {
-            const double factor = matrix[3 * i + source] * scale;
-            row.factors[source] = static_cast<float>(factor * rule.inputScale);
-            offset -= factor * INPUT_BLACK;
+    /// The estimate holds up to the highest component, which is all ones. `bits` are those of all
+    /// components.
+    bool isEstimate(quint16 bits) const { return bits <= rule.highest; }
+
+    void convertPixel(ColourBlock& block, std::size_t pixel) const
+    {
+        double in[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            in[i] =
+                (block.components[i][pixel] * rule.inputScale - INPUT_BLACK) * INPUT_RANGE_INVERSE;
         }
-        row.offset = static_cast<float>(offset);
-        row.low = static_cast<qint16>(limits.low);
-        row.high = static_cast<qint16>(std::min(limits.high, HIGHEST_LIMIT));
+        block.results[0][pixel] = lumaWord(applyRow(matrix, 0, in), rule);
+        block.results[1][pixel] = chromaWord(applyRow(matrix, 1, in), rule);
+        block.results[2][pixel] = chromaWord(applyRow(matrix, 2, in), rule);
     }
-    return estimate;
-}
 
-/// The bits of all eight words.
-quint16 bitsOf(Words words)
-{
-    quint64 halves[2];
-    store(words, halves);
-    quint64 bits = halves[0] | halves[1];
-    bits |= bits >> 32;
-    return static_cast<quint16>(bits | bits >> 16);
-}
-
-// Moving the words of pixels into and out of a block, eight pixels at a time.
-
-/// A perfect shuffle: the second half of the words goes between the words of the first.
-void shuffle(std::array<Words, 3>& v)
-{
-    v = {pick<0, 12, 1, 13, 2, 14, 3, 15>(v[0], v[1]), pick<4, 8, 5, 9, 6, 10, 7, 11>(v[0], v[2]),
-         pick<0, 12, 1, 13, 2, 14, 3, 15>(v[1], v[2])};
-}
-
-void shuffle(std::array<Words, 4>& v)
-{
-    v = {pick<0, 8, 1, 9, 2, 10, 3, 11>(v[0], v[2]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[0], v[2]),
-         pick<0, 8, 1, 9, 2, 10, 3, 11>(v[1], v[3]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[1], v[3])};
-}
-
-/// Three shuffles bring eight pixels of three words, or of four, into the order of components.
-template <std::size_t wordsOfPixel>
-std::array<Words, wordsOfPixel> split(const quint16* words)
-{
-    std::array<Words, wordsOfPixel> v = {};
-    for (std::size_t i = 0; i < wordsOfPixel; ++i) {
-        v[i] = load(words + i * COUNT);
+    ColourEstimate getEstimate() const
+    {
+        ColourEstimate estimate{};
+        estimate.certain = 0.5f - rule.guard;
+        for (std::size_t i = 0; i < 3; ++i) {
+            const bool isLuma = i == 0;
+            const Limits limits = isLuma ? rule.luma : rule.chroma;
+            const double scale = (isLuma ? rule.lumaScale : rule.chromaScale) * INPUT_RANGE_INVERSE;
+            double offset = isLuma ? rule.lumaOffset : rule.chromaOffset;
+            ColourEstimate::Row& row = estimate.rows[i];
+            for (std::size_t source = 0; source < 3; ++source) {
+                const double factor = matrix[3 * i + source] * scale;
+                row.factors[source] = static_cast<float>(factor * rule.inputScale);
+                offset -= factor * INPUT_BLACK;
+            }
+            row.offset = static_cast<float>(offset);
+            row.low = static_cast<qint16>(limits.low);
+            row.high = static_cast<qint16>(std::min(limits.high, HIGHEST_LIMIT));
+        }
+        return estimate;
     }
-    for (int round = 0; round < 3; ++round) {
-        shuffle(v);
+
+private:
+    const Matrix& matrix;
+    const DepthRule& rule;
+};
+
+/// Three components to R'G'B' of full or narrow range, likewise.
+class ToRgb
+{
+public:
+    /// `isRgb` says that all three components have the range of luma.
+    ToRgb(const Matrix& ofColours, const DepthRule& ofDepth, RgbRange range, bool isRgb)
+        : matrix(ofColours)
+        , highest(ofDepth.highest)
+    {
+        const bool isFull = range == RgbRange_Full;
+        const double unit = highest == FULL_RANGE ? 1 : 4;
+        outScale = isFull ? highest / FULL_RANGE : unit * NARROW_LUMA / FULL_RANGE;
+        outOffset = isFull ? 0 : unit * NARROW_BLACK;
+        limits =
+            isFull ? Limits{0, highest} : Limits{quint16(4 * unit), quint16(highest - 4 * unit)};
+        for (std::size_t i = 0; i < 3; ++i) {
+            const bool isLuma = isRgb || i == 0;
+            inOffsets[i] = isLuma ? ofDepth.lumaOffset : ofDepth.chromaOffset;
+            inScales[i] =
+                isLuma ? NARROW_LUMA / ofDepth.lumaScale : NARROW_CHROMA / ofDepth.chromaScale;
+        }
+        largestSum = findLargestSum();
     }
-    return v;
-}
 
-/// Two shuffles bring four components into the order of pixels.
-std::array<Words, 4> merge(Words a, Words b, Words c, Words d)
-{
-    std::array<Words, 4> v = {a, b, c, d};
-    shuffle(v);
-    shuffle(v);
-    return v;
-}
+    /// Any matrix may be given; with one of large figures everything is done in doubles.
+    bool isEstimate(quint16 bits) const { return bits <= highest && largestSum < HIGHEST_LIMIT; }
 
-/// The first three words of each pixel. Each is written with the word after it, which the next
-/// pixel overwrites; the last pixel is written without it.
-void storeThree(const std::array<Words, 4>& pixels, quint16* words)
-{
-    quint16 last[4];
-    storeHalves(pixels[0], words, words + 3);
-    storeHalves(pixels[1], words + 6, words + 9);
-    storeHalves(pixels[2], words + 12, words + 15);
-    storeHalves(pixels[3], words + 18, last);
-    std::copy_n(last, 3, words + 21);
-}
-
-void storeFour(const std::array<Words, 4>& pixels, quint16* words)
-{
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        store(pixels[i], words + i * COUNT);
+    void convertPixel(ColourBlock& block, std::size_t pixel) const
+    {
+        double in[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            in[i] = (block.components[i][pixel] - inOffsets[i]) * inScales[i];
+        }
+        for (std::size_t i = 0; i < 3; ++i) {
+            block.results[i][pixel] =
+                saturate(applyRow(matrix, i, in) * outScale + (outOffset + 0.5), limits);
+        }
     }
-}
 
-/// A conversion of runs of pixels of three or four words. The fourth word stays as it is, or
-/// becomes 64.
-template <std::size_t wordsOfPixel>
+    ColourEstimate getEstimate() const
+    {
+        ColourEstimate estimate{};
+        // Seven roundings of 2^-24: factor, offset, product, three sums, and one for all those of
+        // the doubles.
+        estimate.certain = static_cast<float>(0.5 - 7 * 0x1p-24 * largestSum);
+        for (std::size_t i = 0; i < 3; ++i) {
+            ColourEstimate::Row& row = estimate.rows[i];
+            double offset = outOffset;
+            for (std::size_t source = 0; source < 3; ++source) {
+                const double factor = matrix[3 * i + source] * inScales[source] * outScale;
+                row.factors[source] = static_cast<float>(factor);
+                offset -= factor * inOffsets[source];
+            }
+            row.offset = static_cast<float>(offset);
+            row.low = static_cast<qint16>(limits.low);
+            row.high = static_cast<qint16>(limits.high);
+        }
+        return estimate;
+    }
+
+private:
+    /// No sum on the way to a result is larger; infinite if that can't be said.
+    double findLargestSum() const
+    {
+        double largest = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            double sum = outOffset;
+            for (std::size_t source = 0; source < 3; ++source) {
+                sum += std::fabs(matrix[3 * i + source] * inScales[source] * outScale) *
+                       (highest + inOffsets[source]);
+            }
+            if (!(sum <= largest)) {
+                largest = std::isnan(sum) ? INFINITY : sum;
+            }
+        }
+        return largest;
+    }
+
+    const Matrix& matrix;
+    quint16 highest;
+    double inOffsets[3];
+    double inScales[3];
+    double outScale;
+    double outOffset;
+    Limits limits;
+    double largestSum = 0;
+};
+
+/// The places of the three components, in the order that they are converted in.
+template <PixelFormat format>
+constexpr std::array<std::size_t, 3> PLACES = {0, 1, 2};
+template <>
+constexpr std::array<std::size_t, 3> PLACES<PixelFormat_AYCrCb> = {1, 2, 0};
+
+/// What happens to the words around the conversion.
+struct Handling
+{
+    quint16 unusedBits = 0; ///< below a component
+    bool keepsFourth = false;
+    quint16 fourth = ALPHA_OF_PIXELS_WITHOUT; ///< if it is not kept
+    quint16 bitsToWiden = 0;                  ///< results of so many bits are brought to 16
+};
+
+/// A conversion of runs of pixels of one form to another.
+template <typename Colours, PixelFormat from, PixelFormat to>
 class Conversion
 {
 public:
-    Conversion(const Matrix& ofColours, const DepthRule& ofDepth, quint16 unusedBits,
-               bool keepsFourth)
-        : matrix(ofColours)
-        , rule(ofDepth)
-        , estimate(estimateFor(ofColours, ofDepth))
-        , shift(unusedBits)
-        , hasAlpha(keepsFourth)
+    Conversion(const Colours& colourConversion, const Handling& ofWords)
+        : colours(colourConversion)
+        , estimate(colourConversion.getEstimate())
+        , handling(ofWords)
     {
     }
 
-    /// `to` may be the same as `from`.
-    void convert(const quint16* from, std::size_t pixels, quint16* to) const
+    /// `target` may be the same as `source` if their pixels are equally long.
+    void convert(const quint16* source, std::size_t pixels, quint16* target) const
     {
-        constexpr std::size_t BLOCK_WORDS = ColourBlock::PIXELS * wordsOfPixel;
         for (; pixels >= ColourBlock::PIXELS; pixels -= ColourBlock::PIXELS) {
-            convertBlock(from, to);
-            from += BLOCK_WORDS;
-            to += BLOCK_WORDS;
+            convertBlock(source, target);
+            source += ColourBlock::PIXELS * FROM_WORDS;
+            target += ColourBlock::PIXELS * TO_WORDS;
         }
         if (pixels > 0) {
-            quint16 last[BLOCK_WORDS] = {};
-            std::copy_n(from, pixels * wordsOfPixel, last);
-            convertBlock(last, last);
-            std::copy_n(last, pixels * wordsOfPixel, to);
+            quint16 last[ColourBlock::PIXELS * std::max(FROM_WORDS, TO_WORDS)] = {};
+            std::copy_n(source, pixels * FROM_WORDS, last);
+            quint16 lastResults[ColourBlock::PIXELS * TO_WORDS];
+            convertBlock(last, lastResults);
+            std::copy_n(lastResults, pixels * TO_WORDS, target);
         }
     }
 
 private:
-    void convertBlock(const quint16* from, quint16* to) const
+    static constexpr std::size_t FROM_WORDS = getWordsOfPixel(from);
+    static constexpr std::size_t TO_WORDS = getWordsOfPixel(to);
+
+    void convertBlock(const quint16* source, quint16* target) const
     {
         ColourBlock block;
         Words bits = {};
         for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
-            const auto v = split<wordsOfPixel>(from + at * wordsOfPixel);
+            const auto v = split<FROM_WORDS>(source + at * FROM_WORDS);
             for (std::size_t i = 0; i < 3; ++i) {
-                const Words component = v[i] >> shift;
+                const Words component = v[PLACES<from>[i]] >> handling.unusedBits;
                 bits |= component;
                 store(component, block.components[i] + at);
             }
         }
-        // The estimate holds up to the highest component, which is all ones.
-        if (bitsOf(bits) <= rule.highest) {
+        if (colours.isEstimate(bitsOf(bits))) {
             run(estimate, block);
         } else {
             std::fill_n(block.doubts, ColourBlock::PIXELS, 1);
         }
         settleDoubts(block);
         for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
-            const Words y = load(block.results[0] + at);
-            const Words cb = load(block.results[1] + at);
-            const Words cr = load(block.results[2] + at);
-            if constexpr (wordsOfPixel == 3) {
-                storeThree(merge(y, cb, cr, cr), to + at * wordsOfPixel);
+            std::array<Words, 4> v = {};
+            for (std::size_t i = 0; i < 3; ++i) {
+                v[PLACES<to>[i]] = widened(load(block.results[i] + at));
+            }
+            if constexpr (TO_WORDS == 3) {
+                storeThree(merge(v[0], v[1], v[2], v[2]), target + at * TO_WORDS);
             } else {
-                const Words alpha =
-                    hasAlpha ? split<4>(from + at * wordsOfPixel)[3] : all(ALPHA_OF_PIXELS_WITHOUT);
-                storeFour(merge(cr, y, cb, alpha), to + at * wordsOfPixel);
+                Words fourth = all(handling.fourth);
+                if constexpr (FROM_WORDS == 4) {
+                    if (handling.keepsFourth) {
+                        fourth = split<4>(source + at * FROM_WORDS)[3];
+                    }
+                }
+                storeFour(merge(v[0], v[1], v[2], fourth), target + at * TO_WORDS);
             }
         }
+    }
+
+    /// The upper bits again below the lower ones, so that all ones stay all ones.
+    Words widened(Words results) const
+    {
+        const quint16 bits = handling.bitsToWiden;
+        return bits == 0 ? results : results << (16 - bits) | results >> (2 * bits - 16);
     }
 
     void settleDoubts(ColourBlock& block) const
@@ -293,30 +342,26 @@ private:
             }
             for (std::size_t pixel = at; pixel < at + COUNT; ++pixel) {
                 if (block.doubts[pixel] != 0) {
-                    convertPixel(matrix, rule, block, pixel);
+                    colours.convertPixel(block, pixel);
                 }
             }
         }
     }
 
-    const Matrix& matrix;
-    const DepthRule& rule;
+    const Colours& colours;
     ColourEstimate estimate;
     ColourEstimate::Function run = ColourEstimate::fastest();
-    quint16 shift;
-    bool hasAlpha;
+    Handling handling;
 };
 
 /// The same into a vector, which grows in stretches, so that its initial filling is still in the
 /// cache when the pixels replace it.
-template <std::size_t wordsOfPixel, typename Pixel, typename Source>
-void convertToVector(const Source* source, std::size_t pixelCount, const Matrix& matrix,
-                     const DepthRule& rule, std::vector<Pixel>& converted)
+template <typename Pixel, typename Source>
+void convertToVector(const Source* source, std::size_t pixelCount, const ToYCbCr& colours,
+                     std::vector<Pixel>& converted)
 {
-    static_assert(sizeof(Pixel) == wordsOfPixel * sizeof(quint16));
-    static_assert(sizeof(Source) == sizeof(Pixel));
     constexpr std::size_t STRETCH = 8 * ColourBlock::PIXELS;
-    const Conversion<wordsOfPixel> conversion(matrix, rule, 0, false);
+    const Conversion<ToYCbCr, Source::FORMAT, Pixel::FORMAT> conversion(colours, {});
     converted.clear();
     converted.reserve(pixelCount);
     for (std::size_t done = 0; done < pixelCount; done = converted.size()) {
@@ -325,6 +370,75 @@ void convertToVector(const Source* source, std::size_t pixelCount, const Matrix&
         conversion.convert(reinterpret_cast<const quint16*>(source + done), pixels,
                            reinterpret_cast<quint16*>(converted.data() + done));
     }
+}
+
+/// In place, from one form to another of as many words; the format is updated.
+template <PixelFormat from, PixelFormat to, typename Colours>
+void convertInPlace(PictureBuffer& picture, const Colours& colours, const Handling& handling)
+{
+    static_assert(getWordsOfPixel(from) == getWordsOfPixel(to));
+    const Conversion<Colours, from, to> conversion(colours, handling);
+    conversion.convert(picture.words, picture.getPixelCount(), picture.words);
+    picture.format = to;
+}
+
+// The inverses of the matrices.
+
+constexpr double minorOf(const Matrix& m, std::size_t row, std::size_t column)
+{
+    const std::size_t r[2] = {(row + 1) % 3, (row + 2) % 3};
+    const std::size_t c[2] = {(column + 1) % 3, (column + 2) % 3};
+    return m[3 * r[0] + c[0]] * m[3 * r[1] + c[1]] - m[3 * r[0] + c[1]] * m[3 * r[1] + c[0]];
+}
+
+/// In the scale of the constants: from luma of 876 and colour of 896 steps to 1023.
+constexpr Matrix inverseOf(const Matrix& m)
+{
+    const double determinant =
+        m[0] * minorOf(m, 0, 0) + m[1] * minorOf(m, 0, 1) + m[2] * minorOf(m, 0, 2);
+    Matrix result = {};
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column) {
+            result[3 * row + column] = minorOf(m, column, row) / determinant * FULL_RANGE /
+                                       (column == 0 ? NARROW_LUMA : NARROW_CHROMA);
+        }
+    }
+    return result;
+}
+
+constexpr Matrix INVERSE_REC709 = inverseOf(SdiColourConverter::RGB_TO_YCRCB_REC709);
+constexpr Matrix INVERSE_REC2020 = inverseOf(SdiColourConverter::RGB_TO_YCRCB_REC2020);
+constexpr Matrix INVERSE_REC601 = inverseOf(SdiColourConverter::RGB_TO_YCRCB_REC601);
+
+/// From narrow to full range.
+constexpr Matrix RANGE_ONLY = {FULL_RANGE / NARROW_LUMA, 0, 0, 0, FULL_RANGE / NARROW_LUMA, 0, 0, 0,
+                               FULL_RANGE / NARROW_LUMA};
+
+struct Row
+{
+    Colourimetry colourimetry;
+    const Matrix* toYCbCr;
+    const Matrix* toRgb;
+    const Matrix* inverse;
+};
+
+constexpr Row MATRICES[] = {
+    {Colourimetry_Rec709, &SdiColourConverter::RGB_TO_YCRCB_REC709,
+     &SdiColourConverter::YCBCR_TO_RGB_REC709, &INVERSE_REC709},
+    {Colourimetry_Uhdtv, &SdiColourConverter::RGB_TO_YCRCB_REC2020, nullptr, &INVERSE_REC2020},
+    {Colourimetry_Rec601, &SdiColourConverter::RGB_TO_YCRCB_REC601,
+     &SdiColourConverter::YCBCR_TO_RGB_REC601, &INVERSE_REC601},
+};
+
+const Matrix& matrixFor(Colourimetry colourimetry, const Matrix* Row::*direction)
+{
+    for (const Row& row : MATRICES) {
+        if (row.colourimetry == colourimetry && row.*direction != nullptr) {
+            return *(row.*direction);
+        }
+    }
+    VELLOG_ERR() << "Unsupported Colourimetry for colour conversion.";
+    return SdiColourConverter::NO_CONVERSION;
 }
 
 } // namespace
@@ -339,6 +453,11 @@ const Matrix& SdiColourConverter::getYCbCrToRgbMatrix(Colourimetry colourimetry)
     return matrixFor(colourimetry, &Row::toRgb);
 }
 
+const Matrix& SdiColourConverter::getInverseMatrix(Colourimetry colourimetry)
+{
+    return matrixFor(colourimetry, &Row::inverse);
+}
+
 void SdiColourConverter::convertRgbToYCbCr(PictureBuffer& picture, Colourimetry colourimetry,
                                            BitDepth depth)
 {
@@ -350,15 +469,14 @@ void SdiColourConverter::convertRgbToYCbCr(PictureBuffer& picture, Colourimetry 
     if (rule == nullptr) {
         return;
     }
-    const Matrix& matrix = getRgbToYCbCrMatrix(colourimetry);
+    const ToYCbCr colours(getRgbToYCbCrMatrix(colourimetry), *rule);
+    Handling handling;
+    handling.unusedBits = rule->unusedBits;
+    handling.keepsFourth = true;
     if (hasAlpha) {
-        const Conversion<4> conversion(matrix, *rule, rule->unusedBits, true);
-        conversion.convert(picture.words, picture.getPixelCount(), picture.words);
-        picture.format = PixelFormat_AYCrCb;
+        convertInPlace<PixelFormat_ARGB, PixelFormat_AYCrCb>(picture, colours, handling);
     } else {
-        const Conversion<3> conversion(matrix, *rule, rule->unusedBits, false);
-        conversion.convert(picture.words, picture.getPixelCount(), picture.words);
-        picture.format = PixelFormat_YCbCr;
+        convertInPlace<PixelFormat_RGB, PixelFormat_YCbCr>(picture, colours, handling);
     }
 }
 
@@ -367,7 +485,7 @@ void SdiColourConverter::convertRgbToYCbCr(const PixelDataARGB* pixels, std::siz
                                            std::vector<PixelDataAYCrCb>& converted)
 {
     if (const DepthRule* rule = ruleFor(depth)) {
-        convertToVector<4>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule, converted);
+        convertToVector(pixels, pixelCount, {getRgbToYCbCrMatrix(colourimetry), *rule}, converted);
     }
 }
 
@@ -376,6 +494,57 @@ void SdiColourConverter::convertRgbToYCbCr(const PixelDataRGB* pixels, std::size
                                            std::vector<PixelDataYCbCr>& converted)
 {
     if (const DepthRule* rule = ruleFor(depth)) {
-        convertToVector<3>(pixels, pixelCount, getRgbToYCbCrMatrix(colourimetry), *rule, converted);
+        convertToVector(pixels, pixelCount, {getRgbToYCbCrMatrix(colourimetry), *rule}, converted);
     }
+}
+
+void SdiColourConverter::convertYCbCrToRgb(PictureBuffer& picture, const Matrix& matrix,
+                                           BitDepth depth, RgbRange range)
+{
+    if (!isYCbCr(picture.format)) {
+        return;
+    }
+    const DepthRule* rule = ruleFor(depth);
+    if (rule == nullptr) {
+        return;
+    }
+    const ToRgb colours(matrix, *rule, range, false);
+    Handling handling;
+    handling.keepsFourth = true;
+    if (picture.format == PixelFormat_AYCrCb) {
+        convertInPlace<PixelFormat_AYCrCb, PixelFormat_ARGB>(picture, colours, handling);
+    } else {
+        convertInPlace<PixelFormat_YCbCr, PixelFormat_RGB>(picture, colours, handling);
+    }
+}
+
+bool SdiColourConverter::convertToRgba64(PixelRun pixels, const Matrix& matrix, BitDepth depth,
+                                         PixelDataARGB* converted)
+{
+    const DepthRule* rule = ruleFor(depth);
+    if (rule == nullptr) {
+        return false;
+    }
+    const bool isRgb = !isYCbCr(pixels.format);
+    const ToRgb colours(isRgb ? RANGE_ONLY : matrix, *rule, RgbRange_Full, isRgb);
+    Handling handling;
+    handling.fourth = OPAQUE;
+    handling.bitsToWiden = static_cast<quint16>(16 - rule->unusedBits);
+    const auto convertFrom = [&](auto format) {
+        const Conversion<ToRgb, decltype(format)::value, PixelFormat_ARGB> conversion(colours,
+                                                                                      handling);
+        conversion.convert(pixels.words, pixels.count, reinterpret_cast<quint16*>(converted));
+        return true;
+    };
+    switch (pixels.format) {
+    case PixelFormat_ARGB:
+        return convertFrom(std::integral_constant<PixelFormat, PixelFormat_ARGB>());
+    case PixelFormat_RGB:
+        return convertFrom(std::integral_constant<PixelFormat, PixelFormat_RGB>());
+    case PixelFormat_AYCrCb:
+        return convertFrom(std::integral_constant<PixelFormat, PixelFormat_AYCrCb>());
+    case PixelFormat_YCbCr:
+        return convertFrom(std::integral_constant<PixelFormat, PixelFormat_YCbCr>());
+    }
+    return false;
 }

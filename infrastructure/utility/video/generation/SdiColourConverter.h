@@ -1,4 +1,4 @@
-// Converts pixels from R'G'B' to Y'CbCr, with a matrix of doubles and the range of the target's bit
+// Converts pixels from R'G'B' to Y'CbCr and back, with a matrix of doubles and the range of the bit
 // depth. Pure functions except for log lines.
 //
 // The matrices are the instrument's own settings; behind them stand ITU-R BT.601, BT.709-6 clause 3
@@ -11,6 +11,12 @@
 #include <array>
 #include <vector>
 
+/// The range of R'G'B' results.
+enum RgbRange {
+    RgbRange_Narrow, ///< as convertRgbToYCbCr takes it: black at 64, white at 940 in 10 bits
+    RgbRange_Full,   ///< for pictures: from 0 to all ones
+};
+
 /// Results are those of the arithmetic in doubles to the last bit, on every machine.
 ///
 /// A component v counts as (v / 4 - 16) / 219 at 10 bits and (v / 16 - 16) / 219 at 12 bits,
@@ -22,6 +28,10 @@
 ///   10      y * 876 + 64     c * 896 + 512       64 to 940        64 to 960
 ///   12      y * 3504 + 256   c * 3584 + 2048     256 to 3760      256 to 3840
 ///   12FR    y * 4095         c * 4095 + 2048     not clamped      not clamped
+///
+/// The way back takes y * 876 and c * 896, by the same table, through a matrix to R'G'B' from 0 to
+/// 1023, which is scaled to the range and depth of the result, rounded and clamped: to 4 to 1019,
+/// or 16 to 4079 at 12 bits, in narrow range.
 class SdiColourConverter
 {
 public:
@@ -61,6 +71,11 @@ public:
     /// For Rec.709 and Rec.601. Anything else is logged at level err and gives NO_CONVERSION.
     static const Matrix& getYCbCrToRgbMatrix(Tessorn::Sdi::PayloadId::Colourimetry colourimetry);
 
+    /// The inverse of getRgbToYCbCrMatrix, for all three, in the scale of the constants above.
+    /// Their figures differ from it: those of Rec.709 by a thousandth, those of Rec.601 by a tenth.
+    /// Anything else is logged at level err and gives NO_CONVERSION.
+    static const Matrix& getInverseMatrix(Tessorn::Sdi::PayloadId::Colourimetry colourimetry);
+
     // A colourimetry without matrix is logged, and converted with NO_CONVERSION. For a number that
     // is not a depth nothing is converted: there is a log line at level err, and the output stays
     // as it was.
@@ -86,4 +101,21 @@ public:
                                   Tessorn::Sdi::PayloadId::Colourimetry colourimetry,
                                   Tessorn::Sdi::PayloadId::BitDepth depth,
                                   std::vector<Tessorn::Types::PixelDataYCbCr>& converted);
+
+    /// Y'CbCr to R'G'B' in place; components and results are in the lower bits. AYCrCb becomes ARGB
+    /// with the fourth word unchanged, YCbCr becomes RGB; the format is updated. Any other format
+    /// is left alone. A line is a picture of height 1.
+    ///
+    /// The matrix is one of getInverseMatrix, of getYCbCrToRgbMatrix, or the caller's own.
+    static void convertYCbCrToRgb(Tessorn::Types::PictureBuffer& picture, const Matrix& matrix,
+                                  Tessorn::Sdi::PayloadId::BitDepth depth, RgbRange range);
+
+    /// Any pixels to 16 bits, full range and opaque, in the layout of QImage::Format_RGBA64: for
+    /// pictures to look at. Y'CbCr goes through the matrix; R'G'B' is expected in the range of luma
+    /// of this depth. Components are in the lower bits. `converted` has room for all pixels.
+    /// Results are those of RgbRange_Full with the upper bits repeated below. False if nothing was
+    /// written.
+    static bool convertToRgba64(Tessorn::Types::PixelRun pixels, const Matrix& matrix,
+                                Tessorn::Sdi::PayloadId::BitDepth depth,
+                                Tessorn::Types::PixelDataARGB* converted);
 };

@@ -4,6 +4,8 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace WordVector {
@@ -68,6 +70,73 @@ template <int... places>
 Words pick(Words words)
 {
     return pick<places...>(words, words);
+}
+
+/// The bits of all eight words.
+inline quint16 bitsOf(Words words)
+{
+    quint64 halves[2];
+    store(words, halves);
+    quint64 bits = halves[0] | halves[1];
+    bits |= bits >> 32;
+    return static_cast<quint16>(bits | bits >> 16);
+}
+
+// Moving the words of eight pixels into the order of components, and back.
+
+/// A perfect shuffle: the second half of the words goes between the words of the first.
+inline void shuffle(std::array<Words, 3>& v)
+{
+    v = {pick<0, 12, 1, 13, 2, 14, 3, 15>(v[0], v[1]), pick<4, 8, 5, 9, 6, 10, 7, 11>(v[0], v[2]),
+         pick<0, 12, 1, 13, 2, 14, 3, 15>(v[1], v[2])};
+}
+
+inline void shuffle(std::array<Words, 4>& v)
+{
+    v = {pick<0, 8, 1, 9, 2, 10, 3, 11>(v[0], v[2]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[0], v[2]),
+         pick<0, 8, 1, 9, 2, 10, 3, 11>(v[1], v[3]), pick<4, 12, 5, 13, 6, 14, 7, 15>(v[1], v[3])};
+}
+
+/// Three shuffles bring eight pixels of three words, or of four, into the order of components.
+template <std::size_t wordsOfPixel>
+std::array<Words, wordsOfPixel> split(const quint16* words)
+{
+    std::array<Words, wordsOfPixel> v = {};
+    for (std::size_t i = 0; i < wordsOfPixel; ++i) {
+        v[i] = load(words + i * COUNT);
+    }
+    for (int round = 0; round < 3; ++round) {
+        shuffle(v);
+    }
+    return v;
+}
+
+/// Two shuffles bring four components into the order of pixels.
+inline std::array<Words, 4> merge(Words a, Words b, Words c, Words d)
+{
+    std::array<Words, 4> v = {a, b, c, d};
+    shuffle(v);
+    shuffle(v);
+    return v;
+}
+
+/// The first three words of each pixel. Each is written with the word after it, which the next
+/// pixel overwrites; the last pixel is written without it.
+inline void storeThree(const std::array<Words, 4>& pixels, quint16* words)
+{
+    quint16 last[4];
+    storeHalves(pixels[0], words, words + 3);
+    storeHalves(pixels[1], words + 6, words + 9);
+    storeHalves(pixels[2], words + 12, words + 15);
+    storeHalves(pixels[3], words + 18, last);
+    std::copy_n(last, 3, words + 21);
+}
+
+inline void storeFour(const std::array<Words, 4>& pixels, quint16* words)
+{
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        store(pixels[i], words + i * COUNT);
+    }
 }
 
 } // namespace WordVector
