@@ -15,6 +15,21 @@ enum class FindingSeverity {
 /// What was found. Numbers may change from version to version; the names in the table don't.
 enum class FindingCode : quint16 {
     WordTooWide,
+
+    // Frames and words of a link.
+    TagWord,
+    TagLost,
+    FrameCutShort,
+    TimingReference,
+    TimingProtection,
+    TimingFlags,
+    LineNumber,
+    LineCrc,
+    BlankingValue,
+    ReservedValue,
+    LineLength,
+    LineSlip,
+    ReferencesLost,
 };
 
 /// What a code stands for.
@@ -30,6 +45,31 @@ struct FindingKind
 constexpr FindingKind FINDING_KINDS[] = {
     {FindingCode::WordTooWide, FindingSeverity::Error, "sdi.word-too-wide",
      "a word has more than 10 bits: %2"},
+
+    {FindingCode::TagWord, FindingSeverity::Error, "tag.word", "a tag's word is %2, not %1"},
+    {FindingCode::TagLost, FindingSeverity::Error, "tag.lost",
+     "tags are not where they belong: %2 words skipped"},
+    {FindingCode::FrameCutShort, FindingSeverity::Error, "frame.cut-short",
+     "the frame ends after %2 lines of %1"},
+    {FindingCode::TimingReference, FindingSeverity::Error, "sdi.timing-reference",
+     "a timing reference has %2 for %1"},
+    {FindingCode::TimingProtection, FindingSeverity::Error, "sdi.timing-protection",
+     "a timing reference ends with %2, not %1: its protection bits do not fit"},
+    {FindingCode::TimingFlags, FindingSeverity::Error, "sdi.timing-flags",
+     "a timing reference ends with %2, not %1: it belongs to another line"},
+    {FindingCode::LineNumber, FindingSeverity::Error, "sdi.line-number",
+     "a word of the line number is %2, not %1"},
+    {FindingCode::LineCrc, FindingSeverity::Error, "sdi.crc", "a word of the CRC is %2, not %1"},
+    {FindingCode::BlankingValue, FindingSeverity::Warning, "sdi.blanking-value",
+     "blanking has %2 for %1, outside any ancillary packet"},
+    {FindingCode::ReservedValue, FindingSeverity::Error, "sdi.reserved-value",
+     "a sample has a value reserved for references: %2"},
+    {FindingCode::LineLength, FindingSeverity::Error, "sdi.line-length",
+     "the line has %2 words for %1"},
+    {FindingCode::LineSlip, FindingSeverity::Error, "sdi.line-slip",
+     "line %1 is followed by line %2"},
+    {FindingCode::ReferencesLost, FindingSeverity::Error, "sdi.references-lost",
+     "no timing reference where the next lines begin"},
 };
 
 constexpr std::size_t FINDING_CODE_COUNT = sizeof(FINDING_KINDS) / sizeof(FINDING_KINDS[0]);
