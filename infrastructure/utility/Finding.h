@@ -55,6 +55,8 @@ public:
     }
 
     void add(const Finding& finding);
+    /// All findings of another list, with its counts.
+    void append(const FindingList& other);
     /// Forgets all findings and counts.
     void clear();
 

@@ -38,7 +38,8 @@ struct FindingKind
     FindingCode code;
     FindingSeverity severity;
     const char* name; ///< stable, for programs: "sdi.word-too-wide"
-    const char* text; ///< for engineers; %1 is what was expected, %2 what was found
+    const char*
+        text; ///< for engineers; %1 is what was expected, %2 what was found; %3 and %4 in decimal
 };
 
 /// One row for each code, in their order.
@@ -47,10 +48,9 @@ constexpr FindingKind FINDING_KINDS[] = {
      "a word has more than 10 bits: %2"},
 
     {FindingCode::TagWord, FindingSeverity::Error, "tag.word", "a tag's word is %2, not %1"},
-    {FindingCode::TagLost, FindingSeverity::Error, "tag.lost",
-     "tags are not where they belong: %2 words skipped"},
+    {FindingCode::TagLost, FindingSeverity::Error, "tag.lost", "tags are not where they belong"},
     {FindingCode::FrameCutShort, FindingSeverity::Error, "frame.cut-short",
-     "the frame ends after %2 lines of %1"},
+     "the frame ends after %4 lines of %3"},
     {FindingCode::TimingReference, FindingSeverity::Error, "sdi.timing-reference",
      "a timing reference has %2 for %1"},
     {FindingCode::TimingProtection, FindingSeverity::Error, "sdi.timing-protection",
@@ -65,9 +65,9 @@ constexpr FindingKind FINDING_KINDS[] = {
     {FindingCode::ReservedValue, FindingSeverity::Error, "sdi.reserved-value",
      "a sample has a value reserved for references: %2"},
     {FindingCode::LineLength, FindingSeverity::Error, "sdi.line-length",
-     "the line has %2 words for %1"},
+     "the line has %4 words for %3"},
     {FindingCode::LineSlip, FindingSeverity::Error, "sdi.line-slip",
-     "line %1 is followed by line %2"},
+     "line %4 comes in the place of line %3"},
     {FindingCode::ReferencesLost, FindingSeverity::Error, "sdi.references-lost",
      "no timing reference where the next lines begin"},
 };

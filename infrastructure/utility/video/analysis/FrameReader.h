@@ -127,7 +127,8 @@ private:
     FindingPlace placeOf(quint32 sample) const;
     void report(FindingCode code, quint32 sample, qint64 expected, qint64 found,
                 const QString& detail);
-    void reportWord(FindingCode code, quint32 sample, quint32 expected, quint32 found);
+    void reportWord(FindingCode code, quint32 sample, quint32 channel, quint32 expected,
+                    quint32 found);
 
     std::size_t getPartSize() const;
     std::size_t readPart(const quint32* words);
@@ -168,5 +169,6 @@ private:
     quint32 line = 0; ///< of the field, from 0
     bool isFieldKnown = false;
     bool isWhole = true; ///< no line of the frame is missing so far
+    bool hasEnd = false; ///< a frame's end has been read
     quint64 frameCount = 0;
 };

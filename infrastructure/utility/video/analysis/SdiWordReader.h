@@ -60,11 +60,15 @@ public:
         Reading,
     };
 
-    /// `options` say what is verified in frames; form and line numbers follow from the words.
+    /// The options say what is verified in frames; that there are no tags is known.
     explicit SdiWordReader(const FrameReaderOptions& readerOptions = {});
+    SdiWordReader(const SdiWordReader&) = delete;
+    SdiWordReader& operator=(const SdiWordReader&) = delete;
+    ~SdiWordReader();
 
-    /// The lines of each frame, from the first whole one on, in the layout of the raster.
-    void setLineReceiver(FrameReader::LineReceiver receiver);
+    /// Called with the lines of each frame, from the first one after measuring on, in the layout of
+    /// the raster. It must not call the reader.
+    void setLineReceiver(FrameReader::LineReceiver receiver) { lineReceiver = std::move(receiver); }
 
     /// The next words, any number of them. Bits above the ten of a word are a finding.
     void read(const quint16* words, std::size_t count);
@@ -72,10 +76,71 @@ public:
     State getState() const { return state; }
     /// Nothing until a whole frame has been measured, and after references were lost.
     const std::optional<SdiRaster>& getRaster() const { return raster; }
-    const FindingList& getFindings() const;
-    quint64 getFrameCount() const;
+    /// The words' and the frames'.
+    const FindingList& getFindings() const { return findings; }
+    /// Forgets the findings so far.
+    void clearFindings() { findings.clear(); }
+    /// Frames that were read whole, of all rasters.
+    quint64 getFrameCount() const { return frameCount; }
 
 private:
+    /// What the references of one line say.
+    struct LineFacts
+    {
+        bool isIntact; ///< the last word of its first reference is lawful
+        bool secondField;
+        bool blanking;
+        quint32 number;
+        quint32 nextNumber;
+    };
+    /// A frame that is being measured.
+    struct Measurement
+    {
+        SdiRaster raster;
+        bool isStarted = false;
+        bool isIntact = true;
+        quint32 lines = 0;
+        int attempts = 0;
+    };
+
+    std::size_t available() const { return buffer.size() - bufferStart; }
+    const quint16* wordAt(std::size_t offset) const { return buffer.data() + bufferStart + offset; }
+    void drop(std::size_t words);
+    bool isReference(std::size_t offset, bool isEnd) const;
+    std::size_t findReference(std::size_t from, std::size_t to, bool isEnd) const;
+
+    bool search();
+    void loseReferences();
+    bool takeLine();
+    LineFacts readFacts() const;
+    quint32 numberAt(std::size_t offset) const;
+    void measure(const LineFacts& facts);
+    void endMeasurement();
+    bool isFrameStart(const LineFacts& facts) const;
+    void follow(const LineFacts& facts);
+    void skipLine();
+    void nextLine();
+    void hand();
+    void report(FindingCode code, int line, qint64 expected, qint64 found);
+
+    FrameReaderOptions options;
+    FrameReader::LineReceiver lineReceiver;
     State state = State::Searching;
     std::optional<SdiRaster> raster;
+    std::unique_ptr<FrameReader> reader; ///< of the raster
+    FindingList findings;
+    quint64 frameCount = 0;
+
+    std::vector<quint16> buffer; ///< from `bufferStart` on; from a reference on, but for searching
+    std::size_t bufferStart = 0;
+    std::vector<quint32> storeWords; ///< of one line
+    quint32 words = 0;               ///< that come in turn; 0 while searching for the first
+    std::size_t lineWords = 0;       ///< or, while searching, the last distance
+    std::size_t searched = 0;        ///< offset up to which there is no further reference
+    std::size_t lastLength = 0;      ///< of the line before
+    int missed = 0;                  ///< references in a row
+    int strange = 0;                 ///< lines in a row that do not fit the raster
+    bool wasSecondField = false;     ///< the line before
+    Measurement measurement;
+    quint32 line = 0; ///< of the frame, from 0
 };
