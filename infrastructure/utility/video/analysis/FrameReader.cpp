@@ -726,28 +726,24 @@ void FrameReader::checkBlankingOf(const quint32* words, quint32 from, quint32 to
 /// The same of a picture: 0 to 3 and 1020 to 1023 are for references.
 void FrameReader::checkSamples(const quint32* words, quint32 from, quint32 to)
 {
-    // Of such a word, bits 9 to 2 are all equal: no difference between neighbours.
-    constexpr quint32 FIRST = 0x3F8;
-    constexpr quint32 SECOND = FIRST << CHANNEL_BITS;
-    const auto isReserved = [](quint32 word, quint32 bits) {
-        return ((word ^ (word << 1)) & bits) == 0;
+    // Of such a value bits 9 to 2 are equal: no difference between neighbours, in bits 9 to 3. Any
+    // difference carries into bit 10 when all those bits are added.
+    constexpr quint32 DIFFERENCES = both(0x3F8);
+    constexpr quint32 CARRIES = both(0x400);
+    const auto carriesOf = [](quint32 word) {
+        return ((word ^ (word << 1)) & DIFFERENCES) + DIFFERENCES;
     };
-    const quint32 second = layout.channels == 2 ? SECOND : 0;
-    bool hasReserved = false;
+    quint32 carries = CARRIES;
     quint32 all = 0;
     for (quint32 i = from; i < to; ++i) {
-        const quint32 neighbours = words[i] ^ (words[i] << 1);
-        hasReserved |= (neighbours & FIRST) == 0;
-        hasReserved |= ((neighbours | ~second) & SECOND) == 0;
+        carries &= carriesOf(words[i]);
         all |= words[i];
     }
-    if (hasReserved) {
-        for (quint32 i = from; i < to; ++i) {
-            for (quint32 channel = 0; channel < layout.channels; ++channel) {
-                if (isReserved(words[i], FIRST << (CHANNEL_BITS * channel))) {
-                    reportWord(FindingCode::ReservedValue, i, channel, 0,
-                               channelOf(words[i], channel));
-                }
+    for (quint32 channel = 0; channel < layout.channels; ++channel) {
+        const quint32 carry = 0x400u << (CHANNEL_BITS * channel);
+        for (quint32 i = from; (carries & carry) == 0 && i < to; ++i) {
+            if ((carriesOf(words[i]) & carry) == 0) {
+                reportWord(FindingCode::ReservedValue, i, channel, 0, channelOf(words[i], channel));
             }
         }
     }
