@@ -195,6 +195,10 @@ struct FrameReader::Tags
         }
         return wrong;
     }
+    bool areElsewhere(const quint32* found) const
+    {
+        return countWrong(found) >= WRONG_TAG_WORDS_WHEN_LOST;
+    }
 };
 
 FrameReader::FrameReader(FrameLayout frameLayout, const FrameReaderOptions& readerOptions)
@@ -247,7 +251,9 @@ void FrameReader::read(const quint32* words, std::size_t count)
 
 void FrameReader::skipLine()
 {
-    if (crcs) {
+    if (crcs && !options.isTagged) {
+        buffer.clear();
+        bufferStart = 0;
         crcs->forget();
         isWhole = false;
         endLine();
@@ -382,14 +388,10 @@ std::size_t FrameReader::lose(quint32 sample)
     return 1;
 }
 
-/// False if the tags are elsewhere. Otherwise each wrong word is a finding.
-bool FrameReader::checkTags(const Tags& tags, const quint32* words, quint32 sample)
+/// Each wrong word is a finding.
+void FrameReader::checkTags(const Tags& tags, const quint32* words, quint32 sample)
 {
-    const int wrong = tags.countWrong(words);
-    if (wrong >= WRONG_TAG_WORDS_WHEN_LOST) {
-        return false;
-    }
-    for (std::size_t i = 0; wrong != 0 && i < tags.count; ++i) {
+    for (std::size_t i = 0; i < tags.count; ++i) {
         if (tags.isWrong(i, words[i])) {
             const bool isSecond = tags.names[1] != nullptr && i >= TAG_WORDS;
             report(FindingCode::TagWord, sample, tags.words[i], words[i],
@@ -398,7 +400,6 @@ bool FrameReader::checkTags(const Tags& tags, const quint32* words, quint32 samp
                        .arg(QLatin1String(tags.names[isSecond ? 1 : 0])));
         }
     }
-    return true;
 }
 
 /// All spacers of a field have the byte of the first one.
@@ -441,10 +442,12 @@ FrameReader::Tags FrameReader::fieldHeader(std::size_t number) const
 
 std::size_t FrameReader::readFieldHeader(const quint32* words)
 {
-    if (!checkTags(fieldHeader(field), words, 0)) {
+    const Tags header = fieldHeader(field);
+    if (header.areElsewhere(words)) {
         isFieldKnown = false;
         return lose(0);
     }
+    checkTags(header, words, 0);
     fieldTag.emplace(std::vector<quint32>(words, words + FIELD_TAG_WORDS));
     spacerByte.reset();
     isFieldKnown = true;
@@ -454,28 +457,37 @@ std::size_t FrameReader::readFieldHeader(const quint32* words)
 
 std::size_t FrameReader::readTaggedLine(const quint32* words)
 {
+    struct Group
+    {
+        Tags tags;
+        const quint32* words;
+        quint32 sample;
+    };
     const quint32 width = metrics().getWidth();
     const bool isPicture = isPictureLine(line);
     const quint32 blanking = isPicture ? blankingWidth() : width;
     const quint32* samples = words + 2 * TAG_WORDS;
     const quint32* picture = samples + blanking + (isPicture ? 2 * TAG_WORDS : 0);
     const quint32* tail = picture + (width - blanking);
-    if (!checkTags(lineHeader(line), words, 0)) {
-        return lose(0);
-    }
-    if (isPicture &&
-        !checkTags(Tags::join(HorizontalBlankingParcelTag().getFooter(), "blanking's footer",
-                              ActivePictureParcelTag().getHeader(), "picture's header"),
-                   samples + blanking, blanking)) {
-        return lose(blanking);
-    }
     const auto lineFooter = LineParcelTag(line + 1, 0, 0).getFooter();
-    if (!checkTags(isPicture ? Tags::join(ActivePictureParcelTag().getFooter(), "picture's footer",
-                                          lineFooter, "line's footer")
-                             : Tags::join(VerticalBlankingParcelTag().getFooter(),
-                                          "blanking's footer", lineFooter, "line's footer"),
-                   tail, width)) {
-        return lose(width);
+    const Group head = {lineHeader(line), words, 0};
+    const Group middle = {Tags::join(HorizontalBlankingParcelTag().getFooter(), "blanking's footer",
+                                     ActivePictureParcelTag().getHeader(), "picture's header"),
+                          samples + blanking, blanking};
+    const Group last = {isPicture ? Tags::join(ActivePictureParcelTag().getFooter(),
+                                               "picture's footer", lineFooter, "line's footer")
+                                  : Tags::join(VerticalBlankingParcelTag().getFooter(),
+                                               "blanking's footer", lineFooter, "line's footer"),
+                        tail, width};
+    const Group groups[] = {head, isPicture ? middle : last, last};
+    const auto* const end = groups + (isPicture ? 3 : 2);
+    const auto* const lost = std::find_if(
+        groups, end, [](const Group& group) { return group.tags.areElsewhere(group.words); });
+    if (lost != end) {
+        return lose(lost->sample);
+    }
+    for (const auto* group = groups; group != end; ++group) {
+        checkTags(group->tags, group->words, group->sample);
     }
     checkSpacers(tail + 2 * TAG_WORDS, roundUp(width, LINE_MULTIPLE) - width);
     readLine({int(field), metrics().getFirstLineNumber() + line, samples, blanking, picture,
@@ -490,11 +502,12 @@ std::size_t FrameReader::readFieldEnd(const quint32* words)
     const quint32 width = metrics().getWidth();
     const FieldParcelTag tag(0, 0, 0, metrics(), false, false, 0, 0, 0, 0, 0,
                              fieldTag ? fieldTag->getTagByteB() : quint8(0), 0);
-    const auto footer = tag.getFooter();
-    if (!checkTags(Tags::join(footer, "field's footer", std::array<quint32, 0>(), nullptr), words,
-                   width)) {
+    const Tags footer =
+        Tags::join(tag.getFooter(), "field's footer", std::array<quint32, 0>(), nullptr);
+    if (footer.areElsewhere(words)) {
         return lose(width);
     }
+    checkTags(footer, words, width);
     const std::size_t size = getPartSize();
     checkSpacers(words + TAG_WORDS, size - TAG_WORDS);
     endField();
@@ -566,7 +579,6 @@ void FrameReader::readLine(const Line& words)
     const quint32 activeCount = width - blankingEnd;
 
     checkReference(words.blanking, 0, true);
-    checkReference(words.blanking + startOfActive, startOfActive, false);
     quint32 blankingStart = REFERENCE_WORDS * streams;
     if (layout.channels == 2) {
         checkNumber(words.blanking);
@@ -590,6 +602,7 @@ void FrameReader::readLine(const Line& words)
     }
     checkWidth(words.blanking, 0, words.blankingCount);
     checkBlanking(words.blanking, blankingStart, startOfActive);
+    checkReference(words.blanking + startOfActive, startOfActive, false);
     if (words.pictureCount == 0) {
         checkBlanking(words.blanking, blankingEnd, width);
     } else {

@@ -89,7 +89,8 @@ public:
     /// The next words, any number of them. Where tags are not found for a whole line, words are
     /// skipped up to the next tag of a line or field.
     void read(const quint32* words, std::size_t count);
-    /// A line of samples did not arrive whole, and is neither verified nor handed on.
+    /// Without tags: the next line did not arrive whole, and is neither verified nor handed on.
+    /// What was read of it is dropped.
     void skipLine();
     /// The end: a frame that is not complete becomes a finding. The next word begins a frame.
     void finish();
@@ -133,7 +134,7 @@ private:
     std::size_t getPartSize() const;
     std::size_t readPart(const quint32* words);
     std::size_t lose(quint32 sample);
-    bool checkTags(const Tags& tags, const quint32* words, quint32 sample);
+    void checkTags(const Tags& tags, const quint32* words, quint32 sample);
     void checkSpacers(const quint32* words, std::size_t count);
     Tags lineHeader(quint32 lineOfField) const;
     Tags fieldHeader(std::size_t number) const;

@@ -154,15 +154,27 @@ void SdiWordReader::read(const quint16* newWords, std::size_t count)
             buffer.erase(buffer.begin(), buffer.begin() + std::ptrdiff_t(bufferStart));
             bufferStart = 0;
         }
-        for (std::size_t i = 0; i < piece; ++i) {
-            if (newWords[i] > WORD_MASK) {
-                report(FindingCode::WordTooWide, -1, 0, newWords[i]);
-            }
-            buffer.push_back(newWords[i] & WORD_MASK);
-        }
+        const std::size_t before = buffer.size();
+        buffer.insert(buffer.end(), newWords, newWords + piece);
         newWords += piece;
         count -= piece;
+        maskFrom(before);
         while (state == State::Searching ? search() : takeLine()) {
+        }
+    }
+}
+
+/// Of the buffer's words from this index on, ten bits stay.
+void SdiWordReader::maskFrom(std::size_t index)
+{
+    quint32 all = 0;
+    for (std::size_t i = index; i < buffer.size(); ++i) {
+        all |= buffer[i];
+    }
+    for (std::size_t i = index; all > WORD_MASK && i < buffer.size(); ++i) {
+        if (buffer[i] > WORD_MASK) {
+            report(FindingCode::WordTooWide, -1, 0, buffer[i]);
+            buffer[i] &= WORD_MASK;
         }
     }
 }
@@ -170,11 +182,6 @@ void SdiWordReader::read(const quint16* newWords, std::size_t count)
 void SdiWordReader::report(FindingCode code, int lineNumber, qint64 expected, qint64 found)
 {
     findings.add({code, {options.link, -1, lineNumber, -1}, expected, found, {}});
-}
-
-void SdiWordReader::drop(std::size_t count)
-{
-    bufferStart += count;
 }
 
 /// True if there is an undamaged reference; all its words must be there.

@@ -105,7 +105,8 @@ private:
 
     std::size_t available() const { return buffer.size() - bufferStart; }
     const quint16* wordAt(std::size_t offset) const { return buffer.data() + bufferStart + offset; }
-    void drop(std::size_t words);
+    void maskFrom(std::size_t index);
+    void drop(std::size_t count) { bufferStart += count; }
     bool isReference(std::size_t offset, bool isEnd) const;
     std::size_t findReference(std::size_t from, std::size_t to, bool isEnd) const;
 
