@@ -344,3 +344,38 @@ TEST_CASE("A raster tells the interfaces that can carry it", "[frames]")
         CHECK_FALSE(narrow.raster().fits(*standard));
     }
 }
+
+TEST_CASE("Every listed standard's raster is measured on its link", "[frames][.][long]")
+{
+    std::vector<FrameLayout> seen;
+    for (const auto& standard : SupportedVideoStandards::getInstance().getStandards()) {
+        const FrameLayout layout = FrameLayout::of(*standard);
+        const bool isSeen = std::any_of(seen.begin(), seen.end(), [&](const FrameLayout& other) {
+            return other.fields == layout.fields && other.streams == layout.streams;
+        });
+        if (layout.fields.empty() || isSeen || standard->getSdiDataRates()[0] < 2) {
+            continue; // 6G and 12G carry four sub-images at once
+        }
+        seen.push_back(layout);
+        Link link{2 * layout.streams,
+                  layout.fields[0].getWidth() / layout.streams,
+                  layout.fields[0].getActiveWidth() / layout.streams,
+                  {}};
+        for (const FieldMetrics& field : layout.fields) {
+            link.fields.push_back({field.getFirstLineNumber(), field.getHeight(),
+                                   field.getFirstActiveLineNumber(), field.getActiveHeight()});
+        }
+        CAPTURE(standard->getDescription());
+        SdiWordReader reader;
+        const LinkWords frame = link.frame(2);
+        for (int i = 0; i < 4; ++i) {
+            reader.read(frame.data(), frame.size());
+        }
+        REQUIRE(textsOf(reader) == QStringList());
+        checkRaster(reader, link);
+        REQUIRE(reader.getFrameCount() == 1);
+        REQUIRE(reader.getRaster()->fits(*standard));
+        REQUIRE_FALSE(reader.getRaster()->getInterfaces().empty());
+    }
+    CHECK(seen.size() > 30);
+}
