@@ -376,12 +376,17 @@ void SdiWordReader::measure(const LineFacts& facts)
         loseReferences();
         return;
     }
-    if (facts.isIntact && facts.secondField && found.fields.size() == 1) {
+    // A damaged line is taken for one like the line before.
+    if (facts.isIntact) {
+        measurement.isSecond = facts.secondField;
+        measurement.isBlanking = facts.blanking;
+    }
+    if (measurement.isSecond && found.fields.size() == 1) {
         found.fields.push_back({measurement.lines, 0, 0, 0});
     }
     SdiRaster::Field& field = found.fields.back();
     ++field.lines;
-    if (facts.isIntact && !facts.blanking) {
+    if (!measurement.isBlanking) {
         if (field.activeLines == 0) {
             field.firstActiveLine = measurement.lines;
         }

@@ -99,6 +99,8 @@ private:
         SdiRaster raster;
         bool isStarted = false;
         bool isIntact = true;
+        bool isSecond = false;
+        bool isBlanking = true;
         quint32 lines = 0;
         int attempts = 0;
     };

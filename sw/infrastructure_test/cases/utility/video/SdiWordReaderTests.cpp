@@ -223,6 +223,7 @@ TEST_CASE("A damaged reference is a finding and nothing more", "[frames]")
             const Finding& finding = reader.getFindings().getFindings()[0];
             REQUIRE((finding.code == FindingCode::TimingReference ||
                      finding.code == FindingCode::TimingProtection));
+            REQUIRE((finding.place.line >= 1 && finding.place.line <= int(lines)));
             const int first = int(link.fields[0].firstLine);
             REQUIRE((finding.place.line - first + int(lines)) % int(lines) == int(line % lines));
             checkRaster(reader, link);
@@ -263,6 +264,21 @@ TEST_CASE("Another signal on the link is measured anew", "[frames]")
     CHECK(reader.getState() == SdiWordReader::State::Searching);
     CHECK_FALSE(reader.getRaster());
     CHECK(reader.getFindings().getCount(FindingCode::ReferencesLost) == 1);
+}
+
+TEST_CASE("A raster is measured even if no frame is undamaged", "[frames]")
+{
+    const Link& link = LINKS[1];
+    LinkWords all = link.frames(7);
+    for (std::size_t line = 8; line < 7 * 21; line += 21) {
+        all[line * link.lineWords() + 7] ^= 0x20; // with the flags of the line before
+    }
+    SdiWordReader reader;
+    reader.read(all.data(), all.size());
+    checkRaster(reader, link);
+    CHECK(reader.getFindings().getCount(FindingCode::TimingProtection) >= 1);
+    CHECK(reader.getFindings().getTotal() ==
+          reader.getFindings().getCount(FindingCode::TimingProtection));
 }
 
 TEST_CASE("Words of more than ten bits are findings, and their ten bits count", "[frames]")
