@@ -74,6 +74,7 @@ constexpr FindingKind FINDING_KINDS[] = {
 
 constexpr std::size_t FINDING_CODE_COUNT = sizeof(FINDING_KINDS) / sizeof(FINDING_KINDS[0]);
 
+/// The row of a code.
 constexpr const FindingKind& getKind(FindingCode code)
 {
     return FINDING_KINDS[static_cast<std::size_t>(code)];
@@ -81,6 +82,7 @@ constexpr const FindingKind& getKind(FindingCode code)
 
 namespace FindingCodeChecks {
 
+/// False if a code has another's row.
 constexpr bool isInOrder()
 {
     for (std::size_t i = 0; i < FINDING_CODE_COUNT; ++i) {

@@ -60,6 +60,7 @@ struct FrameReaderOptions
     std::size_t mostFindings = FindingList::DEFAULT_LIMIT;
 };
 
+/// One layout, any number of frames.
 class FrameReader
 {
 public:
@@ -74,6 +75,7 @@ public:
         const quint32* picture;
         quint32 pictureCount; ///< 0 in vertical blanking
     };
+    /// What lines are handed to.
     using LineReceiver = std::function<void(const Line&)>;
 
     /// A layout that can't be read gives a reader that takes no words.

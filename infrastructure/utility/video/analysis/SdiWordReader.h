@@ -29,6 +29,7 @@ struct SdiInterface
 /// What the words themselves tell of a signal; the clock is not among it.
 struct SdiRaster
 {
+    /// Its lines, as the flags of the references tell.
     struct Field
     {
         quint32 firstLine; ///< from 1, as all lines
@@ -51,9 +52,12 @@ struct SdiRaster
     bool fits(const StandardFromPayloadIdentifier& standard) const;
 };
 
+/// Nothing is known of the signal before its first words. The words of another one are no fault of
+/// the reader's: it measures again.
 class SdiWordReader
 {
 public:
+    /// How far it has come.
     enum class State {
         Searching, ///< for timing references at equal distances
         Measuring, ///< lines are known; counts them up to a whole frame

@@ -13,12 +13,14 @@ namespace LineCrc {
 // Its 18 bits have no feedback into bit 0 within ten shifts, so that a word is one step. x = 1
 // cancels itself in pairs: exponents of multiples of the generator come in even number.
 
+/// The register after one more word.
 constexpr quint32 step(quint32 crc, quint32 word)
 {
     const quint32 out = (crc ^ word) & 0x3FFu;
     return (crc >> 10) ^ (out << 8) ^ (out << 4) ^ (out << 3);
 }
 
+/// The register after words, from 0.
 inline quint32 of(const quint16* words, std::size_t count)
 {
     quint32 crc = 0;
@@ -34,6 +36,7 @@ constexpr quint16 toWord(quint32 bits)
     return static_cast<quint16>((bits & 0x1FFu) | (~bits << 1 & 0x200u));
 }
 
+/// The two words of a line.
 constexpr std::array<quint16, 2> toWords(quint32 crc)
 {
     return {toWord(crc), toWord(crc >> 9)};
@@ -71,6 +74,7 @@ void fold(const Word* words, std::size_t count, Word* run, std::size_t from = 0)
 /// The CRC registers of both channels of store words; one in the lower half, one in the upper.
 using Registers = quint64;
 
+/// Both after one more store word.
 constexpr Registers stepBoth(Registers crcs, quint32 storeWord)
 {
     constexpr quint64 WORDS = 0x000003FF000003FFu;
@@ -91,6 +95,7 @@ template <std::size_t streams>
 class StoreRun
 {
 public:
+    /// Of each stream.
     using Result = std::array<Registers, streams>;
 
     /// Of at most this many words, a multiple of `streams`.
@@ -101,6 +106,7 @@ public:
     {
     }
 
+    /// `count` words.
     Result of(const quint32* words, std::size_t count)
     {
         constexpr std::size_t n = streams;
