@@ -1,9 +1,10 @@
 // Frames of 2200x1125 samples: CRCs beside a table of word steps, zlib's CRC and a plain copy;
-// tagging beside a copy of the result; the position of a sample beside a walk over the lines above
-// it.
+// tagging beside a copy of the result; reading and verifying a tagged frame beside a copy of it;
+// the position of a sample beside a walk over the lines above it.
 #include "bench/Compare.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
+#include "sw/infrastructure_test/MadeFrame.h"
 
 #if BENCH_HAVE_ZLIB
 #include <zlib.h>
@@ -169,6 +170,30 @@ void taggingBesideMemcpy(benchmark::State& state)
     });
 }
 
+/// A right frame with noise for a picture.
+void readingBesideMemcpy(benchmark::State& state)
+{
+    const FrameLayout layout{{METRICS}};
+    const StoreWords words = joined(layout, makeFrame(layout), true);
+    FrameReaderOptions options;
+    options.repeats = true;
+    FrameReader reader(layout, options);
+    StoreWords copy(words.size());
+    bench::compare(
+        state, 0.25, 0.5,
+        [&] {
+            reader.read(words.data(), words.size());
+            reader.finish();
+        },
+        [&] {
+            std::memcpy(copy.data(), words.data(), words.size() * sizeof(quint32));
+            benchmark::ClobberMemory();
+        });
+    if (!reader.getFindings().isEmpty() || reader.getFrameCount() == 0) {
+        state.SkipWithError("the frame is not read as it was made");
+    }
+}
+
 /// The index worked out in the obvious way: line by line.
 quint32 indexByWalk(quint32 index)
 {
@@ -208,6 +233,7 @@ BENCHMARK(crcsBesideZlib)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(crcsBesideMemcpy)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(taggingBesideCopy)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(taggingBesideMemcpy)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(readingBesideMemcpy)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(taggedIndex)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Writes what docs/protocol.md and the dissector take from the sources: the tables of the measurement
-records, from their layouts, the raw types' numbers and names, and the texts of the reasons.
+records, from their layouts, the raw types' numbers and names, and the texts of the reasons; and the table
+of docs/findings.md.
 
 usage: protocol_tables.py [--check]
     --check  writes nothing; fails if they don't say what the sources do
@@ -13,6 +14,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENT = ROOT / "docs/protocol.md"
+FINDINGS = ROOT / "docs/findings.md"
+FINDING_CODES = ROOT / "infrastructure/utility/FindingCode.h"
 DISSECTOR = ROOT / "tools/wireshark/infrastructure.lua"
 DATACORE = ROOT / "infrastructure/datacore"
 PACKETS = ROOT / "infrastructure/utility/packets"
@@ -210,6 +213,25 @@ def reasons():
         yield ""
 
 
+def findings():
+    """The table of what an analysis can find."""
+    text = FINDING_CODES.read_text()
+    table = re.search(r"FINDING_KINDS\[\] = \{(.*?)\n\};", text, re.S)[1]
+    form = r'\{FindingCode::(\w+),\s*FindingSeverity::(\w+),\s*"([^"]+)",\s*((?:"[^"]*"\s*)+)\},'
+    rows = re.findall(form, table)
+    codes = re.findall(r"^    (\w+),$", re.search(r"enum class FindingCode[^{]*\{(.*?)\};", text, re.S)[1], re.M)
+    if [code for code, *_ in rows] != codes:
+        sys.exit(f"{FINDING_CODES}: has other rows than codes: {set(codes) ^ {code for code, *_ in rows}}")
+    yield "| name | severity | text |"
+    yield "|---|---|---|"
+    for _, severity, name, pieces in rows:
+        sentence = text_of(pieces)
+        for number, word in enumerate(("expected", "found", "expected", "found"), 1):
+            sentence = sentence.replace(f"%{number}", f"*{word}*")
+        yield f"| `{name}` | {severity.lower()} | {sentence} |"
+    yield ""
+
+
 def dissector_types():
     """The dissector's table of the raw types."""
     sub_types = {number: sub_type for number, (_, sub_type, _) in read_packets().items() if sub_type}
@@ -262,7 +284,8 @@ def main(check):
         document = between(document, name, ["", *lines])
     check_sections(document)
     dissector = between(DISSECTOR.read_text(), "types", [*dissector_types(), ""], "-- {}\n")
-    for path, text in ((DOCUMENT, document), (DISSECTOR, dissector)):
+    table = between(FINDINGS.read_text(), "findings", ["", *findings()])
+    for path, text in ((DOCUMENT, document), (DISSECTOR, dissector), (FINDINGS, table)):
         if not check:
             path.write_text(text)
         elif path.read_text() != text:

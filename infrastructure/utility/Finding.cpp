@@ -58,7 +58,9 @@ QString Finding::toString() const
     }
     text += QString::fromLatin1(getKind(code).text)
                 .replace(QLatin1String("%1"), toHex(expected))
-                .replace(QLatin1String("%2"), toHex(found));
+                .replace(QLatin1String("%2"), toHex(found))
+                .replace(QLatin1String("%3"), QString::number(expected))
+                .replace(QLatin1String("%4"), QString::number(found));
     return detail.isEmpty() ? text : text + QLatin1String("; ") + detail;
 }
 
@@ -74,6 +76,17 @@ void FindingList::add(const Finding& finding)
     ++counts[static_cast<std::size_t>(finding.code)];
     if (findings.size() < limit) {
         findings.push_back(finding);
+    }
+}
+
+void FindingList::append(const FindingList& other)
+{
+    for (std::size_t i = 0; i < other.findings.size() && findings.size() < limit; ++i) {
+        findings.push_back(other.findings[i]);
+    }
+    total += other.total;
+    for (std::size_t code = 0; code < counts.size(); ++code) {
+        counts[code] += other.counts[code];
     }
 }
 

@@ -54,7 +54,10 @@ public:
     {
     }
 
+    /// Keeps it if there is room, and counts it.
     void add(const Finding& finding);
+    /// All findings of another list, with its counts.
+    void append(const FindingList& other);
     /// Forgets all findings and counts.
     void clear();
 
@@ -62,6 +65,7 @@ public:
     /// The first ones, at most as many as the limit.
     const std::vector<Finding>& getFindings() const { return findings; }
     quint64 getTotal() const { return total; }
+    /// How many had this code, kept or not.
     quint64 getCount(FindingCode code) const { return counts[static_cast<std::size_t>(code)]; }
 
 private:

@@ -38,6 +38,21 @@ enum class FindingCode : quint16 {
     LinkMissing,
     LinkSurplus,
     LinkRasterContradicts,
+
+    // Frames and words of a link.
+    TagWord,
+    TagLost,
+    FrameCutShort,
+    TimingReference,
+    TimingProtection,
+    TimingFlags,
+    LineNumber,
+    LineCrc,
+    BlankingValue,
+    ReservedValue,
+    LineLength,
+    LineSlip,
+    ReferencesLost,
 };
 
 /// What a code stands for.
@@ -46,7 +61,8 @@ struct FindingKind
     FindingCode code;
     FindingSeverity severity;
     const char* name; ///< stable, for programs: "sdi.word-too-wide"
-    const char* text; ///< for engineers; %1 is what was expected, %2 what was found
+    const char*
+        text; ///< for engineers; %1 is what was expected, %2 what was found; %3 and %4 in decimal
 };
 
 /// One row for each code, in their order.
@@ -98,10 +114,34 @@ constexpr FindingKind FINDING_KINDS[] = {
      "more than belongs to the picture: %2"},
     {FindingCode::LinkRasterContradicts, FindingSeverity::Error, "link.raster",
      "the measured raster is not that of the payload identifier"},
+    {FindingCode::TagWord, FindingSeverity::Error, "tag.word", "a tag's word is %2, not %1"},
+    {FindingCode::TagLost, FindingSeverity::Error, "tag.lost", "tags are not where they belong"},
+    {FindingCode::FrameCutShort, FindingSeverity::Error, "frame.cut-short",
+     "the frame ends after %4 lines of %3"},
+    {FindingCode::TimingReference, FindingSeverity::Error, "sdi.timing-reference",
+     "a timing reference has %2 for %1"},
+    {FindingCode::TimingProtection, FindingSeverity::Error, "sdi.timing-protection",
+     "a timing reference ends with %2, not %1: its protection bits do not fit"},
+    {FindingCode::TimingFlags, FindingSeverity::Error, "sdi.timing-flags",
+     "a timing reference ends with %2, not %1: it belongs to another line"},
+    {FindingCode::LineNumber, FindingSeverity::Error, "sdi.line-number",
+     "a word of the line number is %2, not %1"},
+    {FindingCode::LineCrc, FindingSeverity::Error, "sdi.crc", "a word of the CRC is %2, not %1"},
+    {FindingCode::BlankingValue, FindingSeverity::Warning, "sdi.blanking-value",
+     "blanking has %2 for %1, outside any ancillary packet"},
+    {FindingCode::ReservedValue, FindingSeverity::Error, "sdi.reserved-value",
+     "a sample has a value reserved for references: %2"},
+    {FindingCode::LineLength, FindingSeverity::Error, "sdi.line-length",
+     "the line has %4 words for %3"},
+    {FindingCode::LineSlip, FindingSeverity::Error, "sdi.line-slip",
+     "line %4 comes in the place of line %3"},
+    {FindingCode::ReferencesLost, FindingSeverity::Error, "sdi.references-lost",
+     "no timing reference where the next lines begin"},
 };
 
 constexpr std::size_t FINDING_CODE_COUNT = sizeof(FINDING_KINDS) / sizeof(FINDING_KINDS[0]);
 
+/// The row of a code.
 constexpr const FindingKind& getKind(FindingCode code)
 {
     return FINDING_KINDS[static_cast<std::size_t>(code)];
@@ -109,6 +149,7 @@ constexpr const FindingKind& getKind(FindingCode code)
 
 namespace FindingCodeChecks {
 
+/// False if a code has another's row.
 constexpr bool isInOrder()
 {
     for (std::size_t i = 0; i < FINDING_CODE_COUNT; ++i) {

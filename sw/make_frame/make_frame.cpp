@@ -3,14 +3,15 @@
 //   make_frame FILE [STANDARD] [--picture IMAGE]   writes the words of all fields, 32 bits,
 //                                                  big-endian; colour bars if no image is given
 //   make_frame --check FILE [STANDARD] [--picture IMAGE]
-//                                                  verifies tags, timing references, line numbers
-//                                                  and CRCs, and the samples of the image if one is
-//                                                  given; reports the first fault of the stream
+//                                                  verifies tags, timing references, line numbers,
+//                                                  CRCs and blanking, and the samples of the image
+//                                                  if one is given; reports each fault
 //
 // STANDARD is a description such as "1920x1080i50 YCbCr:422:10 1.5G Rec.709", of level A, 720 or
 // 1080 lines, 10 bits 4:2:2 YCbCr on one link. An image must have the standard's picture size.
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
+#include "infrastructure/utility/video/analysis/FrameReader.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
@@ -55,19 +56,6 @@ struct Streams
     Frame chroma;
 };
 
-/// The last word of a timing reference, with its protection bits (SMPTE ST 292-1).
-constexpr quint16 referenceWord(bool second, bool blanking, bool end)
-{
-    const unsigned f = second ? 1 : 0;
-    const unsigned v = blanking ? 1 : 0;
-    const unsigned h = end ? 1 : 0;
-    return static_cast<quint16>(0x200u | f << 8 | v << 7 | h << 6 | (v ^ h) << 5 | (f ^ h) << 4 |
-                                (f ^ v) << 3 | (f ^ v ^ h) << 2);
-}
-static_assert(referenceWord(false, true, true) == 0x2D8 &&
-                  referenceWord(false, false, false) == 0x200,
-              "the words of the standard");
-
 bool isPictureLine(const FieldMetrics& metrics, quint32 line)
 {
     const FieldRegion picture = metrics.getActivePictureRegion();
@@ -83,15 +71,7 @@ void complete(std::vector<Streams>& fields, Frame Streams::*stream)
     for (std::size_t number = 0; number < fields.size(); ++number) {
         Frame& words = fields[number].*stream;
         const FieldMetrics& metrics = fields[number].metrics;
-        for (quint32 line = 0; line < metrics.getHeight(); ++line) {
-            const bool blanking = !isPictureLine(metrics, line);
-            const auto start = words.begin() + std::ptrdiff_t(line) * metrics.getWidth();
-            Frame one(start, start + metrics.getWidth());
-            FrameOperations::writeTimingReferences(one, metrics,
-                                                   referenceWord(number != 0, blanking, true),
-                                                   referenceWord(number != 0, blanking, false));
-            std::copy(one.begin(), one.end(), start);
-        }
+        FrameOperations::writeTimingReferences(words.data(), words.size(), metrics, number != 0);
         FrameOperations::writeLineNumbers(words, metrics, true, true);
     }
     const Streams* before = &fields.back();
@@ -245,70 +225,8 @@ int make(const QString& path, const std::vector<FieldMetrics>& fieldMetrics, con
     return ok ? 0 : 1;
 }
 
-/// The words of one field; none, with a line of output, if there are too few.
-std::vector<quint32> readField(QFile& file, const FieldMetrics& metrics, std::size_t number)
-{
-    std::vector<quint32> words(static_cast<std::size_t>(ParcelTongue::getTaggedSize(metrics)));
-    const auto bytes = static_cast<qint64>(words.size() * sizeof(quint32));
-    if (file.read(reinterpret_cast<char*>(words.data()), bytes) != bytes) {
-        std::printf("field %zu is cut short\n", number + 1);
-        return {};
-    }
-    qFromBigEndian<quint32>(words.data(), static_cast<qsizetype>(words.size()), words.data());
-    return words;
-}
-
-/// The samples among the words of a field.
-Streams streamsOf(const std::vector<quint32>& words, const FieldMetrics& metrics)
-{
-    const quint32 samples = metrics.getTotalSamples();
-    Streams streams{metrics, Frame(samples), Frame(samples)};
-    for (quint32 i = 0; i < samples; ++i) {
-        const auto sample =
-            Sdi20BitSample::fromStoreWord(words[ParcelTongue::getTaggedIndex(metrics, i)]);
-        streams.luma[i] = sample.channelOne;
-        streams.chroma[i] = sample.channelTwo;
-    }
-    return streams;
-}
-
-/// Prints line, sample and kind of the difference at a word that is not as expected.
-void printFault(const FieldMetrics& metrics, std::size_t index, quint32 found, quint32 expected)
-{
-    // The first sample at or after the word.
-    const quint32 samples = metrics.getTotalSamples();
-    quint32 sample = 0;
-    for (quint32 behind = samples; sample < behind;) {
-        const quint32 middle = sample + (behind - sample) / 2;
-        if (ParcelTongue::getTaggedIndex(metrics, middle) < index) {
-            sample = middle + 1;
-        } else {
-            behind = middle;
-        }
-    }
-    const bool isLast = sample == samples;
-    const bool isTag = isLast || ParcelTongue::getTaggedIndex(metrics, sample) != index;
-    const quint32 place = isLast ? sample - 1 : sample;
-    const quint32 line = metrics.getFirstLineNumber() + place / metrics.getWidth();
-    const quint32 column = place % metrics.getWidth();
-    const auto was = Sdi20BitSample::fromStoreWord(found);
-    const auto should = Sdi20BitSample::fromStoreWord(expected);
-    if (isTag) {
-        std::printf("tag %s line %u, sample %u: %08x, expected %08x\n",
-                    isLast ? "behind" : "before", line, column, found, expected);
-    } else if (was.channelTwo != should.channelTwo) {
-        std::printf("chroma, line %u, sample %u: %u, expected %u\n", line, column, was.channelTwo,
-                    should.channelTwo);
-    } else if (was.channelOne != should.channelOne) {
-        std::printf("luma, line %u, sample %u: %u, expected %u\n", line, column, was.channelOne,
-                    should.channelOne);
-    } else {
-        std::printf("bits 31 to 20, line %u, sample %u: %03x, expected 000\n", line, column,
-                    found >> 20);
-    }
-}
-
-/// With a picture, its samples and the blanking around them are verified as well.
+/// Prints what is wrong with the words of a file; with a picture, the first sample that differs
+/// too.
 int check(const QString& path, const std::vector<FieldMetrics>& fieldMetrics,
           const Samples& picture)
 {
@@ -317,31 +235,55 @@ int check(const QString& path, const std::vector<FieldMetrics>& fieldMetrics,
         std::fprintf(stderr, "%s: %s\n", qPrintable(path), qPrintable(file.errorString()));
         return 1;
     }
-    std::vector<std::vector<quint32>> found;
-    std::vector<Streams> expected;
-    for (std::size_t number = 0; number < fieldMetrics.size(); ++number) {
-        const FieldMetrics& metrics = fieldMetrics[number];
-        found.push_back(readField(file, metrics, number));
-        if (found.back().empty()) {
-            return 1;
+    FrameReaderOptions options;
+    options.repeats = true;
+    FrameReader reader({fieldMetrics}, options);
+    bool isPictureRight = true;
+    std::size_t pictureLines[2] = {};
+    reader.setLineReceiver([&](const FrameReader::Line& line) {
+        std::size_t source = (pictureLines[line.field] * fieldMetrics.size() +
+                              static_cast<std::size_t>(line.field)) *
+                             line.pictureCount;
+        pictureLines[line.field] += line.pictureCount != 0 ? 1 : 0;
+        for (quint32 x = 0; x < line.pictureCount && isPictureRight; ++x, ++source) {
+            const auto found = Sdi20BitSample::fromStoreWord(line.picture[x]);
+            if (source < picture.size() && found != picture[source]) {
+                const bool isLuma = found.channelOne != picture[source].channelOne;
+                std::printf("%s, line %u, sample %u: %u, expected %u\n", isLuma ? "luma" : "chroma",
+                            line.number, line.blankingCount + x,
+                            isLuma ? found.channelOne : found.channelTwo,
+                            isLuma ? picture[source].channelOne : picture[source].channelTwo);
+                isPictureRight = false;
+            }
         }
-        expected.push_back(picture.empty()
-                               ? streamsOf(found.back(), metrics)
-                               : fieldOf(picture, metrics, number, fieldMetrics.size()));
+    });
+    std::vector<quint32> words(1 << 16);
+    auto* const target = reinterpret_cast<char*>(words.data());
+    const auto most = static_cast<qint64>(words.size() * sizeof(quint32));
+    qint64 bytes = 0; // of a word that is not complete
+    for (qint64 taken = 0; (taken = file.read(target + bytes, most - bytes)) > 0;) {
+        bytes += taken;
+        const auto count = static_cast<std::size_t>(bytes) / sizeof(quint32);
+        qFromBigEndian<quint32>(words.data(), static_cast<qsizetype>(count), words.data());
+        reader.read(words.data(), count);
+        bytes %= qint64(sizeof(quint32));
+        std::copy_n(target + count * sizeof(quint32), bytes, target);
     }
-    if (!file.atEnd()) {
+    reader.finish();
+    const FindingList& findings = reader.getFindings();
+    for (const Finding& finding : findings.getFindings()) {
+        std::puts(qPrintable(finding.toString()));
+    }
+    if (findings.getTotal() > findings.getFindings().size()) {
+        std::printf("and %llu more\n", static_cast<unsigned long long>(
+                                           findings.getTotal() - findings.getFindings().size()));
+    }
+    const bool isOne = reader.getFrameCount() == 1 && bytes == 0;
+    if (findings.isEmpty() && !isOne) {
         std::puts("more words than the fields have");
-        return 1;
     }
-    complete(expected);
-    for (std::size_t number = 0; number < found.size(); ++number) {
-        const std::vector<quint32> words = taggedWords(expected[number], number);
-        const auto wrong = std::mismatch(words.begin(), words.end(), found[number].begin());
-        if (wrong.first != words.end()) {
-            printFault(fieldMetrics[number], static_cast<std::size_t>(wrong.first - words.begin()),
-                       *wrong.second, *wrong.first);
-            return 1;
-        }
+    if (!findings.isEmpty() || !isOne || !isPictureRight) {
+        return 1;
     }
     std::puts("all tags, timing references, line numbers and CRCs are right");
     return 0;

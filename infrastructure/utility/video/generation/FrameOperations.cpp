@@ -1,6 +1,7 @@
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/generation/LineCrc_p.h"
 
 #include <algorithm>
 
@@ -14,77 +15,29 @@ constexpr std::size_t CRC_INDEX = 6;
 constexpr std::size_t COVERED_WORDS = CRC_INDEX;
 constexpr std::size_t TIMING_REFERENCE_WORDS = 4;
 
-bool hasSizeOf(const FieldMetrics& metrics, const Frame& frame)
-{
-    return frame.size() == metrics.getTotalSamples();
-}
-
 /// Calls `use` with each whole line, from its first word. `width` is not 0.
 template <typename Use>
-void forEachLine(Frame& frame, std::size_t width, Use use)
+void forEachLine(quint16* frame, std::size_t count, std::size_t width, Use use)
 {
-    for (std::size_t start = 0; frame.size() - start >= width; start += width) {
-        use(frame.data() + start);
+    for (std::size_t start = 0; count - start >= width; start += width) {
+        use(frame + start);
     }
 }
 
-// The CRC. Its 18 bits have no feedback into bit 0 within ten shifts, so that a word is one step.
-// x = 1 cancels itself in pairs: exponents of multiples of the generator come in even number.
-
-constexpr quint32 crcStep(quint32 crc, quint32 word)
+void writeReference(quint16* words, quint16 lastWord)
 {
-    const quint32 out = (crc ^ word) & 0x3FFu;
-    return (crc >> 10) ^ (out << 8) ^ (out << 4) ^ (out << 3);
-}
-
-quint32 crcOf(const quint16* words, std::size_t count)
-{
-    quint32 crc = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        crc = crcStep(crc, words[i]);
-    }
-    return crc;
-}
-
-/// Nine bits, with the inverse of the highest above them.
-constexpr quint16 crcWord(quint32 bits)
-{
-    return static_cast<quint16>((bits & 0x1FFu) | (~bits << 1 & 0x200u));
-}
-
-constexpr WordPair crcWords(quint32 crc)
-{
-    return {crcWord(crc), crcWord(crc >> 9)};
-}
-
-// Folding. With y for a shift of a whole word, y^120 + y^32 + y^6 + 1 is a multiple of the
-// generator. So a word may be dropped without changing the CRC if it is xored into the words 88,
-// 114 and 120 further on. That reduces a line to its last words in steps that do not wait for each
-// other. The fourth power of that multiple has the same terms four times as far apart, in whole
-// vectors, and is used first on long lines. y^53 + y^29 + y^7 + y^2 + y + 1 is a multiple as well,
-// and reduces 120 words to 53.
-
-/// Folds `count` words into the last `degree` words of `run`, which has room for `degree` words,
-/// all 0, and after them the `count` words. `count` is at least `degree`. The exponents go down to
-/// 0.
-template <std::size_t degree, std::size_t exponent, std::size_t... lower>
-void fold(const quint16* words, std::size_t count, quint16* run, std::size_t from = 0)
-{
-    // From here on, the word that this exponent would reach is among the last words, which stay.
-    const std::size_t end = count - exponent;
-    for (std::size_t i = from; i < end; ++i) {
-        run[i + degree] =
-            static_cast<quint16>((words[i] ^ run[i + exponent]) ^ (0 ^ ... ^ run[i + lower]));
-    }
-    if constexpr (sizeof...(lower) > 0) {
-        fold<degree, lower...>(words, count, run, end);
-    }
+    const quint16 reference[TIMING_REFERENCE_WORDS] = {1023, 0, 0, lastWord};
+    std::copy(std::begin(reference), std::end(reference), words);
 }
 
 /// The CRCs of equally long runs of words. Several are computed together, since each step of one
 /// waits for the step before.
 class CrcWriter
 {
+    static constexpr std::size_t LONG_DEGREE = LineCrc::LONG_DEGREE;
+    static constexpr std::size_t DEGREE = LineCrc::DEGREE;
+    static constexpr std::size_t SHORT_DEGREE = LineCrc::SHORT_DEGREE;
+
 public:
     explicit CrcWriter(std::size_t wordsOfRun)
         : count(wordsOfRun)
@@ -97,17 +50,17 @@ public:
     void add(const quint16* words, quint16* target)
     {
         if (count < DEGREE) {
-            write(crcOf(words, count), target);
+            write(LineCrc::of(words, count), target);
             return;
         }
         std::size_t left = count;
         if (count >= LONG_DEGREE) {
-            fold<LONG_DEGREE, 128, 24, 0>(words, count, longRun.data());
+            LineCrc::fold<LONG_DEGREE, 128, 24, 0>(words, count, longRun.data());
             words = longRun.data() + count;
             left = LONG_DEGREE;
         }
-        fold<DEGREE, 32, 6, 0>(words, left, run.data());
-        fold<SHORT_DEGREE, 29, 7, 2, 1, 0>(run.data() + left, DEGREE, ends[used].data());
+        LineCrc::fold<DEGREE, 32, 6, 0>(words, left, run.data());
+        LineCrc::fold<SHORT_DEGREE, 29, 7, 2, 1, 0>(run.data() + left, DEGREE, ends[used].data());
         targets[used] = target;
         if (++used == LANES) {
             flush();
@@ -119,7 +72,7 @@ public:
         std::array<quint32, LANES> crcs = {};
         for (std::size_t i = DEGREE; i < DEGREE + SHORT_DEGREE; ++i) {
             for (std::size_t lane = 0; lane < LANES; ++lane) {
-                crcs[lane] = crcStep(crcs[lane], ends[lane][i]);
+                crcs[lane] = LineCrc::step(crcs[lane], ends[lane][i]);
             }
         }
         for (std::size_t lane = 0; lane < used; ++lane) {
@@ -129,14 +82,11 @@ public:
     }
 
 private:
-    static constexpr std::size_t LONG_DEGREE = 480;
-    static constexpr std::size_t DEGREE = 120;
-    static constexpr std::size_t SHORT_DEGREE = 53;
     static constexpr std::size_t LANES = 4;
 
     static void write(quint32 crc, quint16* target)
     {
-        const WordPair words = crcWords(crc);
+        const WordPair words = LineCrc::toWords(crc);
         std::copy(words.begin(), words.end(), target);
     }
 
@@ -151,17 +101,17 @@ private:
 /// Calls `use` with the first word of each row of a rectangle in the store, and the number of words
 /// left from there. `width` is in words.
 template <typename Use>
-void forEachRow(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
+void forEachRow(const FieldMetrics& metrics, quint32* store, std::size_t count, quint32 width,
                 quint32 firstRow, quint32 height, Use use)
 {
     const quint64 stride = metrics.getWidth();
     quint64 start = metrics.getFirstActiveSampleOffset() + firstRow * stride;
     for (quint32 row = std::min(height, metrics.getActiveHeight()); row > 0; --row) {
-        if (start >= store.size()) {
+        if (start >= count) {
             return;
         }
         const auto index = static_cast<std::size_t>(start);
-        use(store.data() + index, std::min<std::size_t>(width, store.size() - index));
+        use(store + index, std::min<std::size_t>(width, count - index));
         start += stride;
     }
 }
@@ -175,9 +125,28 @@ WordPair lineNumberWords(quint32 lineNumber)
             static_cast<quint16>((lineNumber >> 7 & 0xFu) << 2 | 0x200u)};
 }
 
-WordPair calculateCrc(const Frame& words)
+WordPair calculateCrc(const quint16* words, std::size_t count)
 {
-    return crcWords(crcOf(words.data(), words.size()));
+    return LineCrc::toWords(LineCrc::of(words, count));
+}
+
+bool writeTimingReferences(quint16* field, std::size_t count, const FieldMetrics& metrics,
+                           bool secondField)
+{
+    const FieldRegion active = metrics.getActivePictureRegion();
+    const std::size_t start = active.getFirstSampleIndex();
+    if (count != metrics.getTotalSamples() || start < TIMING_REFERENCE_WORDS ||
+        start > metrics.getWidth()) {
+        return false;
+    }
+    quint32 line = metrics.getWholeFieldRegion().getFirstLineIndex();
+    forEachLine(field, count, metrics.getWidth(), [&](quint16* words) {
+        const bool blanking = !active.contains(active.getFirstSampleIndex(), line++);
+        writeReference(words, timingReferenceWord(secondField, blanking, true));
+        writeReference(words + start - TIMING_REFERENCE_WORDS,
+                       timingReferenceWord(secondField, blanking, false));
+    });
+    return true;
 }
 
 std::size_t writeTimingReferences(Frame& frame, const FieldMetrics& metrics, quint16 eavWord,
@@ -189,43 +158,41 @@ std::size_t writeTimingReferences(Frame& frame, const FieldMetrics& metrics, qui
                      << " words, active samples from " << active;
         return 0;
     }
-    const auto write = [&](std::size_t index, quint16 word) {
-        const quint16 reference[TIMING_REFERENCE_WORDS] = {1023, 0, 0, word};
-        std::copy(std::begin(reference), std::end(reference), frame.data() + index);
-    };
     const std::size_t savIndex = active - TIMING_REFERENCE_WORDS;
-    write(0, eavWord);
-    write(savIndex, savWord);
+    writeReference(frame.data(), eavWord);
+    writeReference(frame.data() + savIndex, savWord);
     return savIndex * sizeof(quint16);
 }
 
-bool writeLineNumbers(Frame& frame, const FieldMetrics& metrics, bool firstFlag, bool secondFlag)
+bool writeLineNumbers(quint16* frame, std::size_t count, const FieldMetrics& metrics,
+                      bool firstFlag, bool secondFlag)
 {
-    if (!hasSizeOf(metrics, frame)) {
+    if (count != metrics.getTotalSamples()) {
         return false;
     }
-    if (frame.empty() || (!firstFlag && !secondFlag)) {
+    if (count == 0 || (!firstFlag && !secondFlag)) {
         return true;
     }
     if (metrics.getWidth() < LINE_NUMBER_INDEX + 2) {
         return false;
     }
     auto number = static_cast<quint16>(metrics.getFirstLineNumber());
-    forEachLine(frame, metrics.getWidth(), [&](quint16* line) {
+    forEachLine(frame, count, metrics.getWidth(), [&](quint16* line) {
         const WordPair words = lineNumberWords(number++);
         std::copy(words.begin(), words.end(), line + LINE_NUMBER_INDEX);
     });
     return true;
 }
 
-bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousActiveLine)
+bool writeCrcs(quint16* frame, std::size_t count, const FieldMetrics& metrics,
+               const quint16* previousActiveLine, std::size_t previousCount)
 {
     const std::size_t width = metrics.getWidth();
     const std::size_t activeWidth = metrics.getActiveWidth();
-    if (!hasSizeOf(metrics, frame) || previousActiveLine.size() != activeWidth) {
+    if (count != metrics.getTotalSamples() || previousCount != activeWidth) {
         return false;
     }
-    if (width == 0 || frame.size() < width) {
+    if (width == 0 || count < width) {
         return true;
     }
     if (width < CRC_INDEX + 2 || activeWidth > width) {
@@ -233,11 +200,11 @@ bool writeCrcs(Frame& frame, const FieldMetrics& metrics, const Frame& previousA
     }
     // With almost no blanking, a line's CRC is among the words that the next one covers.
     const bool oneByOne = width - activeWidth < CRC_INDEX + 2;
-    Frame first = previousActiveLine;
-    first.insert(first.end(), frame.begin(), frame.begin() + COVERED_WORDS);
+    Frame first(previousActiveLine, previousActiveLine + previousCount);
+    first.insert(first.end(), frame, frame + COVERED_WORDS);
     CrcWriter crcs(activeWidth + COVERED_WORDS);
     const quint16* covered = first.data();
-    forEachLine(frame, width, [&](quint16* line) {
+    forEachLine(frame, count, width, [&](quint16* line) {
         crcs.add(covered, line + CRC_INDEX);
         if (oneByOne) {
             crcs.flush();
@@ -256,24 +223,24 @@ Frame lastActiveLine(const Frame& frame, const FieldMetrics& metrics)
     return {frame.end() - static_cast<std::ptrdiff_t>(metrics.getActiveWidth()), frame.end()};
 }
 
-void fillRectangle32(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
+void fillRectangle32(const FieldMetrics& metrics, quint32* store, std::size_t count, quint32 width,
                      quint32 firstRow, quint32 height, quint32 value)
 {
     const quint32 words = std::min(width, metrics.getActiveWidth());
-    forEachRow(metrics, store, words, firstRow, height,
-               [&](quint32* row, std::size_t count) { std::fill_n(row, count, value); });
+    forEachRow(metrics, store, count, words, firstRow, height,
+               [&](quint32* row, std::size_t left) { std::fill_n(row, left, value); });
 }
 
-void fillRectangle10(const FieldMetrics& metrics, std::vector<quint32>& store, quint32 width,
+void fillRectangle10(const FieldMetrics& metrics, quint32* store, std::size_t count, quint32 width,
                      quint32 firstRow, quint32 height, quint32 value, bool secondChannel)
 {
     const quint32 samples = std::min(width, metrics.getActiveWidth());
     const std::size_t pairs = samples / 2;
     const quint32 both = (value & 0x3FFu) * 1025u;
-    forEachRow(metrics, store, samples - samples / 2, firstRow, height,
-               [&](quint32* row, std::size_t count) {
-                   std::fill_n(row, std::min(pairs, count), both);
-                   if (count > pairs) {
+    forEachRow(metrics, store, count, samples - samples / 2, firstRow, height,
+               [&](quint32* row, std::size_t left) {
+                   std::fill_n(row, std::min(pairs, left), both);
+                   if (left > pairs) {
                        row[pairs] = secondChannel ? (row[pairs] & 0x3FFu) | value << 10
                                                   : (row[pairs] & 0xFFC00u) | value;
                    }

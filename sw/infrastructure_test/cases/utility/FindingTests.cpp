@@ -12,6 +12,9 @@ TEST_CASE("A finding says what, where and how bad", "[utility]")
     finding = {FindingCode::WordTooWide};
     finding.found = -5;
     CHECK(finding.toString() == "error sdi.word-too-wide: a word has more than 10 bits: -5"_s);
+    const Finding inDecimal{FindingCode::LineLength, {}, 5280, 5279};
+    CHECK(inDecimal.toString() == "error sdi.line-length: the line has 5279 words for 5280"_s);
+    finding = {FindingCode::WordTooWide, {}, 0, -5};
     for (const Finding& other : {Finding{FindingCode::WordTooWide, {0, -1, -1, -1}, 0, -5},
                                  Finding{FindingCode::WordTooWide, {-1, 0, -1, -1}, 0, -5},
                                  Finding{FindingCode::WordTooWide, {-1, -1, 1, -1}, 0, -5},
@@ -43,6 +46,14 @@ TEST_CASE("A list of findings keeps the first and counts all", "[utility]")
     CHECK(list.getFindings()[1].place.line == 2);
     CHECK(list.getTotal() == 5);
     CHECK(list.getCount(FindingCode::WordTooWide) == 5);
+    FindingList both(3);
+    both.add({FindingCode::TagLost});
+    both.append(list);
+    both.append(list);
+    CHECK(both.getFindings().size() == 3);
+    CHECK(both.getFindings()[2] == list.getFindings()[1]);
+    CHECK(both.getTotal() == 11);
+    CHECK(both.getCount(FindingCode::WordTooWide) == 10);
     list.clear();
     CHECK((list.isEmpty() && list.getFindings().empty()));
     CHECK(list.getCount(FindingCode::WordTooWide) == 0);

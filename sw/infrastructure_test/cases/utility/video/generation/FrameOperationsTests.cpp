@@ -203,6 +203,30 @@ TEST_CASE("Lines are numbered from the first of the metrics on, if either flag i
     CHECK(frame == blank);
 }
 
+TEST_CASE("Each line gets its references, with the eight words of the standard", "[frames]")
+{
+    // First field and second: start of picture, end; start of blanking, end (SMPTE ST 292-1).
+    const quint16 words[2][4] = {{0x200, 0x274, 0x2AC, 0x2D8}, {0x31C, 0x368, 0x3B0, 0x3C4}};
+    const FieldMetrics metrics(FieldRegion(0, 5, 20, 6), FieldRegion(12, 7, 8, 3));
+    for (const bool second : {false, true}) {
+        Frame frame(120 + 2, 7); // a field within a larger buffer
+        REQUIRE(writeTimingReferences(frame.data() + 1, 120, metrics, second));
+        Frame expected(frame.size(), 7);
+        for (quint32 line = 0; line < 6; ++line) {
+            const quint16* ofLine = words[second ? 1 : 0] + (line >= 2 && line < 5 ? 0 : 2);
+            const Frame reference = {0x3FF, 0, 0, ofLine[1], 7, 7, 7, 7, 0x3FF, 0, 0, ofLine[0]};
+            std::copy(reference.begin(), reference.end(), expected.begin() + 1 + line * 20);
+        }
+        CHECK(frame == expected);
+        CHECK_FALSE(writeTimingReferences(frame.data(), 121, metrics, second));
+        CHECK_FALSE(writeTimingReferences(
+            frame.data(), 120, {FieldRegion(0, 5, 20, 6), FieldRegion(3, 7, 17, 3)}, second));
+        CHECK_FALSE(writeTimingReferences(
+            frame.data(), 120, {FieldRegion(0, 5, 20, 6), FieldRegion(21, 7, 8, 3)}, second));
+        CHECK(frame == expected);
+    }
+}
+
 TEST_CASE("Timing references go to the start and in front of the picture", "[frames]")
 {
     const FieldMetrics metrics(FieldRegion(0, 0, 30, 2), FieldRegion(12, 0, 18, 2));
