@@ -59,7 +59,7 @@ struct ActiveFormat
     quint8 code = 0;        ///< 0 to 15
     bool isWide = false;    ///< the coded frame is 16:9, otherwise 4:3
     quint8 barFlags = 0;    ///< bit 3 top, 2 bottom, 1 left, 0 right
-    quint16 barValues[2]{}; ///< last line or sample of the first bar, first one of the second
+    quint16 barValues[2]{}; ///< where a top or left bar ends; where a bottom or right one begins
 
     bool operator==(const ActiveFormat& other) const;
     bool operator!=(const ActiveFormat& other) const { return !(*this == other); }
