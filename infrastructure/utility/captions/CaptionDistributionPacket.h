@@ -7,8 +7,6 @@
 //   74    | sequence | checksum                       footer
 #pragma once
 
-#include "infrastructure/utility/captions/CdpErrorReport.h"
-
 #include <QString>
 #include <QtGlobal>
 
@@ -101,22 +99,4 @@ struct CaptionDistributionPacket
     std::vector<uint8_t> toBytes() const;
     /// "29.97 Hz, sequence 7, 01:02:03;04, 20 triplets (2 valid), services 1 eng": what is there.
     QString toString() const;
-};
-
-/// Reads packets in the order of the stream. It rejects nothing: the report answers each question
-/// of conformance, and reading goes on as far as the bytes allow. Between packets it remembers only
-/// the sequence. One thread.
-class CdpDecoder
-{
-public:
-    /// Reads the user words of an ancillary packet, from 96 on, into `packet`, whose former content
-    /// is dropped.
-    CdpErrorReport decode(const uint8_t* bytes, std::size_t size,
-                          CaptionDistributionPacket& packet);
-    /// Forgets the sequence: the next packet may have any.
-    void reset() { hasSequence = false; }
-
-private:
-    bool hasSequence = false;
-    uint16_t lastSequence = 0;
 };

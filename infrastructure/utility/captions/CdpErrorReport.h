@@ -24,9 +24,12 @@ struct CdpErrorReport
     bool footerSequenceCorrect = true; ///< the footer repeats the header's sequence
     bool checksumCorrect = true;
     bool sequenceContinuous = true; ///< one more than that of the packet before
+    uint32_t receivedIdentifier = 0;
+    uint32_t expectedIdentifier = 0x9669;
     uint32_t receivedLength = 0;
     uint32_t expectedLength = 0;
-    uint32_t receivedCount = 0; ///< of triplets
+    uint32_t receivedFrameRate = 0; ///< its code
+    uint32_t receivedCount = 0;     ///< of triplets
     uint32_t expectedCount = 0;
     uint32_t receivedSequence = 0;
     uint32_t expectedSequence = 0;
@@ -39,9 +42,9 @@ struct CdpErrorReport
         return std::tie(longEnough, identifierCorrect, lengthCorrect, frameRateKnown,
                         sectionsCorrect, markersCorrect, countWithinRate, paddingComplete,
                         parityCorrect, footerSequenceCorrect, checksumCorrect, sequenceContinuous,
-                        receivedLength, expectedLength, receivedCount, expectedCount,
-                        receivedSequence, expectedSequence, footerSequence, receivedChecksum,
-                        expectedChecksum);
+                        receivedIdentifier, expectedIdentifier, receivedLength, expectedLength,
+                        receivedFrameRate, receivedCount, expectedCount, receivedSequence,
+                        expectedSequence, footerSequence, receivedChecksum, expectedChecksum);
     }
 
     /// True if every flag is.
