@@ -40,6 +40,7 @@ enum class FindingCode : quint16 {
     CdpChannelSequence,
     CdpBlockCut,
     CdpCodeCut,
+    CdpXds,
 };
 
 /// What a code stands for.
@@ -101,6 +102,8 @@ constexpr FindingKind FINDING_KINDS[] = {
      "a service block of %1 bytes ends after %2"},
     {FindingCode::CdpCodeCut, FindingSeverity::Error, "cdp.code-cut",
      "a code of CEA-708 service %2 is cut by the end of its block"},
+    {FindingCode::CdpXds, FindingSeverity::Error, "cdp.xds",
+     "an XDS packet has a wrong checksum, or 33 pairs and no end"},
 };
 
 constexpr std::size_t FINDING_CODE_COUNT = sizeof(FINDING_KINDS) / sizeof(FINDING_KINDS[0]);

@@ -4,6 +4,7 @@
 #include "infrastructure/utility/captions/CaptionChannel708.h"
 #include "infrastructure/utility/captions/CaptionField608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
+#include "infrastructure/utility/captions/CdpDecoder.h"
 #include "infrastructure/utility/video/ancillary/AncillaryCollectorPacket.h"
 
 #include <functional>
@@ -21,7 +22,7 @@ public:
     explicit CaptionDemultiplexer(XdsReceiver receiver = {});
 
     /// True if the packet was one of captions. Findings: those of CdpErrorReport and
-    /// CaptionChannel708, "anc.length" and "cdp.parity".
+    /// CaptionChannel708, "anc.end-marker", "anc.length", "cdp.parity" and "cdp.xds".
     bool process(const AncillaryCollectorPacket& packet, const FindingPlace& place = {});
 
     /// CC1 to CC4, as 1 to 4; any other number gives that of its lowest bits.
@@ -41,8 +42,7 @@ public:
 
 private:
     void processCdp(const uint8_t* bytes, std::size_t size, const FindingPlace& place);
-    void processPair(bool isField1, uint8_t raw1, uint8_t raw2);
-    void noteServices();
+    bool processPair(bool isField1, uint8_t raw1, uint8_t raw2, const FindingPlace& place);
 
     CdpDecoder decoder;
     CaptionDistributionPacket cdp;
@@ -52,6 +52,6 @@ private:
     XdsReceiver xdsReceiver;
     uint32_t xdsRevision = 0;
     CaptionChannel708 channel;
-    std::array<std::array<char, 3>, 64 + 2> languages{};
+    std::array<QString, CaptionChannel708::MAX_SERVICE + 3> languages; ///< then those of CEA-608
     FindingList findings;
 };

@@ -63,13 +63,12 @@ public:
     uint32_t getRevision() const { return revision; }
 
 private:
-    std::size_t processCode(const uint8_t* bytes, std::size_t size);
+    void processCode(const uint8_t* bytes);
     void processC0(uint8_t code);
     void processC1(const uint8_t* bytes);
     void processWindowSet(uint8_t code, uint8_t windowBits);
     void defineWindow(const uint8_t* bytes);
     void write(char16_t character);
-    void reset();
     CaptionWindow708* current();
     void noteChange(const CaptionWindow708& changed) { revision += changed.isVisible() ? 1 : 0; }
 
