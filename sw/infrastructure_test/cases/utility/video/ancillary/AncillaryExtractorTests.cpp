@@ -200,12 +200,13 @@ TEST_CASE("A field is searched in its blanking, line by line", "[ancillary]")
     put(9, 52, changed(SHORT, 5, 0x203)); // past the end of the line
     Extraction extraction;
     REQUIRE(extraction.extractor.readField({store.data(), store.size()}, metrics, {2, 1, -1, -1}));
-    CHECK(extraction.packets ==
-          QStringList{"4 8 H DID 0x41 SDID 0x01 DC 4: 89 c9 80 01"_s,
-                      "5 40 V DID 0x41 SDID 0x01 DC 4: 89 c9 80 01"_s,
-                      "7 8 H DID 0xE7 SDID 0x01 DC 1: 02"_s,
-                      "7 19 H DID 0x41 SDID 0x01 DC 4: 89 00 00 00 (no end marker) not whole"_s,
-                      "9 52 V DID 0xE7 SDID 0x01 DC 3: 02 eb 00 (no end marker) not whole parity"_s});
+    CHECK(
+        extraction.packets ==
+        QStringList{"4 8 H DID 0x41 SDID 0x01 DC 4: 89 c9 80 01"_s,
+                    "5 40 V DID 0x41 SDID 0x01 DC 4: 89 c9 80 01"_s,
+                    "7 8 H DID 0xE7 SDID 0x01 DC 1: 02"_s,
+                    "7 19 H DID 0x41 SDID 0x01 DC 4: 89 00 00 00 (no end marker) not whole"_s,
+                    "9 52 V DID 0xE7 SDID 0x01 DC 3: 02 eb 00 (no end marker) not whole parity"_s});
     REQUIRE(extraction.list.getTotal() == 4);
     CHECK(extraction.list.getFindings()[0].place == FindingPlace{2, 1, 7, 19});
     CHECK(extraction.list.getFindings()[0].code == FindingCode::AncGap);
