@@ -52,9 +52,12 @@ void CaptionDemultiplexer::processCdp(const uint8_t* bytes, std::size_t size,
     decoder.decode(bytes, size, cdp).addFindings(findings, place);
     for (std::size_t i = 0; i < cdp.tripletCount; ++i) {
         const CaptionTriplet& triplet = cdp.triplets[i];
+        if (!triplet.isValid) {
+            continue;
+        }
         if (triplet.type > CaptionTripletType_Field2) {
             channel.processTriplet(triplet, findings, place);
-        } else if (triplet.isValid) {
+        } else {
             processPair(triplet.type == CaptionTripletType_Field1, triplet.bytes[0],
                         triplet.bytes[1], place);
         }

@@ -17,10 +17,11 @@ constexpr uint8_t bit(bool isSet, unsigned number)
     return static_cast<uint8_t>(unsigned{isSet} << number);
 }
 
-/// Two decimal digits, in tens and units.
-constexpr uint8_t digits(int number)
+/// Two digits, the tens limited to what their field holds.
+constexpr uint8_t digits(int number, int mostTens)
 {
-    return static_cast<uint8_t>(number / 10 % 10 << 4 | number % 10);
+    const int tens = std::clamp(number / 10, 0, mostTens);
+    return static_cast<uint8_t>(tens << 4 | std::clamp(number - 10 * tens, 0, 15));
 }
 
 auto valuesOf(const CdpTimecode& code)
@@ -102,10 +103,10 @@ std::vector<uint8_t> CaptionDistributionPacket::toBytes() const
         low};
     if (hasTimecode) {
         const uint8_t time[] = {
-            0x71, static_cast<uint8_t>(digits(timecode.hours) | 0xC0),
-            static_cast<uint8_t>(digits(timecode.minutes) | 0x80),
-            static_cast<uint8_t>(digits(timecode.seconds) | bit(timecode.isField2, 7)),
-            static_cast<uint8_t>(digits(timecode.frames) | bit(timecode.isDropFrame, 7))};
+            0x71, static_cast<uint8_t>(digits(timecode.hours, 3) | 0xC0),
+            static_cast<uint8_t>(digits(timecode.minutes, 7) | 0x80),
+            static_cast<uint8_t>(digits(timecode.seconds, 7) | bit(timecode.isField2, 7)),
+            static_cast<uint8_t>(digits(timecode.frames, 3) | bit(timecode.isDropFrame, 7))};
         bytes.insert(bytes.end(), std::begin(time), std::end(time));
     }
     if (hasTriplets) {

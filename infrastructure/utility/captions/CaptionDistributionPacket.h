@@ -66,7 +66,8 @@ struct CaptionServiceEntry
     bool operator!=(const CaptionServiceEntry& other) const { return bytes != other.bytes; }
 };
 
-/// The parts of a packet. Allocates nothing but in toBytes and the texts.
+/// The parts of a packet; entries beyond a count mean nothing. Allocates nothing but in toBytes and
+/// the texts.
 struct CaptionDistributionPacket
 {
     static constexpr std::size_t MAX_TRIPLETS = 31;

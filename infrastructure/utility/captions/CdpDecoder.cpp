@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t HEADER_BYTES = 7;
 constexpr std::size_t TRIPLET_BYTES = 3;
+constexpr unsigned TRIPLET_MARKERS = 0xF8; ///< of its first byte
 constexpr std::size_t SERVICE_BYTES = 7;
 
 enum Section : uint8_t {
@@ -175,7 +176,6 @@ bool Reading::readTriplets()
         return false;
     }
     packet.hasTriplets = true;
-    packet.tripletCount = 0;
     report.receivedCount = *count & 0x1F;
     expect(report.markersCorrect, (*count & 0xE0) == 0xE0);
     report.expectedCount = CaptionDistributionPacket::getFullCount(packet.frameRateCode);
@@ -183,19 +183,21 @@ bool Reading::readTriplets()
         report.countWithinRate = report.receivedCount <= report.expectedCount;
         report.paddingComplete = report.receivedCount >= report.expectedCount;
     }
-    for (uint32_t i = 0; i < report.receivedCount; ++i) {
-        const uint8_t* const triplet = take(TRIPLET_BYTES);
-        if (triplet == nullptr) {
-            return false;
-        }
+    packet.tripletCount =
+        std::min<std::size_t>(report.receivedCount, (size - next) / TRIPLET_BYTES);
+    const uint8_t* triplet = bytes + next;
+    unsigned markers = TRIPLET_MARKERS;
+    for (std::size_t i = 0; i < packet.tripletCount; ++i, triplet += TRIPLET_BYTES) {
         const bool isValid = (triplet[0] & 0x04) != 0;
         const auto type = static_cast<CaptionTripletType>(triplet[0] & 0x03);
-        packet.triplets[packet.tripletCount++] = {isValid, type, {triplet[1], triplet[2]}};
-        expect(report.markersCorrect, (triplet[0] & 0xF8) == 0xF8);
-        expect(report.parityCorrect, !isValid || type > CaptionTripletType_Field2 ||
-                                         (isOdd(triplet[1]) && isOdd(triplet[2])));
+        packet.triplets[i] = {isValid, type, {triplet[1], triplet[2]}};
+        markers &= triplet[0];
+        if (isValid && type <= CaptionTripletType_Field2) {
+            expect(report.parityCorrect, isOdd(triplet[1]) && isOdd(triplet[2]));
+        }
     }
-    return true;
+    expect(report.markersCorrect, markers == TRIPLET_MARKERS);
+    return take(TRIPLET_BYTES * report.receivedCount) != nullptr;
 }
 
 bool Reading::readServices()
@@ -241,11 +243,14 @@ bool Reading::readFooter()
 CdpErrorReport CdpDecoder::decode(const uint8_t* bytes, std::size_t size,
                                   CaptionDistributionPacket& packet)
 {
-    packet = CaptionDistributionPacket();
+    packet.tripletCount = 0;
+    packet.serviceCount = 0;
+    packet.hasTimecode = packet.hasTriplets = packet.hasServices = false;
     CdpErrorReport report;
     report.expectedLength = static_cast<uint32_t>(size);
     Reading reading(bytes, size, packet, report);
     if (!reading.readHeader()) {
+        packet = CaptionDistributionPacket();
         return report;
     }
     const bool isWhole = reading.readSections();

@@ -11,7 +11,7 @@ class CdpDecoder
 {
 public:
     /// Reads the user words of an ancillary packet, from 96 on, into `packet`, whose former content
-    /// is dropped.
+    /// is dropped, as far as it had a meaning.
     CdpErrorReport decode(const uint8_t* bytes, std::size_t size,
                           CaptionDistributionPacket& packet);
     /// Forgets the sequence: the next packet may have any.
