@@ -228,12 +228,12 @@ TEST_CASE("A caption packet may end anywhere and hold anything", "[captions]")
             "error cdp.too-short: the caption packet of %1 bytes ends within what it promises"_s
                 .arg(QString::number(size, 16).toUpper())));
     }
-    CdpDecoder decoder; // what was there before is gone
-    CaptionDistributionPacket packet;
+    CdpDecoder used; // what was there before is gone
+    CaptionDistributionPacket kept;
     for (const std::size_t size : {good.size(), std::size_t{6}}) {
-        decoder.decode(good.data(), size, packet);
+        used.decode(good.data(), size, kept);
     }
-    CHECK(packet.toBytes() == CaptionDistributionPacket().toBytes());
+    CHECK(kept.toBytes() == CaptionDistributionPacket().toBytes());
     std::mt19937 random(334);
     for (int i = 0; i < 20000; ++i) {
         Bytes bytes = good;
