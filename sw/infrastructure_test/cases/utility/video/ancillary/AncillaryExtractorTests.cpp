@@ -180,6 +180,7 @@ TEST_CASE("Every packet becomes words and comes back", "[ancillary]")
         CHECK((times == 1 && list.isEmpty()));
     }
     CHECK(packetOf({1, 2}, Bytes(256, 7)) == packetOf({1, 2}, Bytes(255, 7)));
+    CHECK(packetOf({1, 2}, Bytes(256, 7)).getDataCount() == 255);
 }
 
 TEST_CASE("A field is searched in its blanking, line by line", "[ancillary]")
