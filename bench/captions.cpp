@@ -1,12 +1,15 @@
 // The caption decoders beside Debian's libzvbi, on the same bytes: random pairs, a caption service
-// as it is on air, and OP-47 packets of five rows. Both sides start from bytes with parity. In
+// as it is on air, caption distribution packets with the pairs of four services, and OP-47 packets
+// of five rows. Both sides start from bytes with parity. In
 // places the peer does more: it checks parity, follows all services of a field, and keeps whole
 // pages.
 #include "bench/Compare.h"
 #include "infrastructure/utility/BitTwiddles.h"
+#include "infrastructure/utility/captions/CaptionDemultiplexer.h"
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/Op47decoder.h"
+#include "infrastructure/utility/video/ancillary/AncillaryContents.h"
 
 #if BENCH_HAVE_ZVBI
 #include <libzvbi.h>
@@ -185,6 +188,44 @@ constexpr uint8_t hamming84(unsigned data)
     return packets;
 }
 
+/// The frames of a stream at 29.97 Hz: a pair of each field, one of the first field's services and
+/// one of the second's in turn.
+struct CaptionFrames
+{
+    std::vector<std::array<RawPair, 2>> pairs;
+    std::vector<AncillaryCollectorPacket> packets;
+};
+
+[[maybe_unused]] CaptionFrames captionFrames()
+{
+    constexpr std::size_t frames = 256; // as many as stay in the cache: there is one at a time
+    constexpr std::size_t run = 64;     ///< pairs of one service before those of the other
+    const std::vector<RawPair> source = captionStream();
+    CaptionFrames made;
+    CaptionDistributionPacket cdp;
+    for (std::size_t i = 0; i < frames; ++i) {
+        std::array<RawPair, 2> pairs{source[i], source[i + frames]};
+        const bool isSecondChannel = i / run % 2 != 0;
+        cdp.tripletCount = 0;
+        for (const bool isField1 : {true, false}) {
+            RawPair& pair = pairs[isField1 ? 0 : 1];
+            const unsigned first = pair[0] & 0x7Fu;
+            if (first >= 0x10 && first < 0x20) { // of this channel and field
+                pair[0] = withParity(first | (isSecondChannel ? 8u : 0u) |
+                                     (!isField1 && first == 0x14 ? 1u : 0u));
+            }
+            cdp.append(
+                {true, isField1 ? CaptionTripletType_Field1 : CaptionTripletType_Field2, pair});
+        }
+        cdp.pad();
+        ++cdp.sequence;
+        const std::vector<uint8_t> bytes = cdp.toBytes();
+        made.pairs.push_back(pairs);
+        made.packets.push_back(makeAncillaryPacket({0x61, 0x01}, bytes.data(), bytes.size()));
+    }
+    return made;
+}
+
 [[maybe_unused]] void decode608(CaptionProcessor608& processor, const std::vector<RawPair>& pairs)
 {
     std::array<Caption608BytePair, 64> batch;
@@ -318,6 +359,40 @@ void compareOp47(benchmark::State& state, double must, double aim)
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(packets.size()));
 }
 
+void compareCdp(benchmark::State& state, double must, double aim)
+{
+    constexpr std::size_t rounds = 32;
+    const CaptionFrames frames = captionFrames();
+    std::vector<vbi_sliced> lines;
+    for (const std::array<RawPair, 2>& pairs : frames.pairs) {
+        for (const std::size_t field : {0, 1}) {
+            vbi_sliced line{};
+            line.id = field == 0 ? VBI_SLICED_CAPTION_525_F1 : VBI_SLICED_CAPTION_525_F2;
+            line.line = field == 0 ? 21 : 284;
+            std::copy(pairs[field].begin(), pairs[field].end(), line.data);
+            lines.push_back(line);
+        }
+    }
+    ZvbiDecoder peer(VBI_EVENT_CAPTION, lines);
+    CaptionDemultiplexer services;
+    bench::compare(
+        state, must, aim,
+        [&] {
+            for (std::size_t round = 0; round < rounds; ++round) {
+                for (const AncillaryCollectorPacket& packet : frames.packets) {
+                    benchmark::DoNotOptimize(services.process(packet));
+                }
+            }
+        },
+        [&] {
+            for (std::size_t round = 0; round < rounds; ++round) {
+                peer.decodeAll(2);
+            }
+        });
+    state.SetItemsProcessed(state.iterations() *
+                            static_cast<int64_t>(rounds * frames.packets.size()));
+}
+
 #else
 
 void skip(benchmark::State& state)
@@ -334,6 +409,10 @@ void compareXds(benchmark::State& state, const std::vector<RawPair>&, double, do
     skip(state);
 }
 void compareOp47(benchmark::State& state, double, double)
+{
+    skip(state);
+}
+void compareCdp(benchmark::State& state, double, double)
 {
     skip(state);
 }
@@ -360,6 +439,11 @@ void xdsStation(benchmark::State& state)
     compareXds(state, xdsStream(), 0.9, 1.1);
 }
 
+void cdpFourServices(benchmark::State& state)
+{
+    compareCdp(state, 0.5, 1);
+}
+
 void op47FiveRows(benchmark::State& state)
 {
     compareOp47(state, 3, 6);
@@ -369,6 +453,7 @@ BENCHMARK(cea608Random)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(cea608Captions)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(xdsRandom)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(xdsStation)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(cdpFourServices)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(op47FiveRows)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace

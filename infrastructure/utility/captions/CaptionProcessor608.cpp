@@ -138,7 +138,10 @@ public:
         line.setValid(writtenColumns);
         processor.column = static_cast<uint8_t>(column);
         processor.ignoringText = isIgnoring;
-        processor.pendingChange |= writtenColumns != 0 && processor.mode != CaptionMode608_PopOn;
+        if (writtenColumns != 0 && processor.mode != CaptionMode608_PopOn) {
+            processor.pendingChange = true;
+            ++processor.revision;
+        }
     }
 
     /// Any pair but a control pair.
@@ -228,6 +231,7 @@ inline bool CaptionProcessor608::processControlAndReport(uint16_t code, int chan
 {
     const bool changed = processControl(code, channel);
     pendingChange = pendingChange && !changed;
+    revision += changed ? 1 : 0;
     return changed;
 }
 
@@ -367,6 +371,7 @@ void CaptionProcessor608::startRollUp(uint8_t windowRows)
     if (mode != CaptionMode608_RollUp) {
         grids[0].clear();
         grids[1].clear();
+        ++revision;
     }
     rollUpRows = windowRows;
     mode = CaptionMode608_RollUp;

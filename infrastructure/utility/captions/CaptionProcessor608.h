@@ -40,6 +40,9 @@ public:
     /// True if characters have been written to the displayed picture since the last change was
     /// reported. Text by itself reports no change.
     bool hasPendingChange() const { return pendingChange; }
+    /// Another number whenever the displayed picture may have changed, by text or otherwise: who
+    /// shows it copies it only then.
+    uint32_t getRevision() const { return revision; }
 
     /// Initially none.
     void setFieldSelect(CaptionFieldSelect608 value) { fieldSelect = value; }
@@ -89,6 +92,7 @@ private:
     bool ignoringText = false; ///< since an XDS pair
     bool gridsSwapped = false;
     uint32_t colour = 0;
+    uint32_t revision = 0;
     uint16_t lastControlCode = 0;
     std::array<CaptionGrid608, 2> grids{};
 };

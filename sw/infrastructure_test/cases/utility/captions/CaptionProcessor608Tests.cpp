@@ -1,5 +1,9 @@
+#include "infrastructure/utility/captions/CaptionDemultiplexer.h"
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/ScenaristCaptions.h"
+#include "infrastructure/utility/video/ancillary/AncillaryContents.h"
+#include "infrastructure/utility/video/ancillary/AncillaryExtractor.h"
+#include "infrastructure/utility/video/ancillary/AncillaryWords.h"
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
 #include "sw/infrastructure_test/TestSupport.h"
@@ -149,18 +153,38 @@ TEST_CASE("A caption file shows the screens that the standard asks for", "[capti
     const std::vector<ScenaristLine> lines = readScenaristFile(testSource("styles.scc"), errors);
     REQUIRE(errors.isEmpty());
     std::array<CaptionProcessor608, 2> services;
+    // The same pairs as words of ancillary packets, which carry both services.
+    CaptionDemultiplexer demultiplexer;
+    CaptionDistributionPacket cdp;
+    FindingList findings;
+    AncillaryExtractor extractor(
+        [&](const ExtractedAncillaryPacket& found) { demultiplexer.process(found.packet); },
+        findings);
     QMap<QString, QStringList> shown; // by line and service
     for (const ScenaristLine& line : lines) {
+        for (const auto& pair : line.pairs) {
+            cdp.tripletCount = 0;
+            cdp.append({true, CaptionTripletType_Field1, pair});
+            cdp.pad();
+            ++cdp.sequence;
+            const std::vector<uint8_t> bytes = cdp.toBytes();
+            const std::vector<quint16> words =
+                makeAncillaryWords(makeAncillaryPacket({0x61, 0x01}, bytes.data(), bytes.size()));
+            extractor.readRun({words.data(), words.size()}, {}, AncillarySpace::Vertical);
+        }
         for (int channel = 0; channel < 2; ++channel) {
             CaptionProcessor608& processor = services[static_cast<std::size_t>(channel)];
             for (const auto& pair : line.pairs) {
                 processor.process(Caption608BytePair::fromRaw(pair[0], pair[1], true).code(),
                                   channel);
             }
-            shown.insert("@ %1 CC%2"_s.arg(line.timeCode.toString()).arg(channel + 1),
-                         screen(processor.displayedGrid()));
+            const QString key = "@ %1 CC%2"_s.arg(line.timeCode.toString()).arg(channel + 1);
+            shown.insert(key, screen(processor.displayedGrid()));
+            shown.insert(key + " of packets"_s,
+                         screen(demultiplexer.service608(unsigned(channel) + 1).displayedGrid()));
         }
     }
+    CHECK((findings.isEmpty() && demultiplexer.getFindings().isEmpty()));
     QMap<QString, QStringList> expected;
     QString key;
     for (const QByteArray& text : testSource("styles.screens").split('\n')) {
@@ -177,6 +201,7 @@ TEST_CASE("A caption file shows the screens that the standard asks for", "[capti
         CAPTURE(screenOf.key());
         REQUIRE(shown.contains(screenOf.key()));
         CHECK(shown.value(screenOf.key()) == screenOf.value());
+        CHECK(shown.value(screenOf.key() + " of packets"_s) == screenOf.value());
     }
 }
 
