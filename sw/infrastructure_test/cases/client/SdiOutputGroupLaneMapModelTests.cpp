@@ -1,5 +1,4 @@
 #include "infrastructure/client/SdiOutputGroupLaneMapModel.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 namespace {
@@ -36,11 +35,11 @@ TEST_CASE("A lane map is filled up to four links and tells changes only", "[clie
     ModelAndChanges lanes;
     const LogCapture log;
     lanes.update(QString());
-    lanes.update(QStringLiteral("0"));
-    lanes.update(QStringLiteral("1 2 3 4"));
-    lanes.update(QStringLiteral("1 2 3 4"));
-    lanes.update(QStringLiteral("7 -1 x 4.5"));
-    lanes.update(QStringLiteral("4 5 2147483648 1 2 3"));
+    lanes.update("0"_s);
+    lanes.update("1 2 3 4"_s);
+    lanes.update("1 2 3 4"_s);
+    lanes.update("7 -1 x 4.5"_s);
+    lanes.update("4 5 2147483648 1 2 3"_s);
     CHECK(lanes.changes == std::vector<std::vector<int>>{
                                {0, 0, 0, 0}, {1, 2, 3, 4}, {0, 0, 0, 0}, {4, 0, 0, 1, 2, 3}});
     CHECK(log.lines().isEmpty());
@@ -49,9 +48,9 @@ TEST_CASE("A lane map is filled up to four links and tells changes only", "[clie
 TEST_CASE("A lane map refuses to get shorter", "[client]")
 {
     ModelAndChanges lanes;
-    lanes.update(QStringLiteral("1 2 3 4 1 2"));
+    lanes.update("1 2 3 4 1 2"_s);
     const LogCapture log;
-    lanes.update(QStringLiteral("1 2 3 4"));
+    lanes.update("1 2 3 4"_s);
     CHECK(log.lines() ==
           lines({"info: Invalid subimage datacore passed to IOGroupLaneModel, ignoring"}));
     CHECK(lanes.model.getLinkSourceSubImages().size() == 6);
