@@ -16,8 +16,6 @@ struct FaultyDisk::File
 /// The functions of the file system, in the form that SQLite calls.
 struct FaultyDisk::Calls
 {
-    using Lock = std::lock_guard<std::recursive_mutex>;
-
     static FaultyDisk& diskOf(sqlite3_vfs* vfs) { return *static_cast<FaultyDisk*>(vfs->pAppData); }
     static File& fileOf(sqlite3_file* file) { return *reinterpret_cast<File*>(file); }
     static bool isDead(const File& file)
@@ -33,7 +31,7 @@ struct FaultyDisk::Calls
     static int read(sqlite3_file* base, void* to, int size, sqlite3_int64 offset)
     {
         File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
+        const Lock guard(file.disk->mutex);
         if (isDead(file)) {
             return SQLITE_IOERR_READ;
         }
@@ -45,7 +43,7 @@ struct FaultyDisk::Calls
     static int write(sqlite3_file* base, const void* from, int size, sqlite3_int64 offset)
     {
         File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
+        const Lock guard(file.disk->mutex);
         if (isDead(file)) {
             return SQLITE_IOERR_WRITE;
         }
@@ -59,14 +57,14 @@ struct FaultyDisk::Calls
     static int truncate(sqlite3_file* base, sqlite3_int64 size)
     {
         File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
+        const Lock guard(file.disk->mutex);
         return isDead(file) ? SQLITE_IOERR_TRUNCATE
                             : file.disk->change(**file.content, {size, {}, true});
     }
     static int sync(sqlite3_file* base, int)
     {
         File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
+        const Lock guard(file.disk->mutex);
         if (isDead(file) || file.disk->takeCall() != SQLITE_OK) {
             return SQLITE_IOERR_FSYNC;
         }
@@ -81,16 +79,12 @@ struct FaultyDisk::Calls
     }
     static int size(sqlite3_file* base, sqlite3_int64* size)
     {
-        const Lock lock(fileOf(base).disk->mutex);
+        const Lock guard(fileOf(base).disk->mutex);
         *size = (*fileOf(base).content)->now.size();
         return SQLITE_OK;
     }
     static int lock(sqlite3_file*, int) { return SQLITE_OK; }
-    static int checkLock(sqlite3_file*, int* isReserved)
-    {
-        *isReserved = 0;
-        return SQLITE_OK;
-    }
+    static int checkLock(sqlite3_file*, int* isReserved) { return *isReserved = 0; }
     static int control(sqlite3_file*, int, void*) { return SQLITE_NOTFOUND; }
     static int sectorSize(sqlite3_file*) { return 4096; }
     static int characteristics(sqlite3_file*) { return SQLITE_IOCAP_POWERSAFE_OVERWRITE; }
@@ -179,13 +173,13 @@ FaultyDisk::~FaultyDisk()
 
 void FaultyDisk::cutAfter(int callsUntilThen)
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     callsLeft = callsUntilThen;
 }
 
 void FaultyDisk::fillUp(int afterCalls, int forCalls)
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     fullFrom = allocations + afterCalls;
     fullUntil = fullFrom + forCalls;
 }
@@ -232,7 +226,7 @@ void FaultyDisk::syncFolder()
 /// Of what was not synced, nothing is left, or all, or any part in blocks of the device.
 void FaultyDisk::restart()
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     constexpr int blockBytes = 512;
     const auto style = random() % 3;
     const auto survives = [&] { return style == 0 ? false : style == 1 || random() % 2 == 0; };

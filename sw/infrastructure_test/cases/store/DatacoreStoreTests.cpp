@@ -1,7 +1,6 @@
 // The store with real files: what comes back, and what becomes of files that are not as they should
 // be.
 #include "infrastructure/store/DatacoreStore.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QDir>
@@ -77,7 +76,7 @@ constexpr int LEAVES = 2000;
 
 QString leafName(int i)
 {
-    return QStringLiteral("r/leaf%1").arg(i, 4, 10, QLatin1Char('0'));
+    return "r/leaf%1"_s.arg(i, 4, 10, QLatin1Char('0'));
 }
 
 /// So many leaves that the file has about 40 pages.
@@ -85,7 +84,7 @@ Rows manyRows()
 {
     Rows rows;
     for (int i = 0; i < LEAVES; ++i) {
-        rows[leafName(i)] = {QStringLiteral("value %1 ").arg(i) + QString(50, QLatin1Char('.'))};
+        rows[leafName(i)] = {"value %1 "_s.arg(i) + QString(50, QLatin1Char('.'))};
     }
     return rows;
 }
@@ -93,61 +92,55 @@ Rows manyRows()
 struct Folder
 {
     QTemporaryDir folder;
-    QString file = folder.filePath(QStringLiteral("store"));
+    QString file = folder.filePath("store"_s);
 };
 
 } // namespace
 
-TEST_CASE("What is saved comes back to the last character, in the form that is documented",
-          "[store]")
+TEST_CASE("What is saved comes back to the last character, in the known form", "[store]")
 {
     const Folder place;
     const Rows rows{
-        {QStringLiteral("r"), {}},
-        {QStringLiteral("r/p"), {QStringLiteral("a"), QString()}},
-        {QStringLiteral("r/empty"), {QStringLiteral("")}},
-        {QString::fromUtf8("r/pfad \xC3\xA4"), {QStringLiteral("\"\\/\n\t")}},
-        {QStringLiteral("r/control"), {QString(QChar(0)) + QChar(1) + QChar(0x7F) + QChar(0xFFFE)}},
-        {QStringLiteral("r/half"), {QString(QChar(0xD800)) + QLatin1Char('x') + QChar(0xDC00)}},
-        {QStringLiteral("r/emoji"), {QString::fromUtf8("\xF0\x9F\x8E\xAC")}},
-        {QStringLiteral("r/long"), Values(2500, QString(1000, QChar(0x20AC)))},
+        {"r"_s, {}},
+        {"r/p"_s, {"a"_s, QString()}},
+        {"r/empty"_s, {""_s}},
+        {"r/pfad \xC3\xA4"_s, {"\"\\/\n\t"_s}},
+        {"r/control"_s, {QString(QChar(0)) + QChar(1) + QChar(0x7F) + QChar(0xFFFE)}},
+        {"r/half"_s, {QString(QChar(0xD800)) + QLatin1Char('x') + QChar(0xDC00)}},
+        {"r/emoji"_s, {"\xF0\x9F\x8E\xAC"_s}},
+        {"r/long"_s, Values(2500, QString(1000, QChar(0x20AC)))},
     };
     const LogCapture log;
     {
         DatacoreStore store(place.file);
-        CHECK(read(store).empty());
-        CHECK(save(store, rows).isDurable);
+        CHECK((read(store).empty() && save(store, rows).isDurable));
     }
     CHECK(QDir(place.folder.path()).entryList(QDir::Files) == lines({"store"})); // no log is left
     CHECK(sql(place.file, "SELECT data || ' ' || digest FROM leaf WHERE path='r/p';"
                           "PRAGMA application_id; PRAGMA user_version; PRAGMA journal_mode") ==
-          QLatin1String("[\"a\",\"\"] 453749074\n1229735473\n1\nwal\n"));
+          "[\"a\",\"\"] 453749074\n1229735473\n1\nwal\n"_s);
     DatacoreStore store(place.file);
     CHECK(read(store) == rows);
-    for (const Rows& tooLarge :
-         {Rows{{QStringLiteral("r/p"), {QString(9'000'000, QLatin1Char('x'))}}},
-          Rows{{QStringLiteral("r/p"), {}}, {QString(70'000, QLatin1Char('x')), {}}}}) {
-        CHECK(save(store, tooLarge).reason == QLatin1String("string or blob too big"));
+    for (const Rows& tooLarge : {Rows{{"r/p"_s, {QString(9'000'000, QLatin1Char('x'))}}},
+                                 Rows{{"r/p"_s, {}}, {QString(70'000, QLatin1Char('x')), {}}}}) {
+        CHECK(save(store, tooLarge).reason == "string or blob too big"_s);
         store.forgetUnsaved();
     }
     CHECK(read(store) == rows);
-    CHECK(store.getFindings().isEmpty());
-    CHECK(log.lines().isEmpty());
+    CHECK((store.getFindings().isEmpty() && log.lines().isEmpty()));
 }
 
-TEST_CASE("Saves within the interval are one transaction, which the end does not wait for",
-          "[store]")
+TEST_CASE("Saves within the interval are one transaction, also at the end", "[store]")
 {
     const Folder place;
     const auto numbered = [](int value) {
-        return std::vector<DatacoreStoreInterface::Leaf>{
-            {QStringLiteral("r/a"), {QString::number(value)}}};
+        return std::vector<DatacoreStoreInterface::Leaf>{{"r/a"_s, {QString::number(value)}}};
     };
     std::vector<quint64> told;
     {
         DatacoreStore store(place.file, 600'000);
         // The first one is written at once.
-        CHECK(save(store, {{QStringLiteral("r/a"), {QStringLiteral("1")}}}).upTo == 1);
+        CHECK(save(store, {{"r/a"_s, {"1"_s}}}).upTo == 1);
         store.setListener([&](const auto& outcome) { told.push_back(outcome.upTo); });
         store.save(numbered(2));
         store.forgetUnsaved();
@@ -158,13 +151,13 @@ TEST_CASE("Saves within the interval are one transaction, which the end does not
     CHECK(told == std::vector<quint64>{9});
     {
         DatacoreStore store(place.file, 600'000);
-        CHECK(read(store) == Rows{{QStringLiteral("r/a"), {QStringLiteral("9")}}});
-        CHECK(save(store, {{QStringLiteral("r/a"), {QStringLiteral("10")}}}).isDurable);
+        CHECK(read(store) == Rows{{"r/a"_s, {"9"_s}}});
+        CHECK(save(store, {{"r/a"_s, {"10"_s}}}).isDurable);
         store.save(numbered(11));
         store.forgetUnsaved();
     }
     DatacoreStore store(place.file);
-    CHECK(read(store).begin()->second.front() == QLatin1String("10"));
+    CHECK(read(store).begin()->second.front() == "10"_s);
 }
 
 TEST_CASE("A file that is damaged or newer is kept aside, and what can be read is used", "[store]")
@@ -257,18 +250,17 @@ TEST_CASE("A file that is damaged or newer is kept aside, and what can be read i
             INFO(store.getFindings().first().toStdString());
             CHECK(store.getFindings().first().contains(QLatin1String(row.finding)));
             CHECK(store.getFindings().first().endsWith(aside));
-            CHECK(log.lines() ==
-                  QStringList{QStringLiteral("error: ") + store.getFindings().first()});
+            CHECK(log.lines() == QStringList{"error: "_s + store.getFindings().first()});
             left = read(store);
             CHECK(int(left.size()) >= row.left);
             CHECK(int(left.size()) >= LEAVES - row.lost);
             CHECK(std::all_of(left.begin(), left.end(),
                               [&](const auto& leaf) { return all.at(leaf.first) == leaf.second; }));
-            left[QStringLiteral("r/new")] = {QStringLiteral("n")};
-            CHECK(save(store, {{QStringLiteral("r/new"), {QStringLiteral("n")}}}).isDurable);
+            left["r/new"_s] = {"n"_s};
+            CHECK(save(store, {{"r/new"_s, {"n"_s}}}).isDurable);
         }
         CHECK(readFile(aside) == before);
-        CHECK_FALSE(QFile::exists(place.file + QLatin1String(".salvaged")));
+        CHECK_FALSE(QFile::exists(place.file + ".salvaged"_s));
         DatacoreStore store(place.file);
         CHECK(store.getFindings().isEmpty());
         CHECK(read(store) == left);
@@ -282,24 +274,24 @@ TEST_CASE("Damaged files get numbers, of which there are nine", "[store]")
         const QByteArray content = "not a database " + QByteArray::number(i);
         writeFile(place.file, content);
         const DatacoreStore store(place.file);
-        CHECK(readFile(place.file + QStringLiteral(".damaged-%1").arg(std::min(i, 9))) == content);
+        CHECK(readFile(place.file + ".damaged-%1"_s.arg(std::min(i, 9))) == content);
     }
 }
 
 TEST_CASE("A replacement that was cut short is finished, without the old file's log", "[store]")
 {
     const Folder place;
-    const QString salvaged = place.file + QLatin1String(".salvaged");
+    const QString salvaged = place.file + ".salvaged"_s;
     {
         DatacoreStore store(salvaged);
-        CHECK(save(store, {{QStringLiteral("r/a"), {QStringLiteral("1")}}}).isDurable);
+        CHECK(save(store, {{"r/a"_s, {"1"_s}}}).isDurable);
     }
-    writeFile(place.file + QLatin1String("-wal"), "log");
+    writeFile(place.file + "-wal"_s, "log");
     DatacoreStore store(place.file);
     CHECK(store.getFindings().isEmpty());
     CHECK(read(store).size() == 1);
     CHECK_FALSE(QFile::exists(salvaged));
-    CHECK(readFile(place.file + QLatin1String(".damaged-wal")) == "log");
+    CHECK(readFile(place.file + ".damaged-wal"_s) == "log");
 }
 
 TEST_CASE("What is no store of ours is left alone, and every save says why", "[store]")
@@ -314,11 +306,9 @@ TEST_CASE("What is no store of ours is left alone, and every save says why", "[s
         {[](const QString& file) { QDir().mkdir(file); }, "store is not a file"},
         {[](const QString& file) { mkfifo(QFile::encodeName(file).constData(), 0600); },
          "store is not a file"},
-        {[](const QString& file) { mkfifo(QFile::encodeName(file + QLatin1String("-wal")), 0600); },
+        {[](const QString& file) { mkfifo(QFile::encodeName(file + "-wal"_s), 0600); },
          "store-wal is not a file"},
-        {[](const QString& file) {
-             mkfifo(QFile::encodeName(file + QLatin1String("-journal")), 0600);
-         },
+        {[](const QString& file) { mkfifo(QFile::encodeName(file + "-journal"_s), 0600); },
          "store-journal is not a file"},
         {[](const QString& file) { sql(file, "CREATE TABLE mine(a)"); },
          "it is another program's database"},
@@ -342,7 +332,7 @@ TEST_CASE("What is no store of ours is left alone, and every save says why", "[s
             CHECK(store.getFindings().first().contains(QLatin1String(row.reason)));
             CHECK(read(store).empty());
             for (int attempt = 0; attempt < 2; ++attempt) {
-                const auto outcome = save(store, {{QStringLiteral("r/a"), {QStringLiteral("1")}}});
+                const auto outcome = save(store, {{"r/a"_s, {"1"_s}}});
                 CHECK_FALSE(outcome.isDurable);
                 CHECK(outcome.reason.contains(QLatin1String(row.reason)));
                 store.forgetUnsaved();
