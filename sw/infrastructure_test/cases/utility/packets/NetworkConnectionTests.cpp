@@ -1,7 +1,6 @@
 #include "sw/infrastructure_test/NetworkConnectionTests.h"
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/MemorySocket.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -324,13 +323,12 @@ TEST_CASE("Without a link sending is a no-op and nothing is connected", "[packet
     connection.sendRawPacket(std::make_shared<BasicTestPacket>());
     connection.acceptPackets({BasicTestPacket()});
     CHECK(connection.getUnsentBytes() == 0);
-    CHECK(connection.canAcceptPacket(QStringLiteral("anything")));
+    CHECK(connection.canAcceptPacket("anything"_s));
 
     std::unique_ptr<QTcpSocket> nothing;
     CHECK_FALSE(connection.adoptSocket(nothing));
     std::unique_ptr<QTcpSocket> unconnected(new QTcpSocket);
-    CHECK_FALSE(connection.adoptSocket(unconnected));
-    CHECK_FALSE(connection.isConnected());
+    CHECK_FALSE((connection.adoptSocket(unconnected) || connection.isConnected()));
     connection.acceptPacket(BasicTestPacket());
 
     QTcpServer closed;
@@ -339,8 +337,8 @@ TEST_CASE("Without a link sending is a no-op and nothing is connected", "[packet
     closed.close();
     CHECK_FALSE(connection.connectToHost(QHostAddress(QHostAddress::LocalHost), port));
     CHECK_FALSE(connection.isConnected());
-    CHECK(log.lines() == QStringList{QStringLiteral("info: QAbstractSocket::"
-                                                    "ConnectionRefusedError")});
+    CHECK(log.lines() == QStringList{"info: QAbstractSocket::"
+                                     "ConnectionRefusedError"_s});
 }
 
 TEST_CASE("A flood is read piece by piece, and the size of the pieces may be given", "[packets]")
@@ -358,12 +356,10 @@ TEST_CASE("No proxy comes between two ends", "[packets]")
 {
     QTcpServer server;
     REQUIRE(server.listen(QHostAddress::LocalHost, 0));
-    QNetworkProxy::setApplicationProxy(
-        QNetworkProxy(QNetworkProxy::Socks5Proxy, QStringLiteral("127.0.0.1"), 1));
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::Socks5Proxy, "127.0.0.1"_s, 1));
     NetworkConnection connection;
     // This host by its other name: Qt itself goes past a proxy for a loopback address.
-    const bool isConnected =
-        connection.connectToHost(QStringLiteral("0.0.0.0"), server.serverPort());
+    const bool isConnected = connection.connectToHost("0.0.0.0"_s, server.serverPort());
     QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
     CHECK(isConnected);
 }
@@ -376,8 +372,7 @@ TEST_CASE("Both ends name each other, and a lost link is announced once", "[pack
     REQUIRE(far.adoptSocket(link.farSocket));
     CHECK(link.farSocket == nullptr);
     CHECK(far.isConnected());
-    CHECK(far.getLocalIdentifier() ==
-          QStringLiteral("2130706433") + QString::number(link.server.serverPort()));
+    CHECK(far.getLocalIdentifier() == "2130706433"_s + QString::number(link.server.serverPort()));
     CHECK(near.getLocalIdentifier() == far.getPeerIdentifier());
     CHECK(near.getPeerIdentifier() == far.getLocalIdentifier());
 
@@ -392,7 +387,7 @@ TEST_CASE("Both ends name each other, and a lost link is announced once", "[pack
     REQUIRE(waitFor([&] { return losses > 0; }));
     CHECK_FALSE(near.isConnected());
     CHECK(losses == 1);
-    CHECK(log.contains(QStringLiteral("info: QAbstractSocket::RemoteHostClosedError")));
+    CHECK(log.contains("info: QAbstractSocket::RemoteHostClosedError"_s));
 }
 
 TEST_CASE("Packets that came before a socket was adopted are delivered", "[packets]")
@@ -426,8 +421,8 @@ TEST_CASE("More than can be held for a packet closes the link", "[packets]")
     socket->feed(QByteArray());
     CHECK_FALSE(connection.isConnected());
     CHECK(log.lines() ==
-          QStringList{QStringLiteral("error: Incoming packet exceeds %1 bytes, closing link to 00")
-                          .arg(NetworkConnection::MAX_BUFFERED_BYTES)});
+          QStringList{"error: Incoming packet exceeds %1 bytes, closing link to 00"_s.arg(
+              NetworkConnection::MAX_BUFFERED_BYTES)});
 }
 
 TEST_CASE("Socket errors have names", "[packets]")
@@ -443,8 +438,7 @@ TEST_CASE("Socket errors have names", "[packets]")
     CHECK(QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex() ==
           "a7a36fa0024e59bff185b9f47fa683f435eaef2da7a2739381ff7907ae9a7c37");
     for (const int illegal : {-2, 13, 19, 1000}) {
-        CHECK(name(illegal) ==
-              QStringLiteral("illegal value for QAbstractSocket::SocketError: %1").arg(illegal));
+        CHECK(name(illegal) == "illegal value for QAbstractSocket::SocketError: %1"_s.arg(illegal));
     }
 }
 
@@ -485,8 +479,7 @@ TEST_CASE("A connection may be deleted when its link breaks among many packets",
     QObject::connect(link.near.get(), &NetworkConnection::disconnectedFromHost,
                      [&link] { delete link.near.release(); });
     const LogCapture log;
-    const std::vector<SerialisableDataPacket> packets(
-        10000, SerialisableDataPacket(QStringLiteral("Lost")));
+    const std::vector<SerialisableDataPacket> packets(10000, SerialisableDataPacket("Lost"_s));
     while (link.near != nullptr) {
         link.near->acceptPackets(packets);
         QCoreApplication::processEvents();

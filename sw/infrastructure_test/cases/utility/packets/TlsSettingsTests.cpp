@@ -1,7 +1,6 @@
 // The files are made by tools/make_certificates.sh.
 #include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/packets/TlsSettings.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -10,33 +9,16 @@
 #include <QSslCertificate>
 #include <QTemporaryDir>
 
-namespace {
-
-QString tlsFile(const char* name)
-{
-    return *name == '\0' ? QString()
-                         : DatacoreTest::testSourceDirectory + QStringLiteral("/tls/") +
-                               QString::fromLatin1(name);
-}
-
-} // namespace
-
 TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "[packets]")
 {
     const QTemporaryDir directory;
-    QFile large(directory.filePath(QStringLiteral("large")));
+    QFile large(directory.filePath("large"_s));
     REQUIRE(large.open(QIODevice::WriteOnly));
     REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES + 1));
 
-    struct Row
-    {
-        const char* certificate;
-        const char* key;
-        const char* passphrase;
-        const char* trust;
-        const char* whatIsWrong; ///< null if nothing
-    };
-    const Row rows[] = {
+    using Text = const char*;
+    // Certificate, key, passphrase, trust, and what is wrong, null if nothing.
+    const Table<Text, Text, Text, Text, Text> rows{
         {"", "", "", "", nullptr},
         {"server.pem", "end.key", "", "authority.pem", nullptr},
         {"server.pem", "locked.key", "secret", "", nullptr},
@@ -54,26 +36,25 @@ TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "
         {"server.pem", "stranger.key", "", "", "stranger.key: does not fit the certificate in "},
         {"expired.pem", "end.key", "", "", "expired.pem: expired at 2001-01-01T00:00:00Z"},
     };
-    for (const Row& row : rows) {
-        QString reason;
+    QString reason;
+    for (const auto& [certificate, key, passphrase, trust, whatIsWrong] : rows) {
+        reason.clear();
         const auto settings = TlsSettings::load(
-            {tlsFile(row.certificate), tlsFile(row.key), row.passphrase, tlsFile(row.trust)},
-            &reason);
-        CAPTURE(row.certificate, row.key, row.trust, reason.toStdString());
-        CHECK(settings.has_value() == (row.whatIsWrong == nullptr));
-        CHECK(reason.isEmpty() == (row.whatIsWrong == nullptr));
-        CHECK(reason.contains(QString::fromLatin1(row.whatIsWrong)));
+            {tlsFile(certificate), tlsFile(key), passphrase, tlsFile(trust)}, &reason);
+        CAPTURE(certificate, key, trust, reason);
+        CHECK(settings.has_value() == (whatIsWrong == nullptr));
+        CHECK(reason.isEmpty() == (whatIsWrong == nullptr));
+        CHECK(reason.contains(QString::fromLatin1(whatIsWrong)));
         if (settings) {
-            CHECK(settings->hasCertificate() == (*row.certificate != '\0'));
-            CHECK(settings->hasTrust() == (*row.trust != '\0'));
+            CHECK(settings->hasCertificate() == (*certificate != '\0'));
+            CHECK(settings->hasTrust() == (*trust != '\0'));
         }
     }
-    QString reason;
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
-    CHECK(reason.endsWith(QLatin1String(": is larger than 4194304 bytes")));
+    CHECK(reason.endsWith(": is larger than 4194304 bytes"_s));
     REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES));
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
-    CHECK(reason.endsWith(QLatin1String("holds no certificate in PEM form")));
+    CHECK(reason.endsWith("holds no certificate in PEM form"_s));
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), directory.path()}));
 }
 
@@ -83,10 +64,9 @@ TEST_CASE("Options of a program name its TLS files, and what is to be verified",
         QCommandLineParser parser;
         addTlsOptions(parser, end);
         for (QString& word : words) {
-            word.replace(QLatin1Char('@'),
-                         DatacoreTest::testSourceDirectory + QStringLiteral("/tls/"));
+            word.replace(QLatin1Char('@'), DatacoreTest::testSourceDirectory + "/tls/"_s);
         }
-        REQUIRE(parser.parse(QStringList{QStringLiteral("program")} + words));
+        REQUIRE(parser.parse(QStringList{"program"_s} + words));
         reason.clear();
         return readTlsOptions(parser, end, &reason);
     };
@@ -104,7 +84,7 @@ TEST_CASE("Options of a program name its TLS files, and what is to be verified",
     REQUIRE(settings);
     CHECK((settings->hasCertificate() && settings->hasTrust()));
     CHECK_FALSE(settings->getVerifiesPeer());
-    CHECK(settings->getPeerName() == QLatin1String("instrument.test"));
+    CHECK(settings->getPeerName() == "instrument.test"_s);
     CHECK(settings->getClientConfiguration().protocol() == QSsl::TlsV1_2OrLater);
 
     settings = read(TlsEnd::Server, own + trust + lines({"--tls-require-certificate"}), reason);
@@ -112,9 +92,9 @@ TEST_CASE("Options of a program name its TLS files, and what is to be verified",
     CHECK(settings->getRequiresCertificate());
     CHECK(settings->getServerConfiguration().protocol() == QSsl::TlsV1_2OrLater);
     CHECK_FALSE(read(TlsEnd::Server, trust, reason));
-    CHECK(reason == QLatin1String("TLS needs --tls-certificate and --tls-key"));
+    CHECK(reason == "TLS needs --tls-certificate and --tls-key"_s);
     CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"}), reason));
-    CHECK(reason == QLatin1String("--tls-require-certificate needs --tls-trust"));
+    CHECK(reason == "--tls-require-certificate needs --tls-trust"_s);
     CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"}), reason));
-    CHECK(reason.endsWith(QLatin1String("end.key: holds no certificate in PEM form")));
+    CHECK(reason.endsWith("end.key: holds no certificate in PEM form"_s));
 }
