@@ -1,7 +1,6 @@
 // The tree's JSON form, its paths and its shapes.
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/DatacoreNumber.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <memory>
@@ -20,18 +19,18 @@ bool read(DatacoreBase& node, const char* path, const QJsonObject& json, bool ju
 /// A root with the children a and b, and c below a.
 struct SmallTree
 {
-    DatacoreBase root{QStringLiteral("root"), nullptr};
-    DatacoreBase b{QStringLiteral("b"), &root, QStringLiteral("1")};
-    DatacoreBase a{QStringLiteral("a"), &root, QStringLiteral("2")};
-    DatacoreBase c{QStringLiteral("c"), &a, QStringLiteral("3")};
+    DatacoreBase root{"root"_s, nullptr};
+    DatacoreBase b{"b"_s, &root, "1"_s};
+    DatacoreBase a{"a"_s, &root, "2"_s};
+    DatacoreBase c{"c"_s, &a, "3"_s};
 };
 
 } // namespace
 
 TEST_CASE("The two JSON forms of a tree", "[datacore]")
 {
-    DatacoreBase root(QStringLiteral("BasicTestDatacoreL0"), QStringLiteral("TestCore"), nullptr);
-    DatacoreNumber<int> leaf(QStringLiteral("L1datacoreInstance"), &root, 5);
+    DatacoreBase root("BasicTestDatacoreL0"_s, "TestCore"_s, nullptr);
+    DatacoreNumber<int> leaf("L1datacoreInstance"_s, &root, 5);
     // The serialised text, blanks aside: so the order of keys counts too.
     CHECK(toText(write(root, "", false, true)) ==
           QByteArray(R"({"TestCore": {"L1datacoreInstance": {"class": "DatacoreInt32", "data": "5",
@@ -46,7 +45,7 @@ TEST_CASE("The two JSON forms of a tree", "[datacore]")
     CHECK(toText(write(root, "L1datacoreInstance", true, false)) ==
           R"({"L1datacoreInstance":{"data":"5"}})");
 
-    leaf.setData({QStringLiteral("1"), QStringLiteral("x")});
+    leaf.setData({"1"_s, "x"_s});
     CHECK(toText(write(leaf, "", false, true)) ==
           R"({"L1datacoreInstance":{"class":"DatacoreInt32","data":["1","x"],)"
           R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[)"
@@ -55,10 +54,10 @@ TEST_CASE("The two JSON forms of a tree", "[datacore]")
 
 TEST_CASE("Constructors give class name and values", "[datacore]")
 {
-    const QString name = QStringLiteral("n");
-    const QString own = QStringLiteral("Own");
-    const QString base = QStringLiteral("DatacoreBase");
-    const std::deque<QString> one{QStringLiteral("x")};
+    const QString name = "n"_s;
+    const QString own = "Own"_s;
+    const QString base = "DatacoreBase"_s;
+    const std::deque<QString> one{"x"_s};
     const std::deque<QString> two = strings({"x", "y"});
     struct Row
     {
@@ -78,9 +77,7 @@ TEST_CASE("Constructors give class name and values", "[datacore]")
         CHECK(row.node.getData() == (row.values.empty() ? QString() : row.values[0]));
         CHECK(row.node.getDataAt(1) == (row.values.size() < 2 ? QString() : row.values[1]));
         CHECK(row.node.getChangeState() == 2);
-        CHECK(row.node.takeChangedList().empty());
-        CHECK(row.node.isValid());
-        CHECK(row.node.isActive());
+        CHECK((row.node.takeChangedList().empty() && row.node.isValid() && row.node.isActive()));
     }
 }
 
@@ -111,16 +108,15 @@ TEST_CASE("Paths lead to nodes or nowhere", "[datacore]")
         CHECK(tree.root.populateFromJson(path, json, true, messages) == (row.node != nullptr));
         CHECK(messages.isEmpty());
     }
-    CHECK(tree.root.getPath() == QStringLiteral("root"));
-    CHECK(tree.c.getPath() == QStringLiteral("root/a/c"));
+    CHECK(tree.root.getPath() == "root"_s);
+    CHECK(tree.c.getPath() == "root/a/c"_s);
     CHECK(tree.root.getChildren() == std::vector<DatacoreBase*>{&tree.a, &tree.b});
-    CHECK(tree.c.getChildren().empty());
-    CHECK(tree.root.takeChangedList().empty());
+    CHECK((tree.c.getChildren().empty() && tree.root.takeChangedList().empty()));
 
-    DatacoreBase second(QStringLiteral("a"), &tree.root);
-    CHECK(tree.root.findDatacore(QStringLiteral("a")) == &tree.a);
+    DatacoreBase second("a"_s, &tree.root);
+    CHECK(tree.root.findDatacore("a"_s) == &tree.a);
     CHECK(tree.root.getChildren().size() == 2);
-    second.setData(QStringLiteral("new")); // out of reach, it still tells its parent
+    second.setData("new"_s); // out of reach, it still tells its parent
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&second});
 }
 
@@ -131,15 +127,15 @@ TEST_CASE("Reading takes what an object names and leaves the rest", "[datacore]"
         tree.root, "",
         parseObject(R"({"root": {"a": {"c": {"data": "30"}}, "unknown": {"data": 1}, "class": "X",
                                   "data": ["7", "8"]}})")));
-    CHECK(tree.c.getData() == QStringLiteral("30"));
-    CHECK(tree.a.getData() == QStringLiteral("2"));
-    CHECK(tree.b.getData() == QStringLiteral("1"));
+    CHECK(tree.c.getData() == "30"_s);
+    CHECK(tree.a.getData() == "2"_s);
+    CHECK(tree.b.getData() == "1"_s);
     CHECK(tree.root.getDataCount() == 2);
-    CHECK(tree.root.getClassName() == QStringLiteral("DatacoreBase"));
+    CHECK(tree.root.getClassName() == "DatacoreBase"_s);
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.root, &tree.c});
 
     CHECK(read(tree.root, "a", parseObject(R"({"a": {"data": "20", "c": {"data": null}}})"), true));
-    CHECK(tree.a.getData() == QStringLiteral("20"));
+    CHECK(tree.a.getData() == "20"_s);
     CHECK(tree.c.getDataCount() == 0);
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.a, &tree.c});
 }
@@ -166,7 +162,7 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
     std::vector<std::unique_ptr<DatacoreBase>> nodes;
     QStringList path;
     for (int i = 0; i < levels; ++i) {
-        path += QStringLiteral("n%1").arg(i);
+        path += "n%1"_s.arg(i);
         nodes.push_back(std::make_unique<DatacoreBase>(
             path.last(), i == 0 ? nullptr : nodes.back().get(), path.last()));
     }
@@ -180,7 +176,7 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
 
     const QJsonObject json = write(root, "", false, true);
     for (const auto& node : nodes) {
-        node->setData(QStringLiteral("other"));
+        node->setData("other"_s);
     }
     CHECK(root.takeChangedList().size() == levels);
     CHECK(read(root, "", json));
@@ -199,7 +195,7 @@ TEST_CASE("Nodes may be destroyed in either order, with changes waiting", "[data
         for (int i = 0; i < 100; ++i) {
             nodes.push_back(std::make_unique<DatacoreBase>(
                 QString::number(i), nodes.empty() ? nullptr : nodes.front().get()));
-            nodes.back()->setData(QStringLiteral("1"));
+            nodes.back()->setData("1"_s);
         }
         if (rootFirst) {
             nodes.pop_front();

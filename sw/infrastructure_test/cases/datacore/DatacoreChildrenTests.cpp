@@ -11,7 +11,7 @@ namespace {
 /// Names that begin alike, of all lengths, with characters beyond ASCII; some come twice.
 QString makeName(std::mt19937& random, int count)
 {
-    QString name = QStringLiteral("measurement").left(static_cast<int>(random() % 12));
+    QString name = "measurement"_s.left(static_cast<int>(random() % 12));
     const int more = static_cast<int>(random() % 3) + (name.isEmpty() ? 1 : 0);
     for (int i = 0; i < more; ++i) {
         name += QChar(static_cast<ushort>(random() % 2 == 0 ? 'a' + random() % 3 : 0xFFF0));
@@ -57,13 +57,13 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
 
 TEST_CASE("A node's name outlives it among its siblings", "[datacore]")
 {
-    DatacoreBase root(QStringLiteral("root"), nullptr);
-    auto gone = std::make_unique<DatacoreBase>(QStringLiteral("b"), &root);
+    DatacoreBase root("root"_s, nullptr);
+    auto gone = std::make_unique<DatacoreBase>("b"_s, &root);
     gone.reset();
-    const DatacoreBase a(QStringLiteral("a"), &root);
-    const DatacoreBase c(QStringLiteral("c"), &root);
-    CHECK(root.findDatacore(QStringLiteral("a")) == &a);
-    CHECK(root.findDatacore(QStringLiteral("c")) == &c);
+    const DatacoreBase a("a"_s, &root);
+    const DatacoreBase c("c"_s, &root);
+    CHECK(root.findDatacore("a"_s) == &a);
+    CHECK(root.findDatacore("c"_s) == &c);
 }
 
 TEST_CASE("A hook may add children while the others are told", "[datacore]")
@@ -80,8 +80,8 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
         {
             ++told;
             if (!before) {
-                before = std::make_unique<DatacoreBase>(QStringLiteral("a"), owner);
-                behind = std::make_unique<DatacoreBase>(QStringLiteral("z"), owner);
+                before = std::make_unique<DatacoreBase>("a"_s, owner);
+                behind = std::make_unique<DatacoreBase>("z"_s, owner);
             }
         }
         DatacoreBase* owner;
@@ -89,9 +89,9 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
         std::unique_ptr<DatacoreBase> before;
         std::unique_ptr<DatacoreBase> behind;
     };
-    DatacoreBase root(QStringLiteral("root"), nullptr);
-    Growing growing(QStringLiteral("m"), &root);
-    DatacoreBase next(QStringLiteral("n"), &root);
+    DatacoreBase root("root"_s, nullptr);
+    Growing growing("m"_s, &root);
+    DatacoreBase next("n"_s, &root);
     SECTION("by a call")
     {
         root.notifyValidRecursive();
@@ -104,8 +104,8 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
             parseObject(
                 R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})"),
             true, messages));
-        CHECK(next.getData() == QStringLiteral("2"));
-        CHECK(growing.behind->getData() == QStringLiteral("3"));
+        CHECK(next.getData() == "2"_s);
+        CHECK(growing.behind->getData() == "3"_s);
     }
     CHECK(growing.told == 1);
     const std::vector<DatacoreBase*> children = root.getChildren();

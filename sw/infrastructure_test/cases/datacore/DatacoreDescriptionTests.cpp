@@ -6,12 +6,11 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 namespace {
 
-const QString NAME = QStringLiteral("leaf");
+const QString NAME = "leaf"_s;
 
 /// The JSON form, which is read back as it was.
 QByteArray describe(const DatacoreBase& node)
@@ -53,10 +52,10 @@ TEST_CASE("Each class of leaves tells what it takes", "[datacore]")
 
     DatacoreBase group(NAME, nullptr);
     CHECK(describe(group) == "{}");
-    const DatacoreBase text(QStringLiteral("text"), &group, QStringLiteral("x"));
+    const DatacoreBase text("text"_s, &group, "x"_s);
     CHECK(describe(text) == "{}");
     CHECK(describe(group) == R"({"kind":"Group"})");
-    group.setData(QStringLiteral("x"));
+    group.setData("x"_s);
     CHECK(describe(group) == "{}");
     CHECK(describe(DatacoreBool(NAME, nullptr)) == R"({"kind":"Bool","values":["false","true"]})");
     CHECK(describe(DatacorePoint(NAME, nullptr)) == R"({"kind":"Point"})");
@@ -79,15 +78,14 @@ TEST_CASE("Each class of leaves tells what it takes", "[datacore]")
 TEST_CASE("An owner adds unit, sentence and counts, and closes a tree to clients", "[datacore]")
 {
     DatacoreBase root(NAME, nullptr);
-    DatacoreBase group(QStringLiteral("group"), &root);
-    DatacoreNumberSetLimits<int> leaf(QStringLiteral("leaf"), &group, 0, 4);
+    DatacoreBase group("group"_s, &root);
+    DatacoreNumberSetLimits<int> leaf("leaf"_s, &group, 0, 4);
     root.takeChangedList();
-    leaf.setNotes({QStringLiteral("\u00b0C"), QStringLiteral("\"Hot\""), true, 1, 10});
+    leaf.setNotes({"\u00b0C"_s, "\"Hot\""_s, true, 1, 10});
     CHECK(describe(leaf) ==
           R"({"kind":"Int32","least":1,"max":"4","min":"0","most":5,"readOnly":true,)"
           R"("text":"\"Hot\"","unique":true,"unit":"°C"})");
-    CHECK(leaf.isReadOnlyForClients());
-    CHECK_FALSE(group.isReadOnlyForClients());
+    CHECK((leaf.isReadOnlyForClients() && !group.isReadOnlyForClients()));
     leaf.setNotes({{}, {}, false, 0, 3});
     CHECK(describe(leaf) == R"({"kind":"Int32","max":"4","min":"0","most":3,"unique":true})");
     root.setNotes({{}, {}, true});
@@ -168,11 +166,10 @@ TEST_CASE("A description that lies is refused with the key that does", "[datacor
     };
     for (const Row& row : rows) {
         CAPTURE(row.json.left(100));
-        QString reason = QStringLiteral("?");
+        QString reason = "?"_s;
         const auto read = DatacoreDescription::fromJson(parseObject('{' + row.json + '}'), reason);
-        CHECK(reason == (row.key == nullptr
-                             ? QString()
-                             : QStringLiteral("bad \"%1\"").arg(QLatin1String(row.key))));
+        CHECK(reason ==
+              (row.key == nullptr ? QString() : "bad \"%1\""_s.arg(QLatin1String(row.key))));
         if (row.key != nullptr) {
             CHECK(read == DatacoreDescription());
         }

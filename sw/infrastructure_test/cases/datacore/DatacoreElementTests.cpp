@@ -3,7 +3,6 @@
 #include "infrastructure/datacore/DatacoreClassnameElement.h"
 #include "infrastructure/datacore/DatacoreDataElement.h"
 #include "infrastructure/datacore/DatacoreValidStatusElement.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -24,11 +23,11 @@ struct Owner : DatacoreElementPrivateInterface
 TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore]")
 {
     Owner owner;
-    DatacoreClassnameElement classname(owner, QStringLiteral("Name"));
-    DatacoreDataElement data(owner, QStringLiteral("5"));
+    DatacoreClassnameElement classname(owner, "Name"_s);
+    DatacoreDataElement data(owner, "5"_s);
     DatacoreValidStatusElement valid(owner);
     DatacoreActiveStatusElement active(owner);
-    const QString path = QStringLiteral("further");
+    const QString path = "further"_s;
     for (DatacoreElement* element :
          std::initializer_list<DatacoreElement*>{&classname, &data, &valid, &active}) {
         // In the just-data form all but the data answer before they look at anything.
@@ -41,8 +40,7 @@ TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore
         CHECK(messages.size() == (isData ? 3 : 0));
 
         messages.clear();
-        CHECK_FALSE(element->appendToJson(path, json, false, true, messages));
-        CHECK(json.isEmpty());
+        CHECK_FALSE((element->appendToJson(path, json, false, true, messages) || !json.isEmpty()));
         CHECK_FALSE(element->populateFromJson(path, json, false, messages));
         CHECK_FALSE(element->populateFromJson(QString(), json, false, messages));
         REQUIRE(messages.size() == 3);
@@ -58,8 +56,7 @@ TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore
     CHECK(owner.populated + owner.changedLocally == 0);
 }
 
-TEST_CASE("Incoming data is a change where the values differ, and not where the form does",
-          "[datacore]")
+TEST_CASE("Incoming data is a change where the values differ, not the form", "[datacore]")
 {
     struct Row
     {
@@ -106,9 +103,8 @@ TEST_CASE("Incoming data is a change where the values differ, and not where the 
         CHECK(element.getCount() == static_cast<int>(row.result.size()));
         CHECK(owner.populated == (row.isChange ? 1 : 0));
         const bool isFirstFill = row.held.empty() && json.begin().value().isString();
-        CHECK(log.lines() ==
-              (isFirstFill ? QStringList{QStringLiteral("error: 0 sized entry for data element")}
-                           : QStringList()));
+        CHECK(log.lines() == (isFirstFill ? QStringList{"error: 0 sized entry for data element"_s}
+                                          : QStringList()));
 
         // What was read is what a setter would have stored.
         Owner setterOwner;
@@ -127,14 +123,13 @@ TEST_CASE("A null string is a value like any other empty one", "[datacore]")
     element.setValue(QString());
     CHECK(element.getCount() == 1);
     CHECK(element.toJsonValue() == QJsonValue(QString()));
-    element.setValue(QStringLiteral(""));
+    element.setValue(""_s);
     element.setValues({QString()});
     CHECK(owner.changedLocally == 1);
     element.setValues({});
     CHECK(element.getCount() == 0);
     CHECK(owner.changedLocally == 2);
-    CHECK(element.getValue(0).isEmpty());
-    CHECK(element.getValue(-1).isEmpty());
+    CHECK((element.getValue(0).isEmpty() && element.getValue(-1).isEmpty()));
 }
 
 TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
@@ -188,13 +183,13 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
 TEST_CASE("A class name is written, set, and never read", "[datacore]")
 {
     Owner owner;
-    DatacoreClassnameElement element(owner, QStringLiteral("A"));
+    DatacoreClassnameElement element(owner, "A"_s);
     DatacoreJsonMessages messages;
     CHECK(element.populateFromJson(QString(), parseObject(R"({"class": "B"})"), false, messages));
-    CHECK(element.getClassName() == QStringLiteral("A"));
-    element.setClassName(QStringLiteral("A"));
+    CHECK(element.getClassName() == "A"_s);
+    element.setClassName("A"_s);
     CHECK(owner.changedLocally == 0);
-    element.setClassName(QStringLiteral("C"));
+    element.setClassName("C"_s);
     CHECK(owner.changedLocally == 1);
-    CHECK(element.toJsonValue().toString() == QStringLiteral("C"));
+    CHECK(element.toJsonValue().toString() == "C"_s);
 }

@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacorePoint.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <limits>
@@ -13,7 +12,7 @@ using Octets = DatacoreMacAddress::Octets;
 
 QString name()
 {
-    return QStringLiteral("leaf");
+    return "leaf"_s;
 }
 
 constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
@@ -23,12 +22,11 @@ constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
 TEST_CASE("A boolean is one of two texts", "[datacore]")
 {
     DatacoreBool leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreBool"));
+    CHECK(leaf.getClassName() == "DatacoreBool"_s);
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBool(true);
     CHECK(leaf.getDataList() == strings({"true"}));
-    CHECK(leaf.getDataBool());
-    CHECK(leaf.isValid());
+    CHECK((leaf.getDataBool() && leaf.isValid()));
     for (const char* bad : {"True", "1", "", " true", "falsey"}) {
         leaf.setData(QLatin1String(bad));
         CHECK(reasons(leaf) == std::vector<int>{10});
@@ -42,8 +40,7 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
     leaf.setDataBool(false);
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBools({});
-    CHECK(leaf.isValid());
-    CHECK_FALSE(leaf.getDataBool());
+    CHECK((leaf.isValid() && !leaf.getDataBool()));
     CHECK(DatacoreBool(name(), nullptr, true).getDataBool());
     const std::deque<bool> flags{true, false, true};
     transfer(DatacoreBool(name(), nullptr, flags), leaf);
@@ -54,7 +51,7 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
 TEST_CASE("Points survive JSON, and texts of another shape are reported one by one", "[datacore]")
 {
     DatacorePoint leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacorePoint"));
+    CHECK(leaf.getClassName() == "DatacorePoint"_s);
     CHECK(leaf.getDataList() == strings({"0,0"}));
     constexpr int low = std::numeric_limits<int>::min();
     constexpr int high = std::numeric_limits<int>::max();
@@ -94,17 +91,16 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
 TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
 {
     DatacoreMacAddress leaf(name(), nullptr, EXAMPLE);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreMacAddress"));
+    CHECK(leaf.getClassName() == "DatacoreMacAddress"_s);
     CHECK(leaf.isValid());
-    CHECK(leaf.getData() == QStringLiteral("94106261820")); // 0x0015E92B993C
+    CHECK(leaf.getData() == "94106261820"_s); // 0x0015E92B993C
     bool ok = false;
     CHECK(leaf.getDataNumber(ok) == 0x0015E92B993C);
     CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
     using namespace Tessorn::Types;
-    CHECK(leaf.getDataMacAddressString(ok) == QStringLiteral("00:15:E9:2B:99:3C"));
-    CHECK(leaf.getDataMacAddressString(ok, Base_Decimal) == QStringLiteral("0:21:233:43:153:60"));
-    CHECK(leaf.getDataMacAddressString(ok, Base_Hexadecimal, '~') ==
-          QStringLiteral("00~15~E9~2B~99~3C"));
+    CHECK(leaf.getDataMacAddressString(ok) == "00:15:E9:2B:99:3C"_s);
+    CHECK(leaf.getDataMacAddressString(ok, Base_Decimal) == "0:21:233:43:153:60"_s);
+    CHECK(leaf.getDataMacAddressString(ok, Base_Hexadecimal, '~') == "00~15~E9~2B~99~3C"_s);
     CHECK(ok);
 
     leaf.setDataMacAddressSegmentsArray({EXAMPLE, {1, 2, 3, 4, 5, 6}});
@@ -112,8 +108,7 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
           strings({"00:15:E9:2B:99:3C", "01:02:03:04:05:06"}));
     CHECK(leaf.getDataMacAddressSegmentsArray(ok) ==
           std::deque<Octets>{EXAMPLE, {1, 2, 3, 4, 5, 6}});
-    CHECK(ok);
-    CHECK(leaf.isValid());
+    CHECK((ok && leaf.isValid()));
     leaf.setDataMacAddressStringArray(strings({"10-20-30-40-50-60", "0-0-0-0-0-9"}), Base_Decimal,
                                       '-');
     CHECK(leaf.getDataMacAddressStringArray(ok, Base_Decimal, '.') ==
@@ -174,7 +169,7 @@ TEST_CASE("A MAC address is read from text in either base", "[datacore]")
         CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
         CHECK(leaf.getDataMacAddressString(ok, base, separator) == QLatin1String(text));
     }
-    leaf.setDataMacAddressString(QStringLiteral("0:15:e9:2b:99:3c"));
+    leaf.setDataMacAddressString("0:15:e9:2b:99:3c"_s);
     CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
 
     for (const char* bad : {"", "5", "1:2:3:4:5", "1:2:3:4:5:6:7", "1:2:3:4:5:", ":1:2:3:4:5",
@@ -185,8 +180,8 @@ TEST_CASE("A MAC address is read from text in either base", "[datacore]")
         leaf.setDataMacAddressString(QLatin1String(bad));
         CHECK_FALSE(leaf.isValid());
     }
-    leaf.setDataMacAddressString(QStringLiteral("1:2:3:4:5:256"), Base_Decimal);
-    CHECK(leaf.getData() == QStringLiteral("1:2:3:4:5:256")); // kept, to be seen
+    leaf.setDataMacAddressString("1:2:3:4:5:256"_s, Base_Decimal);
+    CHECK(leaf.getData() == "1:2:3:4:5:256"_s); // kept, to be seen
     CHECK_FALSE(leaf.isValid());
     leaf.setDataMacAddressStringArray(strings({"1:2:3:4:5:6", "bad"}));
     CHECK(leaf.getDataAt(0) == QString::number(0x010203040506));

@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <cmath>
@@ -17,7 +16,7 @@ namespace {
 
 QString name()
 {
-    return QStringLiteral("number");
+    return "number"_s;
 }
 
 template <typename T>
@@ -40,8 +39,7 @@ TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
         transfer(sent, received);
         bool ok = false;
         CHECK(received.getDataNumber(ok) == number);
-        CHECK(ok);
-        CHECK(received.isValid());
+        CHECK((ok && received.isValid()));
     }
     DatacoreNumberSetLimits<T> list(name(), nullptr);
     transfer(DatacoreNumber<T>(name(), nullptr, numbers), list);
@@ -59,14 +57,13 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     const DatacoreNumberSetLimits<T> setLimits(name(), nullptr);
     for (const auto* leaf :
          std::initializer_list<const DatacoreNumber<T>*>{&number, &set, &limits, &setLimits}) {
-        CHECK(leaf->getDataList() == std::deque<QString>{QStringLiteral("0")});
-        CHECK(leaf->isValid());
-        CHECK(leaf->isActive());
+        CHECK(leaf->getDataList() == std::deque<QString>{"0"_s});
+        CHECK((leaf->isValid() && leaf->isActive()));
     }
     CHECK(number.getClassName() == DatacoreNumber<T>::CLASSNAME());
-    CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
-    CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
-    CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
+    CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + "Limits"_s);
+    CHECK(set.getClassName() == "DatacoreIntegerSetWithLimits"_s);
+    CHECK(setLimits.getClassName() == "DatacoreIntegerSetWithLimitsLimits"_s);
     for (const auto* leaf :
          std::initializer_list<const DatacoreNumberLimits<T>*>{&limits, &setLimits}) {
         CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
@@ -76,21 +73,21 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
 {
-    const QString wide = QStringLiteral("Int%1").arg(8 * sizeof(long));
+    const QString wide = "Int%1"_s.arg(8 * sizeof(long));
     const std::pair<QString, QString> rows[] = {
-        {DatacoreNumber<short>::CLASSNAME(), QStringLiteral("Int16")},
-        {DatacoreNumber<int>::CLASSNAME(), QStringLiteral("Int32")},
+        {DatacoreNumber<short>::CLASSNAME(), "Int16"_s},
+        {DatacoreNumber<int>::CLASSNAME(), "Int32"_s},
         {DatacoreNumber<long>::CLASSNAME(), wide},
-        {DatacoreNumber<long long>::CLASSNAME(), QStringLiteral("Int64")},
-        {DatacoreNumber<unsigned short>::CLASSNAME(), QStringLiteral("UInt16")},
-        {DatacoreNumber<unsigned int>::CLASSNAME(), QStringLiteral("UInt32")},
+        {DatacoreNumber<long long>::CLASSNAME(), "Int64"_s},
+        {DatacoreNumber<unsigned short>::CLASSNAME(), "UInt16"_s},
+        {DatacoreNumber<unsigned int>::CLASSNAME(), "UInt32"_s},
         {DatacoreNumber<unsigned long>::CLASSNAME(), QLatin1Char('U') + wide},
-        {DatacoreNumber<unsigned long long>::CLASSNAME(), QStringLiteral("UInt64")},
-        {DatacoreNumber<float>::CLASSNAME(), QStringLiteral("Float")},
-        {DatacoreNumber<double>::CLASSNAME(), QStringLiteral("Double")},
+        {DatacoreNumber<unsigned long long>::CLASSNAME(), "UInt64"_s},
+        {DatacoreNumber<float>::CLASSNAME(), "Float"_s},
+        {DatacoreNumber<double>::CLASSNAME(), "Double"_s},
     };
     for (const auto& [name, text] : rows) {
-        CHECK(name == QLatin1String("Datacore") + text);
+        CHECK(name == "Datacore"_s + text);
     }
 }
 
@@ -98,7 +95,7 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
 {
     using T = TestType;
     DatacoreNumberSetLimits<T> leaf(name(), nullptr);
-    leaf.setData(QStringLiteral("Not a number"));
+    leaf.setData("Not a number"_s);
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
     bool ok = true;
     CHECK(leaf.getDataNumber(ok) == T(0));
@@ -114,9 +111,7 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
     plain.setData(leaf.getDataList());
     CHECK(reasons(plain) == std::vector<int>{NOT_CONVERTABLE<T>});
     plain.setData(std::deque<QString>());
-    CHECK(plain.isValid());
-    CHECK(plain.getDataNumbers(ok).empty());
-    CHECK(ok);
+    CHECK((plain.isValid() && plain.getDataNumbers(ok).empty() && ok));
     plain.getDataNumber(ok);
     CHECK_FALSE(ok);
 }
@@ -124,25 +119,25 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
 TEST_CASE("Numbers are read as decimal and cut to their type", "[datacore]")
 {
     bool ok = false;
-    CHECK(DatacoreNumber<short>::deserialise(QStringLiteral("99999"), ok) == -31073);
+    CHECK(DatacoreNumber<short>::deserialise("99999"_s, ok) == -31073);
     CHECK(ok);
-    CHECK(DatacoreNumber<unsigned short>::deserialise(QStringLiteral("65537"), ok) == 1);
+    CHECK(DatacoreNumber<unsigned short>::deserialise("65537"_s, ok) == 1);
     CHECK(ok);
-    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("010"), ok) == 10);
-    CHECK(std::isinf(DatacoreNumber<float>::deserialise(QStringLiteral("1e300"), ok)));
+    CHECK(DatacoreNumber<int>::deserialise("010"_s, ok) == 10);
+    CHECK(std::isinf(DatacoreNumber<float>::deserialise("1e300"_s, ok)));
     CHECK(ok);
-    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("9223372036854775808"), ok) == 0);
+    CHECK(DatacoreNumber<int>::deserialise("9223372036854775808"_s, ok) == 0);
     CHECK_FALSE(ok);
     for (const char* text : {"0x10", "1.0", "1e3", "1,000", "-", "1 2"}) {
         DatacoreNumber<int>::deserialise(QLatin1String(text), ok);
         CHECK_FALSE(ok);
     }
-    CHECK(DatacoreNumber<unsigned int>::deserialise(QStringLiteral("-1"), ok) == 0);
+    CHECK(DatacoreNumber<unsigned int>::deserialise("-1"_s, ok) == 0);
     CHECK_FALSE(ok);
 
     DatacoreNumber<double> leaf(name(), nullptr);
     leaf.setDataNumber(0.1);
-    CHECK(leaf.getData() == QStringLiteral("0.10000000000000000555"));
+    CHECK(leaf.getData() == "0.10000000000000000555"_s);
     leaf.takeChangedList();
     leaf.setDataNumber(0.1);
     CHECK(leaf.takeChangedList().empty());
@@ -165,12 +160,12 @@ TEST_CASE("A subclass of a set with limits has a class name of its own", "[datac
     struct Layers : DatacoreNumberSetLimits<int>
     {
         Layers()
-            : DatacoreNumberSetLimits(QStringLiteral("Layers"), name(), nullptr, 1, 4, {4, 4, 5})
+            : DatacoreNumberSetLimits("Layers"_s, name(), nullptr, 1, 4, {4, 4, 5})
         {
         }
     };
     const Layers layers;
-    CHECK(layers.getClassName() == QStringLiteral("Layers"));
+    CHECK(layers.getClassName() == "Layers"_s);
     CHECK(reasons(layers) == std::vector<int>{23, 4});
 }
 
@@ -178,10 +173,8 @@ TEMPLATE_TEST_CASE("Duplicates are found", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
     using Set = DatacoreNumberSet<T>;
-    CHECK(Set::areAllNumbersUnique({}));
-    CHECK(Set::areAllNumbersUnique({1}));
-    CHECK(Set::areAllNumbersUnique({3, 1, 2}));
-    CHECK_FALSE(Set::areAllNumbersUnique({2, 1, 2}));
+    CHECK((Set::areAllNumbersUnique({}) && Set::areAllNumbersUnique({1})));
+    CHECK((Set::areAllNumbersUnique({3, 1, 2}) && !Set::areAllNumbersUnique({2, 1, 2})));
     Set leaf(name(), nullptr, {1, 2, 3});
     CHECK(leaf.isValid());
     leaf.setDataNumbers({1, 2, 2, 1, 2});

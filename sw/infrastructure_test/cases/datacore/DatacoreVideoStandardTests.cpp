@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -12,7 +11,7 @@ using Standards = DatacoreVideoStandard::Standards;
 
 QString name()
 {
-    return QStringLiteral("standard");
+    return "standard"_s;
 }
 
 DatacoreVideoStandard::Standard supported(const char* description)
@@ -31,7 +30,7 @@ const char* const QUAD_P60 = "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709";
 TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore][video]")
 {
     DatacoreVideoStandard leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreVideoStandard"));
+    CHECK(leaf.getClassName() == "DatacoreVideoStandard"_s);
     CHECK(leaf.getDataCount() == 0);
     CHECK(leaf.isValid());
     CHECK(leaf.getDataVideoStandard() == nullptr);
@@ -47,7 +46,7 @@ TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore]
 TEST_CASE("A video standard is the four bytes of its first link", "[datacore][video]")
 {
     DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
-    CHECK(leaf.getData() == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.getData() == "137 201 128 1"_s);
     CHECK(leaf.isValid());
     const auto first = leaf.getDataVideoStandard();
     REQUIRE(first);
@@ -55,13 +54,13 @@ TEST_CASE("A video standard is the four bytes of its first link", "[datacore][vi
     CHECK(leaf.getDataVideoStandard() == first); // the same record
 
     leaf.setDataVideoStandard(supported(QUAD_P60));
-    CHECK(leaf.getData() == QStringLiteral("151 203 128 1"));
+    CHECK(leaf.getData() == "151 203 128 1"_s);
     CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
     CHECK(leaf.getDataVideoStandard()->getPayloadIdentifiers().size() == 4);
     CHECK(*first == *supported(P50)); // still the reader's own
 
     // The bytes that were written are the ones that are read, another link's too.
-    leaf.setData(QStringLiteral("151 203 128 129"));
+    leaf.setData("151 203 128 129"_s);
     CHECK(leaf.getDataVideoStandard()->getPrimaryIdentifier()->getRawValue() == 0x97CB8081);
 }
 
@@ -85,8 +84,7 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
     REQUIRE(sender.getDataVideoStandards().size() == written.size());
 }
 
-TEST_CASE("Text that is no payload identifier makes one message each and gives null",
-          "[datacore][video]")
+TEST_CASE("Text that is no payload identifier makes a message and gives null", "[datacore][video]")
 {
     DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
     for (const char* bad : {"", "137 201 128", "137 201 128 1 0", "137 201 128 256",
@@ -124,11 +122,10 @@ TEST_CASE("A square division is stored as its quadrant, and the log says so", "[
     const LogCapture log;
     DatacoreVideoStandard leaf(name(), nullptr, division);
     leaf.setDataVideoStandards({supported(P50), division});
-    const QString line =
-        QStringLiteral("error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
-                       "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    const QString line = "error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
+                         "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709"_s;
     CHECK(log.lines() == QStringList{line, line});
-    CHECK(leaf.getDataAt(1) == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.getDataAt(1) == "137 201 128 1"_s);
     CHECK(leaf.isValid());
     CHECK(*leaf.getDataVideoStandards()[1] == *supported(P50));
 }

@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreJsonMessage.h"
 #include "infrastructure/datacore/DatacoreValidStatusMessage.h"
 #include "infrastructure/datacore/MessageFactory.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -116,10 +115,10 @@ TEST_CASE("A message of several classes is of the first that the factory knows",
          parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreValidStatusMessage": 1,
                    "MessageBase": {"identifier": "text"}})")});
     REQUIRE(messages.size() == 2);
-    CHECK(messages[0]->getClass() == QStringLiteral("DatacoreJsonMessage"));
+    CHECK(messages[0]->getClass() == "DatacoreJsonMessage"_s);
     CHECK(messages[0]->getIdentifier() == -1); // a missing key leaves the default
     CHECK(messages[0]->getType() == MessageBase::MessageType_Info);
-    CHECK(messages[1]->getClass() == QStringLiteral("DatacoreValidStatusMessage"));
+    CHECK(messages[1]->getClass() == "DatacoreValidStatusMessage"_s);
     CHECK(messages[1]->getIdentifier() == 0); // a key of another kind does not
 }
 
