@@ -20,9 +20,8 @@ BasicTestPacket makeAwkwardPacket(int number)
 {
     BasicTestPacket packet;
     packet.setTestInt(number);
-    packet.setTestArray({QStringLiteral("Line One\n"), QStringLiteral("Line Two\r\n"),
-                         QStringLiteral("Line Three\n\n")});
-    packet.setTestString(QStringLiteral("!\"£$%^&*()_+-=[]{};:'@#~\\|,<.>/?`¬\t{\"Class\":\"\"}"));
+    packet.setTestArray({"Line One\n"_s, "Line Two\r\n"_s, "Line Three\n\n"_s});
+    packet.setTestString("!\"£$%^&*()_+-=[]{};:'@#~\\|,<.>/?`¬\t{\"Class\":\"\"}"_s);
     return packet;
 }
 
@@ -102,7 +101,7 @@ bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
     QTcpServer listener;
     std::unique_ptr<QTcpSocket> accepted;
     if (!listener.listen(QHostAddress::Any, port)) {
-        failure = QStringLiteral("TCP port %1: %2").arg(port).arg(listener.errorString());
+        failure = "TCP port %1: %2"_s.arg(port).arg(listener.errorString());
     } else if (client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort()) &&
                listener.waitForNewConnection(WAIT_MS)) {
         accepted.reset(listener.nextPendingConnection());
