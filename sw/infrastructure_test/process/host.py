@@ -93,5 +93,4 @@ def main(host):
     check(any("[E]> ABORTING TESTS" in line for line in lines), "the log says why", result)
 
 
-if __name__ == "__main__":
-    main(os.path.abspath(sys.argv[1]))
+main(os.path.abspath(sys.argv[1]))
