@@ -54,9 +54,7 @@ TEST_CASE("The two JSON forms of a tree", "[datacore]")
 
 TEST_CASE("Constructors give class name and values", "[datacore]")
 {
-    const QString name = "n"_s;
-    const QString own = "Own"_s;
-    const QString base = "DatacoreBase"_s;
+    const QString name = "n"_s, own = "Own"_s, base = "DatacoreBase"_s;
     const std::deque<QString> one{"x"_s};
     const std::deque<QString> two = strings({"x", "y"});
     struct Row
@@ -70,42 +68,36 @@ TEST_CASE("Constructors give class name and values", "[datacore]")
         {{own, name, nullptr}, own, {}},          {{name, nullptr, one[0]}, base, one},
         {{name, nullptr, two}, base, two},        {{name, nullptr}, base, {}},
     };
-    for (Row& row : rows) {
-        CHECK(row.node.getInstanceName() == name);
-        CHECK(row.node.getClassName() == row.className);
-        CHECK(row.node.getDataList() == row.values);
-        CHECK(row.node.getData() == (row.values.empty() ? QString() : row.values[0]));
-        CHECK(row.node.getDataAt(1) == (row.values.size() < 2 ? QString() : row.values[1]));
-        CHECK(row.node.getChangeState() == 2);
-        CHECK((row.node.takeChangedList().empty() && row.node.isValid() && row.node.isActive()));
+    for (auto& [node, className, values] : rows) {
+        CHECK(node.getInstanceName() == name);
+        CHECK(node.getClassName() == className);
+        CHECK(node.getDataList() == values);
+        CHECK(node.getData() == (values.empty() ? QString() : values[0]));
+        CHECK(node.getDataAt(1) == (values.size() < 2 ? QString() : values[1]));
+        CHECK(node.getChangeState() == 2);
+        CHECK((node.takeChangedList().empty() && node.isValid() && node.isActive()));
     }
 }
 
 TEST_CASE("Paths lead to nodes or nowhere", "[datacore]")
 {
     SmallTree tree;
-    struct Row
-    {
-        const char* path;
-        const DatacoreBase* node;
-    };
-    const Row rows[] = {
+    const Table<const char*, const DatacoreBase*> rows{
         {"", &tree.root},   {"a", &tree.a},      {"b", &tree.b}, {"a/c", &tree.c},
         {"a/c/", &tree.c},  {"a/", &tree.a},     {"/", nullptr}, {"/a", nullptr},
         {"a//", nullptr},   {"a//c", nullptr},   {"c", nullptr}, {"b/c", nullptr},
         {"a/c/d", nullptr}, {"root", nullptr},   {"A", nullptr}, {"a ", nullptr},
         {"class", nullptr}, {"a/data", nullptr},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.path);
-        const QString path = QLatin1String(row.path);
-        CHECK(tree.root.findDatacore(path) == row.node);
+    for (const auto& [text, node] : rows) {
+        CAPTURE(text);
+        const QString path = QLatin1String(text);
+        CHECK(tree.root.findDatacore(path) == node);
         QJsonObject json;
         DatacoreJsonMessages messages;
-        CHECK(tree.root.appendToJson(path, json, true, false, messages) == (row.node != nullptr));
-        CHECK(json.keys() ==
-              (row.node != nullptr ? QStringList{row.node->getInstanceName()} : QStringList()));
-        CHECK(tree.root.populateFromJson(path, json, true, messages) == (row.node != nullptr));
+        CHECK(tree.root.appendToJson(path, json, true, false, messages) == (node != nullptr));
+        CHECK(json.keys() == (node ? QStringList{node->getInstanceName()} : QStringList()));
+        CHECK(tree.root.populateFromJson(path, json, true, messages) == (node != nullptr));
         CHECK(messages.isEmpty());
     }
     CHECK(tree.root.getPath() == "root"_s);

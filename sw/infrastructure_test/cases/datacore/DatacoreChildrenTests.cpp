@@ -71,11 +71,7 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
     /// Adds a sibling before itself, and one behind, when it is told for the first time.
     struct Growing : DatacoreBase
     {
-        Growing(const QString& name, DatacoreBase* parentNode)
-            : DatacoreBase(name, parentNode)
-            , owner(parentNode)
-        {
-        }
+        using DatacoreBase::DatacoreBase;
         void onValid() override
         {
             ++told;
@@ -84,13 +80,13 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
                 behind = std::make_unique<DatacoreBase>("z"_s, owner);
             }
         }
-        DatacoreBase* owner;
+        DatacoreBase* owner = nullptr;
         int told = 0;
-        std::unique_ptr<DatacoreBase> before;
-        std::unique_ptr<DatacoreBase> behind;
+        std::unique_ptr<DatacoreBase> before, behind;
     };
     DatacoreBase root("root"_s, nullptr);
     Growing growing("m"_s, &root);
+    growing.owner = &root;
     DatacoreBase next("n"_s, &root);
     SECTION("by a call")
     {
@@ -99,16 +95,13 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
     SECTION("by JSON that they read")
     {
         DatacoreJsonMessages messages;
-        REQUIRE(root.populateFromJson(
-            QString(),
-            parseObject(
-                R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})"),
-            true, messages));
+        const QJsonObject json = parseObject(
+            R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})");
+        REQUIRE(root.populateFromJson(QString(), json, true, messages));
         CHECK(next.getData() == "2"_s);
         CHECK(growing.behind->getData() == "3"_s);
     }
     CHECK(growing.told == 1);
-    const std::vector<DatacoreBase*> children = root.getChildren();
-    CHECK(children ==
+    CHECK(root.getChildren() ==
           std::vector<DatacoreBase*>{growing.before.get(), &growing, &next, growing.behind.get()});
 }

@@ -116,16 +116,14 @@ TEST_CASE("Each part of a description counts", "[datacore]")
 
 TEST_CASE("A description that lies is refused with the key that does", "[datacore]")
 {
-    const auto repeated = [](int count, const QByteArray& text) { return text.repeated(count); };
-    const auto list = [&](int count) {
-        return "\"values\":[" + repeated(count - 1, "\"1\",") + "\"1\"]";
+    const auto list = [](int count) {
+        return "\"values\":[" + QByteArray("\"1\",").repeated(count - 1) + "\"1\"]";
     };
-    struct Row
-    {
-        QByteArray json;
-        const char* key; ///< null if it is good
+    const auto text = [](const char* key, int size) {
+        return QByteArray(key) + '"' + QByteArray(size, 'x') + '"';
     };
-    const Row rows[] = {
+    const Table<QByteArray, const char*> rows{
+        // and the key, null if it is good
         {R"("other":{},"kind":"Hue","min":"z","max":"a")", nullptr},
         {R"("kind":5)", "kind"},
         {R"("kind":null)", "kind"},
@@ -144,12 +142,12 @@ TEST_CASE("A description that lies is refused with the key that does", "[datacor
         {list(1000), nullptr},
         {list(1001), "values"},
         {list(1000000), "values"},
-        {"\"values\":[\"" + repeated(100, "x") + "\"]", nullptr},
-        {"\"values\":[\"" + repeated(101, "x") + "\"]", "values"},
-        {"\"unit\":\"" + repeated(100, "x") + '"', nullptr},
-        {"\"unit\":\"" + repeated(101, "x") + '"', "unit"},
-        {"\"text\":\"" + repeated(1000, "x") + '"', nullptr},
-        {"\"text\":\"" + repeated(1001, "x") + '"', "text"},
+        {text("\"values\":[", 100) + ']', nullptr},
+        {text("\"values\":[", 101) + ']', "values"},
+        {text("\"unit\":", 100), nullptr},
+        {text("\"unit\":", 101), "unit"},
+        {text("\"text\":", 1000), nullptr},
+        {text("\"text\":", 1001), "text"},
         {R"("kind":"Int32","min":"2","max":"2")", nullptr},
         {R"("kind":"Int32","min":"10","max":"9")", "max"},
         {R"("kind":"Int32","min":"x")", "max"},
@@ -164,14 +162,11 @@ TEST_CASE("A description that lies is refused with the key that does", "[datacor
         {R"("kind":"Double","max":"nan")", "max"},
         {R"("kind":"MacAddress","min":"2","max":"1")", "max"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.json.left(100));
+    for (const auto& [json, key] : rows) {
+        CAPTURE(json.left(100));
         QString reason = "?"_s;
-        const auto read = DatacoreDescription::fromJson(parseObject('{' + row.json + '}'), reason);
-        CHECK(reason ==
-              (row.key == nullptr ? QString() : "bad \"%1\""_s.arg(QLatin1String(row.key))));
-        if (row.key != nullptr) {
-            CHECK(read == DatacoreDescription());
-        }
+        const auto read = DatacoreDescription::fromJson(parseObject('{' + json + '}'), reason);
+        CHECK(reason == (key ? "bad \"%1\""_s.arg(QLatin1String(key)) : QString()));
+        CHECK((key == nullptr || read == DatacoreDescription()));
     }
 }

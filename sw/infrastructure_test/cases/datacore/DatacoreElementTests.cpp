@@ -58,14 +58,9 @@ TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore
 
 TEST_CASE("Incoming data is a change where the values differ, not the form", "[datacore]")
 {
-    struct Row
-    {
-        std::deque<QString> held;
-        const char* incoming;
-        bool isChange;
-        std::deque<QString> result;
-    };
-    const Row rows[] = {
+    using Values = std::deque<QString>;
+    const Table<Values, const char*, bool, Values> rows{
+        // held, incoming, whether it is a change
         {{}, "null", false, {}},
         {{}, "[]", false, {}},
         {{}, R"("")", true, strings({""})},
@@ -90,28 +85,28 @@ TEST_CASE("Incoming data is a change where the values differ, not the form", "[d
         {strings({"", ""}), R"([1, null])", false, strings({"", ""})},
         {strings({"a", "b"}), "null", true, {}},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.incoming);
+    for (const auto& [held, incoming, isChange, result] : rows) {
+        CAPTURE(incoming);
         Owner owner;
-        DatacoreDataElement element(owner, row.held);
-        REQUIRE(element.getValues() == row.held);
-        const QJsonObject json = parseObject(QByteArray(R"({"data": )") + row.incoming + '}');
+        DatacoreDataElement element(owner, held);
+        REQUIRE(element.getValues() == held);
+        const QJsonObject json = parseObject(QByteArray(R"({"data": )") + incoming + '}');
         DatacoreJsonMessages messages;
         const LogCapture log;
         CHECK(element.populateFromJson(QString(), json, false, messages));
-        CHECK(element.getValues() == row.result);
-        CHECK(element.getCount() == static_cast<int>(row.result.size()));
-        CHECK(owner.populated == (row.isChange ? 1 : 0));
-        const bool isFirstFill = row.held.empty() && json.begin().value().isString();
-        CHECK(log.lines() == (isFirstFill ? QStringList{"error: 0 sized entry for data element"_s}
-                                          : QStringList()));
+        CHECK(element.getValues() == result);
+        CHECK(element.getCount() == int(result.size()));
+        CHECK(owner.populated == (isChange ? 1 : 0));
+        const bool isFirstFill = held.empty() && json.begin().value().isString();
+        CHECK(log.lines() ==
+              (isFirstFill ? lines({"error: 0 sized entry for data element"}) : QStringList()));
 
         // What was read is what a setter would have stored.
         Owner setterOwner;
-        DatacoreDataElement setter(setterOwner, row.held);
-        setter.setValues(row.result);
-        CHECK(setter.getValues() == row.result);
-        CHECK(setterOwner.changedLocally == (row.isChange ? 1 : 0));
+        DatacoreDataElement setter(setterOwner, held);
+        setter.setValues(result);
+        CHECK(setter.getValues() == result);
+        CHECK(setterOwner.changedLocally == (isChange ? 1 : 0));
         CHECK(setter.toJsonValue() == element.toJsonValue());
     }
 }
@@ -136,17 +131,10 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
 {
     const QByteArray v4 =
         R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
-    const QByteArray v5 =
-        R"({"DatacoreValidStatusMessage": {}, "MessageBase": {"identifier": 5, "type": 2}})";
-    const QByteArray a4 =
-        R"({"DatacoreActiveStatusMessage": {}, "MessageBase": {"identifier": 4, "type": 2}})";
-    struct Row
-    {
-        QByteArray incoming;
-        bool isChange; ///< from one message, (Error, 4)
-        std::vector<int> result;
-    };
-    const Row rows[] = {
+    const QByteArray v5 = QByteArray(v4).replace('4', '5');
+    const QByteArray a4 = QByteArray(v4).replace("Valid", "Active");
+    // What comes, whether it is a change from one message, (Error, 4), and what is there then.
+    const Table<QByteArray, bool, std::vector<int>> rows{
         {'[' + v4 + ']', false, {4}},
         {'[' + a4 + ',' + v4 + ']', false, {4}}, // another class is no change
         {"[1," + v4 + ']', true, {4}},           // what is no message is one
@@ -157,8 +145,8 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
         {"null", false, {4}}, // no array: ignored
         {v5, false, {4}},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.incoming);
+    for (const auto& [incoming, isChange, result] : rows) {
+        CAPTURE(incoming);
         Owner owner;
         DatacoreValidStatusElement element(owner);
         element.setMessages({DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4)});
@@ -167,16 +155,16 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
         CHECK(owner.changedLocally == 1);
 
         DatacoreJsonMessages messages;
-        const QJsonObject json = parseObject(R"({"reasonsForBeingInvalid": )" + row.incoming + '}');
+        const QJsonObject json = parseObject(R"({"reasonsForBeingInvalid": )" + incoming + '}');
         CHECK(element.populateFromJson(QString(), json, true, messages));
         CHECK(owner.populated == 0); // not in the just-data form
         CHECK(element.populateFromJson(QString(), json, false, messages));
-        CHECK(owner.populated == (row.isChange ? 1 : 0));
+        CHECK(owner.populated == (isChange ? 1 : 0));
         std::vector<int> identifiers;
         for (const auto& message : element.getMessages()) {
             identifiers.push_back(message.getIdentifier());
         }
-        CHECK(identifiers == row.result);
+        CHECK(identifiers == result);
     }
 }
 

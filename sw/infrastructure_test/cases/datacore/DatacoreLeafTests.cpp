@@ -10,10 +10,7 @@ namespace {
 
 using Octets = DatacoreMacAddress::Octets;
 
-QString name()
-{
-    return "leaf"_s;
-}
+const QString NAME = "leaf"_s;
 
 constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
 
@@ -21,7 +18,7 @@ constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
 
 TEST_CASE("A boolean is one of two texts", "[datacore]")
 {
-    DatacoreBool leaf(name(), nullptr);
+    DatacoreBool leaf(NAME, nullptr);
     CHECK(leaf.getClassName() == "DatacoreBool"_s);
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBool(true);
@@ -41,16 +38,16 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBools({});
     CHECK((leaf.isValid() && !leaf.getDataBool()));
-    CHECK(DatacoreBool(name(), nullptr, true).getDataBool());
+    CHECK(DatacoreBool(NAME, nullptr, true).getDataBool());
     const std::deque<bool> flags{true, false, true};
-    transfer(DatacoreBool(name(), nullptr, flags), leaf);
+    transfer(DatacoreBool(NAME, nullptr, flags), leaf);
     CHECK(leaf.getDataBools() == flags);
     CHECK(leaf.isValid());
 }
 
 TEST_CASE("Points survive JSON, and texts of another shape are reported one by one", "[datacore]")
 {
-    DatacorePoint leaf(name(), nullptr);
+    DatacorePoint leaf(NAME, nullptr);
     CHECK(leaf.getClassName() == "DatacorePoint"_s);
     CHECK(leaf.getDataList() == strings({"0,0"}));
     constexpr int low = std::numeric_limits<int>::min();
@@ -58,11 +55,11 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
     const std::deque<QPoint> points{{low, high}, {high, low}, {0, -1}, {-1, 0}};
     bool ok = false;
     for (const QPoint& point : points) {
-        transfer(DatacorePoint(name(), nullptr, point.x(), point.y()), leaf);
+        transfer(DatacorePoint(NAME, nullptr, point.x(), point.y()), leaf);
         CHECK(leaf.getDataPoint(ok) == point);
         CHECK(ok);
     }
-    transfer(DatacorePoint(name(), nullptr, points), leaf);
+    transfer(DatacorePoint(NAME, nullptr, points), leaf);
     CHECK(leaf.getDataPoints(ok) == points);
     CHECK(ok);
     leaf.setDataPoint(-7, 8);
@@ -90,7 +87,7 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
 
 TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
 {
-    DatacoreMacAddress leaf(name(), nullptr, EXAMPLE);
+    DatacoreMacAddress leaf(NAME, nullptr, EXAMPLE);
     CHECK(leaf.getClassName() == "DatacoreMacAddress"_s);
     CHECK(leaf.isValid());
     CHECK(leaf.getData() == "94106261820"_s); // 0x0015E92B993C
@@ -117,15 +114,10 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
 
 TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
 {
-    DatacoreMacAddress leaf(name(), nullptr);
+    DatacoreMacAddress leaf(NAME, nullptr);
     CHECK(reasons(leaf) == std::vector<int>{32});
-    struct Row
-    {
-        const char* number;
-        std::vector<int> reasons;
-        bool ok; ///< has octets
-    };
-    const Row rows[] = {
+    const Table<const char*, std::vector<int>, bool> rows{
+        // reasons, and whether it has octets
         {"1", {}, true},
         {"281474976710654", {}, true},
         {"281474976710655", {32}, true}, // broadcast
@@ -135,15 +127,15 @@ TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
         {"-1", {6}, false},
         {"00:15:E9:2B:99:3C", {6}, false},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.number);
-        leaf.setData(QLatin1String(row.number));
-        CHECK(reasons(leaf) == row.reasons);
-        bool ok = !row.ok;
+    for (const auto& [number, expected, hasOctets] : rows) {
+        CAPTURE(number);
+        leaf.setData(QLatin1String(number));
+        CHECK(reasons(leaf) == expected);
+        bool ok = !hasOctets;
         leaf.getDataMacAddressSegments(ok);
-        CHECK(ok == row.ok);
+        CHECK(ok == hasOctets);
         leaf.getDataMacAddressString(ok);
-        CHECK(ok == row.ok);
+        CHECK(ok == hasOctets);
     }
     leaf.setData(strings({"0", "5", "281474976710655"}));
     CHECK(reasons(leaf) == std::vector<int>{32, 32});
@@ -156,7 +148,7 @@ TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
 TEST_CASE("A MAC address is read from text in either base", "[datacore]")
 {
     using namespace Tessorn::Types;
-    DatacoreMacAddress leaf(name(), nullptr);
+    DatacoreMacAddress leaf(NAME, nullptr);
     bool ok = false;
     const std::tuple<const char*, Base, char> texts[] = {
         {"00-15-E9-2B-99-3C", Base_Hexadecimal, '-'}, {"00 15 E9 2B 99 3C", Base_Hexadecimal, ' '},

@@ -14,10 +14,7 @@
 
 namespace {
 
-QString name()
-{
-    return "number"_s;
-}
+const QString NAME = "number"_s;
 
 template <typename T>
 constexpr int NOT_CONVERTABLE = std::is_integral_v<T> ? 6 : 7;
@@ -34,15 +31,15 @@ TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
                                        std::nextafter(T(1), T(2)), -Limits::infinity()});
     }
     for (const T number : numbers) {
-        const DatacoreNumber<T> sent(name(), nullptr, number);
-        DatacoreNumber<T> received(name(), nullptr, T(2));
+        const DatacoreNumber<T> sent(NAME, nullptr, number);
+        DatacoreNumber<T> received(NAME, nullptr, T(2));
         transfer(sent, received);
         bool ok = false;
         CHECK(received.getDataNumber(ok) == number);
         CHECK((ok && received.isValid()));
     }
-    DatacoreNumberSetLimits<T> list(name(), nullptr);
-    transfer(DatacoreNumber<T>(name(), nullptr, numbers), list);
+    DatacoreNumberSetLimits<T> list(NAME, nullptr);
+    transfer(DatacoreNumber<T>(NAME, nullptr, numbers), list);
     bool ok = false;
     CHECK(list.getDataNumbers(ok) == numbers);
     CHECK(ok);
@@ -51,10 +48,10 @@ TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
 TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
-    const DatacoreNumber<T> number(name(), nullptr);
-    const DatacoreNumberSet<T> set(name(), nullptr);
-    const DatacoreNumberLimits<T> limits(name(), nullptr);
-    const DatacoreNumberSetLimits<T> setLimits(name(), nullptr);
+    const DatacoreNumber<T> number(NAME, nullptr);
+    const DatacoreNumberSet<T> set(NAME, nullptr);
+    const DatacoreNumberLimits<T> limits(NAME, nullptr);
+    const DatacoreNumberSetLimits<T> setLimits(NAME, nullptr);
     for (const auto* leaf :
          std::initializer_list<const DatacoreNumber<T>*>{&number, &set, &limits, &setLimits}) {
         CHECK(leaf->getDataList() == std::deque<QString>{"0"_s});
@@ -64,37 +61,27 @@ TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", N
     CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + "Limits"_s);
     CHECK(set.getClassName() == "DatacoreIntegerSetWithLimits"_s);
     CHECK(setLimits.getClassName() == "DatacoreIntegerSetWithLimitsLimits"_s);
-    for (const auto* leaf :
-         std::initializer_list<const DatacoreNumberLimits<T>*>{&limits, &setLimits}) {
-        CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
-        CHECK(leaf->getMaximumValue() == std::numeric_limits<T>::max());
-    }
+    CHECK(limits.getMinimumValue() == std::numeric_limits<T>::lowest());
+    CHECK(limits.getMaximumValue() == std::numeric_limits<T>::max());
 }
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
 {
-    const QString wide = "Int%1"_s.arg(8 * sizeof(long));
-    const std::pair<QString, QString> rows[] = {
-        {DatacoreNumber<short>::CLASSNAME(), "Int16"_s},
-        {DatacoreNumber<int>::CLASSNAME(), "Int32"_s},
-        {DatacoreNumber<long>::CLASSNAME(), wide},
-        {DatacoreNumber<long long>::CLASSNAME(), "Int64"_s},
-        {DatacoreNumber<unsigned short>::CLASSNAME(), "UInt16"_s},
-        {DatacoreNumber<unsigned int>::CLASSNAME(), "UInt32"_s},
-        {DatacoreNumber<unsigned long>::CLASSNAME(), QLatin1Char('U') + wide},
-        {DatacoreNumber<unsigned long long>::CLASSNAME(), "UInt64"_s},
-        {DatacoreNumber<float>::CLASSNAME(), "Float"_s},
-        {DatacoreNumber<double>::CLASSNAME(), "Double"_s},
+    const auto names = [](auto... numbers) {
+        return QStringList{DatacoreNumber<decltype(numbers)>::CLASSNAME()...}
+            .replaceInStrings("Datacore"_s, "-"_s)
+            .join(QString());
     };
-    for (const auto& [name, text] : rows) {
-        CHECK(name == "Datacore"_s + text);
-    }
+    CHECK(names(short(), 0, 0LL, 0.0F, 0.0) == "-Int16-Int32-Int64-Float-Double"_s);
+    using Word = unsigned short;
+    CHECK(names(Word(), 0U, 0ULL) == "-UInt16-UInt32-UInt64"_s);
+    CHECK(names(0L, 0UL) == "-Int%1-UInt%1"_s.arg(8 * sizeof(long)));
 }
 
 TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
-    DatacoreNumberSetLimits<T> leaf(name(), nullptr);
+    DatacoreNumberSetLimits<T> leaf(NAME, nullptr);
     leaf.setData("Not a number"_s);
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
     bool ok = true;
@@ -107,7 +94,7 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
     leaf.setData(strings({"x", "y", "1"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 23}); // both stand as 0
 
-    DatacoreNumber<T> plain(name(), nullptr);
+    DatacoreNumber<T> plain(NAME, nullptr);
     plain.setData(leaf.getDataList());
     CHECK(reasons(plain) == std::vector<int>{NOT_CONVERTABLE<T>});
     plain.setData(std::deque<QString>());
@@ -119,23 +106,18 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
 TEST_CASE("Numbers are read as decimal and cut to their type", "[datacore]")
 {
     bool ok = false;
-    CHECK(DatacoreNumber<short>::deserialise("99999"_s, ok) == -31073);
-    CHECK(ok);
-    CHECK(DatacoreNumber<unsigned short>::deserialise("65537"_s, ok) == 1);
-    CHECK(ok);
+    CHECK((DatacoreNumber<short>::deserialise("99999"_s, ok) == -31073 && ok));
+    CHECK((DatacoreNumber<unsigned short>::deserialise("65537"_s, ok) == 1 && ok));
     CHECK(DatacoreNumber<int>::deserialise("010"_s, ok) == 10);
-    CHECK(std::isinf(DatacoreNumber<float>::deserialise("1e300"_s, ok)));
-    CHECK(ok);
-    CHECK(DatacoreNumber<int>::deserialise("9223372036854775808"_s, ok) == 0);
-    CHECK_FALSE(ok);
+    CHECK((std::isinf(DatacoreNumber<float>::deserialise("1e300"_s, ok)) && ok));
+    CHECK((DatacoreNumber<int>::deserialise("9223372036854775808"_s, ok) == 0 && !ok));
     for (const char* text : {"0x10", "1.0", "1e3", "1,000", "-", "1 2"}) {
         DatacoreNumber<int>::deserialise(QLatin1String(text), ok);
         CHECK_FALSE(ok);
     }
-    CHECK(DatacoreNumber<unsigned int>::deserialise("-1"_s, ok) == 0);
-    CHECK_FALSE(ok);
+    CHECK((DatacoreNumber<unsigned int>::deserialise("-1"_s, ok) == 0 && !ok));
 
-    DatacoreNumber<double> leaf(name(), nullptr);
+    DatacoreNumber<double> leaf(NAME, nullptr);
     leaf.setDataNumber(0.1);
     CHECK(leaf.getData() == "0.10000000000000000555"_s);
     leaf.takeChangedList();
@@ -148,7 +130,7 @@ TEMPLATE_TEST_CASE("A number too large for a double counts as 0 among the others
 {
     using T = TestType;
     bool ok = true;
-    DatacoreNumberSetLimits<T> leaf(name(), nullptr, T(1), T(10));
+    DatacoreNumberSetLimits<T> leaf(NAME, nullptr, T(1), T(10));
     leaf.setData(strings({"1e400", "-1e400", "2"}));
     CHECK(leaf.getDataNumbers(ok) == std::deque<T>{0, 0, 2});
     CHECK_FALSE(ok);
@@ -160,7 +142,7 @@ TEST_CASE("A subclass of a set with limits has a class name of its own", "[datac
     struct Layers : DatacoreNumberSetLimits<int>
     {
         Layers()
-            : DatacoreNumberSetLimits("Layers"_s, name(), nullptr, 1, 4, {4, 4, 5})
+            : DatacoreNumberSetLimits("Layers"_s, NAME, nullptr, 1, 4, {4, 4, 5})
         {
         }
     };
@@ -175,13 +157,13 @@ TEMPLATE_TEST_CASE("Duplicates are found", "[datacore]", NUMBER_TYPES)
     using Set = DatacoreNumberSet<T>;
     CHECK((Set::areAllNumbersUnique({}) && Set::areAllNumbersUnique({1})));
     CHECK((Set::areAllNumbersUnique({3, 1, 2}) && !Set::areAllNumbersUnique({2, 1, 2})));
-    Set leaf(name(), nullptr, {1, 2, 3});
+    Set leaf(NAME, nullptr, {1, 2, 3});
     CHECK(leaf.isValid());
     leaf.setDataNumbers({1, 2, 2, 1, 2});
     CHECK(reasons(leaf) == std::vector<int>{23});
     leaf.setDataNumber(1);
     CHECK(leaf.isValid());
-    CHECK(reasons(Set(name(), nullptr, {1, 1})) == std::vector<int>{23});
+    CHECK(reasons(Set(NAME, nullptr, {1, 1})) == std::vector<int>{23});
     if constexpr (std::is_floating_point_v<T>) {
         const T nan = std::numeric_limits<T>::quiet_NaN();
         CHECK(Set::areAllNumbersUnique({nan, 1, nan, 2}));
@@ -201,12 +183,12 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
                    NUMBER_TYPES)
 {
     using T = TestType;
-    DatacoreNumberLimits<T> leaf(name(), nullptr, T(5), T(10));
+    DatacoreNumberLimits<T> leaf(NAME, nullptr, T(5), T(10));
     CHECK(reasons(leaf) == std::vector<int>{5}); // 0 lies outside from the start
     CHECK(leaf.getMinimumValue() == T(5));
     CHECK(leaf.getMaximumValue() == T(10));
-    CHECK(reasons(DatacoreNumberSetLimits<T>(name(), nullptr, T(5), T(10))) == std::vector<int>{5});
-    CHECK(reasons(DatacoreNumberLimits<T>(name(), nullptr, T(5), T(10), {11, 10, 4})) ==
+    CHECK(reasons(DatacoreNumberSetLimits<T>(NAME, nullptr, T(5), T(10))) == std::vector<int>{5});
+    CHECK(reasons(DatacoreNumberLimits<T>(NAME, nullptr, T(5), T(10), {11, 10, 4})) ==
           std::vector<int>{4, 5});
     leaf.setDataNumbers({5, 10});
     CHECK(leaf.isValid());
@@ -217,12 +199,12 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
     leaf.setData(strings({"x", "7"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
 
-    DatacoreNumberSetLimits<T> set(name(), nullptr, T(5), T(10), {4, 11, 11});
+    DatacoreNumberSetLimits<T> set(NAME, nullptr, T(5), T(10), {4, 11, 11});
     CHECK(reasons(set) == std::vector<int>{23, 5, 4, 4});
     set.setDataNumbers({6, 6});
     CHECK(reasons(set) == std::vector<int>{23});
 
-    DatacoreNumberLimits<T> open(name(), nullptr);
+    DatacoreNumberLimits<T> open(NAME, nullptr);
     open.setDataNumbers({std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max()});
     CHECK(open.isValid());
 }

@@ -9,10 +9,7 @@ namespace {
 
 using Standards = DatacoreVideoStandard::Standards;
 
-QString name()
-{
-    return "standard"_s;
-}
+const QString NAME = "standard"_s;
 
 DatacoreVideoStandard::Standard supported(const char* description)
 {
@@ -29,7 +26,7 @@ const char* const QUAD_P60 = "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709";
 
 TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr);
+    DatacoreVideoStandard leaf(NAME, nullptr);
     CHECK(leaf.getClassName() == "DatacoreVideoStandard"_s);
     CHECK(leaf.getDataCount() == 0);
     CHECK(leaf.isValid());
@@ -40,12 +37,12 @@ TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore]
     CHECK(leaf.isValid());
     CHECK(leaf.getDataVideoStandard() == nullptr);
     CHECK(leaf.getDataVideoStandards().empty());
-    CHECK(DatacoreVideoStandard(name(), nullptr, nullptr).getDataCount() == 0);
+    CHECK(DatacoreVideoStandard(NAME, nullptr, nullptr).getDataCount() == 0);
 }
 
 TEST_CASE("A video standard is the four bytes of its first link", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
+    DatacoreVideoStandard leaf(NAME, nullptr, supported(P50));
     CHECK(leaf.getData() == "137 201 128 1"_s);
     CHECK(leaf.isValid());
     const auto first = leaf.getDataVideoStandard();
@@ -72,8 +69,8 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
             written.push_back(standard);
         }
     }
-    const DatacoreVideoStandard sender(name(), nullptr, written);
-    DatacoreVideoStandard receiver(name(), nullptr);
+    const DatacoreVideoStandard sender(NAME, nullptr, written);
+    DatacoreVideoStandard receiver(NAME, nullptr);
     transfer(sender, receiver);
     const Standards read = receiver.getDataVideoStandards();
     REQUIRE(receiver.isValid());
@@ -86,7 +83,7 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
 
 TEST_CASE("Text that is no payload identifier makes a message and gives null", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
+    DatacoreVideoStandard leaf(NAME, nullptr, supported(P50));
     for (const char* bad : {"", "137 201 128", "137 201 128 1 0", "137 201 128 256",
                             " 137 201 128 1", "1 201 128 1", "0x89 201 128 1", P50}) {
         CAPTURE(bad);
@@ -109,7 +106,7 @@ TEST_CASE("Text that is no payload identifier makes a message and gives null", "
     CHECK(*read[2] == *supported(P50));
     CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
 
-    const DatacoreVideoStandard unknown(name(), nullptr,
+    const DatacoreVideoStandard unknown(NAME, nullptr,
                                         std::make_shared<StandardFromPayloadIdentifier>(
                                             StandardFromPayloadIdentifier::Identifiers()));
     CHECK(reasons(unknown) == std::vector<int>{29});
@@ -120,7 +117,7 @@ TEST_CASE("A square division is stored as its quadrant, and the log says so", "[
 {
     const auto division = createVideoStandard(0x89C98001, true);
     const LogCapture log;
-    DatacoreVideoStandard leaf(name(), nullptr, division);
+    DatacoreVideoStandard leaf(NAME, nullptr, division);
     leaf.setDataVideoStandards({supported(P50), division});
     const QString line = "error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
                          "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709"_s;

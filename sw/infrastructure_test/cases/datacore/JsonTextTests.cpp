@@ -1,6 +1,5 @@
 // JSON straight to text, against QJsonDocument.
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/utility/packets/DatacorePacket.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
@@ -25,25 +24,5 @@ TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
             REQUIRE((i != 1 || node.populateFromJson(QString(), reasons, false, messages)));
         }
         CHECK_FALSE((node.isValid() || node.isActive()));
-    }
-}
-
-TEST_CASE("A packet of a node is the packet of its JSON object", "[packets]")
-{
-    DatacoreBase node("node"_s, nullptr, "5"_s);
-    const QString path = "root/node"_s;
-    for (const bool justData : {true, false}) {
-        const QJsonObject json = write(node, "", justData);
-        const DatacorePacket value(node, justData, path);
-        CHECK(value.serialisePayload() == DatacorePacket(json, path).serialisePayload());
-
-        DatacorePacket write("21307064334004"_s, 7, node, justData, path);
-        const DatacorePacket expected("21307064334004"_s, 7, json, path);
-        CHECK(write.serialisePayload() == expected.serialisePayload());
-        CHECK(write == expected);
-        write.setPacketID(8);
-        CHECK(write.getPacketID() == 8);
-        CHECK(write.getDatacoreJsonObject() == json);
-        CHECK(write.serialisePayload() != expected.serialisePayload());
     }
 }

@@ -65,22 +65,17 @@ TEST_CASE("A message has one JSON form, and comes back from it as it was", "[dat
     REQUIRE(received.size() == sent.size());
     for (std::size_t i = 0; i < sent.size(); ++i) {
         CHECK(received[i]->getClass() == sent[i]->getClass());
-        CHECK(received[i]->getType() == sent[i]->getType());
-        CHECK(received[i]->getIdentifier() == sent[i]->getIdentifier());
         CHECK(received[i]->getText() == sent[i]->getText());
+        CHECK(received[i]->getType() == sent[i]->getType());
         CHECK(received[i]->equals(*sent[i]));
     }
 }
 
 TEST_CASE("What is no message is logged and left out", "[datacore]")
 {
-    struct Row
-    {
-        QByteArray entry;
-        QStringList lines; ///< none where the entry is a message
-    };
     const QByteArray base = R"("MessageBase": {"identifier": 7, "type": 2})";
-    const Row rows[] = {
+    const Table<QByteArray, QStringList> rows{
+        // no line where the entry is a message
         {"1.5", lines({"error: Not a serialised object, of QJson type: 2"})},
         {"null", lines({"error: Not a serialised object, of QJson type: 0"})},
         {"[]", lines({"error: Not a serialised object, of QJson type: 4"})},
@@ -93,13 +88,13 @@ TEST_CASE("What is no message is logged and left out", "[datacore]")
     };
     QJsonArray all;
     QStringList expected;
-    for (const Row& row : rows) {
-        const QJsonValue entry = parse(row.entry);
+    for (const auto& [text, told] : rows) {
+        const QJsonValue entry = parse(text);
         all.append(entry);
         const LogCapture log;
-        CHECK(deserialiseMessages({entry}).size() == (row.lines.isEmpty() ? 1 : 0));
-        CHECK(log.lines() == row.lines);
-        expected += row.lines;
+        CHECK(deserialiseMessages({entry}).size() == (told.isEmpty() ? 1 : 0));
+        CHECK(log.lines() == told);
+        expected += told;
     }
     const LogCapture log;
     const auto messages = deserialiseMessages(all);
@@ -136,10 +131,8 @@ TEST_CASE("A class makes a message of its own from an object of another", "[data
     CHECK(DatacoreValidStatusMessage::makeFromJson(active.toJson()).getIdentifier() == 0);
     CHECK(log.lines().isEmpty());
     CHECK(DatacoreJsonMessage::makeFromJson(json).getIdentifier() == -1);
-    CHECK(
-        log.lines() ==
-        lines({"error: Failed to construct a DatacoreJsonMessage from DatacoreValidStatusMessage, "
-               "MessageBase"}));
+    CHECK(log.lines() == lines({"error: Failed to construct a DatacoreJsonMessage from "
+                                "DatacoreValidStatusMessage, MessageBase"}));
 }
 
 TEST_CASE("Messages are equal by their numbers, whatever their class", "[datacore]")

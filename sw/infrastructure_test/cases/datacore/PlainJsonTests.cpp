@@ -34,9 +34,8 @@ bool isPlain(const QByteArray& text)
 }
 
 /// What a server's node holds, and what a peer may send in its place.
-class Texts
+struct Texts
 {
-public:
     QByteArray make()
     {
         const QByteArray whole = pick(8) == 0 ? '[' + object(1) + ']' : object(3);
@@ -57,8 +56,6 @@ public:
         }
         return bent;
     }
-
-private:
     int pick(int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); }
 
     QByteArray value(int depth)
