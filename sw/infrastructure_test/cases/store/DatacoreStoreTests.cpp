@@ -89,6 +89,8 @@ Rows manyRows()
     return rows;
 }
 
+using Change = std::function<void(const QString& file)>;
+
 struct Folder
 {
     QTemporaryDir folder;
@@ -116,8 +118,8 @@ TEST_CASE("What is saved comes back to the last character, in the known form", "
         CHECK((read(store).empty() && save(store, rows).isDurable));
     }
     CHECK(QDir(place.folder.path()).entryList(QDir::Files) == lines({"store"})); // no log is left
-    CHECK(sql(place.file, "SELECT data || ' ' || digest FROM leaf WHERE path='r/p';"
-                          "PRAGMA application_id; PRAGMA user_version; PRAGMA journal_mode") ==
+    CHECK(sql(place.file, "SELECT data || ' ' || digest FROM leaf WHERE path='r/p';PRAGMA "
+                          "application_id; PRAGMA user_version; PRAGMA journal_mode") ==
           "[\"a\",\"\"] 453749074\n1229735473\n1\nwal\n"_s);
     DatacoreStore store(place.file);
     CHECK(read(store) == rows);
@@ -162,15 +164,6 @@ TEST_CASE("Saves within the interval are one transaction, also at the end", "[st
 
 TEST_CASE("A file that is damaged or newer is kept aside, and what can be read is used", "[store]")
 {
-    struct Row
-    {
-        const char* what;
-        std::function<void(const QString& file)> change;
-        int left;          ///< of the leaves, at least
-        int lost;          ///< of the leaves, at most
-        const char* aside; ///< what the old file is called
-        const char* finding;
-    };
     const auto run = [](const char* statements) {
         return [statements](const QString& file) { sql(file, statements); };
     };
@@ -181,53 +174,48 @@ TEST_CASE("A file that is damaged or newer is kept aside, and what can be read i
             writeFile(file, bytes);
         };
     };
-    const Row rows[]{
-        {"a text", edit([](QByteArray& bytes) { bytes.fill('x'); }), 0, LEAVES, "damaged-1",
+    // What, the change, leaves lost at the most, what the old file is called, and the finding.
+    const Table<const char*, Change, int, const char*, const char*> rows{
+        {"a text", edit([](QByteArray& bytes) { bytes.fill('x'); }), LEAVES, "damaged-1",
          "file is not a database; 0 values are read, 0 or more are lost"},
         {"one value changed",
-         edit([](QByteArray& bytes) { bytes[bytes.indexOf("value 77 ") + 6] = '8'; }), LEAVES - 1,
-         1, "damaged-1", "1 rows are not as written; 1999 values are read, 1 are lost"},
+         edit([](QByteArray& bytes) { bytes[bytes.indexOf("value 77 ") + 6] = '8'; }), 1,
+         "damaged-1", "1 rows are not as written; 1999 values are read, 1 are lost"},
         {"a page of noise", edit([](QByteArray& bytes) {
              std::fill_n(bytes.begin() + bytes.size() / 2 / 4096 * 4096, 4096, '\xAB');
          }),
-         LEAVES - 200, 200, "damaged-1", "are lost; the old file is"},
-        {"half of it", edit([](QByteArray& bytes) { bytes.truncate(bytes.size() / 2); }), 0, LEAVES,
+         200, "damaged-1", "are lost; the old file is"},
+        {"half of it", edit([](QByteArray& bytes) { bytes.truncate(bytes.size() / 2); }), LEAVES,
          "damaged-1", " or more are lost"},
-        {"its last page gone", edit([](QByteArray& bytes) { bytes.chop(4096); }), LEAVES - 60, 60,
-         "damaged-1", "malformed; 19"},
-        {"no table", run("DROP TABLE leaf"), 0, LEAVES, "damaged-1", "no such table: leaf"},
+        {"its last page gone", edit([](QByteArray& bytes) { bytes.chop(4096); }), 60, "damaged-1",
+         "malformed; 19"},
+        {"no table", run("DROP TABLE leaf"), LEAVES, "damaged-1", "no such table: leaf"},
         {"a view that never ends",
-         run("DROP TABLE leaf; CREATE VIEW leaf AS WITH RECURSIVE c(path, "
-             "data, digest) AS (VALUES('a', x'', 0) UNION ALL SELECT path || 'a', data, digest "
-             "FROM c) "
-             "SELECT * FROM c"),
-         0, LEAVES, "damaged-1", "0 values are read"},
-        {"no form", run("PRAGMA user_version=0"), LEAVES, 0, "damaged-1", "form 0 has never been"},
+         run("DROP TABLE leaf; CREATE VIEW leaf AS WITH RECURSIVE c(path, data, digest) AS "
+             "(VALUES('a', x'', 0) UNION ALL SELECT path || 'a', data, digest FROM c) SELECT * "
+             "FROM c"),
+         LEAVES, "damaged-1", "0 values are read"},
+        {"no form", run("PRAGMA user_version=0"), 0, "damaged-1", "form 0 has never been"},
         {"rows too large",
-         run("INSERT INTO leaf VALUES('r/x', zeroblob(9000000), 0);"
-             "INSERT INTO leaf VALUES(hex(zeroblob(500000)), '[]', 0)"),
-         LEAVES, 0, "damaged-1", "2 rows are not as written; 2000 values are read, 2 are lost"},
+         run("INSERT INTO leaf VALUES('r/x', zeroblob(9000000), 0);INSERT INTO leaf "
+             "VALUES(hex(zeroblob(500000)), '[]', 0)"),
+         0, "damaged-1", "2 rows are not as written; 2000 values are read, 2 are lost"},
         {"a row too large for memory",
-         run("INSERT INTO leaf VALUES('r/leaf1000x', "
-             "zeroblob(20000000), 0)"),
-         LEAVES, 0, "damaged-1", "1 rows are not as written"},
+         run("INSERT INTO leaf VALUES('r/leaf1000x', zeroblob(20000000), 0)"), 0, "damaged-1",
+         "1 rows are not as written"},
         {"a path too large for memory",
-         run("INSERT INTO leaf VALUES('r/leaf1000x' || "
-             "hex(zeroblob(10000000)), '[]', 0)"),
-         LEAVES, 0, "damaged-1",
-         "string or blob too big; 2000 values are read, 0 or more are lost"},
+         run("INSERT INTO leaf VALUES('r/leaf1000x' || hex(zeroblob(10000000)), '[]', 0)"), 0,
+         "damaged-1", "string or blob too big; 2000 values are read, 0 or more are lost"},
         {"rows of other kinds",
-         run("INSERT INTO leaf VALUES(17, 'x', 'y'); "
-             "INSERT INTO leaf VALUES('r/y', '{}', 1)"),
-         LEAVES, 0, "damaged-1", "2 are lost"},
-        {"a newer release", run("ALTER TABLE leaf ADD COLUMN since; PRAGMA user_version=2"), LEAVES,
-         0, "newer-1",
-         "a newer release has written it (form 2); 2000 values are read, what else it "
-         "holds is not understood"},
+         run("INSERT INTO leaf VALUES(17, 'x', 'y'); INSERT INTO leaf VALUES('r/y', '{}', 1)"), 0,
+         "damaged-1", "2 are lost"},
+        {"a newer release", run("ALTER TABLE leaf ADD COLUMN since; PRAGMA user_version=2"), 0,
+         "newer-1",
+         "a newer release has written it (form 2); 2000 values are read, what else it holds is not "
+         "understood"},
         {"a newer release, all different",
-         run("DROP TABLE leaf; CREATE TABLE leaves(a);"
-             "PRAGMA user_version=3"),
-         0, LEAVES, "newer-1", "(form 3); 0 values are read"},
+         run("DROP TABLE leaf; CREATE TABLE leaves(a);PRAGMA user_version=3"), LEAVES, "newer-1",
+         "(form 3); 0 values are read"},
     };
     const Rows all = manyRows();
     const Folder original;
@@ -235,25 +223,24 @@ TEST_CASE("A file that is damaged or newer is kept aside, and what can be read i
         DatacoreStore store(original.file);
         REQUIRE(save(store, all).isDurable);
     }
-    for (const Row& row : rows) {
-        INFO(row.what);
+    for (const auto& [what, change, lost, name, finding] : rows) {
+        INFO(what);
         const Folder place;
         QFile::copy(original.file, place.file);
-        row.change(place.file);
+        change(place.file);
         const QByteArray before = readFile(place.file);
-        const QString aside = place.file + QLatin1Char('.') + QLatin1String(row.aside);
+        const QString aside = place.file + QLatin1Char('.') + QLatin1String(name);
         Rows left;
         {
             const LogCapture log;
             DatacoreStore store(place.file);
             REQUIRE(store.getFindings().size() == 1);
             INFO(store.getFindings().first().toStdString());
-            CHECK(store.getFindings().first().contains(QLatin1String(row.finding)));
+            CHECK(store.getFindings().first().contains(QLatin1String(finding)));
             CHECK(store.getFindings().first().endsWith(aside));
             CHECK(log.lines() == QStringList{"error: "_s + store.getFindings().first()});
             left = read(store);
-            CHECK(int(left.size()) >= row.left);
-            CHECK(int(left.size()) >= LEAVES - row.lost);
+            CHECK(int(left.size()) >= LEAVES - lost);
             CHECK(std::all_of(left.begin(), left.end(),
                               [&](const auto& leaf) { return all.at(leaf.first) == leaf.second; }));
             left["r/new"_s] = {"n"_s};
@@ -297,12 +284,7 @@ TEST_CASE("A replacement that was cut short is finished, without the old file's 
 TEST_CASE("What is no store of ours is left alone, and every save says why", "[store]")
 {
     std::optional<DatacoreStore> owner;
-    struct Row
-    {
-        std::function<void(const QString& file)> make;
-        const char* reason;
-    };
-    const Row rows[]{
+    const Table<Change, const char*> rows{
         {[](const QString& file) { QDir().mkdir(file); }, "store is not a file"},
         {[](const QString& file) { mkfifo(QFile::encodeName(file).constData(), 0600); },
          "store is not a file"},
@@ -318,10 +300,10 @@ TEST_CASE("What is no store of ours is left alone, and every save says why", "[s
         {[](const QString& file) { QDir().rmdir(QFileInfo(file).path()); },
          "unable to open database file"},
     };
-    for (const Row& row : rows) {
-        INFO(row.reason);
+    for (const auto& [make, reason] : rows) {
+        INFO(reason);
         const Folder place;
-        row.make(place.file);
+        make(place.file);
         const QStringList entries =
             QDir(place.folder.path()).entryList(QDir::AllEntries | QDir::System);
         const QByteArray before = QFileInfo(place.file).isFile() ? readFile(place.file) : "";
@@ -329,12 +311,11 @@ TEST_CASE("What is no store of ours is left alone, and every save says why", "[s
             DatacoreStore store(place.file);
             REQUIRE(store.getFindings().size() == 1);
             INFO(store.getFindings().first().toStdString());
-            CHECK(store.getFindings().first().contains(QLatin1String(row.reason)));
+            CHECK(store.getFindings().first().contains(QLatin1String(reason)));
             CHECK(read(store).empty());
             for (int attempt = 0; attempt < 2; ++attempt) {
                 const auto outcome = save(store, {{"r/a"_s, {"1"_s}}});
-                CHECK_FALSE(outcome.isDurable);
-                CHECK(outcome.reason.contains(QLatin1String(row.reason)));
+                CHECK_FALSE((outcome.isDurable || !outcome.reason.contains(QLatin1String(reason))));
                 store.forgetUnsaved();
             }
         }
