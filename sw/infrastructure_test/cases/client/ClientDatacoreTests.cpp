@@ -161,8 +161,7 @@ TEST_CASE("Reasons come from the server and are told with the word for their kin
     CHECK_FALSE(mirror.datacore.isValid()); // a local write finds no reasons anew
     CHECK_FALSE(mirror.datacore.isActive());
 
-    bool hasErrors = false;
-    bool hasWarnings = true;
+    bool hasErrors = false, hasWarnings = true;
     CHECK(ClientDatacore::joinValidationMessages(lines({"Info: a", "Error: b"}), &hasErrors,
                                                  &hasWarnings) == "Info: a\nError: b"_s);
     CHECK((hasErrors && !hasWarnings));

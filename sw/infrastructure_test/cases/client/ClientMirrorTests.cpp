@@ -15,12 +15,9 @@
 namespace {
 
 /// A socket that breaks in the middle of the next write.
-class BreakingSocket : public MemorySocket
+struct BreakingSocket : MemorySocket
 {
-public:
     bool breaks = false;
-
-protected:
     qint64 writeData(const char* data, qint64 size) override
     {
         if (breaks) {
@@ -76,9 +73,8 @@ struct Client
     VelClientDatacoreManager manager{connection, distributor};
 };
 
-class Builder : public DatacoreConnectionBuilderBase
+struct Builder : DatacoreConnectionBuilderBase
 {
-public:
     using DatacoreConnectionBuilderBase::DatacoreConnectionBuilderBase;
 
     void makeConnections() override
@@ -302,28 +298,6 @@ TEST_CASE("A link that breaks in a write or a signal leaves nothing behind", "[c
     CHECK(toldAfterwards == 0);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     CHECK(leaf.isNull());
-}
-
-TEST_CASE("A dump of ten thousand deep paths fills the mirror", "[client]")
-{
-    Client client;
-    DatacorePathRadixTreeNode root{"root"_s, {}};
-    // As deep as a JSON text of the dump can be, many times over.
-    for (int i = 0; i < 20; ++i) {
-        DatacorePathRadixTreeNode chain{"end"_s, {}};
-        for (int depth = 1; depth <= 499; ++depth) {
-            DatacorePathRadixTreeNode above{depth < 499 ? "n"_s : QString::number(i), {}};
-            above.kids.push_back(std::move(chain));
-            chain = std::move(above);
-        }
-        root.kids.push_back(std::move(chain));
-    }
-    QStringList paths;
-    root.appendPathsTo(paths);
-    ClientDatacoreMonitor monitor(client.connection);
-    client.manager.getRegistry().populate(paths, monitor);
-    CHECK(client.manager.getRegistry().getCount() == 1 + 20 * 500);
-    CHECK(client.manager.getRegistry().lookup(paths.last()) != nullptr);
 }
 
 TEST_CASE("Descriptions are kept on demand, up to a bound, until the link is lost", "[client]")

@@ -22,18 +22,12 @@ const char* const DIGEST =
 
 PeerOrigin from(const char* address, LinkAddress::Way way = LinkAddress::Way::Tcp)
 {
-    PeerOrigin origin;
-    origin.way = way;
-    origin.address = QHostAddress(QString::fromLatin1(address));
-    return origin;
+    return {way, QHostAddress(QString::fromLatin1(address)), 0, {}, {}, {}};
 }
 
 PeerOrigin local(std::optional<quint32> user)
 {
-    PeerOrigin origin;
-    origin.way = LinkAddress::Way::Local;
-    origin.userId = user;
-    return origin;
+    return {LinkAddress::Way::Local, {}, 0, user, {}, {}};
 }
 
 PeerOrigin withCertificate(const char* name, const char* digest)

@@ -3,9 +3,7 @@
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
-#include "sw/infrastructure_test/Catch.h"
-
-#include <QJsonDocument>
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <memory>
 #include <vector>
@@ -80,22 +78,19 @@ TEST_CASE("What a packet writes of a node, and has a node take, goes by the flag
     CHECK(DatacorePacket(node, true, path).getDatacoreText() == QLatin1String(value));
     CHECK(DatacorePacket(node, false, path).toJson() ==
           R"({"Class":"DatacorePacket","Datacore":)" + whole + R"(,"Path":"r/n"})");
+    CHECK(write.toJson() == R"({"Class":"DatacorePacket","ClientID":"me","Datacore":)" + value +
+                                R"(,"PacketID":3,"Path":"r/n"})");
+    DatacorePacket another = write;
+    another.setPacketID(8);
+    CHECK(another.toJson() == write.toJson().replace('3', '8'));
     CHECK(DatacorePacket(write, node, true) == write);
     CHECK(DatacorePacket(write, node, false).getDatacoreText() == QLatin1String(whole));
 
-    struct Mirror : DatacoreBase
-    {
-        using DatacoreBase::DatacoreBase;
-        void updateActiveStatus(DatacoreActiveStatusMessages&) override {} // reasons stay
-    };
-    const QJsonObject inactive =
-        QJsonDocument::fromJson(R"({"n":{"reasonsForBeingInactive":[)"
-                                R"({"DatacoreActiveStatusMessage":{},)"
-                                R"("MessageBase":{"type":3,"identifier":2}}]}})")
-            .object();
+    const QJsonObject inactive = parseObject(R"({"n":{"reasonsForBeingInactive":[
+        {"DatacoreActiveStatusMessage":{},"MessageBase":{"type":3,"identifier":2}}]}})");
     const DatacorePacket packet(inactive, path);
     for (const DatacorePacket& same : {packet, receive(packet)}) {
-        Mirror mirror("n"_s, nullptr);
+        KeepingNode mirror("n"_s, nullptr);
         CHECK((same.populate(mirror, true) && mirror.isActive() && same.populate(mirror, false)));
         CHECK_FALSE(mirror.isActive());
     }
@@ -143,10 +138,6 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
     };
     CHECK(present() == std::vector<bool>{true, true, false, false, false});
 
-    QStringList paths;
-    packet.getConfigTree().appendPathsTo(paths);
-    CHECK(paths == QStringList{"A"_s, "A/B"_s, "A/C"_s, "A/C/D"_s});
-
     packet.setStatusTree(leaf);
     packet.setCommandTree(inner);
     CHECK(present() == std::vector<bool>{true, true, true, true, false});
@@ -162,7 +153,7 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
 
     const DatacorePathRadixTreePacket whole("me"_s, root, leaf, inner, deep);
     CHECK(whole.serialisePayload() == packet.serialisePayload());
-    paths += {"B"_s, "C"_s, "C/D"_s, "D"_s};
+    const QStringList paths{"A"_s, "A/B"_s, "A/C"_s, "A/C/D"_s, "B"_s, "C"_s, "C/D"_s, "D"_s};
     CHECK(packet.getPaths() == paths);
     CHECK(receive<DatacorePathRadixTreePacket>(packet).getPaths() == paths);
 }
@@ -170,12 +161,10 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
 TEST_CASE("A dump of the wrong shape decodes to empty names", "[packets]")
 {
     bool ok = false;
-    const SerialisableDataPacket odd(
-        QByteArray(
-            R"({"Class":"DatacorePathRadixTreePacket","ClientId":5,"StatusTreeObject":"text",)"
-            R"("ConfigTreeObject":{"Core":1,"Kids":[1,{}]}})"),
-        nullptr);
-    const DatacorePathRadixTreePacket packet(odd, ok);
+    const DatacorePathRadixTreePacket packet(
+        SerialisableDataPacket(parseObject(R"({"Class":"DatacorePathRadixTreePacket","ClientId":5,
+            "StatusTreeObject":"text","ConfigTreeObject":{"Core":1,"Kids":[1,{}]}})")),
+        ok);
     REQUIRE(ok);
     CHECK_FALSE((packet.containsClientId() || packet.containsStatusTree()));
     CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode());

@@ -6,9 +6,8 @@
 namespace {
 
 /// Notes its name for each packet that it gets.
-class Acceptor : public SerialisableDataPacketAcceptorInterface
+struct Acceptor : SerialisableDataPacketAcceptorInterface
 {
-public:
     Acceptor(QString acceptorName, QStringList& sharedJournal)
         : name(std::move(acceptorName))
         , journal(sharedJournal)
@@ -21,8 +20,6 @@ public:
     }
 
     QString refused;
-
-private:
     QString name;
     QStringList& journal;
 };
@@ -55,12 +52,11 @@ TEST_CASE("What nobody takes is logged, and so is a refused registration", "[pac
     distributor.registerPacketAcceptor(acceptor, "Two"_s);
     distributor.acceptPacket(SerialisableDataPacket("Two"_s));
     distributor.acceptPacket(SerialisableDataPacket(QJsonObject()));
-    CHECK(log.lines() == QStringList{"info: Could not register packetAcceptor to accept packets of "
-                                     "the class Two"_s,
-                                     "info: There are no packet acceptors registered for packets "
-                                     "of type Two"_s,
-                                     "info: There are no packet acceptors registered for packets "
-                                     "of type "_s});
+    CHECK(
+        log.lines() ==
+        QStringList{"info: Could not register packetAcceptor to accept packets of the class Two"_s,
+                    "info: There are no packet acceptors registered for packets of type Two"_s,
+                    "info: There are no packet acceptors registered for packets of type "_s});
     CHECK(journal.isEmpty());
 }
 
