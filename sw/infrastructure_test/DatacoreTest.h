@@ -6,7 +6,7 @@
 /// Set once, before the cases run; empty until then.
 struct DatacoreTest
 {
-    static QString testSourceDirectory;
+    inline static QString testSourceDirectory;
 };
 
 /// The path of one of the TLS files of the cases, which tools/make_certificates.sh makes; an empty
