@@ -16,7 +16,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const char* const TREE = "configCoreRouter";
 const char* const DIGEST =
     "2bb80d537b1da3e38bd30361aa855686bde0eacd7162fef6a25fe97bf527a25b"; // "secret"
 
@@ -42,7 +41,7 @@ AccessRules rulesOf(const QByteArray& text)
 {
     QStringList errors;
     const std::optional<AccessRules> rules = readAccessRules(text, errors);
-    INFO(errors.join(QLatin1Char('\n')).toStdString());
+    INFO(errors.join(u'\n').toStdString());
     REQUIRE(rules);
     CHECK(errors.isEmpty());
     return *rules;
@@ -275,14 +274,14 @@ TEST_CASE("A peer has the roles of the way it came, and of no other", "[server]"
 
 TEST_CASE("The rule for a node, then that for the closest tree, makes it writable", "[server]")
 {
-    const AccessRules rules =
-        rulesOf("role a write persistentConfigCoreRouter/name\ngrant a user 0\n"
-                "read-only tree configCoreRouter/in\n"
-                "writable node configCoreRouter/in/x\n"
-                "writable tree configCoreRouter/in/y\n"
-                "read-only node configCoreRouter/in/y\n"
-                "writable tree statusCoreRouter/log\n"
-                "read-only tree commandCoreRouter\n");
+    const AccessRules rules = rulesOf(
+        "role a write persistentConfigCoreRouter/name\ngrant a user 0\n"
+        "read-only tree configCoreRouter/in\n"
+        "writable node configCoreRouter/in/x\n"
+        "writable tree configCoreRouter/in/y\n"
+        "read-only node configCoreRouter/in/y\n"
+        "writable tree statusCoreRouter/log\n"
+        "read-only tree commandCoreRouter\nwritable node persistentConfigCoreRouter/name\n");
     for (const auto& [path, isWritable] :
          Table<QString, bool>{{"configCoreRouter"_s, true},
                               {"configCoreRouter/in"_s, false},
@@ -312,18 +311,17 @@ TEST_CASE("The rule for a node, then that for the closest tree, makes it writabl
 
 TEST_CASE("No part of a write may be for a read-only node; refusals are logged", "[server]")
 {
-    DatacoreBase root(QString::fromLatin1(TREE), nullptr);
+    DatacoreBase root("configCoreRouter"_s, nullptr);
     DatacoreBase input("in"_s, &root);
-    DatacoreBase open("open"_s, &input), closed("closed"_s, &input);
+    DatacoreBase open("able"_s, &input), closed("closed"_s, &input);
     AccessControl control;
     AccessControl::Time now{};
     AccessPeer anybody = control.admit(local(5));
     const auto write = [](const DatacoreBase& node, const char* content) {
-        return DatacorePacket(QJsonDocument::fromJson(content).object(),
-                              node.getPath() + QLatin1Char('/'));
+        return DatacorePacket(QJsonDocument::fromJson(content).object(), node.getPath() + u'/');
     };
     const DatacorePacket deep =
-        write(root, R"({"configCoreRouter":{"in":{"open":{"data":"1"},"closed":{"data":"1"}}}})");
+        write(root, R"({"configCoreRouter":{"in":{"able":{"data":"1"},"closed":{"data":"1"}}}})");
     CHECK(control.mayWrite(anybody, root, deep, now));
     control.setRules(rulesOf("role engineer all\ngrant engineer user 0\n"
                              "role operator write configCoreRouter/in\ngrant operator user 7\n"
@@ -332,9 +330,9 @@ TEST_CASE("No part of a write may be for a read-only node; refusals are logged",
 
     AccessPeer engineer = control.admit(local(0)), worker = control.admit(local(7));
     const LogCapture log;
-    CHECK(control.mayWrite(engineer, open, write(open, R"({"open":{"data":"1"}})"), now));
+    CHECK(control.mayWrite(engineer, open, write(open, R"({"able":{"data":"1"}})"), now));
     CHECK(control.mayWrite(
-        engineer, input, write(input, R"({"in":{"data":"1","none":1,"open":{"data":""}}})"), now));
+        engineer, input, write(input, R"({"in":{"data":"1","none":1,"able":{"data":""}}})"), now));
     CHECK((control.mayWrite(worker, input, write(input, "{}"), now) && log.lines().isEmpty()));
     CHECK_FALSE(control.mayWrite(engineer, root, deep, now));
     now += 999ms;
@@ -359,14 +357,13 @@ TEST_CASE("A right token adds its role; wrong ones make their place wait", "[ser
     const auto digestOf = [](const QString& token) {
         return QCryptographicHash::hash(token.toUtf8(), QCryptographicHash::Sha256).toHex() + '\n';
     };
-    const QString longest(1024, QLatin1Char('x'));
+    const QString longest(1024, u'x');
     AccessControl control;
     control.setRules(rulesOf(QByteArray("role viewer read\nrole operator write configCoreRouter/a\n"
                                         "role clerk write commandCoreRouter\n"
                                         "grant viewer address 10.0.0.0/8\ngrant operator token ") +
                              DIGEST + "\ngrant clerk token " + DIGEST + "\ngrant clerk token " +
-                             digestOf(longest) + "grant clerk token " +
-                             digestOf(longest + QLatin1Char('x'))));
+                             digestOf(longest) + "grant clerk token " + digestOf(longest + u'x')));
     const QString right = "secret"_s;
     AccessControl::Time now{};
     AccessPeer peer = control.admit(from("10.0.0.1"));
@@ -392,7 +389,7 @@ TEST_CASE("A right token adds its role; wrong ones make their place wait", "[ser
     CHECK(answer(stranger, right) == refused(1)); // not looked at
     CHECK(answer(peer, right) == taken);          // from elsewhere
     now += 1ms;
-    CHECK(answer(stranger, longest + QLatin1Char('x')) == refused(2000)); // too long
+    CHECK(answer(stranger, longest + u'x') == refused(2000)); // too long
     now += 2s;
     CHECK(answer(stranger, longest).contains(R"("Right":"write","Roles":["clerk"])"));
     CHECK(answer(stranger, "x"_s).contains(R"("RetryAfterMs":4000)"));

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <optional>
 #include <random>
 
@@ -27,10 +28,7 @@ namespace {
 constexpr int LEAVES = 8;
 const QHostAddress LOOPBACK(QHostAddress::LocalHost);
 
-QString configPath(int i)
-{
-    return "configCoreRouter/leaf%1"_s.arg(i);
-}
+const auto configPath = [](int i) { return "configCoreRouter/leaf%1"_s.arg(i); };
 
 /// Four trees at the paths that all of these servers have.
 struct Trees : Roots
@@ -38,12 +36,11 @@ struct Trees : Roots
     explicit Trees(int initial)
     {
         for (int i = 0; i < LEAVES; ++i) {
-            leaves.push_back(std::make_unique<DatacoreNumberLimits<int>>(
-                "leaf%1"_s.arg(i), &config, 0, 1 << 30, std::deque<int>{initial}));
+            leaves.emplace_back("leaf%1"_s.arg(i), &config, 0, 1 << 30, std::deque<int>{initial});
         }
     }
 
-    std::vector<std::unique_ptr<DatacoreNumberLimits<int>>> leaves;
+    std::deque<DatacoreNumberLimits<int>> leaves;
     DatacoreTrees roots{&config, &status, &command, &persistent};
 };
 
@@ -113,7 +110,7 @@ struct Pair
     bool isInStep()
     {
         for (int i = 0; i < LEAVES; ++i) {
-            const QString text = trees.leaves[i]->getData();
+            const QString text = trees.leaves[std::size_t(i)].getData();
             if (text.toInt() / 100'000'000 != base / 100'000'000 || mirror.leaf(i) == nullptr ||
                 mirror.leaf(i)->getData() != text) {
                 return false;
@@ -146,7 +143,7 @@ TEST_CASE("Three servers and three mirrors in one process don't mix", "[server][
         if (below(2) == 0) {
             pair.mirror.leaf(leaf)->setDataInt(value);
         } else {
-            pair.trees.leaves[std::size_t(leaf)]->setDataNumber(value);
+            pair.trees.leaves[std::size_t(leaf)].setDataNumber(value);
             pair.server->publishChanges();
         }
         if (write % 100 == 0) {
@@ -220,7 +217,7 @@ TEST_CASE("A refused write brings its mirror back, and nobody else hears of it",
     Trees trees(7);
     DatacoreNotes closed;
     closed.isReadOnly = true;
-    trees.leaves[3]->setNotes(closed);
+    trees.leaves[3].setNotes(closed);
     DatacoreServer server(trees.roots);
     QStringList errors;
     const auto rules = readAccessRules(
@@ -278,12 +275,11 @@ TEST_CASE("A refused write brings its mirror back, and nobody else hears of it",
 TEST_CASE("A server describes what it is asked about, in bounded packets", "[server][client]")
 {
     Trees trees(7);
-    std::vector<std::unique_ptr<DatacoreNumberLimits<int>>> many;
+    std::deque<DatacoreNumberLimits<int>> many;
     for (int i = 0; i < 5'000; ++i) {
-        many.push_back(std::make_unique<DatacoreNumberLimits<int>>("many%1"_s.arg(i), &trees.status,
-                                                                   i / 1'000, 10));
+        many.emplace_back("many%1"_s.arg(i), &trees.status, i / 1'000, 10);
     }
-    many[4'999]->setNotes({"dB"_s, {}, true});
+    many[4'999].setNotes({"dB"_s, {}, true});
     DatacoreServer server(trees.roots);
     REQUIRE(server.listen(LOOPBACK, 0));
     Mirror mirror;
@@ -301,7 +297,7 @@ TEST_CASE("A server describes what it is asked about, in bounded packets", "[ser
           QStringList{"error: Descriptions of unknown paths were "
                       "requested: configCoreRouter/none and 1 others"_s});
     CHECK(descriptions.getCount() == 1);
-    CHECK(*descriptions.findDescription(configPath(3)) == trees.leaves[3]->getDescription());
+    CHECK(*descriptions.findDescription(configPath(3)) == trees.leaves[3].getDescription());
 
     sizes.bytes.clear();
     descriptions.requestDescriptions();
@@ -311,7 +307,7 @@ TEST_CASE("A server describes what it is asked about, in bounded packets", "[ser
     CHECK(received == 3);
     CHECK(descriptions.getCount() == mirror.manager.getRegistry().getCount());
     for (const auto& leaf : many) {
-        CHECK(*descriptions.findDescription(leaf->getPath()) == leaf->getDescription());
+        CHECK(*descriptions.findDescription(leaf.getPath()) == leaf.getDescription());
     }
     // A path of 28 bytes for each leaf, a description for each thousand of them.
     REQUIRE(sizes.bytes.size() == 4);
@@ -330,10 +326,9 @@ TEST_CASE("A server describes what it is asked about, in bounded packets", "[ser
 TEST_CASE("Who asks for descriptions in a loop delays nobody, or is dropped", "[server]")
 {
     Trees trees(7);
-    std::vector<std::unique_ptr<DatacoreBase>> many;
+    std::deque<DatacoreBase> many;
     for (int i = 0; i < 600; ++i) { // 6 MB of names
-        many.push_back(std::make_unique<DatacoreBase>(
-            QString::number(i) + QString(10'000, QLatin1Char('x')), &trees.status));
+        many.emplace_back(QString::number(i) + QString(10'000, u'x'), &trees.status);
     }
     DatacoreServer server(trees.roots);
     REQUIRE(server.listen(LOOPBACK, 0));

@@ -24,10 +24,9 @@ struct HandStore : DatacoreStoreInterface
     {
         QStringList texts;
         for (const Leaf& leaf : leaves) {
-            texts.append(leaf.path.section(QLatin1Char('/'), 1) + QLatin1Char('=') +
-                         leaf.values.toList().join(QLatin1Char(',')));
+            texts.append(leaf.path.section(u'/', 1) + u'=' + leaf.values.toList().join(u','));
         }
-        saves.append(texts.join(QLatin1Char(' ')));
+        saves.append(texts.join(u' '));
         return Ticket(saves.size());
     }
     void setListener(Listener newListener) override { listener = std::move(newListener); }
@@ -55,8 +54,7 @@ struct Leader : DatacoreBase
             elsewhere->setData(getData());
         }
     }
-    DatacoreBase* follower = nullptr;
-    DatacoreBase* elsewhere = nullptr;
+    DatacoreBase *follower = nullptr, *elsewhere = nullptr;
 };
 
 struct Client : SerialisableDataPacketAcceptorInterface
@@ -73,16 +71,16 @@ struct Client : SerialisableDataPacketAcceptorInterface
     {
         bool ok = false;
         const DatacorePacket packet(source, ok);
-        const QString name = packet.getDatacorePath().section(QLatin1Char('/'), -1);
+        const QString name = packet.getDatacorePath().section(u'/', -1);
         const QString value = packet.getDatacoreJsonObject()[name].toObject()["data"_s].toString();
         heard += (packet.containsPacketID() ? "%1 "_s.arg(packet.getPacketID()) : QString()) +
-                 name + QLatin1Char('=') + value.left(20);
+                 name + u'=' + value.left(20);
     }
     void write(int id, const QString& path, const QString& value)
     {
         const QJsonObject content{{"data"_s, value}};
         connection.acceptPacket(
-            DatacorePacket("me"_s, id, {{path.section(QLatin1Char('/'), -1), content}}, path));
+            DatacorePacket("me"_s, id, {{path.section(u'/', -1), content}}, path));
     }
     void ask(const QString& path)
     {
@@ -169,7 +167,7 @@ TEST_CASE("Nobody is told of a change in a kept tree before it is durable", "[se
 
 TEST_CASE("A write of the same value is saved only if the store has none", "[server][store]")
 {
-    Kept kept;
+    Kept kept({{GAIN, {"4"_s}}});
     Client writer(kept.server);
     writer.write(0, NAME, "none"_s);
     writer.write(1, NAME, "none"_s); // behind the first
@@ -179,7 +177,8 @@ TEST_CASE("A write of the same value is saved only if the store has none", "[ser
     kept.store.finish(1);
     CHECK(writer.hears({"0 name=none", "1 name=none"}));
     writer.write(3, NAME, "none"_s);
-    CHECK(writer.hears({"3 name=none"}));
+    writer.write(4, GAIN, "4"_s);
+    CHECK(writer.hears({"3 name=none", "4 gain=4"}));
     CHECK(kept.store.saves.size() == 1);
 }
 
@@ -259,7 +258,7 @@ TEST_CASE("What waits for a disk is bounded", "[server][store]")
     Kept kept;
     const auto change = [&](int times) {
         for (int i = 0; i < times; ++i) {
-            kept.name.setData(QString(1'000'000, QLatin1Char('x')) + QString::number(i));
+            kept.name.setData(QString(1'000'000, u'x') + QString::number(i));
             kept.server.publishChanges();
         }
         return kept.store.saves.size();
@@ -274,7 +273,7 @@ TEST_CASE("What waits for a disk is bounded", "[server][store]")
     Client writer(kept.server);
     const LogCapture log;
     const QString held = kept.name.getData();
-    writer.write(0, NAME, QString(1 << 20, QLatin1Char('y')));
+    writer.write(0, NAME, QString(1 << 20, u'y'));
     writer.write(1, LEVEL, "1"_s);
     CHECK(writer.hears({"0 name=xxxxxxxxxxxxxxxxxxxx", "1 level=1"}));
     CHECK(kept.name.getData() == held); // more than can be stored
