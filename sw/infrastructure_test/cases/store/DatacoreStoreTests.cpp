@@ -74,17 +74,13 @@ DatacoreStoreInterface::Outcome save(DatacoreStore& store, const Rows& rows)
 
 constexpr int LEAVES = 2000;
 
-QString leafName(int i)
-{
-    return "r/leaf%1"_s.arg(i, 4, 10, QLatin1Char('0'));
-}
-
 /// So many leaves that the file has about 40 pages.
 Rows manyRows()
 {
     Rows rows;
     for (int i = 0; i < LEAVES; ++i) {
-        rows[leafName(i)] = {"value %1 "_s.arg(i) + QString(50, QLatin1Char('.'))};
+        rows["r/leaf%1"_s.arg(i, 4, 10, QLatin1Char('0'))] = {"value %1 "_s.arg(i) +
+                                                              QString(50, QLatin1Char('.'))};
     }
     return rows;
 }

@@ -51,16 +51,11 @@ struct Watched
     DatacoreStoreInterface::Ticket failed = 0;
 };
 
-QString number(int value)
-{
-    return QString::number(value);
-}
-
 /// A save is one pair of leaves with the same number, and some ballast that fills pages.
 std::vector<DatacoreStoreInterface::Leaf> pairOf(int pair, int value, int ballast)
 {
-    return {{"a%1"_s.arg(pair), {number(value), QString(ballast, QLatin1Char('x'))}},
-            {"b%1"_s.arg(pair), {number(value)}}};
+    return {{"a%1"_s.arg(pair), {QString::number(value), QString(ballast, QLatin1Char('x'))}},
+            {"b%1"_s.arg(pair), {QString::number(value)}}};
 }
 
 /// Cuts the power that often, at random instants of saves of all sizes.
@@ -148,7 +143,7 @@ TEST_CASE("A disk that is full at any call costs saves, not values", "[store]")
         disk.restart();
         const Watched restored(file);
         CHECK(restored.store.getFindings().isEmpty());
-        CHECK(restored.values.at("a0"_s).value(0) == number(durable));
+        CHECK(restored.values.at("a0"_s).value(0).toInt() == durable);
     }
     CHECK(failures > 60);
 }
