@@ -17,9 +17,8 @@ struct Mirror
     {
         on(&ClientDatacore::datacoreUpdated,
            [this](const QStringList& data, const QStringList& messages, bool active) {
-               journal.append("updated %1|%2|%3"_s
-                                  .arg(data.join(QLatin1Char(',')), messages.join(QLatin1Char(';')))
-                                  .arg(active));
+               journal.append(
+                   "updated %1|%2|%3"_s.arg(data.join(u','), messages.join(u';')).arg(active));
            });
         on(&ClientDatacore::clientDatacoreHasUpdateForServer,
            [this](int id, ClientDatacore* which) {
@@ -178,8 +177,7 @@ TEST_CASE("Each typed slot writes its argument as text", "[client]")
     const auto check = [&core](auto slot, auto argument, const char* text) {
         (core.*slot)(argument);
         const std::deque<QString> values = core.getDataList();
-        CHECK(QStringList(values.begin(), values.end()).join(QLatin1Char(' ')) ==
-              QLatin1String(text));
+        CHECK(QStringList(values.begin(), values.end()).join(u' ') == QLatin1String(text));
     };
     using Core = ClientDatacore;
     check(&Core::setDataString, "text"_s, "text");

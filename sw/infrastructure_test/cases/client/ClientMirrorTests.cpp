@@ -241,8 +241,7 @@ TEST_CASE("Content of the wrong shape is logged with its path and a piece of it"
         client.distributor.acceptPacket(packet);
         CHECK(log.lines() == QStringList{expected, expected});
         const std::deque<QString> values = client.leaf()->getDataList();
-        CHECK(QStringList(values.begin(), values.end()).join(QLatin1Char(',')) ==
-              QLatin1String(value));
+        CHECK(QStringList(values.begin(), values.end()).join(u',') == QLatin1String(value));
     }
 }
 
@@ -258,7 +257,7 @@ TEST_CASE("A write is on the wire when the slot returns, and only the own echo e
     DatacorePacket echo = leafPacket();
     echo.setPacketID(0);
     client.distributor.acceptPacket(echo); // without "ClientID"
-    echo.setClientID(id + QLatin1Char('0'));
+    echo.setClientID(id + u'0');
     client.distributor.acceptPacket(echo); // somebody else's
     CHECK(client.leaf()->getPendingCount() == 1);
     echo.setClientID(id);
@@ -360,7 +359,7 @@ TEST_CASE("Descriptions are kept on demand, up to a bound, until the link is los
     const int linesBefore = log.lines().size();
     DatacoreDescription wide;
     for (int i = 0; i < 1'000; ++i) {
-        wide.choices.append(QString(100, QLatin1Char('x')));
+        wide.choices.append(QString(100, u'x'));
     }
     for (int i = 0; i < 100; ++i) {
         DatacoreDescriptionPacket::Content again;
@@ -372,7 +371,7 @@ TEST_CASE("Descriptions are kept on demand, up to a bound, until the link is los
     // 1032 for each path, and 196 for the description that all have.
     DatacoreDescriptionPacket::Content many;
     for (int i = 0; i < 9'000; ++i) {
-        many.add({}, QString::number(i).rightJustified(1'000, QLatin1Char('x')));
+        many.add({}, QString::number(i).rightJustified(1'000, u'x'));
     }
     full.distributor.acceptPacket(DatacoreDescriptionPacket(QString(), many, false));
     REQUIRE(log.lines().size() == linesBefore + 1);

@@ -7,6 +7,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <deque>
 #include <memory>
 #include <optional>
 
@@ -47,14 +48,13 @@ struct Server : Roots
     Server(std::initializer_list<const char*> names, const char* value, quint16 port = 0)
     {
         for (const char* name : names) {
-            leaves.push_back(
-                std::make_unique<DatacoreBase>(QLatin1String(name), &config, QLatin1String(value)));
+            leaves.emplace_back(QLatin1String(name), &config, QLatin1String(value));
         }
         REQUIRE(server.listen(QHostAddress::LocalHost, port));
     }
     LinkAddress address() const { return atPort(server.getPort()); }
 
-    std::vector<std::unique_ptr<DatacoreBase>> leaves;
+    std::deque<DatacoreBase> leaves;
     DatacoreServer server{{&config, &status, &command, &persistent}};
 };
 
@@ -138,7 +138,7 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     CHECK(a->getData() == "2"_s);
     a->setDataInt(6);
     CHECK(waitFor([&] { return a->getPendingCount() == 0; }));
-    CHECK(server->leaves[0]->getData() == "6"_s);
+    CHECK(server->leaves[0].getData() == "6"_s);
     link.reconnectNow(); // no pause to end
     CHECK(link.journal == QVector<int>{1, 2, 3, 4, 1, 4, 1, 2, 3});
 
@@ -212,8 +212,7 @@ TEST_CASE("A link may be stopped and started in slots of its signals", "[client]
     Server server({"a"}, "1");
     SteppedLink link;
     const auto stop = [&link] { link.stop(); };
-    const auto atOnce =
-        QObject::connect(&link, &DatacoreLink::linkIsUp, &link, stop, Qt::DirectConnection);
+    const auto atOnce = QObject::connect(&link, &DatacoreLink::linkIsUp, stop);
     link.start(server.address());
     REQUIRE(link.reaches(State::Idle));
     QObject::disconnect(atOnce);

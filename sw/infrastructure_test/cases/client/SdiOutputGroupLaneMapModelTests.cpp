@@ -16,8 +16,7 @@ struct ModelAndChanges
     }
     void update(const QString& sources)
     {
-        model.fromDatacoreUpdateSourceSubImages(sources.split(QLatin1Char(' '), Qt::SkipEmptyParts),
-                                                {}, true);
+        model.fromDatacoreUpdateSourceSubImages(sources.split(u' ', Qt::SkipEmptyParts), {}, true);
     }
 
     Model model;

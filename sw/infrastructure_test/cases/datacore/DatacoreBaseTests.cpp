@@ -3,7 +3,7 @@
 #include "infrastructure/datacore/DatacoreNumber.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
-#include <memory>
+#include <deque>
 #include <QJsonArray>
 
 namespace {
@@ -151,15 +151,13 @@ TEST_CASE("Objects of another shape are refused or read as empty", "[datacore]")
 TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[datacore]")
 {
     constexpr int levels = 1000;
-    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    std::deque<DatacoreBase> nodes;
     QStringList path;
     for (int i = 0; i < levels; ++i) {
         path += "n%1"_s.arg(i);
-        nodes.push_back(std::make_unique<DatacoreBase>(
-            path.last(), i == 0 ? nullptr : nodes.back().get(), path.last()));
+        nodes.emplace_back(path.last(), i == 0 ? nullptr : &nodes.back(), path.last());
     }
-    DatacoreBase& root = *nodes.front();
-    DatacoreBase& leaf = *nodes.back();
+    DatacoreBase &root = nodes.front(), &leaf = nodes.back();
     CHECK(leaf.getPath() == path.join(QLatin1Char('/')));
     path.removeFirst();
     CHECK(root.findDatacore(path.join(QLatin1Char('/'))) == &leaf);
@@ -167,8 +165,8 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
     CHECK(leaf.getChangeState() == 0);
 
     const QJsonObject json = write(root, "", false, true);
-    for (const auto& node : nodes) {
-        node->setData("other"_s);
+    for (DatacoreBase& node : nodes) {
+        node.setData("other"_s);
     }
     CHECK(root.takeChangedList().size() == levels);
     CHECK(read(root, "", json));
@@ -183,17 +181,18 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
 TEST_CASE("Nodes may be destroyed in either order, with changes waiting", "[datacore]")
 {
     for (const bool rootFirst : {true, false}) {
-        std::deque<std::unique_ptr<DatacoreBase>> nodes;
+        std::deque<DatacoreBase> nodes;
         for (int i = 0; i < 100; ++i) {
-            nodes.push_back(std::make_unique<DatacoreBase>(
-                QString::number(i), nodes.empty() ? nullptr : nodes.front().get()));
-            nodes.back()->setData("1"_s);
+            nodes.emplace_back(QString::number(i), nodes.empty() ? nullptr : &nodes.front());
+            nodes.back().setData("1"_s);
         }
         if (rootFirst) {
             nodes.pop_front();
         } else {
-            nodes.resize(1);
-            CHECK(nodes.front()->takeChangedList().size() == 100);
+            while (nodes.size() > 1) {
+                nodes.pop_back();
+            }
+            CHECK(nodes.front().takeChangedList().size() == 100);
         }
     }
 }

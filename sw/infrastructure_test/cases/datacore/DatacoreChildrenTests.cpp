@@ -2,6 +2,7 @@
 #include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -27,12 +28,12 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
         std::mt19937 random(static_cast<unsigned>(count));
         DatacoreChildren children;
         std::map<QString, DatacoreBase*> expected;
-        std::vector<std::unique_ptr<DatacoreBase>> nodes;
+        std::deque<DatacoreBase> nodes;
         for (int i = 0; i < count; ++i) {
             const QString name = makeName(random, count);
-            nodes.push_back(std::make_unique<DatacoreBase>(name, nullptr));
-            children.add(name, nodes.back().get());
-            expected.emplace(name, nodes.back().get());
+            nodes.emplace_back(name, nullptr);
+            children.add(name, &nodes.back());
+            expected.emplace(name, &nodes.back());
             if (i % (count / 30 + 7) == 0) {
                 children.inOrder(); // later ones come out of order
             }

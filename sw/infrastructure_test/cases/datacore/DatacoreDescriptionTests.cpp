@@ -97,12 +97,10 @@ TEST_CASE("An owner adds unit, sentence and counts, and closes a tree to clients
 
 TEST_CASE("Each part of a description counts", "[datacore]")
 {
-    const char* const parts[] = {R"("kind":"Int32")", R"("least":1)",     R"("max":"1")",
-                                 R"("min":"1")",      R"("most":1)",      R"("readOnly":true)",
-                                 R"("text":"x")",     R"("unique":true)", R"("unit":"x")",
-                                 R"("values":[""])"};
-    for (const char* part : parts) {
-        const QByteArray json = QByteArray("{") + part + "}";
+    for (const QByteArray json :
+         {R"({"kind":"Int32"})", R"({"least":1})", R"({"max":"1"})", R"({"min":"1"})",
+          R"({"most":1})", R"({"readOnly":true})", R"({"text":"x"})", R"({"unique":true})",
+          R"({"unit":"x"})", R"({"values":[""]})"}) {
         CAPTURE(json);
         QString reason;
         const auto read = DatacoreDescription::fromJson(parseObject(json), reason);

@@ -10,10 +10,9 @@
 
 namespace {
 
-QJsonValue parse(const QByteArray& text)
-{
+const auto parse = [](const QByteArray& text) {
     return QJsonDocument::fromJson('[' + text + ']').array().at(0);
-}
+};
 
 /// The SHA-256 of all texts of a class in the form "4 Stored number is Oversized\n", for numbers up
 /// to 1000.

@@ -90,10 +90,9 @@ struct Texts
     std::mt19937 random{20230917};
 };
 
-QByteArray nested(int depth)
-{
+const auto nested = [](int depth) {
     return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + '}';
-}
+};
 
 /// Has reasons for either status, and keeps those that it receives.
 struct Tree : KeepingNode

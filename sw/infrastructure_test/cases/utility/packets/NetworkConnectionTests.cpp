@@ -144,14 +144,11 @@ TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not"
 {
     struct RawReceiver : RawDataPacketReceiverInterfaceBase
     {
-        RawReceiver()
-            : RawDataPacketReceiverInterfaceBase(RawPacketType_EyeVerticalHistogram)
-        {
-        }
+        using RawDataPacketReceiverInterfaceBase::RawDataPacketReceiverInterfaceBase;
         void receiveRawPacket(std::shared_ptr<RawDataPacket>) override { ++count; }
         int count = 0;
     };
-    RawReceiver rawReceiver;
+    RawReceiver rawReceiver(RawPacketType_EyeVerticalHistogram);
     Receiver receiver;
     const LogCapture log;
     FedConnection link;
@@ -214,15 +211,15 @@ TEST_CASE("A receiver may delete or reconnect the connection that delivers to it
     const QHostAddress host(QHostAddress::LocalHost);
     QTcpSocket* far = nullptr;
 
-    const auto linkUp = [&](NetworkConnection& connection) {
-        REQUIRE(connection.connectToHost(host, server.serverPort()));
+    QPointer<NetworkConnection> connection(new NetworkConnection);
+    const auto linkUp = [&] {
+        REQUIRE(connection->connectToHost(host, server.serverPort()));
         REQUIRE(waitFor([&] { return server.hasPendingConnections(); }));
         far = server.nextPendingConnection();
     };
+    linkUp();
     SECTION("deleted")
     {
-        QPointer<NetworkConnection> connection(new NetworkConnection);
-        linkUp(*connection);
         Receiver receiver([&] { delete connection.data(); });
         far->write(jsonPacket(0) + jsonPacket(1));
         REQUIRE(waitFor([&] { return connection.isNull(); }));
@@ -230,15 +227,13 @@ TEST_CASE("A receiver may delete or reconnect the connection that delivers to it
     }
     SECTION("connected anew")
     {
-        NetworkConnection connection;
-        linkUp(connection);
         int losses = 0;
-        QObject::connect(&connection, &NetworkConnection::disconnectedFromHost,
+        QObject::connect(connection, &NetworkConnection::disconnectedFromHost,
                          [&losses] { ++losses; });
         Receiver receiver;
         receiver.then = [&] {
             if (receiver.numbers.size() == 1) {
-                linkUp(connection);
+                linkUp();
             }
         };
         // What follows on the old link is gone with it, half a packet too.
@@ -249,11 +244,10 @@ TEST_CASE("A receiver may delete or reconnect the connection that delivers to it
         REQUIRE(waitFor([&] { return receiver.numbers.size() == 2; }));
         CHECK(receiver.numbers == numbersUpTo(2));
         CHECK(losses == 1);
+        delete connection;
     }
     SECTION("deleted when the link breaks")
     {
-        QPointer<NetworkConnection> connection(new NetworkConnection);
-        linkUp(*connection);
         QObject::connect(connection, &NetworkConnection::disconnectedFromHost,
                          [&] { delete connection.data(); });
         far->abort();

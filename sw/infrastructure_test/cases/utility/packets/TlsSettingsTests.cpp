@@ -60,7 +60,8 @@ TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "
 
 TEST_CASE("Options of a program name its TLS files, and what is to be verified", "[packets]")
 {
-    const auto read = [](TlsEnd end, QStringList words, QString& reason) {
+    QString reason;
+    const auto read = [&reason](TlsEnd end, QStringList words) {
         QCommandLineParser parser;
         addTlsOptions(parser, end);
         for (QString& word : words) {
@@ -70,31 +71,30 @@ TEST_CASE("Options of a program name its TLS files, and what is to be verified",
         reason.clear();
         return readTlsOptions(parser, end, &reason);
     };
-    QString reason;
     const QStringList own = lines({"--tls-certificate", "@server.pem", "--tls-key", "@end.key"});
     const QStringList trust = lines({"--tls-trust", "@authority.pem"});
 
-    auto settings = read(TlsEnd::Client, {}, reason);
+    auto settings = read(TlsEnd::Client, {});
     REQUIRE(settings);
     CHECK(settings->getVerifiesPeer());
     CHECK_FALSE((settings->hasCertificate() || settings->hasTrust()));
-    settings =
-        read(TlsEnd::Client,
-             own + trust + lines({"--tls-name", "instrument.test", "--tls-no-verify"}), reason);
+    settings = read(TlsEnd::Client,
+                    own + trust + lines({"--tls-name", "instrument.test", "--tls-no-verify"}));
     REQUIRE(settings);
     CHECK((settings->hasCertificate() && settings->hasTrust()));
     CHECK_FALSE(settings->getVerifiesPeer());
     CHECK(settings->getPeerName() == "instrument.test"_s);
     CHECK(settings->getClientConfiguration().protocol() == QSsl::TlsV1_2OrLater);
 
-    settings = read(TlsEnd::Server, own + trust + lines({"--tls-require-certificate"}), reason);
+    const QStringList require = lines({"--tls-require-certificate"});
+    settings = read(TlsEnd::Server, own + trust + require);
     REQUIRE(settings);
     CHECK(settings->getRequiresCertificate());
     CHECK(settings->getServerConfiguration().protocol() == QSsl::TlsV1_2OrLater);
-    CHECK_FALSE(read(TlsEnd::Server, trust, reason));
+    CHECK_FALSE(read(TlsEnd::Server, trust));
     CHECK(reason == "TLS needs --tls-certificate and --tls-key"_s);
-    CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"}), reason));
+    CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"})));
     CHECK(reason == "--tls-require-certificate needs --tls-trust"_s);
-    CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"}), reason));
+    CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"})));
     CHECK(reason.endsWith("end.key: holds no certificate in PEM form"_s));
 }
