@@ -33,8 +33,7 @@ writable  node configCoreRouter/input4/label
 """
 TREES = ("configCoreRouter/input1/label", "configCoreRouter/input2/label",
          "configCoreRouter/input4/label", "configCoreRouter/input4/cursor",
-         "statusCoreRouter/temperature", "commandCoreRouter/seek",
-         "persistentConfigCoreRouter/name")
+         "statusCoreRouter/temperature", "commandCoreRouter/seek", "persistentConfigCoreRouter/name")
 # By address and token: reads and hears, and writes to each of the trees.
 MATRIX = {
     ("127.0.0.2", ""):            (0, (0, 0, 0, 0, 0, 0, 0)),
@@ -56,8 +55,7 @@ class Link(client.Client):
     def __init__(self, port, address, server="127.0.0.1"):
         self.link = socket.create_connection((server, port), 10, (address, 0))
         self.stream = self.link.makefile("rb")
-        self.id = str(int.from_bytes(socket.inet_aton(address), "big")) + str(
-            self.link.getsockname()[1])
+        self.id = str(int.from_bytes(socket.inet_aton(address), "big")) + str(self.link.getsockname()[1])
 
     def present(self, token):
         self.send(Class="DatacoreTokenPacket", Token=token)

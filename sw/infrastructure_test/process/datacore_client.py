@@ -182,8 +182,8 @@ class MadeUpServer:
         self.listener = socket.create_server(("127.0.0.1", port))
         self.port = self.listener.getsockname()[1]
         self.values = {**dict.fromkeys("csmp", (None, [], [])), "c/n": ("1\x1b", [4], [2, 4])}
-        self.answers_writes = True
-        self.links = []
+        self.silent, self.repeats = None, 1  # the path that it keeps to itself; how often it sends others
+        self.answers_writes, self.links = True, []
         threading.Thread(target=self.accept, daemon=True).start()
 
     def accept(self):
@@ -212,7 +212,7 @@ class MadeUpServer:
                                      "ConfigTreeObject": {"Core": "c", "Kids": names},
                                      "StatusTreeObject": {"Core": "s"}, "CommandTreeObject": {"Core": "m"},
                                      "PersistentConfigTreeObject": {"Core": "p"}},
-                              *map(self.value, self.values))
+                              *[self.value(path) for path in self.values if path != self.silent] * self.repeats)
                 elif asked["Class"] != "DatacorePacket":
                     pass  # it is too old
                 elif self.answers_writes:
@@ -272,6 +272,12 @@ def check_made_up(client):
     done = run(client, "--server", one, "--timeout", "300", "describe", "c/n")
     check(done.returncode == 1 and "did not answer within 300 ms. It may be too old" in done.stderr,
           "a server without descriptions is told", done)
+
+    other.silent, other.repeats = "c/n", 10
+    done = run(client, "--server", two, "--timeout", "500", "dump")
+    check(done.returncode == 1 and "did not answer" in done.stderr,
+          "a value sent twice does not stand for another", done)
+    other.silent, other.repeats = None, 1
 
     watch = Watch(client, "--server", one, "--server", two)
     for _ in (one, two):

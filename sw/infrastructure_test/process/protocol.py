@@ -118,8 +118,7 @@ def made_up(parts, numbers):
 
 def check_records(echo_packets):
     numbers = random.Random(7)
-    packets = []
-    without_layout = []
+    packets, without_layout = [], []
     for number, (_, sub_type, parts) in protocol_tables.read_packets().items():
         if parts is None:
             without_layout.append(number)

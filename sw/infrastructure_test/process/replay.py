@@ -76,11 +76,9 @@ def check_played(programs, read, written, *words):
         result = programs.tool(server.port, "get", EQUALISER)
         check(result.stdout == "9  valid active\n", "it has the same effect", result)
     for path, command in ((read, ["get", EQUALISER]), (written, ["set", EQUALISER, "9"])):
-        with Listening(programs.replay, "to-client", str(path), "--listen", "127.0.0.1:0",
-                       *words) as player:
+        with Listening(programs.replay, "to-client", str(path), "--listen", "127.0.0.1:0", *words) as player:
             result = programs.tool(player.port, *command)
-            check(result.stdout == "9  valid active\n", f"a client's {command[0]} gets the same",
-                  result)
+            check(result.stdout == "9  valid active\n", f"a client's {command[0]} gets the same", result)
             text, value = player.end()
             check(value == 0, "the player ends with the link", text)
 

@@ -166,8 +166,7 @@ def configuration(program):
     os.mkfifo("/sys/class/pipe.conf")
     for path in ("/sys/class/none.conf", "/sys/class/pipe.conf"):
         result = run(program, "0", path)
-        check(result.returncode == 1 and
-              result.stdout == "error: Could not open sensors configuration file\n",
+        check((result.returncode, result.stdout) == (1, "error: Could not open sensors configuration file\n"),
               f"{path} is an error", result.stdout)
 
 

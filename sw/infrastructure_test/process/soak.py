@@ -117,8 +117,7 @@ def raw_packets(rng):
                     for _ in range(10))
 
 
-KINDS = (random_bytes, half_headers, huge_claims, wrong_lengths, wrong_json, broken_writes,
-         raw_packets)
+KINDS = (random_bytes, half_headers, huge_claims, wrong_lengths, wrong_json, broken_writes, raw_packets)
 
 
 class GarbageSource(threading.Thread):

@@ -77,8 +77,7 @@ def kill_again_and_again(server, store, kills):
     answers, seconds, most = 0, 0.0, 0
     for kill in range(kills):
         # At a short interval there are more instants to hit.
-        with serve(server, "--store", store,
-                   "--store-interval", random.choice(["0", "5", "50"])) as running:
+        with serve(server, "--store", store, "--store-interval", random.choice(["0", "5", "50"])) as running:
             writers = [Client(running.port, leaf) for leaf in LEAVES]
             if kill > 0:
                 values = {writer.leaf: int(writer.value()) for writer in writers}
@@ -86,8 +85,7 @@ def kill_again_and_again(server, store, kills):
                       f"nothing is lost after {kill} kills", (held, values, most))
                 held = values
             threads = [threading.Thread(target=writer.listen) for writer in writers]
-            threads += [threading.Thread(target=writer.flood, args=[held[writer.leaf]])
-                        for writer in writers]
+            threads += [threading.Thread(target=writer.flood, args=[held[writer.leaf]]) for writer in writers]
             start = time.monotonic()
             for thread in threads:
                 thread.start()

@@ -66,8 +66,7 @@ def ask(link):
 def ask_openssl(port, tls, *words):
     with subprocess.Popen(["openssl", "s_client", "-quiet", "-connect", f"127.0.0.1:{port}", "-CAfile",
                            f"{tls}/authority.pem", "-verify_return_error", *words],
-                          stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL) as client:
+                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as client:
         client.stdin.write(REQUEST)
         client.stdin.flush()
         answered = is_answered(lambda size: os.read(client.stdout.fileno(), size))
@@ -171,8 +170,8 @@ def main(program, mirror_client, tls):
     with tempfile.TemporaryDirectory() as folder:
         local = f"{folder}/socket"
         for required in (False, True):
-            words = ["--tls-require-certificate"] if required else []
-            with Server(program, tls, local, "--tls-trust", f"{tls}/authority.pem", *words) as server:
+            words = ["--tls-trust", f"{tls}/authority.pem", *["--tls-require-certificate"] * required]
+            with Server(program, tls, local, *words) as server:
                 check_certificates(server, tls, log, required)
                 check(not ask(socket.create_connection(("127.0.0.1", server.tls_port))),
                       "a plain peer gets nothing at the TLS port")

@@ -4,7 +4,6 @@
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <deque>
-#include <QJsonArray>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
-#include <memory>
 #include <vector>
 
 namespace {
