@@ -63,6 +63,15 @@ struct KeepingNode : DatacoreBase
     void updateActiveStatus(DatacoreActiveStatusMessages&) override {}
 };
 
+/// The four trees of a server, without leaves.
+struct Roots
+{
+    DatacoreBase config{"configCoreRouter"_s, nullptr};
+    DatacoreBase status{"statusCoreRouter"_s, nullptr};
+    DatacoreBase command{"commandCoreRouter"_s, nullptr};
+    DatacoreBase persistent{"persistentConfigCoreRouter"_s, nullptr};
+};
+
 inline std::deque<QString> strings(std::initializer_list<const char*> texts)
 {
     std::deque<QString> list;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 /// What SQLite has as an open file; it owns the memory.
 struct FaultyDisk::File
@@ -16,13 +17,17 @@ struct FaultyDisk::File
 /// The functions of the file system, in the form that SQLite calls.
 struct FaultyDisk::Calls
 {
-    using Lock = std::lock_guard<std::recursive_mutex>;
-
     static FaultyDisk& diskOf(sqlite3_vfs* vfs) { return *static_cast<FaultyDisk*>(vfs->pAppData); }
     static File& fileOf(sqlite3_file* file) { return *reinterpret_cast<File*>(file); }
-    static bool isDead(const File& file)
+
+    /// What `call` gives for the file, or `whenDead` where the power was cut.
+    template <typename Call>
+    static int with(sqlite3_file* base, int whenDead, Call call)
     {
-        return file.disk->isOff || file.period != file.disk->period;
+        File& file = fileOf(base);
+        const Lock guard(file.disk->mutex);
+        const bool isDead = file.disk->isOff || file.period != file.disk->period;
+        return isDead ? whenDead : call(file);
     }
 
     static int close(sqlite3_file* base)
@@ -32,65 +37,53 @@ struct FaultyDisk::Calls
     }
     static int read(sqlite3_file* base, void* to, int size, sqlite3_int64 offset)
     {
-        File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
-        if (isDead(file)) {
-            return SQLITE_IOERR_READ;
-        }
-        const QByteArray bytes = (*file.content)->now.mid(int(offset), size);
-        std::memset(to, 0, std::size_t(size));
-        std::memcpy(to, bytes.constData(), std::size_t(bytes.size()));
-        return bytes.size() == size ? SQLITE_OK : SQLITE_IOERR_SHORT_READ;
+        return with(base, SQLITE_IOERR_READ, [=](const File& file) {
+            const QByteArray bytes = (*file.content)->now.mid(int(offset), size);
+            std::memset(to, 0, std::size_t(size));
+            std::memcpy(to, bytes.constData(), std::size_t(bytes.size()));
+            return bytes.size() == size ? SQLITE_OK : SQLITE_IOERR_SHORT_READ;
+        });
     }
     static int write(sqlite3_file* base, const void* from, int size, sqlite3_int64 offset)
     {
-        File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
-        if (isDead(file)) {
-            return SQLITE_IOERR_WRITE;
-        }
-        const int allocation = ++file.disk->allocations;
-        if (allocation > file.disk->fullFrom && allocation <= file.disk->fullUntil) {
-            return SQLITE_FULL;
-        }
-        return file.disk->change(**file.content,
-                                 {offset, QByteArray(static_cast<const char*>(from), size), false});
+        return with(base, SQLITE_IOERR_WRITE, [=](const File& file) {
+            FaultyDisk& disk = *file.disk;
+            const int allocation = ++disk.allocations;
+            const QByteArray bytes(static_cast<const char*>(from), size);
+            return allocation > disk.fullFrom && allocation <= disk.fullUntil
+                       ? SQLITE_FULL
+                       : disk.change(**file.content, {offset, bytes, false});
+        });
     }
     static int truncate(sqlite3_file* base, sqlite3_int64 size)
     {
-        File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
-        return isDead(file) ? SQLITE_IOERR_TRUNCATE
-                            : file.disk->change(**file.content, {size, {}, true});
+        return with(base, SQLITE_IOERR_TRUNCATE, [=](const File& file) {
+            return file.disk->change(**file.content, {size, {}, true});
+        });
     }
     static int sync(sqlite3_file* base, int)
     {
-        File& file = fileOf(base);
-        const Lock lock(file.disk->mutex);
-        if (isDead(file) || file.disk->takeCall() != SQLITE_OK) {
-            return SQLITE_IOERR_FSYNC;
-        }
-        Content& content = **file.content;
-        content.synced = content.now;
-        content.changes.clear();
-        if (file.syncsFolder) {
-            file.disk->syncFolder();
-            file.syncsFolder = false;
-        }
-        return SQLITE_OK;
+        return with(base, SQLITE_IOERR_FSYNC, [](File& file) {
+            if (file.disk->takeCall() != SQLITE_OK) {
+                return SQLITE_IOERR_FSYNC;
+            }
+            Content& content = **file.content;
+            content.synced = content.now;
+            content.changes.clear();
+            if (std::exchange(file.syncsFolder, false)) {
+                file.disk->syncFolder();
+            }
+            return SQLITE_OK;
+        });
     }
     static int size(sqlite3_file* base, sqlite3_int64* size)
     {
-        const Lock lock(fileOf(base).disk->mutex);
+        const Lock guard(fileOf(base).disk->mutex);
         *size = (*fileOf(base).content)->now.size();
         return SQLITE_OK;
     }
     static int lock(sqlite3_file*, int) { return SQLITE_OK; }
-    static int checkLock(sqlite3_file*, int* isReserved)
-    {
-        *isReserved = 0;
-        return SQLITE_OK;
-    }
+    static int checkLock(sqlite3_file*, int* isReserved) { return *isReserved = 0; }
     static int control(sqlite3_file*, int, void*) { return SQLITE_NOTFOUND; }
     static int sectorSize(sqlite3_file*) { return 4096; }
     static int characteristics(sqlite3_file*) { return SQLITE_IOCAP_POWERSAFE_OVERWRITE; }
@@ -116,12 +109,11 @@ struct FaultyDisk::Calls
             }
             content = now;
         }
-        File& file = fileOf(base);
-        file.disk = &disk;
-        file.content = new std::shared_ptr<Content>(content);
-        file.syncsFolder = (flags & (SQLITE_OPEN_MAIN_JOURNAL | SQLITE_OPEN_WAL)) != 0;
-        file.period = disk.period;
-        base->pMethods = &methods;
+        fileOf(base) = {{&methods},
+                        &disk,
+                        new std::shared_ptr<Content>(content),
+                        (flags & (SQLITE_OPEN_MAIN_JOURNAL | SQLITE_OPEN_WAL)) != 0,
+                        disk.period};
         if (outFlags != nullptr) {
             *outFlags = flags;
         }
@@ -179,13 +171,13 @@ FaultyDisk::~FaultyDisk()
 
 void FaultyDisk::cutAfter(int callsUntilThen)
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     callsLeft = callsUntilThen;
 }
 
 void FaultyDisk::fillUp(int afterCalls, int forCalls)
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     fullFrom = allocations + afterCalls;
     fullUntil = fullFrom + forCalls;
 }
@@ -232,7 +224,7 @@ void FaultyDisk::syncFolder()
 /// Of what was not synced, nothing is left, or all, or any part in blocks of the device.
 void FaultyDisk::restart()
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const Lock guard(mutex);
     constexpr int blockBytes = 512;
     const auto style = random() % 3;
     const auto survives = [&] { return style == 0 ? false : style == 1 || random() % 2 == 0; };
@@ -244,15 +236,10 @@ void FaultyDisk::restart()
         }
         QByteArray left = file.now->synced;
         for (const Change& change : file.now->changes) {
-            if (change.isTruncation) {
+            for (int at = 0; at == 0 || at < change.bytes.size(); at += blockBytes) {
                 if (survives()) {
-                    apply(left, change);
-                }
-                continue;
-            }
-            for (int at = 0; at < change.bytes.size(); at += blockBytes) {
-                if (survives()) {
-                    apply(left, {change.offset + at, change.bytes.mid(at, blockBytes), false});
+                    apply(left, {change.offset + at, change.bytes.mid(at, blockBytes),
+                                 change.isTruncation});
                 }
             }
         }

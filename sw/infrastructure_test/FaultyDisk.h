@@ -52,6 +52,7 @@ private:
     };
     struct File;
     struct Calls;
+    using Lock = std::lock_guard<std::recursive_mutex>;
 
     static void apply(QByteArray& bytes, const Change& change);
     int change(Content& content, Change what);

@@ -70,17 +70,14 @@ public:
         populating = true;
         for (const QString& key : elementKeys()) {
             if (content.contains(key)) {
-                QJsonObject one;
-                one.insert(key, content.value(key));
-                populateElement(key, one, justData);
+                populateElement(key, QJsonObject{{key, content.value(key)}}, justData);
             }
         }
         for (LiteralDatacore* child : children) {
             const QString name = child->getInstanceName();
             if (content.contains(name)) {
-                QJsonObject one;
-                one.insert(name, content.value(name));
-                child->populateFromJson(path, one, justData, messages);
+                child->populateFromJson(path, QJsonObject{{name, content.value(name)}}, justData,
+                                        messages);
             }
         }
         populating = false;
@@ -124,7 +121,7 @@ public:
     {
         if (values != data) {
             data.swap(values);
-            elementChangedLocally();
+            elementChanged(2);
         }
     }
     void clearChangeState()
@@ -154,17 +151,8 @@ private:
 
     QJsonValue dataToJson() const
     {
-        if (data.empty()) {
-            return QJsonValue::Null;
-        }
-        if (data.size() == 1) {
-            return data.front();
-        }
-        QJsonArray array;
-        for (const QString& value : data) {
-            array.append(value);
-        }
-        return array;
+        const QJsonArray array = QJsonArray::fromStringList(QStringList(data.begin(), data.end()));
+        return data.empty() ? QJsonValue() : data.size() == 1 ? array[0] : QJsonValue(array);
     }
 
     template <typename Message>
@@ -201,7 +189,7 @@ private:
         }
         if (values != data) {
             data = values;
-            elementPopulated();
+            elementChanged(1);
         }
     }
 
@@ -220,7 +208,7 @@ private:
             }
         }
         if (static_cast<int>(messages.size()) != array.size() || !isSame(kept, held)) {
-            elementPopulated();
+            elementChanged(1);
         }
         held = kept;
     }
@@ -228,25 +216,27 @@ private:
     template <typename Message>
     static bool isSame(const QVector<Message>& a, const QVector<Message>& b)
     {
-        bool same = a.size() == b.size();
-        for (int i = 0; same && i < a.size(); ++i) {
-            same = a[i].equals(b[i]);
+        return std::equal(
+            a.begin(), a.end(), b.begin(), b.end(),
+            [](const Message& one, const Message& other) { return one.equals(other); });
+    }
+
+    void elementChanged(quint32 state)
+    {
+        changeState = std::max(changeState, state);
+        std::vector<LiteralDatacore*> self{this};
+        updateStatus(self);
+    }
+
+    template <typename Messages>
+    void renew(Messages& held, void (LiteralDatacore::*update)(Messages&))
+    {
+        Messages reasons = held;
+        (this->*update)(reasons);
+        if (!isSame(reasons, held)) {
+            elementChanged(2);
         }
-        return same;
-    }
-
-    void elementPopulated()
-    {
-        changeState = std::max<quint32>(changeState, 1);
-        std::vector<LiteralDatacore*> self{this};
-        updateStatus(self);
-    }
-
-    void elementChangedLocally()
-    {
-        changeState = 2;
-        std::vector<LiteralDatacore*> self{this};
-        updateStatus(self);
+        held = reasons;
     }
 
     void merge(std::vector<LiteralDatacore*>& list)
@@ -270,18 +260,8 @@ private:
             return;
         }
         updatingStatus = true;
-        DatacoreValidStatusMessages invalid = invalidReasons;
-        updateValidStatus(invalid);
-        if (!isSame(invalid, invalidReasons)) {
-            elementChangedLocally();
-        }
-        invalidReasons = invalid;
-        DatacoreActiveStatusMessages inactive = inactiveReasons;
-        updateActiveStatus(inactive);
-        if (!isSame(inactive, inactiveReasons)) {
-            elementChangedLocally();
-        }
-        inactiveReasons = inactive;
+        renew(invalidReasons, &LiteralDatacore::updateValidStatus);
+        renew(inactiveReasons, &LiteralDatacore::updateActiveStatus);
         updatingStatus = false;
         if (isValid()) {
             onValid();

@@ -8,6 +8,7 @@
 #include <QTcpSocket>
 
 #include <array>
+#include <string>
 
 namespace {
 
@@ -20,19 +21,27 @@ BasicTestPacket makeAwkwardPacket(int number)
 {
     BasicTestPacket packet;
     packet.setTestInt(number);
-    packet.setTestArray({QStringLiteral("Line One\n"), QStringLiteral("Line Two\r\n"),
-                         QStringLiteral("Line Three\n\n")});
-    packet.setTestString(QStringLiteral("!\"£$%^&*()_+-=[]{};:'@#~\\|,<.>/?`¬\t{\"Class\":\"\"}"));
+    packet.setTestArray({"Line One\n"_s, "Line Two\r\n"_s, "Line Three\n\n"_s});
+    packet.setTestString("!\"£$%^&*()_+-=[]{};:'@#~\\|,<.>/?`¬\t{\"Class\":\"\"}"_s);
     return packet;
 }
 
-void logResult(bool passed, const char* passedText, const char* failedText)
+/// Logs a text if it is not so, and says whether it is.
+template <typename... Parts>
+bool expect(bool isSo, const Parts&... parts)
 {
-    if (passed) {
-        VELLOG_INFO() << passedText;
-    } else {
-        VELLOG_ERR() << failedText;
+    if (!isSo) {
+        VELLOG_ERR() << (std::string() + ... + parts);
     }
+    return isSo;
+}
+
+bool logResult(bool passed, const char* passedText, const char* failedText)
+{
+    if (expect(passed, failedText)) {
+        VELLOG_INFO() << passedText;
+    }
+    return passed;
 }
 
 } // namespace
@@ -61,7 +70,7 @@ bool NetworkConnectionTests::run()
     running = true;
     bool passed = runSequence("connectNetworkConnectionsTest:",
                               &NetworkConnectionTests::connectNetworkConnectionsTest);
-    if (passed) {
+    if (expect(passed, "ABORTING TESTS")) {
         const std::pair<const char*, Sequence> sequences[] = {
             {"packetsSentBothWaysArriveUnchangedTest",
              &NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest},
@@ -75,21 +84,15 @@ bool NetworkConnectionTests::run()
             passed = runSequence(name, sequence) && passed;
         }
         drainQueue();
-    } else {
-        VELLOG_ERR() << "ABORTING TESTS";
     }
     running = false;
-    logResult(passed, "----- PASSED -----", "----- FAILED -----");
-    testsPassed = passed;
-    return passed;
+    return testsPassed = logResult(passed, "----- PASSED -----", "----- FAILED -----");
 }
 
 bool NetworkConnectionTests::runSequence(const char* name, Sequence sequence)
 {
     VELLOG_INFO() << "Running " << name;
-    const bool passed = (this->*sequence)();
-    logResult(passed, "Passed", "Failed");
-    return passed;
+    return logResult((this->*sequence)(), "Passed", "Failed");
 }
 
 bool NetworkConnectionTests::connectNetworkConnectionsTest()
@@ -102,7 +105,7 @@ bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
     QTcpServer listener;
     std::unique_ptr<QTcpSocket> accepted;
     if (!listener.listen(QHostAddress::Any, port)) {
-        failure = QStringLiteral("TCP port %1: %2").arg(port).arg(listener.errorString());
+        failure = "TCP port %1: %2"_s.arg(port).arg(listener.errorString());
     } else if (client.connectToHost(QHostAddress(QHostAddress::LocalHost), listener.serverPort()) &&
                listener.waitForNewConnection(WAIT_MS)) {
         accepted.reset(listener.nextPendingConnection());
@@ -114,8 +117,7 @@ bool NetworkConnectionTests::connectBothEnds(qint64 acceptedReadBufferBytes)
             return true;
         }
     }
-    VELLOG_ERR() << "Failed to connect the server and Client.";
-    return false;
+    return expect(false, "Failed to connect the server and Client.");
 }
 
 bool NetworkConnectionTests::packetsSentBothWaysArriveUnchangedTest()
@@ -140,21 +142,14 @@ bool NetworkConnectionTests::multiplePacketsArrivingSimultaneouslyAreAllDealtWit
         client.acceptPacket(packet);
     }
     for (const BasicTestPacket& packet : sent) {
-        if (!waitForPacket()) {
-            VELLOG_ERR() << "Packet sent from Client to Server did not arrive";
-            return false;
-        }
-        if (rxQueue.pop() != packet) {
-            VELLOG_ERR() << "Packet sent from Client to Server arrived changed.";
+        if (!expect(waitForPacket(), "Packet sent from Client to Server did not arrive") ||
+            !expect(rxQueue.pop() == packet,
+                    "Packet sent from Client to Server arrived changed.")) {
             return false;
         }
     }
     application->processEvents();
-    if (!rxQueue.isEmpty()) {
-        VELLOG_ERR() << "More packets received than expected.";
-        return false;
-    }
-    return true;
+    return expect(rxQueue.isEmpty(), "More packets received than expected.");
 }
 
 /// Sends one packet, and passes if it arrives unchanged and nothing else does.
@@ -162,29 +157,20 @@ bool NetworkConnectionTests::exchange(NetworkConnection& sender, const char* sen
                                       const char* receiverName, const BasicTestPacket& sent)
 {
     sender.acceptPacket(sent);
-    if (!waitForPacket()) {
-        // The two texts differ in their last character.
-        VELLOG_ERR() << "Packet sent from " << senderName << " to " << receiverName
-                     << " did not arrive" << (&sender == &client ? "" : ".");
+    // The two texts differ in their last character.
+    if (!expect(waitForPacket(), "Packet sent from ", senderName, " to ", receiverName,
+                " did not arrive", &sender == &client ? "" : ".")) {
         return false;
     }
     bool ok = false;
     const BasicTestPacket received(rxQueue.pop(), ok);
-    if (!ok) {
-        VELLOG_ERR() << "Creation of BasicTestPacket from SerialisableDataPacket failed";
-        return false;
-    }
-    if (received != sent) {
-        VELLOG_ERR() << "Packet sent from " << senderName << " to " << receiverName
-                     << " arrived changed.";
+    if (!expect(ok, "Creation of BasicTestPacket from SerialisableDataPacket failed") ||
+        !expect(received == sent, "Packet sent from ", senderName, " to ", receiverName,
+                " arrived changed.")) {
         return false;
     }
     application->processEvents();
-    if (!rxQueue.isEmpty()) {
-        VELLOG_ERR() << "More packets received from " << senderName << " than expected.";
-        return false;
-    }
-    return true;
+    return expect(rxQueue.isEmpty(), "More packets received from ", senderName, " than expected.");
 }
 
 bool NetworkConnectionTests::waitForPacket()

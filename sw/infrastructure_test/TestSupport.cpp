@@ -41,8 +41,7 @@ protected:
     {
         const auto level = spdlog::level::to_string_view(message.level);
         received.append(
-            QString::fromLatin1(level.data(), static_cast<int>(level.size())) +
-            QLatin1String(": ") +
+            QString::fromLatin1(level.data(), static_cast<int>(level.size())) + ": "_s +
             QString::fromUtf8(message.payload.data(), static_cast<int>(message.payload.size())));
     }
     void flush_() override {}

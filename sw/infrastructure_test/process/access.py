@@ -17,11 +17,8 @@ import tempfile
 import time
 
 import namespaces
-from programs import Listening, check, json_packet, run
-
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-sys.path.append(str(ROOT / "examples"))
-import client  # noqa: E402
+from programs import ROOT, check, json_packet, run, serve
+import client
 
 RULES = f"""
 role viewer   read
@@ -36,8 +33,7 @@ writable  node configCoreRouter/input4/label
 """
 TREES = ("configCoreRouter/input1/label", "configCoreRouter/input2/label",
          "configCoreRouter/input4/label", "configCoreRouter/input4/cursor",
-         "statusCoreRouter/temperature", "commandCoreRouter/seek",
-         "persistentConfigCoreRouter/name")
+         "statusCoreRouter/temperature", "commandCoreRouter/seek", "persistentConfigCoreRouter/name")
 # By address and token: reads and hears, and writes to each of the trees.
 MATRIX = {
     ("127.0.0.2", ""):            (0, (0, 0, 0, 0, 0, 0, 0)),
@@ -59,8 +55,7 @@ class Link(client.Client):
     def __init__(self, port, address, server="127.0.0.1"):
         self.link = socket.create_connection((server, port), 10, (address, 0))
         self.stream = self.link.makefile("rb")
-        self.id = str(int.from_bytes(socket.inet_aton(address), "big")) + str(
-            self.link.getsockname()[1])
+        self.id = str(int.from_bytes(socket.inet_aton(address), "big")) + str(self.link.getsockname()[1])
 
     def present(self, token):
         self.send(Class="DatacoreTokenPacket", Token=token)
@@ -154,7 +149,7 @@ def check_file(server_program, directory):
     check(result.returncode == 1 and re.fullmatch(rf'{bad}: line 2: "adress" is no way .*\n', result.stderr)
           and not result.stdout, "a bad file of roles ends the server, with the line", result)
     check(run(server_program, "--port", "0", "--roles=").returncode == 1, "so does an empty name")
-    with Listening(server_program, "--port", "0", "--roles", ROOT / "docs/examples/roles.conf") as server:
+    with serve(server_program, "--roles", ROOT / "docs/examples/roles.conf") as server:
         check(Link(server.port, "127.0.0.1").get(TREES[0]) == "input1", "the example is good")
 
 
@@ -162,7 +157,7 @@ def check_default(server_program):
     """Without a file, loopback may do all but write the status, and other addresses nothing."""
     namespaces.enter()
     namespaces.add_address("192.0.2.1")
-    with Listening(server_program, "--port", "0", "--address", "0.0.0.0") as server:
+    with serve(server_program, "--address", "0.0.0.0") as server:
         for path in TREES:
             before = Link(server.port, "127.0.0.1").get(path)
             held = Link(server.port, "127.0.0.1").write(path, {"data": "5"})
@@ -176,7 +171,7 @@ def main(server_program):
         rules = pathlib.Path(directory, "roles")
         rules.write_text(RULES)
         os.chmod(rules, 0o600)
-        with Listening(server_program, "--port", "0", "--roles", rules) as server:
+        with serve(server_program, "--roles", rules) as server:
             engineer = Link(server.port, "127.0.0.6")
             for (address, token), (reads, writes) in MATRIX.items():
                 check_row(server.port, engineer, address, token, reads, writes)
@@ -185,5 +180,4 @@ def main(server_program):
     check_default(server_program)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

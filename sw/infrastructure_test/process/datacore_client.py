@@ -17,7 +17,7 @@ import sys
 import tempfile
 import threading
 
-from programs import EQUALISER, Listening, check, json_packet, run
+from programs import EQUALISER, check, json_packet, run, serve
 
 INPUT = "configCoreRouter/input1"
 LABEL = f"{INPUT}/label"
@@ -120,8 +120,7 @@ def check_commands(client, port):
         text, words, exit_value, expected = ROW.match(row.replace("\\n", "\n")).groups()
         own = [] if "--server" in words else ["--port", str(port)]
         words = words.strip().split(" ") if words.strip() else []
-        done = subprocess.run([client, *own, *words], input=text or "", capture_output=True,
-                              text=True, timeout=60, check=False)
+        done = run(client, *own, *words, text=text or "")
         out = "; ".join(done.stdout.splitlines())
         where = {"!": done.stderr, "?": out}.get(expected[:1])
         right = (out, done.stderr) == (expected, "") if where is None else expected[1:] in where
@@ -134,9 +133,7 @@ def check_files(client, port, folder):
         check(done.returncode == exit_value, " ".join(words), done)
         return done.stdout, done.stderr.splitlines()
 
-    with open("/dev/full", "w", encoding="utf-8") as full:
-        done = subprocess.run([client, "--port", str(port), "dump"], stdout=full, stderr=subprocess.PIPE,
-                              text=True, timeout=60, check=False)
+    done = run("bash", "-c", f'"{client}" --port {port} dump >/dev/full')
     check(done.returncode == 1 and "Standard output: No space" in done.stderr, "a full disk is told", done)
     file = pathlib.Path(folder, "dump")
     file.write_text(do(0, "dump")[0])
@@ -185,18 +182,15 @@ class MadeUpServer:
         self.listener = socket.create_server(("127.0.0.1", port))
         self.port = self.listener.getsockname()[1]
         self.values = {**dict.fromkeys("csmp", (None, [], [])), "c/n": ("1\x1b", [4], [2, 4])}
-        self.answers_writes = True
-        self.links = []
+        self.silent, self.repeats = None, 1  # the path that it keeps to itself; how often it sends others
+        self.answers_writes, self.links = True, []
         threading.Thread(target=self.accept, daemon=True).start()
 
     def accept(self):
-        while True:
-            try:
-                link = self.listener.accept()[0]
-            except OSError:
-                return
-            self.links.append(link)
-            threading.Thread(target=self.serve, args=(link,), daemon=True).start()
+        with contextlib.suppress(OSError):  # it has been stopped
+            while True:
+                self.links.append(self.listener.accept()[0])
+                threading.Thread(target=self.serve, args=self.links[-1:], daemon=True).start()
 
     def value(self, path, **ids):
         def messages(kind, numbers):
@@ -210,7 +204,7 @@ class MadeUpServer:
     def serve(self, link):
         names = [{"Core": path.split("/")[-1]} for path in self.values if "/" in path]
         stream = link.makefile("rb")
-        try:
+        with contextlib.suppress(ConnectionError, struct.error):
             while head := stream.read(8):
                 asked = json.loads(stream.read(struct.unpack(">HHI", head)[2])[4:])
                 if asked["Class"] == "DatacoreRequestListPacket":
@@ -218,7 +212,7 @@ class MadeUpServer:
                                      "ConfigTreeObject": {"Core": "c", "Kids": names},
                                      "StatusTreeObject": {"Core": "s"}, "CommandTreeObject": {"Core": "m"},
                                      "PersistentConfigTreeObject": {"Core": "p"}},
-                              *map(self.value, self.values))
+                              *[self.value(path) for path in self.values if path != self.silent] * self.repeats)
                 elif asked["Class"] != "DatacorePacket":
                     pass  # it is too old
                 elif self.answers_writes:
@@ -226,8 +220,6 @@ class MadeUpServer:
                                                PacketID=asked["PacketID"]))
                 else:
                     link.shutdown(socket.SHUT_RDWR)
-        except (ConnectionError, struct.error):
-            pass
 
     @staticmethod
     def send(link, *packets):
@@ -265,8 +257,7 @@ class Watch:
 
 
 def check_made_up(client):
-    server = MadeUpServer()
-    other = MadeUpServer()
+    server, other = MadeUpServer(), MadeUpServer()
     one, two = (f"127.0.0.1:{each.port}" for each in (server, other))
     held = '"1\\u001b"  invalid (Stored number is Oversized) ' \
            'inactive (Command Executor is Busy; Parameter not supported for current video standard)'
@@ -281,6 +272,12 @@ def check_made_up(client):
     done = run(client, "--server", one, "--timeout", "300", "describe", "c/n")
     check(done.returncode == 1 and "did not answer within 300 ms. It may be too old" in done.stderr,
           "a server without descriptions is told", done)
+
+    other.silent, other.repeats = "c/n", 10
+    done = run(client, "--server", two, "--timeout", "500", "dump")
+    check(done.returncode == 1 and "did not answer" in done.stderr,
+          "a value sent twice does not stand for another", done)
+    other.silent, other.repeats = None, 1
 
     watch = Watch(client, "--server", one, "--server", two)
     for _ in (one, two):
@@ -341,7 +338,7 @@ def check_completion(client, script, port):
 
 
 def main(server_program, client, script):
-    with Listening(server_program, "--port", "0") as server, tempfile.TemporaryDirectory() as folder:
+    with serve(server_program) as server, tempfile.TemporaryDirectory() as folder:
         check_commands(client, server.port)
         check_files(client, server.port, folder)
         run(client, "--port", str(server.port), "set", LABEL, "x")
@@ -350,5 +347,4 @@ def main(server_program, client, script):
     check_made_up(client)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

@@ -12,9 +12,7 @@ import tempfile
 
 import namespaces
 from programs import check, json_packet, packet, records, run
-
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[3] / "tools"))
-import protocol_tables  # noqa: E402
+import protocol_tables
 
 SERVER_PORT = 4010
 RAW_IPV4 = 228  # the capture's link type: packets begin with their IPv4 header
@@ -96,10 +94,8 @@ def main(script, recording):
     other = capture.add([(0, b"GET / HTTP/1.1\r\n\r\n")], 1460, server_port=5556)
     raw = capture.add(every, 20)
     rows = {}
-    for line in tshark(capture, "-T", "fields", "-E", "occurrence=a", "-E", "aggregator=;",
-                       *(word for name in ("type", "class", "path", "client_id", "packet_id",
-                                           "garbage")
-                         for word in ("-e", f"infrastructure.{name}")),
+    fields = [f"-einfrastructure.{name}" for name in ("type", "class", "path", "client_id", "packet_id", "garbage")]
+    for line in tshark(capture, "-T", "fields", "-E", "occurrence=a", "-E", "aggregator=;", *fields,
                        "-e", "tcp.srcport", "-e", "tcp.dstport").splitlines():
         *values, source, destination = line.split("\t")
         port = max(int(source), int(destination))
@@ -110,11 +106,9 @@ def main(script, recording):
                               "DatacorePathRadixTreePacket"] + ["DatacorePacket"] * 3] and
           rows[whole][4:] == [["0", "0"], []], "five packets, two of them with an id", rows[whole])
     for port in same:
-        check(rows[port] == rows[whole], f"the same however it is cut, or by its look ({port})",
-              rows[port])
+        check(rows[port] == rows[whole], f"the same however it is cut, or by its look ({port})", rows[port])
     for port in mixed:
-        check(rows[port][:5] == rows[whole][:5], "garbage in front of packets is skipped",
-              rows[port])
+        check(rows[port][:5] == rows[whole][:5], "garbage in front of packets is skipped", rows[port])
     # In the smallest segments tshark shows a piece again when it gets more of what is behind it.
     for port in mixed[:2]:
         check("".join(rows[port][5]) == garbage.hex() * len(garbled), "and shown", rows[port])
@@ -127,10 +121,8 @@ def main(script, recording):
             b"[" * 100000, b'{"a":' * 3000 + b"1" + b"}" * 3000,
             b'["Class","x"]', b'{"Class":"","PacketID":-2147483649}')]
     bad += [packet(b""), packet(b"\0\0"), packet(b"", 0x1011), packet(b"x", 0x1029, 0x7FFFFFFF),
-            packet(b"x", 0x1013, 0xFFFFFFFF)]
-    bad += [numbers.randbytes(500) for _ in range(20)]
-    bad += [bytes(numbers.choice(b'\x10\x10\x13\0\0\0\2"{}[]:,\\C') for _ in range(300))
-            for _ in range(50)]
+            packet(b"x", 0x1013, 0xFFFFFFFF), *(numbers.randbytes(500) for _ in range(20)),
+            *(bytes(numbers.choices(b'\x10\x10\x13\0\0\0\2"{}[]:,\\C', k=300)) for _ in range(50))]
     capture = Capture()
     for data in bad:
         capture.add([(0, data), (0, json_packet(b'{"Class":"Behind"}'))], 1460)
@@ -143,5 +135,4 @@ def main(script, recording):
         check("DatacoreDescriptionPacket last\n" in text, "the end of an answer is shown")
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

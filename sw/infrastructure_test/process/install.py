@@ -45,8 +45,7 @@ def check_consumer(program, prefix, what):
 
 def check_find_package(prefix, source, cmake, cxx):
     with tempfile.TemporaryDirectory() as folder:
-        do(cmake, "-G", "Ninja", "-S", source, "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}",
-           f"-DCMAKE_CXX_COMPILER={cxx}")
+        do(cmake, "-GNinja", "-S", source, "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={cxx}")
         do(cmake, "--build", folder)
         check_consumer(f"{folder}/consumer", prefix, f"find_package works with {prefix}")
 
@@ -124,5 +123,4 @@ def main(build, source, cmake, cxx):
         check_find_package(packed, source, cmake, cxx)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

@@ -23,13 +23,17 @@ def _check(result):
         raise OSError(error, os.strerror(error))
 
 
+def _set(request, value):
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
+        fcntl.ioctl(control, request, value)
+
+
 def enter():
     """Moves this process into namespaces of its own, with loopback up; skips the test if it can't."""
     try:
         _check(_libc.unshare(CLONE_NEWNS | CLONE_NEWNET))
         _check(_libc.mount(None, b"/", None, MS_REC | MS_PRIVATE, None))
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
-            fcntl.ioctl(control, SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", IFF_UP))
+        _set(SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", IFF_UP))
     except OSError as error:
         print(f"skipped: no private namespaces here ({error})")
         sys.exit(SKIPPED)
@@ -37,9 +41,7 @@ def enter():
 
 def add_address(address):
     """Gives loopback another IPv4 address, as if there were a network."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
-        fcntl.ioctl(control, SIOCSIFADDR, struct.pack("16sHH4s8x", b"lo:1", socket.AF_INET, 0,
-                                                      socket.inet_aton(address)))
+    _set(SIOCSIFADDR, struct.pack("16sHH4s8x", b"lo:1", socket.AF_INET, 0, socket.inet_aton(address)))
 
 
 def mount_empty(path, options=None):
@@ -97,5 +99,4 @@ class LogSocket:
 
 def cut_loopback():
     """From now on no packet arrives, and nobody is told."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
-        fcntl.ioctl(control, SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", 0))
+    _set(SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", 0))

@@ -6,6 +6,8 @@ import struct
 import subprocess
 import sys
 
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path += [str(ROOT / "tools"), str(ROOT / "examples")]
 JSON_TYPE = 0x1010
 EQUALISER = "configCoreRouter/input1/equaliser"
 HEADER_BYTES = 24  # of a recording
@@ -20,18 +22,25 @@ def check(holds, what, shown=""):
     print(f"passed: {what}")
 
 
-def run(*words, **variables):
-    """A program that has ended, with its text."""
-    return subprocess.run(words, capture_output=True, text=True, errors="replace",
+def run(*words, text=None, **variables):
+    """A program that has ended, with its text; it may be given some."""
+    return subprocess.run(words, input=text, capture_output=True, text=True, errors="replace",
                           timeout=300, check=False, env={**os.environ, **variables})
 
 
-class Listening:
-    """A program that prints the port it listens at, and is killed with the block."""
+class Talking:
+    """A program that prints lines, may be told some, and is killed with the block."""
 
     def __init__(self, *words, **streams):
-        self.process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True, **streams)
-        self.port = int(re.search(r"port (\d+)", self.process.stdout.readline())[1])
+        self.process = subprocess.Popen([*map(str, words)], text=True, **{
+            "stdin": subprocess.PIPE, "stdout": subprocess.PIPE, **streams})
+
+    def read(self):
+        return self.process.stdout.readline().rstrip("\n")
+
+    def tell(self, line):
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
 
     def __enter__(self):
         return self
@@ -44,6 +53,19 @@ class Listening:
         """What it prints until it ends by itself, and its exit value."""
         text = self.process.communicate(timeout=60)[0]
         return text, self.process.returncode
+
+
+class Listening(Talking):
+    """One that begins with the ports it listens at, one a line."""
+
+    def __init__(self, *words, ports=1, **streams):
+        super().__init__(*words, **{"stdin": None, **streams})
+        self.port, *self.more = (int(re.search(r"port (\d+)", self.read())[1]) for _ in range(ports))
+
+
+def serve(server, *words, **streams):
+    """A server at a port that the system chooses."""
+    return Listening(server, "--port", "0", *words, **streams)
 
 
 def packet(payload, packet_type=JSON_TYPE, size=None):

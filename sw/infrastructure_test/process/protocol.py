@@ -4,19 +4,14 @@ records' own, its client works, and ids come back as they were sent.
 usage: protocol.py DATACORE_SERVER ECHO_PACKETS
 """
 import json
-import pathlib
 import random
 import re
 import struct
-import subprocess
 import sys
 
-from programs import EQUALISER, Listening, check, run
-
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-sys.path += [str(ROOT / "tools"), str(ROOT / "examples")]
-import client  # noqa: E402
-import protocol_tables  # noqa: E402
+from programs import EQUALISER, ROOT, check, run, serve
+import client
+import protocol_tables
 
 DOCUMENT = (ROOT / "docs/protocol.md").read_text()
 EXAMPLE_ID = "213070643340000"  # the client's id in the document's examples
@@ -123,8 +118,7 @@ def made_up(parts, numbers):
 
 def check_records(echo_packets):
     numbers = random.Random(7)
-    packets = []
-    without_layout = []
+    packets, without_layout = [], []
     for number, (_, sub_type, parts) in protocol_tables.read_packets().items():
         if parts is None:
             without_layout.append(number)
@@ -139,20 +133,18 @@ def check_records(echo_packets):
           "the others have a dump each")
     packets += by_hand
     lines = "".join(packet.hex() + "\n" for packet in packets)
-    echoes = subprocess.run([echo_packets], input=lines, capture_output=True, text=True, timeout=30,
-                            check=True).stdout
+    echoes = run(echo_packets, text=lines).stdout
     check(echoes == lines, "each packet is read and written as the document has it",
           set(echoes.split()) ^ set(lines.split()))
 
 
 def main(server_program, echo_packets):
     check_records(echo_packets)
-    with Listening(server_program, "--port", "0") as server:
+    with serve(server_program) as server:
         check_client(server.port)
-    with Listening(server_program, "--port", "0") as server:
+    with serve(server_program) as server:
         check_examples(server.port)
         check_ids(server.port)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

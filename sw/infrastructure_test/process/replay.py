@@ -6,12 +6,11 @@ import pathlib
 import re
 import signal
 import socket
-import struct
 import sys
 import tempfile
 
-from programs import (EQUALISER, HEADER_BYTES, RECORD_HEAD, Listening, check, packet, records,
-                      run)
+from programs import (EQUALISER, HEADER_BYTES, RECORD_HEAD, Listening, check, json_packet, records, run,
+                      serve)
 
 
 class Programs:
@@ -22,9 +21,6 @@ class Programs:
 
     def tool(self, port, *words):
         return run(self.client, "--port", str(port), *words)
-
-    def serve(self):
-        return Listening(self.server, "--port", "0")
 
     def recorder(self, path, port):
         return Listening(self.replay, "record", str(path), "--server", f"127.0.0.1:{port}",
@@ -46,7 +42,7 @@ def check_ends(programs, server):
     with programs.recorder(path, server.port) as recording:
         with socket.create_connection(("127.0.0.1", recording.port)) as link:
             # Garbage, a packet cut in two, and the begin of one that never ends.
-            whole = packet(struct.pack(">I", 12) + b'{"Class":"x"')
+            whole = json_packet(b'{"Class":"x"')
             sent = b"\x10garbage" + whole + whole[:9]
             for piece in (sent[:15], sent[15:]):
                 link.sendall(piece)
@@ -70,7 +66,7 @@ def check_ends(programs, server):
 
 
 def check_played(programs, read, written, *words):
-    with programs.serve() as server:
+    with serve(programs.server) as server:
         result = programs.tool(server.port, "get", EQUALISER)
         check(result.stdout == "4  valid active\n", "a new server", result)
         result = run(programs.replay, "to-server", str(written), "--server",
@@ -80,11 +76,9 @@ def check_played(programs, read, written, *words):
         result = programs.tool(server.port, "get", EQUALISER)
         check(result.stdout == "9  valid active\n", "it has the same effect", result)
     for path, command in ((read, ["get", EQUALISER]), (written, ["set", EQUALISER, "9"])):
-        with Listening(programs.replay, "to-client", str(path), "--listen", "127.0.0.1:0",
-                       *words) as player:
+        with Listening(programs.replay, "to-client", str(path), "--listen", "127.0.0.1:0", *words) as player:
             result = programs.tool(player.port, *command)
-            check(result.stdout == "9  valid active\n", f"a client's {command[0]} gets the same",
-                  result)
+            check(result.stdout == "9  valid active\n", f"a client's {command[0]} gets the same", result)
             text, value = player.end()
             check(value == 0, "the player ends with the link", text)
 
@@ -115,7 +109,7 @@ def check_bad_files(programs, good):
 def main(*names):
     with tempfile.TemporaryDirectory() as folder:
         programs = Programs(pathlib.Path(folder), *names)
-        with programs.serve() as server:
+        with serve(programs.server) as server:
             written, echo = programs.record("set", server.port, "set", EQUALISER, "9")
             read, value = programs.record("get", server.port, "get", EQUALISER)
             check((echo, value) == ("9  valid active\n",) * 2, "the value went both ways")
@@ -131,5 +125,4 @@ def main(*names):
         check(run(programs.replay, "show").returncode == 2, "a command without file gets the usage")
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

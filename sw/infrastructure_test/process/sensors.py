@@ -5,19 +5,18 @@ usage: sensors.py PRINT_SENSORS
 import hashlib
 import json
 import os
-import subprocess
+import pathlib
 import sys
 
 import namespaces
-from programs import check, run
+from programs import Talking, check, run
 
 MAX = sys.float_info.max
 HWMON = "/sys/class/hwmon"
 
 
 def write(path, text):
-    with open(path, "w", encoding="ascii") as file:
-        file.write(text)
+    pathlib.Path(path).write_text(text, "ascii")
 
 
 def make_chips(chips):
@@ -32,16 +31,15 @@ def make_chips(chips):
             write(f"{folder}/{name}", f"{text}\n")
 
 
-class Printer:
-    """The program, which reads anew when it is asked to."""
+class Printer(Talking):
+    """The program, which reads anew when it is told to."""
 
     def __init__(self, program, *words):
-        self.process = subprocess.Popen([program, *map(str, words)], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, text=True)
+        super().__init__(program, *words)
         self.log = []
-        self.read()
+        self.take()
 
-    def read(self):
+    def take(self):
         for line in self.process.stdout:
             if line.startswith("{"):
                 state = json.loads(line)
@@ -53,13 +51,11 @@ class Printer:
         check(False, "the program prints its sensors")
 
     def update(self):
-        self.process.stdin.write("\n")
-        self.process.stdin.flush()
-        self.read()
+        self.tell("")
+        self.take()
 
     def end(self):
-        self.process.stdin.close()
-        check(self.process.wait(10) == 0, "the program ends well")
+        check(super().end()[1] == 0, "the program ends well")
 
 
 def check_value(printer, key, value, what):
@@ -67,22 +63,16 @@ def check_value(printer, key, value, what):
 
 
 KINTEX = "ultrascale-kintex"
-FPGA = (KINTEX, {
-    "temp1_input": 45500,
-    "in0_input": 950, "in0_label": "VCCINT",
-    "in7_input": 1650, "in7_label": "VUSER1",
-    "in9_input": 1650, "in9_label": "VUSER3",
-    "in9_max": 1700})
-FAN_CONTROLLER = ("adt7473", {
-    "fan1_input": 3000, "fan1_alarm": 0,
-    "temp2_input": 31000, "temp2_label": "Board Temp",
-    "in2_input": 3300, "in2_label": "+3.3V"})
+FPGA = (KINTEX, {"temp1_input": 45500, "in0_input": 950, "in0_label": "VCCINT",
+                 "in7_input": 1650, "in7_label": "VUSER1",
+                 "in9_input": 1650, "in9_label": "VUSER3", "in9_max": 1700})
+FAN_CONTROLLER = ("adt7473", {"fan1_input": 3000, "fan1_alarm": 0, "temp2_input": 31000,
+                              "temp2_label": "Board Temp", "in2_input": 3300, "in2_label": "+3.3V"})
 
 
 def first_board(program):
     make_chips([
-        FPGA, FAN_CONTROLLER,
-        ("isppac", {"in0_input": 5500, "in0_label": "5V5"}),
+        FPGA, FAN_CONTROLLER, ("isppac", {"in0_input": 5500, "in0_label": "5V5"}),
         ("unlisted", {"temp1_input": -5000, "in0_input": 1234, "in1_input": 7, "in1_label": "x y"}),
     ])
     printer = Printer(program, 0)
@@ -116,11 +106,8 @@ def first_board(program):
 
 
 def second_board(program):
-    make_chips([
-        FPGA,
-        ("pmbus", {"in2_input": 850, "in2_label": "vout1", "curr1_input": 12000,
-                   "curr1_label": "iout1"}),
-    ])
+    make_chips([FPGA, ("pmbus", {"in2_input": 850, "in2_label": "vout1", "curr1_input": 12000,
+                                 "curr1_label": "iout1"})])
     printer = Printer(program, 64)
     wanted = [
         ["pmbuscurr1_inputiout1", "0.85v Regulator Current", False, [0, 38, 0, 40], 12],
@@ -157,10 +144,7 @@ def no_table(program):
 
 
 def chip_with_an_error(program):
-    make_chips([
-        ("adt7473", {"in2_input": "broken", "in2_label": "+3.3V", "fan1_input": 3000}),
-        FPGA,
-    ])
+    make_chips([("adt7473", {"in2_input": "broken", "in2_label": "+3.3V", "fan1_input": 3000}), FPGA])
     printer = Printer(program, 63)
     check(len(printer.log) == 1 and printer.log[0].startswith("Failed populating sensors:  -"),
           "a chip with an error is logged", printer.log)
@@ -182,8 +166,7 @@ def configuration(program):
     os.mkfifo("/sys/class/pipe.conf")
     for path in ("/sys/class/none.conf", "/sys/class/pipe.conf"):
         result = run(program, "0", path)
-        check(result.returncode == 1 and
-              result.stdout == "error: Could not open sensors configuration file\n",
+        check((result.returncode, result.stdout) == (1, "error: Could not open sensors configuration file\n"),
               f"{path} is an error", result.stdout)
 
 
@@ -194,13 +177,8 @@ def main(program):
         sys.exit(namespaces.SKIPPED)
     if os.path.isdir("/etc/sensors.d"):  # this machine's own configuration
         namespaces.mount_empty("/etc/sensors.d")
-    first_board(program)
-    second_board(program)
-    whole_tables(program)
-    no_table(program)
-    chip_with_an_error(program)
-    configuration(program)
+    for test in (first_board, second_board, whole_tables, no_table, chip_with_an_error, configuration):
+        test(program)
 
 
-if __name__ == "__main__":
-    main(os.path.abspath(sys.argv[1]))
+main(os.path.abspath(sys.argv[1]))

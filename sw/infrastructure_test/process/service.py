@@ -8,33 +8,33 @@ import pathlib
 import re
 import shutil
 import socket
-import subprocess
 import sys
 import tempfile
 
-from programs import check, run
+from programs import ROOT, Listening, check, run, serve
+
+
+def start(server, name):
+    return serve(server, env={**os.environ, "NOTIFY_SOCKET": name})
 
 
 def check_notification(server, name):
     with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
         manager.bind(name.replace("@", "\0", 1))
         manager.settimeout(30)
-        with subprocess.Popen([server, "--port", "0"], stdout=subprocess.PIPE, text=True,
-                              env={**os.environ, "NOTIFY_SOCKET": name}) as process:
+        with start(server, name) as running:
             check(manager.recv(100) == b"READY=1", f"it is ready, at {name}")
-            port = int(re.search(r"port (\d+)", process.stdout.readline())[1])
-            socket.create_connection(("127.0.0.1", port)).close()
-            process.terminate()
-            check(manager.recv(100) == b"STOPPING=1" and process.wait(30) == 0, "and stops")
+            socket.create_connection(("127.0.0.1", running.port)).close()
+            running.process.terminate()
+            check(manager.recv(100) == b"STOPPING=1" and running.end()[1] == 0, "and stops")
 
 
 def check_unwanted(server, name):
     """A manager that does not listen, or a name that can't be one, holds nothing up."""
-    with subprocess.Popen([server, "--port", "0"], stdout=subprocess.PIPE, text=True,
-                          env={**os.environ, "NOTIFY_SOCKET": name}) as process:
-        check("Listening" in process.stdout.readline(), f"it listens with NOTIFY_SOCKET={name[:20]}")
-        process.terminate()
-        check(process.wait(30) == 0, "and stops")
+    with start(server, name) as running:
+        check(running.port, f"it listens with NOTIFY_SOCKET={name[:20]}")
+        running.process.terminate()
+        check(running.end()[1] == 0, "and stops")
 
 
 def check_unit(server, unit, folder):
@@ -60,12 +60,11 @@ def check_unit(server, unit, folder):
 
 def check_setup(server, client, unit, folder):
     """Runs the commands of the page, with this machine for the instrument."""
-    page = (pathlib.Path(__file__).resolve().parents[3] / "docs/setup.md").read_text(encoding="utf-8")
+    page = (ROOT / "docs/setup.md").read_text(encoding="utf-8")
     blocks = dict(re.findall(r"<!-- run: (.*?) -->\n```\w*\n(.*?)```", page, re.S))
 
     def do(block):
-        return subprocess.run(["bash", "-ec", block], cwd=folder, capture_output=True, text=True,
-                              timeout=60, check=False)
+        return run("bash", "-ec", f'cd "{folder}"\n{block}')
 
     for name in ("certificates", "token"):
         done = do(blocks[name])
@@ -77,8 +76,8 @@ def check_setup(server, client, unit, folder):
     for place in ("/run/datacore_server", "/var/lib/datacore_server", "%d"):
         command = command.replace(place, folder)
     words = command.replace("0.0.0.0", "127.0.0.1").replace("4011", "0").split() + ["--port", "0"]
-    with subprocess.Popen([server, *words], stdout=subprocess.PIPE, text=True) as process:
-        plain, tls = (int(re.search(r"port (\d+)", process.stdout.readline())[1]) for _ in range(2))
+    with Listening(server, *words, ports=2) as running:
+        plain, (tls,) = running.port, running.more
         block = blocks["outside"].replace("datacore_client", f'"{client}"').replace("4011", str(tls))
         done = do(block.replace("192.168.10.5", "127.0.0.1").replace(" --tls-trust", " --tls-name instrument.example --tls-trust"))
         check(done.stdout == "41  valid active\nCamera 1  valid active\n", "those for another machine", done)
@@ -87,7 +86,6 @@ def check_setup(server, client, unit, folder):
             check(done.returncode == value, f"the exit value is {value} with {more}", done)
         done = run(client, "--port", str(plain), "--token-file", f"{folder}/roles.conf", "list")
         check(done.returncode == 1 and "does not take the token" in done.stderr, "a wrong token is told", done)
-        process.terminate()
 
 
 def main(server, client, unit):
@@ -101,5 +99,4 @@ def main(server, client, unit):
             check_setup(server, client, pathlib.Path(unit).read_text(encoding="utf-8"), folder)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

@@ -7,8 +7,10 @@ usage: soak.py DATACORE_SERVER DATACORE_CLIENT MIRROR_CLIENT [--sanitized]
 SOAK_SECONDS (10) says how long; a server with sanitizers keeps what is freed, so that its memory
 is not looked at.
 """
+import contextlib
 import json
 import os
+import pathlib
 import random
 import signal
 import socket
@@ -19,7 +21,7 @@ import threading
 import time
 
 from mirrors import Mirror, check_mirrors
-from programs import EQUALISER, JSON_TYPE, Listening, check, json_packet, packet, run
+from programs import EQUALISER, JSON_TYPE, check, json_packet, packet, run, serve
 
 CLIENTS = 10
 GARBAGE_LINKS = 3             # at work at one time
@@ -115,8 +117,7 @@ def raw_packets(rng):
                     for _ in range(10))
 
 
-KINDS = (random_bytes, half_headers, huge_claims, wrong_lengths, wrong_json, broken_writes,
-         raw_packets)
+KINDS = (random_bytes, half_headers, huge_claims, wrong_lengths, wrong_json, broken_writes, raw_packets)
 
 
 class GarbageSource(threading.Thread):
@@ -140,10 +141,8 @@ class GarbageSource(threading.Thread):
     def connect_again_and_again(self):
         while time.monotonic() < self.end:
             with socket.create_connection(("127.0.0.1", self.port), PATIENCE_S) as link:
-                try:
-                    self.abuse(link)
-                except (ConnectionError, TimeoutError):
-                    pass  # the server may end such a link
+                with contextlib.suppress(ConnectionError, TimeoutError):
+                    self.abuse(link)  # the server may end such a link
             self.links += 1
             time.sleep(0.05)
 
@@ -155,11 +154,9 @@ class GarbageSource(threading.Thread):
             link.sendall(garbage)
             self.bytes += len(garbage)
             link.setblocking(False)
-            try:
+            with contextlib.suppress(BlockingIOError):
                 while link.recv(65536):
                     pass
-            except BlockingIOError:
-                pass
             link.settimeout(PATIENCE_S)
             time.sleep(0.01)
         if self.random.random() < 0.5:
@@ -168,9 +165,8 @@ class GarbageSource(threading.Thread):
     def ask_for_everything(self, link):
         address, port = link.getsockname()
         client = f"{struct.unpack('>I', socket.inet_aton(address))[0]}{port}"
-        link.sendall(json_packet(json.dumps({"Class": "DatacoreRequestListPacket",
-                                             "ClientID": client,
-                                             "DatacoreRequestList": []}).encode()))
+        link.sendall(json_packet(json.dumps({
+            "Class": "DatacoreRequestListPacket", "ClientID": client, "DatacoreRequestList": []}).encode()))
 
 
 class MemoryLog(threading.Thread):
@@ -186,8 +182,7 @@ class MemoryLog(threading.Thread):
     def run(self):
         page_kib = os.sysconf("SC_PAGE_SIZE") // 1024
         while not self.done.wait(0.5):
-            with open(f"/proc/{self.pid}/statm", encoding="ascii") as statm:
-                pages = int(statm.read().split()[1])
+            pages = int(pathlib.Path(f"/proc/{self.pid}/statm").read_text("ascii").split()[1])
             self.samples.append((time.monotonic() - self.start_time, pages * page_kib))
 
     def median(self, begin, end):
@@ -196,14 +191,12 @@ class MemoryLog(threading.Thread):
 
 def open_files(pid):
     """All but local sockets: the log's is opened with the first line that is logged."""
-    with open(f"/proc/{pid}/net/unix", encoding="ascii", errors="replace") as table:
-        local = {f"socket:[{line.split()[6]}]" for line in table.readlines()[1:]}
+    table = pathlib.Path(f"/proc/{pid}/net/unix").read_text("ascii", "replace").splitlines()[1:]
+    local = {f"socket:[{line.split()[6]}]" for line in table}
     count = 0
-    for descriptor in os.listdir(f"/proc/{pid}/fd"):
-        try:
-            count += os.readlink(f"/proc/{pid}/fd/{descriptor}") not in local
-        except FileNotFoundError:
-            pass  # closed meanwhile
+    for descriptor in pathlib.Path(f"/proc/{pid}/fd").iterdir():
+        with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+            count += os.readlink(descriptor) not in local
     return count
 
 
@@ -221,7 +214,7 @@ def main(server_program, client_program, mirror_program, *flags):
     seconds = float(os.environ.get("SOAK_SECONDS", "10"))
     seed = int(os.environ.get("SOAK_SEED", random.randrange(10**6)))
     print(f"{seconds:g} s, SOAK_SEED={seed}", flush=True)
-    with Listening(server_program, "--port", "0") as listening:
+    with serve(server_program) as listening:
         server, port = listening.process, listening.port
         files_before = open_files(server.pid)
         end = time.monotonic() + seconds
@@ -261,5 +254,4 @@ def main(server_program, client_program, mirror_program, *flags):
         check(server.wait(PATIENCE_S) == 0, "the server ends cleanly")
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

@@ -3,11 +3,12 @@ there after each restart. Then the store's file system is full, and read-only.
 
 usage: store.py DATACORE_SERVER [KILLS]
 """
+import contextlib
 import json
 import os
+import pathlib
 import random
 import re
-import socket
 import subprocess
 import sys
 import tempfile
@@ -15,7 +16,8 @@ import threading
 import time
 
 import namespaces
-from programs import Listening, check, json_packet, run
+from programs import check, run, serve
+import client
 
 TREE = "persistentConfigCoreRouter"
 LEAVES = ["licences", "macAddress", "name"]
@@ -23,17 +25,13 @@ WRITES_A_SECOND = 2000  # of all clients together
 BURST = 10
 
 
-class Client:
+class Client(client.Client):
     """Writes one leaf, and notes what is acknowledged."""
 
     def __init__(self, port, leaf):
+        super().__init__("127.0.0.1", port)
         self.leaf = leaf
-        self.link = socket.create_connection(("127.0.0.1", port), timeout=10)
-        self.stream = self.link.makefile("rb")
         self.acknowledged = self.answers = self.sent = 0
-
-    def send(self, **packet):
-        self.link.sendall(json_packet(json.dumps(packet).encode()))
 
     def write(self, number, text=None):
         self.send(Class="DatacorePacket", ClientID=self.leaf, PacketID=number,
@@ -57,26 +55,21 @@ class Client:
 
     def flood(self, number):
         """Until the server is gone."""
-        start = time.monotonic()
-        first = number
-        try:
+        begin, first = time.monotonic(), number
+        with contextlib.suppress(OSError):
             while True:
                 for number in range(number + 1, number + 1 + BURST):
                     self.write(number)
-                due = start + (number - first) * len(LEAVES) / WRITES_A_SECOND
+                due = begin + (number - first) * len(LEAVES) / WRITES_A_SECOND
                 time.sleep(max(0, due - time.monotonic()))
-        except OSError:
-            pass
 
     def listen(self):
-        try:
+        with contextlib.suppress(OSError):
             while True:
                 value, own = self.answer()
                 if own:
                     self.acknowledged = int(value)
                     self.answers += 1
-        except OSError:
-            pass
 
 
 def kill_again_and_again(server, store, kills):
@@ -84,17 +77,15 @@ def kill_again_and_again(server, store, kills):
     answers, seconds, most = 0, 0.0, 0
     for kill in range(kills):
         # At a short interval there are more instants to hit.
-        with Listening(server, "--port", "0", "--store", store,
-                       "--store-interval", random.choice(["0", "5", "50"])) as running:
-            clients = [Client(running.port, leaf) for leaf in LEAVES]
+        with serve(server, "--store", store, "--store-interval", random.choice(["0", "5", "50"])) as running:
+            writers = [Client(running.port, leaf) for leaf in LEAVES]
             if kill > 0:
-                values = {client.leaf: int(client.value()) for client in clients}
+                values = {writer.leaf: int(writer.value()) for writer in writers}
                 check(all(held[leaf] <= values[leaf] <= most for leaf in LEAVES),
                       f"nothing is lost after {kill} kills", (held, values, most))
                 held = values
-            threads = [threading.Thread(target=client.listen) for client in clients]
-            threads += [threading.Thread(target=client.flood, args=[held[client.leaf]])
-                        for client in clients]
+            threads = [threading.Thread(target=writer.listen) for writer in writers]
+            threads += [threading.Thread(target=writer.flood, args=[held[writer.leaf]]) for writer in writers]
             start = time.monotonic()
             for thread in threads:
                 thread.start()
@@ -103,16 +94,16 @@ def kill_again_and_again(server, store, kills):
             seconds += time.monotonic() - start
             for thread in threads:
                 thread.join()
-        for client in clients:
-            answers += client.answers
-            held[client.leaf] = max(held[client.leaf], client.acknowledged)
-            most = max(most, client.sent)
+        for writer in writers:
+            answers += writer.answers
+            held[writer.leaf] = max(held[writer.leaf], writer.acknowledged)
+            most = max(most, writer.sent)
     check(answers > kills * 10, f"{kills} kills, {answers} writes acknowledged before, "
           f"{answers / seconds:.0f} a second")
 
 
 def start(server, store):
-    return Listening(server, "--port", "0", "--store", store, stderr=subprocess.PIPE)
+    return serve(server, "--store", store, stderr=subprocess.PIPE)
 
 
 def complaint(running):
@@ -125,31 +116,30 @@ def fill_and_forbid(server, folder):
     namespaces.enter()
     namespaces.mount_empty(folder, "size=256k")
     store, ballast = f"{folder}/store", f"{folder}/ballast"
-    with open(ballast, "wb") as file:
-        file.write(bytes(64000))
+    pathlib.Path(ballast).write_bytes(bytes(64000))
     with start(server, store) as running:
-        client = Client(running.port, "name")
+        writer = Client(running.port, "name")
         texts = ["x" * 20000 + str(number) for number in range(40)]
         stored = None
         for number, text in enumerate(texts):
-            client.write(number, text)
-            answer = client.answer()[0]
+            writer.write(number, text)
+            answer = writer.answer()[0]
             if answer != text:
                 break
             stored = text
         check(stored and answer == stored, f"write {number} finds the disk full, and says so")
         os.remove(ballast)
         last = texts[-1]
-        client.write(99, last)
-        check(last in (client.answer()[0], client.answer()[0]), "with space again, it is stored")
+        writer.write(99, last)
+        check(last in (writer.answer()[0], writer.answer()[0]), "with space again, it is stored")
         running.process.kill()
     namespaces.remount_read_only(folder)
     with start(server, store) as running:
-        client = Client(running.port, "name")
-        check(client.value() == last, "what was stored is there, although it can't be written")
-        client.write(1, "other")
-        answers = [client.answer(), client.answer()]
-        check((last, True) in answers and client.value() == last, "a write is set back", answers)
+        writer = Client(running.port, "name")
+        check(writer.value() == last, "what was stored is there, although it can't be written")
+        writer.write(1, "other")
+        answers = [writer.answer(), writer.answer()]
+        check((last, True) in answers and writer.value() == last, "a write is set back", answers)
         text = complaint(running)
     namespaces.unmount(folder)
     check(re.search(r"store: .*; \d+ values are read, nothing is saved", text), "it says so", text)
@@ -169,5 +159,4 @@ def main(server, kills="10"):
             fill_and_forbid(server, folder)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*sys.argv[1:])

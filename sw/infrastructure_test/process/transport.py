@@ -15,7 +15,7 @@ import tempfile
 import time
 
 import namespaces
-from programs import check, json_packet, run
+from programs import Listening, Talking, check, json_packet, run
 
 REQUEST = json_packet(b'{"Class":"DatacoreRequestListPacket","ClientID":"me",'
                       b'"DatacoreRequestList":["configCoreRouter/input1/label"]}')
@@ -24,29 +24,21 @@ CROWD = 1000
 DEAD_PEER_SECONDS = 2
 
 
-class Server:
+class Server(Listening):
     """The program with all ways in, killed with the block."""
 
     def __init__(self, program, tls, local, *words, descriptors=None):
         limit = (lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (descriptors, descriptors))
                  ) if descriptors else None
-        self.process = subprocess.Popen(
-            [program, "--port", "0", "--tls-port", "0", "--tls-certificate", f"{tls}/server.pem",
-             "--tls-key", f"{tls}/end.key", "--local", local, *words],
-            stdout=subprocess.PIPE, text=True, preexec_fn=limit)
-        lines = [self.process.stdout.readline() for _ in range(3)]
-        self.port, self.tls_port = (int(re.search(r"port (\d+)", line)[1]) for line in lines[:2])
-        check(lines[2] == f"Listening at {local}\n", "it names its socket file", lines)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.kill()
-        self.process.communicate()
+        super().__init__(program, "--port", "0", "--tls-port", "0", "--tls-certificate",
+                         f"{tls}/server.pem", "--tls-key", f"{tls}/end.key", "--local", local, *words,
+                         ports=2, preexec_fn=limit)
+        self.tls_port = self.more[0]
+        line = self.read()
+        check(line == f"Listening at {local}", "it names its socket file", line)
 
     def resident_kib(self):
-        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text(encoding="ascii")
+        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text("ascii")
         return int(re.search(r"VmRSS:\s+(\d+)", status)[1])
 
 
@@ -74,8 +66,7 @@ def ask(link):
 def ask_openssl(port, tls, *words):
     with subprocess.Popen(["openssl", "s_client", "-quiet", "-connect", f"127.0.0.1:{port}", "-CAfile",
                            f"{tls}/authority.pem", "-verify_return_error", *words],
-                          stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL) as client:
+                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as client:
         client.stdin.write(REQUEST)
         client.stdin.flush()
         answered = is_answered(lambda size: os.read(client.stdout.fileno(), size))
@@ -160,9 +151,8 @@ def count_established(port):
 
 def check_dead_link(program, tls, local, mirror_client):
     with Server(program, tls, local, "--dead-peer-timeout", str(DEAD_PEER_SECONDS)) as server, \
-            subprocess.Popen([mirror_client, str(server.port), "1"], stdin=subprocess.PIPE,
-                             stdout=subprocess.PIPE, text=True) as mirror:
-        check(mirror.stdout.readline() == "ready\n", "a mirror is filled")
+            Talking(mirror_client, server.port, 1) as mirror:
+        check(mirror.read() == "ready", "a mirror is filled")
         silent = socket.create_connection(("127.0.0.1", server.port))
         check(count_established(server.port) == 4, "both links are up at both ends")
         namespaces.cut_loopback()
@@ -173,7 +163,6 @@ def check_dead_link(program, tls, local, mirror_client):
         check(DEAD_PEER_SECONDS - 0.5 < took < DEAD_PEER_SECONDS + 3,
               f"the others are found dead after {took:.2f} s")
         silent.close()
-        mirror.kill()
 
 
 def main(program, mirror_client, tls, *flags):
@@ -182,8 +171,8 @@ def main(program, mirror_client, tls, *flags):
     with tempfile.TemporaryDirectory() as folder:
         local = f"{folder}/socket"
         for required in (False, True):
-            words = ["--tls-require-certificate"] if required else []
-            with Server(program, tls, local, "--tls-trust", f"{tls}/authority.pem", *words) as server:
+            words = ["--tls-trust", f"{tls}/authority.pem", *["--tls-require-certificate"] * required]
+            with Server(program, tls, local, *words) as server:
                 check_certificates(server, tls, log, required)
                 check(not ask(socket.create_connection(("127.0.0.1", server.tls_port))),
                       "a plain peer gets nothing at the TLS port")

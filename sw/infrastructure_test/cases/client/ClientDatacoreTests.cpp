@@ -4,10 +4,11 @@
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <limits>
+#include <utility>
 
 namespace {
 
-const auto PATH = [] { return QStringLiteral("router/a/leaf"); };
+const QString PATH = "router/a/leaf"_s;
 
 /// A mirror that keeps a journal of its signals.
 struct Mirror
@@ -16,22 +17,19 @@ struct Mirror
     {
         on(&ClientDatacore::datacoreUpdated,
            [this](const QStringList& data, const QStringList& messages, bool active) {
-               journal.append(QStringLiteral("updated %1|%2|%3")
-                                  .arg(data.join(QLatin1Char(',')), messages.join(QLatin1Char(';')))
-                                  .arg(active));
+               journal.append(
+                   "updated %1|%2|%3"_s.arg(data.join(u','), messages.join(u';')).arg(active));
            });
         on(&ClientDatacore::clientDatacoreHasUpdateForServer,
            [this](int id, ClientDatacore* which) {
-               REQUIRE(which == &datacore);
-               REQUIRE(datacore.getChangeState() == 2);
-               journal.append(QStringLiteral("send %1").arg(id));
+               REQUIRE((which == &datacore && datacore.getChangeState() == 2));
+               journal.append("send %1"_s.arg(id));
            });
         on(&ClientDatacore::datacoreOutOfSyncWithServer,
-           [this] { journal.append(QStringLiteral("out of sync")); });
-        on(&ClientDatacore::datacoreInSyncWithServer,
-           [this] { journal.append(QStringLiteral("in sync")); });
+           [this] { journal.append("out of sync"_s); });
+        on(&ClientDatacore::datacoreInSyncWithServer, [this] { journal.append("in sync"_s); });
         on(&ClientDatacore::lostPackets,
-           [this](int count) { journal.append(QStringLiteral("lost %1").arg(count)); });
+           [this](int count) { journal.append("lost %1"_s.arg(count)); });
     }
 
     template <typename Signal, typename Slot>
@@ -41,22 +39,15 @@ struct Mirror
     }
     void receive(const QString& value, int packetId = -1, bool own = false)
     {
-        DatacorePacket packet(
-            {{QStringLiteral("leaf"), QJsonObject{{QStringLiteral("data"), value}}}}, PATH());
+        DatacorePacket packet({{"leaf"_s, QJsonObject{{"data"_s, value}}}}, PATH);
         if (packetId >= 0) {
             packet.setPacketID(packetId);
         }
         datacore.populateFromPacket(packet, own);
     }
-    QStringList takeJournal()
-    {
-        QStringList taken;
-        taken.swap(journal);
-        return taken;
-    }
+    QStringList takeJournal() { return std::exchange(journal, {}); }
 
-    ClientDatacore datacore{QStringLiteral("ClientDatacore"), QStringLiteral("leaf"), nullptr,
-                            PATH()};
+    ClientDatacore datacore{"ClientDatacore"_s, "leaf"_s, nullptr, PATH};
     QStringList journal;
 };
 
@@ -71,10 +62,10 @@ TEST_CASE("A write tells what is new, goes out under the next id, and its echo e
     mirror.datacore.setDataInt(5);
     CHECK(mirror.takeJournal().isEmpty()); // nothing new
 
-    mirror.receive(QStringLiteral("5"), 0, true);
+    mirror.receive("5"_s, 0, true);
     CHECK(mirror.takeJournal() == lines({"in sync"}));
     mirror.datacore.setDataInt(6);
-    CHECK(mirror.takeJournal().contains(QStringLiteral("send 0"))); // ids start anew
+    CHECK(mirror.takeJournal().contains("send 0"_s)); // ids start anew
 }
 
 TEST_CASE("An acknowledgement may skip older writes and never undoes newer ones", "[client]")
@@ -86,19 +77,19 @@ TEST_CASE("An acknowledgement may skip older writes and never undoes newer ones"
     CHECK(mirror.takeJournal() ==
           lines({"updated 1||1", "out of sync", "send 0", "updated 2||1", "out of sync", "send 1",
                  "updated 3||1", "out of sync", "send 2"}));
-    mirror.receive(QStringLiteral("2"), 1, true);
+    mirror.receive("2"_s, 1, true);
     CHECK(mirror.takeJournal() == lines({"lost 2"}));
-    CHECK(mirror.datacore.getData() == QStringLiteral("3"));
-    mirror.receive(QStringLiteral("9"), 7, true); // never sent
-    mirror.receive(QStringLiteral("9"), 0, true); // acknowledged before
+    CHECK(mirror.datacore.getData() == "3"_s);
+    mirror.receive("9"_s, 7, true); // never sent
+    mirror.receive("9"_s, 0, true); // acknowledged before
     CHECK(mirror.takeJournal().isEmpty());
     CHECK(mirror.datacore.getPendingCount() == 1);
 
-    mirror.receive(QStringLiteral("4"), 2, true); // the server has settled on another value
+    mirror.receive("4"_s, 2, true); // the server has settled on another value
     CHECK(mirror.takeJournal() == lines({"in sync", "updated 4||1"}));
-    mirror.receive(QStringLiteral("8"), 2, true);
+    mirror.receive("8"_s, 2, true);
     CHECK(mirror.takeJournal().isEmpty()); // nothing is pending
-    CHECK(mirror.datacore.getData() == QStringLiteral("4"));
+    CHECK(mirror.datacore.getData() == "4"_s);
 }
 
 TEST_CASE("Lost packets are told of while they are pending, and a slot may write then", "[client]")
@@ -112,11 +103,11 @@ TEST_CASE("Lost packets are told of while they are pending, and a slot may write
         pending = mirror.datacore.getPendingCount();
         mirror.datacore.setDataInt(3);
     });
-    mirror.receive(QStringLiteral("2"), 1, true);
+    mirror.receive("2"_s, 1, true);
     CHECK(pending == 2);
     CHECK(mirror.takeJournal() == lines({"lost 2", "updated 3||1", "out of sync", "send 2"}));
     CHECK(mirror.datacore.getPendingCount() == 1);
-    CHECK(mirror.datacore.getData() == QStringLiteral("3")); // and no older echo
+    CHECK(mirror.datacore.getData() == "3"_s); // and no older echo
 }
 
 TEST_CASE("A foreign packet is applied while local writes are in flight", "[client]")
@@ -124,31 +115,31 @@ TEST_CASE("A foreign packet is applied while local writes are in flight", "[clie
     Mirror mirror;
     mirror.datacore.setDataInt(1);
     mirror.takeJournal();
-    mirror.receive(QStringLiteral("7"), 0, false);
+    mirror.receive("7"_s, 0, false);
     CHECK(mirror.takeJournal() == lines({"updated 7||1"}));
     CHECK(mirror.datacore.getPendingCount() == 1);
-    mirror.receive(QStringLiteral("8"), -1, true); // own, yet no acknowledgement
+    mirror.receive("8"_s, -1, true); // own, yet no acknowledgement
     CHECK(mirror.takeJournal() == lines({"updated 8||1"}));
     mirror.datacore.setDataInt(2);
-    CHECK(mirror.takeJournal().contains(QStringLiteral("send 1"))); // above the one in flight
+    CHECK(mirror.takeJournal().contains("send 1"_s)); // above the one in flight
 }
 
 TEST_CASE("What the server sends is never sent back, also for a new mirror", "[client]")
 {
     Mirror mirror;
-    mirror.receive(QStringLiteral("1"));
-    mirror.receive(QStringLiteral("1"));
-    mirror.receive(QStringLiteral("2"));
+    mirror.receive("1"_s);
+    mirror.receive("1"_s);
+    mirror.receive("2"_s);
     CHECK(mirror.takeJournal() ==
           lines({"in sync", "updated 1||1", "in sync", "in sync", "updated 2||1"}));
 
     // A write from a slot that is told of it is a write.
     mirror.on(&ClientDatacore::datacoreUpdated, [&](const QStringList& data) {
-        if (data.first() == QLatin1String("3")) {
-            mirror.datacore.setDataString(QStringLiteral("mine"));
+        if (data.first() == "3"_s) {
+            mirror.datacore.setDataString("mine"_s);
         }
     });
-    mirror.receive(QStringLiteral("3"));
+    mirror.receive("3"_s);
     CHECK(mirror.takeJournal() ==
           lines({"in sync", "updated 3||1", "updated mine||1", "out of sync", "send 0"}));
 }
@@ -161,21 +152,18 @@ TEST_CASE("Reasons come from the server and are told with the word for their kin
         {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 1, "identifier": 26}}],
         "reasonsForBeingInactive": [
         {"DatacoreActiveStatusMessage": {}, "MessageBase": {"type": 3, "identifier": 2}}]}})");
-    mirror.datacore.populateFromPacket(DatacorePacket(content, PATH()), false);
+    mirror.datacore.populateFromPacket(DatacorePacket(content, PATH), false);
     CHECK(mirror.takeJournal() == lines({"in sync", "updated x|Error: Stored number is Oversized;"
                                                     "Warning: The stored value is not supported;"
                                                     "Info: Command Executor is Busy|0"}));
-    mirror.datacore.setDataString(QStringLiteral("y"));
+    mirror.datacore.setDataString("y"_s);
     CHECK_FALSE(mirror.datacore.isValid()); // a local write finds no reasons anew
     CHECK_FALSE(mirror.datacore.isActive());
 
-    bool hasErrors = false;
-    bool hasWarnings = true;
+    bool hasErrors = false, hasWarnings = true;
     CHECK(ClientDatacore::joinValidationMessages(lines({"Info: a", "Error: b"}), &hasErrors,
-                                                 &hasWarnings) ==
-          QStringLiteral("Info: a\nError: b"));
-    CHECK(hasErrors);
-    CHECK_FALSE(hasWarnings);
+                                                 &hasWarnings) == "Info: a\nError: b"_s);
+    CHECK((hasErrors && !hasWarnings));
     ClientDatacore::joinValidationMessages(lines({"Info: a", "Warning: b"}), nullptr, &hasWarnings);
     CHECK(hasWarnings);
     CHECK(ClientDatacore::joinValidationMessages({}, &hasErrors, nullptr).isEmpty());
@@ -189,11 +177,10 @@ TEST_CASE("Each typed slot writes its argument as text", "[client]")
     const auto check = [&core](auto slot, auto argument, const char* text) {
         (core.*slot)(argument);
         const std::deque<QString> values = core.getDataList();
-        CHECK(QStringList(values.begin(), values.end()).join(QLatin1Char(' ')) ==
-              QLatin1String(text));
+        CHECK(QStringList(values.begin(), values.end()).join(u' ') == QLatin1String(text));
     };
     using Core = ClientDatacore;
-    check(&Core::setDataString, QStringLiteral("text"), "text");
+    check(&Core::setDataString, "text"_s, "text");
     check(&Core::setDataStringList, lines({"a", "b"}), "a b");
     check(&Core::setDataBool, true, "true");
     check(&Core::setDataBoolList, QList<bool>{false, true}, "false true");

@@ -1,19 +1,24 @@
 // A client that reconnects by itself, against servers in this process. The clock is the case's.
 #include "infrastructure/client/DatacoreLink.h"
-#include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/server/DatacoreServer.h"
-#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <deque>
 #include <memory>
 #include <optional>
 
 namespace {
 
 using State = DatacoreLink::State;
+
+LinkAddress atPort(quint16 port)
+{
+    return {LinkAddress::Way::Tcp, "127.0.0.1"_s, port, QString()};
+}
 
 /// Waits only when the case says so.
 struct SteppedLink : DatacoreLink
@@ -38,26 +43,18 @@ struct SteppedLink : DatacoreLink
     QVector<int> journal;
 };
 
-struct Server
+struct Server : Roots
 {
     Server(std::initializer_list<const char*> names, const char* value, quint16 port = 0)
     {
         for (const char* name : names) {
-            leaves.push_back(
-                std::make_unique<DatacoreBase>(QLatin1String(name), &config, QLatin1String(value)));
+            leaves.emplace_back(QLatin1String(name), &config, QLatin1String(value));
         }
         REQUIRE(server.listen(QHostAddress::LocalHost, port));
     }
-    LinkAddress address() const
-    {
-        return {LinkAddress::Way::Tcp, QStringLiteral("127.0.0.1"), server.getPort(), QString()};
-    }
+    LinkAddress address() const { return atPort(server.getPort()); }
 
-    DatacoreBase config{QStringLiteral("configCoreRouter"), nullptr};
-    DatacoreBase status{QStringLiteral("statusCoreRouter"), nullptr};
-    DatacoreBase command{QStringLiteral("commandCoreRouter"), nullptr};
-    DatacoreBase persistent{QStringLiteral("persistentConfigCoreRouter"), nullptr};
-    std::vector<std::unique_ptr<DatacoreBase>> leaves;
+    std::deque<DatacoreBase> leaves;
     DatacoreServer server{{&config, &status, &command, &persistent}};
 };
 
@@ -65,10 +62,7 @@ struct Server
 struct BadServer : QTcpServer
 {
     BadServer() { REQUIRE(listen(QHostAddress::LocalHost)); }
-    LinkAddress address() const
-    {
-        return {LinkAddress::Way::Tcp, QStringLiteral("127.0.0.1"), serverPort(), QString()};
-    }
+    LinkAddress address() const { return atPort(serverPort()); }
     std::unique_ptr<QTcpSocket> take()
     {
         REQUIRE(waitFor([this] { return hasPendingConnections(); }));
@@ -94,8 +88,7 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     int up = 0;
     QObject::connect(&link, &DatacoreLink::linkIsUp, [&] {
         ++up;
-        CHECK(link.getConnection().isConnected());
-        CHECK_FALSE(registry.isFilling());
+        CHECK((link.getConnection().isConnected() && !registry.isFilling()));
     });
     QObject::connect(&registry, &ClientDatacoreRegistry::registryHasBeenPopulated, [&] {
         link.alarmMs = 0;
@@ -107,14 +100,14 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     REQUIRE(link.reaches(State::Current));
     CHECK(link.alarmMs < 0);
     CHECK(registry.getCount() == 7);
-    ClientDatacore* const a = registry.lookup(QStringLiteral("configCoreRouter/a"));
+    ClientDatacore* const a = registry.lookup("configCoreRouter/a"_s);
     REQUIRE(a != nullptr);
-    CHECK(a->getData() == QStringLiteral("1"));
+    CHECK(a->getData() == "1"_s);
 
     a->setDataInt(5); // the server ends before it reads this
     server.reset();
     REQUIRE(link.reaches(State::Waiting));
-    CHECK(link.getLastProblem() == QStringLiteral("The server has closed the link"));
+    CHECK(link.getLastProblem() == "The server has closed the link"_s);
     REQUIRE(lost.size() == 1);
     CHECK(lost[0].path == a->getPath());
     CHECK(lost[0].values == lines({"5"}));
@@ -127,10 +120,9 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     const LogCapture log;
     link.onAlarm(); // nobody is there
     REQUIRE(link.reaches(State::Waiting));
-    CHECK(log.lines().last() == QStringLiteral("info: Link to 127.0.0.1:%1: Connection refused, "
-                                               "next attempt in 200 ms")
-                                    .arg(address.port));
-    CHECK(link.getLastProblem() == QStringLiteral("Connection refused"));
+    CHECK(log.lines().last() == "info: Link to 127.0.0.1:%1: Connection refused, "
+                                "next attempt in 200 ms"_s.arg(address.port));
+    CHECK(link.getLastProblem() == "Connection refused"_s);
     CHECK(link.alarmMs == 200);
 
     server.emplace(std::initializer_list<const char*>{"a", "c", "d"}, "2", address.port);
@@ -143,10 +135,10 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     CHECK(changes.removed == lines({"configCoreRouter/b"}));
     CHECK(changes.withoutValue.isEmpty());
     CHECK(a == registry.lookup(a->getPath()));
-    CHECK(a->getData() == QStringLiteral("2"));
+    CHECK(a->getData() == "2"_s);
     a->setDataInt(6);
     CHECK(waitFor([&] { return a->getPendingCount() == 0; }));
-    CHECK(server->leaves[0]->getData() == QStringLiteral("6"));
+    CHECK(server->leaves[0].getData() == "6"_s);
     link.reconnectNow(); // no pause to end
     CHECK(link.journal == QVector<int>{1, 2, 3, 4, 1, 4, 1, 2, 3});
 
@@ -157,7 +149,7 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     CHECK(link.getAddress() == other.address());
     REQUIRE(link.reaches(State::Current));
     CHECK(changes.changed == lines({"configCoreRouter/a"}));
-    CHECK(registry.lookup(QStringLiteral("configCoreRouter/c"))->getData() == QStringLiteral("2"));
+    CHECK(registry.lookup("configCoreRouter/c"_s)->getData() == "2"_s);
     link.stop();
     CHECK(link.getState() == State::Idle);
     CHECK(link.alarmMs < 0);
@@ -166,8 +158,7 @@ TEST_CASE("A link outlives its server and fills its mirrors from the next one", 
     CHECK(link.journal == QVector<int>{1, 2, 3, 4, 1, 4, 1, 2, 3, 1, 2, 3, 0});
 }
 
-TEST_CASE("Pauses grow while a server is of no use, and begin anew after a good link",
-          "[client][server]")
+TEST_CASE("Pauses grow while a server is of no use, not after a good link", "[client][server]")
 {
     BadServer bad;
     SteppedLink link;
@@ -184,15 +175,16 @@ TEST_CASE("Pauses grow while a server is of no use, and begin anew after a good 
     silent->write(QByteArray(100'000, 'x')); // what is no packet is no answer
     silent->flush();
     link.onAlarm();
-    CHECK(link.getState() == State::Waiting);
-    CHECK(link.getLastProblem() == QStringLiteral("No answer within 7000 ms"));
-    CHECK(link.alarmMs == 500);
+    const auto checkPause = [&link](const QString& problem) {
+        CHECK(link.getState() == State::Waiting);
+        CHECK(link.getLastProblem() == problem);
+        CHECK(link.alarmMs == 500);
+    };
+    checkPause("No answer within 7000 ms"_s);
     CHECK(waitFor([&] { return silent->state() == QAbstractSocket::UnconnectedState; }));
     link.onAlarm();
     link.onAlarm(); // before the event loop could make the link
-    CHECK(link.getState() == State::Waiting);
-    CHECK(link.getLastProblem() == QStringLiteral("No link within 7000 ms"));
-    CHECK(link.alarmMs == 500);
+    checkPause("No link within 7000 ms"_s);
     link.start(bad.address());
     link.onAlarm();
     CHECK(link.alarmMs == 100);
@@ -204,18 +196,15 @@ TEST_CASE("Pauses grow while a server is of no use, and begin anew after a good 
     link.start(good->address());
     REQUIRE(link.reaches(State::Current));
     quint16 const port = good->server.getPort();
-    int pauses[] = {0, 0, 0};
-    const int lastedMs[] = {501, 100, 201};
-    for (int i = 0; i < 3; ++i) {
-        link.nowMs += lastedMs[i];
+    for (const auto& [lastedMs, pauseMs] : Table<int, int>{{501, 100}, {100, 200}, {201, 100}}) {
+        link.nowMs += lastedMs;
         good.reset();
         REQUIRE(link.reaches(State::Waiting));
-        pauses[i] = link.alarmMs;
+        CHECK(link.alarmMs == pauseMs);
         good.emplace(std::initializer_list<const char*>{"a"}, "1", port);
         link.onAlarm();
         REQUIRE(link.reaches(State::Current));
     }
-    CHECK(std::vector<int>(pauses, pauses + 3) == std::vector<int>{100, 200, 100});
 }
 
 TEST_CASE("A link may be stopped and started in slots of its signals", "[client][server]")
@@ -223,8 +212,7 @@ TEST_CASE("A link may be stopped and started in slots of its signals", "[client]
     Server server({"a"}, "1");
     SteppedLink link;
     const auto stop = [&link] { link.stop(); };
-    const auto atOnce =
-        QObject::connect(&link, &DatacoreLink::linkIsUp, &link, stop, Qt::DirectConnection);
+    const auto atOnce = QObject::connect(&link, &DatacoreLink::linkIsUp, stop);
     link.start(server.address());
     REQUIRE(link.reaches(State::Idle));
     QObject::disconnect(atOnce);
@@ -249,16 +237,19 @@ TEST_CASE("A link may be stopped and started in slots of its signals", "[client]
 TEST_CASE("A pause is bounded, and chance takes its share of it", "[client]")
 {
     const DatacoreLinkTimes defaults;
-    CHECK(defaults.getPauseMs(1, 0) == 250);
-    CHECK(defaults.getPauseMs(2, 0) == 500);
-    CHECK(defaults.getPauseMs(2, 1) == 375);
-    CHECK(defaults.getPauseMs(8, 0) == 30000);
-    CHECK(defaults.getPauseMs(2'000'000'000, 0.5) == 26250);
     CHECK(defaults.patienceMs == 5000);
-    CHECK(DatacoreLinkTimes{100, 0.1, 500, 7, 0}.getPauseMs(5, 0.5) == 50);
-    CHECK(DatacoreLinkTimes{100, 3, 500, -1, 0}.getPauseMs(2, 1) == 300);
-    CHECK(DatacoreLinkTimes{0, 2, 500, 0, 0}.getPauseMs(1, 0) == 1);
-    CHECK(DatacoreLinkTimes{0, 2, 0, 0, 0}.getPauseMs(2000, 0) == 1);
+    for (const auto& [times, attempt, chance, pauseMs] :
+         Table<DatacoreLinkTimes, int, double, int>{{defaults, 1, 0, 250},
+                                                    {defaults, 2, 0, 500},
+                                                    {defaults, 2, 1, 375},
+                                                    {defaults, 8, 0, 30000},
+                                                    {defaults, 2'000'000'000, 0.5, 26250},
+                                                    {{100, 0.1, 500, 7, 0}, 5, 0.5, 50},
+                                                    {{100, 3, 500, -1, 0}, 2, 1, 300},
+                                                    {{0, 2, 500, 0, 0}, 1, 0, 1},
+                                                    {{0, 2, 0, 0, 0}, 2000, 0, 1}}) {
+        CHECK(times.getPauseMs(attempt, chance) == pauseMs);
+    }
 
     BadServer bad;
     SteppedLink link(1);

@@ -11,6 +11,8 @@
 #include <QCoreApplication>
 #include <QPointer>
 
+#include <utility>
+
 namespace {
 
 using Registry = ClientDatacoreRegistry;
@@ -22,9 +24,9 @@ struct Client
     Client()
     {
         registry.setKeepMirrors(true);
-        on(&Registry::registryHasBeenPopulated, [this] { note("populated", {}); });
-        on(&Registry::registryHasBeenCleared, [this] { note("cleared", {}); });
-        on(&Registry::mirrorsBecameStale, [this] { note("stale", {}); });
+        on(&Registry::registryHasBeenPopulated, [this] { note("populated"); });
+        on(&Registry::registryHasBeenCleared, [this] { note("cleared"); });
+        on(&Registry::mirrorsBecameStale, [this] { note("stale"); });
         on(&Registry::mirrorsAboutToBeRemoved,
            [this](const QStringList& p) { note("going", {p}); });
         on(&Registry::mirrorsAdded, [this](const QStringList& p) { note("new", {p}); });
@@ -46,7 +48,7 @@ struct Client
     {
         QObject::connect(&registry, signal, slot);
     }
-    void note(const char* what, const std::vector<QStringList>& lists)
+    void note(const char* what, const std::vector<QStringList>& lists = {})
     {
         QStringList words{QLatin1String(what)};
         for (const QStringList& list : lists) {
@@ -54,12 +56,7 @@ struct Client
         }
         journal.append(words.join(QLatin1Char('|')));
     }
-    QStringList takeJournal()
-    {
-        QStringList taken;
-        taken.swap(journal);
-        return taken;
-    }
+    QStringList takeJournal() { return std::exchange(journal, {}); }
 
     void connect()
     {
@@ -71,11 +68,8 @@ struct Client
     void dump(std::initializer_list<const char*> paths)
     {
         connect();
-        if (registry.isEmpty()) {
-            registry.populate(lines(paths), monitor);
-        } else {
-            registry.refill(lines(paths), monitor);
-        }
+        (registry.*(registry.isEmpty() ? &Registry::populate : &Registry::refill))(lines(paths),
+                                                                                   monitor);
     }
     ClientDatacore& at(const char* path)
     {
@@ -149,7 +143,7 @@ TEST_CASE("Kept mirrors are stale without a link, refuse writes, and are filled 
     client.at("r/a").setDataStringList(lines({"3", "4"}));
     CHECK(told == lines({"3,4", "3,4"}));
     CHECK(client.takeJournal() == lines({"lost|r/a|7|1", "lost|r/a|8,9|1"}));
-    client.at("r/d").DatacoreBase::setData(QStringLiteral("behind its back"));
+    client.at("r/d").DatacoreBase::setData("behind its back"_s);
     CHECK(client.takeJournal() == lines({"lost|r/d|behind its back|1"}));
     CHECK(client.at("r/d").getPendingCount() == 0);
 
@@ -225,8 +219,8 @@ TEST_CASE("A fill names what came and went on the server, also across fills brok
 
     client.socket->drop();
     client.dump({}); // a server without anything
-    CHECK(client.takeJournal().last() == QStringLiteral("filled|||configCoreRouter/a,"
-                                                        "configCoreRouter/b,configCoreRouter/d|"));
+    CHECK(client.takeJournal().last() == "filled|||configCoreRouter/a,"
+                                         "configCoreRouter/b,configCoreRouter/d|"_s);
 }
 
 TEST_CASE("A fill ends without the values that don't come", "[client]")
@@ -287,7 +281,7 @@ TEST_CASE("Slots may lose the link or clear the registry at any moment", "[clien
     };
     QObject::connect(&client.at("r/a"), &ClientDatacore::datacoreUpdated, drop);
     client.takeJournal();
-    client.at("r/a").setDataString(QStringLiteral("drop"));
+    client.at("r/a").setDataString("drop"_s);
     CHECK(client.takeJournal() == lines({"stale", "lost|r/a|drop|1"}));
     CHECK(client.at("r/a").getPendingCount() == 0);
 

@@ -1,11 +1,9 @@
 // The tree's JSON form, its paths and its shapes.
 #include "infrastructure/datacore/DatacoreBase.h"
 #include "infrastructure/datacore/DatacoreNumber.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
-#include <memory>
-#include <QJsonArray>
+#include <deque>
 
 namespace {
 
@@ -20,18 +18,18 @@ bool read(DatacoreBase& node, const char* path, const QJsonObject& json, bool ju
 /// A root with the children a and b, and c below a.
 struct SmallTree
 {
-    DatacoreBase root{QStringLiteral("root"), nullptr};
-    DatacoreBase b{QStringLiteral("b"), &root, QStringLiteral("1")};
-    DatacoreBase a{QStringLiteral("a"), &root, QStringLiteral("2")};
-    DatacoreBase c{QStringLiteral("c"), &a, QStringLiteral("3")};
+    DatacoreBase root{"root"_s, nullptr};
+    DatacoreBase b{"b"_s, &root, "1"_s};
+    DatacoreBase a{"a"_s, &root, "2"_s};
+    DatacoreBase c{"c"_s, &a, "3"_s};
 };
 
 } // namespace
 
 TEST_CASE("The two JSON forms of a tree", "[datacore]")
 {
-    DatacoreBase root(QStringLiteral("BasicTestDatacoreL0"), QStringLiteral("TestCore"), nullptr);
-    DatacoreNumber<int> leaf(QStringLiteral("L1datacoreInstance"), &root, 5);
+    DatacoreBase root("BasicTestDatacoreL0"_s, "TestCore"_s, nullptr);
+    DatacoreNumber<int> leaf("L1datacoreInstance"_s, &root, 5);
     // The serialised text, blanks aside: so the order of keys counts too.
     CHECK(toText(write(root, "", false, true)) ==
           QByteArray(R"({"TestCore": {"L1datacoreInstance": {"class": "DatacoreInt32", "data": "5",
@@ -46,7 +44,7 @@ TEST_CASE("The two JSON forms of a tree", "[datacore]")
     CHECK(toText(write(root, "L1datacoreInstance", true, false)) ==
           R"({"L1datacoreInstance":{"data":"5"}})");
 
-    leaf.setData({QStringLiteral("1"), QStringLiteral("x")});
+    leaf.setData({"1"_s, "x"_s});
     CHECK(toText(write(leaf, "", false, true)) ==
           R"({"L1datacoreInstance":{"class":"DatacoreInt32","data":["1","x"],)"
           R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[)"
@@ -55,10 +53,8 @@ TEST_CASE("The two JSON forms of a tree", "[datacore]")
 
 TEST_CASE("Constructors give class name and values", "[datacore]")
 {
-    const QString name = QStringLiteral("n");
-    const QString own = QStringLiteral("Own");
-    const QString base = QStringLiteral("DatacoreBase");
-    const std::deque<QString> one{QStringLiteral("x")};
+    const QString name = "n"_s, own = "Own"_s, base = "DatacoreBase"_s;
+    const std::deque<QString> one{"x"_s};
     const std::deque<QString> two = strings({"x", "y"});
     struct Row
     {
@@ -71,56 +67,47 @@ TEST_CASE("Constructors give class name and values", "[datacore]")
         {{own, name, nullptr}, own, {}},          {{name, nullptr, one[0]}, base, one},
         {{name, nullptr, two}, base, two},        {{name, nullptr}, base, {}},
     };
-    for (Row& row : rows) {
-        CHECK(row.node.getInstanceName() == name);
-        CHECK(row.node.getClassName() == row.className);
-        CHECK(row.node.getDataList() == row.values);
-        CHECK(row.node.getData() == (row.values.empty() ? QString() : row.values[0]));
-        CHECK(row.node.getDataAt(1) == (row.values.size() < 2 ? QString() : row.values[1]));
-        CHECK(row.node.getChangeState() == 2);
-        CHECK(row.node.takeChangedList().empty());
-        CHECK(row.node.isValid());
-        CHECK(row.node.isActive());
+    for (auto& [node, className, values] : rows) {
+        CHECK(node.getInstanceName() == name);
+        CHECK(node.getClassName() == className);
+        CHECK(node.getDataList() == values);
+        CHECK(node.getData() == (values.empty() ? QString() : values[0]));
+        CHECK(node.getDataAt(1) == (values.size() < 2 ? QString() : values[1]));
+        CHECK(node.getChangeState() == 2);
+        CHECK((node.takeChangedList().empty() && node.isValid() && node.isActive()));
     }
 }
 
 TEST_CASE("Paths lead to nodes or nowhere", "[datacore]")
 {
     SmallTree tree;
-    struct Row
-    {
-        const char* path;
-        const DatacoreBase* node;
-    };
-    const Row rows[] = {
+    const Table<const char*, const DatacoreBase*> rows{
         {"", &tree.root},   {"a", &tree.a},      {"b", &tree.b}, {"a/c", &tree.c},
         {"a/c/", &tree.c},  {"a/", &tree.a},     {"/", nullptr}, {"/a", nullptr},
         {"a//", nullptr},   {"a//c", nullptr},   {"c", nullptr}, {"b/c", nullptr},
         {"a/c/d", nullptr}, {"root", nullptr},   {"A", nullptr}, {"a ", nullptr},
         {"class", nullptr}, {"a/data", nullptr},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.path);
-        const QString path = QLatin1String(row.path);
-        CHECK(tree.root.findDatacore(path) == row.node);
+    for (const auto& [text, node] : rows) {
+        CAPTURE(text);
+        const QString path = QLatin1String(text);
+        CHECK(tree.root.findDatacore(path) == node);
         QJsonObject json;
         DatacoreJsonMessages messages;
-        CHECK(tree.root.appendToJson(path, json, true, false, messages) == (row.node != nullptr));
-        CHECK(json.keys() ==
-              (row.node != nullptr ? QStringList{row.node->getInstanceName()} : QStringList()));
-        CHECK(tree.root.populateFromJson(path, json, true, messages) == (row.node != nullptr));
+        CHECK(tree.root.appendToJson(path, json, true, false, messages) == (node != nullptr));
+        CHECK(json.keys() == (node ? QStringList{node->getInstanceName()} : QStringList()));
+        CHECK(tree.root.populateFromJson(path, json, true, messages) == (node != nullptr));
         CHECK(messages.isEmpty());
     }
-    CHECK(tree.root.getPath() == QStringLiteral("root"));
-    CHECK(tree.c.getPath() == QStringLiteral("root/a/c"));
+    CHECK(tree.root.getPath() == "root"_s);
+    CHECK(tree.c.getPath() == "root/a/c"_s);
     CHECK(tree.root.getChildren() == std::vector<DatacoreBase*>{&tree.a, &tree.b});
-    CHECK(tree.c.getChildren().empty());
-    CHECK(tree.root.takeChangedList().empty());
+    CHECK((tree.c.getChildren().empty() && tree.root.takeChangedList().empty()));
 
-    DatacoreBase second(QStringLiteral("a"), &tree.root);
-    CHECK(tree.root.findDatacore(QStringLiteral("a")) == &tree.a);
+    DatacoreBase second("a"_s, &tree.root);
+    CHECK(tree.root.findDatacore("a"_s) == &tree.a);
     CHECK(tree.root.getChildren().size() == 2);
-    second.setData(QStringLiteral("new")); // out of reach, it still tells its parent
+    second.setData("new"_s); // out of reach, it still tells its parent
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&second});
 }
 
@@ -131,15 +118,15 @@ TEST_CASE("Reading takes what an object names and leaves the rest", "[datacore]"
         tree.root, "",
         parseObject(R"({"root": {"a": {"c": {"data": "30"}}, "unknown": {"data": 1}, "class": "X",
                                   "data": ["7", "8"]}})")));
-    CHECK(tree.c.getData() == QStringLiteral("30"));
-    CHECK(tree.a.getData() == QStringLiteral("2"));
-    CHECK(tree.b.getData() == QStringLiteral("1"));
+    CHECK(tree.c.getData() == "30"_s);
+    CHECK(tree.a.getData() == "2"_s);
+    CHECK(tree.b.getData() == "1"_s);
     CHECK(tree.root.getDataCount() == 2);
-    CHECK(tree.root.getClassName() == QStringLiteral("DatacoreBase"));
+    CHECK(tree.root.getClassName() == "DatacoreBase"_s);
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.root, &tree.c});
 
     CHECK(read(tree.root, "a", parseObject(R"({"a": {"data": "20", "c": {"data": null}}})"), true));
-    CHECK(tree.a.getData() == QStringLiteral("20"));
+    CHECK(tree.a.getData() == "20"_s);
     CHECK(tree.c.getDataCount() == 0);
     CHECK(tree.root.takeChangedList() == std::vector<DatacoreBase*>{&tree.a, &tree.c});
 }
@@ -163,15 +150,13 @@ TEST_CASE("Objects of another shape are refused or read as empty", "[datacore]")
 TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[datacore]")
 {
     constexpr int levels = 1000;
-    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    std::deque<DatacoreBase> nodes;
     QStringList path;
     for (int i = 0; i < levels; ++i) {
-        path += QStringLiteral("n%1").arg(i);
-        nodes.push_back(std::make_unique<DatacoreBase>(
-            path.last(), i == 0 ? nullptr : nodes.back().get(), path.last()));
+        path += "n%1"_s.arg(i);
+        nodes.emplace_back(path.last(), i == 0 ? nullptr : &nodes.back(), path.last());
     }
-    DatacoreBase& root = *nodes.front();
-    DatacoreBase& leaf = *nodes.back();
+    DatacoreBase &root = nodes.front(), &leaf = nodes.back();
     CHECK(leaf.getPath() == path.join(QLatin1Char('/')));
     path.removeFirst();
     CHECK(root.findDatacore(path.join(QLatin1Char('/'))) == &leaf);
@@ -179,8 +164,8 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
     CHECK(leaf.getChangeState() == 0);
 
     const QJsonObject json = write(root, "", false, true);
-    for (const auto& node : nodes) {
-        node->setData(QStringLiteral("other"));
+    for (DatacoreBase& node : nodes) {
+        node.setData("other"_s);
     }
     CHECK(root.takeChangedList().size() == levels);
     CHECK(read(root, "", json));
@@ -195,17 +180,18 @@ TEST_CASE("A tree of 1,000 levels is written, read, found and cleared", "[dataco
 TEST_CASE("Nodes may be destroyed in either order, with changes waiting", "[datacore]")
 {
     for (const bool rootFirst : {true, false}) {
-        std::deque<std::unique_ptr<DatacoreBase>> nodes;
+        std::deque<DatacoreBase> nodes;
         for (int i = 0; i < 100; ++i) {
-            nodes.push_back(std::make_unique<DatacoreBase>(
-                QString::number(i), nodes.empty() ? nullptr : nodes.front().get()));
-            nodes.back()->setData(QStringLiteral("1"));
+            nodes.emplace_back(QString::number(i), nodes.empty() ? nullptr : &nodes.front());
+            nodes.back().setData("1"_s);
         }
         if (rootFirst) {
             nodes.pop_front();
         } else {
-            nodes.resize(1);
-            CHECK(nodes.front()->takeChangedList().size() == 100);
+            while (nodes.size() > 1) {
+                nodes.pop_back();
+            }
+            CHECK(nodes.front().takeChangedList().size() == 100);
         }
     }
 }

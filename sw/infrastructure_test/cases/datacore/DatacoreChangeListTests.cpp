@@ -3,63 +3,46 @@
 #include "sw/infrastructure_test/Catch.h"
 
 #include <algorithm>
+#include <deque>
 #include <random>
-
-namespace {
-
-/// The plain form of the same: a search for each entry.
-void merge(std::vector<DatacoreBase*>& list, std::vector<DatacoreBase*>& other)
-{
-    for (DatacoreBase* node : other) {
-        if (node != nullptr && std::find(list.begin(), list.end(), node) == list.end()) {
-            list.push_back(node);
-        }
-    }
-    other.clear();
-}
-
-} // namespace
+#include <utility>
 
 TEST_CASE("A change list holds each node once, in the order of arrival", "[datacore]")
 {
-    constexpr int listCount = 4;
-    std::vector<std::unique_ptr<DatacoreBase>> nodes;
+    using Nodes = std::vector<DatacoreBase*>;
+    std::deque<DatacoreBase> nodes;
     for (int i = 0; i < 200; ++i) {
-        nodes.push_back(std::make_unique<DatacoreBase>(QString::number(i), nullptr));
+        nodes.emplace_back(QString::number(i), nullptr);
     }
-    DatacoreChangeList lists[listCount];
-    std::vector<DatacoreBase*> expected[listCount];
+    DatacoreChangeList lists[4];
+    Nodes expected[4];
+    // The plain form of the same: a search for each entry.
+    const auto merge = [](Nodes& list, Nodes& other) {
+        for (DatacoreBase* node : std::exchange(other, {})) {
+            if (node != nullptr && std::find(list.begin(), list.end(), node) == list.end()) {
+                list.push_back(node);
+            }
+        }
+    };
     std::mt19937 random(3);
     const auto below = [&random](std::size_t limit) { return random() % limit; };
     for (int step = 0; step < 20000; ++step) {
-        const std::size_t to = below(listCount);
-        switch (below(40)) {
-        case 0:
-            REQUIRE(lists[to].take() == expected[to]);
-            expected[to].clear();
-            break;
-        case 1: {
-            const std::size_t from = below(listCount);
+        const std::size_t to = below(4), from = below(4), action = below(40);
+        if (action == 0) {
+            REQUIRE(lists[to].take() == std::exchange(expected[to], {}));
+        } else if (action == 1) { // of a list with itself, too
             lists[to].mergeFrom(lists[from]);
-            if (to != from) {
-                merge(expected[to], expected[from]);
-            }
+            merge(expected[to], expected[from]);
             REQUIRE(lists[from].isEmpty() == expected[from].empty());
-            break;
-        }
-        default: {
-            // Few different nodes at some times, many at others.
-            DatacoreBase* node = below(20) == 0 ? nullptr : nodes[below(step % 200 + 1)].get();
-            DatacoreChangeList one(node);
-            std::vector<DatacoreBase*> expectedOne{node};
-            lists[to].mergeFrom(one);
-            merge(expected[to], expectedOne);
-            break;
-        }
+        } else { // few different nodes at some times, many at others
+            Nodes one{below(20) == 0 ? nullptr : &nodes[below(step % 200 + 1)]};
+            DatacoreChangeList list(one[0]);
+            lists[to].mergeFrom(list);
+            merge(expected[to], one);
         }
         REQUIRE(lists[to].isEmpty() == expected[to].empty());
     }
-    for (int i = 0; i < listCount; ++i) {
+    for (int i = 0; i < 4; ++i) {
         REQUIRE(lists[i].take() == expected[i]);
         REQUIRE(lists[i].take().empty());
     }

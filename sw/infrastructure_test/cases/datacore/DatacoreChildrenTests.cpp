@@ -2,6 +2,7 @@
 #include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -11,7 +12,7 @@ namespace {
 /// Names that begin alike, of all lengths, with characters beyond ASCII; some come twice.
 QString makeName(std::mt19937& random, int count)
 {
-    QString name = QStringLiteral("measurement").left(static_cast<int>(random() % 12));
+    QString name = "measurement"_s.left(static_cast<int>(random() % 12));
     const int more = static_cast<int>(random() % 3) + (name.isEmpty() ? 1 : 0);
     for (int i = 0; i < more; ++i) {
         name += QChar(static_cast<ushort>(random() % 2 == 0 ? 'a' + random() % 3 : 0xFFF0));
@@ -27,12 +28,12 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
         std::mt19937 random(static_cast<unsigned>(count));
         DatacoreChildren children;
         std::map<QString, DatacoreBase*> expected;
-        std::vector<std::unique_ptr<DatacoreBase>> nodes;
+        std::deque<DatacoreBase> nodes;
         for (int i = 0; i < count; ++i) {
             const QString name = makeName(random, count);
-            nodes.push_back(std::make_unique<DatacoreBase>(name, nullptr));
-            children.add(name, nodes.back().get());
-            expected.emplace(name, nodes.back().get());
+            nodes.emplace_back(name, nullptr);
+            children.add(name, &nodes.back());
+            expected.emplace(name, &nodes.back());
             if (i % (count / 30 + 7) == 0) {
                 children.inOrder(); // later ones come out of order
             }
@@ -57,13 +58,13 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
 
 TEST_CASE("A node's name outlives it among its siblings", "[datacore]")
 {
-    DatacoreBase root(QStringLiteral("root"), nullptr);
-    auto gone = std::make_unique<DatacoreBase>(QStringLiteral("b"), &root);
+    DatacoreBase root("root"_s, nullptr);
+    auto gone = std::make_unique<DatacoreBase>("b"_s, &root);
     gone.reset();
-    const DatacoreBase a(QStringLiteral("a"), &root);
-    const DatacoreBase c(QStringLiteral("c"), &root);
-    CHECK(root.findDatacore(QStringLiteral("a")) == &a);
-    CHECK(root.findDatacore(QStringLiteral("c")) == &c);
+    const DatacoreBase a("a"_s, &root);
+    const DatacoreBase c("c"_s, &root);
+    CHECK(root.findDatacore("a"_s) == &a);
+    CHECK(root.findDatacore("c"_s) == &c);
 }
 
 TEST_CASE("A hook may add children while the others are told", "[datacore]")
@@ -71,27 +72,23 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
     /// Adds a sibling before itself, and one behind, when it is told for the first time.
     struct Growing : DatacoreBase
     {
-        Growing(const QString& name, DatacoreBase* parentNode)
-            : DatacoreBase(name, parentNode)
-            , owner(parentNode)
-        {
-        }
+        using DatacoreBase::DatacoreBase;
         void onValid() override
         {
             ++told;
             if (!before) {
-                before = std::make_unique<DatacoreBase>(QStringLiteral("a"), owner);
-                behind = std::make_unique<DatacoreBase>(QStringLiteral("z"), owner);
+                before = std::make_unique<DatacoreBase>("a"_s, owner);
+                behind = std::make_unique<DatacoreBase>("z"_s, owner);
             }
         }
-        DatacoreBase* owner;
+        DatacoreBase* owner = nullptr;
         int told = 0;
-        std::unique_ptr<DatacoreBase> before;
-        std::unique_ptr<DatacoreBase> behind;
+        std::unique_ptr<DatacoreBase> before, behind;
     };
-    DatacoreBase root(QStringLiteral("root"), nullptr);
-    Growing growing(QStringLiteral("m"), &root);
-    DatacoreBase next(QStringLiteral("n"), &root);
+    DatacoreBase root("root"_s, nullptr);
+    Growing growing("m"_s, &root);
+    growing.owner = &root;
+    DatacoreBase next("n"_s, &root);
     SECTION("by a call")
     {
         root.notifyValidRecursive();
@@ -99,16 +96,13 @@ TEST_CASE("A hook may add children while the others are told", "[datacore]")
     SECTION("by JSON that they read")
     {
         DatacoreJsonMessages messages;
-        REQUIRE(root.populateFromJson(
-            QString(),
-            parseObject(
-                R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})"),
-            true, messages));
-        CHECK(next.getData() == QStringLiteral("2"));
-        CHECK(growing.behind->getData() == QStringLiteral("3"));
+        const QJsonObject json = parseObject(
+            R"({"root": {"m": {"data": "1"}, "n": {"data": "2"}, "z": {"data": "3"}}})");
+        REQUIRE(root.populateFromJson(QString(), json, true, messages));
+        CHECK(next.getData() == "2"_s);
+        CHECK(growing.behind->getData() == "3"_s);
     }
     CHECK(growing.told == 1);
-    const std::vector<DatacoreBase*> children = root.getChildren();
-    CHECK(children ==
+    CHECK(root.getChildren() ==
           std::vector<DatacoreBase*>{growing.before.get(), &growing, &next, growing.behind.get()});
 }

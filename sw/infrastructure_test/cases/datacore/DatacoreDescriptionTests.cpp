@@ -6,12 +6,11 @@
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/DatacorePoint.h"
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 namespace {
 
-const QString NAME = QStringLiteral("leaf");
+const QString NAME = "leaf"_s;
 
 /// The JSON form, which is read back as it was.
 QByteArray describe(const DatacoreBase& node)
@@ -53,10 +52,10 @@ TEST_CASE("Each class of leaves tells what it takes", "[datacore]")
 
     DatacoreBase group(NAME, nullptr);
     CHECK(describe(group) == "{}");
-    const DatacoreBase text(QStringLiteral("text"), &group, QStringLiteral("x"));
+    const DatacoreBase text("text"_s, &group, "x"_s);
     CHECK(describe(text) == "{}");
     CHECK(describe(group) == R"({"kind":"Group"})");
-    group.setData(QStringLiteral("x"));
+    group.setData("x"_s);
     CHECK(describe(group) == "{}");
     CHECK(describe(DatacoreBool(NAME, nullptr)) == R"({"kind":"Bool","values":["false","true"]})");
     CHECK(describe(DatacorePoint(NAME, nullptr)) == R"({"kind":"Point"})");
@@ -79,15 +78,14 @@ TEST_CASE("Each class of leaves tells what it takes", "[datacore]")
 TEST_CASE("An owner adds unit, sentence and counts, and closes a tree to clients", "[datacore]")
 {
     DatacoreBase root(NAME, nullptr);
-    DatacoreBase group(QStringLiteral("group"), &root);
-    DatacoreNumberSetLimits<int> leaf(QStringLiteral("leaf"), &group, 0, 4);
+    DatacoreBase group("group"_s, &root);
+    DatacoreNumberSetLimits<int> leaf("leaf"_s, &group, 0, 4);
     root.takeChangedList();
-    leaf.setNotes({QStringLiteral("\u00b0C"), QStringLiteral("\"Hot\""), true, 1, 10});
+    leaf.setNotes({"\u00b0C"_s, "\"Hot\""_s, true, 1, 10});
     CHECK(describe(leaf) ==
           R"({"kind":"Int32","least":1,"max":"4","min":"0","most":5,"readOnly":true,)"
           R"("text":"\"Hot\"","unique":true,"unit":"°C"})");
-    CHECK(leaf.isReadOnlyForClients());
-    CHECK_FALSE(group.isReadOnlyForClients());
+    CHECK((leaf.isReadOnlyForClients() && !group.isReadOnlyForClients()));
     leaf.setNotes({{}, {}, false, 0, 3});
     CHECK(describe(leaf) == R"({"kind":"Int32","max":"4","min":"0","most":3,"unique":true})");
     root.setNotes({{}, {}, true});
@@ -99,12 +97,10 @@ TEST_CASE("An owner adds unit, sentence and counts, and closes a tree to clients
 
 TEST_CASE("Each part of a description counts", "[datacore]")
 {
-    const char* const parts[] = {R"("kind":"Int32")", R"("least":1)",     R"("max":"1")",
-                                 R"("min":"1")",      R"("most":1)",      R"("readOnly":true)",
-                                 R"("text":"x")",     R"("unique":true)", R"("unit":"x")",
-                                 R"("values":[""])"};
-    for (const char* part : parts) {
-        const QByteArray json = QByteArray("{") + part + "}";
+    for (const QByteArray json :
+         {R"({"kind":"Int32"})", R"({"least":1})", R"({"max":"1"})", R"({"min":"1"})",
+          R"({"most":1})", R"({"readOnly":true})", R"({"text":"x"})", R"({"unique":true})",
+          R"({"unit":"x"})", R"({"values":[""]})"}) {
         CAPTURE(json);
         QString reason;
         const auto read = DatacoreDescription::fromJson(parseObject(json), reason);
@@ -118,16 +114,14 @@ TEST_CASE("Each part of a description counts", "[datacore]")
 
 TEST_CASE("A description that lies is refused with the key that does", "[datacore]")
 {
-    const auto repeated = [](int count, const QByteArray& text) { return text.repeated(count); };
-    const auto list = [&](int count) {
-        return "\"values\":[" + repeated(count - 1, "\"1\",") + "\"1\"]";
+    const auto list = [](int count) {
+        return "\"values\":[" + QByteArray("\"1\",").repeated(count - 1) + "\"1\"]";
     };
-    struct Row
-    {
-        QByteArray json;
-        const char* key; ///< null if it is good
+    const auto text = [](const char* key, int size) {
+        return QByteArray(key) + '"' + QByteArray(size, 'x') + '"';
     };
-    const Row rows[] = {
+    const Table<QByteArray, const char*> rows{
+        // and the key, null if it is good
         {R"("other":{},"kind":"Hue","min":"z","max":"a")", nullptr},
         {R"("kind":5)", "kind"},
         {R"("kind":null)", "kind"},
@@ -146,12 +140,12 @@ TEST_CASE("A description that lies is refused with the key that does", "[datacor
         {list(1000), nullptr},
         {list(1001), "values"},
         {list(1000000), "values"},
-        {"\"values\":[\"" + repeated(100, "x") + "\"]", nullptr},
-        {"\"values\":[\"" + repeated(101, "x") + "\"]", "values"},
-        {"\"unit\":\"" + repeated(100, "x") + '"', nullptr},
-        {"\"unit\":\"" + repeated(101, "x") + '"', "unit"},
-        {"\"text\":\"" + repeated(1000, "x") + '"', nullptr},
-        {"\"text\":\"" + repeated(1001, "x") + '"', "text"},
+        {text("\"values\":[", 100) + ']', nullptr},
+        {text("\"values\":[", 101) + ']', "values"},
+        {text("\"unit\":", 100), nullptr},
+        {text("\"unit\":", 101), "unit"},
+        {text("\"text\":", 1000), nullptr},
+        {text("\"text\":", 1001), "text"},
         {R"("kind":"Int32","min":"2","max":"2")", nullptr},
         {R"("kind":"Int32","min":"10","max":"9")", "max"},
         {R"("kind":"Int32","min":"x")", "max"},
@@ -166,15 +160,11 @@ TEST_CASE("A description that lies is refused with the key that does", "[datacor
         {R"("kind":"Double","max":"nan")", "max"},
         {R"("kind":"MacAddress","min":"2","max":"1")", "max"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.json.left(100));
-        QString reason = QStringLiteral("?");
-        const auto read = DatacoreDescription::fromJson(parseObject('{' + row.json + '}'), reason);
-        CHECK(reason == (row.key == nullptr
-                             ? QString()
-                             : QStringLiteral("bad \"%1\"").arg(QLatin1String(row.key))));
-        if (row.key != nullptr) {
-            CHECK(read == DatacoreDescription());
-        }
+    for (const auto& [json, key] : rows) {
+        CAPTURE(json.left(100));
+        QString reason = "?"_s;
+        const auto read = DatacoreDescription::fromJson(parseObject('{' + json + '}'), reason);
+        CHECK(reason == (key ? "bad \"%1\""_s.arg(QLatin1String(key)) : QString()));
+        CHECK((key == nullptr || read == DatacoreDescription()));
     }
 }

@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
 #include "infrastructure/datacore/DatacorePoint.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <limits>
@@ -11,10 +10,7 @@ namespace {
 
 using Octets = DatacoreMacAddress::Octets;
 
-QString name()
-{
-    return QStringLiteral("leaf");
-}
+const QString NAME = "leaf"_s;
 
 constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
 
@@ -22,13 +18,12 @@ constexpr Octets EXAMPLE{0x00, 0x15, 0xE9, 0x2B, 0x99, 0x3C};
 
 TEST_CASE("A boolean is one of two texts", "[datacore]")
 {
-    DatacoreBool leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreBool"));
+    DatacoreBool leaf(NAME, nullptr);
+    CHECK(leaf.getClassName() == "DatacoreBool"_s);
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBool(true);
     CHECK(leaf.getDataList() == strings({"true"}));
-    CHECK(leaf.getDataBool());
-    CHECK(leaf.isValid());
+    CHECK((leaf.getDataBool() && leaf.isValid()));
     for (const char* bad : {"True", "1", "", " true", "falsey"}) {
         leaf.setData(QLatin1String(bad));
         CHECK(reasons(leaf) == std::vector<int>{10});
@@ -42,30 +37,29 @@ TEST_CASE("A boolean is one of two texts", "[datacore]")
     leaf.setDataBool(false);
     CHECK(leaf.getDataList() == strings({"false"}));
     leaf.setDataBools({});
-    CHECK(leaf.isValid());
-    CHECK_FALSE(leaf.getDataBool());
-    CHECK(DatacoreBool(name(), nullptr, true).getDataBool());
+    CHECK((leaf.isValid() && !leaf.getDataBool()));
+    CHECK(DatacoreBool(NAME, nullptr, true).getDataBool());
     const std::deque<bool> flags{true, false, true};
-    transfer(DatacoreBool(name(), nullptr, flags), leaf);
+    transfer(DatacoreBool(NAME, nullptr, flags), leaf);
     CHECK(leaf.getDataBools() == flags);
     CHECK(leaf.isValid());
 }
 
 TEST_CASE("Points survive JSON, and texts of another shape are reported one by one", "[datacore]")
 {
-    DatacorePoint leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacorePoint"));
+    DatacorePoint leaf(NAME, nullptr);
+    CHECK(leaf.getClassName() == "DatacorePoint"_s);
     CHECK(leaf.getDataList() == strings({"0,0"}));
     constexpr int low = std::numeric_limits<int>::min();
     constexpr int high = std::numeric_limits<int>::max();
     const std::deque<QPoint> points{{low, high}, {high, low}, {0, -1}, {-1, 0}};
     bool ok = false;
     for (const QPoint& point : points) {
-        transfer(DatacorePoint(name(), nullptr, point.x(), point.y()), leaf);
+        transfer(DatacorePoint(NAME, nullptr, point.x(), point.y()), leaf);
         CHECK(leaf.getDataPoint(ok) == point);
         CHECK(ok);
     }
-    transfer(DatacorePoint(name(), nullptr, points), leaf);
+    transfer(DatacorePoint(NAME, nullptr, points), leaf);
     CHECK(leaf.getDataPoints(ok) == points);
     CHECK(ok);
     leaf.setDataPoint(-7, 8);
@@ -93,18 +87,17 @@ TEST_CASE("Points survive JSON, and texts of another shape are reported one by o
 
 TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
 {
-    DatacoreMacAddress leaf(name(), nullptr, EXAMPLE);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreMacAddress"));
+    DatacoreMacAddress leaf(NAME, nullptr, EXAMPLE);
+    CHECK(leaf.getClassName() == "DatacoreMacAddress"_s);
     CHECK(leaf.isValid());
-    CHECK(leaf.getData() == QStringLiteral("94106261820")); // 0x0015E92B993C
+    CHECK(leaf.getData() == "94106261820"_s); // 0x0015E92B993C
     bool ok = false;
     CHECK(leaf.getDataNumber(ok) == 0x0015E92B993C);
     CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
     using namespace Tessorn::Types;
-    CHECK(leaf.getDataMacAddressString(ok) == QStringLiteral("00:15:E9:2B:99:3C"));
-    CHECK(leaf.getDataMacAddressString(ok, Base_Decimal) == QStringLiteral("0:21:233:43:153:60"));
-    CHECK(leaf.getDataMacAddressString(ok, Base_Hexadecimal, '~') ==
-          QStringLiteral("00~15~E9~2B~99~3C"));
+    CHECK(leaf.getDataMacAddressString(ok) == "00:15:E9:2B:99:3C"_s);
+    CHECK(leaf.getDataMacAddressString(ok, Base_Decimal) == "0:21:233:43:153:60"_s);
+    CHECK(leaf.getDataMacAddressString(ok, Base_Hexadecimal, '~') == "00~15~E9~2B~99~3C"_s);
     CHECK(ok);
 
     leaf.setDataMacAddressSegmentsArray({EXAMPLE, {1, 2, 3, 4, 5, 6}});
@@ -112,8 +105,7 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
           strings({"00:15:E9:2B:99:3C", "01:02:03:04:05:06"}));
     CHECK(leaf.getDataMacAddressSegmentsArray(ok) ==
           std::deque<Octets>{EXAMPLE, {1, 2, 3, 4, 5, 6}});
-    CHECK(ok);
-    CHECK(leaf.isValid());
+    CHECK((ok && leaf.isValid()));
     leaf.setDataMacAddressStringArray(strings({"10-20-30-40-50-60", "0-0-0-0-0-9"}), Base_Decimal,
                                       '-');
     CHECK(leaf.getDataMacAddressStringArray(ok, Base_Decimal, '.') ==
@@ -122,15 +114,10 @@ TEST_CASE("A MAC address has a number, octets and a text", "[datacore]")
 
 TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
 {
-    DatacoreMacAddress leaf(name(), nullptr);
+    DatacoreMacAddress leaf(NAME, nullptr);
     CHECK(reasons(leaf) == std::vector<int>{32});
-    struct Row
-    {
-        const char* number;
-        std::vector<int> reasons;
-        bool ok; ///< has octets
-    };
-    const Row rows[] = {
+    const Table<const char*, std::vector<int>, bool> rows{
+        // reasons, and whether it has octets
         {"1", {}, true},
         {"281474976710654", {}, true},
         {"281474976710655", {32}, true}, // broadcast
@@ -140,15 +127,15 @@ TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
         {"-1", {6}, false},
         {"00:15:E9:2B:99:3C", {6}, false},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.number);
-        leaf.setData(QLatin1String(row.number));
-        CHECK(reasons(leaf) == row.reasons);
-        bool ok = !row.ok;
+    for (const auto& [number, expected, hasOctets] : rows) {
+        CAPTURE(number);
+        leaf.setData(QLatin1String(number));
+        CHECK(reasons(leaf) == expected);
+        bool ok = !hasOctets;
         leaf.getDataMacAddressSegments(ok);
-        CHECK(ok == row.ok);
+        CHECK(ok == hasOctets);
         leaf.getDataMacAddressString(ok);
-        CHECK(ok == row.ok);
+        CHECK(ok == hasOctets);
     }
     leaf.setData(strings({"0", "5", "281474976710655"}));
     CHECK(reasons(leaf) == std::vector<int>{32, 32});
@@ -161,7 +148,7 @@ TEST_CASE("MAC addresses that nothing can have are invalid", "[datacore]")
 TEST_CASE("A MAC address is read from text in either base", "[datacore]")
 {
     using namespace Tessorn::Types;
-    DatacoreMacAddress leaf(name(), nullptr);
+    DatacoreMacAddress leaf(NAME, nullptr);
     bool ok = false;
     const std::tuple<const char*, Base, char> texts[] = {
         {"00-15-E9-2B-99-3C", Base_Hexadecimal, '-'}, {"00 15 E9 2B 99 3C", Base_Hexadecimal, ' '},
@@ -174,7 +161,7 @@ TEST_CASE("A MAC address is read from text in either base", "[datacore]")
         CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
         CHECK(leaf.getDataMacAddressString(ok, base, separator) == QLatin1String(text));
     }
-    leaf.setDataMacAddressString(QStringLiteral("0:15:e9:2b:99:3c"));
+    leaf.setDataMacAddressString("0:15:e9:2b:99:3c"_s);
     CHECK(leaf.getDataMacAddressSegments(ok) == EXAMPLE);
 
     for (const char* bad : {"", "5", "1:2:3:4:5", "1:2:3:4:5:6:7", "1:2:3:4:5:", ":1:2:3:4:5",
@@ -185,8 +172,8 @@ TEST_CASE("A MAC address is read from text in either base", "[datacore]")
         leaf.setDataMacAddressString(QLatin1String(bad));
         CHECK_FALSE(leaf.isValid());
     }
-    leaf.setDataMacAddressString(QStringLiteral("1:2:3:4:5:256"), Base_Decimal);
-    CHECK(leaf.getData() == QStringLiteral("1:2:3:4:5:256")); // kept, to be seen
+    leaf.setDataMacAddressString("1:2:3:4:5:256"_s, Base_Decimal);
+    CHECK(leaf.getData() == "1:2:3:4:5:256"_s); // kept, to be seen
     CHECK_FALSE(leaf.isValid());
     leaf.setDataMacAddressStringArray(strings({"1:2:3:4:5:6", "bad"}));
     CHECK(leaf.getDataAt(0) == QString::number(0x010203040506));

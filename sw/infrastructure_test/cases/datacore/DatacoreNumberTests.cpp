@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 #include "infrastructure/datacore/DatacoreNumberSet.h"
 #include "infrastructure/datacore/DatacoreNumberSetLimits.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <cmath>
@@ -15,10 +14,7 @@
 
 namespace {
 
-QString name()
-{
-    return QStringLiteral("number");
-}
+const QString NAME = "number"_s;
 
 template <typename T>
 constexpr int NOT_CONVERTABLE = std::is_integral_v<T> ? 6 : 7;
@@ -35,16 +31,15 @@ TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
                                        std::nextafter(T(1), T(2)), -Limits::infinity()});
     }
     for (const T number : numbers) {
-        const DatacoreNumber<T> sent(name(), nullptr, number);
-        DatacoreNumber<T> received(name(), nullptr, T(2));
+        const DatacoreNumber<T> sent(NAME, nullptr, number);
+        DatacoreNumber<T> received(NAME, nullptr, T(2));
         transfer(sent, received);
         bool ok = false;
         CHECK(received.getDataNumber(ok) == number);
-        CHECK(ok);
-        CHECK(received.isValid());
+        CHECK((ok && received.isValid()));
     }
-    DatacoreNumberSetLimits<T> list(name(), nullptr);
-    transfer(DatacoreNumber<T>(name(), nullptr, numbers), list);
+    DatacoreNumberSetLimits<T> list(NAME, nullptr);
+    transfer(DatacoreNumber<T>(NAME, nullptr, numbers), list);
     bool ok = false;
     CHECK(list.getDataNumbers(ok) == numbers);
     CHECK(ok);
@@ -53,52 +48,41 @@ TEMPLATE_TEST_CASE("Extreme numbers survive JSON", "[datacore]", NUMBER_TYPES)
 TEMPLATE_TEST_CASE("Numeric leaves begin with 0 and are active", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
-    const DatacoreNumber<T> number(name(), nullptr);
-    const DatacoreNumberSet<T> set(name(), nullptr);
-    const DatacoreNumberLimits<T> limits(name(), nullptr);
-    const DatacoreNumberSetLimits<T> setLimits(name(), nullptr);
+    const DatacoreNumber<T> number(NAME, nullptr);
+    const DatacoreNumberSet<T> set(NAME, nullptr);
+    const DatacoreNumberLimits<T> limits(NAME, nullptr);
+    const DatacoreNumberSetLimits<T> setLimits(NAME, nullptr);
     for (const auto* leaf :
          std::initializer_list<const DatacoreNumber<T>*>{&number, &set, &limits, &setLimits}) {
-        CHECK(leaf->getDataList() == std::deque<QString>{QStringLiteral("0")});
-        CHECK(leaf->isValid());
-        CHECK(leaf->isActive());
+        CHECK(leaf->getDataList() == std::deque<QString>{"0"_s});
+        CHECK((leaf->isValid() && leaf->isActive()));
     }
     CHECK(number.getClassName() == DatacoreNumber<T>::CLASSNAME());
-    CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + QLatin1String("Limits"));
-    CHECK(set.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimits"));
-    CHECK(setLimits.getClassName() == QStringLiteral("DatacoreIntegerSetWithLimitsLimits"));
-    for (const auto* leaf :
-         std::initializer_list<const DatacoreNumberLimits<T>*>{&limits, &setLimits}) {
-        CHECK(leaf->getMinimumValue() == std::numeric_limits<T>::lowest());
-        CHECK(leaf->getMaximumValue() == std::numeric_limits<T>::max());
-    }
+    CHECK(limits.getClassName() == DatacoreNumber<T>::CLASSNAME() + "Limits"_s);
+    CHECK(set.getClassName() == "DatacoreIntegerSetWithLimits"_s);
+    CHECK(setLimits.getClassName() == "DatacoreIntegerSetWithLimitsLimits"_s);
+    CHECK(limits.getMinimumValue() == std::numeric_limits<T>::lowest());
+    CHECK(limits.getMaximumValue() == std::numeric_limits<T>::max());
 }
 
 TEST_CASE("Class names of numbers go by their size", "[datacore]")
 {
-    const QString wide = QStringLiteral("Int%1").arg(8 * sizeof(long));
-    const std::pair<QString, QString> rows[] = {
-        {DatacoreNumber<short>::CLASSNAME(), QStringLiteral("Int16")},
-        {DatacoreNumber<int>::CLASSNAME(), QStringLiteral("Int32")},
-        {DatacoreNumber<long>::CLASSNAME(), wide},
-        {DatacoreNumber<long long>::CLASSNAME(), QStringLiteral("Int64")},
-        {DatacoreNumber<unsigned short>::CLASSNAME(), QStringLiteral("UInt16")},
-        {DatacoreNumber<unsigned int>::CLASSNAME(), QStringLiteral("UInt32")},
-        {DatacoreNumber<unsigned long>::CLASSNAME(), QLatin1Char('U') + wide},
-        {DatacoreNumber<unsigned long long>::CLASSNAME(), QStringLiteral("UInt64")},
-        {DatacoreNumber<float>::CLASSNAME(), QStringLiteral("Float")},
-        {DatacoreNumber<double>::CLASSNAME(), QStringLiteral("Double")},
+    const auto names = [](auto... numbers) {
+        return QStringList{DatacoreNumber<decltype(numbers)>::CLASSNAME()...}
+            .replaceInStrings("Datacore"_s, "-"_s)
+            .join(QString());
     };
-    for (const auto& [name, text] : rows) {
-        CHECK(name == QLatin1String("Datacore") + text);
-    }
+    CHECK(names(short(), 0, 0LL, 0.0F, 0.0) == "-Int16-Int32-Int64-Float-Double"_s);
+    using Word = unsigned short;
+    CHECK(names(Word(), 0U, 0ULL) == "-UInt16-UInt32-UInt64"_s);
+    CHECK(names(0L, 0UL) == "-Int%1-UInt%1"_s.arg(8 * sizeof(long)));
 }
 
 TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
-    DatacoreNumberSetLimits<T> leaf(name(), nullptr);
-    leaf.setData(QStringLiteral("Not a number"));
+    DatacoreNumberSetLimits<T> leaf(NAME, nullptr);
+    leaf.setData("Not a number"_s);
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>});
     bool ok = true;
     CHECK(leaf.getDataNumber(ok) == T(0));
@@ -110,13 +94,11 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
     leaf.setData(strings({"x", "y", "1"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 23}); // both stand as 0
 
-    DatacoreNumber<T> plain(name(), nullptr);
+    DatacoreNumber<T> plain(NAME, nullptr);
     plain.setData(leaf.getDataList());
     CHECK(reasons(plain) == std::vector<int>{NOT_CONVERTABLE<T>});
     plain.setData(std::deque<QString>());
-    CHECK(plain.isValid());
-    CHECK(plain.getDataNumbers(ok).empty());
-    CHECK(ok);
+    CHECK((plain.isValid() && plain.getDataNumbers(ok).empty() && ok));
     plain.getDataNumber(ok);
     CHECK_FALSE(ok);
 }
@@ -124,25 +106,20 @@ TEMPLATE_TEST_CASE("Text that is no number is kept and reported once", "[datacor
 TEST_CASE("Numbers are read as decimal and cut to their type", "[datacore]")
 {
     bool ok = false;
-    CHECK(DatacoreNumber<short>::deserialise(QStringLiteral("99999"), ok) == -31073);
-    CHECK(ok);
-    CHECK(DatacoreNumber<unsigned short>::deserialise(QStringLiteral("65537"), ok) == 1);
-    CHECK(ok);
-    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("010"), ok) == 10);
-    CHECK(std::isinf(DatacoreNumber<float>::deserialise(QStringLiteral("1e300"), ok)));
-    CHECK(ok);
-    CHECK(DatacoreNumber<int>::deserialise(QStringLiteral("9223372036854775808"), ok) == 0);
-    CHECK_FALSE(ok);
+    CHECK((DatacoreNumber<short>::deserialise("99999"_s, ok) == -31073 && ok));
+    CHECK((DatacoreNumber<unsigned short>::deserialise("65537"_s, ok) == 1 && ok));
+    CHECK(DatacoreNumber<int>::deserialise("010"_s, ok) == 10);
+    CHECK((std::isinf(DatacoreNumber<float>::deserialise("1e300"_s, ok)) && ok));
+    CHECK((DatacoreNumber<int>::deserialise("9223372036854775808"_s, ok) == 0 && !ok));
     for (const char* text : {"0x10", "1.0", "1e3", "1,000", "-", "1 2"}) {
         DatacoreNumber<int>::deserialise(QLatin1String(text), ok);
         CHECK_FALSE(ok);
     }
-    CHECK(DatacoreNumber<unsigned int>::deserialise(QStringLiteral("-1"), ok) == 0);
-    CHECK_FALSE(ok);
+    CHECK((DatacoreNumber<unsigned int>::deserialise("-1"_s, ok) == 0 && !ok));
 
-    DatacoreNumber<double> leaf(name(), nullptr);
+    DatacoreNumber<double> leaf(NAME, nullptr);
     leaf.setDataNumber(0.1);
-    CHECK(leaf.getData() == QStringLiteral("0.10000000000000000555"));
+    CHECK(leaf.getData() == "0.10000000000000000555"_s);
     leaf.takeChangedList();
     leaf.setDataNumber(0.1);
     CHECK(leaf.takeChangedList().empty());
@@ -153,7 +130,7 @@ TEMPLATE_TEST_CASE("A number too large for a double counts as 0 among the others
 {
     using T = TestType;
     bool ok = true;
-    DatacoreNumberSetLimits<T> leaf(name(), nullptr, T(1), T(10));
+    DatacoreNumberSetLimits<T> leaf(NAME, nullptr, T(1), T(10));
     leaf.setData(strings({"1e400", "-1e400", "2"}));
     CHECK(leaf.getDataNumbers(ok) == std::deque<T>{0, 0, 2});
     CHECK_FALSE(ok);
@@ -165,12 +142,12 @@ TEST_CASE("A subclass of a set with limits has a class name of its own", "[datac
     struct Layers : DatacoreNumberSetLimits<int>
     {
         Layers()
-            : DatacoreNumberSetLimits(QStringLiteral("Layers"), name(), nullptr, 1, 4, {4, 4, 5})
+            : DatacoreNumberSetLimits("Layers"_s, NAME, nullptr, 1, 4, {4, 4, 5})
         {
         }
     };
     const Layers layers;
-    CHECK(layers.getClassName() == QStringLiteral("Layers"));
+    CHECK(layers.getClassName() == "Layers"_s);
     CHECK(reasons(layers) == std::vector<int>{23, 4});
 }
 
@@ -178,17 +155,15 @@ TEMPLATE_TEST_CASE("Duplicates are found", "[datacore]", NUMBER_TYPES)
 {
     using T = TestType;
     using Set = DatacoreNumberSet<T>;
-    CHECK(Set::areAllNumbersUnique({}));
-    CHECK(Set::areAllNumbersUnique({1}));
-    CHECK(Set::areAllNumbersUnique({3, 1, 2}));
-    CHECK_FALSE(Set::areAllNumbersUnique({2, 1, 2}));
-    Set leaf(name(), nullptr, {1, 2, 3});
+    CHECK((Set::areAllNumbersUnique({}) && Set::areAllNumbersUnique({1})));
+    CHECK((Set::areAllNumbersUnique({3, 1, 2}) && !Set::areAllNumbersUnique({2, 1, 2})));
+    Set leaf(NAME, nullptr, {1, 2, 3});
     CHECK(leaf.isValid());
     leaf.setDataNumbers({1, 2, 2, 1, 2});
     CHECK(reasons(leaf) == std::vector<int>{23});
     leaf.setDataNumber(1);
     CHECK(leaf.isValid());
-    CHECK(reasons(Set(name(), nullptr, {1, 1})) == std::vector<int>{23});
+    CHECK(reasons(Set(NAME, nullptr, {1, 1})) == std::vector<int>{23});
     if constexpr (std::is_floating_point_v<T>) {
         const T nan = std::numeric_limits<T>::quiet_NaN();
         CHECK(Set::areAllNumbersUnique({nan, 1, nan, 2}));
@@ -208,12 +183,12 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
                    NUMBER_TYPES)
 {
     using T = TestType;
-    DatacoreNumberLimits<T> leaf(name(), nullptr, T(5), T(10));
+    DatacoreNumberLimits<T> leaf(NAME, nullptr, T(5), T(10));
     CHECK(reasons(leaf) == std::vector<int>{5}); // 0 lies outside from the start
     CHECK(leaf.getMinimumValue() == T(5));
     CHECK(leaf.getMaximumValue() == T(10));
-    CHECK(reasons(DatacoreNumberSetLimits<T>(name(), nullptr, T(5), T(10))) == std::vector<int>{5});
-    CHECK(reasons(DatacoreNumberLimits<T>(name(), nullptr, T(5), T(10), {11, 10, 4})) ==
+    CHECK(reasons(DatacoreNumberSetLimits<T>(NAME, nullptr, T(5), T(10))) == std::vector<int>{5});
+    CHECK(reasons(DatacoreNumberLimits<T>(NAME, nullptr, T(5), T(10), {11, 10, 4})) ==
           std::vector<int>{4, 5});
     leaf.setDataNumbers({5, 10});
     CHECK(leaf.isValid());
@@ -224,12 +199,12 @@ TEMPLATE_TEST_CASE("Each number outside the limits is reported in order", "[data
     leaf.setData(strings({"x", "7"}));
     CHECK(reasons(leaf) == std::vector<int>{NOT_CONVERTABLE<T>, 5});
 
-    DatacoreNumberSetLimits<T> set(name(), nullptr, T(5), T(10), {4, 11, 11});
+    DatacoreNumberSetLimits<T> set(NAME, nullptr, T(5), T(10), {4, 11, 11});
     CHECK(reasons(set) == std::vector<int>{23, 5, 4, 4});
     set.setDataNumbers({6, 6});
     CHECK(reasons(set) == std::vector<int>{23});
 
-    DatacoreNumberLimits<T> open(name(), nullptr);
+    DatacoreNumberLimits<T> open(NAME, nullptr);
     open.setDataNumbers({std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max()});
     CHECK(open.isValid());
 }

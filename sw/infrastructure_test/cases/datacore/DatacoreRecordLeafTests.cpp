@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/leaves/DatacoreGrandmasterInfo.h"
 #include "infrastructure/datacore/leaves/DatacoreVideoStandard2110.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -10,7 +9,7 @@ using namespace Tessorn::IpTypes;
 
 namespace {
 
-const QString NAME = QStringLiteral("leaf");
+const QString NAME = "leaf"_s;
 
 const VideoStandard2110Params P59(3840, 2160, Sampling2110_422YCbCr, BitDepth2110_12,
                                   Colourimetry2110_Bt2020, {60, 1001}, TransferCurve2110_Hlg, false,
@@ -42,8 +41,7 @@ void checkLeaf(const Record& first, const Record& second, const QByteArray& clas
     leaf.setDataRecords({second, std::nullopt, first});
     CHECK(leaf.getDataRecord() == second);
     CHECK(leaf.getDataRecords() == typename Leaf::Records{second, std::nullopt, first});
-    CHECK(leaf.getDataAt(1).isEmpty());
-    CHECK(log.lines().isEmpty());
+    CHECK((leaf.getDataAt(1).isEmpty() && log.lines().isEmpty()));
 
     for (const QByteArray& bad : {QByteArray(), firstText + ',', firstText.left(20),
                                   ' ' + firstText, firstText.toUpper(), QByteArray("x")}) {
@@ -58,8 +56,7 @@ void checkLeaf(const Record& first, const Record& second, const QByteArray& clas
           std::vector<int>{unreadable, unreadable});
     leaf.setDataRecord(std::nullopt);
     CHECK(leaf.getDataCount() == 0);
-    CHECK(leaf.isValid());
-    CHECK(leaf.getDataRecords().empty());
+    CHECK((leaf.isValid() && leaf.getDataRecords().empty()));
 }
 
 } // namespace
@@ -85,7 +82,7 @@ TEST_CASE("A leaf holds the parameters of video on IP", "[datacore][ip]")
     DatacoreVideoStandard2110 leaf(NAME, nullptr, {NONE, std::nullopt, P59, NONE});
     CHECK(reasons(leaf) == std::vector<int>{43, 30, 43});
     CHECK(leaf.getDataRecord() == NONE);
-    CHECK(leaf.getData() == QStringLiteral("400,300,11,2,7,24/1000,1,true,true"));
+    CHECK(leaf.getData() == "400,300,11,2,7,24/1000,1,true,true"_s);
 
     CHECK(leaf.isMarkerSpacingStable());
     leaf.takeChangedList();

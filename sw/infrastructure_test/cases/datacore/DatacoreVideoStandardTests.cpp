@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreVideoStandard.h"
 #include "infrastructure/utility/video/SupportedVideoStandards.h"
 #include "infrastructure/utility/video/VideoStandardFactory.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -10,10 +9,7 @@ namespace {
 
 using Standards = DatacoreVideoStandard::Standards;
 
-QString name()
-{
-    return QStringLiteral("standard");
-}
+const QString NAME = "standard"_s;
 
 DatacoreVideoStandard::Standard supported(const char* description)
 {
@@ -30,8 +26,8 @@ const char* const QUAD_P60 = "3840x2160p60 YCbCr:422:10 QL 3G A 2-SI Rec.709";
 
 TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr);
-    CHECK(leaf.getClassName() == QStringLiteral("DatacoreVideoStandard"));
+    DatacoreVideoStandard leaf(NAME, nullptr);
+    CHECK(leaf.getClassName() == "DatacoreVideoStandard"_s);
     CHECK(leaf.getDataCount() == 0);
     CHECK(leaf.isValid());
     CHECK(leaf.getDataVideoStandard() == nullptr);
@@ -41,13 +37,13 @@ TEST_CASE("A leaf without a video standard is valid and gives null", "[datacore]
     CHECK(leaf.isValid());
     CHECK(leaf.getDataVideoStandard() == nullptr);
     CHECK(leaf.getDataVideoStandards().empty());
-    CHECK(DatacoreVideoStandard(name(), nullptr, nullptr).getDataCount() == 0);
+    CHECK(DatacoreVideoStandard(NAME, nullptr, nullptr).getDataCount() == 0);
 }
 
 TEST_CASE("A video standard is the four bytes of its first link", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
-    CHECK(leaf.getData() == QStringLiteral("137 201 128 1"));
+    DatacoreVideoStandard leaf(NAME, nullptr, supported(P50));
+    CHECK(leaf.getData() == "137 201 128 1"_s);
     CHECK(leaf.isValid());
     const auto first = leaf.getDataVideoStandard();
     REQUIRE(first);
@@ -55,13 +51,13 @@ TEST_CASE("A video standard is the four bytes of its first link", "[datacore][vi
     CHECK(leaf.getDataVideoStandard() == first); // the same record
 
     leaf.setDataVideoStandard(supported(QUAD_P60));
-    CHECK(leaf.getData() == QStringLiteral("151 203 128 1"));
+    CHECK(leaf.getData() == "151 203 128 1"_s);
     CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
     CHECK(leaf.getDataVideoStandard()->getPayloadIdentifiers().size() == 4);
     CHECK(*first == *supported(P50)); // still the reader's own
 
     // The bytes that were written are the ones that are read, another link's too.
-    leaf.setData(QStringLiteral("151 203 128 129"));
+    leaf.setData("151 203 128 129"_s);
     CHECK(leaf.getDataVideoStandard()->getPrimaryIdentifier()->getRawValue() == 0x97CB8081);
 }
 
@@ -73,8 +69,8 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
             written.push_back(standard);
         }
     }
-    const DatacoreVideoStandard sender(name(), nullptr, written);
-    DatacoreVideoStandard receiver(name(), nullptr);
+    const DatacoreVideoStandard sender(NAME, nullptr, written);
+    DatacoreVideoStandard receiver(NAME, nullptr);
     transfer(sender, receiver);
     const Standards read = receiver.getDataVideoStandards();
     REQUIRE(receiver.isValid());
@@ -85,10 +81,9 @@ TEST_CASE("Supported video standards come back from a leaf through JSON", "[data
     REQUIRE(sender.getDataVideoStandards().size() == written.size());
 }
 
-TEST_CASE("Text that is no payload identifier makes one message each and gives null",
-          "[datacore][video]")
+TEST_CASE("Text that is no payload identifier makes a message and gives null", "[datacore][video]")
 {
-    DatacoreVideoStandard leaf(name(), nullptr, supported(P50));
+    DatacoreVideoStandard leaf(NAME, nullptr, supported(P50));
     for (const char* bad : {"", "137 201 128", "137 201 128 1 0", "137 201 128 256",
                             " 137 201 128 1", "1 201 128 1", "0x89 201 128 1", P50}) {
         CAPTURE(bad);
@@ -111,7 +106,7 @@ TEST_CASE("Text that is no payload identifier makes one message each and gives n
     CHECK(*read[2] == *supported(P50));
     CHECK(*leaf.getDataVideoStandard() == *supported(QUAD_P60));
 
-    const DatacoreVideoStandard unknown(name(), nullptr,
+    const DatacoreVideoStandard unknown(NAME, nullptr,
                                         std::make_shared<StandardFromPayloadIdentifier>(
                                             StandardFromPayloadIdentifier::Identifiers()));
     CHECK(reasons(unknown) == std::vector<int>{29});
@@ -122,13 +117,12 @@ TEST_CASE("A square division is stored as its quadrant, and the log says so", "[
 {
     const auto division = createVideoStandard(0x89C98001, true);
     const LogCapture log;
-    DatacoreVideoStandard leaf(name(), nullptr, division);
+    DatacoreVideoStandard leaf(NAME, nullptr, division);
     leaf.setDataVideoStandards({supported(P50), division});
-    const QString line =
-        QStringLiteral("error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
-                       "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709");
+    const QString line = "error: Video standard 3840x2160p50 YCbCr:422:10 QL 3G A SQ Rec.709 is "
+                         "held as 137 201 128 1, 1920x1080p50 YCbCr:422:10 3G A Rec.709"_s;
     CHECK(log.lines() == QStringList{line, line});
-    CHECK(leaf.getDataAt(1) == QStringLiteral("137 201 128 1"));
+    CHECK(leaf.getDataAt(1) == "137 201 128 1"_s);
     CHECK(leaf.isValid());
     CHECK(*leaf.getDataVideoStandards()[1] == *supported(P50));
 }

@@ -1,12 +1,10 @@
 // JSON straight to text, against QJsonDocument.
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/utility/packets/DatacorePacket.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
 {
-    const QString name = QStringLiteral("na\"me");
+    const QString name = "na\"me"_s;
     const QJsonObject reasons = parseObject(R"({"na\"me": {
         "reasonsForBeingInvalid": [
             {"DatacoreValidStatusMessage": {}, "MessageBase": {"type": 2, "identifier": 4}},
@@ -14,9 +12,8 @@ TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
         "reasonsForBeingInactive": [
             {"DatacoreActiveStatusMessage": {}, "MessageBase": {"type": 3, "identifier": 5}}]}})");
     for (const std::deque<QString>& values :
-         {std::deque<QString>{}, std::deque<QString>{QString()},
-          std::deque<QString>{QStringLiteral("1080p50")},
-          std::deque<QString>{QStringLiteral("a \"b\" \\ \n \u00e9 \U0001F3A5 \x01 \x7f")},
+         {std::deque<QString>{}, std::deque<QString>{QString()}, std::deque<QString>{"1080p50"_s},
+          std::deque<QString>{"a \"b\" \\ \n \u00e9 \U0001F3A5 \x01 \x7f"_s},
           std::deque<QString>{QString(QChar(0xD800))}, strings({"one", "t\"wo"})}) {
         KeepingNode node(name, nullptr, values);
         for (int i = 0; i < 4; ++i) { // without reasons, then with
@@ -27,25 +24,5 @@ TEST_CASE("A node writes the text that its JSON object gives", "[datacore]")
             REQUIRE((i != 1 || node.populateFromJson(QString(), reasons, false, messages)));
         }
         CHECK_FALSE((node.isValid() || node.isActive()));
-    }
-}
-
-TEST_CASE("A packet of a node is the packet of its JSON object", "[packets]")
-{
-    DatacoreBase node(QStringLiteral("node"), nullptr, QStringLiteral("5"));
-    const QString path = QStringLiteral("root/node");
-    for (const bool justData : {true, false}) {
-        const QJsonObject json = write(node, "", justData);
-        const DatacorePacket value(node, justData, path);
-        CHECK(value.serialisePayload() == DatacorePacket(json, path).serialisePayload());
-
-        DatacorePacket write(QStringLiteral("21307064334004"), 7, node, justData, path);
-        const DatacorePacket expected(QStringLiteral("21307064334004"), 7, json, path);
-        CHECK(write.serialisePayload() == expected.serialisePayload());
-        CHECK(write == expected);
-        write.setPacketID(8);
-        CHECK(write.getPacketID() == 8);
-        CHECK(write.getDatacoreJsonObject() == json);
-        CHECK(write.serialisePayload() != expected.serialisePayload());
     }
 }

@@ -2,7 +2,6 @@
 #include "infrastructure/datacore/DatacoreJsonMessage.h"
 #include "infrastructure/datacore/DatacoreValidStatusMessage.h"
 #include "infrastructure/datacore/MessageFactory.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -11,10 +10,9 @@
 
 namespace {
 
-QJsonValue parse(const QByteArray& text)
-{
+const auto parse = [](const QByteArray& text) {
     return QJsonDocument::fromJson('[' + text + ']').array().at(0);
-}
+};
 
 /// The SHA-256 of all texts of a class in the form "4 Stored number is Oversized\n", for numbers up
 /// to 1000.
@@ -66,22 +64,17 @@ TEST_CASE("A message has one JSON form, and comes back from it as it was", "[dat
     REQUIRE(received.size() == sent.size());
     for (std::size_t i = 0; i < sent.size(); ++i) {
         CHECK(received[i]->getClass() == sent[i]->getClass());
-        CHECK(received[i]->getType() == sent[i]->getType());
-        CHECK(received[i]->getIdentifier() == sent[i]->getIdentifier());
         CHECK(received[i]->getText() == sent[i]->getText());
+        CHECK(received[i]->getType() == sent[i]->getType());
         CHECK(received[i]->equals(*sent[i]));
     }
 }
 
 TEST_CASE("What is no message is logged and left out", "[datacore]")
 {
-    struct Row
-    {
-        QByteArray entry;
-        QStringList lines; ///< none where the entry is a message
-    };
     const QByteArray base = R"("MessageBase": {"identifier": 7, "type": 2})";
-    const Row rows[] = {
+    const Table<QByteArray, QStringList> rows{
+        // no line where the entry is a message
         {"1.5", lines({"error: Not a serialised object, of QJson type: 2"})},
         {"null", lines({"error: Not a serialised object, of QJson type: 0"})},
         {"[]", lines({"error: Not a serialised object, of QJson type: 4"})},
@@ -94,13 +87,13 @@ TEST_CASE("What is no message is logged and left out", "[datacore]")
     };
     QJsonArray all;
     QStringList expected;
-    for (const Row& row : rows) {
-        const QJsonValue entry = parse(row.entry);
+    for (const auto& [text, told] : rows) {
+        const QJsonValue entry = parse(text);
         all.append(entry);
         const LogCapture log;
-        CHECK(deserialiseMessages({entry}).size() == (row.lines.isEmpty() ? 1 : 0));
-        CHECK(log.lines() == row.lines);
-        expected += row.lines;
+        CHECK(deserialiseMessages({entry}).size() == (told.isEmpty() ? 1 : 0));
+        CHECK(log.lines() == told);
+        expected += told;
     }
     const LogCapture log;
     const auto messages = deserialiseMessages(all);
@@ -116,10 +109,10 @@ TEST_CASE("A message of several classes is of the first that the factory knows",
          parse(R"({"DatacoreActiveStatusMessage": 1, "DatacoreValidStatusMessage": 1,
                    "MessageBase": {"identifier": "text"}})")});
     REQUIRE(messages.size() == 2);
-    CHECK(messages[0]->getClass() == QStringLiteral("DatacoreJsonMessage"));
+    CHECK(messages[0]->getClass() == "DatacoreJsonMessage"_s);
     CHECK(messages[0]->getIdentifier() == -1); // a missing key leaves the default
     CHECK(messages[0]->getType() == MessageBase::MessageType_Info);
-    CHECK(messages[1]->getClass() == QStringLiteral("DatacoreValidStatusMessage"));
+    CHECK(messages[1]->getClass() == "DatacoreValidStatusMessage"_s);
     CHECK(messages[1]->getIdentifier() == 0); // a key of another kind does not
 }
 
@@ -137,10 +130,8 @@ TEST_CASE("A class makes a message of its own from an object of another", "[data
     CHECK(DatacoreValidStatusMessage::makeFromJson(active.toJson()).getIdentifier() == 0);
     CHECK(log.lines().isEmpty());
     CHECK(DatacoreJsonMessage::makeFromJson(json).getIdentifier() == -1);
-    CHECK(
-        log.lines() ==
-        lines({"error: Failed to construct a DatacoreJsonMessage from DatacoreValidStatusMessage, "
-               "MessageBase"}));
+    CHECK(log.lines() == lines({"error: Failed to construct a DatacoreJsonMessage from "
+                                "DatacoreValidStatusMessage, MessageBase"}));
 }
 
 TEST_CASE("Messages are equal by their numbers, whatever their class", "[datacore]")

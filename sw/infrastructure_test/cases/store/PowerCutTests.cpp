@@ -51,23 +51,18 @@ struct Watched
     DatacoreStoreInterface::Ticket failed = 0;
 };
 
-QString number(int value)
-{
-    return QString::number(value);
-}
-
 /// A save is one pair of leaves with the same number, and some ballast that fills pages.
 std::vector<DatacoreStoreInterface::Leaf> pairOf(int pair, int value, int ballast)
 {
-    return {{QStringLiteral("a%1").arg(pair), {number(value), QString(ballast, QLatin1Char('x'))}},
-            {QStringLiteral("b%1").arg(pair), {number(value)}}};
+    return {{"a%1"_s.arg(pair), {QString::number(value), QString(ballast, QLatin1Char('x'))}},
+            {"b%1"_s.arg(pair), {QString::number(value)}}};
 }
 
 /// Cuts the power that often, at random instants of saves of all sizes.
 void cutPower(int cuts, unsigned seed)
 {
     const QTemporaryDir folder; // stays empty
-    const QString file = folder.filePath(QStringLiteral("store"));
+    const QString file = folder.filePath("store"_s);
     FaultyDisk disk(seed);
     std::mt19937 random(seed);
     const auto below = [&random](int limit) { return int(random() % unsigned(limit)); };
@@ -97,10 +92,10 @@ void cutPower(int cuts, unsigned seed)
         Watched restored(file);
         REQUIRE(restored.store.getFindings().isEmpty());
         for (int pair = 0; pair < PAIRS; ++pair) {
-            const int value = restored.values[QStringLiteral("a%1").arg(pair)].value(0).toInt();
+            const int value = restored.values["a%1"_s.arg(pair)].value(0).toInt();
             REQUIRE(value >= durable[std::size_t(pair)]);
             REQUIRE(value <= issued[std::size_t(pair)]);
-            REQUIRE(restored.values[QStringLiteral("b%1").arg(pair)].value(0).toInt() == value);
+            REQUIRE(restored.values["b%1"_s.arg(pair)].value(0).toInt() == value);
             durable[std::size_t(pair)] = value; // it is not lost later either
         }
     }
@@ -125,7 +120,7 @@ TEST_CASE("Thousands of power cuts leave what was acknowledged", "[store][.][lon
 TEST_CASE("A disk that is full at any call costs saves, not values", "[store]")
 {
     const QTemporaryDir folder;
-    const QString file = folder.filePath(QStringLiteral("store"));
+    const QString file = folder.filePath("store"_s);
     int failures = 0;
     for (int call = 0; call < 60; ++call) {
         INFO("full from call " << call);
@@ -148,7 +143,7 @@ TEST_CASE("A disk that is full at any call costs saves, not values", "[store]")
         disk.restart();
         const Watched restored(file);
         CHECK(restored.store.getFindings().isEmpty());
-        CHECK(restored.values.at(QStringLiteral("a0")).value(0) == number(durable));
+        CHECK(restored.values.at("a0"_s).value(0).toInt() == durable);
     }
     CHECK(failures > 60);
 }

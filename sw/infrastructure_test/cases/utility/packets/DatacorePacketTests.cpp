@@ -3,11 +3,8 @@
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacorePathListPacket.h"
 #include "infrastructure/utility/packets/DatacorePathRadixTreePacket.h"
-#include "sw/infrastructure_test/Catch.h"
+#include "sw/infrastructure_test/DatacoreSupport.h"
 
-#include <QJsonDocument>
-
-#include <memory>
 #include <vector>
 
 namespace {
@@ -31,9 +28,8 @@ Packet receive(const Packet& sent)
 
 TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[packets]")
 {
-    const QJsonObject datacore{{QStringLiteral("text"), QStringLiteral("Some Datacore stuff")}};
-    const DatacorePacket packet(QStringLiteral("clientCool"), 4711, datacore,
-                                QStringLiteral("some/path"));
+    const QJsonObject datacore{{"text"_s, "Some Datacore stuff"_s}};
+    const DatacorePacket packet("clientCool"_s, 4711, datacore, "some/path"_s);
     CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePacket","ClientID":"clientCool",)"
                                         R"("Datacore":{"text":"Some Datacore stuff"},)"
                                         R"("PacketID":4711,"Path":"some/path"})"));
@@ -41,26 +37,26 @@ TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[p
     for (const DatacorePacket& same : {packet, received}) {
         CHECK((same.containsClientID() && same.containsPacketID()));
         CHECK((same.containsDatacorePath() && same.containsDatacoreObject()));
-        CHECK(same.getClientID() == QStringLiteral("clientCool"));
+        CHECK(same.getClientID() == "clientCool"_s);
         CHECK(same.getPacketID() == 4711);
-        CHECK(same.getDatacorePath() == QStringLiteral("some/path"));
+        CHECK(same.getDatacorePath() == "some/path"_s);
         CHECK(same.getDatacoreJsonObject() == datacore);
     }
     received.setPacketID(5);
     CHECK(received.getPacketID() == 5);
-    CHECK(received.getDatacorePath() == QStringLiteral("some/path"));
+    CHECK(received.getDatacorePath() == "some/path"_s);
     CHECK(received != packet);
 
     bool ok = false;
     CHECK(DatacorePacket(SerialisableDataPacket(packet.getJsonObject()), ok) == packet);
     CHECK(ok);
 
-    const DatacorePacket fromServer(datacore, QStringLiteral("some/path"));
+    const DatacorePacket fromServer(datacore, "some/path"_s);
     for (const DatacorePacket& same : {fromServer, receive(fromServer)}) {
         CHECK_FALSE((same.containsClientID() || same.containsPacketID()));
         CHECK(same.getPacketID() == -1);
     }
-    const DatacorePacket empty(SerialisableDataPacket(QStringLiteral("Other")), ok);
+    const DatacorePacket empty(SerialisableDataPacket("Other"_s), ok);
     CHECK_FALSE(ok);
     CHECK(empty == SerialisableDataPacket(DatacorePacket::CLASSNAME()));
     CHECK_FALSE((empty.containsDatacorePath() || empty.containsDatacoreObject()));
@@ -70,79 +66,70 @@ TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[p
 
 TEST_CASE("What a packet writes of a node, and has a node take, goes by the flag", "[packets]")
 {
-    DatacoreBase node(QStringLiteral("n"), nullptr, QStringLiteral("1"));
-    const QString path = QStringLiteral("r/n");
+    DatacoreBase node("n"_s, nullptr, "1"_s);
+    const QString path = "r/n"_s;
     const QByteArray value(R"({"n":{"data":"1"}})");
     const QByteArray whole(R"({"n":{"class":"DatacoreBase","data":"1",)"
                            R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[]}})");
-    const DatacorePacket write(QStringLiteral("me"), 3, node, true, path);
+    const DatacorePacket write("me"_s, 3, node, true, path);
     CHECK(write.getDatacoreText() == QLatin1String(value));
-    CHECK(DatacorePacket(QStringLiteral("me"), 3, node, false, path).getDatacoreText() ==
-          QLatin1String(whole));
+    CHECK(DatacorePacket("me"_s, 3, node, false, path).getDatacoreText() == QLatin1String(whole));
     CHECK(DatacorePacket(node, true, path).getDatacoreText() == QLatin1String(value));
     CHECK(DatacorePacket(node, false, path).toJson() ==
           R"({"Class":"DatacorePacket","Datacore":)" + whole + R"(,"Path":"r/n"})");
+    CHECK(write.toJson() == R"({"Class":"DatacorePacket","ClientID":"me","Datacore":)" + value +
+                                R"(,"PacketID":3,"Path":"r/n"})");
+    DatacorePacket another = write;
+    another.setPacketID(8);
+    CHECK(another.toJson() == write.toJson().replace('3', '8'));
     CHECK(DatacorePacket(write, node, true) == write);
     CHECK(DatacorePacket(write, node, false).getDatacoreText() == QLatin1String(whole));
 
-    struct Mirror : DatacoreBase
-    {
-        using DatacoreBase::DatacoreBase;
-        void updateActiveStatus(DatacoreActiveStatusMessages&) override {} // reasons stay
-    };
-    const QJsonObject inactive =
-        QJsonDocument::fromJson(R"({"n":{"reasonsForBeingInactive":[)"
-                                R"({"DatacoreActiveStatusMessage":{},)"
-                                R"("MessageBase":{"type":3,"identifier":2}}]}})")
-            .object();
+    const QJsonObject inactive = parseObject(R"({"n":{"reasonsForBeingInactive":[
+        {"DatacoreActiveStatusMessage":{},"MessageBase":{"type":3,"identifier":2}}]}})");
     const DatacorePacket packet(inactive, path);
     for (const DatacorePacket& same : {packet, receive(packet)}) {
-        Mirror mirror(QStringLiteral("n"), nullptr);
-        CHECK(same.populate(mirror, true));
-        CHECK(mirror.isActive());
-        CHECK(same.populate(mirror, false));
+        KeepingNode mirror("n"_s, nullptr);
+        CHECK((same.populate(mirror, true) && mirror.isActive() && same.populate(mirror, false)));
         CHECK_FALSE(mirror.isActive());
     }
 }
 
 TEST_CASE("A path list keeps its order and its class has another name on the wire", "[packets]")
 {
-    const std::deque<QString> paths{QStringLiteral("some/path/one"), QStringLiteral("some/path/2")};
-    const DatacorePathListPacket packet(QStringLiteral("client"), paths);
+    const std::deque<QString> paths{"some/path/one"_s, "some/path/2"_s};
+    const DatacorePathListPacket packet("client"_s, paths);
     CHECK(packet.toJson() ==
           QByteArray(R"({"Class":"DatacoreRequestListPacket","ClientID":"client",)"
                      R"("DatacoreRequestList":["some/path/one","some/path/2"]})"));
     for (const DatacorePathListPacket& same : {packet, receive(packet)}) {
         CHECK((same.containsClientID() && same.containsDatacorePaths()));
-        CHECK(same.getClientID() == QStringLiteral("client"));
+        CHECK(same.getClientID() == "client"_s);
         CHECK(same.getDatacorePaths() == paths);
     }
-    CHECK(DatacorePathListPacket(QStringLiteral("client"),
-                                 QStringList(paths.begin(), paths.end())) == packet);
+    CHECK(DatacorePathListPacket("client"_s, QStringList(paths.begin(), paths.end())) == packet);
 
     bool ok = false;
     const DatacorePathListPacket bare(SerialisableDataPacket(DatacorePathListPacket::CLASSNAME()),
                                       ok);
-    CHECK(ok);
-    CHECK_FALSE(bare.containsClientID());
-    CHECK_FALSE(bare.containsDatacorePaths());
+    CHECK((ok && !bare.containsClientID() && !bare.containsDatacorePaths()));
     CHECK(bare.getDatacorePaths().empty());
 }
 
 TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
 {
-    DatacoreBase root(QStringLiteral("A"), nullptr);
-    DatacoreBase leaf(QStringLiteral("B"), &root);
-    DatacoreBase inner(QStringLiteral("C"), &root);
-    DatacoreBase deep(QStringLiteral("D"), &inner);
+    DatacoreBase root("A"_s, nullptr);
+    DatacoreBase leaf("B"_s, &root);
+    DatacoreBase inner("C"_s, &root);
+    DatacoreBase deep("D"_s, &inner);
 
     DatacorePathRadixTreePacket packet;
-    packet.setClientId(QStringLiteral("me"));
+    packet.setClientId("me"_s);
     packet.setConfigTree(root);
     CHECK(packet.toJson() == QByteArray(R"({"Class":"DatacorePathRadixTreePacket","ClientId":"me",)"
                                         R"("ConfigTreeObject":{"Core":"A","Kids":[{"Core":"B"},)"
                                         R"({"Core":"C","Kids":[{"Core":"D"}]}]}})"));
-    CHECK(packet.getClientId() == QStringLiteral("me"));
+    CHECK(packet.getClientId() == "me"_s);
     const auto present = [&packet] {
         return std::vector<bool>{packet.containsClientId(), packet.containsConfigTree(),
                                  packet.containsStatusTree(), packet.containsCommandTree(),
@@ -150,27 +137,22 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
     };
     CHECK(present() == std::vector<bool>{true, true, false, false, false});
 
-    QStringList paths;
-    packet.getConfigTree().appendPathsTo(paths);
-    CHECK(paths == QStringList{QStringLiteral("A"), QStringLiteral("A/B"), QStringLiteral("A/C"),
-                               QStringLiteral("A/C/D")});
-
     packet.setStatusTree(leaf);
     packet.setCommandTree(inner);
     CHECK(present() == std::vector<bool>{true, true, true, true, false});
     packet.setPersistentConfigTree(deep);
     CHECK(present().back());
-    CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode{QStringLiteral("B"), {}});
+    CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode{"B"_s, {}});
     CHECK(packet.getCommandTree() == packet.getConfigTree().kids[1]);
-    CHECK(packet.getPersistentConfigTree().name == QStringLiteral("D"));
+    CHECK(packet.getPersistentConfigTree().name == "D"_s);
     bool ok = false;
     CHECK(DatacorePathRadixTreePacket(SerialisableDataPacket(packet.getJsonObject()), ok) ==
           packet);
     CHECK(ok);
 
-    const DatacorePathRadixTreePacket whole(QStringLiteral("me"), root, leaf, inner, deep);
+    const DatacorePathRadixTreePacket whole("me"_s, root, leaf, inner, deep);
     CHECK(whole.serialisePayload() == packet.serialisePayload());
-    paths += {QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("C/D"), QStringLiteral("D")};
+    const QStringList paths{"A"_s, "A/B"_s, "A/C"_s, "A/C/D"_s, "B"_s, "C"_s, "C/D"_s, "D"_s};
     CHECK(packet.getPaths() == paths);
     CHECK(receive<DatacorePathRadixTreePacket>(packet).getPaths() == paths);
 }
@@ -178,23 +160,19 @@ TEST_CASE("A tree of names comes out of a dump as it went in", "[packets]")
 TEST_CASE("A dump of the wrong shape decodes to empty names", "[packets]")
 {
     bool ok = false;
-    const SerialisableDataPacket odd(
-        QByteArray(
-            R"({"Class":"DatacorePathRadixTreePacket","ClientId":5,"StatusTreeObject":"text",)"
-            R"("ConfigTreeObject":{"Core":1,"Kids":[1,{}]}})"),
-        nullptr);
-    const DatacorePathRadixTreePacket packet(odd, ok);
+    const DatacorePathRadixTreePacket packet(
+        SerialisableDataPacket(parseObject(R"({"Class":"DatacorePathRadixTreePacket","ClientId":5,
+            "StatusTreeObject":"text","ConfigTreeObject":{"Core":1,"Kids":[1,{}]}})")),
+        ok);
     REQUIRE(ok);
-    CHECK_FALSE(packet.containsClientId());
-    CHECK_FALSE(packet.containsStatusTree());
+    CHECK_FALSE((packet.containsClientId() || packet.containsStatusTree()));
     CHECK(packet.getStatusTree() == DatacorePathRadixTreeNode());
     CHECK(packet.getCommandTree() == DatacorePathRadixTreeNode());
     CHECK(packet.getConfigTree().kids.size() == 2);
-    CHECK(packet.getPaths() == QStringList{QString(), QStringLiteral("/"), QStringLiteral("/"),
-                                           QString(), QString(), QString()});
+    CHECK(packet.getPaths() ==
+          QStringList{QString(), "/"_s, "/"_s, QString(), QString(), QString()});
     const auto received = receive<DatacorePathRadixTreePacket>(packet);
     CHECK(received.getPaths() == packet.getPaths());
-    CHECK_FALSE(received.containsClientId());
-    CHECK_FALSE(received.containsStatusTree());
+    CHECK_FALSE((received.containsClientId() || received.containsStatusTree()));
     CHECK(received == packet);
 }

@@ -9,15 +9,10 @@
 
 TEST_CASE("A header is read as the bytes stand and bad ones are told apart", "[packets]")
 {
-    struct Row
-    {
-        QByteArray hex;
-        int payloadBytes;
-        quint16 type;
-    };
     constexpr quint16 none = RawDataPacketHeader::NO_PACKET;
     constexpr quint16 incomplete = RawDataPacketHeader::INCOMPLETE_PACKET;
-    const std::vector<Row> rows{
+    const Table<QByteArray, int, quint16> rows{
+        // header, bytes behind it, type
         {"1010000000000000", 0, 0x1010},
         {"1029000300000004", 4, 0x1029},
         {"1010000000000004", 5, 0x1010},
@@ -35,10 +30,10 @@ TEST_CASE("A header is read as the bytes stand and bad ones are told apart", "[p
         {"100f", 0, none},
         {"", 0, none},
     };
-    for (const Row& row : rows) {
-        const QByteArray view = QByteArray::fromHex(row.hex) + QByteArray(row.payloadBytes, 'p');
-        CAPTURE(row.hex.toStdString(), row.payloadBytes);
-        CHECK(RawDataPacket::parseHeader(view).packetType == row.type);
+    for (const auto& [hex, payloadBytes, type] : rows) {
+        CAPTURE(hex, payloadBytes);
+        const QByteArray view = QByteArray::fromHex(hex) + QByteArray(payloadBytes, 'p');
+        CHECK(RawDataPacket::parseHeader(view).packetType == type);
     }
     const auto header = RawDataPacket::parseHeader(QByteArray::fromHex("1029ab0300000001ff"));
     CHECK(header.packetSubType == 0xab03);
@@ -49,16 +44,13 @@ TEST_CASE("A JSON packet has these bytes on the wire", "[packets]")
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
-    REQUIRE(SerialisableDataPacket(QStringLiteral("BasicTestPacket")).serialiseTo(buffer));
-    CHECK(buffer.data() == QByteArray::fromHex("1010"
-                                               "0000"
-                                               "0000001f"
-                                               "0000001b") +
-                               QByteArray(R"({"Class":"BasicTestPacket"})"));
+    REQUIRE(SerialisableDataPacket("BasicTestPacket"_s).serialiseTo(buffer));
+    CHECK(buffer.data() ==
+          QByteArray::fromHex("101000000000001f0000001b") + R"({"Class":"BasicTestPacket"})");
 
     QBuffer readOnly;
     readOnly.open(QIODevice::ReadOnly);
-    CHECK_FALSE(SerialisableDataPacket(QStringLiteral("X")).serialiseTo(readOnly));
+    CHECK_FALSE(SerialisableDataPacket("X"_s).serialiseTo(readOnly));
 }
 
 TEST_CASE("The factory makes packets of known types, and copies what it keeps", "[packets]")
@@ -87,7 +79,7 @@ TEST_CASE("A packet built from a view that is too short keeps what is there", "[
     for (int size = 0; size <= whole.size(); ++size) {
         const SerialisableDataPacket packet(whole.left(size), header);
         CHECK(packet.getPayload() == whole.left(size).mid(8));
-        CHECK(packet.getJsonObject().contains(QStringLiteral("a")) == (size == whole.size()));
+        CHECK(packet.getJsonObject().contains("a"_s) == (size == whole.size()));
     }
 }
 
@@ -119,10 +111,10 @@ TEST_CASE("Receivers are registered as long as they exist, the newest first", "[
         }
         CHECK(*registry.constFind(0x1010) == &second);
 
-        first.receiveRawPacket(std::make_shared<SerialisableDataPacket>(QStringLiteral("X")));
+        first.receiveRawPacket(std::make_shared<SerialisableDataPacket>("X"_s));
         first.receiveRawPacket(std::make_shared<OtherPacket>());
         REQUIRE(first.received.size() == 2);
-        CHECK(first.received[0]->getPacketClassName() == QStringLiteral("X"));
+        CHECK(first.received[0]->getPacketClassName() == "X"_s);
         CHECK(first.received[1] == nullptr);
     }
     CHECK(registry.count(0x1010) == before);
@@ -130,7 +122,7 @@ TEST_CASE("Receivers are registered as long as they exist, the newest first", "[
 
 TEST_CASE("A PTP event carries its time and its text", "[packets]")
 {
-    const QString text = QStringLiteral("Locked to grandmaster");
+    const QString text = "Locked to grandmaster"_s;
     // Julian day 2461003 is 23 November 2025 (US Naval Observatory's calendar converter).
     const QDateTime when(QDate(2025, 11, 23), QTime(1, 2, 3, 4), Qt::UTC);
     const PtpEventPacket packet(text, when);
@@ -140,7 +132,7 @@ TEST_CASE("A PTP event carries its time and its text", "[packets]")
     CHECK(packet.getLogLine() == text);
 
     const PtpEventPacket invalid(text, QDateTime());
-    CHECK(invalid.getJsonObject().value(QStringLiteral("msecsSinceStartOfDay")) == QJsonValue(0));
+    CHECK(invalid.getJsonObject().value("msecsSinceStartOfDay"_s) == QJsonValue(0));
     CHECK(PtpEventPacket().getLogLine().isNull());
     CHECK(PtpEventPacket().getJsonObject().size() == 1);
 

@@ -1,5 +1,4 @@
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
 #include <functional>
@@ -7,9 +6,8 @@
 namespace {
 
 /// Notes its name for each packet that it gets.
-class Acceptor : public SerialisableDataPacketAcceptorInterface
+struct Acceptor : SerialisableDataPacketAcceptorInterface
 {
-public:
     Acceptor(QString acceptorName, QStringList& sharedJournal)
         : name(std::move(acceptorName))
         , journal(sharedJournal)
@@ -22,8 +20,6 @@ public:
     }
 
     QString refused;
-
-private:
     QString name;
     QStringList& journal;
 };
@@ -33,38 +29,34 @@ private:
 TEST_CASE("Packets go to the acceptors of their class, in the order of registration", "[packets]")
 {
     QStringList journal;
-    Acceptor a(QStringLiteral("a:"), journal);
-    Acceptor b(QStringLiteral("b:"), journal);
+    Acceptor a("a:"_s, journal);
+    Acceptor b("b:"_s, journal);
     SerialisableDataPacketDistributor distributor;
-    distributor.registerPacketAcceptor(b, QStringLiteral("One"));
-    distributor.registerPacketAcceptor(a, {QStringLiteral("One"), QStringLiteral("Two")});
-    distributor.registerPacketAcceptor(b, QStringLiteral("One"));
+    distributor.registerPacketAcceptor(b, "One"_s);
+    distributor.registerPacketAcceptor(a, {"One"_s, "Two"_s});
+    distributor.registerPacketAcceptor(b, "One"_s);
 
-    distributor.acceptPacket(SerialisableDataPacket(QStringLiteral("One")));
-    distributor.receivePacket(std::make_shared<SerialisableDataPacket>(QStringLiteral("Two")));
+    distributor.acceptPacket(SerialisableDataPacket("One"_s));
+    distributor.receivePacket(std::make_shared<SerialisableDataPacket>("Two"_s));
     distributor.receivePacket(nullptr);
-    CHECK(journal == QStringList{QStringLiteral("b:One"), QStringLiteral("a:One"),
-                                 QStringLiteral("b:One"), QStringLiteral("a:Two")});
+    CHECK(journal == QStringList{"b:One"_s, "a:One"_s, "b:One"_s, "a:Two"_s});
 }
 
-TEST_CASE("What nobody takes is logged with its class, and so is a refused registration",
-          "[packets]")
+TEST_CASE("What nobody takes is logged, and so is a refused registration", "[packets]")
 {
     QStringList journal;
-    Acceptor acceptor(QStringLiteral("a:"), journal);
-    acceptor.refused = QStringLiteral("Two");
+    Acceptor acceptor("a:"_s, journal);
+    acceptor.refused = "Two"_s;
     SerialisableDataPacketDistributor distributor;
     const LogCapture log;
-    distributor.registerPacketAcceptor(acceptor, QStringLiteral("Two"));
-    distributor.acceptPacket(SerialisableDataPacket(QStringLiteral("Two")));
+    distributor.registerPacketAcceptor(acceptor, "Two"_s);
+    distributor.acceptPacket(SerialisableDataPacket("Two"_s));
     distributor.acceptPacket(SerialisableDataPacket(QJsonObject()));
-    CHECK(log.lines() ==
-          QStringList{QStringLiteral("info: Could not register packetAcceptor to accept packets of "
-                                     "the class Two"),
-                      QStringLiteral("info: There are no packet acceptors registered for packets "
-                                     "of type Two"),
-                      QStringLiteral("info: There are no packet acceptors registered for packets "
-                                     "of type ")});
+    CHECK(
+        log.lines() ==
+        QStringList{"info: Could not register packetAcceptor to accept packets of the class Two"_s,
+                    "info: There are no packet acceptors registered for packets of type Two"_s,
+                    "info: There are no packet acceptors registered for packets of type "_s});
     CHECK(journal.isEmpty());
 }
 
@@ -82,29 +74,28 @@ TEST_CASE("An acceptor may end the client with its distributor", "[packets]")
             std::make_unique<SerialisableDataPacketDistributor>();
     };
     QStringList journal;
-    Acceptor after(QStringLiteral("after:"), journal);
-    Ending ending(QStringLiteral("ending:"), journal);
-    ending.client->registerPacketAcceptor(ending, QStringLiteral("One"));
-    ending.client->registerPacketAcceptor(after, QStringLiteral("One"));
-    ending.client->acceptPacket(SerialisableDataPacket(QStringLiteral("One")));
-    CHECK(journal == QStringList{QStringLiteral("ending:One")});
+    Acceptor after("after:"_s, journal);
+    Ending ending("ending:"_s, journal);
+    ending.client->registerPacketAcceptor(ending, "One"_s);
+    ending.client->registerPacketAcceptor(after, "One"_s);
+    ending.client->acceptPacket(SerialisableDataPacket("One"_s));
+    CHECK(journal == QStringList{"ending:One"_s});
 }
 
-TEST_CASE("A distributor takes every JSON packet of the process, and can hand on to another",
-          "[packets]")
+TEST_CASE("A distributor takes every JSON packet, and can hand on to another", "[packets]")
 {
     const auto& registry = RawDataPacketReceiverInterfaceBase::registry;
     const int before = registry.count(0x1010);
     QStringList journal;
-    Acceptor acceptor(QStringLiteral("a:"), journal);
+    Acceptor acceptor("a:"_s, journal);
     {
         SerialisableDataPacketDistributor outer;
         SerialisableDataPacketDistributor inner;
         CHECK(registry.count(0x1010) == before + 2);
-        inner.registerPacketAcceptor(acceptor, QStringLiteral("One"));
-        outer.registerPacketAcceptor(inner, QStringLiteral("One"));
-        outer.acceptPacket(SerialisableDataPacket(QStringLiteral("One")));
+        inner.registerPacketAcceptor(acceptor, "One"_s);
+        outer.registerPacketAcceptor(inner, "One"_s);
+        outer.acceptPacket(SerialisableDataPacket("One"_s));
     }
-    CHECK(journal == QStringList{QStringLiteral("a:One")});
+    CHECK(journal == QStringList{"a:One"_s});
     CHECK(registry.count(0x1010) == before);
 }

@@ -1,7 +1,6 @@
 // The files are made by tools/make_certificates.sh.
 #include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/packets/TlsSettings.h"
-#include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/DatacoreTest.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -10,33 +9,16 @@
 #include <QSslCertificate>
 #include <QTemporaryDir>
 
-namespace {
-
-QString tlsFile(const char* name)
-{
-    return *name == '\0' ? QString()
-                         : DatacoreTest::testSourceDirectory + QStringLiteral("/tls/") +
-                               QString::fromLatin1(name);
-}
-
-} // namespace
-
 TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "[packets]")
 {
     const QTemporaryDir directory;
-    QFile large(directory.filePath(QStringLiteral("large")));
+    QFile large(directory.filePath("large"_s));
     REQUIRE(large.open(QIODevice::WriteOnly));
     REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES + 1));
 
-    struct Row
-    {
-        const char* certificate;
-        const char* key;
-        const char* passphrase;
-        const char* trust;
-        const char* whatIsWrong; ///< null if nothing
-    };
-    const Row rows[] = {
+    using Text = const char*;
+    // Certificate, key, passphrase, trust, and what is wrong, null if nothing.
+    const Table<Text, Text, Text, Text, Text> rows{
         {"", "", "", "", nullptr},
         {"server.pem", "end.key", "", "authority.pem", nullptr},
         {"server.pem", "locked.key", "secret", "", nullptr},
@@ -54,67 +36,65 @@ TEST_CASE("Files that can't serve a TLS link are refused, with what is wrong", "
         {"server.pem", "stranger.key", "", "", "stranger.key: does not fit the certificate in "},
         {"expired.pem", "end.key", "", "", "expired.pem: expired at 2001-01-01T00:00:00Z"},
     };
-    for (const Row& row : rows) {
-        QString reason;
+    QString reason;
+    for (const auto& [certificate, key, passphrase, trust, whatIsWrong] : rows) {
+        reason.clear();
         const auto settings = TlsSettings::load(
-            {tlsFile(row.certificate), tlsFile(row.key), row.passphrase, tlsFile(row.trust)},
-            &reason);
-        CAPTURE(row.certificate, row.key, row.trust, reason.toStdString());
-        CHECK(settings.has_value() == (row.whatIsWrong == nullptr));
-        CHECK(reason.isEmpty() == (row.whatIsWrong == nullptr));
-        CHECK(reason.contains(QString::fromLatin1(row.whatIsWrong)));
+            {tlsFile(certificate), tlsFile(key), passphrase, tlsFile(trust)}, &reason);
+        CAPTURE(certificate, key, trust, reason);
+        CHECK(settings.has_value() == (whatIsWrong == nullptr));
+        CHECK(reason.isEmpty() == (whatIsWrong == nullptr));
+        CHECK(reason.contains(QString::fromLatin1(whatIsWrong)));
         if (settings) {
-            CHECK(settings->hasCertificate() == (*row.certificate != '\0'));
-            CHECK(settings->hasTrust() == (*row.trust != '\0'));
+            CHECK(settings->hasCertificate() == (*certificate != '\0'));
+            CHECK(settings->hasTrust() == (*trust != '\0'));
         }
     }
-    QString reason;
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
-    CHECK(reason.endsWith(QLatin1String(": is larger than 4194304 bytes")));
+    CHECK(reason.endsWith(": is larger than 4194304 bytes"_s));
     REQUIRE(large.resize(TlsSettings::MAX_FILE_BYTES));
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), large.fileName()}, &reason));
-    CHECK(reason.endsWith(QLatin1String("holds no certificate in PEM form")));
+    CHECK(reason.endsWith("holds no certificate in PEM form"_s));
     CHECK_FALSE(TlsSettings::load({QString(), QString(), QByteArray(), directory.path()}));
 }
 
 TEST_CASE("Options of a program name its TLS files, and what is to be verified", "[packets]")
 {
-    const auto read = [](TlsEnd end, QStringList words, QString& reason) {
+    QString reason;
+    const auto read = [&reason](TlsEnd end, QStringList words) {
         QCommandLineParser parser;
         addTlsOptions(parser, end);
         for (QString& word : words) {
-            word.replace(QLatin1Char('@'),
-                         DatacoreTest::testSourceDirectory + QStringLiteral("/tls/"));
+            word.replace(QLatin1Char('@'), DatacoreTest::testSourceDirectory + "/tls/"_s);
         }
-        REQUIRE(parser.parse(QStringList{QStringLiteral("program")} + words));
+        REQUIRE(parser.parse(QStringList{"program"_s} + words));
         reason.clear();
         return readTlsOptions(parser, end, &reason);
     };
-    QString reason;
     const QStringList own = lines({"--tls-certificate", "@server.pem", "--tls-key", "@end.key"});
     const QStringList trust = lines({"--tls-trust", "@authority.pem"});
 
-    auto settings = read(TlsEnd::Client, {}, reason);
+    auto settings = read(TlsEnd::Client, {});
     REQUIRE(settings);
     CHECK(settings->getVerifiesPeer());
     CHECK_FALSE((settings->hasCertificate() || settings->hasTrust()));
-    settings =
-        read(TlsEnd::Client,
-             own + trust + lines({"--tls-name", "instrument.test", "--tls-no-verify"}), reason);
+    settings = read(TlsEnd::Client,
+                    own + trust + lines({"--tls-name", "instrument.test", "--tls-no-verify"}));
     REQUIRE(settings);
     CHECK((settings->hasCertificate() && settings->hasTrust()));
     CHECK_FALSE(settings->getVerifiesPeer());
-    CHECK(settings->getPeerName() == QLatin1String("instrument.test"));
+    CHECK(settings->getPeerName() == "instrument.test"_s);
     CHECK(settings->getClientConfiguration().protocol() == QSsl::TlsV1_2OrLater);
 
-    settings = read(TlsEnd::Server, own + trust + lines({"--tls-require-certificate"}), reason);
+    const QStringList require = lines({"--tls-require-certificate"});
+    settings = read(TlsEnd::Server, own + trust + require);
     REQUIRE(settings);
     CHECK(settings->getRequiresCertificate());
     CHECK(settings->getServerConfiguration().protocol() == QSsl::TlsV1_2OrLater);
-    CHECK_FALSE(read(TlsEnd::Server, trust, reason));
-    CHECK(reason == QLatin1String("TLS needs --tls-certificate and --tls-key"));
-    CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"}), reason));
-    CHECK(reason == QLatin1String("--tls-require-certificate needs --tls-trust"));
-    CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"}), reason));
-    CHECK(reason.endsWith(QLatin1String("end.key: holds no certificate in PEM form")));
+    CHECK_FALSE(read(TlsEnd::Server, trust));
+    CHECK(reason == "TLS needs --tls-certificate and --tls-key"_s);
+    CHECK_FALSE(read(TlsEnd::Server, own + lines({"--tls-require-certificate"})));
+    CHECK(reason == "--tls-require-certificate needs --tls-trust"_s);
+    CHECK_FALSE(read(TlsEnd::Client, lines({"--tls-trust", "@end.key"})));
+    CHECK(reason.endsWith("end.key: holds no certificate in PEM form"_s));
 }

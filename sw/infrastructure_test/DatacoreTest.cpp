@@ -1,3 +1,0 @@
-#include "sw/infrastructure_test/DatacoreTest.h"
-
-QString DatacoreTest::testSourceDirectory;
