@@ -161,10 +161,10 @@ TEST_CASE("Mixed services give the pictures that each gives alone", "[captions]"
     CHECK(programmes.count("Current type 3: \"Ab\""_s) == 400);
     // Two equal codes with one of the other channel between them both act.
     CaptionField608 field;
-    for (const uint16_t code : Codes{0x1429, 0x1150, 0x1722, 0x1F22, 0x1722, 0x4141}) {
+    for (const uint16_t code : Codes{0x1429, 0x1150, 0x1723, 0x1F23, 0x1723, 0x4141}) {
         field.process(code);
     }
-    CHECK(field.service(0).displayedGrid().rowText(0).startsWith("    AA"_s));
+    CHECK(field.service(0).displayedGrid().rowText(0).startsWith("      AA"_s));
     // The sequence stands still in all of these packets.
     CHECK(mixed.getFindings().getTotal() == mixed.getFindings().getCount(FindingCode::CdpSequence));
 }
@@ -367,17 +367,19 @@ TEST_CASE("Packets of CEA-708 are put together and taken apart", "[captions]")
     shown.channel.processTriplet({true, CaptionTripletType_Data708, {'\f', 'k'}}, shown.findings,
                                  {});
     CHECK(text(1) == "k"_s);
-    shown.findings.clear();
-    shown.channel.processTriplet({true, CaptionTripletType_PacketStart708, {0, 0}}, shown.findings,
-                                 {0, 1, 2, 3});
-    shown.send({0});
-    shown.sequence = 2;
-    shown.channel.processTriplet({true, CaptionTripletType_PacketStart708, {0x05, 0}},
-                                 shown.findings, {0, 1, 2, 3});
-    shown.channel.processTriplet({true, CaptionTripletType_PacketStart708, {0x45, 0}},
-                                 shown.findings, {0, 1, 2, 3});
-    CHECK(shown.findings.getFindings()[0] ==
-          Finding{FindingCode::CdpChannelCut, {0, 1, 2, 3}, 10, 2, {}});
+    // Sequence 1 in place of 0, of five pairs, then 3 in place of 2, whole.
+    Channel other;
+    other.sequence = 3;
+    CHECK(other.send({0}) == ""_s);
+    for (const uint8_t header : Bytes{0x45, 0xC1}) {
+        other.channel.processTriplet({true, CaptionTripletType_PacketStart708, {header, 0}},
+                                     other.findings, {0, 1, 2, 3});
+    }
+    const auto& told = other.findings.getFindings();
+    REQUIRE(told.size() == 3);
+    CHECK(told[0] == Finding{FindingCode::CdpChannelCut, {0, 1, 2, 3}, 10, 2, {}});
+    CHECK(told[1] == Finding{FindingCode::CdpChannelSequence, {0, 1, 2, 3}, 0, 1, {}});
+    CHECK(told[2] == Finding{FindingCode::CdpChannelSequence, {0, 1, 2, 3}, 2, 3, {}});
 }
 
 TEST_CASE("Whatever is seen of a service changes its revision", "[captions]")
