@@ -181,4 +181,5 @@ def main(program):
         test(program)
 
 
-main(os.path.abspath(sys.argv[1]))
+if __name__ == "__main__":
+    main(os.path.abspath(sys.argv[1]))
