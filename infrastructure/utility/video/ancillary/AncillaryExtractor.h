@@ -33,7 +33,8 @@ public:
     /// The word at an index below size().
     quint16 operator[](std::size_t index) const
     {
-        return (words != nullptr ? words[index * step] : samples[index] >> shift) & 0x3FF;
+        return static_cast<quint16>(
+            (words != nullptr ? words[index * step] : samples[index] >> shift) & 0x3FF);
     }
     /// A part of the run; what lies beyond its end is left out.
     AncillaryRun part(std::size_t first, std::size_t most) const;
