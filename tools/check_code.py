@@ -78,7 +78,7 @@ def read_flags():
     GENERATED.mkdir(parents=True, exist_ok=True)
     shutil.copy(LIBRARY / "platform" / "BuildVersion.h.in", GENERATED / "BuildVersion.h")
     return ["-std=c++17", "-fPIC", f"-I{ROOT}", f"-I{GENERATED}", "-DQT_NO_KEYWORDS", "-DQT_NO_CAST_FROM_ASCII",
-            "-D_FILE_OFFSET_BITS=64", *found]
+            "-D_FILE_OFFSET_BITS=64", '-DINFRASTRUCTURE_VERSION=""', *found]
 
 
 def check_library():
