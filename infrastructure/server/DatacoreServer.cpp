@@ -70,8 +70,11 @@ public:
     void adoptSocket(std::unique_ptr<QTcpSocket> accepted)
     {
         accepted->setReadBufferSize(READ_BUFFER_BYTES);
-        // An echo does not wait until the client's system has confirmed the one before.
-        accepted->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        if (server->persistentTree) {
+            // What was held back does not wait again, until the client's system has confirmed
+            // earlier echoes. Elsewhere that wait joins the echoes of a flood of writes.
+            accepted->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        }
         connection.adoptSocket(accepted);
         peer = server->access->admit(connection.getPeerOrigin());
         boundBuffer();
