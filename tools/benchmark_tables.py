@@ -9,6 +9,12 @@
     benchmark_tables.py page FILE.json ...      puts a table for each program, with the medians of
                                                 its runs, after the line "<!-- tables -->" of
                                                 docs/performance.md
+    benchmark_tables.py check FILE.json ...     names the rows whose ratio has fallen by more than
+                                                its noise since the tables were made, and exits
+                                                with 1 if there are any. The noise of a row is the
+                                                widest spread of its runs, here or in the table, in
+                                                percent of the median; where a side has one run
+                                                only, a fixed share.
 """
 import datetime
 import json
@@ -22,6 +28,8 @@ PAGE = ROOT / "docs" / "performance.md"
 MARK = "<!-- tables -->\n"
 TIMES = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1}
 STANDING = {"ratio", "must", "aim", "items_per_second", "bytes_per_second", "real_time", "cpu_time"}
+LEAST_NOISE = 0.05  # of any row
+NOISE_OF_ONE_RUN = 0.25
 NOT_COUNTERS = {"family_index", "per_family_instance_index", "repetitions", "repetition_index",
                 "threads", "iterations"}
 
@@ -103,6 +111,55 @@ def to_row(rows):
     return "| " + " | ".join(cells) + " |"
 
 
+def noise_of(ratios):
+    """The spread of a row's runs beside their median."""
+    if len(ratios) < 2:
+        return NOISE_OF_ONE_RUN
+    return max(LEAST_NOISE, (max(ratios) - min(ratios)) / statistics.median(ratios))
+
+
+def rows_of_page():
+    """(program, row) to the ratio in the table, and the ratios that are known of its runs."""
+    rows = {}
+    program = None
+    for line in PAGE.read_text(encoding="utf-8").split(MARK)[1].splitlines():
+        if line.startswith("## "):
+            program = line[3:]
+        elif line.startswith("| `"):
+            name, _, _, ratio, spread = [cell.strip() for cell in line.split("|")[1:6]]
+            if ratio:
+                known = [float(word) for word in spread.split(" to ")] if spread else []
+                rows[program, name.strip("`")] = float(ratio.strip("*")), known
+    return rows
+
+
+def check(runs):
+    standing = rows_of_page()
+    measured = {}
+    for run in runs:
+        for row in run["benchmarks"]:
+            if "ratio" in row and row["run_type"] == "iteration":
+                measured.setdefault((program_of(run), row_name(row)), []).append(row["ratio"])
+    fallen = 0
+    for (program, name), ratios in measured.items():
+        if (program, name) not in standing:
+            print(f"new     {program}: {name}  {statistics.median(ratios):.3g}")
+            continue
+        before, known = standing[program, name]
+        noise = max(noise_of(ratios), noise_of(known))
+        now = statistics.median(ratios)
+        if now < before * (1 - noise):
+            fallen += 1
+            print(f"FALLEN  {program}: {name}  {before:.3g} -> {now:.3g}, "
+                  f"{1 - now / before:.0%} where noise is {noise:.0%}")
+    print(f"{len(measured)} rows, {fallen} fallen")
+    raise SystemExit(1 if fallen else 0)
+
+
+def program_of(run):
+    return pathlib.Path(run["context"]["executable"]).name.replace("bench_", "")
+
+
 def introduction(name):
     """What the program's first comment says."""
     lines = []
@@ -131,8 +188,7 @@ def to_table(name, runs):
 def write_page(runs):
     programs = {}
     for run in runs:
-        name = pathlib.Path(run["context"]["executable"]).name.replace("bench_", "")
-        programs.setdefault(name, []).append(run)
+        programs.setdefault(program_of(run), []).append(run)
     page = PAGE.read_text(encoding="utf-8")
     head = page[: page.index(MARK) + len(MARK)]
     tables = [to_table(name, runs) for name, runs in programs.items()]
@@ -142,7 +198,7 @@ def write_page(runs):
 def main():
     if sys.argv[1:] == ["--help"]:
         return print(__doc__)
-    outputs = {"ratios": print_ratios, "page": write_page}
+    outputs = {"ratios": print_ratios, "page": write_page, "check": check}
     if len(sys.argv) < 3 or sys.argv[1] not in outputs:
         raise SystemExit(__doc__)
     texts = [pathlib.Path(word).read_text(encoding="utf-8") for word in sys.argv[2:]]
