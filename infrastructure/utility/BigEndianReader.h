@@ -7,6 +7,49 @@
 #include <limits>
 #include <type_traits>
 
+/// Takes fields from bytes that are known to be there: the caller has counted them.
+class WholeBigEndianReader
+{
+public:
+    explicit WholeBigEndianReader(const char* bytes)
+        : next(bytes)
+    {
+    }
+
+    /// The next integer, `bool` (one byte, true unless 0) or `double` (IEEE 754, eight bytes).
+    template <typename T>
+    T take()
+    {
+        static_assert(!std::is_same_v<T, float>, "a float is a double on the wire");
+        if constexpr (std::is_same_v<T, bool>) {
+            return take<quint8>() != 0;
+        } else if constexpr (std::is_same_v<T, double>) {
+            static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8);
+            const quint64 bits = take<quint64>();
+            double value;
+            std::memcpy(&value, &bits, sizeof value);
+            return value;
+        } else {
+            static_assert(std::is_integral_v<T>, "a plain number");
+            const T value = qFromBigEndian<T>(next);
+            next += sizeof(T);
+            return value;
+        }
+    }
+
+    /// The next `count` numbers.
+    template <typename T>
+    void takeRun(T* values, int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            values[i] = take<T>();
+        }
+    }
+
+private:
+    const char* next;
+};
+
 /// Takes fields from the front of a run of bytes, which must outlive it. A field that is not
 /// complete is 0, and so is everything after it.
 class BigEndianReader
@@ -25,25 +68,20 @@ public:
     template <typename T>
     T take()
     {
-        static_assert(!std::is_same_v<T, float>, "a float is a double on the wire");
-        if constexpr (std::is_same_v<T, bool>) {
-            return take<quint8>() != 0;
-        } else if constexpr (std::is_same_v<T, double>) {
-            static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8);
-            const quint64 bits = take<quint64>();
-            double value;
-            std::memcpy(&value, &bits, sizeof value);
-            return value;
-        } else {
-            static_assert(std::is_integral_v<T>, "a plain number");
-            if (getRemaining() < static_cast<int>(sizeof(T))) {
-                next = end;
-                return T(0);
-            }
-            const T value = qFromBigEndian<T>(next);
-            next += sizeof(T);
-            return value;
+        constexpr int size = std::is_same_v<T, bool> ? 1 : static_cast<int>(sizeof(T));
+        if (getRemaining() < size) {
+            next = end;
+            return T(0);
         }
+        return takeWhole(size).template take<T>();
+    }
+
+    /// A reader of the next `count` bytes, no more than are left; goes on after them.
+    WholeBigEndianReader takeWhole(int count)
+    {
+        const WholeBigEndianReader whole(next);
+        next += count;
+        return whole;
     }
 
     /// Passes the next `count` numbers, as far as they are complete, to `use(index, number)`.

@@ -81,9 +81,10 @@ struct Field
     {
         writer.put(static_cast<Wire>(owner.*member));
     }
-    void take(Owner& owner, BigEndianReader& reader) const
+    template <typename From>
+    void take(Owner& owner, From& reader) const
     {
-        owner.*member = static_cast<Held>(reader.take<Wire>());
+        owner.*member = static_cast<Held>(reader.template take<Wire>());
     }
     bool isEqual(const Owner& a, const Owner& b) const { return a.*member == b.*member; }
 };
@@ -105,10 +106,10 @@ struct Placeholder
     {
         writer.put(value);
     }
-    template <typename Owner>
-    void take(Owner&, BigEndianReader& reader) const
+    template <typename Owner, typename From>
+    void take(Owner&, From& reader) const
     {
-        reader.take<Wire>();
+        reader.template take<Wire>();
     }
     template <typename Owner>
     bool isEqual(const Owner&, const Owner&) const
@@ -131,7 +132,8 @@ struct Run
     {
         writer.putRun((owner.*member).data(), COUNT);
     }
-    void take(Owner& owner, BigEndianReader& reader) const
+    template <typename From>
+    void take(Owner& owner, From& reader) const
     {
         owner.*member = Array{};
         reader.takeRun((owner.*member).data(), COUNT);
@@ -153,10 +155,11 @@ struct Address
         writer.put(!address.isNull());
         writer.put(address.isNull() ? quint32(0) : address.toIPv4Address());
     }
-    void take(Owner& owner, BigEndianReader& reader) const
+    template <typename From>
+    void take(Owner& owner, From& reader) const
     {
-        const bool isValid = reader.take<bool>();
-        const quint32 address = reader.take<quint32>();
+        const bool isValid = reader.template take<bool>();
+        const quint32 address = reader.template take<quint32>();
         owner.*member = isValid ? QHostAddress(address) : QHostAddress();
     }
     bool isEqual(const Owner& a, const Owner& b) const { return a.*member == b.*member; }
@@ -336,11 +339,21 @@ void put(const Record& record, BigEndianWriter& writer)
     std::apply([&](const auto&... part) { (part.put(record, writer), ...); }, Record::LAYOUT);
 }
 
-/// `From` is the Reader, or the plain BigEndianReader for a record of a fixed size.
+/// Reads the record's parts in their order; what is missing is zero. The bytes of a record of a
+/// fixed size are counted once for all of them.
 template <typename Record, typename From>
 void take(Record& record, From& reader)
 {
-    std::apply([&](const auto&... part) { (part.take(record, reader), ...); }, Record::LAYOUT);
+    const auto takeParts = [&record](auto& from) {
+        std::apply([&](const auto&... part) { (part.take(record, from), ...); }, Record::LAYOUT);
+    };
+    if constexpr (fixedSize<Record>() > 0) {
+        if (reader.getRemaining() >= fixedSize<Record>()) {
+            WholeBigEndianReader whole = reader.takeWhole(fixedSize<Record>());
+            return takeParts(whole);
+        }
+    }
+    takeParts(reader);
 }
 
 /// True when all fields of the layout are equal.
