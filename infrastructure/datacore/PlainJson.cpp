@@ -12,6 +12,27 @@ namespace {
 constexpr int MAX_DEPTH = 128;
 constexpr int MAX_DIGITS = 9; // always fits an int
 
+using Word = std::size_t; // what the machine works with at a time
+
+constexpr Word repeated(unsigned char byte)
+{
+    return ~Word(0) / 255 * byte;
+}
+
+/// True if each byte is from 0x20 to 0x7E and neither a quote nor a backslash.
+bool isPrintableWord(const char* bytes)
+{
+    constexpr Word high = repeated(0x80);
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    const auto hasZero = [](Word bits) { return (bits - repeated(1)) & ~bits; };
+    const Word controls = word - repeated(0x20); // borrows only where there is a control
+    const Word beyond = word + repeated(1);      // 0x7F becomes 0x80
+    return ((controls | beyond | word | hasZero(word ^ repeated('"')) |
+             hasZero(word ^ repeated('\\'))) &
+            high) == 0;
+}
+
 /// True for what a string may hold without an escape.
 constexpr std::array<bool, 256> makePrintable()
 {
@@ -37,10 +58,23 @@ const char* pastString(const char* at, const char* end)
     if (at == end || *at != '"') {
         return nullptr;
     }
-    do {
+    ++at;
+    while (end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)) && isPrintableWord(at)) {
+        at += sizeof(Word);
+    }
+    while (at != end && IS_PRINTABLE[static_cast<unsigned char>(*at)]) {
         ++at;
-    } while (at != end && IS_PRINTABLE[static_cast<unsigned char>(*at)]);
+    }
     return at != end && *at == '"' ? at + 1 : nullptr;
+}
+
+/// True if `a` comes before `b` in the order of their bytes; both are printable.
+bool isBefore(QLatin1String a, QLatin1String b)
+{
+    if (!a.isEmpty() && !b.isEmpty() && *a.data() != *b.data()) {
+        return *a.data() < *b.data();
+    }
+    return a < b;
 }
 
 const char* pastNumber(const char* at, const char* end)
@@ -78,7 +112,7 @@ const char* pastObject(const char* at, const char* end, int depth, const OnMembe
             return *at == '}' && previous.data() == nullptr ? at + 1 : nullptr;
         }
         const QLatin1String name(key, static_cast<int>(pastKey - 1 - key));
-        const bool isAscending = previous.data() == nullptr || previous < name;
+        const bool isAscending = previous.data() == nullptr || isBefore(previous, name);
         if (!isAscending || pastKey == end || *pastKey != ':') {
             return nullptr;
         }
