@@ -3,6 +3,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QtAlgorithms>
+#include <QtEndian>
 
 #include <algorithm>
 #include <cstring>
@@ -13,24 +15,23 @@ constexpr int MAX_DEPTH = 128;
 constexpr int MAX_DIGITS = 9; // always fits an int
 
 using Word = std::size_t; // what the machine works with at a time
+constexpr int WORD_BYTES = sizeof(Word);
 
 constexpr Word repeated(unsigned char byte)
 {
     return ~Word(0) / 255 * byte;
 }
 
-/// True if each byte is from 0x20 to 0x7E and neither a quote nor a backslash.
-bool isPrintableWord(const char* bytes)
+/// How many bytes of a word, from the first on, are from 0x20 to 0x7E and neither a quote nor a
+/// backslash.
+int countPrintable(const char* bytes)
 {
-    constexpr Word high = repeated(0x80);
-    Word word;
-    std::memcpy(&word, bytes, sizeof word);
-    const auto hasZero = [](Word bits) { return (bits - repeated(1)) & ~bits; };
-    const Word controls = word - repeated(0x20); // borrows only where there is a control
-    const Word beyond = word + repeated(1);      // 0x7F becomes 0x80
-    return ((controls | beyond | word | hasZero(word ^ repeated('"')) |
-             hasZero(word ^ repeated('\\'))) &
-            high) == 0;
+    const Word word = qFromLittleEndian<Word>(bytes);
+    const auto markZeros = [](Word bits) { return (bits - repeated(1)) & ~bits; };
+    const Word others = (word - repeated(0x20)) | // controls; what these borrow comes after them
+                        (word + repeated(1)) | word | markZeros(word ^ repeated('"')) |
+                        markZeros(word ^ repeated('\\'));
+    return qCountTrailingZeroBits(others & repeated(0x80)) / 8;
 }
 
 /// True for what a string may hold without an escape.
@@ -59,8 +60,9 @@ const char* pastString(const char* at, const char* end)
         return nullptr;
     }
     ++at;
-    while (end - at >= static_cast<std::ptrdiff_t>(sizeof(Word)) && isPrintableWord(at)) {
-        at += sizeof(Word);
+    for (int printable = WORD_BYTES; printable == WORD_BYTES && end - at >= WORD_BYTES;) {
+        printable = countPrintable(at);
+        at += printable;
     }
     while (at != end && IS_PRINTABLE[static_cast<unsigned char>(*at)]) {
         ++at;

@@ -22,6 +22,12 @@ QJsonObject getContent(const DatacoreBase& datacore, const DatacorePacket& write
                : write.getDatacoreJsonObject().value(datacore.getInstanceName()).toObject();
 }
 
+QStringView getTree(const QString& path)
+{
+    const int end = path.indexOf(QLatin1Char('/'));
+    return end < 0 ? QStringView(path) : QStringView(path).left(end);
+}
+
 } // namespace
 
 AccessPeer AccessControl::admit(const PeerOrigin& origin) const
@@ -67,16 +73,25 @@ DatacoreAccessPacket AccessControl::takeToken(AccessPeer& peer, const QString& t
 
 bool AccessControl::isReadOnly(const DatacoreBase& datacore) const
 {
+    const QString path = datacore.getPath();
+    return isReadOnly(datacore, getTree(path));
+}
+
+/// The same for a node of a known tree, whose path is built only if the rules ask for it.
+bool AccessControl::isReadOnly(const DatacoreBase& datacore, QStringView tree) const
+{
     return datacore.isReadOnlyForClients() ||
-           (!rules.isUnrestricted() && !rules.isWritable(datacore.getPath()));
+           (!rules.isUnrestricted() &&
+            !(rules.isRuledByTrees() ? rules.isWritable(tree)
+                                     : rules.isWritable(datacore.getPath())));
 }
 
 /// The first read-only node that content is for, from `datacore` down; null if there is none.
 /// `content` is what stands under the node's name.
-const DatacoreBase* AccessControl::findReadOnly(const DatacoreBase& datacore,
+const DatacoreBase* AccessControl::findReadOnly(const DatacoreBase& datacore, QStringView tree,
                                                 const QJsonObject& content) const
 {
-    if (isReadOnly(datacore)) {
+    if (isReadOnly(datacore, tree)) {
         return &datacore;
     }
     for (const DatacoreBase* child : datacore.getChildren()) {
@@ -84,7 +99,7 @@ const DatacoreBase* AccessControl::findReadOnly(const DatacoreBase& datacore,
         if (below == content.constEnd()) {
             continue;
         }
-        if (const DatacoreBase* found = findReadOnly(*child, below->toObject())) {
+        if (const DatacoreBase* found = findReadOnly(*child, tree, below->toObject())) {
             return found;
         }
     }
@@ -97,8 +112,9 @@ bool AccessControl::mayWrite(AccessPeer& peer, const DatacoreBase& datacore,
     // A role's prefix covers all that is below it.
     const bool hasRight =
         peer.role.right == AccessRole::Right::All || peer.role.mayWrite(datacore.getPath());
+    const QString path = write.getDatacorePath();
     const DatacoreBase* refused =
-        hasRight ? findReadOnly(datacore, getContent(datacore, write)) : &datacore;
+        hasRight ? findReadOnly(datacore, getTree(path), getContent(datacore, write)) : &datacore;
     if (refused == nullptr) {
         return true;
     }

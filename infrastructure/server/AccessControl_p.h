@@ -45,7 +45,8 @@ public:
     static void logRest(AccessPeer& peer);
 
 private:
-    const DatacoreBase* findReadOnly(const DatacoreBase& datacore,
+    bool isReadOnly(const DatacoreBase& datacore, QStringView tree) const;
+    const DatacoreBase* findReadOnly(const DatacoreBase& datacore, QStringView tree,
                                      const QJsonObject& content) const;
 
     AccessRules rules;

@@ -112,6 +112,7 @@ AccessRules AccessRules::forThisMachine()
 void AccessRules::setWritable(const QString& path, Extent extent, bool isWritable)
 {
     PathRule& rule = paths[path];
+    hasRulesWithinTrees |= extent == Extent::Node || path.contains(QLatin1Char('/'));
     (extent == Extent::Tree ? rule.tree : rule.node) = isWritable;
 }
 

@@ -69,6 +69,8 @@ public:
     bool isUnrestricted() const { return unrestricted; }
     /// True if the node at a full path may be written by clients.
     bool isWritable(QStringView path) const;
+    /// True if writing is ruled by whole trees, as it is by default.
+    bool isRuledByTrees() const { return !hasRulesWithinTrees; }
     /// What a peer may do by the way it came.
     AccessRole getRole(const PeerOrigin& origin) const;
     /// What a token gives; nothing if it is wrong. How long that takes does not depend on the
@@ -96,6 +98,7 @@ private:
     };
 
     bool unrestricted = true;
+    bool hasRulesWithinTrees = false;
     std::map<QString, PathRule, PathOrder> paths;
     std::vector<Grant> grants;
 };

@@ -138,7 +138,8 @@ private:
     {
         bool ok = false;
         const QString token = DatacoreTokenPacket(packet, ok).getToken();
-        server->sendTo(*this, {server->access->takeToken(peer, token, Clock::now())});
+        server->sendTo(*this, NetworkConnection::joinPackets(
+                                  {server->access->takeToken(peer, token, Clock::now())}));
         boundBuffer();
     }
     void write(const SerialisableDataPacket& packet)
@@ -448,7 +449,7 @@ void DatacoreServer::applyWrite(Client& writer, const DatacorePacket& write)
         if (durable != nullptr && durable->isHeldBack(*datacore)) {
             durable->holdAnswer(*datacore, answer, writer.getConnection());
         } else {
-            sendTo(writer, {answer});
+            sendTo(writer, NetworkConnection::joinPackets({answer}));
         }
         return;
     }
@@ -488,22 +489,23 @@ void DatacoreServer::publishChanges()
 
 void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
 {
-    if (packets.empty()) {
+    if (packets.empty() || clients.empty()) {
         return;
     }
+    const std::vector<QByteArray> joined = NetworkConnection::joinPackets(packets);
     const std::vector<Client*> present = clients; // a client may go away during the sending
     for (Client* client : present) {
         if (isPresent(client) && client->mayRead()) {
-            sendTo(*client, packets);
+            sendTo(*client, joined);
         }
     }
 }
 
-void DatacoreServer::sendTo(Client& client, const std::vector<SerialisableDataPacket>& packets)
+void DatacoreServer::sendTo(Client& client, const std::vector<QByteArray>& joined)
 {
     if (client.getConnection().getUnsentBytes() > MAX_UNSENT_BYTES) {
         dropClientThatDoesNotRead(client);
     } else {
-        client.getConnection().acceptPackets(packets);
+        client.getConnection().sendJoined(joined);
     }
 }

@@ -103,7 +103,7 @@ private:
     void awaitToken(Client& client);
     void dropClientWithoutRole(Client& client, const char* reason);
     bool isPresent(const Client* client) const;
-    void sendTo(Client& client, const std::vector<SerialisableDataPacket>& packets);
+    void sendTo(Client& client, const std::vector<QByteArray>& joined);
     void sendToAll(const std::vector<SerialisableDataPacket>& packets);
     std::vector<DatacoreBase*> getRoots() const;
     DatacoreBase* findDatacore(const QString& fullPath) const;

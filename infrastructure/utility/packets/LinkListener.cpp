@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <sys/socket.h>
+#include <utility>
 
 namespace {
 
@@ -55,9 +57,10 @@ QString describePeer(const QTcpSocket& socket, LinkAddress::Way way)
 class LinkListener::Door : public QObject
 {
 public:
-    Door(LinkListener& listener, LinkAddress::Way wayIn, const TlsSettings& tlsSettings = {})
+    Door(LinkListener& listener, LinkAddress::Way wayIn,
+         std::optional<TlsSettings> tlsSettings = std::nullopt)
         : way(wayIn)
-        , settings(tlsSettings)
+        , settings(std::move(tlsSettings))
         , owner(listener)
     {
     }
@@ -94,7 +97,7 @@ public:
     quint16 getPort() const { return server.serverPort(); }
 
     const LinkAddress::Way way;
-    const TlsSettings settings;
+    const std::optional<TlsSettings> settings; ///< of a door for TLS
 
 private:
     void watch()
@@ -248,8 +251,8 @@ void LinkListener::startHandshake(QSslSocket& socket, const Door& door)
         return;
     }
     socket.disconnect(SIGNAL(readyRead()), this);
-    socket.setSslConfiguration(door.settings.getServerConfiguration());
-    const bool isOptional = !door.settings.getRequiresCertificate();
+    socket.setSslConfiguration(door.settings->getServerConfiguration());
+    const bool isOptional = !door.settings->getRequiresCertificate();
     connect(&socket, QOverload<const QList<QSslError>&>::of(&QSslSocket::sslErrors), this,
             [&socket, isOptional](const QList<QSslError>& errors) {
                 if (isOptional && errors.size() == 1 &&

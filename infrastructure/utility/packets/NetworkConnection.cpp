@@ -299,8 +299,9 @@ void NetworkConnection::openSocket(const LinkAddress& address)
     socket->setProxy(QNetworkProxy::NoProxy);
     wireSocket();
     if (isTls) {
-        tlsSocket->setSslConfiguration(tlsSettings.getClientConfiguration());
-        const QString& name = tlsSettings.getPeerName();
+        const TlsSettings settings = tlsSettings.value_or(TlsSettings());
+        tlsSocket->setSslConfiguration(settings.getClientConfiguration());
+        const QString& name = settings.getPeerName();
         tlsSocket->connectToHostEncrypted(address.host, address.port,
                                           name.isEmpty() ? address.host : name);
     } else if (address.way == LinkAddress::Way::Tls) {
@@ -499,25 +500,36 @@ void NetworkConnection::sendRawPacket(std::shared_ptr<RawDataPacket> packet)
 
 void NetworkConnection::acceptPackets(const std::vector<SerialisableDataPacket>& packets)
 {
-    if (socket == nullptr || !socket->isWritable()) {
-        return;
+    if (socket != nullptr && socket->isWritable()) {
+        sendJoined(joinPackets(packets));
     }
+}
+
+std::vector<QByteArray>
+NetworkConnection::joinPackets(const std::vector<SerialisableDataPacket>& packets)
+{
+    std::vector<QByteArray> pieces;
+    for (const SerialisableDataPacket& packet : packets) {
+        if (pieces.empty() || pieces.back().size() >= JOINED_BYTES) {
+            pieces.emplace_back();
+        }
+        const QByteArray payload = packet.serialisePayload();
+        pieces.back() += packet.makeHeader(payload);
+        pieces.back() += payload;
+    }
+    return pieces;
+}
+
+void NetworkConnection::sendJoined(const std::vector<QByteArray>& pieces)
+{
     const QPointer<NetworkConnection> self(this);
     const quint32 sentTo = socketCount;
-    QByteArray joined;
-    for (const SerialisableDataPacket& packet : packets) {
-        const QByteArray payload = packet.serialisePayload();
-        joined += packet.makeHeader(payload);
-        joined += payload;
-        if (joined.size() >= JOINED_BYTES) {
-            transmit(joined, QByteArray());
-            if (!self || socketCount != sentTo || !socket->isWritable()) {
-                return; // the link broke, and somebody was told who may do anything
-            }
-            joined.resize(0);
+    for (const QByteArray& piece : pieces) {
+        if (!self || socketCount != sentTo || socket == nullptr || !socket->isWritable()) {
+            return; // the link broke, and somebody was told who may do anything
         }
+        transmit(piece, QByteArray());
     }
-    transmit(joined, QByteArray());
 }
 
 void NetworkConnection::send(const RawDataPacket& packet)

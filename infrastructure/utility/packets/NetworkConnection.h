@@ -16,6 +16,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QSslSocket;
@@ -112,6 +113,10 @@ public:
     /// Sends the packets in order, many at a time, which costs far less than one by one. The bytes
     /// on the wire are the same.
     void acceptPackets(const std::vector<SerialisableDataPacket>& packets);
+    /// The packets as they go over the wire, in pieces: made once, for any number of connections.
+    static std::vector<QByteArray> joinPackets(const std::vector<SerialisableDataPacket>& packets);
+    /// Sends what joinPackets has made.
+    void sendJoined(const std::vector<QByteArray>& pieces);
     /// Sends the packet and flushes; does nothing without a link or without a packet.
     virtual void sendRawPacket(std::shared_ptr<RawDataPacket> packet);
 
@@ -152,8 +157,8 @@ private:
     QString peerIdentifier;
     QString localIdentifier;
     PeerOrigin peerOrigin;
-    LinkAddress target; ///< what this end has connected to, if it has
-    TlsSettings tlsSettings;
+    LinkAddress target;                     ///< what this end has connected to, if it has
+    std::optional<TlsSettings> tlsSettings; ///< made when needed: it wakes OpenSSL
     std::chrono::milliseconds connectTimeLimit{5000};
     std::chrono::seconds deadPeerTimeout{0};
     QTcpSocket* socket = nullptr;    ///< a child of this object
