@@ -168,7 +168,7 @@ private:
     std::array<DatacoreElement*, 4> getElements();
     struct JsonWriter;
 
-    void appendContent(QByteArray& text, bool justData, bool withChildren) const;
+    void appendContent(JsonTextWriter& text, bool justData, bool withChildren) const;
     bool readText(const JsonTextIndex& text, bool justData);
     DatacoreElement* findElement(QLatin1String key);
     void writeNode(QJsonObject& json, JsonWriter& writer) const;

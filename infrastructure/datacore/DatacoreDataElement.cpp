@@ -99,12 +99,19 @@ QJsonValue DatacoreDataElement::toJsonValue() const
     return array;
 }
 
-void DatacoreDataElement::appendJsonText(QByteArray& text) const
+void DatacoreDataElement::appendJsonText(JsonTextWriter& text) const
 {
-    if (single.isNull()) {
-        DatacoreElement::appendJsonText(text);
+    if (!single.isNull()) {
+        text.appendString(single);
+    } else if (several.isEmpty()) {
+        text.append("null");
     } else {
-        appendJsonString(text, single);
+        text.append("[");
+        for (const QString& value : several) {
+            text.appendString(value);
+            text.append(",");
+        }
+        text.replaceLast(']');
     }
 }
 

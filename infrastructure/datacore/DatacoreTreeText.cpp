@@ -17,53 +17,58 @@ struct JsonTextObject
     const JsonTextIndex::Member* first;
 };
 
+namespace {
+
+bool isBefore(const DatacoreChildren::Entry& entry, QLatin1String key)
+{
+    return entry.name < key;
+}
+
+} // namespace
+
 void DatacoreBase::appendToJsonText(QByteArray& text, bool justData, bool withChildren) const
 {
-    text.append('{');
-    appendContent(text, justData, withChildren);
-    text.append('}');
+    JsonTextWriter writer(text);
+    writer.append("{");
+    appendContent(writer, justData, withChildren);
+    writer.append("}");
 }
 
 /// Appends the node as a member of an object. Children and elements are members alike, so they take
 /// turns in the order of their keys. A child with the key of an element takes its place.
-void DatacoreBase::appendContent(QByteArray& text, bool justData, bool withChildren) const
+void DatacoreBase::appendContent(JsonTextWriter& text, bool justData, bool withChildren) const
 {
-    appendJsonString(text, instanceName);
-    text.append(":{");
-    bool isFirst = true;
-    const auto separate = [&] {
-        if (!isFirst) {
-            text.append(',');
-        }
-        isFirst = false;
-    };
-    const auto elements = getElements();
-    auto element = elements.begin();
-    const auto appendElement = [&] {
-        const QLatin1String key = (*element)->getKey();
-        if (!justData || (*element)->isData()) {
-            separate();
-            text.append('"').append(key.data(), key.size()).append("\":");
-            (*element)->appendJsonText(text);
-        }
-        ++element;
-    };
+    const DatacoreChildren::Entry* child = nullptr;
+    const DatacoreChildren::Entry* end = nullptr;
     if (withChildren && children) {
-        for (const auto& [name, child] : children->inOrder()) {
-            while (element != elements.end() && (*element)->getKey() < name) {
-                appendElement();
-            }
-            if (element != elements.end() && (*element)->getKey() == name) {
-                ++element;
-            }
-            separate();
-            child->appendContent(text, justData, withChildren);
+        child = children->inOrder().data();
+        end = child + children->inOrder().size();
+    }
+    const auto appendChildren = [&](const DatacoreChildren::Entry* stop) {
+        for (; child != stop; ++child) {
+            child->node->appendContent(text, justData, withChildren);
+            text.append(",");
         }
-    }
-    while (element != elements.end()) {
-        appendElement();
-    }
-    text.append('}');
+    };
+    const auto appendElement = [&](const auto& quotedKey, const auto& element) {
+        const QLatin1String key = element.getKey();
+        if (child != end) {
+            appendChildren(std::lower_bound(child, end, key, isBefore));
+        }
+        if ((element.isData() || !justData) && (child == end || child->name != key)) {
+            text.append(quotedKey);
+            element.appendJsonText(text);
+            text.append(",");
+        }
+    };
+    text.appendString(instanceName);
+    text.append(":{");
+    appendElement(R"("class":)", classnameElement);
+    appendElement(R"("data":)", dataElement);
+    appendElement(R"("reasonsForBeingInactive":)", activeStatusElement);
+    appendElement(R"("reasonsForBeingInvalid":)", validStatusElement);
+    appendChildren(end);
+    text.replaceLast('}'); // there was at least the data
 }
 
 bool DatacoreBase::populateFromJsonText(const QByteArray& text, bool justData,
