@@ -43,6 +43,7 @@ private:
     template <typename Text>
     void readText(const Text& text);
     void hold(const QString& value);
+    void hold(QLatin1String value);
     template <typename Values>
     void hold(const Values& values);
 

@@ -2,6 +2,8 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QtAlgorithms>
+#include <QtEndian>
 
 #include <algorithm>
 #include <cstring>
@@ -21,23 +23,20 @@ bool standsAsItIs(char character)
     return code >= 0x20 && code < 0x80 && code != '"' && code != '\\';
 }
 
-/// True if all of eight characters do. Borrows go on past a byte that does not, so this can't say
-/// which one it was.
-bool eightStandAsTheyAre(const char* at)
-{
-    quint64 bytes;
-    std::memcpy(&bytes, at, sizeof bytes);
-    const auto hasZero = [](quint64 value) { return (value - EACH_BYTE) & ~value; };
-    const quint64 below32 = bytes - EACH_BYTE * 0x20;
-    return ((bytes | below32 | hasZero(bytes ^ EACH_BYTE * '"') |
-             hasZero(bytes ^ EACH_BYTE * '\\')) &
-            EACH_TOP_BIT) == 0;
-}
-
 const char* pastPlainCharacters(const char* at, const char* end)
 {
-    while (end - at >= 8 && eightStandAsTheyAre(at)) {
-        at += 8;
+    const auto hasZero = [](quint64 value) { return (value - EACH_BYTE) & ~value; };
+    for (; end - at >= 8; at += 8) {
+        // Sets the top bit of each character that does not stand as it is, and perhaps of some
+        // after the first such.
+        const auto eight = qFromLittleEndian<quint64>(at);
+        const quint64 marks =
+            (eight | (eight - EACH_BYTE * 0x20) | hasZero(eight ^ EACH_BYTE * '"') |
+             hasZero(eight ^ EACH_BYTE * '\\')) &
+            EACH_TOP_BIT;
+        if (marks != 0) {
+            return at + qCountTrailingZeroBits(marks) / 8;
+        }
     }
     while (at != end && standsAsItIs(*at)) {
         ++at;
@@ -52,7 +51,7 @@ bool isDigit(char character)
 
 const char* pastSpace(const char* at, const char* end)
 {
-    while (at != end && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) {
+    while (at != end && *at <= ' ' && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) {
         ++at;
     }
     return at;
