@@ -282,12 +282,46 @@ TEST_CASE("A tree takes the same from text as from the object that it holds", "[
     CHECK_FALSE(Tree(random).root.populateFromPlainJson(PlainJsonValue(), false));
 }
 
-TEST_CASE("Text in any layout is read in place", "[datacore]")
+TEST_CASE("Text in any layout is read in place, and what is bad or rare is left", "[datacore]")
 {
-    for (const char* text :
-         {"{}", " { \"a\" : [ ] , \"b\":[1 , {\"b\":2,\"a\":-9}]}\r\n", R"({"b":1,"c":{},"a":{}})",
-          "{\"a\":\"\\u0041\\\"\xC2\xB5\"}", R"({"":null,"0123456789":[true,false,999999999]})"}) {
-        CAPTURE(text);
-        CHECK(isTaken(text));
+    for (const QByteArray& text :
+         {QByteArray("{}"), QByteArray("{\"a\" : [ ] ,\t\"b\":[1 , {\"b\":2,\"a\":-9}\r]\n}"),
+          QByteArray(R"({"b":1,"c":{},"a":{}})"), QByteArray("{\"a\":\"\\u0041\\\"\xC2\xB5\"}"),
+          QByteArray(R"({"":null,"0123456789":[true,false,999999999]})")}) {
+        INFO(text.toStdString());
+        CHECK(isTaken(" " + text + "\n"));
+        for (int size = 0; size < text.size(); ++size) {
+            CHECK_FALSE(isTaken(text.left(size)));
+        }
     }
+    const QByteArray others =
+        R"([]|{"a":1}{|{"a":1,}|{,"a":1}|{"a" 1}|{"a":}|{a:1}|{"a":[1,]}|{"a":[,1]}|{"a":[1 2]}|)"
+        R"({"a":[1}]|{"a":1,"a":2}|{"b":1,"a":2,"b":3}|{"a":[{"a":1,"a":2}]}|{"a":"\u12"}|{"a":tru}|)"
+        R"({"a":01}|{"a":-0}|{"a":-}|{"a":1.5}|{"a":1e3}|{"a":1234567890}|{"\u0061":1}|{"é":1})";
+    for (const QByteArray& text : others.split('|')) {
+        INFO(text.toStdString());
+        CHECK_FALSE(isTaken(text));
+    }
+    for (const int depth : {100, 1000, 1023, 1024, 1000000}) {
+        DatacoreBase root("root"_s, nullptr);
+        const QByteArray arrays = QByteArray(depth, '[') + QByteArray(depth, ']');
+        CHECK(root.populateFromJsonText("{\"root\":" + arrays + '}', false) == (depth < 1024));
+    }
+}
+
+TEST_CASE("A hook may change the text that is being read", "[datacore]")
+{
+    struct Spoiler : DatacoreBase
+    {
+        using DatacoreBase::DatacoreBase;
+        void onChanged() override { text->fill('x'); }
+        QByteArray* text = nullptr;
+    };
+    DatacoreBase root("root"_s, nullptr);
+    Spoiler first("a"_s, &root, "old"_s);
+    DatacoreBase second("b"_s, &root, "old"_s);
+    QByteArray text = R"({"root":{"a":{"data":"new"},"b":{"data":"new"}}})";
+    first.text = &text;
+    CHECK(root.populateFromJsonText(text, true));
+    CHECK((first.getData() == "new"_s && second.getData() == "new"_s));
 }
