@@ -221,7 +221,8 @@ TEST_CASE("A tree writes the text that its JSON object gives", "[datacore]")
     for (int i = 0; i < 100; ++i) {
         Tree tree(random);
         tree.root.populateFromJsonText("{\"root\":" + random.object(3) + '}', false);
-        DatacoreBase micro("\u00b5\u20ac\"\U0001F3A5\x7F"_s, &tree.root, QString(QChar(0xDC00)));
+        DatacoreBase micro("\u00b5\u07ff\u0800\u20ac\"\U0001F3A5\x7F"_s, &tree.root,
+                           QString(QChar(0xDC00)));
         DatacoreBase inElementsPlace("data"_s, &tree.root);
         for (const bool justData : {false, true}) {
             QByteArray text = "before";
