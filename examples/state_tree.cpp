@@ -2,8 +2,6 @@
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreNumberLimits.h"
 
-#include <QJsonDocument>
-
 #include <cstdio>
 
 struct Generator : DatacoreBase
@@ -22,14 +20,14 @@ int main()
     Generator generator(&config);
     generator.levelPercent.setDataNumber(75);
 
-    QJsonObject json;
-    DatacoreJsonMessages messages;
-    config.appendToJson(QStringLiteral("generator"), json, true, true, messages);
-    std::puts(QJsonDocument(json).toJson(QJsonDocument::Compact).constData());
+    constexpr bool justData = true;
+    constexpr bool withChildren = true;
+    QByteArray text;
+    generator.appendToJsonText(text, justData, withChildren);
+    std::puts(text.constData());
 
     config.takeChangedList();
-    json = QJsonDocument::fromJson(R"({"levelPercent": {"data": "175"}})").object();
-    config.populateFromJson(QStringLiteral("generator/levelPercent"), json, true, messages);
+    generator.populateFromJsonText(R"({"generator": {"levelPercent": {"data": "175"}}})", justData);
     for (const DatacoreBase* node : config.takeChangedList()) {
         DatacoreValidStatusMessages reasons;
         const bool isValid = node->isValid(reasons);

@@ -2,8 +2,6 @@
 
 #include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
-#include "infrastructure/datacore/JsonText_p.h"
-#include "infrastructure/datacore/PlainJson_p.h"
 #include "infrastructure/utility/Log.h"
 
 #include <algorithm>
@@ -264,24 +262,6 @@ QJsonObject DatacoreBase::writeElements(JsonWriter& writer) const
     return content;
 }
 
-void DatacoreBase::appendToJsonText(QByteArray& text, bool justData) const
-{
-    text.append('{');
-    appendJsonString(text, instanceName);
-    text.append(":{");
-    bool isFirst = true;
-    for (const DatacoreElement* element : getElements()) {
-        if (justData && !element->isData()) {
-            continue;
-        }
-        const QLatin1String key = element->getKey();
-        text.append(isFirst ? "\"" : ",\"").append(key.data(), key.size()).append("\":");
-        element->appendJsonText(text);
-        isFirst = false;
-    }
-    text.append("}}");
-}
-
 bool DatacoreBase::populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                                     DatacoreJsonMessages& /*messages*/)
 {
@@ -294,21 +274,6 @@ bool DatacoreBase::populateFromJson(const QString& path, const QJsonObject& json
         return false;
     }
     node->readNode(found.value().toObject(), justData);
-    return true;
-}
-
-bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justData)
-{
-    PlainJsonItems items(json);
-    if (!json.isObject() || items.isAtEnd() || items.getKey() != instanceName) {
-        return false;
-    }
-    const PlainJsonValue content = items.getValue();
-    items.next();
-    if (!items.isAtEnd()) {
-        return false;
-    }
-    readNode(content, justData);
     return true;
 }
 
@@ -326,6 +291,8 @@ void DatacoreBase::readNode(const Object& object, bool justData)
     updateStatus(nothing);
 }
 
+template void DatacoreBase::readNode(const JsonTextObject&, bool);
+
 /// Returns the number of keys that belong to no element, or to one that is not read.
 int DatacoreBase::readElements(const QJsonObject& object, bool justData)
 {
@@ -338,25 +305,6 @@ int DatacoreBase::readElements(const QJsonObject& object, bool justData)
         if (found != object.constEnd()) {
             element->readJsonValue(found.value());
             --keysLeft;
-        }
-    }
-    return keysLeft;
-}
-
-int DatacoreBase::readElements(const PlainJsonValue& object, bool justData)
-{
-    int keysLeft = 0;
-    const auto elements = getElements();
-    auto next = elements.begin(); // both are in the order of their keys
-    for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
-        const auto found = std::find_if(next, elements.end(), [&](const DatacoreElement* element) {
-            return items.getKey() == element->getKey();
-        });
-        if (found != elements.end() && (!justData || (*found)->isData())) {
-            (*found)->readPlainJson(items.getValue());
-            next = found + 1;
-        } else {
-            ++keysLeft;
         }
     }
     return keysLeft;
@@ -376,18 +324,6 @@ void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int ke
         }
         return keysLeft > 0;
     });
-}
-
-void DatacoreBase::readChildren(const PlainJsonValue& object, bool justData, int keysLeft)
-{
-    if (!children || keysLeft == 0 || !object.isObject()) {
-        return;
-    }
-    for (PlainJsonItems items(object); !items.isAtEnd(); items.next()) {
-        if (DatacoreBase* child = children->find(QString(items.getKey()))) {
-            child->readNode(items.getValue(), justData);
-        }
-    }
 }
 
 bool DatacoreBase::isValid(DatacoreValidStatusMessages& reasons) const

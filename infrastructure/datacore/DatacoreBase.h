@@ -16,8 +16,11 @@
 #include <vector>
 
 class DatacoreChildren;
+class JsonTextIndex;
 struct DatacoreDescription;
 struct DatacoreNotes;
+struct JsonTextObject;
+struct QJsonParseError;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
 /// invalid or inactive, its class name, and its children. Every write validates the node that it
@@ -61,15 +64,21 @@ public:
     /// through this function nor read through the next, so neither can be overridden.
     bool appendToJson(const QString& path, QJsonObject& json, bool justData, bool withChildren,
                       DatacoreJsonMessages& messages) const final;
-    /// Appends what appendToJson gives for this node without its children, as compact JSON text.
-    void appendToJsonText(QByteArray& text, bool justData) const;
+    /// Appends what appendToJson gives for this node, as compact JSON text: the bytes that
+    /// QJsonDocument writes, without building an object.
+    void appendToJsonText(QByteArray& text, bool justData, bool withChildren = false) const;
     /// Reads the node at `path` from `json`, whose only key must be the node's name. Absent keys
     /// leave their part of the node as it is; unknown keys are ignored. Returns false, without a
     /// message, if there is no such node or the object has another shape. Each node that changed
     /// validates once.
     bool populateFromJson(const QString& path, const QJsonObject& json, bool justData,
                           DatacoreJsonMessages& messages) final;
-    /// The same for this node, from plain text that holds the value under the node's name.
+    /// The same for this node and what is below it, from JSON text in any layout, mostly without
+    /// building an object. Text that is not JSON, or has a key twice in an object, is as parseJson
+    /// leaves it: nothing is read, the result is false, and `error` tells why.
+    bool populateFromJsonText(const QByteArray& text, bool justData,
+                              QJsonParseError* error = nullptr);
+    /// The same from a value in plain text.
     bool populateFromPlainJson(const PlainJsonValue& json, bool justData);
 
     bool isValid() const { return validStatusElement.getMessages().isEmpty(); }
@@ -159,14 +168,17 @@ private:
     std::array<DatacoreElement*, 4> getElements();
     struct JsonWriter;
 
+    void appendContent(JsonTextWriter& text, bool justData, bool withChildren) const;
+    bool readText(const JsonTextIndex& text, bool justData);
+    DatacoreElement* findElement(QLatin1String key);
     void writeNode(QJsonObject& json, JsonWriter& writer) const;
     QJsonObject writeElements(JsonWriter& writer) const;
     template <typename Object>
     void readNode(const Object& object, bool justData);
     int readElements(const QJsonObject& object, bool justData);
-    int readElements(const PlainJsonValue& object, bool justData);
+    int readElements(const JsonTextObject& object, bool justData);
     void readChildren(const QJsonObject& object, bool justData, int keysLeft);
-    void readChildren(const PlainJsonValue& object, bool justData, int keysLeft);
+    void readChildren(const JsonTextObject& object, bool justData, int keysLeft);
     void updateStatus(DatacoreChangeList& list);
     void enterParent();
 

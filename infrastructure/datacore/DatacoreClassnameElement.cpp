@@ -23,9 +23,9 @@ QJsonValue DatacoreClassnameElement::toJsonValue() const
     return className;
 }
 
-void DatacoreClassnameElement::appendJsonText(QByteArray& text) const
+void DatacoreClassnameElement::appendJsonText(JsonTextWriter& text) const
 {
-    appendJsonString(text, className);
+    text.appendString(className);
 }
 
 void DatacoreClassnameElement::readJsonValue(const QJsonValue& /*value*/) {}

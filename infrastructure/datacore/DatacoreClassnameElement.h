@@ -15,7 +15,7 @@ public:
 
     QLatin1String getKey() const override { return QLatin1String("class"); }
     QJsonValue toJsonValue() const override;
-    void appendJsonText(QByteArray& text) const override;
+    void appendJsonText(JsonTextWriter& text) const override;
     void readJsonValue(const QJsonValue& value) override;
     void readPlainJson(const PlainJsonValue& value) override;
 

@@ -33,6 +33,13 @@ void DatacoreDataElement::hold(const QString& value)
     several = QVector<QString>();
 }
 
+/// In the memory of the value before, where nobody shares it.
+void DatacoreDataElement::hold(QLatin1String value)
+{
+    single = value;
+    several = QVector<QString>();
+}
+
 template <typename Values>
 void DatacoreDataElement::hold(const Values& values)
 {
@@ -99,12 +106,19 @@ QJsonValue DatacoreDataElement::toJsonValue() const
     return array;
 }
 
-void DatacoreDataElement::appendJsonText(QByteArray& text) const
+void DatacoreDataElement::appendJsonText(JsonTextWriter& text) const
 {
-    if (single.isNull()) {
-        DatacoreElement::appendJsonText(text);
+    if (!single.isNull()) {
+        text.appendString(single);
+    } else if (several.isEmpty()) {
+        text.append("null");
     } else {
-        appendJsonString(text, single);
+        text.append("[");
+        for (const QString& value : several) {
+            text.appendString(value);
+            text.append(",");
+        }
+        text.replaceLast(']');
     }
 }
 
@@ -153,6 +167,6 @@ void DatacoreDataElement::readText(const Text& text)
     if (getCount() == 0) {
         VELLOG_ERR() << "0 sized entry for data element";
     }
-    hold(QString(text));
+    hold(text);
     getOwner().elementPopulated();
 }

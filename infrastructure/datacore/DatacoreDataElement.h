@@ -29,7 +29,7 @@ public:
     QLatin1String getKey() const override { return QLatin1String("data"); }
     bool isData() const override;
     QJsonValue toJsonValue() const override;
-    void appendJsonText(QByteArray& text) const override;
+    void appendJsonText(JsonTextWriter& text) const override;
     /// A JSON number, boolean or object is read as an empty string.
     void readJsonValue(const QJsonValue& value) override;
     void readPlainJson(const PlainJsonValue& value) override;
@@ -43,6 +43,7 @@ private:
     template <typename Text>
     void readText(const Text& text);
     void hold(const QString& value);
+    void hold(QLatin1String value);
     template <typename Values>
     void hold(const Values& values);
 

@@ -23,9 +23,9 @@ bool DatacoreElement::isData() const
     return false;
 }
 
-void DatacoreElement::appendJsonText(QByteArray& text) const
+void DatacoreElement::appendJsonText(JsonTextWriter& text) const
 {
-    appendJsonValue(text, toJsonValue());
+    text.appendValue(toJsonValue());
 }
 
 void DatacoreElement::readPlainJson(const PlainJsonValue& value)

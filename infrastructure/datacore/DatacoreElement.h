@@ -7,6 +7,7 @@
 
 #include <QJsonValue>
 
+class JsonTextWriter;
 class PlainJsonValue;
 
 /// One part of a node: its values, its class name, or one of its two lists of reasons. Paths end
@@ -29,7 +30,7 @@ public:
     /// The value for the key.
     virtual QJsonValue toJsonValue() const = 0;
     /// Appends the value for the key, as compact JSON text.
-    virtual void appendJsonText(QByteArray& text) const;
+    virtual void appendJsonText(JsonTextWriter& text) const;
     /// Takes the key's value. The owner is told if that is a change.
     virtual void readJsonValue(const QJsonValue& value) = 0;
     /// The same from plain text, read in place.

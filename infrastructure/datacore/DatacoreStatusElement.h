@@ -38,14 +38,7 @@ public:
         return array;
     }
 
-    void appendJsonText(QByteArray& text) const override
-    {
-        if (messages.isEmpty()) {
-            text.append("[]");
-        } else {
-            DatacoreElement::appendJsonText(text);
-        }
-    }
+    void appendJsonText(JsonTextWriter& text) const override;
 
     /// Takes the messages of this class out of an array. Anything but an array is ignored.
     void readJsonValue(const QJsonValue& value) override

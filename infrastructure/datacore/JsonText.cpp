@@ -3,31 +3,104 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <algorithm>
-
 namespace {
 
-bool standsAsItIs(QChar character)
+constexpr int MOST_BYTES = 6; ///< of a character, as \u0001
+constexpr int QUOTES = 2;
+
+bool standsAsItIs(ushort code)
 {
-    const ushort code = character.unicode();
-    return code >= 0x20 && code < 0x7F && code != '"' && code != '\\';
+    return code >= 0x20 && code < 0x80 && code != '"' && code != '\\';
+}
+
+/// The escape or the UTF-8 bytes of a character that does not stand as it is; `from` moves past it.
+/// Half of a surrogate pair has no UTF-8 and is escaped.
+char* writeCharacter(const QChar*& from, const QChar* end, char* to)
+{
+    const uint unit = (from++)->unicode();
+    const auto put = [&to](uint byte) { *to++ = static_cast<char>(byte); };
+    const auto putTail = [&put](uint bits) { put(0x80 | (bits & 0x3F)); };
+    const bool isPair = QChar::isHighSurrogate(unit) && from != end && from->isLowSurrogate();
+    if (isPair) {
+        const uint character = QChar::surrogateToUcs4(static_cast<ushort>(unit), from->unicode());
+        ++from;
+        put(0xF0 | character >> 18);
+        putTail(character >> 12);
+        putTail(character >> 6);
+        putTail(character);
+    } else if (unit < 0x80 || QChar::isSurrogate(unit)) {
+        static constexpr char shortEscapes[] = "\"\"\\\\\bb\ff\nn\rr\tt";
+        put('\\');
+        for (const char* escape = shortEscapes; *escape != 0; escape += 2) {
+            if (unit == static_cast<uint>(*escape)) {
+                put(static_cast<uint>(escape[1]));
+                return to;
+            }
+        }
+        put('u');
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            put(static_cast<uint>("0123456789abcdef"[unit >> shift & 0xF]));
+        }
+    } else {
+        if (unit < 0x800) {
+            put(0xC0 | unit >> 6);
+        } else {
+            put(0xE0 | unit >> 12);
+            putTail(unit >> 6);
+        }
+        putTail(unit);
+    }
+    return to;
 }
 
 } // namespace
 
+/// Takes all the room that the text has got, so that Qt's rules of growth apply.
+void JsonTextWriter::grow(int size)
+{
+    text.resize(at);
+    text.resize(at + size);
+    text.resize(text.capacity());
+    start = text.data();
+    room = text.size();
+}
+
+void JsonTextWriter::appendString(const QString& string)
+{
+    const QChar* from = string.begin();
+    const QChar* const end = string.end();
+    char* to = makeRoom(string.size() + QUOTES);
+    *to++ = '"';
+    while (from != end && standsAsItIs(from->unicode())) {
+        *to++ = static_cast<char>((from++)->unicode());
+    }
+    at = static_cast<int>(to - start);
+    if (from != end) {
+        to = makeRoom(static_cast<int>(end - from) * MOST_BYTES + QUOTES);
+        while (from != end) {
+            if (standsAsItIs(from->unicode())) {
+                *to++ = static_cast<char>((from++)->unicode());
+            } else {
+                to = writeCharacter(from, end, to);
+            }
+        }
+    }
+    *to++ = '"';
+    at = static_cast<int>(to - start);
+}
+
+void JsonTextWriter::appendValue(const QJsonValue& value)
+{
+    // Only arrays and objects can be documents on their own.
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    const int size = array.size() - 2;
+    std::memcpy(makeRoom(size), array.constData() + 1, static_cast<std::size_t>(size));
+    at += size;
+}
+
 void appendJsonString(QByteArray& text, const QString& string)
 {
-    if (!std::all_of(string.cbegin(), string.cend(), standsAsItIs)) {
-        appendJsonValue(text, string);
-        return;
-    }
-    const int start = text.size();
-    text.resize(start + string.size() + 2);
-    char* to = text.data() + start;
-    *to++ = '"';
-    to = std::transform(string.cbegin(), string.cend(), to,
-                        [](QChar character) { return static_cast<char>(character.unicode()); });
-    *to = '"';
+    JsonTextWriter(text).appendString(string);
 }
 
 void appendNextJsonKey(QByteArray& text, QLatin1String key)
@@ -37,7 +110,5 @@ void appendNextJsonKey(QByteArray& text, QLatin1String key)
 
 void appendJsonValue(QByteArray& text, const QJsonValue& value)
 {
-    // Only arrays and objects can be documents on their own.
-    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-    text.append(array.constData() + 1, array.size() - 2);
+    JsonTextWriter(text).appendValue(value);
 }

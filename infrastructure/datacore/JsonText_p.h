@@ -6,6 +6,51 @@
 #include <QJsonValue>
 #include <QString>
 
+#include <cstring>
+
+/// Appends JSON to a text, which nobody else touches until the writer is gone.
+class JsonTextWriter
+{
+public:
+    explicit JsonTextWriter(QByteArray& target)
+        : text(target)
+        , at(text.size())
+    {
+    }
+    JsonTextWriter(const JsonTextWriter&) = delete;
+    JsonTextWriter& operator=(const JsonTextWriter&) = delete;
+    ~JsonTextWriter() { text.resize(at); }
+
+    /// Appends characters that are JSON already.
+    template <int SIZE>
+    void append(const char (&characters)[SIZE])
+    {
+        std::memcpy(makeRoom(SIZE - 1), characters, SIZE - 1);
+        at += SIZE - 1;
+    }
+    /// Appends a string, escaped and in quotes.
+    void appendString(const QString& string);
+    /// Appends any value.
+    void appendValue(const QJsonValue& value);
+    /// Puts a character in the place of the last one.
+    void replaceLast(char character) { start[at - 1] = character; }
+
+private:
+    char* makeRoom(int size)
+    {
+        if (room - at < size) {
+            grow(size);
+        }
+        return start + at;
+    }
+    void grow(int size);
+
+    QByteArray& text;
+    char* start = nullptr; ///< of the text
+    int at;                ///< end of what has been written
+    int room = 0;          ///< end of what may be written
+};
+
 /// Appends a string, escaped and in quotes.
 void appendJsonString(QByteArray& text, const QString& string);
 /// Appends the start of a further member of an object: a comma, the key, which must need no

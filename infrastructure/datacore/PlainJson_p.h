@@ -37,6 +37,7 @@ public:
     QJsonValue toJsonValue() const;
 
 private:
+    friend class JsonTextIndex;
     friend class PlainJsonIndex;
     friend class PlainJsonItems;
 

@@ -1,6 +1,4 @@
 // Plain JSON text read in place, against QJsonDocument.
-#include "infrastructure/datacore/DatacoreBool.h"
-#include "infrastructure/datacore/DatacoreNumberSetLimits.h"
 #include "infrastructure/datacore/PlainJson_p.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
@@ -94,25 +92,6 @@ const auto nested = [](int depth) {
     return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + '}';
 };
 
-/// Has reasons for either status, and keeps those that it receives.
-struct Tree : KeepingNode
-{
-    Tree()
-        : KeepingNode(QStringLiteral("root"), nullptr)
-    {
-        static const QJsonObject reasons = parseObject(
-            R"({"root": {"reasonsForBeingInactive": [{"DatacoreActiveStatusMessage": {},
-                                                      "MessageBase": {"identifier": 5}}],
-                         "reasonsForBeingInvalid": [{"DatacoreValidStatusMessage": {},
-                                                     "MessageBase": {"identifier": 4}}]}})");
-        DatacoreJsonMessages messages;
-        populateFromJson(QString(), reasons, false, messages);
-    }
-    DatacoreBool flag{QStringLiteral("flag"), this};
-    DatacoreNumberSetLimits<int> gain{QStringLiteral("gain"), this, -5, 100};
-    DatacoreBool unnamed{QString(), this};
-};
-
 } // namespace
 
 TEST_CASE("Plain text is told from any other, and holds what a parser finds", "[datacore]")
@@ -143,35 +122,4 @@ TEST_CASE("Plain text is told from any other, and holds what a parser finds", "[
     }
     CHECK(plainCount > 5000);
     CHECK(plainCount < 15000);
-}
-
-TEST_CASE("A tree takes the same from plain text as from its JSON object", "[datacore]")
-{
-    Texts texts;
-    int takenCount = 0;
-    for (int i = 0; i < 5000; ++i) {
-        const QByteArray content = texts.make();
-        const QByteArray text = (i % 16 == 1 ? "{\"other\":" : "{\"root\":") + content +
-                                (i % 16 == 0 ? ",\"second\":1}" : "}");
-        PlainJsonIndex index;
-        const QByteArray outer = "{\"json\":" + text + '}';
-        if (!index.read(outer.constData(), outer.size())) {
-            continue;
-        }
-        for (const bool justData : {false, true}) {
-            Tree expected;
-            DatacoreJsonMessages messages;
-            const bool isTaken = expected.populateFromJson(
-                QString(), QJsonDocument::fromJson(text).object(), justData, messages);
-            Tree tree;
-            const PlainJsonValue json = index.find(outer.constData(), QLatin1String("json"));
-            REQUIRE(tree.populateFromPlainJson(json, justData) == isTaken);
-            REQUIRE(write(tree) == write(expected));
-            REQUIRE(tree.takeChangedList().size() == expected.takeChangedList().size());
-            takenCount += isTaken ? 1 : 0;
-        }
-    }
-    CHECK(takenCount > 1000);
-    Tree tree;
-    CHECK_FALSE(tree.populateFromPlainJson(PlainJsonValue(), false));
 }

@@ -1,0 +1,167 @@
+// Nodes of the state tree to JSON text and back, without objects in between.
+#include "infrastructure/datacore/DatacoreBase.h"
+#include "infrastructure/datacore/DatacoreChildren_p.h"
+#include "infrastructure/datacore/JsonText_p.h"
+#include "infrastructure/datacore/JsonTextIndex_p.h"
+#include "infrastructure/utility/ParseJson.h"
+
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+#include <algorithm>
+
+/// An object in a text: the first of its members, if there are any.
+struct JsonTextObject
+{
+    const JsonTextIndex* text;
+    const JsonTextIndex::Member* first;
+};
+
+namespace {
+
+bool isBefore(const DatacoreChildren::Entry& entry, QLatin1String key)
+{
+    return entry.name < key;
+}
+
+} // namespace
+
+void DatacoreBase::appendToJsonText(QByteArray& text, bool justData, bool withChildren) const
+{
+    JsonTextWriter writer(text);
+    writer.append("{");
+    appendContent(writer, justData, withChildren);
+    writer.append("}");
+}
+
+/// Appends the node as a member of an object. Children and elements are members alike, so they take
+/// turns in the order of their keys. A child with the key of an element takes its place.
+void DatacoreBase::appendContent(JsonTextWriter& text, bool justData, bool withChildren) const
+{
+    const DatacoreChildren::Entry* child = nullptr;
+    const DatacoreChildren::Entry* end = nullptr;
+    if (withChildren && children) {
+        child = children->inOrder().data();
+        end = child + children->inOrder().size();
+    }
+    const auto appendChildren = [&](const DatacoreChildren::Entry* stop) {
+        for (; child != stop; ++child) {
+            child->node->appendContent(text, justData, withChildren);
+            text.append(",");
+        }
+    };
+    const auto appendElement = [&](const auto& quotedKey, const auto& element) {
+        const QLatin1String key = element.getKey();
+        if (child != end) {
+            appendChildren(std::lower_bound(child, end, key, isBefore));
+        }
+        if ((element.isData() || !justData) && (child == end || child->name != key)) {
+            text.append(quotedKey);
+            element.appendJsonText(text);
+            text.append(",");
+        }
+    };
+    text.appendString(instanceName);
+    text.append(":{");
+    appendElement(R"("class":)", classnameElement);
+    appendElement(R"("data":)", dataElement);
+    appendElement(R"("reasonsForBeingInactive":)", activeStatusElement);
+    appendElement(R"("reasonsForBeingInvalid":)", validStatusElement);
+    appendChildren(end);
+    text.replaceLast('}'); // there was at least the data
+}
+
+bool DatacoreBase::populateFromJsonText(const QByteArray& text, bool justData,
+                                        QJsonParseError* error)
+{
+    const QByteArray held = text; // a hook may change the caller's
+    JsonTextIndex index;
+    if (index.read(held.constData(), held.size())) {
+        if (error != nullptr) {
+            *error = QJsonParseError();
+            error->error = QJsonParseError::NoError;
+        }
+        return readText(index, justData);
+    }
+    const QJsonObject json = parseJson(held, error).object();
+    DatacoreJsonMessages messages;
+    return populateFromJson(QString(), json, justData, messages);
+}
+
+bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justData)
+{
+    const QLatin1String text = json.getText();
+    JsonTextIndex index;
+    return index.read(text.data(), text.size()) && readText(index, justData);
+}
+
+bool DatacoreBase::readText(const JsonTextIndex& text, bool justData)
+{
+    const JsonTextIndex::Member* node = text.first();
+    if (node == nullptr || text.next(*node) != nullptr || text.getKey(*node) != instanceName) {
+        return false;
+    }
+    readNode(JsonTextObject{&text, text.firstOf(*node)}, justData);
+    return true;
+}
+
+DatacoreElement* DatacoreBase::findElement(QLatin1String key)
+{
+    // Asked one by one, so that the compiler knows their keys.
+    if (key == classnameElement.getKey()) {
+        return &classnameElement;
+    }
+    if (key == dataElement.getKey()) {
+        return &dataElement;
+    }
+    if (key == activeStatusElement.getKey()) {
+        return &activeStatusElement;
+    }
+    return key == validStatusElement.getKey() ? &validStatusElement : nullptr;
+}
+
+/// The members are in the order in which elements are to be read.
+int DatacoreBase::readElements(const JsonTextObject& object, bool justData)
+{
+    int keysLeft = 0;
+    const JsonTextIndex& text = *object.text;
+    for (const auto* member = object.first; member != nullptr; member = text.next(*member)) {
+        DatacoreElement* element = findElement(text.getKey(*member));
+        if (element == nullptr || (justData && !element->isData())) {
+            ++keysLeft;
+        } else if (JsonTextIndex::isEscaped(*member)) {
+            element->readJsonValue(text.getString(*member));
+        } else {
+            element->readPlainJson(text.getValue(*member));
+        }
+    }
+    return keysLeft;
+}
+
+void DatacoreBase::readChildren(const JsonTextObject& object, bool justData, int keysLeft)
+{
+    if (!children) {
+        return;
+    }
+    const JsonTextIndex& text = *object.text;
+    std::size_t place = 0; // where the next child is if the text has them all
+    for (const auto* member = object.first; member != nullptr && keysLeft > 0;
+         member = text.next(*member)) {
+        const QLatin1String key = text.getKey(*member);
+        const auto& entries = children->inOrder(); // hooks may have added some
+        if (place >= entries.size() || entries[place].name != key) {
+            const auto found =
+                std::lower_bound(entries.begin(), entries.end(), key,
+                                 [](const DatacoreChildren::Entry& entry, QLatin1String name) {
+                                     return entry.name < name;
+                                 });
+            place = static_cast<std::size_t>(found - entries.begin());
+            if (found == entries.end() || found->name != key) {
+                continue;
+            }
+        }
+        DatacoreBase* child = entries[place++].node;
+        child->readNode(JsonTextObject{&text, text.firstOf(*member)}, justData);
+        --keysLeft;
+    }
+}
