@@ -2,8 +2,6 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QtAlgorithms>
-#include <QtEndian>
 
 #include <algorithm>
 #include <cstring>
@@ -14,35 +12,6 @@ namespace {
 
 constexpr int MAX_DEPTH = 128;
 constexpr int MAX_DIGITS = 9; // always fits an int
-constexpr quint64 EACH_BYTE = Q_UINT64_C(0x0101010101010101);
-constexpr quint64 EACH_TOP_BIT = EACH_BYTE * 0x80;
-
-bool standsAsItIs(char character)
-{
-    const auto code = static_cast<unsigned char>(character);
-    return code >= 0x20 && code < 0x80 && code != '"' && code != '\\';
-}
-
-const char* pastPlainCharacters(const char* at, const char* end)
-{
-    const auto hasZero = [](quint64 value) { return (value - EACH_BYTE) & ~value; };
-    for (; end - at >= 8; at += 8) {
-        // Sets the top bit of each character that does not stand as it is, and perhaps of some
-        // after the first such.
-        const auto eight = qFromLittleEndian<quint64>(at);
-        const quint64 marks =
-            (eight | (eight - EACH_BYTE * 0x20) | hasZero(eight ^ EACH_BYTE * '"') |
-             hasZero(eight ^ EACH_BYTE * '\\')) &
-            EACH_TOP_BIT;
-        if (marks != 0) {
-            return at + qCountTrailingZeroBits(marks) / 8;
-        }
-    }
-    while (at != end && standsAsItIs(*at)) {
-        ++at;
-    }
-    return at;
-}
 
 bool isDigit(char character)
 {

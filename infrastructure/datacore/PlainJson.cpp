@@ -3,8 +3,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtAlgorithms>
-#include <QtEndian>
 
 #include <algorithm>
 #include <cstring>
@@ -13,38 +11,6 @@ namespace {
 
 constexpr int MAX_DEPTH = 128;
 constexpr int MAX_DIGITS = 9; // always fits an int
-
-using Word = std::size_t; // what the machine works with at a time
-constexpr int WORD_BYTES = sizeof(Word);
-
-constexpr Word repeated(unsigned char byte)
-{
-    return ~Word(0) / 255 * byte;
-}
-
-/// How many bytes of a word, from the first on, are from 0x20 to 0x7E and neither a quote nor a
-/// backslash.
-int countPrintable(const char* bytes)
-{
-    const Word word = qFromLittleEndian<Word>(bytes);
-    const auto markZeros = [](Word bits) { return (bits - repeated(1)) & ~bits; };
-    const Word others = (word - repeated(0x20)) | // controls; what these borrow comes after them
-                        (word + repeated(1)) | word | markZeros(word ^ repeated('"')) |
-                        markZeros(word ^ repeated('\\'));
-    return qCountTrailingZeroBits(others & repeated(0x80)) / 8;
-}
-
-/// True for what a string may hold without an escape.
-constexpr std::array<bool, 256> makePrintable()
-{
-    std::array<bool, 256> table{};
-    for (std::size_t code = 0x20; code < 0x7F; ++code) {
-        table[code] = code != '"' && code != '\\';
-    }
-    return table;
-}
-
-constexpr std::array<bool, 256> IS_PRINTABLE = makePrintable();
 
 bool isDigit(char character)
 {
@@ -59,14 +25,7 @@ const char* pastString(const char* at, const char* end)
     if (at == end || *at != '"') {
         return nullptr;
     }
-    ++at;
-    for (int printable = WORD_BYTES; printable == WORD_BYTES && end - at >= WORD_BYTES;) {
-        printable = countPrintable(at);
-        at += printable;
-    }
-    while (at != end && IS_PRINTABLE[static_cast<unsigned char>(*at)]) {
-        ++at;
-    }
+    at = pastPlainCharacters(at + 1, end);
     return at != end && *at == '"' ? at + 1 : nullptr;
 }
 

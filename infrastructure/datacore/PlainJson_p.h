@@ -1,5 +1,5 @@
 // JSON text (RFC 8259) read in place, without building an object. "Plain" is what programs write
-// for each other: no white space, printable ASCII without escapes, whole numbers of up to nine
+// for each other: no white space, ASCII without escapes, whole numbers of up to nine
 // digits, and the keys of an object in ascending order, so that none comes twice. All other text is
 // left to QJsonDocument, which gives the same values for plain text.
 #pragma once
@@ -8,6 +8,39 @@
 
 #include <QJsonValue>
 #include <QString>
+#include <QtAlgorithms>
+#include <QtEndian>
+
+#include <cstring>
+
+/// The first character from `at` on that does not stand for itself in a JSON string: a quote, a
+/// backslash, a control character or one beyond ASCII; `end` if there is none.
+inline const char* pastPlainCharacters(const char* at, const char* end)
+{
+    using Word = std::size_t; // what the machine works with at a time
+    constexpr int size = sizeof(Word);
+    constexpr Word each = ~Word(0) / 0xFF;
+    const auto markZeros = [](Word bytes) { return (bytes - each) & ~bytes; };
+    for (; end - at >= size; at += size) {
+        // Sets the top bit of each character that is looked for, and perhaps of some after the
+        // first such.
+        const Word word = qFromLittleEndian<Word>(at);
+        const Word marks = (word | (word - each * 0x20) | markZeros(word ^ each * '"') |
+                            markZeros(word ^ each * '\\')) &
+                           each * 0x80;
+        if (marks != 0) {
+            return at + qCountTrailingZeroBits(marks) / 8;
+        }
+    }
+    const auto isPlain = [](char character) {
+        const auto code = static_cast<unsigned char>(character);
+        return code >= 0x20 && code < 0x80 && code != '"' && code != '\\';
+    };
+    while (at != end && isPlain(*at)) {
+        ++at;
+    }
+    return at;
+}
 
 /// A value in plain text. It is a view: the text must outlive it. By default, a missing value.
 class PlainJsonValue
