@@ -3,12 +3,12 @@
 #include <cmath>
 
 namespace {
+KERNELS_BEGIN
 
 /// A float this large has no fraction bits, so adding it rounds to the nearest integer.
 constexpr float ROUNDER = 0x1.8p23f;
 
-/// The arithmetic that all forms share.
-[[gnu::always_inline]] inline void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
+void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
 {
     const ColourEstimate e = estimate;
     for (std::size_t i = 0; i < ColourBlock::PIXELS; ++i) {
@@ -31,26 +31,11 @@ constexpr float ROUNDER = 0x1.8p23f;
     }
 }
 
-#if defined(__x86_64__)
-[[gnu::target("avx2")]] void estimateBlockAvx2(const ColourEstimate& estimate, ColourBlock& block)
-{
-    estimateBlock(estimate, block);
-}
-#endif
-
+KERNELS_END
 } // namespace
 
-void ColourEstimate::run(const ColourEstimate& estimate, ColourBlock& block)
+const ColourKernels& ColourKernels::of(KERNEL_TAG)
 {
-    estimateBlock(estimate, block);
-}
-
-ColourEstimate::Function ColourEstimate::fastest()
-{
-#if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) {
-        return estimateBlockAvx2;
-    }
-#endif
-    return run;
+    static constexpr ColourKernels KERNELS{estimateBlock};
+    return KERNELS;
 }

@@ -3,6 +3,8 @@
 // two integers to be relied on. Pure functions over the caller's block.
 #pragma once
 
+#include "infrastructure/utility/KernelForm_p.h"
+
 #include <QtGlobal>
 
 #include <cstddef>
@@ -30,14 +32,14 @@ struct ColourEstimate
     };
     Row rows[3];
     float certain; ///< up to this distance from the nearest integer it is certain
+};
 
+struct ColourKernels
+{
     /// Computes results and doubts of a block. Results must fit 16 bits, with sign, before they are
     /// held to their limits.
-    using Function = void (*)(const ColourEstimate& estimate, ColourBlock& block);
+    void (*estimate)(const ColourEstimate& estimate, ColourBlock& block);
 
-    /// The portable form.
-    static void run(const ColourEstimate& estimate, ColourBlock& block);
-
-    /// The fastest form on this machine. All give the same results.
-    static Function fastest();
+    static const ColourKernels& of(PlainForm);
+    static const ColourKernels& of(VectorForm);
 };

@@ -303,7 +303,7 @@ private:
             }
         }
         if (colours.isEstimate(bitsOf(bits))) {
-            run(estimate, block);
+            kernels.estimate(estimate, block);
         } else {
             std::fill_n(block.doubts, ColourBlock::PIXELS, 1);
         }
@@ -350,7 +350,7 @@ private:
 
     const Colours& colours;
     ColourEstimate estimate;
-    ColourEstimate::Function run = ColourEstimate::fastest();
+    const ColourKernels& kernels = getKernels<ColourKernels>();
     Handling handling;
 };
 

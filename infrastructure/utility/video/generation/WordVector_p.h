@@ -2,6 +2,8 @@
 // words if not. Operators apply to each word, modulo 2^16.
 #pragma once
 
+#include "infrastructure/utility/KernelForm_p.h"
+
 #include <QtGlobal>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <cstring>
 
 namespace WordVector {
+KERNELS_BEGIN
 
 /// Eight words; the language's arithmetic applies to each of them.
 using Words = quint16 __attribute__((vector_size(16)));
@@ -139,4 +142,5 @@ inline void storeFour(const std::array<Words, 4>& pixels, quint16* words)
     }
 }
 
+KERNELS_END
 } // namespace WordVector

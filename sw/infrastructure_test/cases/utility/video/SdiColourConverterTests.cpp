@@ -532,7 +532,7 @@ TEST_CASE("A number that is no bit depth leaves everything as it was", "[colour]
     CHECK(pixel == PixelDataARGB{1, 2, 3, 4});
 }
 
-TEST_CASE("Estimates are the same with the widest vectors of the machine and without", "[colour]")
+TEST_CASE("Estimates are the same in the plain form and in that of the machine", "[colour]")
 {
     const ColourEstimate estimate = {{{{0.2126f, 0.7152f, 0.0722f}, 0.125f, 64, 940},
                                       {{-0.1172f, -0.3943f, 0.5115f}, 511.75f, 64, 960},
@@ -546,8 +546,8 @@ TEST_CASE("Estimates are the same with the widest vectors of the machine and wit
                           [&] { return static_cast<quint16>(random() & 0x3FF); });
         }
         ColourBlock other = block;
-        ColourEstimate::run(estimate, block);
-        ColourEstimate::fastest()(estimate, other);
+        ColourKernels::of(PlainForm()).estimate(estimate, block);
+        getKernels<ColourKernels>().estimate(estimate, other);
         REQUIRE(std::memcmp(&block, &other, sizeof block) == 0);
         const auto certain = std::count(std::begin(block.doubts), std::end(block.doubts), 0);
         REQUIRE(certain > 0);
