@@ -1,6 +1,6 @@
 #include "infrastructure/utility/KernelForm_p.h"
 
-#include <QtGlobal>
+#include <QByteArray>
 
 #include <atomic>
 
