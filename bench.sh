@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks in Release and prints a table of all ratios at the end:
 #   ./bench.sh [FILTER]
+#   ./bench.sh --target [--write]   the kernels' instructions and cycles on 32-bit ARM (docs/target.md)
 # FILTER is a regular expression for the benchmarks' names.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -9,6 +10,12 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 if [ "${1:-}" = --help ]; then
     print_usage "$0"
     exit
+fi
+if [ "${1:-}" = --target ]; then
+    install_packages build armhf target
+    "$root/tools/armhf_sysroot.sh" "$root/build/armhf-sysroot"
+    build_preset armhf target_kernels >&2
+    exec python3 "$root/tools/target_table.py" "${@:2}"
 fi
 install_packages build bench
 build_preset bench >&2
