@@ -181,7 +181,7 @@ def main():
     if sys.argv[1:]:
         page = PAGE.read_text(encoding="utf-8")
         head, rest = page.split(MARK)
-        rest = re.sub(r"\A\n(\|.*\n)*", "\n" + table, rest)
+        rest = re.sub(r"\A\n(\|.*\n)*\n?", "\n" + table + "\n", rest)
         PAGE.write_text(head + MARK + rest, encoding="utf-8")
     if missed:
         raise SystemExit("\n".join(missed))

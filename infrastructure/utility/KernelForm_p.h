@@ -15,11 +15,11 @@
 //   };
 //
 //   KERNELS_BEGIN                                     // SumKernels.cpp
-//   quint32 sum(const quint16* words, std::size_t count) { ... }
+//   quint32 sumOf(const quint16* words, std::size_t count) { ... }
 //   KERNELS_END
 //   const SumKernels& SumKernels::of(KERNEL_TAG)
 //   {
-//       static constexpr SumKernels KERNELS{sum};
+//       static constexpr SumKernels KERNELS{sumOf};
 //       return KERNELS;
 //   }
 //
@@ -61,6 +61,15 @@
 #else
 #define KERNELS_TARGET
 #define KERNELS_TARGET_END
+#endif
+
+/// The bytes of this form's vectors; 0 if the machine has none.
+#if KERNEL_IS_VECTOR && KERNELS_WITH_AVX2
+#define KERNEL_VECTOR_BYTES 32
+#elif defined(__SSE2__) || defined(__ARM_NEON) || (KERNEL_IS_VECTOR && KERNELS_WITH_NEON)
+#define KERNEL_VECTOR_BYTES 16
+#else
+#define KERNEL_VECTOR_BYTES 0
 #endif
 
 #define KERNELS_BEGIN                                                                              \
