@@ -7,6 +7,8 @@
 #include "bench/PlainLoops.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
+#include "infrastructure/utility/video/generation/SdiColourConverter.h"
+#include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -14,6 +16,9 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+using namespace Tessorn::Sdi::PayloadId;
+using namespace Tessorn::Types;
 
 namespace {
 
@@ -87,6 +92,50 @@ class Tagging : public Work
     std::vector<quint32> result_;
 };
 
+constexpr std::size_t PIXELS = std::size_t(ACTIVE) * LINES;
+
+/// Beside the definition in doubles.
+class Colour : public Work
+{
+    const PixelDataRGB* pixels() const
+    {
+        return reinterpret_cast<const PixelDataRGB*>(words.data());
+    }
+    void ours() override
+    {
+        SdiColourConverter::convertRgbToYCbCr(pixels(), PIXELS, Colourimetry_Rec709, BitDepth_10,
+                                              result_);
+    }
+    void peer() override { bench::plainColour(pixels(), PIXELS, result_); }
+    Bytes result() const override { return bytesOf(result_); }
+
+    std::vector<quint16> words = noise<quint16>(3 * PIXELS, 10);
+    std::vector<PixelDataYCbCr> result_;
+};
+
+/// A mapping mode, beside a loop that appends sample by sample.
+template <bench::Samples (*convert)(PixelRun, BitDepth),
+          bench::Samples (*plain)(const PixelDataYCbCr*, std::size_t), BitDepth depth>
+class Mapping : public Work
+{
+    const PixelDataYCbCr* pixels() const
+    {
+        return reinterpret_cast<const PixelDataYCbCr*>(words.data());
+    }
+    void ours() override { result_ = convert({pixels(), PIXELS}, depth); }
+    void peer() override { result_ = plain(pixels(), PIXELS); }
+    Bytes result() const override { return bytesOf(result_); }
+
+    std::vector<quint16> words = noise<quint16>(3 * PIXELS, is10Bit(depth) ? 10 : 12);
+    bench::Samples result_;
+};
+
+using Converter = SdiPixelToSourceImageSampleConverter;
+using Mode1 = Mapping<Converter::convertToYCbCr422_10, bench::plainMode1, BitDepth_10>;
+using Mode2 = Mapping<Converter::resampleTo444_4, bench::plainMode2, BitDepth_10>;
+using Mode3 = Mapping<Converter::resampleToMappingMode3, bench::plainMode3, BitDepth_12>;
+using Mode4 = Mapping<Converter::resampleToMappingMode4, bench::plainMode4, BitDepth_12>;
+
 struct Row
 {
     const char* name;
@@ -104,6 +153,11 @@ std::unique_ptr<Work> make()
 constexpr Row ROWS[] = {
     {"crcs", (LINES - 1) * (ACTIVE + 6), 0.4, make<Crcs>},
     {"tagging", WIDTH* LINES, 0, make<Tagging>},
+    {"colour", PIXELS, 0.4, make<Colour>},
+    {"mode1", PIXELS, 0.4, make<Mode1>},
+    {"mode2", PIXELS, 0.4, make<Mode2>},
+    {"mode3", PIXELS, 0.4, make<Mode3>},
+    {"mode4", PIXELS, 0.4, make<Mode4>},
 };
 
 [[gnu::noinline]] void mark()

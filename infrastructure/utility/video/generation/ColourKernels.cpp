@@ -71,10 +71,9 @@ Floats toFloats(Unsigned numbers)
     return Floats(_mm256_cvtepi32_ps(__m256i(numbers)));
 }
 
-/// sum + a * b, each step rounded.
-Floats plusProduct(Floats sum, Floats a, Floats b)
+Floats sumOf(const ColourEstimate::Row& row, const Floats (&in)[3])
 {
-    return sum + a * b;
+    return in[0] * row.factors[0] + row.offset + in[1] * row.factors[1] + in[2] * row.factors[2];
 }
 #else
 Floats toFloats(Unsigned numbers)
@@ -82,9 +81,14 @@ Floats toFloats(Unsigned numbers)
     return Floats(vcvtq_f32_u32(uint32x4_t(numbers)));
 }
 
-Floats plusProduct(Floats sum, Floats a, Floats b)
+Floats sumOf(const ColourEstimate::Row& row, const Floats (&in)[3])
 {
-    return Floats(vmlaq_f32(float32x4_t(sum), float32x4_t(a), float32x4_t(b)));
+    const float32x2_t first = vld1_f32(row.factors);
+    const float32x2_t last = {row.factors[2], row.offset};
+    float32x4_t sum = vdupq_lane_f32(last, 1);
+    sum = vmlaq_lane_f32(sum, float32x4_t(in[0]), first, 0); // rounds the product, then the sum
+    sum = vmlaq_lane_f32(sum, float32x4_t(in[1]), first, 1);
+    return Floats(vmlaq_lane_f32(sum, float32x4_t(in[2]), last, 0));
 }
 #endif
 
@@ -109,6 +113,7 @@ void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
     for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
         Floats even[3];
         Floats odd[3];
+#pragma GCC unroll 3
         for (std::size_t i = 0; i < 3; ++i) {
             const auto words = Unsigned(load(block.components[i] + at));
             even[i] = toFloats(words & 0xFFFF);
@@ -116,16 +121,10 @@ void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
         }
         Numbers leastEven = doubtful;
         Numbers leastOdd = doubtful;
+#pragma GCC unroll 3
         for (std::size_t k = 0; k < 3; ++k) {
             const ColourEstimate::Row& row = e.rows[k];
-            Floats evenSum = Floats{} + row.offset;
-            Floats oddSum = evenSum;
-            for (std::size_t i = 0; i < 3; ++i) {
-                const Floats factor = Floats{} + row.factors[i];
-                evenSum = plusProduct(evenSum, factor, even[i]);
-                oddSum = plusProduct(oddSum, factor, odd[i]);
-            }
-            const Halves sums{Unsigned(evenSum), Unsigned(oddSum)};
+            const Halves sums{Unsigned(sumOf(row, even)), Unsigned(sumOf(row, odd))};
             const auto evenFraction = Numbers(sums.even & fraction);
             const auto oddFraction = Numbers(sums.odd & fraction);
             leastEven = evenFraction < leastEven ? evenFraction : leastEven;

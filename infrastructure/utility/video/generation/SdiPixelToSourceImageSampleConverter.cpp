@@ -4,6 +4,7 @@
 #include "infrastructure/utility/video/generation/MappingKernels_p.h"
 
 #include <algorithm>
+#include <array>
 
 using namespace Tessorn::Sdi::PayloadId;
 using namespace Tessorn::Types;
@@ -49,20 +50,21 @@ MappingKernels::Function kernelFor(MappingMode mode, PixelFormat format)
                                             : nullptr;
 }
 
-/// The samples of all pixels. The result grows in small blocks, so that its initial filling is
+/// The samples of all pixels. The result grows in small blocks, so that what it is filled with is
 /// still in the cache when the samples replace it.
 Samples convert(const PixelRun& pixels, MappingMode mode)
 {
-    constexpr std::size_t BLOCK = 512; // samples
+    static constexpr std::array<Sdi20BitSample, 512> BLOCK = {};
     const MappingKernels::Function kernel = kernelFor(mode, pixels.format);
     const std::size_t wordsOfPixel = getWordsOfPixel(pixels.format);
     const std::size_t samplesOfPixel = getSamplesOfPixel(mode);
     Samples samples;
     samples.reserve(pixels.count * samplesOfPixel);
     for (std::size_t done = 0; done < pixels.count;) {
-        const std::size_t count = std::min(BLOCK / samplesOfPixel, pixels.count - done);
+        const std::size_t count = std::min(BLOCK.size() / samplesOfPixel, pixels.count - done);
         const std::size_t before = samples.size();
-        samples.resize(before + count * samplesOfPixel);
+        // A copy of a block is faster than resizing, which sets one sample after the other.
+        samples.insert(samples.end(), BLOCK.data(), BLOCK.data() + count * samplesOfPixel);
         kernel(pixels.words + done * wordsOfPixel, count, &samples[before].channelOne);
         done += count;
     }
