@@ -37,23 +37,32 @@ quint16 takeBlock(const quint16* words, int unusedBits, ColourBlock& block)
     return all;
 }
 
-template <PixelFormat format>
-void giveBlock(const ColourBlock& block, int bitsToWiden, quint16* words)
+template <PixelFormat format, bool widens>
+void giveWords(const ColourBlock& block, int bitsToWiden, quint16* words)
 {
     constexpr std::size_t WORDS = getWordsOfPixel(format);
-    const int up = bitsToWiden == 0 ? 0 : 16 - bitsToWiden;
-    const int down = bitsToWiden == 0 ? 0 : 2 * bitsToWiden - 16;
     for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
         Words v[3];
         for (std::size_t i = 0; i < 3; ++i) {
             const Words result = load(block.results[i] + at);
-            v[PLACES<format>[i]] = result << up | result >> down;
+            v[PLACES<format>[i]] =
+                widens ? result << (16 - bitsToWiden) | result >> (2 * bitsToWiden - 16) : result;
         }
         if constexpr (WORDS == 4) {
             storeFour(v[0], v[1], v[2], load(block.fourth + at), words + at * WORDS);
         } else {
             storeThree(v[0], v[1], v[2], words + at * WORDS);
         }
+    }
+}
+
+template <PixelFormat format>
+void giveBlock(const ColourBlock& block, int bitsToWiden, quint16* words)
+{
+    if (bitsToWiden == 0) {
+        giveWords<format, false>(block, 0, words);
+    } else {
+        giveWords<format, true>(block, bitsToWiden, words);
     }
 }
 
