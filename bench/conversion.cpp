@@ -112,7 +112,7 @@ void compareColour(benchmark::State& state, [[maybe_unused]] bool isToRgb,
         state.SkipWithError("libswscale does not convert this");
         return;
     }
-    bench::compare(state, 3, 8, ours, [&] { swscale.convert(); });
+    bench::compare(state, 3, isToRgb ? 8 : 14, ours, [&] { swscale.convert(); });
     state.SetItemsProcessed(state.iterations() * qint64(PIXELS));
 #else
     state.SkipWithError("libswscale-dev was not there when this was built");

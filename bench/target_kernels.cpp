@@ -92,7 +92,7 @@ class Tagging : public Work
     std::vector<quint32> result_;
 };
 
-constexpr std::size_t PIXELS = std::size_t(ACTIVE) * LINES;
+constexpr std::size_t PIXELS = ACTIVE; // the peers of these take long
 
 /// Beside the definition in doubles.
 class Colour : public Work

@@ -75,16 +75,6 @@ Words pick(Words words)
     return pick<places...>(words, words);
 }
 
-/// The bits of all eight words.
-inline quint16 bitsOf(Words words)
-{
-    quint64 halves[2];
-    store(words, halves);
-    quint64 bits = halves[0] | halves[1];
-    bits |= bits >> 32;
-    return static_cast<quint16>(bits | bits >> 16);
-}
-
 // Moving the words of eight pixels into the order of components, and back.
 
 /// A perfect shuffle: the second half of the words goes between the words of the first.

@@ -398,7 +398,7 @@ TEST_CASE("Every colour converts back as the doubles do, to the last bit", "[col
     }
 }
 
-TEST_CASE("All 2^30 colours convert back as the doubles do", "[.][long][colour]")
+TEST_CASE("All 2^30 colours convert there and back as the doubles do", "[.][long][colour]")
 {
     const Matrix& matrix = SdiColourConverter::getInverseMatrix(Colourimetry_Rec709);
     std::size_t differences = 0;
@@ -407,6 +407,7 @@ TEST_CASE("All 2^30 colours convert back as the doubles do", "[.][long][colour]"
         for (unsigned i = 0; i < plane.size(); ++i) {
             plane[i] = {quint16(y), quint16(i / 1024), quint16(i % 1024)};
         }
+        differences += countDifferences(plane, Colourimetry_Rec709, BitDepth_10);
         differences += countDifferencesBack(plane, matrix, BitDepth_10, RgbRange_Full);
     }
     CHECK(differences == 0);
