@@ -3,6 +3,7 @@
 #   ./bench.sh [FILTER]
 #   ./bench.sh --check [FILTER]   runs each three times and names the rows that are slower than those of
 #                                 docs/performance.md by more than their noise; exits with 1 if there are any
+#   ./bench.sh --target [--write]   the kernels' instructions and cycles on 32-bit ARM (docs/target.md)
 # FILTER is a regular expression for the benchmarks' names.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -11,6 +12,12 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 if [ "${1:-}" = --help ]; then
     print_usage "$0"
     exit
+fi
+if [ "${1:-}" = --target ]; then
+    install_packages build armhf target
+    "$root/tools/armhf_sysroot.sh" "$root/build/armhf-sysroot"
+    build_preset armhf target_kernels >&2
+    exec python3 "$root/tools/target_table.py" "${@:2}"
 fi
 output=ratios runs=1
 if [ "${1:-}" = --check ]; then

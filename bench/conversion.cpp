@@ -2,6 +2,7 @@
 // sample by sample; rows with "Back" are the way back, into memory that is there. The picture is
 // 1920x1080 pixels of noise: no content is harder for either.
 #include "bench/Compare.h"
+#include "bench/PlainLoops.h"
 #include "infrastructure/utility/video/analysis/PictureReader.h"
 #include "infrastructure/utility/video/analysis/SdiSampleToPixelConverter.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
@@ -111,7 +112,7 @@ void compareColour(benchmark::State& state, [[maybe_unused]] bool isToRgb,
         state.SkipWithError("libswscale does not convert this");
         return;
     }
-    bench::compare(state, 3, 8, ours, [&] { swscale.convert(); });
+    bench::compare(state, 3, isToRgb ? 8 : 14, ours, [&] { swscale.convert(); });
     state.SetItemsProcessed(state.iterations() * qint64(PIXELS));
 #else
     state.SkipWithError("libswscale-dev was not there when this was built");
@@ -153,84 +154,21 @@ void colourBackToImage(benchmark::State& state)
     });
 }
 
-// The plain loops: each word as in the mapping's table.
-
-using Samples = Converter::Samples;
-
-Samples plainMode1(const PixelDataYCbCr* pixels)
-{
-    Samples samples;
-    samples.reserve(PIXELS);
-    for (std::size_t i = 0; i < PIXELS; i += 2) {
-        samples.push_back({quint16(pixels[i].y & 0x3FF), quint16(pixels[i].cb & 0x3FF)});
-        samples.push_back({quint16(pixels[i + 1].y & 0x3FF), quint16(pixels[i].cr & 0x3FF)});
-    }
-    return samples;
-}
-
-Samples plainMode2(const PixelDataYCbCr* pixels)
-{
-    Samples samples;
-    samples.reserve(2 * PIXELS);
-    for (std::size_t i = 0; i < PIXELS; ++i) {
-        samples.push_back({pixels[i].y, 64});
-        samples.push_back({pixels[i].cr, pixels[i].cb});
-    }
-    return samples;
-}
-
-quint16 plainWord(unsigned value)
-{
-    return static_cast<quint16>(value | ((value & 0x100) != 0 ? 0u : 0x200u));
-}
-
-Samples plainMode3(const PixelDataYCbCr* pixels)
-{
-    Samples samples;
-    samples.reserve(2 * PIXELS);
-    for (std::size_t i = 0; i < PIXELS; ++i) {
-        const auto word = [&](int group) {
-            const auto bits = [group](unsigned value) { return (value >> (3 * group)) & 7u; };
-            return plainWord(bits(pixels[i].cr) << 6 | bits(pixels[i].y) << 3 | bits(pixels[i].cb));
-        };
-        samples.push_back({word(3), word(2)});
-        samples.push_back({word(1), word(0)});
-    }
-    return samples;
-}
-
-Samples plainMode4(const PixelDataYCbCr* pixels)
-{
-    Samples samples;
-    samples.reserve(2 * PIXELS);
-    const auto word = [](unsigned six, unsigned alpha, int group) {
-        return plainWord((six & 63u) | ((alpha >> (3 * group)) & 7u) << 6);
-    };
-    const unsigned alpha = 64;
-    for (std::size_t i = 0; i < PIXELS; i += 2) {
-        const unsigned y[] = {pixels[i].y, pixels[i + 1].y};
-        const unsigned colour[] = {pixels[i].cb, pixels[i].cr};
-        for (int half = 0; half < 2; ++half) {
-            samples.push_back({word(y[half] >> 6, alpha, 3), word(colour[half] >> 6, alpha, 2)});
-            samples.push_back({word(y[half], alpha, 1), word(colour[half], alpha, 0)});
-        }
-    }
-    return samples;
-}
+using bench::Samples;
 
 template <typename Ours>
 void compareMode(benchmark::State& state, unsigned bits, double must, double aim, Ours ours,
-                 Samples (*plain)(const PixelDataYCbCr*))
+                 Samples (*plain)(const PixelDataYCbCr*, std::size_t))
 {
     const std::vector<quint16> words = noise(bits);
     const auto* pixels = pixelsOf<PixelDataYCbCr>(words);
-    if (ours(pixels) != plain(pixels)) {
+    if (ours(pixels) != plain(pixels, PIXELS)) {
         state.SkipWithError("the peer gives something else");
         return;
     }
     bench::compare(
         state, must, aim, [&] { benchmark::DoNotOptimize(ours(pixels)); },
-        [&] { benchmark::DoNotOptimize(plain(pixels)); });
+        [&] { benchmark::DoNotOptimize(plain(pixels, PIXELS)); });
     state.SetItemsProcessed(state.iterations() * qint64(PIXELS));
 }
 
@@ -239,7 +177,7 @@ void mappingMode1(benchmark::State& state)
     const auto ours = [](const PixelDataYCbCr* pixels) {
         return Converter::convertToYCbCr422_10(pixels, PIXELS, BitDepth_10);
     };
-    compareMode(state, 10, 1.5, 1.9, ours, plainMode1);
+    compareMode(state, 10, 1.5, 1.9, ours, bench::plainMode1);
 }
 
 void mappingMode2(benchmark::State& state)
@@ -247,7 +185,7 @@ void mappingMode2(benchmark::State& state)
     const auto ours = [](const PixelDataYCbCr* pixels) {
         return Converter::resampleTo444_4(pixels, PIXELS, BitDepth_10);
     };
-    compareMode(state, 10, 2.5, 3.3, ours, plainMode2);
+    compareMode(state, 10, 2.5, 3.3, ours, bench::plainMode2);
 }
 
 void mappingMode3(benchmark::State& state)
@@ -255,7 +193,7 @@ void mappingMode3(benchmark::State& state)
     const auto ours = [](const PixelDataYCbCr* pixels) {
         return Converter::resampleToMappingMode3(pixels, PIXELS, BitDepth_12);
     };
-    compareMode(state, 12, 4, 6, ours, plainMode3);
+    compareMode(state, 12, 4, 6, ours, bench::plainMode3);
 }
 
 void mappingMode4(benchmark::State& state)
@@ -263,7 +201,7 @@ void mappingMode4(benchmark::State& state)
     const auto ours = [](const PixelDataYCbCr* pixels) {
         return Converter::resampleToMappingMode4(pixels, PIXELS, BitDepth_12);
     };
-    compareMode(state, 12, 1.8, 2.8, ours, plainMode4);
+    compareMode(state, 12, 1.8, 2.8, ours, bench::plainMode4);
 }
 
 // The plain loops of the way back.
@@ -319,11 +257,11 @@ void plainBack4(const Samples& samples, Pixels& pixels)
 }
 
 void compareBack(benchmark::State& state, unsigned bits, double must, double aim,
-                 Samples (*forth)(const PixelDataYCbCr*), std::size_t (*ours)(SampleRun, PixelSpan),
-                 void (*plain)(const Samples&, Pixels&))
+                 Samples (*forth)(const PixelDataYCbCr*, std::size_t),
+                 std::size_t (*ours)(SampleRun, PixelSpan), void (*plain)(const Samples&, Pixels&))
 {
     const std::vector<quint16> words = noise(bits);
-    const Samples samples = forth(pixelsOf<PixelDataYCbCr>(words));
+    const Samples samples = forth(pixelsOf<PixelDataYCbCr>(words), PIXELS);
     Pixels pixels(PIXELS);
     Pixels plainPixels;
     plainPixels.reserve(PIXELS);
@@ -349,22 +287,22 @@ using Back = SdiSampleToPixelConverter;
 
 void mappingMode1Back(benchmark::State& state)
 {
-    compareBack(state, 10, 1.5, 1.9, plainMode1, Back::convertFromYCbCr422_10, plainBack1);
+    compareBack(state, 10, 1.5, 1.9, bench::plainMode1, Back::convertFromYCbCr422_10, plainBack1);
 }
 
 void mappingMode2Back(benchmark::State& state)
 {
-    compareBack(state, 10, 2.5, 3.3, plainMode2, Back::convertFrom444_4, plainBack2);
+    compareBack(state, 10, 2.5, 3.3, bench::plainMode2, Back::convertFrom444_4, plainBack2);
 }
 
 void mappingMode3Back(benchmark::State& state)
 {
-    compareBack(state, 12, 4, 6, plainMode3, Back::convertFromMappingMode3, plainBack3);
+    compareBack(state, 12, 4, 6, bench::plainMode3, Back::convertFromMappingMode3, plainBack3);
 }
 
 void mappingMode4Back(benchmark::State& state)
 {
-    compareBack(state, 12, 1.8, 2.8, plainMode4, Back::convertFromMappingMode4, plainBack4);
+    compareBack(state, 12, 1.8, 2.8, bench::plainMode4, Back::convertFromMappingMode4, plainBack4);
 }
 
 /// Whole pictures out of the words of a frame, beside a plain loop over the words of one.

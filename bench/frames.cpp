@@ -2,6 +2,7 @@
 // tagging beside a copy of the result; reading and verifying a tagged frame beside a copy of it;
 // the position of a sample beside a walk over the lines above it.
 #include "bench/Compare.h"
+#include "bench/PlainLoops.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "sw/infrastructure_test/MadeFrame.h"
@@ -10,7 +11,6 @@
 #include <zlib.h>
 #endif
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <random>
@@ -47,38 +47,6 @@ std::vector<Word> randomWords(std::size_t count)
     return words;
 }
 
-/// The CRC of a word after zeros, for each of the 1024 words.
-std::array<quint32, 1024> wordTable()
-{
-    std::array<quint32, 1024> table = {};
-    for (quint32 word = 0; word < table.size(); ++word) {
-        quint32 crc = word;
-        for (int bit = 0; bit < 10; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0x23000u : 0u);
-        }
-        table[word] = crc;
-    }
-    return table;
-}
-
-quint16 crcWord(quint32 bits)
-{
-    return static_cast<quint16>((bits & 0x1FF) | ((bits & 0x100) != 0 ? 0 : 0x200));
-}
-
-/// All lines but the first, whose previous line is elsewhere.
-void writeCrcsByTable(FrameOperations::Frame& frame, const std::array<quint32, 1024>& table)
-{
-    for (std::size_t start = WIDTH; start < frame.size(); start += WIDTH) {
-        quint32 crc = 0;
-        for (std::size_t i = start - ACTIVE; i < start + 6; ++i) {
-            crc = (crc >> 10) ^ table[(crc ^ frame[i]) & 0x3FF];
-        }
-        frame[start + 6] = crcWord(crc);
-        frame[start + 7] = crcWord(crc >> 9);
-    }
-}
-
 /// `writeCrcs` of a frame of random words beside `peer`, which is called with the frame.
 template <typename Peer>
 void compareCrcs(benchmark::State& state, double must, double aim, Peer peer)
@@ -99,16 +67,17 @@ void compareCrcs(benchmark::State& state, double must, double aim, Peer peer)
 
 void crcsBesideTable(benchmark::State& state)
 {
-    const auto table = wordTable();
+    const bench::CrcTable table;
     auto byTable = randomWords<quint16>(std::size_t(WIDTH) * LINES);
     auto ours = byTable;
-    writeCrcsByTable(byTable, table);
+    table.writeCrcs(byTable.data(), byTable.size(), WIDTH, ACTIVE);
     FrameOperations::writeCrcs(ours, METRICS, FrameOperations::Frame(ACTIVE));
     if (!std::equal(ours.begin() + WIDTH, ours.end(), byTable.begin() + WIDTH)) {
         state.SkipWithError("the peer writes other CRCs");
         return;
     }
-    compareCrcs(state, 6, 12, [&](auto& frame) { writeCrcsByTable(frame, table); });
+    compareCrcs(state, 6, 12,
+                [&](auto& frame) { table.writeCrcs(frame.data(), frame.size(), WIDTH, ACTIVE); });
 }
 
 void crcsBesideZlib(benchmark::State& state)

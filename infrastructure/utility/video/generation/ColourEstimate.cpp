@@ -1,56 +1,65 @@
 #include "infrastructure/utility/video/generation/ColourEstimate_p.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
-/// A float this large has no fraction bits, so adding it rounds to the nearest integer.
-constexpr float ROUNDER = 0x1.8p23f;
-
-/// The arithmetic that all forms share.
-[[gnu::always_inline]] inline void estimateBlock(const ColourEstimate& estimate, ColourBlock& block)
-{
-    const ColourEstimate e = estimate;
-    for (std::size_t i = 0; i < ColourBlock::PIXELS; ++i) {
-        const float in[3] = {float(block.components[0][i]), float(block.components[1][i]),
-                             float(block.components[2][i])};
-        float furthest = 0;
-        for (std::size_t k = 0; k < 3; ++k) {
-            const ColourEstimate::Row& row = e.rows[k];
-            const float sum = row.offset + row.factors[0] * in[0] + row.factors[1] * in[1] +
-                              row.factors[2] * in[2];
-            const float whole = (sum + ROUNDER) - ROUNDER;
-            const float distance = std::fabs(sum - whole);
-            furthest = k == 0 || distance > furthest ? distance : furthest;
-            auto result = static_cast<qint16>(static_cast<qint32>(whole));
-            result = result < row.low ? row.low : result;
-            result = result > row.high ? row.high : result;
-            block.results[k][i] = static_cast<quint16>(result);
-        }
-        block.doubts[i] = furthest > e.certain ? 1 : 0;
-    }
-}
-
-#if defined(__x86_64__)
-[[gnu::target("avx2")]] void estimateBlockAvx2(const ColourEstimate& estimate, ColourBlock& block)
-{
-    estimateBlock(estimate, block);
-}
-#endif
+/// Bits of a float behind its first.
+constexpr int MANTISSA_BITS = 23;
+constexpr int EXPONENT_BIAS = 127;
 
 } // namespace
 
-void ColourEstimate::run(const ColourEstimate& estimate, ColourBlock& block)
+bool ColourEstimate::set(const Exact (&exact)[3], quint16 highest)
 {
-    estimateBlock(estimate, block);
-}
-
-ColourEstimate::Function ColourEstimate::fastest()
-{
-#if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) {
-        return estimateBlockAvx2;
+    double largest = 0; // no sum on the way to a result is larger
+    double reach = 1;   // of the results on both sides of their middle
+    double middles[3];
+    for (std::size_t k = 0; k < 3; ++k) {
+        double below = exact[k].offset;
+        double above = exact[k].offset;
+        double sum = std::fabs(exact[k].offset);
+        for (const double factor : exact[k].factors) {
+            below += std::min(factor, 0.0) * highest;
+            above += std::max(factor, 0.0) * highest;
+            sum += std::fabs(factor) * highest;
+        }
+        if (!(sum < 32767)) { // or not a number
+            return false;
+        }
+        largest = std::max(largest, sum);
+        middles[k] = std::round((below + above) / 2);
+        reach = std::max({reach, above - middles[k], middles[k] - below});
     }
-#endif
-    return run;
+
+    // Between 2^22 and 2^23 on both sides of `large` a float counts in steps of 1, if all is scaled
+    // by 2^fractionBits. The 2 leaves room for rounding.
+    fractionBits = MANTISSA_BITS - 1 - static_cast<int>(std::ceil(std::log2(reach + 2)));
+    const double step = std::ldexp(1, -fractionBits);
+    const double large = std::ldexp(1.5, MANTISSA_BITS) * step;
+
+    // What a sum can be off, in steps: half a step for the offset and for each of three additions;
+    // and the rounding of factors and products, 2^-24 of all that is added up. The doubles' own
+    // errors are a millionth of that.
+    const auto error = static_cast<qint32>(2 + (2 + 1e-5) * largest * 0x1p-24 / step);
+    doubtful = 2 * error + 1;
+
+    constexpr quint32 HALF = 1u << (MANTISSA_BITS - 1);
+    const quint32 bitsOfLarge =
+        (static_cast<quint32>(EXPONENT_BIAS + MANTISSA_BITS - fractionBits) << MANTISSA_BITS) +
+        HALF;
+    for (std::size_t k = 0; k < 3; ++k) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            rows[k].factors[i] = static_cast<float>(exact[k].factors[i]);
+        }
+        rows[k].offset =
+            static_cast<float>(large + (exact[k].offset - middles[k]) + 0.5 + error * step);
+        rows[k].correction = static_cast<quint16>(static_cast<qint32>(middles[k]) -
+                                                  static_cast<qint32>(bitsOfLarge >> fractionBits));
+        constexpr quint16 HIGHEST_LIMIT = 32767; // no result comes close to it
+        rows[k].low = static_cast<qint16>(exact[k].low);
+        rows[k].high = static_cast<qint16>(std::min(exact[k].high, HIGHEST_LIMIT));
+    }
+    return true;
 }

@@ -1,43 +1,38 @@
-// The vectorised part of colour conversion: three results for each pixel of a block, as linear
-// functions in floats. Also tells for each pixel whether a result is too close to the edge between
-// two integers to be relied on. Pure functions over the caller's block.
+// Linear functions of a pixel's components as kernels compute them: in floats, and with a bound for
+// what these are off. A value.
 #pragma once
 
 #include <QtGlobal>
 
-#include <cstddef>
-
-/// Pixels that are processed together, component by component, and their results.
-struct ColourBlock
-{
-    static constexpr std::size_t PIXELS = 128;
-
-    alignas(32) quint16 components[3][PIXELS];
-    alignas(32) quint16 results[3][PIXELS];
-    alignas(32) quint16 doubts[PIXELS]; ///< not 0: a result is too close to an edge
-};
-
 /// Three linear functions of a pixel's components, with the limits of their results.
+///
+/// The offset contains a number so large that the sum, a float, counts in steps of 2^-fractionBits:
+/// its bits are an integer with that many bits behind the point. Half a step between two integers
+/// is in the offset too, so that cutting the fraction off rounds.
 struct ColourEstimate
 {
-    /// A result before it is rounded to the nearest integer and held to its limits.
     struct Row
     {
         float factors[3];
         float offset;
+        quint16 correction; ///< what is to be added to the bits above the point
         qint16 low;
         qint16 high;
     };
     Row rows[3];
-    float certain; ///< up to this distance from the nearest integer it is certain
+    int fractionBits;
+    qint32 doubtful; ///< fractions below it are too close to an edge
 
-    /// Computes results and doubts of a block. Results must fit 16 bits, with sign, before they are
-    /// held to their limits.
-    using Function = void (*)(const ColourEstimate& estimate, ColourBlock& block);
+    /// One function before it is put into floats.
+    struct Exact
+    {
+        double factors[3];
+        double offset;
+        quint16 low;
+        quint16 high;
+    };
 
-    /// The portable form.
-    static void run(const ColourEstimate& estimate, ColourBlock& block);
-
-    /// The fastest form on this machine. All give the same results.
-    static Function fastest();
+    /// For components from 0 to `highest`. False if the results before their limits don't fit 16
+    /// bits with sign.
+    bool set(const Exact (&exact)[3], quint16 highest);
 };

@@ -34,67 +34,48 @@ void writeReference(quint16* words, quint16 lastWord)
 /// waits for the step before.
 class CrcWriter
 {
-    static constexpr std::size_t LONG_DEGREE = LineCrc::LONG_DEGREE;
-    static constexpr std::size_t DEGREE = LineCrc::DEGREE;
-    static constexpr std::size_t SHORT_DEGREE = LineCrc::SHORT_DEGREE;
-
 public:
     explicit CrcWriter(std::size_t wordsOfRun)
         : count(wordsOfRun)
-        , longRun(wordsOfRun >= LONG_DEGREE ? LONG_DEGREE + wordsOfRun : 0)
-        , run(DEGREE + std::min(wordsOfRun, LONG_DEGREE))
+        , folder(wordsOfRun, sizeof(quint16), LINES)
     {
     }
 
     /// Reads all of `words`. Their CRC is in `target` at the latest after `flush`.
     void add(const quint16* words, quint16* target)
     {
-        if (count < DEGREE) {
-            write(LineCrc::of(words, count), target);
-            return;
-        }
-        std::size_t left = count;
-        if (count >= LONG_DEGREE) {
-            LineCrc::fold<LONG_DEGREE, 128, 24, 0>(words, count, longRun.data());
-            words = longRun.data() + count;
-            left = LONG_DEGREE;
-        }
-        LineCrc::fold<DEGREE, 32, 6, 0>(words, left, run.data());
-        LineCrc::fold<SHORT_DEGREE, 29, 7, 2, 1, 0>(run.data() + left, DEGREE, ends[used].data());
+        const LineCrc::FoldedRun run = folder.fold(words, count, used);
+        folded[used] = static_cast<const quint16*>(run.words);
+        foldedCount = run.count;
         targets[used] = target;
-        if (++used == LANES) {
+        if (++used == LINES) {
             flush();
         }
     }
 
     void flush()
     {
-        std::array<quint32, LANES> crcs = {};
-        for (std::size_t i = DEGREE; i < DEGREE + SHORT_DEGREE; ++i) {
-            for (std::size_t lane = 0; lane < LANES; ++lane) {
-                crcs[lane] = LineCrc::step(crcs[lane], ends[lane][i]);
-            }
+        if (used == 0) {
+            return;
         }
-        for (std::size_t lane = 0; lane < used; ++lane) {
-            write(crcs[lane], targets[lane]);
+        std::fill(folded + used, std::end(folded), folded[0]);
+        quint32 crcs[LINES];
+        getKernels<LineCrcKernels>().step(folded, foldedCount, crcs);
+        for (std::size_t line = 0; line < used; ++line) {
+            const WordPair words = LineCrc::toWords(crcs[line]);
+            std::copy(words.begin(), words.end(), targets[line]);
         }
         used = 0;
     }
 
 private:
-    static constexpr std::size_t LANES = 4;
-
-    static void write(quint32 crc, quint16* target)
-    {
-        const WordPair words = LineCrc::toWords(crc);
-        std::copy(words.begin(), words.end(), target);
-    }
+    static constexpr std::size_t LINES = LineCrcKernels::LINES;
 
     std::size_t count;
-    std::vector<quint16> longRun;
-    std::vector<quint16> run;
-    std::array<std::array<quint16, SHORT_DEGREE + DEGREE>, LANES> ends = {};
-    std::array<quint16*, LANES> targets = {};
+    LineCrc::LineFolder folder;
+    const quint16* folded[LINES] = {};
+    std::size_t foldedCount = 0;
+    quint16* targets[LINES] = {};
     std::size_t used = 0;
 };
 

@@ -2,6 +2,8 @@
 // are folded first.
 #pragma once
 
+#include "infrastructure/utility/video/generation/LineCrcKernels_p.h"
+
 #include <QtGlobal>
 
 #include <array>
@@ -42,35 +44,6 @@ constexpr std::array<quint16, 2> toWords(quint32 crc)
     return {toWord(crc), toWord(crc >> 9)};
 }
 
-// Folding. With y for a shift of a whole word, y^120 + y^32 + y^6 + 1 is a multiple of the
-// generator. So a word may be dropped without changing the CRC if it is xored into the words 88,
-// 114 and 120 further on. That reduces a line to its last words in steps that do not wait for each
-// other. The fourth power of that multiple has the same terms four times as far apart, in whole
-// vectors, and is used first on long lines. y^53 + y^29 + y^7 + y^2 + y + 1 is a multiple as well,
-// and reduces 120 words to 53.
-
-constexpr std::size_t LONG_DEGREE = 480;
-constexpr std::size_t DEGREE = 120;
-constexpr std::size_t SHORT_DEGREE = 53;
-
-/// Folds `count` words into the last `degree` words of `run`, which has room for `degree` words,
-/// all 0, and after them the `count` words. `count` is at least `degree`. The exponents go down to
-/// 0. Words that several streams take in turn fold like one stream's if all numbers are multiplied
-/// by the number of streams.
-template <std::size_t degree, std::size_t exponent, std::size_t... lower, typename Word>
-void fold(const Word* words, std::size_t count, Word* run, std::size_t from = 0)
-{
-    // From here on, the word that this exponent would reach is among the last words, which stay.
-    const std::size_t end = count - exponent;
-    for (std::size_t i = from; i < end; ++i) {
-        run[i + degree] =
-            static_cast<Word>((words[i] ^ run[i + exponent]) ^ (Word(0) ^ ... ^ run[i + lower]));
-    }
-    if constexpr (sizeof...(lower) > 0) {
-        fold<degree, lower...>(words, count, run, end);
-    }
-}
-
 /// The CRC registers of both channels of store words; one in the lower half, one in the upper.
 using Registers = quint64;
 
@@ -90,6 +63,41 @@ constexpr quint32 ofChannel(Registers crcs, int channel)
     return static_cast<quint32>(crcs >> (32 * channel));
 }
 
+/// What is left of a run of words: a run with the same CRC.
+struct FoldedRun
+{
+    const void* words;
+    std::size_t count;
+};
+
+/// Folds runs of words of so many bytes, an even number.
+class LineFolder
+{
+public:
+    /// Of runs of at most this many words; so many results last at a time.
+    LineFolder(std::size_t mostWords, std::size_t bytesOfWord, std::size_t results = 1)
+        : wordBytes(bytesOfWord)
+        , space(bytesOfWord * LineCrcKernels::spaceFor(mostWords))
+        , folded(results * bytesOfWord * LineCrcKernels::FOLDED_SPACE)
+    {
+    }
+
+    /// The result lasts until the next one of the same number.
+    FoldedRun fold(const void* words, std::size_t count, std::size_t result = 0)
+    {
+        FoldedRun run{words, count};
+        kernels.fold(run.words, run.count, wordBytes, space.data(),
+                     folded.data() + result * wordBytes * LineCrcKernels::FOLDED_SPACE);
+        return run;
+    }
+
+private:
+    const LineCrcKernels& kernels = getKernels<LineCrcKernels>();
+    std::size_t wordBytes;
+    std::vector<quint8> space;
+    std::vector<quint8> folded;
+};
+
 /// Works out the registers of `streams` streams whose store words come in turn.
 template <std::size_t streams>
 class StoreRun
@@ -100,41 +108,26 @@ public:
 
     /// Of at most this many words, a multiple of `streams`.
     explicit StoreRun(std::size_t mostWords)
-        : longRun(streams * LONG_DEGREE + mostWords)
-        , run(streams * (DEGREE + LONG_DEGREE))
-        , shortRun(streams * (SHORT_DEGREE + DEGREE))
+        : folder(mostWords / streams, streams * sizeof(quint32))
     {
     }
 
     /// `count` words.
     Result of(const quint32* words, std::size_t count)
     {
-        constexpr std::size_t n = streams;
-        if (count >= n * LONG_DEGREE) {
-            fold<n * LONG_DEGREE, n * 128, n * 24, 0>(words, count, longRun.data());
-            words = longRun.data() + count;
-            count = n * LONG_DEGREE;
-        }
-        if (count >= n * DEGREE) {
-            fold<n * DEGREE, n * 32, n * 6, 0>(words, count, run.data());
-            fold<n * SHORT_DEGREE, n * 29, n * 7, n * 2, n, 0>(run.data() + count, n * DEGREE,
-                                                               shortRun.data());
-            words = shortRun.data() + n * DEGREE;
-            count = n * SHORT_DEGREE;
-        }
+        const FoldedRun left = folder.fold(words, count / streams);
+        const auto* last = static_cast<const quint32*>(left.words);
         Result result = {};
-        for (std::size_t i = 0; i < count; i += n) {
-            for (std::size_t stream = 0; stream < n; ++stream) {
-                result[stream] = stepBoth(result[stream], words[i + stream]);
+        for (std::size_t i = 0; i < left.count * streams; i += streams) {
+            for (std::size_t stream = 0; stream < streams; ++stream) {
+                result[stream] = stepBoth(result[stream], last[i + stream]);
             }
         }
         return result;
     }
 
 private:
-    std::vector<quint32> longRun;
-    std::vector<quint32> run;
-    std::vector<quint32> shortRun;
+    LineFolder folder;
 };
 
 } // namespace LineCrc

@@ -4,15 +4,15 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
 #include "infrastructure/utility/Log.h"
-#include "infrastructure/utility/video/generation/ColourEstimate_p.h"
-#include "infrastructure/utility/video/generation/WordVector_p.h"
+#include "infrastructure/utility/video/generation/ColourKernels_p.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 
 using namespace Tessorn::Sdi::PayloadId;
 using namespace Tessorn::Types;
-using namespace WordVector;
 
 namespace {
 
@@ -20,8 +20,6 @@ using Matrix = SdiColourConverter::Matrix;
 
 constexpr quint16 ALPHA_OF_PIXELS_WITHOUT = 64;
 constexpr quint16 OPAQUE = 65535;
-/// No estimate comes close to it.
-constexpr quint16 HIGHEST_LIMIT = 32767;
 
 struct Limits
 {
@@ -42,15 +40,13 @@ struct DepthRule
     double chromaOffset;
     Limits luma;
     Limits chroma;
-    float guard; ///< more than a float estimate of a result can be off
 };
 
-// A result is below 6000, and an estimate accumulates five roundings of 2^-24 of that: 0.0018.
 constexpr DepthRule DEPTH_RULES[] = {
-    {BitDepth_10FullRange, 6, 1023, 1.0 / 4, 1023, 0, 1023, 512, {4, 1019}, {4, 1019}, 0x1p-10f},
-    {BitDepth_10, 6, 1023, 1.0 / 4, 876, 64, 896, 512, {64, 940}, {64, 960}, 0x1p-10f},
-    {BitDepth_12, 4, 4095, 1.0 / 16, 3504, 256, 3584, 2048, {256, 3760}, {256, 3840}, 0x1p-8f},
-    {BitDepth_12FullRange, 4, 4095, 1.0 / 16, 4095, 0, 4095, 2048, {0, 65535}, {0, 65535}, 0x1p-8f},
+    {BitDepth_10FullRange, 6, 1023, 1.0 / 4, 1023, 0, 1023, 512, {4, 1019}, {4, 1019}},
+    {BitDepth_10, 6, 1023, 1.0 / 4, 876, 64, 896, 512, {64, 940}, {64, 960}},
+    {BitDepth_12, 4, 4095, 1.0 / 16, 3504, 256, 3584, 2048, {256, 3760}, {256, 3840}},
+    {BitDepth_12FullRange, 4, 4095, 1.0 / 16, 4095, 0, 4095, 2048, {0, 65535}, {0, 65535}},
 };
 
 constexpr double INPUT_BLACK = 16.0;
@@ -111,9 +107,8 @@ public:
     {
     }
 
-    /// The estimate holds up to the highest component, which is all ones. `bits` are those of all
-    /// components.
-    bool isEstimate(quint16 bits) const { return bits <= rule.highest; }
+    /// Up to the highest component, which is all ones, the estimate holds.
+    quint16 getHighest() const { return rule.highest; }
 
     void convertPixel(ColourBlock& block, std::size_t pixel) const
     {
@@ -127,26 +122,21 @@ public:
         block.results[2][pixel] = chromaWord(applyRow(matrix, 2, in), rule);
     }
 
-    ColourEstimate getEstimate() const
+    bool getEstimate(ColourEstimate& estimate) const
     {
-        ColourEstimate estimate{};
-        estimate.certain = 0.5f - rule.guard;
+        ColourEstimate::Exact rows[3];
         for (std::size_t i = 0; i < 3; ++i) {
             const bool isLuma = i == 0;
             const Limits limits = isLuma ? rule.luma : rule.chroma;
             const double scale = (isLuma ? rule.lumaScale : rule.chromaScale) * INPUT_RANGE_INVERSE;
-            double offset = isLuma ? rule.lumaOffset : rule.chromaOffset;
-            ColourEstimate::Row& row = estimate.rows[i];
+            rows[i] = {{}, isLuma ? rule.lumaOffset : rule.chromaOffset, limits.low, limits.high};
             for (std::size_t source = 0; source < 3; ++source) {
                 const double factor = matrix[3 * i + source] * scale;
-                row.factors[source] = static_cast<float>(factor * rule.inputScale);
-                offset -= factor * INPUT_BLACK;
+                rows[i].factors[source] = factor * rule.inputScale;
+                rows[i].offset -= factor * INPUT_BLACK;
             }
-            row.offset = static_cast<float>(offset);
-            row.low = static_cast<qint16>(limits.low);
-            row.high = static_cast<qint16>(std::min(limits.high, HIGHEST_LIMIT));
         }
-        return estimate;
+        return estimate.set(rows, rule.highest);
     }
 
 private:
@@ -175,11 +165,9 @@ public:
             inScales[i] =
                 isLuma ? NARROW_LUMA / ofDepth.lumaScale : NARROW_CHROMA / ofDepth.chromaScale;
         }
-        largestSum = findLargestSum();
     }
 
-    /// Any matrix may be given; with one of large figures everything is done in doubles.
-    bool isEstimate(quint16 bits) const { return bits <= highest && largestSum < HIGHEST_LIMIT; }
+    quint16 getHighest() const { return highest; }
 
     void convertPixel(ColourBlock& block, std::size_t pixel) const
     {
@@ -193,45 +181,22 @@ public:
         }
     }
 
-    ColourEstimate getEstimate() const
+    /// Any matrix may be given; with one of large figures there is no estimate.
+    bool getEstimate(ColourEstimate& estimate) const
     {
-        ColourEstimate estimate{};
-        // Seven roundings of 2^-24: factor, offset, product, three sums, and one for all those of
-        // the doubles.
-        estimate.certain = static_cast<float>(0.5 - 7 * 0x1p-24 * largestSum);
+        ColourEstimate::Exact rows[3];
         for (std::size_t i = 0; i < 3; ++i) {
-            ColourEstimate::Row& row = estimate.rows[i];
-            double offset = outOffset;
+            rows[i] = {{}, outOffset, limits.low, limits.high};
             for (std::size_t source = 0; source < 3; ++source) {
                 const double factor = matrix[3 * i + source] * inScales[source] * outScale;
-                row.factors[source] = static_cast<float>(factor);
-                offset -= factor * inOffsets[source];
+                rows[i].factors[source] = factor;
+                rows[i].offset -= factor * inOffsets[source];
             }
-            row.offset = static_cast<float>(offset);
-            row.low = static_cast<qint16>(limits.low);
-            row.high = static_cast<qint16>(limits.high);
         }
-        return estimate;
+        return estimate.set(rows, highest);
     }
 
 private:
-    /// No sum on the way to a result is larger; infinite if that can't be said.
-    double findLargestSum() const
-    {
-        double largest = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
-            double sum = outOffset;
-            for (std::size_t source = 0; source < 3; ++source) {
-                sum += std::fabs(matrix[3 * i + source] * inScales[source] * outScale) *
-                       (highest + inOffsets[source]);
-            }
-            if (!(sum <= largest)) {
-                largest = std::isnan(sum) ? INFINITY : sum;
-            }
-        }
-        return largest;
-    }
-
     const Matrix& matrix;
     quint16 highest;
     double inOffsets[3];
@@ -239,22 +204,15 @@ private:
     double outScale;
     double outOffset;
     Limits limits;
-    double largestSum = 0;
 };
-
-/// The places of the three components, in the order that they are converted in.
-template <PixelFormat format>
-constexpr std::array<std::size_t, 3> PLACES = {0, 1, 2};
-template <>
-constexpr std::array<std::size_t, 3> PLACES<PixelFormat_AYCrCb> = {1, 2, 0};
 
 /// What happens to the words around the conversion.
 struct Handling
 {
-    quint16 unusedBits = 0; ///< below a component
+    int unusedBits = 0; ///< below a component
     bool keepsFourth = false;
     quint16 fourth = ALPHA_OF_PIXELS_WITHOUT; ///< if it is not kept
-    quint16 bitsToWiden = 0;                  ///< results of so many bits are brought to 16
+    int bitsToWiden = 0;                      ///< results of so many bits are brought to 16
 };
 
 /// A conversion of runs of pixels of one form to another.
@@ -264,7 +222,7 @@ class Conversion
 public:
     Conversion(const Colours& colourConversion, const Handling& ofWords)
         : colours(colourConversion)
-        , estimate(colourConversion.getEstimate())
+        , isEstimate(colourConversion.getEstimate(estimate))
         , handling(ofWords)
     {
     }
@@ -293,54 +251,32 @@ private:
     void convertBlock(const quint16* source, quint16* target) const
     {
         ColourBlock block;
-        Words bits = {};
-        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
-            const auto v = split<FROM_WORDS>(source + at * FROM_WORDS);
-            for (std::size_t i = 0; i < 3; ++i) {
-                const Words component = v[PLACES<from>[i]] >> handling.unusedBits;
-                bits |= component;
-                store(component, block.components[i] + at);
-            }
-        }
-        if (colours.isEstimate(bitsOf(bits))) {
-            run(estimate, block);
+        const quint16 bits = kernels.take[from](source, handling.unusedBits, block);
+        if (isEstimate && bits <= colours.getHighest()) {
+            kernels.estimate(estimate, block);
+            settleDoubts(block);
         } else {
-            std::fill_n(block.doubts, ColourBlock::PIXELS, 1);
-        }
-        settleDoubts(block);
-        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
-            std::array<Words, 4> v = {};
-            for (std::size_t i = 0; i < 3; ++i) {
-                v[PLACES<to>[i]] = widened(load(block.results[i] + at));
-            }
-            if constexpr (TO_WORDS == 3) {
-                storeThree(merge(v[0], v[1], v[2], v[2]), target + at * TO_WORDS);
-            } else {
-                Words fourth = all(handling.fourth);
-                if constexpr (FROM_WORDS == 4) {
-                    if (handling.keepsFourth) {
-                        fourth = split<4>(source + at * FROM_WORDS)[3];
-                    }
-                }
-                storeFour(merge(v[0], v[1], v[2], fourth), target + at * TO_WORDS);
+            for (std::size_t pixel = 0; pixel < ColourBlock::PIXELS; ++pixel) {
+                colours.convertPixel(block, pixel);
             }
         }
-    }
-
-    /// The upper bits again below the lower ones, so that all ones stay all ones.
-    Words widened(Words results) const
-    {
-        const quint16 bits = handling.bitsToWiden;
-        return bits == 0 ? results : results << (16 - bits) | results >> (2 * bits - 16);
+        if (TO_WORDS == 4 && (FROM_WORDS < 4 || !handling.keepsFourth)) {
+            std::fill_n(block.fourth, ColourBlock::PIXELS, handling.fourth);
+        }
+        kernels.give[to](block, handling.bitsToWiden, target);
     }
 
     void settleDoubts(ColourBlock& block) const
     {
-        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += COUNT) {
-            if (bitsOf(load(block.doubts + at)) == 0) {
+        constexpr std::size_t STEP = 8;
+        quint64 doubts[2];
+        static_assert(sizeof doubts == STEP * sizeof(quint16));
+        for (std::size_t at = 0; at < ColourBlock::PIXELS; at += STEP) {
+            std::memcpy(doubts, block.doubts + at, sizeof doubts);
+            if ((doubts[0] | doubts[1]) == 0) {
                 continue;
             }
-            for (std::size_t pixel = at; pixel < at + COUNT; ++pixel) {
+            for (std::size_t pixel = at; pixel < at + STEP; ++pixel) {
                 if (block.doubts[pixel] != 0) {
                     colours.convertPixel(block, pixel);
                 }
@@ -349,24 +285,26 @@ private:
     }
 
     const Colours& colours;
-    ColourEstimate estimate;
-    ColourEstimate::Function run = ColourEstimate::fastest();
+    ColourEstimate estimate = {};
+    bool isEstimate;
+    const ColourKernels& kernels = getKernels<ColourKernels>();
     Handling handling;
 };
 
-/// The same into a vector, which grows in stretches, so that its initial filling is still in the
+/// The same into a vector, which grows in stretches, so that what it is filled with is still in the
 /// cache when the pixels replace it.
 template <typename Pixel, typename Source>
 void convertToVector(const Source* source, std::size_t pixelCount, const ToYCbCr& colours,
                      std::vector<Pixel>& converted)
 {
-    constexpr std::size_t STRETCH = 8 * ColourBlock::PIXELS;
+    static constexpr std::array<Pixel, 4 * ColourBlock::PIXELS> STRETCH = {};
     const Conversion<ToYCbCr, Source::FORMAT, Pixel::FORMAT> conversion(colours, {});
     converted.clear();
     converted.reserve(pixelCount);
     for (std::size_t done = 0; done < pixelCount; done = converted.size()) {
-        const std::size_t pixels = std::min(STRETCH, pixelCount - done);
-        converted.resize(done + pixels);
+        const std::size_t pixels = std::min(STRETCH.size(), pixelCount - done);
+        // A copy is faster than resizing, which sets one pixel after the other.
+        converted.insert(converted.end(), STRETCH.data(), STRETCH.data() + pixels);
         conversion.convert(reinterpret_cast<const quint16*>(source + done), pixels,
                            reinterpret_cast<quint16*>(converted.data() + done));
     }
@@ -529,7 +467,7 @@ bool SdiColourConverter::convertToRgba64(PixelRun pixels, const Matrix& matrix, 
     const ToRgb colours(isRgb ? RANGE_ONLY : matrix, *rule, RgbRange_Full, isRgb);
     Handling handling;
     handling.fourth = OPAQUE;
-    handling.bitsToWiden = static_cast<quint16>(16 - rule->unusedBits);
+    handling.bitsToWiden = 16 - rule->unusedBits;
     const auto convertFrom = [&](auto format) {
         const Conversion<ToRgb, decltype(format)::value, PixelFormat_ARGB> conversion(colours,
                                                                                       handling);

@@ -2,6 +2,8 @@
 // words if not. Operators apply to each word, modulo 2^16.
 #pragma once
 
+#include "infrastructure/utility/KernelForm_p.h"
+
 #include <QtGlobal>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <cstring>
 
 namespace WordVector {
+KERNELS_BEGIN
 
 /// Eight words; the language's arithmetic applies to each of them.
 using Words = quint16 __attribute__((vector_size(16)));
@@ -72,16 +75,6 @@ Words pick(Words words)
     return pick<places...>(words, words);
 }
 
-/// The bits of all eight words.
-inline quint16 bitsOf(Words words)
-{
-    quint64 halves[2];
-    store(words, halves);
-    quint64 bits = halves[0] | halves[1];
-    bits |= bits >> 32;
-    return static_cast<quint16>(bits | bits >> 16);
-}
-
 // Moving the words of eight pixels into the order of components, and back.
 
 /// A perfect shuffle: the second half of the words goes between the words of the first.
@@ -139,4 +132,5 @@ inline void storeFour(const std::array<Words, 4>& pixels, quint16* words)
     }
 }
 
+KERNELS_END
 } // namespace WordVector

@@ -1,6 +1,6 @@
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 
-#include "infrastructure/utility/video/generation/ColourEstimate_p.h"
+#include "infrastructure/utility/video/generation/ColourKernels_p.h"
 
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
@@ -135,6 +135,7 @@ TEST_CASE("Colours convert as exact fractions say", "[colour]")
 
 TEST_CASE("Every colour converts as the doubles do, to the last bit", "[colour]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     std::vector<PixelDataRGB> edges; // greys, and all that only two components make
     for (unsigned a = 0; a < 4096; a += 3) {
         const auto v = static_cast<quint16>(a);
@@ -159,6 +160,7 @@ TEST_CASE("Every colour converts as the doubles do, to the last bit", "[colour]"
 
 TEST_CASE("Every number of pixels converts whole, with 64 as alpha", "[colour]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     for (std::size_t count = 0; count < 200; ++count) {
         const auto pixels = randomPixels(count, 1023);
         const auto expected = converted(pixels, Colourimetry_Rec709, BitDepth_10);
@@ -373,6 +375,7 @@ TEST_CASE("Colours convert back as exact fractions say", "[colour]")
 
 TEST_CASE("Every colour converts back as the doubles do, to the last bit", "[colour]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     std::vector<PixelDataRGB> edges(128); // black, and planes through the middle of the others
     for (unsigned a = 0; a < 4096; a += 3) {
         const auto v = static_cast<quint16>(a);
@@ -395,7 +398,7 @@ TEST_CASE("Every colour converts back as the doubles do, to the last bit", "[col
     }
 }
 
-TEST_CASE("All 2^30 colours convert back as the doubles do", "[.][long][colour]")
+TEST_CASE("All 2^30 colours convert there and back as the doubles do", "[.][long][colour]")
 {
     const Matrix& matrix = SdiColourConverter::getInverseMatrix(Colourimetry_Rec709);
     std::size_t differences = 0;
@@ -404,6 +407,7 @@ TEST_CASE("All 2^30 colours convert back as the doubles do", "[.][long][colour]"
         for (unsigned i = 0; i < plane.size(); ++i) {
             plane[i] = {quint16(y), quint16(i / 1024), quint16(i % 1024)};
         }
+        differences += countDifferences(plane, Colourimetry_Rec709, BitDepth_10);
         differences += countDifferencesBack(plane, matrix, BitDepth_10, RgbRange_Full);
     }
     CHECK(differences == 0);
@@ -532,25 +536,46 @@ TEST_CASE("A number that is no bit depth leaves everything as it was", "[colour]
     CHECK(pixel == PixelDataARGB{1, 2, 3, 4});
 }
 
-TEST_CASE("Estimates are the same with the widest vectors of the machine and without", "[colour]")
+TEST_CASE("Colour kernels give the same in both forms", "[colour][kernels]")
 {
-    const ColourEstimate estimate = {{{{0.2126f, 0.7152f, 0.0722f}, 0.125f, 64, 940},
-                                      {{-0.1172f, -0.3943f, 0.5115f}, 511.75f, 64, 960},
-                                      {{0.5115f, -0.4646f, -0.0469f}, 511.875f, 4, 1019}},
-                                     0.4375f};
-    std::mt19937 random(1);
-    for (int round = 0; round < 1000; ++round) {
-        ColourBlock block = {};
-        for (auto& component : block.components) {
-            std::generate(std::begin(component), std::end(component),
-                          [&] { return static_cast<quint16>(random() & 0x3FF); });
-        }
-        ColourBlock other = block;
-        ColourEstimate::run(estimate, block);
-        ColourEstimate::fastest()(estimate, other);
-        REQUIRE(std::memcmp(&block, &other, sizeof block) == 0);
-        const auto certain = std::count(std::begin(block.doubts), std::end(block.doubts), 0);
-        REQUIRE(certain > 0);
-        REQUIRE(certain < qint64(ColourBlock::PIXELS));
+    if (!hasVectorKernels()) {
+        return;
     }
+    const ColourKernels* const forms[] = {&ColourKernels::of(PlainForm()),
+                                          &ColourKernels::of(VectorForm())};
+    std::mt19937 random(1);
+    const auto fill = [&](quint16* words, std::size_t count, unsigned bits) {
+        std::generate_n(words, count, [&] { return quint16(random() & ((1u << bits) - 1)); });
+    };
+    std::size_t doubts = 0;
+    for (int round = 0; round < 1000; ++round) {
+        const bool is10 = round % 2 == 0;
+        ColourEstimate estimate = {};
+        REQUIRE(estimate.set({{{0.2126, 0.7152, 0.0722}, round / 100.0, 64, 940},
+                              {{-0.1172, -0.3943, 0.5115}, 511.7, 64, 960},
+                              {{0.5115, -0.4646, -0.0469}, 2048, 0, 65535}},
+                             is10 ? 1023 : 4095));
+        std::vector<quint16> words(4 * ColourBlock::PIXELS + 1);
+        fill(words.data(), words.size(), 16);
+        for (std::size_t format = 0; format < ColourKernels::FORMATS; ++format) {
+            CAPTURE(round, format);
+            ColourBlock blocks[2] = {};
+            std::vector<quint16> results[2] = {words, words};
+            quint16 bits[2];
+            for (std::size_t i = 0; i < 2; ++i) {
+                bits[i] = forms[i]->take[format](words.data() + 1, is10 ? 6 : 4, blocks[i]);
+                forms[i]->estimate(estimate, blocks[i]);
+                forms[i]->give[format](blocks[i], is10 ? 10 : 0, results[i].data() + 1);
+            }
+            REQUIRE(bits[0] == bits[1]);
+            REQUIRE(std::memcmp(&blocks[0], &blocks[1], sizeof blocks[0]) == 0);
+            REQUIRE(results[0] == results[1]);
+            doubts += std::size_t(ColourBlock::PIXELS) -
+                      std::size_t(
+                          std::count(std::begin(blocks[0].doubts), std::end(blocks[0].doubts), 0));
+        }
+    }
+    // Half have doubts of 15 in 2^12, half of 15 in 2^10.
+    CHECK(doubts > 4000);
+    CHECK(doubts < 6000);
 }

@@ -1,8 +1,11 @@
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
 
+#include "infrastructure/utility/video/generation/MappingKernels_p.h"
+
 #include "sw/infrastructure_test/Catch.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
+#include <algorithm>
 #include <array>
 #include <random>
 
@@ -106,6 +109,7 @@ void checkMode4(const PixelDataAYCrCb* pixels, const Sdi20BitSample* samples, bo
 
 TEST_CASE("Mode 1 takes luma of both pixels and colour of the first, in ten bits", "[conversion]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     const AllForms forms(randomPixels(16));
     const Samples samples =
         Converter::convertToYCbCr422_10(forms.ayCrCb.data(), COUNT, BitDepth_10);
@@ -121,6 +125,7 @@ TEST_CASE("Mode 1 takes luma of both pixels and colour of the first, in ten bits
 
 TEST_CASE("Mode 2 gives each pixel two samples", "[conversion]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     AllForms forms(randomPixels(10));
     const Samples samples = Converter::resampleTo444_4(forms.ayCrCb.data(), COUNT, BitDepth_10);
     REQUIRE(samples.size() == 2 * COUNT);
@@ -142,6 +147,7 @@ TEST_CASE("Mode 2 gives each pixel two samples", "[conversion]")
 
 TEST_CASE("Mode 3 carries all twelve bits of each component", "[conversion]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     // Worked out by hand from the groups 101 010 011 110, 000 111 001 100 and 110 001 100 011.
     const PixelDataYCbCr pixel{05236, 00714, 06143};
     const Samples one = Converter::resampleToMappingMode3(&pixel, 1, BitDepth_12);
@@ -167,6 +173,7 @@ TEST_CASE("Mode 3 carries all twelve bits of each component", "[conversion]")
 
 TEST_CASE("Mode 4 carries twelve bits of 4:2:2 and of alpha", "[conversion]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     const PixelDataYCbCr black[2] = {};
     CHECK(Converter::resampleToMappingMode4(black, 2, BitDepth_12) ==
           Samples{{0x200, 0x240}, {0x200, 0x200}, {0x200, 0x240}, {0x200, 0x200}});
@@ -186,6 +193,7 @@ TEST_CASE("Mode 4 carries twelve bits of 4:2:2 and of alpha", "[conversion]")
 
 TEST_CASE("Mode II splits pairs of pixels over two links", "[conversion]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     const AllForms forms(randomPixels(10));
     const auto links = Converter::resampleToMappingModeII(forms.ayCrCb.data(), COUNT, BitDepth_10);
     const auto without = Converter::resampleToMappingModeII(forms.yCbCr.data(), COUNT, BitDepth_10);
@@ -287,5 +295,33 @@ TEST_CASE("A wrong depth and a last odd pixel are logged, and the rest converts"
             CHECK(log.lines() == expected);
         }
         CHECK(row.convert({forms.yCbCr.data(), 0}, row.depth).empty());
+    }
+}
+
+TEST_CASE("Mapping kernels give the same in both forms, and nothing beyond",
+          "[conversion][kernels]")
+{
+    if (!hasVectorKernels()) {
+        return;
+    }
+    const auto pixels = randomPixels(16);
+    const quint16* const words = &pixels[0].cr + 1; // at an odd place
+    for (std::size_t mode = 0; mode < MappingKernels::MODES; ++mode) {
+        for (std::size_t format = 0; format < MappingKernels::FORMATS; ++format) {
+            const auto plain = MappingKernels::of(PlainForm()).kernels[mode][format];
+            const auto vector = MappingKernels::of(VectorForm()).kernels[mode][format];
+            REQUIRE((plain == nullptr) == (vector == nullptr));
+            const std::size_t step = 2 * getSamplesOfPixel(MappingMode(mode));
+            for (std::size_t count = 0; plain != nullptr && count < 100; ++count) {
+                CAPTURE(mode, format, count);
+                std::vector<quint16> results[2] = {std::vector<quint16>(402, 0xABCD),
+                                                   std::vector<quint16>(402, 0xABCD)};
+                plain(words, count, results[0].data() + 1);
+                vector(words, count, results[1].data() + 1);
+                REQUIRE(results[0] == results[1]);
+                REQUIRE(std::count(results[0].begin(), results[0].end(), 0xABCD) ==
+                        qint64(402 - count * step));
+            }
+        }
     }
 }
