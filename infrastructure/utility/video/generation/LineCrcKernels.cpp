@@ -31,13 +31,15 @@ inline void foldPart(quint8* target, const quint8* words, Pointers... runs)
     std::memcpy(target, &part, sizeof part);
 }
 
-/// Moves a pointer on, behind the optimiser's back. It would work each pointer out anew from a
-/// common one, and vector loads of ARM can't add.
+/// Moves a pointer on. On ARM that is hidden from the optimiser, which would work each pointer out
+/// anew from a common one; vector loads there can count up, but not add.
 template <typename Byte>
 inline void advance(Byte*& pointer, std::size_t by)
 {
     pointer += by;
+#if KERNELS_WITH_NEON
     asm("" : "+r"(pointer));
+#endif
 }
 
 template <typename... Pointers>
