@@ -111,8 +111,9 @@ def triple(is_thumb):
 
 
 def modelled(assembly):
-    """The instructions as the model takes them. What stands under a condition counts as without it. Loads
-    and stores of several registers, of which the model has no or wrong times, count as one each."""
+    """The instructions as the model takes them. What stands under a condition counts as without it. Of
+    loads and stores of several registers the model has no or wrong times: each core register counts as a
+    load of its own, and each two vector registers, since the model has two cycles for one."""
     conditional = 0
     for line in assembly:
         name, _, operands = line.partition(" ")
@@ -126,10 +127,11 @@ def modelled(assembly):
         move = MOVE.match(name)
         if move and registers:
             is_load = move[0] in ("vld", "ldm", "pop", "vpop")
-            for register in re.findall(r"\w+", registers[1]):
-                if re.fullmatch(r"[sdr]\d+", register):
-                    prefix = "" if register[0] == "r" else "v"
-                    yield f"{prefix}{'ldr' if is_load else 'str'} {register}, [{BASE[is_load]}]"
+            named = re.findall(r"\b(?:[sdr]\d+|lr|pc)\b", registers[1])
+            is_vector = name.startswith("v")
+            for register in named[::2] if is_vector else named:
+                kind = f"{'v' if is_vector else ''}{'ldr' if is_load else 'str'}"
+                yield f"{kind} {register.replace('pc', 'lr')}, [{BASE[is_load]}]"
         elif not NOT_MODELLED.match(name):
             yield f"{name} {operands}"
 

@@ -31,15 +31,39 @@ inline void foldPart(quint8* target, const quint8* words, Pointers... runs)
     std::memcpy(target, &part, sizeof part);
 }
 
+/// Moves a pointer on. On ARM that is hidden from the optimiser, which would work each pointer out
+/// anew from a common one; vector loads there can count up, but not add.
+template <typename Byte>
+inline void advance(Byte*& pointer, std::size_t by)
+{
+    pointer += by;
+#if KERNELS_WITH_NEON
+    asm("" : "+r"(pointer));
+#endif
+}
+
 template <typename... Pointers>
 void foldParts(std::size_t bytes, quint8* target, const quint8* words, Pointers... runs)
 {
-    std::size_t at = 0;
-    for (; bytes - at >= sizeof(Chunk); at += sizeof(Chunk)) {
-        foldPart<Chunk>(target + at, words + at, (runs + at)...);
+    const auto advanceAll = [&](std::size_t by) {
+        advance(target, by);
+        advance(words, by);
+        (advance(runs, by), ...);
+    };
+    for (std::size_t left = bytes / sizeof(Chunk); left > 0; --left) {
+        foldPart<Chunk>(target, words, runs...);
+        advanceAll(sizeof(Chunk));
     }
-    for (; at < bytes; at += sizeof(quint16)) {
-        foldPart<quint16>(target + at, words + at, (runs + at)...);
+    std::size_t rest = bytes % sizeof(Chunk);
+    if (rest > 0 && bytes > rest) {
+        // Some of it once more: nothing that is read has changed.
+        advanceAll(rest - sizeof(Chunk));
+        foldPart<Chunk>(target, words, runs...);
+        return;
+    }
+    for (; rest > 0; rest -= sizeof(quint16)) {
+        foldPart<quint16>(target, words, runs...);
+        advanceAll(sizeof(quint16));
     }
 }
 

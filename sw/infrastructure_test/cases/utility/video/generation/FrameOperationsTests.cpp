@@ -1,7 +1,9 @@
 // Timing references, line numbers, CRCs and rectangles of a frame.
 #include "infrastructure/utility/video/generation/FrameOperations.h"
+#include "infrastructure/utility/video/generation/LineCrc_p.h"
 #include "sw/infrastructure_test/Catch.h"
 
+#include <algorithm>
 #include <random>
 
 using namespace FrameOperations;
@@ -101,8 +103,48 @@ TEST_CASE("The CRC is the one that a register gives bit by bit", "[frames]")
     }
 }
 
+TEST_CASE("A folded run has the CRC of the whole, for any length, place and form", "[frames]")
+{
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
+    constexpr std::size_t MOST = 1000;
+    const Frame words = randomFrame(MOST + 8, 0xFFFF);
+    std::vector<quint32> store(4 * MOST);
+    std::generate(store.begin(), store.end(), std::mt19937(5));
+    LineCrc::LineFolder folder(MOST, sizeof(quint16));
+    LineCrc::StoreRun<2> two(2 * MOST);
+    LineCrc::StoreRun<4> four(4 * MOST);
+    for (std::size_t count = 0; count <= MOST; count += count < 250 ? 1 : 7) {
+        CAPTURE(count);
+        const quint16* const from = words.data() + count % 8;
+        const LineCrc::FoldedRun run = folder.fold(from, count);
+        REQUIRE(run.count == (count < 120 ? count : 53));
+        REQUIRE(LineCrc::of(static_cast<const quint16*>(run.words), run.count) ==
+                LineCrc::of(from, count));
+
+        const quint16* lines[LineCrcKernels::LINES];
+        std::generate(std::begin(lines), std::end(lines),
+                      [at = words.data()]() mutable { return at++; });
+        quint32 crcs[LineCrcKernels::LINES];
+        getKernels<LineCrcKernels>().step(lines, count, crcs);
+        for (std::size_t i = 0; i < LineCrcKernels::LINES; ++i) {
+            REQUIRE(crcs[i] == LineCrc::of(lines[i], count));
+        }
+
+        const auto ofTwo = two.of(store.data(), 2 * count);
+        const auto ofFour = four.of(store.data(), 4 * count);
+        LineCrc::Registers expected[2] = {};
+        for (std::size_t i = 0; i < count; ++i) {
+            expected[0] = LineCrc::stepBoth(expected[0], store[2 * i + 1]);
+            expected[1] = LineCrc::stepBoth(expected[1], store[4 * i + 2]);
+        }
+        REQUIRE(ofTwo[1] == expected[0]);
+        REQUIRE(ofFour[2] == expected[1]);
+    }
+}
+
 TEST_CASE("Each line's CRC covers the picture before it and the words in front", "[frames]")
 {
+    const ForcedKernels forced(GENERATE(KernelForm::Plain, KernelForm::Vector));
     for (const FieldMetrics& metrics : SHAPES) {
         for (const quint32 mask : {0x3FFu, 0xFFFFu, 0u}) {
             CAPTURE(&metrics - SHAPES, mask);
