@@ -208,9 +208,10 @@ void mappingMode4(benchmark::State& state)
 
 using Pixels = std::vector<PixelDataYCbCr>;
 
-void plainBack1(const Samples& samples, Pixels& pixels)
+void plainBack1(SampleRun run, Pixels& pixels)
 {
-    for (std::size_t i = 0; i < samples.size(); i += 2) {
+    const Sdi20BitSample* samples = run.samples;
+    for (std::size_t i = 0; i < run.count; i += 2) {
         const auto cb = quint16(samples[i].channelTwo & 0x3FF);
         const auto cr = quint16(samples[i + 1].channelTwo & 0x3FF);
         pixels.push_back({quint16(samples[i].channelOne & 0x3FF), cb, cr});
@@ -218,18 +219,20 @@ void plainBack1(const Samples& samples, Pixels& pixels)
     }
 }
 
-void plainBack2(const Samples& samples, Pixels& pixels)
+void plainBack2(SampleRun run, Pixels& pixels)
 {
-    for (std::size_t i = 0; i < samples.size(); i += 2) {
+    const Sdi20BitSample* samples = run.samples;
+    for (std::size_t i = 0; i < run.count; i += 2) {
         pixels.push_back({quint16(samples[i].channelOne & 0x3FF),
                           quint16(samples[i + 1].channelTwo & 0x3FF),
                           quint16(samples[i + 1].channelOne & 0x3FF)});
     }
 }
 
-void plainBack3(const Samples& samples, Pixels& pixels)
+void plainBack3(SampleRun run, Pixels& pixels)
 {
-    for (std::size_t i = 0; i < samples.size(); i += 2) {
+    const Sdi20BitSample* samples = run.samples;
+    for (std::size_t i = 0; i < run.count; i += 2) {
         unsigned y = 0;
         unsigned cb = 0;
         unsigned cr = 0;
@@ -243,12 +246,13 @@ void plainBack3(const Samples& samples, Pixels& pixels)
     }
 }
 
-void plainBack4(const Samples& samples, Pixels& pixels)
+void plainBack4(SampleRun run, Pixels& pixels)
 {
+    const Sdi20BitSample* samples = run.samples;
     const auto twelve = [](unsigned upper, unsigned lower) {
         return quint16((upper & 63u) << 6 | (lower & 63u));
     };
-    for (std::size_t i = 0; i < samples.size(); i += 4) {
+    for (std::size_t i = 0; i < run.count; i += 4) {
         const quint16 cb = twelve(samples[i].channelTwo, samples[i + 1].channelTwo);
         const quint16 cr = twelve(samples[i + 2].channelTwo, samples[i + 3].channelTwo);
         pixels.push_back({twelve(samples[i].channelOne, samples[i + 1].channelOne), cb, cr});
@@ -256,30 +260,43 @@ void plainBack4(const Samples& samples, Pixels& pixels)
     }
 }
 
+/// Line by line into one line's memory, as pictures are read: whole pictures would measure how much
+/// of the memory's speed others leave.
 void compareBack(benchmark::State& state, unsigned bits, double must, double aim,
                  Samples (*forth)(const PixelDataYCbCr*, std::size_t),
-                 std::size_t (*ours)(SampleRun, PixelSpan), void (*plain)(const Samples&, Pixels&))
+                 std::size_t (*ours)(SampleRun, PixelSpan), void (*plain)(SampleRun, Pixels&))
 {
     const std::vector<quint16> words = noise(bits);
     const Samples samples = forth(pixelsOf<PixelDataYCbCr>(words), PIXELS);
-    Pixels pixels(PIXELS);
+    const std::size_t samplesOfLine = samples.size() / HEIGHT;
+    Pixels pixels(WIDTH);
     Pixels plainPixels;
-    plainPixels.reserve(PIXELS);
-    plain(samples, plainPixels);
-    if (ours(samples, {pixels.data(), PIXELS}) != PIXELS || pixels != plainPixels) {
+    plainPixels.reserve(WIDTH);
+    const auto readLines = [&](auto read) {
+        for (std::size_t first = 0; first < samples.size(); first += samplesOfLine) {
+            read(SampleRun(samples.data() + first, samplesOfLine));
+        }
+    };
+    const auto oursOf = [&](SampleRun line) {
+        benchmark::DoNotOptimize(ours(line, {pixels.data(), WIDTH}));
+    };
+    const auto plainOf = [&](SampleRun line) {
+        plainPixels.clear();
+        plain(line, plainPixels);
+        benchmark::DoNotOptimize(plainPixels.data());
+    };
+    bool areEqual = true;
+    readLines([&](SampleRun line) {
+        oursOf(line);
+        plainOf(line);
+        areEqual = areEqual && pixels == plainPixels;
+    });
+    if (!areEqual) {
         state.SkipWithError("the peer gives something else");
         return;
     }
     bench::compare(
-        state, must, aim,
-        [&] {
-            benchmark::DoNotOptimize(ours(samples, {pixels.data(), PIXELS}));
-        },
-        [&] {
-            plainPixels.clear();
-            plain(samples, plainPixels);
-            benchmark::DoNotOptimize(plainPixels.data());
-        });
+        state, must, aim, [&] { readLines(oursOf); }, [&] { readLines(plainOf); });
     state.SetItemsProcessed(state.iterations() * qint64(PIXELS));
 }
 

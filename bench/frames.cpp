@@ -143,11 +143,11 @@ void taggingBesideMemcpy(benchmark::State& state)
 void readingBesideMemcpy(benchmark::State& state)
 {
     const FrameLayout layout{{METRICS}};
-    const StoreWords words = joined(layout, makeFrame(layout), true);
+    const FrameWords words = joined(layout, makeFrame(layout), true);
     FrameReaderOptions options;
     options.repeats = true;
     FrameReader reader(layout, options);
-    StoreWords copy(words.size());
+    FrameWords copy(words.size());
     bench::compare(
         state, 0.25, 0.5,
         [&] {

@@ -32,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const FrameLayout& layout = LAYOUTS[data[0] & 3];
     const bool isTagged = (data[0] & 4) != 0;
     const std::size_t piece = 1u + data[1];
-    const StoreWords good = joined(layout, makeFrame(layout), isTagged);
-    StoreWords words;
+    const FrameWords good = joined(layout, makeFrame(layout), isTagged);
+    FrameWords words;
     std::size_t at = 0; // in the good frame
     for (std::size_t i = 2; i + 3 < size; i += 4) {
         const std::size_t number = data[i + 1] | std::size_t(data[i + 2]) << 8;
@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
     });
     for (std::size_t i = 0; i < words.size(); i += piece) {
-        const StoreWords part(words.begin() + std::ptrdiff_t(i),
+        const FrameWords part(words.begin() + std::ptrdiff_t(i),
                               words.begin() + std::ptrdiff_t(std::min(i + piece, words.size())));
         reader.read(part.data(), part.size());
     }

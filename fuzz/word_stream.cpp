@@ -24,7 +24,7 @@ const SdiRaster RASTERS[] = {
 std::vector<quint16> linkWords(const SdiRaster& raster)
 {
     const FrameLayout layout = raster.toLayout();
-    const StoreWords store = joined(layout, makeFrame(layout), false);
+    const FrameWords store = joined(layout, makeFrame(layout), false);
     const quint32 order[][4] = {{0}, {1, 0}, {3, 1, 2, 0}};
     std::vector<quint16> link;
     for (std::size_t i = 0; i < store.size(); i += layout.streams) {

@@ -27,7 +27,7 @@ QString toHex(qint64 value)
 bool FindingPlace::operator==(const FindingPlace& other) const
 {
     return link == other.link && field == other.field && line == other.line &&
-           sample == other.sample;
+           sample == other.sample && stream == other.stream && channel == other.channel;
 }
 
 QString FindingPlace::toString() const
@@ -44,6 +44,12 @@ QString FindingPlace::toString() const
     }
     if (sample >= 0) {
         parts.append(QStringLiteral("sample %1").arg(sample));
+    }
+    if (stream >= 0) {
+        parts.append(QStringLiteral("stream %1").arg(stream + 1));
+    }
+    if (channel >= 0) {
+        parts.append(QStringLiteral("channel %1").arg(channel + 1));
     }
     return parts.join(QLatin1String(", "));
 }
@@ -88,6 +94,18 @@ void FindingList::append(const FindingList& other)
     for (std::size_t code = 0; code < counts.size(); ++code) {
         counts[code] += other.counts[code];
     }
+}
+
+QString FindingList::toString() const
+{
+    QString text;
+    for (const Finding& finding : findings) {
+        text += finding.toString() + QLatin1Char('\n');
+    }
+    if (total > findings.size()) {
+        text += QStringLiteral("and %1 more\n").arg(total - findings.size());
+    }
+    return text;
 }
 
 void FindingList::clear()

@@ -11,15 +11,17 @@
 /// A place in what was looked at. What does not apply is -1.
 struct FindingPlace
 {
-    int link = -1;   ///< physical input or stream, from 0
-    int field = -1;  ///< 0 or 1
-    int line = -1;   ///< number of the line in the frame, from 1
-    int sample = -1; ///< word of the line, from 0
+    int link = -1;    ///< physical input or stream, from 0
+    int field = -1;   ///< 0 or 1
+    int line = -1;    ///< number of the line in the frame, from 1
+    int sample = -1;  ///< word of the line, from 0
+    int stream = -1;  ///< of those that come in turn, from 0
+    int channel = -1; ///< of the two in a sample: 0 luma, 1 colour
 
     bool operator==(const FindingPlace& other) const;
     bool operator!=(const FindingPlace& other) const { return !(*this == other); }
-    /// "link 1, field 1, line 41, sample 1924": links and fields are counted from 1 here; empty for
-    /// no place.
+    /// "link 1, field 1, line 41, sample 1924, stream 1, channel 2": all but lines and samples are
+    /// counted from 1 here; empty for no place.
     QString toString() const;
 };
 
@@ -65,6 +67,8 @@ public:
     /// The first ones, at most as many as the limit.
     const std::vector<Finding>& getFindings() const { return findings; }
     quint64 getTotal() const { return total; }
+    /// A line for each one kept, and one that tells how many are not; empty if there are none.
+    QString toString() const;
     /// How many had this code, kept or not.
     quint64 getCount(FindingCode code) const { return counts[static_cast<std::size_t>(code)]; }
 

@@ -126,8 +126,6 @@ int main(int argc, char** argv)
     }
     const LinkSet set = analyseLinkWords(words);
     printStandard(out, set);
-    for (const Finding& finding : set.findings.getFindings()) {
-        out << finding.toString() << "\n";
-    }
+    out << set.findings.toString();
     return set.isSound() ? 0 : 1;
 }

@@ -238,55 +238,43 @@ int check(const QString& path, const std::vector<FieldMetrics>& fieldMetrics,
     FrameReaderOptions options;
     options.repeats = true;
     FrameReader reader({fieldMetrics}, options);
-    bool isPictureRight = true;
-    std::size_t pictureLines[2] = {};
+    QString difference;
+    std::size_t nextLines[2] = {0, 1}; // of the picture, by field
     reader.setLineReceiver([&](const FrameReader::Line& line) {
-        std::size_t source = (pictureLines[line.field] * fieldMetrics.size() +
-                              static_cast<std::size_t>(line.field)) *
-                             line.pictureCount;
-        pictureLines[line.field] += line.pictureCount != 0 ? 1 : 0;
-        for (quint32 x = 0; x < line.pictureCount && isPictureRight; ++x, ++source) {
+        std::size_t source = nextLines[line.field] * line.pictureCount;
+        nextLines[line.field] += line.pictureCount != 0 ? fieldMetrics.size() : 0;
+        for (quint32 x = 0; x < line.pictureCount && difference.isEmpty(); ++x, ++source) {
             const auto found = Sdi20BitSample::fromStoreWord(line.picture[x]);
             if (source < picture.size() && found != picture[source]) {
                 const bool isLuma = found.channelOne != picture[source].channelOne;
-                std::printf("%s, line %u, sample %u: %u, expected %u\n", isLuma ? "luma" : "chroma",
-                            line.number, line.blankingCount + x,
-                            isLuma ? found.channelOne : found.channelTwo,
-                            isLuma ? picture[source].channelOne : picture[source].channelTwo);
-                isPictureRight = false;
+                difference =
+                    QStringLiteral("%1, line %2, sample %3: %4, expected %5\n")
+                        .arg(isLuma ? QStringLiteral("luma") : QStringLiteral("chroma"))
+                        .arg(line.number)
+                        .arg(line.blankingCount + x)
+                        .arg(isLuma ? found.channelOne : found.channelTwo)
+                        .arg(isLuma ? picture[source].channelOne : picture[source].channelTwo);
             }
         }
     });
-    std::vector<quint32> words(1 << 16);
-    auto* const target = reinterpret_cast<char*>(words.data());
-    const auto most = static_cast<qint64>(words.size() * sizeof(quint32));
-    qint64 bytes = 0; // of a word that is not complete
-    for (qint64 taken = 0; (taken = file.read(target + bytes, most - bytes)) > 0;) {
-        bytes += taken;
-        const auto count = static_cast<std::size_t>(bytes) / sizeof(quint32);
-        qFromBigEndian<quint32>(words.data(), static_cast<qsizetype>(count), words.data());
-        reader.read(words.data(), count);
-        bytes %= qint64(sizeof(quint32));
-        std::copy_n(target + count * sizeof(quint32), bytes, target);
+    QByteArray bytes; // at the end, of a word that is not complete
+    for (QByteArray piece; !(piece = file.read(1 << 18)).isEmpty();) {
+        bytes += piece;
+        std::vector<quint32> words(static_cast<std::size_t>(bytes.size()) / sizeof(quint32));
+        qFromBigEndian<quint32>(bytes.constData(), static_cast<qsizetype>(words.size()),
+                                words.data());
+        reader.read(words.data(), words.size());
+        bytes.remove(0, static_cast<int>(words.size() * sizeof(quint32)));
     }
     reader.finish();
-    const FindingList& findings = reader.getFindings();
-    for (const Finding& finding : findings.getFindings()) {
-        std::puts(qPrintable(finding.toString()));
+    QString faults = difference + reader.getFindings().toString();
+    if (faults.isEmpty() && (reader.getFrameCount() != 1 || !bytes.isEmpty())) {
+        faults = QStringLiteral("more words than the fields have\n");
     }
-    if (findings.getTotal() > findings.getFindings().size()) {
-        std::printf("and %llu more\n", static_cast<unsigned long long>(
-                                           findings.getTotal() - findings.getFindings().size()));
-    }
-    const bool isOne = reader.getFrameCount() == 1 && bytes == 0;
-    if (findings.isEmpty() && !isOne) {
-        std::puts("more words than the fields have");
-    }
-    if (!findings.isEmpty() || !isOne || !isPictureRight) {
-        return 1;
-    }
-    std::puts("all tags, timing references, line numbers and CRCs are right");
-    return 0;
+    std::fputs(faults.isEmpty() ? "all tags, timing references, line numbers and CRCs are right\n"
+                                : qPrintable(faults),
+               stdout);
+    return faults.isEmpty() ? 0 : 1;
 }
 
 } // namespace

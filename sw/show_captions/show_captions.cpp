@@ -4,17 +4,20 @@
 //   show_captions [--channel 1-4] FILE   captions of CC1 (or CC2 to CC4)
 //   show_captions --xds FILE             the Extended Data Services packets instead of captions
 //   show_captions --op47 FILE            teletext rows of OP-47 ancillary packets
+//   show_captions --services FILE        all services of CEA-608 and CEA-708 in ancillary packets
 //
 // A caption FILE is in the Scenarist format, or raw records of three bytes: both bytes as received
 // and 1 for field 1, 0 for field 2. The pairs of a Scenarist file belong to the field asked for. An
-// OP-47 FILE has one ancillary packet in hexadecimal bytes per line, from the data flag 00 FF FF to
-// the checksum.
+// OP-47 FILE, and one of services, has one ancillary packet in hexadecimal bytes per line, from the
+// data flag 00 FF FF to the checksum.
+#include "infrastructure/utility/captions/CaptionDemultiplexer.h"
 #include "infrastructure/utility/captions/CaptionProcessor608.h"
 #include "infrastructure/utility/captions/Cc608XdsDecoder.h"
 #include "infrastructure/utility/captions/Op47decoder.h"
 #include "infrastructure/utility/captions/ScenaristCaptions.h"
 #include "infrastructure/utility/captions/XdsRatingText.h"
 #include "infrastructure/utility/CommandLine.h"
+#include "infrastructure/utility/video/ancillary/AncillaryContents.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -22,6 +25,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 
 namespace {
 
@@ -91,6 +95,24 @@ std::vector<TimedPair> rawPairs(const QByteArray& content, QStringList& errors)
     return pairs;
 }
 
+QString blank()
+{
+    return QStringLiteral("(blank)\n");
+}
+
+/// The rows that are not blank, with their numbers in the standard.
+QString rowsOf(const CaptionGrid608& grid)
+{
+    QString rows;
+    for (unsigned row = 0; row < CaptionGrid608::ROWS; ++row) {
+        const QString text = grid.rowText(row);
+        if (!text.trimmed().isEmpty()) {
+            rows += QStringLiteral("%1 |%2|\n").arg(row + 1, 2).arg(text);
+        }
+    }
+    return rows.isEmpty() ? blank() : rows;
+}
+
 /// Prints each picture that was shown, once: pictures whose change the decoder reports, what text
 /// had made of them by then, and pictures that stay for STANDING_FRAMES or are cleared without a
 /// report.
@@ -128,21 +150,6 @@ public:
 
 private:
     static constexpr int STANDING_FRAMES = 15; ///< half a second: long enough to be seen
-
-    static QString blank() { return QStringLiteral("(blank)\n"); }
-
-    /// The rows that are not blank, with their numbers in the standard.
-    static QString rowsOf(const CaptionGrid608& grid)
-    {
-        QString rows;
-        for (unsigned row = 0; row < CaptionGrid608::ROWS; ++row) {
-            const QString text = grid.rowText(row);
-            if (!text.trimmed().isEmpty()) {
-                rows += QStringLiteral("%1 |%2|\n").arg(row + 1, 2).arg(text);
-            }
-        }
-        return rows.isEmpty() ? blank() : rows;
-    }
 
     void show(const ScenaristTimeCode& timeCode, const QString& picture)
     {
@@ -208,28 +215,85 @@ bool parseHexLine(const QByteArray& line, std::vector<uint8_t>& bytes)
     return true;
 }
 
-int showOp47(const QByteArray& content)
+/// Hands on each packet of a file, with the number of its line. False if a line holds none.
+template <typename Receiver>
+bool readPackets(const QByteArray& content, Receiver receive)
 {
-    int result = 0;
+    bool isGood = true;
     int number = 0;
-    Op47decoder decoder;
     for (const QByteArray& line : content.split('\n')) {
         ++number;
         std::vector<uint8_t> words;
         if (line.trimmed().isEmpty()) {
             continue;
         }
-        if (!parseHexLine(line, words)) {
+        const bool isHex = parseHexLine(line, words);
+        if (!isHex) {
             complain(QStringLiteral("line %1: no bytes in hexadecimal digits").arg(number));
-            result = 1;
-            continue;
         }
-        TeletextPacketContainer container(std::move(words));
-        const Op47ErrorReport report = decoder.decode(container);
-        print(QStringLiteral("line %1: %2\n").arg(number).arg(report.toString()));
-        print(container.toString());
+        isGood = isHex && receive(number, words) && isGood;
     }
-    return result;
+    return isGood;
+}
+
+int showOp47(const QByteArray& content)
+{
+    Op47decoder decoder;
+    return readPackets(content,
+                       [&](int number, std::vector<uint8_t>& words) {
+                           TeletextPacketContainer container(std::move(words));
+                           const Op47ErrorReport report = decoder.decode(container);
+                           print(
+                               QStringLiteral("line %1: %2\n").arg(number).arg(report.toString()));
+                           print(container.toString());
+                           return true;
+                       })
+               ? 0
+               : 1;
+}
+
+/// What each caption service shows, whenever a packet changes it, and what is wrong with the
+/// packets.
+int showServices(const QByteArray& content)
+{
+    int number = 0;
+    CaptionDemultiplexer services([&](const XdsPacket& packet) {
+        print(QStringLiteral("line %1: XDS %2\n").arg(number).arg(packet.toString()));
+    });
+    std::map<QString, QString> shown;
+    const auto show = [&](const QString& name, const QString& text) {
+        if (shown[name] != text) {
+            shown[name] = text;
+            print(QStringLiteral("line %1: %2\n%3").arg(number).arg(name, text));
+        }
+    };
+    const bool isGood = readPackets(content, [&](int line, const std::vector<uint8_t>& words) {
+        constexpr std::size_t HEAD = 6; // data flag, DID, SDID, data count
+        if (words.size() <= HEAD || words[0] != 0 || words[1] != 0xFF || words[2] != 0xFF ||
+            words.size() != HEAD + words[HEAD - 1] + 1) {
+            complain(QStringLiteral("line %1: no ancillary packet").arg(line));
+            return false;
+        }
+        number = line;
+        services.process(makeAncillaryPacket({words[3], words[4]}, &words[HEAD], words[HEAD - 1]),
+                         {-1, -1, line});
+        const QString findings = services.getFindings().toString();
+        services.getFindings().clear();
+        print(findings);
+        for (unsigned channel = 1; channel <= 4; ++channel) {
+            const QString rows = rowsOf(services.service608(channel).displayedGrid());
+            show(QStringLiteral("CC%1").arg(channel), rows == blank() ? QString() : rows);
+        }
+        for (unsigned each = 1; each <= CaptionChannel708::MAX_SERVICE; ++each) {
+            if (const CaptionService708* service = services.channel708().service(each)) {
+                const QString text = service->text();
+                show(QStringLiteral("service %1").arg(each),
+                     text.isEmpty() ? text : text + QLatin1Char('\n'));
+            }
+        }
+        return findings.isEmpty();
+    });
+    return isGood ? 0 : 1;
 }
 
 } // namespace
@@ -244,7 +308,9 @@ int main(int argc, char** argv)
     const QCommandLineOption xdsOption(QStringLiteral("xds"), QStringLiteral("show XDS packets"));
     const QCommandLineOption op47Option(QStringLiteral("op47"),
                                         QStringLiteral("the file holds OP-47 packets"));
-    parser.addOptions({channelOption, xdsOption, op47Option});
+    const QCommandLineOption servicesOption(
+        QStringLiteral("services"), QStringLiteral("the file holds ancillary packets of captions"));
+    parser.addOptions({channelOption, xdsOption, op47Option, servicesOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("what to read"));
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
@@ -269,6 +335,9 @@ int main(int argc, char** argv)
     const QByteArray content = file.readAll();
     if (parser.isSet(op47Option)) {
         return showOp47(content);
+    }
+    if (parser.isSet(servicesOption)) {
+        return showServices(content);
     }
     const bool wantsField1 = *service <= 2 && !parser.isSet(xdsOption);
     QStringList errors;

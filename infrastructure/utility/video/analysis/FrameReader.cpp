@@ -320,14 +320,10 @@ void FrameReader::report(FindingCode code, quint32 sample, qint64 expected, qint
 void FrameReader::reportWord(FindingCode code, quint32 sample, quint32 channel, quint32 expected,
                              quint32 found)
 {
-    QStringList where;
-    if (layout.streams > 1) {
-        where.append(QStringLiteral("stream %1").arg(sample % layout.streams + 1));
-    }
-    if (layout.channels > 1) {
-        where.append(QStringLiteral("channel %1").arg(channel + 1));
-    }
-    report(code, sample, expected, found, where.join(QLatin1String(", ")));
+    FindingPlace place = placeOf(sample);
+    place.stream = layout.streams > 1 ? int(sample % layout.streams) : -1;
+    place.channel = layout.channels > 1 ? int(channel) : -1;
+    findings.add({code, place, expected, found, {}});
 }
 
 // Parts.
@@ -394,7 +390,9 @@ void FrameReader::checkTags(const Tags& tags, const quint32* words, quint32 samp
     for (std::size_t i = 0; i < tags.count; ++i) {
         if (tags.isWrong(i, words[i])) {
             const bool isSecond = tags.names[1] != nullptr && i >= TAG_WORDS;
-            report(FindingCode::TagWord, sample, tags.words[i], words[i],
+            // Bits that are anyone's are expected as they are.
+            report(FindingCode::TagWord, sample,
+                   (tags.words[i] & tags.known[i]) | (words[i] & ~tags.known[i]), words[i],
                    QStringLiteral("word %1 of the %2")
                        .arg(isSecond ? i - TAG_WORDS : i)
                        .arg(QLatin1String(tags.names[isSecond ? 1 : 0])));

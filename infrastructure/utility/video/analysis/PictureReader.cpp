@@ -19,9 +19,9 @@ namespace {
 constexpr std::size_t CHUNK = 256;
 
 /// So many samples of the store, `stride` words apart. A sample is written as one number, which
-/// compilers vectorise.
-template <std::size_t stride>
-void unpack(const quint32* words, std::size_t count, Sdi20BitSample* samples)
+/// compilers vectorise where they know the stride.
+inline void unpack(const quint32* words, std::size_t stride, std::size_t count,
+                   Sdi20BitSample* samples)
 {
     constexpr int FIRST = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 0 : 16;
     for (std::size_t i = 0; i < count; ++i) {
@@ -154,15 +154,16 @@ PictureReader::Piece PictureReader::findPiece(const Frame& frame, quint32 pictur
             ++field;
         }
     }
-    const std::size_t stride = isLineInterleaved ? 2 : 1;
     if (field >= frame.size() || image >= frame[field].size()) {
-        return {nullptr, stride};
+        return {nullptr, 1};
     }
     // All sub-images are laid out alike.
     const FieldMetrics& layout = metrics[field].at(0);
     const StoreWords& store = frame[field][image];
-    const quint64 first = (number - layout.getFirstLineNumber()) * layout.getWidth() +
-                          (layout.getWidth() - layout.getActiveWidth()) + sample;
+    const std::size_t stride = store.step * (isLineInterleaved ? 2 : 1);
+    const quint64 first = ((number - layout.getFirstLineNumber()) * layout.getWidth() +
+                           (layout.getWidth() - layout.getActiveWidth()) + sample) *
+                          store.step;
     const bool isThere = store.words != nullptr && number >= layout.getFirstLineNumber() &&
                          first + (samples - 1) * stride < store.count;
     return {isThere ? store.words + first : nullptr, stride};
@@ -195,12 +196,21 @@ bool PictureReader::readLine(const Frame& frame, quint32 picture, quint32 line,
     for (std::size_t i = 0; i < pieceCount; ++i) {
         const Piece& piece = pieces[i];
         quint16* const target = pixels.words + i * step * wordsOfPixel;
-        const auto unpackRun = piece.stride == 1 ? unpack<1> : unpack<2>;
         Sdi20BitSample unpacked[2 * CHUNK];
         for (std::size_t done = 0; done < length; done += CHUNK) {
             const std::size_t count = std::min(CHUNK, length - done);
             const std::size_t samples = count * mapping.samplesAPixel;
-            unpackRun(piece.words + done * mapping.samplesAPixel * piece.stride, samples, unpacked);
+            const quint32* from = piece.words + done * mapping.samplesAPixel * piece.stride;
+            switch (piece.stride) {
+            case 1:
+                unpack(from, 1, samples, unpacked);
+                break;
+            case 2:
+                unpack(from, 2, samples, unpacked);
+                break;
+            default:
+                unpack(from, piece.stride, samples, unpacked);
+            }
             PixelSpan part = pixels;
             part.count = count;
             if (isInPairs) {

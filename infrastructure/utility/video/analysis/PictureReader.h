@@ -17,9 +17,10 @@
 struct StoreWords
 {
     StoreWords() = default;
-    StoreWords(const quint32* first, std::size_t wordCount)
+    StoreWords(const quint32* first, std::size_t wordCount, std::size_t wordStep = 1)
         : words(first)
         , count(wordCount)
+        , step(wordStep)
     {
     }
     StoreWords(const std::vector<quint32>& all)
@@ -29,7 +30,8 @@ struct StoreWords
 
     /// As Sdi20BitSample::toStoreWord gives them; bits 31 to 20 are ignored.
     const quint32* words = nullptr;
-    std::size_t count = 0;
+    std::size_t count = 0; ///< up to the end of the memory, others' words included
+    std::size_t step = 1;  ///< from word to word: 4 where four sub-images come in turn
 };
 
 /// How the pictures of one standard are carried. A value.

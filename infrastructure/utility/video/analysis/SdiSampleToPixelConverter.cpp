@@ -112,7 +112,7 @@ struct Mode2
 struct ModeII
 {
     static constexpr std::size_t SAMPLES_OF_PIXEL = 1;
-    static constexpr bool TAKES_RGB = false;
+    static constexpr bool TAKES_RGB = true;
     static constexpr bool IN_PAIRS = true;
     template <PixelFormat format>
     static Pixels step(const Sdi20BitSample* linkA, const Sdi20BitSample* linkB)

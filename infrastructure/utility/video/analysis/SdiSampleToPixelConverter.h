@@ -29,7 +29,8 @@ struct SampleRun
 
 /// Each operation writes as many pixels as there are samples for and as fit, and returns how many.
 /// Whole pairs of pixels are written in modes 1, 4 and II. A form that the mode does not carry
-/// takes no pixels: modes 1, 4 and II have no R'G'B'.
+/// takes no pixels: modes 1 and 4 have no R'G'B'. In mode II it travels as on all links: G in the
+/// place of Y, B of Cb, R of Cr.
 ///
 /// Nothing is expected of the samples: bits above the 10 of a channel are dropped, and so is bit 9
 /// in modes 3 and 4, which says nothing new. Where the form has no alpha, alpha is dropped; where

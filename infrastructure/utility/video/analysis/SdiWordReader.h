@@ -11,6 +11,12 @@
 //   3 Gb/s B            C2 C1 Y2 Y1
 //   6 and 12 Gb/s       C4 C2 C3 C1 Y4 Y2 Y3 Y1
 //
+// That is the 10-bit multiplex as ST 425-1 draws it for level B, with link A as stream 1: data
+// stream two, then one, each C before Y; and as ST 2081-10 and ST 2082-10 draw it: data streams 8,
+// 4, 6, 2, 7, 3, 5, 1, of which sub-image n has 2n - 1 for Y and 2n for C. Words captured in
+// another order have to be put in this one first. If C and Y are exchanged, CRCs and blanking are
+// findings; whole streams in each other's place are not, since all have the same references.
+//
 // Normative references: SMPTE ST 259, ST 292-1, ST 424 and ST 425-1, ST 2081-10, ST 2082-10, after
 // descrambling and without the bits that ST 2081-1 and ST 2082-1 insert.
 #pragma once

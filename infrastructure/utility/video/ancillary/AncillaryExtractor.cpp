@@ -80,9 +80,11 @@ void AncillaryExtractor::add(FindingCode code, const FindingPlace& first, std::s
     findings.add({code, place, expected, foundValue, {}});
 }
 
-void AncillaryExtractor::readRun(const AncillaryRun& run, const FindingPlace& first,
+void AncillaryExtractor::readRun(const AncillaryRun& run, const FindingPlace& firstPlace,
                                  AncillarySpace space)
 {
+    FindingPlace first = firstPlace;
+    first.channel = run.getChannel() < 0 ? first.channel : run.getChannel();
     found.space = space;
     for (std::size_t end = 0; end < run.size();) {
         const std::size_t flagAt = run.findFlag(end);

@@ -30,6 +30,8 @@ public:
     }
 
     std::size_t size() const { return count; }
+    /// The channel in samples of 20 bits, 0 or 1; -1 for words.
+    int getChannel() const { return samples == nullptr ? -1 : shift == 0 ? 0 : 1; }
     /// The word at an index below size().
     quint16 operator[](std::size_t index) const
     {
@@ -85,10 +87,12 @@ public:
     AncillaryExtractor(Receiver packetReceiver, FindingList& findingList);
 
     /// Takes a run that lies within one line and one space; `first` is the place of its first word.
+    /// Its channel is the run's if that has one.
     void readRun(const AncillaryRun& run, const FindingPlace& first, AncillarySpace space);
     /// Takes one stream of a whole field in store order: the horizontal space of all lines and the
-    /// vertical space of those without picture. Link and field of `place` are handed through. False
-    /// if the run's size is not the metrics' or its lines have no room for timing references.
+    /// vertical space of those without picture. Link, field and stream of `place` are handed
+    /// through. False if the run's size is not the metrics' or its lines have no room for timing
+    /// references.
     bool readField(const AncillaryRun& field, const FieldMetrics& metrics,
                    const FindingPlace& place);
 

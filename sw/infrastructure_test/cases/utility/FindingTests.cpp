@@ -6,9 +6,10 @@
 
 TEST_CASE("A finding says what, where and how bad", "[utility]")
 {
-    Finding finding{FindingCode::WordTooWide, {1, 0, 41, 1924}, 0, 0xABCD, "as seen"_s};
-    CHECK(finding.toString() == "error sdi.word-too-wide: link 2, field 1, line 41, sample 1924: a "
-                                "word has more than 10 bits: ABCD; as seen"_s);
+    Finding finding{FindingCode::WordTooWide, {1, 0, 41, 1924, 2, 1}, 0, 0xABCD, "as seen"_s};
+    CHECK(finding.toString() ==
+          "error sdi.word-too-wide: link 2, field 1, line 41, sample 1924, stream 3, channel 2: a "
+          "word has more than 10 bits: ABCD; as seen"_s);
     finding = {FindingCode::WordTooWide};
     finding.found = -5;
     CHECK(finding.toString() == "error sdi.word-too-wide: a word has more than 10 bits: -5"_s);
@@ -19,6 +20,8 @@ TEST_CASE("A finding says what, where and how bad", "[utility]")
                                  Finding{FindingCode::WordTooWide, {-1, 0, -1, -1}, 0, -5},
                                  Finding{FindingCode::WordTooWide, {-1, -1, 1, -1}, 0, -5},
                                  Finding{FindingCode::WordTooWide, {-1, -1, -1, 0}, 0, -5},
+                                 Finding{FindingCode::WordTooWide, {-1, -1, -1, -1, 0}, 0, -5},
+                                 Finding{FindingCode::WordTooWide, {-1, -1, -1, -1, -1, 0}, 0, -5},
                                  Finding{FindingCode::WordTooWide, {}, 1, -5},
                                  Finding{FindingCode::WordTooWide, {}, 0, -6},
                                  Finding{FindingCode::WordTooWide, {}, 0, -5, "more"_s}}) {
@@ -46,6 +49,9 @@ TEST_CASE("A list of findings keeps the first and counts all", "[utility]")
     CHECK(list.getFindings()[1].place.line == 2);
     CHECK(list.getTotal() == 5);
     CHECK(list.getCount(FindingCode::WordTooWide) == 5);
+    CHECK(list.toString() == "error sdi.word-too-wide: line 1: a word has more than 10 bits: 0\n"
+                             "error sdi.word-too-wide: line 2: a word has more than 10 bits: 0\n"
+                             "and 3 more\n"_s);
     FindingList both(3);
     both.add({FindingCode::TagLost});
     both.append(list);
@@ -55,6 +61,6 @@ TEST_CASE("A list of findings keeps the first and counts all", "[utility]")
     CHECK(both.getTotal() == 11);
     CHECK(both.getCount(FindingCode::WordTooWide) == 10);
     list.clear();
-    CHECK((list.isEmpty() && list.getFindings().empty()));
+    CHECK((list.isEmpty() && list.getFindings().empty() && list.toString().isEmpty()));
     CHECK(list.getCount(FindingCode::WordTooWide) == 0);
 }

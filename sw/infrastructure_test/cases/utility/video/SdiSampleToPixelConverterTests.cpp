@@ -79,7 +79,7 @@ const Mode MODES[] = {
      back<Back::convertFromMappingMode3>},
     {"4", 12, true, true, false, 2, forth<Forth::resampleToMappingMode4, BitDepth_12>,
      back<Back::convertFromMappingMode4>},
-    {"II", 10, true, true, false, 1, forthII, backII},
+    {"II", 10, true, true, true, 1, forthII, backII},
 };
 
 /// What a mode leaves of a pixel.

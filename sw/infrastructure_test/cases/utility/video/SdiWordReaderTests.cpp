@@ -7,38 +7,6 @@
 
 namespace {
 
-using LinkWords = std::vector<quint16>;
-
-/// The order in which the streams' words follow one another, as the interfaces' standards draw it:
-/// stream, and whether it is the chroma.
-std::vector<std::pair<quint32, bool>> orderOf(quint32 words)
-{
-    switch (words) {
-    case 2:
-        return {{0, true}, {0, false}};
-    case 4:
-        return {{1, true}, {0, true}, {1, false}, {0, false}};
-    case 8:
-        return {{3, true},  {1, true},  {2, true},  {0, true},
-                {3, false}, {1, false}, {2, false}, {0, false}};
-    default:
-        return {{0, false}};
-    }
-}
-
-LinkWords linkWords(const StoreWords& store, quint32 words)
-{
-    const auto order = orderOf(words);
-    const quint32 streams = std::max(words / 2, 1u);
-    LinkWords link;
-    for (std::size_t i = 0; i < store.size(); i += streams) {
-        for (const auto& [stream, isChroma] : order) {
-            link.push_back(quint16(store[i + stream] >> (isChroma ? 10 : 0) & 0x3FF));
-        }
-    }
-    return link;
-}
-
 /// A raster, and frames of it on a link.
 struct Link
 {
@@ -118,7 +86,7 @@ TEST_CASE("A link's raster is measured and its frames are read, wherever it begi
         FrameReaderOptions options;
         options.link = 3;
         SdiWordReader reader(options);
-        StoreWords read;
+        FrameWords read;
         reader.setLineReceiver([&](const FrameReader::Line& line) {
             read.insert(read.end(), line.blanking, line.blanking + line.blankingCount);
             read.insert(read.end(), line.picture, line.picture + line.pictureCount);
@@ -135,7 +103,7 @@ TEST_CASE("A link's raster is measured and its frames are read, wherever it begi
         CHECK(reader.getFrameCount() >= 2);
 
         const FrameLayout layout = link.raster().toLayout();
-        const StoreWords frame = joined(layout, makeFrame(layout, 5), false);
+        const FrameWords frame = joined(layout, makeFrame(layout, 5), false);
         REQUIRE(read.size() > 2 * frame.size());
         CHECK(std::equal(frame.begin(), frame.end(), read.begin()));
         CHECK(std::equal(frame.begin(), frame.end(), read.begin() + std::ptrdiff_t(frame.size())));
@@ -359,39 +327,4 @@ TEST_CASE("A raster tells the interfaces that can carry it", "[frames]")
         narrow.fields.back().activeLines -= 1;
         CHECK_FALSE(narrow.raster().fits(*standard));
     }
-}
-
-TEST_CASE("Every listed standard's raster is measured on its link", "[frames][.][long]")
-{
-    std::vector<FrameLayout> seen;
-    for (const auto& standard : SupportedVideoStandards::getInstance().getStandards()) {
-        const FrameLayout layout = FrameLayout::of(*standard);
-        const bool isSeen = std::any_of(seen.begin(), seen.end(), [&](const FrameLayout& other) {
-            return other.fields == layout.fields && other.streams == layout.streams;
-        });
-        if (layout.fields.empty() || isSeen || standard->getSdiDataRates()[0] < 2) {
-            continue; // 6G and 12G carry four sub-images at once
-        }
-        seen.push_back(layout);
-        Link link{2 * layout.streams,
-                  layout.fields[0].getWidth() / layout.streams,
-                  layout.fields[0].getActiveWidth() / layout.streams,
-                  {}};
-        for (const FieldMetrics& field : layout.fields) {
-            link.fields.push_back({field.getFirstLineNumber(), field.getHeight(),
-                                   field.getFirstActiveLineNumber(), field.getActiveHeight()});
-        }
-        CAPTURE(standard->getDescription());
-        SdiWordReader reader;
-        const LinkWords frame = link.frame(2);
-        for (int i = 0; i < 4; ++i) {
-            reader.read(frame.data(), frame.size());
-        }
-        REQUIRE(textsOf(reader) == QStringList());
-        checkRaster(reader, link);
-        REQUIRE(reader.getFrameCount() == 1);
-        REQUIRE(reader.getRaster()->fits(*standard));
-        REQUIRE_FALSE(reader.getRaster()->getInterfaces().empty());
-    }
-    CHECK(seen.size() > 30);
 }

@@ -37,11 +37,12 @@ Words changed(Words words, std::size_t at, quint16 word)
 /// What an extractor gives, in texts.
 struct Extraction
 {
-    void read(const AncillaryRun& run, AncillarySpace space, const FindingPlace& place)
+    void read(const AncillaryRun& run, AncillarySpace space, const FindingPlace& first)
     {
-        extractor.readRun(run, place, space);
+        extractor.readRun(run, first, space);
     }
     QStringList packets;
+    FindingPlace place; ///< of the last packet, without its sample
     FindingList list;
     AncillaryExtractor extractor{
         [this](const ExtractedAncillaryPacket& found) {
@@ -51,6 +52,8 @@ struct Extraction
                            found.packet.toString() + (found.isWhole ? ""_s : " not whole"_s) +
                            (found.isParityGood ? ""_s : " parity"_s) +
                            (found.isChecksumGood ? ""_s : " checksum"_s));
+            place = found.place;
+            place.sample = -1;
         },
         list};
     QStringList findings() const
@@ -80,18 +83,19 @@ TEST_CASE("Packets are found in one stream, two that are interleaved, and sample
         mixed.insert(mixed.end(), {chroma[i], static_cast<quint16>(luma[i] | 0xFC00)});
         samples.push_back(luma[i] | quint32{chroma[i]} << 10 | 0xFFF00000);
     }
-    const FindingPlace place{0, 1, 7, 100};
+    const FindingPlace place{0, 1, 7, 100, 2, 3};
     const QStringList last{"7 2008 V DID 0xE7 SDID 0x01 DC 1: 02"_s};
-    for (const auto& [run, expected] :
-         Table<AncillaryRun, QStringList>{{{luma.data(), luma.size()}, both},
-                                          {{chroma.data(), chroma.size()}, last},
-                                          {{mixed.data() + 1, luma.size(), 2}, both},
-                                          {{mixed.data(), luma.size(), 2}, last},
-                                          {{samples.data(), luma.size(), false}, both},
-                                          {{samples.data(), luma.size(), true}, last}}) {
+    for (const auto& [run, expected, channel] :
+         Table<AncillaryRun, QStringList, int>{{{luma.data(), luma.size()}, both, 3},
+                                               {{chroma.data(), chroma.size()}, last, 3},
+                                               {{mixed.data() + 1, luma.size(), 2}, both, 3},
+                                               {{mixed.data(), luma.size(), 2}, last, 3},
+                                               {{samples.data(), luma.size(), false}, both, 0},
+                                               {{samples.data(), luma.size(), true}, last, 1}}) {
         Extraction extraction;
         extraction.read(run, AncillarySpace::Vertical, place);
         CHECK(extraction.packets == expected);
+        CHECK(extraction.place == FindingPlace{0, 1, 7, -1, 2, channel});
         CHECK(extraction.findings() == QStringList());
         CHECK(run.findFlag(0) == (expected == both ? 5u : 1908u));
         CHECK(run.findFlag(6) == (expected == both ? 900u : 1908u));
