@@ -7,6 +7,7 @@ import contextlib
 import hashlib
 import http.client
 import json
+import os
 import pathlib
 import re
 import shlex
@@ -323,7 +324,8 @@ def check_loss(gateway, server_program, port, server, other):
 def check_slow_reader(gateway, busy_server):
     """A page that does not read for a while gets what is new, not what it has missed."""
     with Listening(busy_server, 1000, 20_000) as server, Listening(
-            gateway, "--port", "0", "--server", f"127.0.0.1:{server.port}") as program:
+            gateway, "--port", "0", "--server", f"127.0.0.1:{server.port}",
+            env={**os.environ, "ASAN_OPTIONS": "quarantine_size_mb=1"}) as program:
         wait_until_current(program.port)
         link = socket.socket()
         link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
