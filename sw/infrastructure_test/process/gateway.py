@@ -236,7 +236,11 @@ def check_page(port, client, server):
 
     def value_at(reader):
         while True:
-            for row in reader.wait(type="changes")["list"]:
+            message = reader.receive()
+            if message["type"] != "changes":
+                check(message["type"] == "answer", "nothing is listed anew", message)
+                continue
+            for row in message["list"]:
                 if row[0] == index:
                     return row[1:]
 
