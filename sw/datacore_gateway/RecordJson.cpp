@@ -68,7 +68,7 @@ QJsonObject showHistogram(const EyeHistogramData& record)
 {
     const int count = std::min(record.histogram.size(), RecordJson::MAX_ELEMENTS);
     const int side = static_cast<int>(std::lround(std::sqrt(count)));
-    const bool isPicture = count >= LEAST_PICTURE_BINS && side * side == count;
+    const bool isPicture = count >= LEAST_PICTURE_BINS && side * side == record.histogram.size();
     const bool isRow = record.getPacketType() == RawPacketType_EyeHorizontalHistogram;
     const auto end = record.histogram.begin() + count;
     const int most = count > 0 ? std::max(0, *std::max_element(record.histogram.begin(), end)) : 0;
