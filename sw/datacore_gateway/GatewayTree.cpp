@@ -1,6 +1,7 @@
 #include "GatewayTree.h"
 
 #include "infrastructure/client/DatacoreLink.h"
+#include "infrastructure/server/AccessRole.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/DatacorePacket.h"
 #include "infrastructure/utility/packets/DatacoreTokenPacket.h"
@@ -68,6 +69,16 @@ std::optional<double> numberOf(const QStringList& values)
     bool isNumber = false;
     const double number = text.toDouble(&isNumber);
     return isNumber && qIsFinite(number) ? std::optional<double>(number) : std::nullopt;
+}
+
+/// As "/" is lower than any other character, what is below a node follows it at once.
+bool isPathBefore(const QString& a, const QString& b)
+{
+    const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+    if (inA == a.end() || inB == b.end()) {
+        return inB != b.end();
+    }
+    return *inB != SLASH && (*inA == SLASH || *inA < *inB);
 }
 
 } // namespace
@@ -451,23 +462,16 @@ std::vector<int> GatewayTree::collectBelow(const QString& path) const
             byPath[i] = static_cast<int>(i);
         }
         std::sort(byPath.begin(), byPath.end(),
-                  [this](int a, int b) { return node(a).path < node(b).path; });
+                  [this](int a, int b) { return isPathBefore(node(a).path, node(b).path); });
     }
     std::vector<int> found;
-    const auto add = [this, &found](int index) {
-        if (node(index).isPresent) {
-            found.push_back(index);
+    auto at = std::lower_bound(byPath.begin(), byPath.end(), path, [this](int a, const QString& b) {
+        return isPathBefore(node(a).path, b);
+    });
+    for (; at != byPath.end() && (path.isEmpty() || isAtOrBelow(node(*at).path, path)); ++at) {
+        if (node(*at).isPresent) {
+            found.push_back(*at);
         }
-    };
-    const int self = find(path);
-    if (self >= 0) {
-        add(self);
-    }
-    const QString prefix = path.isEmpty() ? path : path + SLASH;
-    auto at = std::lower_bound(byPath.begin(), byPath.end(), prefix,
-                               [this](int a, const QString& text) { return node(a).path < text; });
-    for (; at != byPath.end() && node(*at).path.startsWith(prefix); ++at) {
-        add(*at);
     }
     return found;
 }

@@ -104,7 +104,8 @@ public:
     const GatewayNode& node(int index) const { return entries[std::size_t(index)].node; }
     /// The index of a path; -1 if there was never one.
     int find(const QString& path) const { return indices.value(path, -1); }
-    /// The indices of the nodes present at and below a path, in order of paths; all for "".
+    /// The indices of the nodes present at and below a path, each followed by those below it; all
+    /// for "".
     std::vector<int> collectBelow(const QString& path) const;
     /// They only grow.
     const std::vector<GatewayDescription>& getDescriptions() const { return descriptions; }
