@@ -132,7 +132,7 @@ def check_writes(broker, topics):
             ("fleet/studio1/configCoreRouter/none", {"values": "1"}, {"code": "unknown-path"}),
             (equaliser, {"values": 1}, {"code": "bad-request", "values": "99"}),
             (equaliser, {}, {"code": "bad-request"}),
-            ("fleet/studio2/configCoreRouter/input1/equaliser", {"values": "9"}, {"code": "forbidden", "values": "4"})):
+            ("fleet/studio2/configCoreRouter/input1/equaliser", {"values": "9"}, {"code": "not-allowed", "values": "4"})):
         count += 1
         publish(broker, topic + "/set", {**payload, "answer": "desk/answers", "id": str(count)})
         topics.wait("desk/answers", f"{payload} is answered", **{"ok": False, "id": str(count), **wanted})
