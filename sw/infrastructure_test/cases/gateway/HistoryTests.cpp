@@ -52,11 +52,19 @@ TEST_CASE("The history of many numbers stays within its memory and keeps its spa
     CHECK(points <= mostPoints);
     CHECK(points > mostPoints / 4);
 
-    // What is older than an hour makes room first; a number without room is left out.
-    history.add(0, START_MS + spanMs + History::SPAN_MS, 7);
-    const std::size_t young = history.get(0, 0).size();
-    CHECK(young < History::FEW_POINTS);
-    CHECK(history.get(0, 0).back().value == 7);
+    // One number alone: what is older than an hour makes room first.
+    History single(1 << 20);
+    for (std::size_t i = 0; i < History::MANY_POINTS; ++i) {
+        single.add(0, START_MS + 250 * qint64(i), 1);
+    }
+    CHECK(single.get(0, 0).size() == History::MANY_POINTS);
+    History thinned = single;
+    thinned.add(0, START_MS + 250 * qint64(History::MANY_POINTS), 2);
+    CHECK(thinned.get(0, 0).size() == History::MANY_POINTS / 2 + 1);
+    single.add(0, START_MS + 2 * History::SPAN_MS, 2);
+    CHECK(single.get(0, 0).size() == 1);
+
+    // One without room is left out.
     History small(2 * History::FEW_POINTS * BYTES_A_POINT);
     for (int i = 0; i < 3; ++i) {
         small.add(i, START_MS, i);
