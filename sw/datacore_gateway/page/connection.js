@@ -1,0 +1,107 @@
+// The WebSocket to the gateway: it comes back by itself, and each request gets one answer.
+
+const FIRST_PAUSE_MS = 500;
+const LONGEST_PAUSE_MS = 15000;
+const ANSWER_MS = 12000;
+
+/**
+ * Emits "open", "message" (detail: the object), "lost" (detail: {retryMs}) and "token" when the gateway wants
+ * one. The token is kept in memory only.
+ */
+export class Connection extends EventTarget {
+    #socket = null;
+    #pauseMs = FIRST_PAUSE_MS;
+    #timer = 0;
+    #nextId = 1;
+    #waiting = new Map();
+    #token = "";
+
+    /** Connects now; also what "try now" does. */
+    connect() {
+        clearTimeout(this.#timer);
+        this.#drop();
+        const url = new URL("api/live", location.href);
+        url.protocol = location.protocol === "https:" ? "wss:" : "ws:";
+        url.hash = "";
+        const socket = new WebSocket(url, "datacore.1");
+        this.#socket = socket;
+        socket.onopen = () => {
+            if (this.#token) {
+                this.send({ type: "token", token: this.#token });
+            }
+        };
+        socket.onmessage = (event) => this.#take(JSON.parse(event.data));
+        socket.onclose = () => this.#wait();
+    }
+
+    /** Shows who is at the page, from now on. */
+    useToken(token) {
+        this.#token = token;
+        this.#pauseMs = FIRST_PAUSE_MS;
+        this.connect();
+    }
+
+    get isOpen() {
+        return this.#socket?.readyState === WebSocket.OPEN;
+    }
+
+    /** Sends an object; false without a link. */
+    send(message) {
+        if (this.isOpen) {
+            this.#socket.send(JSON.stringify(message));
+        }
+        return this.isOpen;
+    }
+
+    /** Sends a request; gives its answer, which is {ok: false, code, text} where there is none. */
+    request(message) {
+        const id = this.#nextId++;
+        return new Promise((resolve) => {
+            const giveUp = (code, text) => {
+                clearTimeout(timer);
+                this.#waiting.delete(id);
+                resolve({ ok: false, code, text });
+            };
+            const timer = setTimeout(() => giveUp("timeout", "The gateway has not answered."), ANSWER_MS);
+            this.#waiting.set(id, { giveUp, resolve: (answer) => { clearTimeout(timer); resolve(answer); } });
+            if (!this.send({ ...message, id })) {
+                giveUp("lost", "There is no link to the gateway.");
+            }
+        });
+    }
+
+    #take(message) {
+        if (message.type === "hello") {
+            this.#pauseMs = FIRST_PAUSE_MS;
+        }
+        if ((message.type === "answer" || message.type === "history") && this.#waiting.has(message.id)) {
+            const { resolve } = this.#waiting.get(message.id);
+            this.#waiting.delete(message.id);
+            resolve(message);
+            return;
+        }
+        if (message.type === "error" && message.code === "unauthorized") {
+            this.dispatchEvent(new CustomEvent("token", { detail: message.text }));
+        }
+        this.dispatchEvent(new CustomEvent("message", { detail: message }));
+    }
+
+    #drop() {
+        if (this.#socket) {
+            this.#socket.onopen = this.#socket.onmessage = this.#socket.onclose = null;
+            this.#socket.close();
+            this.#socket = null;
+        }
+        for (const { giveUp } of [...this.#waiting.values()]) {
+            giveUp("lost", "The link to the gateway broke before the answer.");
+        }
+    }
+
+    #wait() {
+        this.#drop();
+        const retryMs = this.#pauseMs;
+        this.#pauseMs = Math.min(LONGEST_PAUSE_MS, this.#pauseMs * 1.7);
+        this.#timer = setTimeout(() => this.connect(), retryMs);
+        this.dispatchEvent(new CustomEvent("lost", { detail: { retryMs } }));
+    }
+}
