@@ -1,4 +1,6 @@
 """What the tests of whole programs share: checks, programs that are run, packets of the link."""
+import base64
+import json
 import os
 import pathlib
 import re
@@ -66,6 +68,48 @@ class Listening(Talking):
 def serve(server, *words, **streams):
     """A server at a port that the system chooses."""
     return Listening(server, "--port", "0", *words, **streams)
+
+
+class WebSocket:
+    """A client's end of a WebSocket (RFC 6455): text messages, unfragmented, over a given socket."""
+
+    def __init__(self, link, target="/api/live", protocol="datacore.1", **headers):
+        self.link = link
+        lines = [f"GET {target} HTTP/1.1", "Upgrade: websocket", "Connection: Upgrade",
+                 f"Sec-WebSocket-Key: {base64.b64encode(os.urandom(16)).decode()}",
+                 "Sec-WebSocket-Version: 13", f"Sec-WebSocket-Protocol: {protocol}",
+                 *(f"{name}: {value}" for name, value in {"Host": "localhost", **headers}.items())]
+        link.sendall(("\r\n".join(lines) + "\r\n\r\n").encode())
+        self.stream = link.makefile("rb")
+        self.status = int(self.stream.readline().split()[1])
+        while self.stream.readline().strip():
+            pass
+
+    def send(self, message, opcode=1):
+        data = message if isinstance(message, bytes) else json.dumps(message).encode()
+        size = bytes([0x80 | len(data)]) if len(data) < 126 else struct.pack(">BQ", 255, len(data))
+        self.link.sendall(bytes([0x80 | opcode]) + size + bytes(4) + data)  # masked with zeros
+
+    def receive(self):
+        """The next message as JSON; the code and reason of a close; None where the link ends."""
+        while head := self.stream.read(2):
+            size = head[1] & 127
+            if size > 125:
+                size = int.from_bytes(self.stream.read(2 if size == 126 else 8), "big")
+            data = self.stream.read(size)
+            if head[0] & 15 == 9:
+                self.send(data, 10)
+            elif head[0] & 15 == 8:
+                return int.from_bytes(data[:2], "big"), data[2:].decode()
+            else:
+                return json.loads(data)
+        return None
+
+    def wait(self, **wanted):
+        """The next message with these values."""
+        while not wanted.items() <= (message := self.receive()).items():
+            pass
+        return message
 
 
 def packet(payload, packet_type=JSON_TYPE, size=None):
