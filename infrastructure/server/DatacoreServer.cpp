@@ -486,15 +486,29 @@ void DatacoreServer::publishChanges()
     publication.send();
 }
 
+void DatacoreServer::sendRecord(const std::shared_ptr<RawDataPacket>& record)
+{
+    forEachReader([&record](Client& client) {
+        if (client.getConnection().getUnsentBytes() <= NetworkConnection::DISCARD_THRESHOLD_BYTES) {
+            client.getConnection().sendRawPacket(record);
+        }
+    });
+}
+
 void DatacoreServer::sendToAll(const std::vector<SerialisableDataPacket>& packets)
 {
-    if (packets.empty()) {
-        return;
+    if (!packets.empty()) {
+        forEachReader([&](Client& client) { sendTo(client, packets); });
     }
+}
+
+template <typename Send>
+void DatacoreServer::forEachReader(const Send& send)
+{
     const std::vector<Client*> present = clients; // a client may go away during the sending
     for (Client* client : present) {
         if (isPresent(client) && client->mayRead()) {
-            sendTo(*client, packets);
+            send(*client);
         }
     }
 }

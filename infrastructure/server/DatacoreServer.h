@@ -89,6 +89,11 @@ public:
     /// Tells all clients what the server has changed in its trees since the last call.
     void publishChanges();
 
+    /// Sends a measurement record to all clients that may read. Records are no state: a client for
+    /// which more than NetworkConnection::DISCARD_THRESHOLD_BYTES wait misses it. A null record is
+    /// ignored.
+    void sendRecord(const std::shared_ptr<RawDataPacket>& record);
+
 private:
     class Client;
     class Dump;
@@ -103,6 +108,8 @@ private:
     void awaitToken(Client& client);
     void dropClientWithoutRole(Client& client, const char* reason);
     bool isPresent(const Client* client) const;
+    template <typename Send>
+    void forEachReader(const Send& send);
     void sendTo(Client& client, const std::vector<SerialisableDataPacket>& packets);
     void sendToAll(const std::vector<SerialisableDataPacket>& packets);
     std::vector<DatacoreBase*> getRoots() const;

@@ -2,6 +2,8 @@
 //   datacore_server [--address ADDRESS] [--port PORT] [--tls-port PORT --tls-certificate FILE
 //                   --tls-key FILE] [--local PATH] [--roles FILE]
 //                   [--store FILE [--store-interval MS]]
+//                   [--demonstration] [--leaves N [--changes-per-second M]]
+#include "Demonstration.h"
 #include "infrastructure/datacore/DatacoreBool.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreMacAddress.h"
@@ -20,6 +22,8 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
 #include <QTimer>
 
 #include <chrono>
@@ -30,6 +34,10 @@ namespace {
 
 constexpr int STATUS_PERIOD_MS = 250;
 constexpr int MAX_STORE_INTERVAL_MS = 60'000;
+constexpr int MAX_LOAD_LEAVES = 1'000'000;
+constexpr int LOAD_PERIOD_MS = 20;
+constexpr quint32 DEMONSTRATION_SEED = 1;
+constexpr quint64 DEMONSTRATION_STEPS_A_SHOW = 5; ///< of values; records come with each step
 
 /// The settings of one input.
 struct InputConfig : DatacoreBase
@@ -183,8 +191,18 @@ int main(int argc, char** argv)
         QStringLiteral("store-interval"),
         QStringLiteral("Least milliseconds from one commit of the store to the next."),
         QStringLiteral("ms"), QString::number(DatacoreStore::DEFAULT_COMMIT_INTERVAL_MS));
+    const QCommandLineOption demonstrationOption(
+        QStringLiteral("demonstration"),
+        QStringLiteral("Show made-up measurements: values that move, and records."));
+    const QCommandLineOption leavesOption(QStringLiteral("leaves"),
+                                          QStringLiteral("Number of leaves to add for load tests."),
+                                          QStringLiteral("number"), QStringLiteral("0"));
+    const QCommandLineOption changesOption(
+        QStringLiteral("changes-per-second"),
+        QStringLiteral("How many of these leaves change in a second, in turn."),
+        QStringLiteral("number"), QStringLiteral("0"));
     parser.addOptions({localOption, localModeOption, deadPeerOption, rolesOption, storeOption,
-                       storeIntervalOption});
+                       storeIntervalOption, demonstrationOption, leavesOption, changesOption});
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -202,6 +220,10 @@ int main(int argc, char** argv)
         readNumber(parser, QStringLiteral("dead-peer-timeout"), 0, longestTimeout, whatIsWrong);
     const std::optional<int> storeInterval =
         readNumber(parser, QStringLiteral("store-interval"), 0, MAX_STORE_INTERVAL_MS, whatIsWrong);
+    const std::optional<int> leafCount =
+        readNumber(parser, QStringLiteral("leaves"), 0, MAX_LOAD_LEAVES, whatIsWrong);
+    const std::optional<int> changeRate =
+        readNumber(parser, QStringLiteral("changes-per-second"), 0, MAX_LOAD_LEAVES, whatIsWrong);
     constexpr quint32 allPermissions = 0777;
     bool isMode = false;
     const quint32 localMode = parser.value(localModeOption).toUInt(&isMode, 8);
@@ -243,6 +265,14 @@ int main(int argc, char** argv)
     StatusTree status;
     CommandTree command;
     PersistentConfigTree persistentConfig;
+    std::optional<DemonstrationTree> demonstration;
+    if (parser.isSet(demonstrationOption)) {
+        demonstration.emplace(status);
+    }
+    std::optional<LoadTree> load;
+    if (*leafCount > 0) {
+        load.emplace(status, *leafCount);
+    }
     std::optional<DatacoreStore> store;
     if (parser.isSet(storeOption)) {
         store.emplace(parser.value(storeOption), *storeInterval);
@@ -293,6 +323,35 @@ int main(int argc, char** argv)
         server.publishChanges();
     });
     timer.start(STATUS_PERIOD_MS);
+
+    quint64 step = 0;
+    QTimer demonstrationTimer;
+    QObject::connect(&demonstrationTimer, &QTimer::timeout, [&] {
+        for (const auto& record : makeDemonstrationRecords(DEMONSTRATION_SEED, step)) {
+            server.sendRecord(record);
+        }
+        if (step++ % DEMONSTRATION_STEPS_A_SHOW == 0) {
+            demonstration->show(makeDemonstrationValues(DEMONSTRATION_SEED, step), config);
+            server.publishChanges();
+        }
+    });
+    if (demonstration) {
+        demonstrationTimer.start(DEMONSTRATION_STEP_MS);
+    }
+
+    qint64 changes = 0;
+    QElapsedTimer clock;
+    clock.start();
+    QTimer loadTimer;
+    QObject::connect(&loadTimer, &QTimer::timeout, [&] {
+        const qint64 due = clock.elapsed() * *changeRate / 1000;
+        load->change(static_cast<int>(due - changes), QDateTime::currentMSecsSinceEpoch());
+        changes = due;
+        server.publishChanges();
+    });
+    if (load && *changeRate > 0) {
+        loadTimer.start(LOAD_PERIOD_MS);
+    }
     const int result = app.exec();
     notifyServiceManager("STOPPING=1");
     tearDownLogging();

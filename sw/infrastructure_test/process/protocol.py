@@ -8,6 +8,7 @@ import random
 import re
 import struct
 import sys
+import time
 
 from programs import EQUALISER, ROOT, check, run, serve
 import client
@@ -138,8 +139,36 @@ def check_records(echo_packets):
           set(echoes.split()) ^ set(lines.split()))
 
 
+def check_demonstration(server_program):
+    """Records and values come by themselves, and as many changes a second as were asked for."""
+    with serve(server_program, "--demonstration", "--leaves", "200", "--changes-per-second", "500") as server:
+        link = client.Client("127.0.0.1", server.port)
+        wanted = {0x1011, 0x1013, 0x1014, 0x101A, 0x1026}
+        read, types, moved = protocol_tables.read_packets(), set(), set()
+        now = start = None
+        while types != wanted or len(moved) < 200 + 20 or now == start:
+            kind, _, size = struct.unpack(">HHI", link.stream.read(8))
+            payload = link.stream.read(size)
+            if kind != 0x1010:
+                types.add(kind)
+                parts = read[kind][2]
+                check(parts is None or protocol_tables.decode(parts, payload) == size, f"0x{kind:X} decodes")
+                continue
+            packet = json.loads(payload[4:])
+            path = packet.get("Path", "")
+            moved.add(path)
+            if path == "statusCoreRouter/load/group1/leaf99":
+                (leaf,) = packet["Datacore"].values()
+                now, start = int(leaf["data"]), start or int(leaf["data"])
+                if now > start:
+                    # 200 changes later: that is 400 ms, or more on a busy machine.
+                    check(now - start > 350, "load has the rate that was asked for", now - start)
+        check(abs(time.time() * 1000 - now) < 60_000, "a load leaf tells when it changed")
+
+
 def main(server_program, echo_packets):
     check_records(echo_packets)
+    check_demonstration(server_program)
     with serve(server_program) as server:
         check_client(server.port)
     with serve(server_program) as server:

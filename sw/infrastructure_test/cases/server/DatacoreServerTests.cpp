@@ -11,6 +11,7 @@
 #include "infrastructure/utility/packets/NetworkConnection.h"
 #include "infrastructure/utility/packets/RawDataPacketReceiverInterface.h"
 #include "infrastructure/utility/packets/SerialisableDataPacketDistributor.h"
+#include "infrastructure/utility/records/EyeHistogramData.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 #include "sw/infrastructure_test/TestSupport.h"
 
@@ -87,6 +88,16 @@ struct DescriptionSizes : RawDataPacketReceiverInterface<SerialisableDataPacket>
         }
     }
     std::vector<int> bytes;
+};
+
+struct RecordCount : RawDataPacketReceiverInterface<EyeVerticalHistogramData>
+{
+    using RawDataPacketReceiverInterface::RawDataPacketReceiverInterface;
+    void receivePacket(std::shared_ptr<EyeVerticalHistogramData> packet) override
+    {
+        count += packet->histogram.size();
+    }
+    int count = 0;
 };
 
 /// A server and its mirror, which hold values that no other pair of the process has.
@@ -210,6 +221,23 @@ TEST_CASE("A server answers whoever asks, counts its clients, and drops who has 
     mirror.leaf(1)->setDataInt(9);
     mirror.settle();
     CHECK(log.lines() == QStringList{"error: Write to an unknown path configCoreRouter/none"_s});
+
+    // Records go to all, but don't pile up for one that does not read.
+    QTcpSocket idle;
+    idle.setReadBufferSize(1);
+    idle.connectToHost(LOOPBACK, server.getPort());
+    REQUIRE(waitFor([&] { return server.getClientCount() == 2; }));
+    RecordCount records(mirror.receivers);
+    const auto record =
+        std::make_shared<EyeVerticalHistogramData>(EyeHistogram{QVector<int>(1 << 14)});
+    server.sendRecord(nullptr);
+    for (int sent = 1; sent <= 1200; ++sent) { // 75 MiB
+        server.sendRecord(record);
+        REQUIRE(waitFor([&] { return records.count == sent << 14; }));
+    }
+    trees.leaves[0].setDataNumber(3);
+    server.publishChanges(); // would drop who has much to read
+    CHECK(server.getClientCount() == 2);
 }
 
 TEST_CASE("A refused write brings its mirror back, and nobody else hears of it", "[server]")

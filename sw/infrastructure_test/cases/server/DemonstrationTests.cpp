@@ -1,0 +1,123 @@
+#include "sw/datacore_server/Demonstration.h"
+
+#include "infrastructure/datacore/DatacoreDescription.h"
+#include "infrastructure/utility/captions/CaptionField608.h"
+#include "infrastructure/utility/records/Captions608bytePairsRawDataPacket.h"
+#include "infrastructure/utility/records/EyeHistogramData.h"
+#include "infrastructure/utility/records/MetersData.h"
+#include "infrastructure/utility/records/RawSdiJitterSpectrumDataPacket.h"
+#include "sw/infrastructure_test/Catch.h"
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+template <typename Packet>
+std::shared_ptr<Packet> findRecord(quint64 step)
+{
+    for (const auto& record : makeDemonstrationRecords(1, step)) {
+        if (const auto found = std::dynamic_pointer_cast<Packet>(record)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TEST_CASE("The demonstration's records look like measurements", "[server]")
+{
+    // The eye: nothing in its middle, more at the rails; nearly shut ten seconds later.
+    const auto opening = [](quint64 step) {
+        const QVector<int> eye = findRecord<EyeVerticalHistogramData>(step)->histogram;
+        REQUIRE(eye.size() == EYE_SIDE * EYE_SIDE);
+        CHECK(*std::min_element(eye.begin(), eye.end()) == 0);
+        int rows = 0;
+        for (int row = 0; row < EYE_SIDE; ++row) {
+            rows += eye[row * EYE_SIDE + EYE_SIDE / 2] == 0 ? 1 : 0;
+        }
+        CHECK(eye[16 * EYE_SIDE + EYE_SIDE / 2] > 20 * eye[EYE_SIDE / 2 * (EYE_SIDE + 1)]);
+        return rows;
+    };
+    CHECK(opening(0) > opening(250) + 10);
+    CHECK(findRecord<EyeVerticalHistogramData>(1) == nullptr);
+
+    const auto spectrum = findRecord<RawSdiJitterSpectrumDataPacket>(2);
+    REQUIRE(spectrum->spectrumVector1.size() == 240);
+    CHECK(spectrum->spectrumVector1.front() == Approx(10));
+    CHECK(spectrum->spectrumVector1.back() == Approx(1e7));
+    CHECK(spectrum->spectrumVector2.front() > spectrum->spectrumVector2.back() * 20);
+    CHECK(spectrum->spectrumVector3.size() == 240);
+
+    CaptionField608 captions;
+    std::set<QString> shown;
+    for (quint64 step = 0; step < 1000; ++step) {
+        const auto meters = findRecord<PpmMetersData>(step);
+        const auto peaks = findRecord<PeakHoldMetersData>(step);
+        REQUIRE((meters->readings.size() == 16 && peaks->readings.size() == 16));
+        for (int channel = 0; channel < 16; ++channel) {
+            REQUIRE(meters->readings[channel].meterIndex == channel);
+            REQUIRE(meters->readings[channel].level >= -60);
+            REQUIRE(peaks->readings[channel].level >= meters->readings[channel].level);
+            REQUIRE(peaks->readings[channel].level <= 0);
+        }
+        const Caption608BytePair pair =
+            findRecord<Captions608bytePairsRawDataPacket>(step)->getBytePairs().at(0);
+        REQUIRE(qPopulationCount(pair.rawData1) % 2 == 1);
+        REQUIRE((qPopulationCount(pair.rawData2) % 2 == 1 && pair.isField1));
+        captions.process(pair.code());
+        shown.insert(captions.service(0).displayedGrid().toString().trimmed());
+    }
+    CHECK(shown.count("A caption that pops on,\nall of it at once."_s) == 1);
+    CHECK(shown.count("each new one at the foot\nmoves the others\nup, and out at the top."_s) ==
+          1);
+    CHECK(shown.count(QString()) == 1);
+}
+
+TEST_CASE("The demonstration's values move, and say what is wrong with them", "[server]")
+{
+    DatacoreBase status("status"_s, nullptr), config("config"_s, nullptr),
+        input("input2"_s, &config);
+    DatacoreBool enabled("enabled"_s, &input, true);
+    DatacoreNumber<int> temperature("temperature"_s, &status);
+    DemonstrationTree tree(status);
+    DatacoreBase* locked = status.findDatacore(u"inputs/input2/locked");
+    DatacoreBase* jitter = status.findDatacore(u"inputs/input2/jitter");
+    std::set<QString> temperatures, levels, onAir;
+    const auto show = [&](quint64 step) {
+        tree.show(makeDemonstrationValues(1, step), config);
+        temperatures.insert(temperature.getData());
+        levels.insert(status.findDatacore(u"audioLevels/channel1")->getData());
+        onAir.insert(status.findDatacore(u"onAir")->getData());
+        DatacoreValidStatusMessages reasons;
+        return locked->getData() + (locked->isValid(reasons) ? QString() : reasons[0].getText()) +
+               (jitter->isValid(reasons) ? QString() : reasons[0].getText());
+    };
+    for (quint64 step = 0; step < 675; step += 5) {
+        REQUIRE(show(step) == "true"_s);
+    }
+    CHECK(show(675) == "falseJitter lock failedJitter measurement unreliable (H)"_s);
+    CHECK(show(775) == "true"_s);
+    CHECK((temperatures.size() > 3 && levels.size() > 50 && onAir.size() == 2));
+    enabled.setDataBool(false);
+    show(775);
+    CHECK_FALSE((locked->isActive() || jitter->isActive()));
+    CHECK(status.findDatacore(u"inputs/input1/locked")->isActive());
+    CHECK(jitter->getDescription().unit == "UI"_s);
+
+    const DemonstrationValues late = makeDemonstrationValues(1, 775 + 700);
+    CHECK(late.crcErrors == 100 + 25);
+    CHECK(late.log.size() == 8);
+    CHECK(late.log.last() == "57 s: fan speed lowered"_s);
+    CHECK(makeDemonstrationValues(2, 700).levels != makeDemonstrationValues(1, 700).levels);
+
+    LoadTree load(status, 101);
+    load.change(100, 5);
+    load.change(2, 6);
+    const auto leaf = [&status](const QString& path) {
+        return status.findDatacore(path)->getData();
+    };
+    CHECK((leaf("load/group0/leaf99"_s) == "5"_s && leaf("load/group1/leaf0"_s) == "6"_s));
+    CHECK((leaf("load/group0/leaf0"_s) == "6"_s && leaf("load/group0/leaf1"_s) == "5"_s));
+}
