@@ -3,6 +3,8 @@
 const FIRST_PAUSE_MS = 500;
 const LONGEST_PAUSE_MS = 15000;
 const ANSWER_MS = 12000;
+const HELLO_MS = 800; // a gateway that says nothing for so long waits for a token
+const POLICY_VIOLATION = 1008; // RFC 6455, section 7.4.1
 
 /**
  * Emits "open", "message" (detail: the object), "lost" (detail: {retryMs}) and "token" when the gateway wants
@@ -15,11 +17,14 @@ export class Connection extends EventTarget {
     #nextId = 1;
     #waiting = new Map();
     #token = "";
+    #hasHello = false;
+    #helloTimer = 0;
 
     /** Connects now; also what "try now" does. */
     connect() {
         clearTimeout(this.#timer);
         this.#drop();
+        this.#hasHello = false;
         const url = new URL("api/live", location.href);
         url.protocol = location.protocol === "https:" ? "wss:" : "ws:";
         url.hash = "";
@@ -29,9 +34,17 @@ export class Connection extends EventTarget {
             if (this.#token) {
                 this.send({ type: "token", token: this.#token });
             }
+            this.#helloTimer = setTimeout(() => this.#askForToken(), HELLO_MS);
         };
         socket.onmessage = (event) => this.#take(JSON.parse(event.data));
-        socket.onclose = () => this.#wait();
+        socket.onclose = ({ code }) => {
+            this.#drop();
+            if (code === POLICY_VIOLATION && !this.#hasHello) {
+                this.#askForToken(); // trying again would be in vain
+            } else {
+                this.#wait();
+            }
+        };
     }
 
     /** Shows who is at the page, from now on. */
@@ -73,6 +86,8 @@ export class Connection extends EventTarget {
     #take(message) {
         if (message.type === "hello") {
             this.#pauseMs = FIRST_PAUSE_MS;
+            this.#hasHello = true;
+            clearTimeout(this.#helloTimer);
         }
         if ((message.type === "answer" || message.type === "history") && this.#waiting.has(message.id)) {
             const { resolve } = this.#waiting.get(message.id);
@@ -80,13 +95,20 @@ export class Connection extends EventTarget {
             resolve(message);
             return;
         }
-        if (message.type === "error" && message.code === "unauthorized") {
-            this.dispatchEvent(new CustomEvent("token", { detail: message.text }));
+        if (message.type === "error" && message.code === "token") {
+            this.#askForToken(message.text);
+            return;
         }
         this.dispatchEvent(new CustomEvent("message", { detail: message }));
     }
 
+    #askForToken(text = "The gateway wants a token.") {
+        clearTimeout(this.#helloTimer);
+        this.dispatchEvent(new CustomEvent("token", { detail: text }));
+    }
+
     #drop() {
+        clearTimeout(this.#helloTimer);
         if (this.#socket) {
             this.#socket.onopen = this.#socket.onmessage = this.#socket.onclose = null;
             this.#socket.close();
@@ -98,7 +120,6 @@ export class Connection extends EventTarget {
     }
 
     #wait() {
-        this.#drop();
         const retryMs = this.#pauseMs;
         this.#pauseMs = Math.min(LONGEST_PAUSE_MS, this.#pauseMs * 1.7);
         this.#timer = setTimeout(() => this.connect(), retryMs);

@@ -77,8 +77,10 @@ export function announce(text) {
     document.getElementById("announcer").textContent = text;
 }
 
+/** The size of the page's font in CSS pixels. */
+export const rem = () => parseFloat(getComputedStyle(document.documentElement).fontSize);
+
 /** The size of a row that holds one line, in CSS pixels; larger for fingers. */
 export function rowHeight() {
-    const font = parseFloat(getComputedStyle(document.documentElement).fontSize);
-    return Math.round(font * (matchMedia("(pointer: coarse)").matches ? 2.6 : 1.9));
+    return Math.round(rem() * (matchMedia("(pointer: coarse)").matches ? 2.6 : 1.9));
 }

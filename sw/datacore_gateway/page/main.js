@@ -1,6 +1,6 @@
 // Puts the page together: link, tree, chosen nodes, records, log of changes, theme.
 import { Connection } from "./connection.js";
-import { announce, element, forgetColours, setAttribute, setText } from "./dom.js";
+import { announce, element, forgetColours, icon, setAttribute, setText } from "./dom.js";
 import { LogView } from "./log_view.js";
 import { NodeView } from "./node_view.js";
 import { RecordsView } from "./records.js";
@@ -173,12 +173,16 @@ connection.addEventListener("lost", ({ detail: { retryMs } }) => {
 
 connection.addEventListener("token", ({ detail }) => {
     clearInterval(countdown);
+    if (document.querySelector(".token")) {
+        setText(byId("notice").firstChild, detail);
+        return;
+    }
     const box = element("input", { type: "password", "aria-label": "Token", autocomplete: "off" });
     const form = element("form", { class: "token", onsubmit: (event) => {
         event.preventDefault();
         connection.useToken(box.value);
     } }, box, element("button", { text: "Use token" }));
-    notice(detail || "The gateway wants a token.", form);
+    notice(detail, form);
     box.focus();
 });
 
@@ -188,7 +192,7 @@ const THEMES = ["auto", "dark", "light"];
 
 function showTheme(theme) {
     document.documentElement.dataset.theme = theme;
-    setText(byId("theme"), { auto: "Auto", dark: "Dark", light: "Light" }[theme]);
+    byId("theme").replaceChildren(icon("theme"), { auto: "Auto", dark: "Dark", light: "Light" }[theme]);
     setAttribute(byId("theme"), "aria-label", `Theme: ${theme}`);
     forgetColours();
     nodes.repaint();

@@ -1,13 +1,14 @@
 // The course of a number as a plot: since the page was opened, or of the last hour.
 import uPlot from "./third_party/uPlot.esm.js";
 
-import { colour, element, setAttribute } from "./dom.js";
+import { colour, element, rem, setAttribute } from "./dom.js";
 import { asNumber, isNumber } from "./texts.js";
 
 const RANGES = [["1 min", 60], ["10 min", 600], ["1 hour", 3600], ["Since opened", 0]];
 const HOUR_S = 3600;
 const MAX_POINTS = 20000;
-const HEIGHT_REM = 12;
+const HEIGHT_REM = 11;
+const AXIS_REM = 2;
 const REDRAW_MS = 100;
 
 const clock = (seconds, hasSeconds) => new Date(seconds * 1000).toLocaleTimeString("en-GB",
@@ -15,14 +16,14 @@ const clock = (seconds, hasSeconds) => new Date(seconds * 1000).toLocaleTimeStri
 
 /** The options that all plots of the page share. */
 export function plotOptions(size, axes, series) {
-    const font = `${Math.round(parseFloat(getComputedStyle(document.documentElement).fontSize) * 0.8)}px system-ui`;
+    const font = `${Math.round(rem() * 0.8)}px system-ui`;
     return {
         ...size,
-        padding: [8, 12, 0, 0],
+        padding: [8, 24, 0, 0],
         cursor: { points: { size: 6 }, drag: { x: true, y: false } },
         legend: { show: false },
-        axes: axes.map((axis) => ({
-            stroke: colour("--dim"), font, grid: { stroke: colour("--line"), width: 1 },
+        axes: axes.map((axis, at) => ({
+            ...(at === 0 ? { size: AXIS_REM * rem() } : {}), stroke: colour("--dim"), font, grid: { stroke: colour("--line"), width: 1 },
             ticks: { stroke: colour("--line"), width: 1, size: 4 }, ...axis,
         })),
         series,
@@ -124,7 +125,7 @@ export class HistoryPlot {
     }
 
     #height() {
-        return Math.round(HEIGHT_REM * parseFloat(getComputedStyle(document.documentElement).fontSize));
+        return Math.round(HEIGHT_REM * rem());
     }
 
     /** What is in range; a value lasts until the next, so the one before and now are ends. */
@@ -156,7 +157,7 @@ export class HistoryPlot {
         }
         const isWhole = !isNumber(this.node.description) || this.node.description.kind.includes("Int");
         const options = plotOptions({ width, height: this.#height() },
-            [{ values: (_, ticks, __, ___, step) => ticks.map((tick) => clock(tick, step < 60)), space: 70 }, { size: 56, ...(isWhole ? { incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 2e4, 5e4, 1e5,
+            [{ values: (_, ticks, __, ___, step) => ticks.map((tick) => clock(tick, step < 60)), space: 70 }, { size: 4 * rem(), ...(isWhole ? { incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 2e4, 5e4, 1e5,
                 2e5, 5e5, 1e6, 1e7, 1e8, 1e9, 1e12, 1e15] } : {}) }],
             [{}, { stroke: colour("--accent"), width: 1.5, paths: uPlot.paths.stepped({ align: 1 }),
                 points: { show: false } }]);

@@ -2,7 +2,7 @@
 // captions as a screen.
 import uPlot from "./third_party/uPlot.esm.js";
 
-import { colour, element, setAttribute, setText } from "./dom.js";
+import { colour, element, rem, setAttribute, setText } from "./dom.js";
 import { followWidth, plotOptions } from "./plots.js";
 import { timeText } from "./texts.js";
 
@@ -157,7 +157,7 @@ function HistogramPicture(title) {
 
 function SpectrumCurve(title) {
     const place = element("div", { class: "plot-place", role: "img", "aria-label": title });
-    const height = () => Math.round(18 * parseFloat(getComputedStyle(document.documentElement).fontSize));
+    const height = () => Math.round(18 * rem());
     let plot = null;
     let newest = null;
     this.element = place;
@@ -170,7 +170,7 @@ function SpectrumCurve(title) {
             : value >= 1e3 ? `${+(value / 1e3).toPrecision(3)} kHz` : `${+value.toPrecision(3)} Hz`);
         const isLog = newest[0][0] > 0 && newest[0].at(-1) / newest[0][0] > 50;
         const options = plotOptions({ width, height: height() },
-            [{ values: (_, ticks) => ticks.map(hertz) }, { size: 56 }],
+            [{ values: (_, ticks) => ticks.map(hertz) }, { size: 4 * rem() }],
             [{}, { stroke: colour("--accent"), width: 1.5, points: { show: false }, fill: colour("--accent-soft") },
                 { stroke: colour("--bad"), width: 1, dash: [6, 4], points: { show: false } }]);
         options.scales = { x: { time: false, ...(isLog ? { distr: 3 } : {}) } };

@@ -89,7 +89,8 @@ export class Store extends EventTarget {
 
     /** Whether what the node shows may be out of date. */
     isStale(node) {
-        return !this.isConnected || node.state === State.Stale;
+        return !this.isConnected || node.state === State.Stale
+            || (node.index >= 0 && node.generation !== this.#generation);
     }
 
     /** Takes a message of the gateway. */
