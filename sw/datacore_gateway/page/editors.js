@@ -5,19 +5,24 @@ import { asList, isNumber, macNumber, macText } from "./texts.js";
 const RASTER = { width: 1920, height: 1080 };
 const SLIDER_STEPS = 10000;
 
+/** Whether a node holds a list: it may by its description, which need not say so for a single value. */
+export function isList({ description: { most, unique, isUnknown }, values }) {
+    return most === undefined ? Boolean(unique) || asList(values).length > 1 : most !== 1 && !isUnknown;
+}
+
 /** An editor is {element, show()}: show() takes over the node's value unless the user is editing. */
 export function makeEditor(node, write, isCompact = false) {
     const { description } = node;
-    const { kind, values, most = Infinity } = description;
+    const { kind, values } = description;
     const context = { node, write, description, isCompact, label: `Value of ${node.name}` };
-    if (most !== 1 && !description.isUnknown) {
+    if (isList(node)) {
         return isCompact ? null : listEditor(context);
-    }
-    if (values) {
-        return choiceEditor(context);
     }
     if (kind === "Bool") {
         return switchEditor(context);
+    }
+    if (values) {
+        return choiceEditor(context);
     }
     if (isNumber(description)) {
         return numberEditor(context);

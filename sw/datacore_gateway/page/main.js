@@ -234,6 +234,12 @@ document.addEventListener("keydown", (event) => {
     }
 });
 
+window.addEventListener("hashchange", () => {
+    const { paths, view: name } = readAddress();
+    choose(paths);
+    showView(name);
+});
+
 const startsAt = readAddress();
 showTheme(THEMES.includes(localStorage.getItem("theme")) ? localStorage.getItem("theme") : "auto");
 if (localStorage.getItem("treeWidth")) {

@@ -1,6 +1,6 @@
 // The chosen nodes, live: a panel for each leaf, a table for each group.
 import { element, flash, icon, setAttribute, setText } from "./dom.js";
-import { makeEditor } from "./editors.js";
+import { isList, makeEditor } from "./editors.js";
 import { HistoryPlot } from "./plots.js";
 import { State } from "./store.js";
 import { count, isGroup, isPlottable, limitsText, timeText, valueText } from "./texts.js";
@@ -120,8 +120,7 @@ class LeafPanel extends Panel {
             element("p", { class: "about" }, element("span", { text: description.text ?? "" }),
                 element("span", { class: "dim limits", text: limitsText(description) }), this.when));
         if (!description.readOnly) {
-            this.editor = makeEditor(node, (values) => view.writes.write(node, values));
-            this.editors = element("fieldset", { class: "editor" }, this.editor.element, this.status.element);
+            this.editors = element("fieldset", { class: "editor" });
             this.element.append(this.editors);
         }
         if (isPlottable(node)) {
@@ -136,8 +135,11 @@ class LeafPanel extends Panel {
 
     show() {
         const { node, view: { store } } = this;
-        setText(this.value, node.state === State.NeverReceived ? "not received" : valueText(node.values, node.description));
-        this.value.classList.toggle("is-long", this.value.textContent.length > 18);
+        const text = valueText(node.values, node.description);
+        const isLong = text.length > 18;
+        setText(this.value, node.state === State.NeverReceived ? "not received"
+            : isLong ? valueText(node.values, node.description, "\n") : text);
+        this.value.classList.toggle("is-long", isLong);
         const isStale = store.isStale(node);
         this.element.classList.toggle("is-stale", isStale);
         this.element.classList.toggle("is-invalid", node.isInvalid);
@@ -156,7 +158,12 @@ class LeafPanel extends Panel {
             this.reasons.replaceChildren(...reasons.map((text, at) => element("li",
                 { class: at < node.invalid.length ? "bad" : "warn", text })));
         }
-        if (this.editor) {
+        if (this.editors) {
+            if (this.hasList !== isList(node)) {
+                this.hasList = isList(node);
+                this.editor = makeEditor(node, (values) => this.view.writes.write(node, values));
+                this.editors.replaceChildren(this.editor.element, this.status.element);
+            }
             const mayWrite = store.mayWrite && store.isConnected;
             this.editors.disabled = !mayWrite;
             setAttribute(this.editors, "title", mayWrite || !store.isConnected ? "" : "This page may only read.");
@@ -268,18 +275,18 @@ class GroupPanel extends Panel {
     #makeRow(leaf) {
         const { view } = this;
         const { description } = leaf;
-        const value = element("output", { class: "value", role: "cell" });
+        const value = element("span", { class: "value", role: "cell" });
         const status = new WriteStatus(view.writes, leaf);
         const editor = description.readOnly ? null
             : makeEditor(leaf, (values) => view.writes.write(leaf, values), true);
-        const box = element("fieldset", { class: "editor", role: "cell" }, editor?.element ?? null);
+        const box = element("fieldset", { class: "editor" }, editor?.element ?? null);
         const reason = element("span", { class: "reason" });
         const open = element("button", { class: "quiet link", type: "button",
             text: leaf.path.slice(this.node.path.length + 1), title: leaf.path,
             onclick: () => view.dispatchEvent(new CustomEvent("choose", { detail: { node: leaf } })) });
         const row = element("div", { class: "table-row", role: "row" },
             element("span", { class: "cell-name", role: "cell" }, open), value,
-            box, element("span", { class: "cell-status", role: "cell" }, status.element, reason));
+            element("span", { role: "cell" }, box), element("span", { class: "cell-status", role: "cell" }, status.element, reason));
         const update = (node, at) => {
             setAttribute(row, "aria-rowindex", at + 1);
             setText(value, valueText(node.values, description) + (description.unit ? ` ${description.unit}` : ""));

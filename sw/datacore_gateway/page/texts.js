@@ -41,7 +41,7 @@ function grouped(text) {
 }
 
 /** What a node holds, without its unit. */
-export function valueText(values, description) {
+export function valueText(values, description, separator = ", ") {
     const show = (text) => {
         if (description.kind === "MacAddress") {
             return macText(text);
@@ -55,12 +55,12 @@ export function valueText(values, description) {
     if (description.kind === "Bool" && list.length === 1) {
         return list[0] === "true" ? "on" : list[0] === "false" ? "off" : list[0];
     }
-    return list.map(show).join(", ");
+    return list.map(show).join(separator);
 }
 
 /** "Int32, from 0 to 15 dB, read only". */
 export function limitsText(description) {
-    const { kind, min, max, least = 0, most = Infinity, unit, unique, readOnly } = description;
+    const { kind = "Text", min, max, least = 0, most = Infinity, unit, unique, readOnly } = description;
     if (description.isUnknown) {
         return "Not described";
     }
@@ -73,10 +73,10 @@ export function limitsText(description) {
     } else if (max !== undefined) {
         words.push(`up to ${max}${of}`);
     }
-    if (most !== 1 && kind !== "Group") {
-        const bounded = most < 2147483647;
-        words.push(least === most ? `${most} values` : bounded ? `${least} to ${most} values`
-            : least > 0 ? `at least ${least} values` : "any number of values");
+    if (most !== 1 && most < 2147483647) {
+        words.push(least === most ? `${most} values` : `${least} to ${most} values`);
+    } else if (least > 1) {
+        words.push(`at least ${least} values`);
     }
     return [...words, ...(unique ? ["no value twice"] : []), ...(readOnly ? ["read only"] : [])].join(" · ");
 }
