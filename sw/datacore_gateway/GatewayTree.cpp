@@ -130,6 +130,7 @@ public:
                 link.getRemainingPauseMs()};
     }
 
+    const QString& getName() const { return name; }
     QString withName(const QString& path) const
     {
         return name.isEmpty() ? path : name + SLASH + path;
@@ -363,8 +364,9 @@ private:
     std::vector<std::unique_ptr<RecordReceiver>> records; ///< on the link's register
 };
 
-GatewayTree::GatewayTree(QObject* parent)
+GatewayTree::GatewayTree(std::size_t historyBytes, QObject* parent)
     : QObject(parent)
+    , history(historyBytes)
 {
 }
 
@@ -389,6 +391,11 @@ std::vector<GatewayServer> GatewayTree::getServers() const
 QString GatewayTree::getServerPath(const GatewayNode& node) const
 {
     return servers[std::size_t(node.server)]->withoutName(node.path);
+}
+
+const QString& GatewayTree::getServerName(const GatewayNode& node) const
+{
+    return servers[std::size_t(node.server)]->getName();
 }
 
 int GatewayTree::enter(int server, const QString& path)

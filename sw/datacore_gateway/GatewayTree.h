@@ -91,7 +91,8 @@ public:
     /// Paths beyond this are left out, with a log line.
     static constexpr int MAX_NODES = 200'000;
 
-    explicit GatewayTree(QObject* parent = nullptr);
+    /// So many bytes at most are kept of the course of numbers.
+    explicit GatewayTree(std::size_t historyBytes, QObject* parent = nullptr);
     ~GatewayTree() override;
 
     /// Adds a server and begins to connect; before the first `changed`. A token is sent to it
@@ -111,6 +112,7 @@ public:
     const std::vector<GatewayDescription>& getDescriptions() const { return descriptions; }
     /// The path as the node's server has it.
     QString getServerPath(const GatewayNode& node) const;
+    const QString& getServerName(const GatewayNode& node) const;
 
     quint64 getRevision() const { return revision; }
     /// The indices of all nodes with a later revision, newest first. Those that are no longer

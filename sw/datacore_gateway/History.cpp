@@ -9,7 +9,7 @@ void History::add(int index, qint64 ms, double value)
         places.resize(at + 1, -1);
     }
     if (places[at] < 0) {
-        if (courses.size() >= MAX_NUMBERS) {
+        if (courses.size() >= maxPoints / FEW_POINTS) {
             return;
         }
         places[at] = static_cast<int>(courses.size());
@@ -22,6 +22,9 @@ void History::add(int index, qint64 ms, double value)
     }
     makeRoom(course, ms);
     course.intervalStartMs = ms;
+    if (course.points.size() == course.points.capacity()) {
+        course.points.reserve(course.points.size() + FEW_POINTS);
+    }
     course.points.push_back({ms, value});
     ++pointCount;
 }
@@ -30,7 +33,7 @@ void History::makeRoom(Course& course, qint64 nowMs)
 {
     std::vector<Point>& points = course.points;
     const std::size_t before = points.size();
-    if (before < FEW_POINTS || (before < MANY_POINTS && pointCount < MAX_POINTS)) {
+    if (before < FEW_POINTS || (before < MANY_POINTS && pointCount < maxPoints)) {
         return;
     }
     const auto young = std::find_if(points.begin(), points.end(), [nowMs](const Point& point) {

@@ -13,12 +13,9 @@ class History
 public:
     static constexpr qint64 SPAN_MS = 3600 * 1000;
     static constexpr qint64 FIRST_INTERVAL_MS = 250;
-    static constexpr std::size_t MAX_NUMBERS = 10'000;
     /// No number gives up points below this, and none has more than the other.
     static constexpr std::size_t FEW_POINTS = 64;
     static constexpr std::size_t MANY_POINTS = 2048;
-    /// All points together, but for the few that each number may have in any case.
-    static constexpr std::size_t MAX_POINTS = 1 << 20;
 
     struct Point
     {
@@ -26,7 +23,14 @@ public:
         double value;
     };
 
-    /// Takes a point; times don't run backwards. A number beyond MAX_NUMBERS is left out.
+    /// All points together take so many bytes at most. Numbers for which not even FEW_POINTS would
+    /// fit are left out: those that come last.
+    explicit History(std::size_t maxBytes = 0)
+        : maxPoints(maxBytes / sizeof(Point))
+    {
+    }
+
+    /// Takes a point; times don't run backwards.
     void add(int index, qint64 ms, double value);
     /// Its points from `sinceMs` on, oldest first.
     std::vector<Point> get(int index, qint64 sinceMs) const;
@@ -41,6 +45,7 @@ private:
 
     void makeRoom(Course& course, qint64 nowMs);
 
+    std::size_t maxPoints;
     std::vector<int> places; ///< of the courses, by index; -1 for none
     std::vector<Course> courses;
     std::size_t pointCount = 0;

@@ -352,6 +352,7 @@ private:
         timeouts.keep_alive_pings = true;
         ws.set_option(timeouts);
         ws.read_message_max(server.limits.messageBytes);
+        ws.auto_fragment(false); // a message is one write
         ws.set_option(websocket::stream_base::decorator([subprotocol](auto& response) {
             if (!subprotocol.isEmpty()) {
                 response.set(http::field::sec_websocket_protocol, toView(subprotocol));

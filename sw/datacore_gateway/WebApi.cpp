@@ -4,7 +4,6 @@
 #include "infrastructure/utility/ParseJson.h"
 #include "JsonText.h"
 #include "LivePages.h"
-#include "Metrics.h"
 #include "NodeJson.h"
 
 #include <QCryptographicHash>
@@ -145,6 +144,7 @@ WebApi::WebApi(GatewayTree& gatewayTree, Guard& accessGuard, LivePages& livePage
     : tree(gatewayTree)
     , guard(accessGuard)
     , pages(livePages)
+    , metrics(gatewayTree)
 {
     findFiles(pageFolder);
     timer.setInterval(EVENT_PERIOD_MS);
@@ -336,7 +336,7 @@ HttpResponse WebApi::getServers() const
     return response;
 }
 
-HttpResponse WebApi::getMetrics() const
+HttpResponse WebApi::getMetrics()
 {
     GatewayCounts counts;
     counts.requests = requestCount;
@@ -347,7 +347,7 @@ HttpResponse WebApi::getMetrics() const
     if (http != nullptr) {
         counts.http = http->getCounts();
     }
-    return {200, "text/plain; version=0.0.4; charset=utf-8", writeMetrics(tree, counts), {}};
+    return {200, "text/plain; version=0.0.4; charset=utf-8", metrics.write(counts), {}};
 }
 
 void WebApi::put(const Call& call)

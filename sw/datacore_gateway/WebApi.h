@@ -4,6 +4,7 @@
 
 #include "GatewayTree.h"
 #include "HttpServer.h"
+#include "Metrics.h"
 
 #include <QObject>
 #include <QTimer>
@@ -61,7 +62,7 @@ private:
     HttpResponse serveFile(const HttpRequest& request, const QString& path) const;
     HttpResponse getTree(const Call& call) const;
     HttpResponse getServers() const;
-    HttpResponse getMetrics() const;
+    HttpResponse getMetrics();
     void put(const Call& call);
     void listen(const Call& call);
     void updateListeners();
@@ -73,5 +74,6 @@ private:
     std::map<QString, QString> files; ///< by the path that is asked for
     std::vector<std::unique_ptr<Listener>> listeners;
     QTimer timer;
+    Metrics metrics;
     quint64 requestCount = 0;
 };

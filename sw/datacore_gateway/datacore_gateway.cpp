@@ -118,6 +118,7 @@ int main(int argc, char** argv)
         makeOption("https-key", "Its private key.", "file"),
         makeOption("https-trust", "Authorities of clients' certificates, which are asked for then.",
                    "file"),
+        makeOption("history-memory", "MiB for the last hour of numbers, 0 to 1024.", "MiB", "16"),
         makeOption("token-file", "Token that shows the servers who the gateway is.", "file"),
     });
     addTlsOptions(parser, TlsEnd::Client);
@@ -127,6 +128,8 @@ int main(int argc, char** argv)
     QString whatIsWrong;
     const std::optional<int> port =
         readNumber(parser, QStringLiteral("port"), 0, 65535, whatIsWrong);
+    const std::optional<int> historyMib =
+        readNumber(parser, QStringLiteral("history-memory"), 0, 1024, whatIsWrong);
     const QHostAddress address(parser.value(QStringLiteral("address")));
     const std::vector<GatewayServerSettings> servers =
         readServers(parser.values(QStringLiteral("server")), whatIsWrong);
@@ -173,7 +176,7 @@ int main(int argc, char** argv)
             [&api](const HttpRequest& request, const HttpServer::Connection& connection) {
                 api->handle(request, connection);
             });
-        GatewayTree tree;
+        GatewayTree tree(std::size_t(*historyMib) << 20);
         Guard guard({*rules, parser.isSet(QStringLiteral("allow-writes")),
                      parser.values(QStringLiteral("allow-host"))});
         LivePages pages(tree, guard);
