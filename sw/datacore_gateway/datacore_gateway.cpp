@@ -1,6 +1,7 @@
 // Shows the trees of datacore servers to browsers, scripts and fleets.
 //   datacore_gateway --server [NAME=]ADDRESS ... [--address ADDRESS] [--port PORT] [--page DIR]
 //                    [--allow-writes] [--roles FILE] [--allow-host NAME ...]
+//                    [--mqtt ADDRESS]
 #include "Guard.h"
 #include "HttpServer.h"
 #include "infrastructure/server/AccessRulesFile.h"
@@ -9,6 +10,7 @@
 #include "infrastructure/utility/packets/TlsOptions.h"
 #include "infrastructure/utility/QuitOnSignal.h"
 #include "LivePages.h"
+#include "MqttBridge.h"
 #include "WebApi.h"
 
 #include <QCommandLineParser>
@@ -18,6 +20,7 @@
 #include <QRegularExpression>
 
 #include <cstdio>
+#include <deque>
 
 namespace {
 
@@ -122,6 +125,7 @@ int main(int argc, char** argv)
         makeOption("token-file", "Token that shows the servers who the gateway is.", "file"),
     });
     addTlsOptions(parser, TlsEnd::Client);
+    addMqttOptions(parser);
     if (const std::optional<int> exitValue = parseCommandLine(parser)) {
         return *exitValue;
     }
@@ -142,6 +146,10 @@ int main(int argc, char** argv)
     } else if (parser.isSet(QStringLiteral("https-certificate")) !=
                parser.isSet(QStringLiteral("https-key"))) {
         whatIsWrong = QStringLiteral("--https-certificate and --https-key go together");
+    }
+    std::optional<MqttSettings> mqtt;
+    if (whatIsWrong.isEmpty()) {
+        mqtt = readMqttOptions(parser, whatIsWrong);
     }
     if (!whatIsWrong.isEmpty()) {
         return refuseCommandLine(whatIsWrong);
@@ -196,6 +204,13 @@ int main(int argc, char** argv)
         }
         for (const GatewayServerSettings& server : servers) {
             tree.addServer(server, *tls, token);
+        }
+        std::deque<MqttBridge> bridges;
+        if (mqtt) {
+            mqtt->mayWrite = parser.isSet(QStringLiteral("allow-writes"));
+            for (std::size_t server = 0; server < servers.size(); ++server) {
+                bridges.emplace_back(tree, static_cast<int>(server), *mqtt);
+            }
         }
         std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                     unsigned(http.getPort()));

@@ -86,11 +86,15 @@ def check_edit(browser, client, server, gateway):
     browser.wait_text(f"{panel(EQUALISER)} .big-value", "13")
     check(True, "a write without an answer is pending until it comes")
 
+    run(client, "--port", str(server.port), "set", "configCoreRouter/input1/cursor", "0,0")
     browser.open(address(gateway, "configCoreRouter/input1/cursor", OTHER))
-    browser.driver.refresh()
-    browser.find("canvas.raster").click()  # its middle
+    browser.wait_text(f"{panel('configCoreRouter/input1/cursor')} .big-value", "0,0")
+    browser.find("canvas.raster").click()  # its middle, but for half a pixel of the page
+    point = f"document.querySelector('{panel('configCoreRouter/input1/cursor')} .big-value').textContent.split(',')"
+    x, y = (int(number) for number in browser.wait(f"{point}[0] !== '0' && {point}"))
     browser.type("\ue014")
-    browser.wait_text(f"{panel('configCoreRouter/input1/cursor')} .big-value", "961,540")
+    browser.wait_text(f"{panel('configCoreRouter/input1/cursor')} .big-value", f"{x + 1},{y}")
+    check(abs(x - 960) < 8 and abs(y - 540) < 8, "a click on the raster is a point, and arrow keys move it", (x, y))
     browser.find(f"{panel(OTHER)} .step:last-child").click()
     browser.wait_text(f"{panel(OTHER)} .write-status.refused", "server")
     refused = browser.find(f"{panel(OTHER)} .write-status").text
