@@ -223,7 +223,7 @@ class GroupPanel extends Panel {
         super(view, node, "group");
         this.summary = element("span", { class: "dim" });
         this.element.querySelector(".path").before(this.summary);
-        this.body = element("div", { class: "table", role: "table", "aria-label": `Leaves of ${node.path}` });
+        this.body = element("div", { class: "table", role: "table", tabIndex: 0, "aria-label": `Leaves of ${node.path}` });
         this.list = new VirtualList(this.body, (leaf) => this.#makeRow(leaf), undefined, 1.15);
         this.element.append(this.body);
         this.#collect();

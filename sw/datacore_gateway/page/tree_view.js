@@ -144,8 +144,9 @@ export class TreeView extends EventTarget {
         const twisty = element("span", { class: "twisty" }, icon("chevron"));
         const name = element("span", { class: "name", text: node.name });
         const value = element("span", { class: "value" });
-        const badge = element("span", { class: "badge" });
-        const row = element("div", { class: "tree-row", role: "treeitem", tabIndex: -1 }, twisty, name, value, badge);
+        const badge = element("span", { class: "badge", "aria-hidden": true });
+        const spoken = element("span", { class: "unseen" });
+        const row = element("div", { class: "tree-row", role: "treeitem", tabIndex: -1 }, twisty, name, value, badge, spoken);
         row.style.setProperty("--depth", node.depth);
         row.addEventListener("click", (event) => {
             this.#activate(node);
@@ -157,10 +158,10 @@ export class TreeView extends EventTarget {
         });
         row.addEventListener("dblclick", () => node.kids.length > 0 && this.#toggle(node));
         row.addEventListener("focus", () => this.#activate(node));
-        return { element: row, value, update: () => this.#showRow(node, row, value, badge) };
+        return { element: row, value, update: () => this.#showRow(node, row, value, badge, spoken) };
     }
 
-    #showRow(node, row, value, badge) {
+    #showRow(node, row, value, badge, spoken) {
         const hasKids = node.kids.length > 0;
         const siblings = this.#found ? null : node.parent.kids;
         setAttribute(row, "aria-level", node.depth + 1);
@@ -183,11 +184,9 @@ export class TreeView extends EventTarget {
         setText(value, showsValue ? valueText(node.values, description) + (description.unit ? ` ${description.unit}` : "")
             : "");
         setText(badge, node.invalidCount > 0 ? (hasKids ? String(node.invalidCount) : "!") : "");
-        setAttribute(badge, "title", node.invalidCount === 0 ? "" : hasKids ? `${node.invalidCount} invalid`
-            : node.invalid.join("; "));
-        setAttribute(row, "aria-label", [node.name, value.textContent,
-            hasKids ? (node.invalidCount > 0 ? `${node.invalidCount} invalid` : "") : node.invalid.join("; "),
-            row.classList.contains("is-stale") ? "stale" : ""].filter(Boolean).join(", "));
+        const wrong = node.invalidCount === 0 ? "" : hasKids ? `${node.invalidCount} invalid` : node.invalid.join("; ");
+        setAttribute(badge, "title", wrong);
+        setText(spoken, `${wrong} ${row.classList.contains("is-stale") ? "stale" : ""}`);
     }
 
     #activate(node) {

@@ -232,7 +232,7 @@ def check_rules(browser, gateway, folder):
             browser.open(address(gateway, EQUALISER, "configCoreRouter", "configCoreRouter/input1/cursor",
                                  "configCoreRouter/subImages", "statusCoreRouter/ptpOffset", view=view))
             browser.wait("document.querySelectorAll('.tree-row').length > 5")
-            browser.run("document.getAnimations().forEach(a => a.finish());" + axe)
+            browser.run(axe)
             found = browser.driver.execute_async_script(
                 "axe.run().then(r => arguments[0]({passes: r.passes.length, violations: r.violations.map("
                 "v => [v.id, v.nodes.slice(0, 3).map(n => [n.html.slice(0, 120), n.failureSummary])])}))")
