@@ -342,9 +342,8 @@ private:
                                pages.tree.getServers()[std::size_t(record.server)].name);
                     record.message += ",\"name\":";
                     appendJson(record.message, record.name);
-                    record.message += ",\"t\":" + QByteArray::number(record.ms) +
-                                      ",\"data\":" + pages.recordWriter.toJson(*record.packet) +
-                                      '}';
+                    record.message += ",\"t\":" + QByteArray::number(record.ms) + ",\"data\":" +
+                                      pages.recordJson[record.server].toJson(record.name) + '}';
                 }
                 unsent.push_back(record.message);
             }
@@ -434,6 +433,13 @@ LivePages::LivePages(GatewayTree& gatewayTree, Guard& accessGuard)
     connect(&tree, &GatewayTree::serverChanged, this, [this](int server) {
         for (const std::unique_ptr<Page>& page : pages) {
             page->serversDirty[std::size_t(server)] = true;
+        }
+        if (tree.getServers()[std::size_t(server)].state == QLatin1String("waiting")) {
+            recordJson.erase(server); // the next link begins anew
+            records.erase(
+                std::remove_if(records.begin(), records.end(),
+                               [server](const Record& record) { return record.server == server; }),
+                records.end());
         }
         schedule();
     });
@@ -575,7 +581,7 @@ QByteArray LivePages::makeDescriptions(std::size_t from) const
 
 void LivePages::keepRecord(int server, const std::shared_ptr<RawDataPacket>& packet)
 {
-    const QString name = recordWriter.getName ? recordWriter.getName(*packet) : QString();
+    const QString name = recordJson[server].take(packet);
     if (name.isEmpty()) {
         return;
     }
@@ -585,6 +591,6 @@ void LivePages::keepRecord(int server, const std::shared_ptr<RawDataPacket>& pac
     if (found == records.end()) {
         found = records.insert(records.end(), Record());
     }
-    *found = {server, name, QDateTime::currentMSecsSinceEpoch(), packet, ++recordCount, {}};
+    *found = {server, name, QDateTime::currentMSecsSinceEpoch(), ++recordCount, {}};
     schedule();
 }

@@ -4,12 +4,13 @@
 
 #include "GatewayTree.h"
 #include "HttpServer.h"
+#include "RecordJson.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
-#include <functional>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -35,17 +36,9 @@ public:
     /// The subprotocol, as RFC 6455 calls it.
     static QByteArray PROTOCOL() { return QByteArrayLiteral("datacore.1"); }
 
-    struct RecordWriter
-    {
-        /// The name that pages ask for; empty if it can't be shown.
-        std::function<QString(const RawDataPacket&)> getName;
-        std::function<QByteArray(const RawDataPacket&)> toJson;
-    };
-
     LivePages(GatewayTree& gatewayTree, Guard& accessGuard);
     ~LivePages() override;
 
-    void setRecordWriter(RecordWriter writer) { recordWriter = std::move(writer); }
     /// Answers a request for a WebSocket that the guard has let through.
     void open(const HttpRequest& request, const HttpServer::Connection& connection);
 
@@ -65,7 +58,6 @@ private:
         int server;
         QString name;
         qint64 ms;
-        std::shared_ptr<RawDataPacket> packet;
         quint64 number;     ///< of all that have come
         QByteArray message; ///< made on demand
     };
@@ -81,7 +73,7 @@ private:
 
     GatewayTree& tree;
     Guard& guard;
-    RecordWriter recordWriter;
+    std::map<int, RecordJson> recordJson; ///< by server
     std::vector<std::unique_ptr<Page>> pages;
     std::vector<Record> records; ///< the newest of each kind
     quint64 recordCount = 0;

@@ -54,6 +54,9 @@ struct MqttConnection::Callbacks
     static void onMessage(mosquitto*, void* object, const mosquitto_message* message)
     {
         MqttConnection& connection = self(object);
+        if (connection.isEnding) {
+            return; // nobody makes room any more
+        }
         connection.freeSlots->acquire();
         const std::shared_ptr<QSemaphore> freeSlots = connection.freeSlots;
         const std::shared_ptr<void> slot(nullptr, [freeSlots](void*) { freeSlots->release(); });
@@ -121,6 +124,7 @@ bool MqttConnection::prepare()
     mosquitto_publish_callback_set(client, Callbacks::onPublish);
     mosquitto_message_callback_set(client, Callbacks::onMessage);
     mosquitto_max_inflight_messages_set(client, WINDOW);
+    mosquitto_int_option(client, MOSQ_OPT_TCP_NODELAY, 1);
     int result =
         mosquitto_will_set(client, will.constData(), sizeof offline - 1, offline, QOS, isRetained);
     if (result == MOSQ_ERR_SUCCESS && !broker.user.isEmpty()) {

@@ -50,7 +50,8 @@ QByteArray fromPath(const QString& path)
 
 QString toPath(const QByteArray& levels)
 {
-    return QString::fromUtf8(QByteArray::fromPercentEncoding(levels));
+    const QByteArray bytes = QByteArray::fromPercentEncoding(levels);
+    return QString::fromUtf8(bytes.constData(), bytes.size()); // also beyond a NUL
 }
 
 bool isPublishable(const QByteArray& topic)
