@@ -45,12 +45,21 @@ export function setAttribute(target, name, value) {
     }
 }
 
-/** Lets the element flash, again if it is flashing. */
+let flashes = new WeakMap();
+const wantsStillness = matchMedia("(prefers-reduced-motion: reduce)");
+
+/** Lets the element flash, anew if it is flashing. */
 export function flash(target) {
-    if (!matchMedia("(prefers-reduced-motion: reduce)").matches) {
-        target.getAnimations().forEach((animation) => animation.cancel());
-        target.animate([{ backgroundColor: colour("--flash") }, { backgroundColor: "transparent" }],
-            { duration: 700, easing: "ease-out" });
+    if (wantsStillness.matches) {
+        return;
+    }
+    const known = flashes.get(target);
+    if (known) {
+        known.currentTime = 0;
+        known.play();
+    } else {
+        flashes.set(target, target.animate([{ backgroundColor: colour("--flash") }, { backgroundColor: "transparent" }],
+            { duration: 700, easing: "ease-out" }));
     }
 }
 
@@ -70,6 +79,7 @@ export function colour(name) {
 /** To be called when the theme changes. */
 export function forgetColours() {
     colours.clear();
+    flashes = new WeakMap();
 }
 
 /** Reads a text to whoever listens to the page; the newest of a burst. */
@@ -77,10 +87,19 @@ export function announce(text) {
     document.getElementById("announcer").textContent = text;
 }
 
-/** The size of the page's font in CSS pixels. */
-export const rem = () => parseFloat(getComputedStyle(document.documentElement).fontSize);
+let sizes = null; // reading them makes the browser work out the style of the whole page
+window.addEventListener("resize", () => { sizes = null; });
 
-/** The size of a row that holds one line, in CSS pixels; larger for fingers. */
-export function rowHeight() {
-    return Math.round(rem() * (matchMedia("(pointer: coarse)").matches ? 2.6 : 1.9));
+function getSizes() {
+    if (!sizes) {
+        const font = parseFloat(getComputedStyle(document.documentElement).fontSize);
+        sizes = { font, row: Math.round(font * (matchMedia("(pointer: coarse)").matches ? 2.6 : 1.9)) };
+    }
+    return sizes;
 }
+
+/** The size of the page's font in CSS pixels. */
+export const rem = () => getSizes().font;
+
+/** The height of a row that holds one line, in CSS pixels; larger for fingers. */
+export const rowHeight = () => getSizes().row;

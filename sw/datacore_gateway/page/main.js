@@ -41,7 +41,9 @@ function writeAddress() {
     if (view !== "nodes") {
         parameters.set("view", view);
     }
-    history.replaceState(null, "", `#${parameters}`);
+    if (location.hash.slice(1) !== String(parameters)) {
+        history.replaceState(null, "", `#${parameters}`);
+    }
 }
 
 tree.addEventListener("choose", ({ detail: { node, isMore } }) => {

@@ -17,6 +17,7 @@ export class NodeView extends EventTarget {
         this.store = store;
         this.writes = writes;
         this.connection = connection;
+        this.empty = element("p", { class: "empty", text: "Choose a node in the tree. Ctrl+click or Space adds more." });
         store.addEventListener("structure", () => this.setChosen(this.#paths));
         store.addEventListener("servers", () => this.#showAll());
         store.addEventListener("changes", ({ detail }) => this.#onChanges(detail));
@@ -38,8 +39,11 @@ export class NodeView extends EventTarget {
                 this.#panels.set(path, this.#makePanel(path));
             }
         }
-        this.container.replaceChildren(...(paths.length > 0 ? paths.map((path) => this.#panels.get(path).element)
-            : [element("p", { class: "empty", text: "Choose a node in the tree. Ctrl+click or Space adds more of them." })]));
+        const wantedElements = paths.length > 0 ? paths.map((path) => this.#panels.get(path).element) : [this.empty];
+        if (wantedElements.length !== this.container.children.length
+            || wantedElements.some((panel, at) => panel !== this.container.children[at])) {
+            this.container.replaceChildren(...wantedElements);
+        }
         this.#showAll();
     }
 

@@ -1,7 +1,7 @@
 // The course of a number as a plot: since the page was opened, or of the last hour.
 import uPlot from "./third_party/uPlot.esm.js";
 
-import { colour, element, rem, setAttribute } from "./dom.js";
+import { colour, element, rem, setAttribute, setText } from "./dom.js";
 import { asNumber, isNumber } from "./texts.js";
 
 const RANGES = [["1 min", 60], ["10 min", 600], ["1 hour", 3600], ["Since opened", 0]];
@@ -176,8 +176,10 @@ export class HistoryPlot {
         const data = this.#data();
         plot.setData(data);
         const numbers = data[1].filter((number) => number !== null);
-        const short = (number) => String(+number.toPrecision(7));
-        this.summary.textContent = numbers.length === 0 ? "no numbers"
-            : `${short(numbers.reduce((a, b) => Math.min(a, b)))} … ${short(numbers.reduce((a, b) => Math.max(a, b)))}`;
+        const [least, most] = [numbers.reduce((a, b) => Math.min(a, b), Infinity),
+            numbers.reduce((a, b) => Math.max(a, b), -Infinity)].map((number) => String(+number.toPrecision(7)));
+        const unit = this.node.description.unit ?? "";
+        setText(this.summary, numbers.length === 0 ? "no numbers" : least === most ? `always ${least} ${unit}`
+            : `${least} to ${most} ${unit}`);
     }
 }

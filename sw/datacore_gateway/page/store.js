@@ -1,6 +1,7 @@
 // All nodes of all servers as a tree, with the newest value of each. Changes are taken at most once a frame.
 
 export const State = Object.freeze({ NeverReceived: 0, Current: 1, Stale: 2 });
+const PORTIONS_MS = 300; // a large tree is shown as it comes, but not for each of its portions
 const NOTHING = Object.freeze([]);
 const UNDESCRIBED = Object.freeze({ kind: "Text", isUnknown: true });
 
@@ -54,6 +55,7 @@ export class Store extends EventTarget {
     #descriptions = [];
     #generation = 0;
     #isReady = false;
+    #shownAt = performance.now();
     #waiting = new Map(); // changes by index, until the next frame
     #waitingTime = 0;
     #structureChanged = false;
@@ -175,7 +177,10 @@ export class Store extends EventTarget {
                 (node) => node.index >= 0 && node.generation !== this.#generation);
             old.forEach((node) => this.#remove(node));
         }
-        this.#restructure();
+        if (last || performance.now() - this.#shownAt > PORTIONS_MS) {
+            this.#shownAt = performance.now();
+            this.#restructure();
+        }
         if (last && !this.#isReady) {
             this.#isReady = true;
             this.#flush();
