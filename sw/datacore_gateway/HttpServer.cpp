@@ -30,6 +30,7 @@ using Error = beast::error_code;
 namespace {
 
 constexpr int LINGER_SECONDS = 2;
+constexpr int SEND_BUFFER_BYTES = 128 << 10; ///< the system takes twice that
 
 QByteArray toBytes(beast::string_view text)
 {
@@ -494,6 +495,8 @@ void HttpServer::Private::accept()
         } else {
             Error ignored;
             socket.set_option(tcp::no_delay(true), ignored);
+            // What waits here for a slow reader grows old.
+            socket.set_option(tcp::socket::send_buffer_size(SEND_BUFFER_BYTES), ignored);
             std::make_shared<Session>(*this, std::move(socket))->start();
         }
         accept();

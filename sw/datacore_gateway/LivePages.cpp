@@ -138,7 +138,7 @@ public:
         role = newRole;
         if (role.mayRead()) {
             hasHello = true;
-            send(pages.makeHello(pages.guard.mayWriteAnything(role)));
+            unsent.push_back(pages.makeHello(pages.guard.mayWriteAnything(role)));
             std::fill(serversDirty.begin(), serversDirty.end(), false);
             update();
         }

@@ -71,6 +71,7 @@ function makeBox({ node, write, label }, properties, toText = (text) => text, to
         isEdited = true;
         box.classList.add("is-edited");
     });
+    box.addEventListener("focus", () => box.select());
     box.addEventListener("blur", commit);
     box.addEventListener("keydown", (event) => {
         if (event.key === "Enter") {
