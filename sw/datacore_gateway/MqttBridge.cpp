@@ -275,7 +275,7 @@ void MqttBridge::takeWrite(const MqttMessage& message)
         refuse("bad-request", "An object with \"values\" is needed: null, a text or an array of "
                               "texts.");
     } else if (!settings.mayWrite) {
-        refuse("forbidden", "The gateway was started without --allow-writes.");
+        refuse("not-allowed", "The gateway was started without --allow-writes.");
     } else {
         tree.write(path, *values,
                    [self = QPointer<MqttBridge>(this), topic, id, path,

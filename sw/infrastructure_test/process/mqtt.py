@@ -132,7 +132,7 @@ def check_writes(broker, topics):
             ("fleet/studio1/configCoreRouter/none", {"values": "1"}, {"code": "unknown-path"}),
             (equaliser, {"values": 1}, {"code": "bad-request", "values": "99"}),
             (equaliser, {}, {"code": "bad-request"}),
-            ("fleet/studio2/configCoreRouter/input1/equaliser", {"values": "9"}, {"code": "forbidden", "values": "4"})):
+            ("fleet/studio2/configCoreRouter/input1/equaliser", {"values": "9"}, {"code": "not-allowed", "values": "4"})):
         count += 1
         publish(broker, topic + "/set", {**payload, "answer": "desk/answers", "id": str(count)})
         topics.wait("desk/answers", f"{payload} is answered", **{"ok": False, "id": str(count), **wanted})
@@ -143,6 +143,10 @@ def check_writes(broker, topics):
     publish(broker, equaliser + "/set", {"values": "6", "answer": "fleet/studio2/x"})
     topics.wait(equaliser, "a write whose answer goes nowhere is made", values="6")
     check("fleet/studio2/x" not in topics.newest, "an answer is no topic of a node")
+    flood = json.dumps({"values": "6", "answer": "desk/flood"}) + "\n"
+    run("mosquitto_pub", "-p", str(broker.port), "-q", "1", "-l", "-t", equaliser + "/set", text=flood * 800)
+    check(eventually(lambda: topics.counts.get("desk/flood") == 800), "each write of many at once is answered",
+          topics.counts.get("desk/flood"))
 
 
 def check_losses(broker, topics, server_program, servers, gateways, start_gateway):
@@ -180,7 +184,8 @@ def check_losses(broker, topics, server_program, servers, gateways, start_gatewa
               "what is online has its values already")
         topics.wait("fleet/studio2/statusCoreRouter/load/group0/leaf0", "")
         check(True, "what the new server has not is cleared")
-    check(topics.get("fleet/studio1/$available") == "online", "the other server is not concerned")
+    check(topics.get("fleet/studio1/$available") == topics.get("fleet/spare/$available") == "online",
+          "the other server is not concerned")
 
     equaliser = "fleet/studio1/configCoreRouter/input1/equaliser"
     publish(broker, equaliser + "/set", {"values": "5", "answer": "desk/retained"}, "--retain")
@@ -191,7 +196,7 @@ def check_losses(broker, topics, server_program, servers, gateways, start_gatewa
         gateways[0].process.send_signal(end)
         topics.wait("fleet/studio1/$available", "offline")
         gateways[0].process.wait()
-        gateways[0] = start_gateway(1, "--allow-writes")
+        gateways[0] = start_gateway("--allow-writes", studio1=first)
         topics.wait("fleet/studio1/$available", "online")
         topics.wait("desk/retained", "it is not made again", ok=False, code="retained")
     check(topics.get(equaliser)["values"] == "6", "and changes nothing")
@@ -219,15 +224,16 @@ def check_security(directory, server, gateway_program, tls):
     with contextlib.ExitStack() as stack:
         topics = stack.enter_context(Topics(broker, "#", *as_client))
         for name, host, *words in (
-                ("certificate", "127.0.0.1", *trust, "--mqtt-password-file", secret),
-                ("password", "127.0.0.1", *trust, *own, "--mqtt-password-file", wrong),
-                ("trust", "127.0.0.1", "--mqtt-ca", f"{tls}/stranger.pem", *own, "--mqtt-password-file", secret),
-                ("host", "localhost", *trust, *own, "--mqtt-password-file", secret),
-                ("good", "127.0.0.1", *trust, *own, "--mqtt-password-file", secret)):
-            stack.enter_context(gateway(gateway_program, broker, "--server", f"{name}=127.0.0.1:{server.port}",
+                ("certificate=", "127.0.0.1", *trust, "--mqtt-password-file", secret),
+                ("password=", "127.0.0.1", *trust, *own, "--mqtt-password-file", wrong),
+                ("trust=", "127.0.0.1", "--mqtt-ca", f"{tls}/stranger.pem", *own, "--mqtt-password-file", secret),
+                ("host=", "localhost", *trust, *own, "--mqtt-password-file", secret),
+                ("", "127.0.0.1", *trust, *own, "--mqtt-password-file", secret)):
+            stack.enter_context(gateway(gateway_program, broker, "--server", f"{name}127.0.0.1:{server.port}",
                                         "--mqtt-user", "gateway", *words, host=host))
-        topics.wait("fleet/good/$available", "online")
-        check(all(topic.startswith("fleet/good/") for topic in topics.newest), "the others have not come in")
+        topics.wait("fleet/$available", "online")
+        check({*topics.newest} == {f"fleet/{path}" for path in ("$available", *dump(server.port))},
+              "a server without a name has topics without it, and the others have not come in")
     broker.kill()
     for words in (("--mqtt", "localhost", "--mqtt-root", "a/#"), ("--mqtt", "unix:/x"), ("--mqtt=",),
                   ("--mqtt", "localhost", *own[:2], *trust), ("--mqtt", "localhost", *own),
@@ -248,17 +254,20 @@ def main(server_program, gateway_program, tls):
         servers = [stack.enter_context(serve(server_program)),
                    stack.enter_context(serve(server_program, "--leaves", str(LEAVES), "--changes-per-second", "2000"))]
 
-        def start_gateway(number, *words):
-            return stack.enter_context(gateway(gateway_program, broker, "--server",
-                                               f"studio{number}=127.0.0.1:{servers[number - 1].port}", *words))
-        gateways = [start_gateway(1, "--allow-writes"), start_gateway(2)]
+        def start_gateway(*words, **names):
+            named = [word for name, server in names.items()
+                     for word in ("--server", f"{name}=127.0.0.1:{server.port}")]
+            return stack.enter_context(gateway(gateway_program, broker, *named, *words))
+        gateways = [start_gateway("--allow-writes", studio1=servers[0]),
+                    start_gateway(studio2=servers[1], spare=servers[0])]
         topics = stack.enter_context(Topics(broker, "#"))
-        for number in (1, 2):
-            topics.wait(f"fleet/studio{number}/$available", "online")
+        names = {"studio1": servers[0], "studio2": servers[1], "spare": servers[0]}
+        for name in names:
+            topics.wait(f"fleet/{name}/$available", "online")
         nodes = {topic for topic in topics.newest if topic.startswith("fleet/")}
-        check(nodes == {f"fleet/studio{number}/{path}" for number in (1, 2)
-                        for path in ("$available", *dump(servers[number - 1].port))},
-              "each node of both servers has its topic, and nothing else has")
+        check(nodes == {f"fleet/{name}/{path}" for name, server in names.items()
+                        for path in ("$available", *dump(server.port))},
+              "each node of each server has its topic, and nothing else has")
         check_writes(broker, topics)
         check_losses(broker, topics, server_program, servers, gateways, start_gateway)
         check_security(directory, servers[0], gateway_program, tls)
