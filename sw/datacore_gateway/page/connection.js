@@ -76,7 +76,13 @@ export class Connection extends EventTarget {
                 resolve({ ok: false, code, text });
             };
             const timer = setTimeout(() => giveUp("timeout", "The gateway has not answered."), ANSWER_MS);
-            this.#waiting.set(id, { giveUp, resolve: (answer) => { clearTimeout(timer); resolve(answer); } });
+            this.#waiting.set(id, {
+                giveUp,
+                resolve: (answer) => {
+                    clearTimeout(timer);
+                    resolve(answer);
+                },
+            });
             if (!this.send({ ...message, id })) {
                 giveUp("lost", "There is no link to the gateway.");
             }

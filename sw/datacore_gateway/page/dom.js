@@ -58,8 +58,13 @@ export function flash(target) {
         known.currentTime = 0;
         known.play();
     } else {
-        flashes.set(target, target.animate([{ backgroundColor: colour("--flash") }, { backgroundColor: "transparent" }],
-            { duration: 700, easing: "ease-out" }));
+        flashes.set(
+            target,
+            target.animate([{ backgroundColor: colour("--flash") }, { backgroundColor: "transparent" }], {
+                duration: 700,
+                easing: "ease-out",
+            }),
+        );
     }
 }
 
@@ -88,7 +93,9 @@ export function announce(text) {
 }
 
 let sizes = null; // reading them makes the browser work out the style of the whole page
-window.addEventListener("resize", () => { sizes = null; });
+window.addEventListener("resize", () => {
+    sizes = null;
+});
 
 function getSizes() {
     if (!sizes) {

@@ -5,16 +5,23 @@ import { asList, isNumber, macNumber, macText } from "./texts.js";
 const RASTER = { width: 1920, height: 1080 };
 const SLIDER_STEPS = 10000;
 
-/** Whether a node holds a list: it may by its description, which need not say so for a single value. */
+/** Whether a node holds a list. A description without a bound on their number does not tell. */
 export function isList({ description: { most, unique, isUnknown }, values }) {
     return most === undefined ? Boolean(unique) || asList(values).length > 1 : most !== 1 && !isUnknown;
 }
 
-/** An editor is {element, show()}: show() takes over the node's value unless the user is editing. */
-export function makeEditor(node, write, isCompact = false) {
+/** An editor of what `writes` writes is {element, show()}: show() takes over the node's value unless the user is editing. */
+export function makeEditor(node, writes, isCompact = false) {
     const { description } = node;
     const { kind, values } = description;
-    const context = { node, write, description, isCompact, label: `Value of ${node.name}` };
+    const context = {
+        node,
+        description,
+        isCompact,
+        label: `Value of ${node.name}`,
+        write: (text) => writes.write(node, text),
+        wanted: () => asList(writes.wanted(node))[0] ?? "",
+    };
     if (isList(node)) {
         return isCompact ? null : listEditor(context);
     }
@@ -32,9 +39,14 @@ export function makeEditor(node, write, isCompact = false) {
 
 const single = (node) => asList(node.values)[0] ?? "";
 
-function switchEditor({ node, write, label }) {
-    const knob = element("button", { class: "switch", type: "button", role: "switch", "aria-label": label,
-        onclick: () => write(single(node) === "true" ? "false" : "true") });
+function switchEditor({ node, write, wanted, label }) {
+    const knob = element("button", {
+        class: "switch",
+        type: "button",
+        role: "switch",
+        "aria-label": label,
+        onclick: () => write(wanted() === "true" ? "false" : "true"),
+    });
     return { element: knob, show: () => setAttribute(knob, "aria-checked", single(node) === "true") };
 }
 
@@ -44,9 +56,13 @@ function choiceEditor({ node, write, description, label }) {
         element: box,
         show() {
             const value = single(node);
-            const texts = description.values.includes(value) ? description.values : [value, ...description.values];
+            const texts = description.values.includes(value)
+                ? description.values
+                : [value, ...description.values];
             if (box.options.length !== texts.length || box.options[0].value !== texts[0]) {
-                box.replaceChildren(...texts.map((text) => element("option", { value: text, text: text || "–" })));
+                box.replaceChildren(
+                    ...texts.map((text) => element("option", { value: text, text: text || "–" })),
+                );
             }
             box.value = value;
         },
@@ -57,7 +73,12 @@ function choiceEditor({ node, write, description, label }) {
 function makeBox({ node, write, label }, properties, toText = (text) => text, toValue = (text) => text) {
     let isEdited = false;
     const current = () => toText(single(node));
-    const box = element("input", { "aria-label": label, spellcheck: false, autocomplete: "off", ...properties });
+    const box = element("input", {
+        "aria-label": label,
+        spellcheck: false,
+        autocomplete: "off",
+        ...properties,
+    });
     const commit = () => {
         if (isEdited) {
             isEdited = false;
@@ -110,15 +131,16 @@ function stepped(text, description, steps) {
     if (kind.includes("Int")) {
         return String(clamp((/^-?\d+$/.test(text) ? BigInt(text) : 0n) + BigInt(steps), BigInt));
     }
-    const step = min !== undefined && max !== undefined ? 10 ** Math.floor(Math.log10((max - min) / 50)) : 0.1;
+    const step =
+        min !== undefined && max !== undefined ? 10 ** Math.floor(Math.log10((max - min) / 50)) : 0.1;
     return String(+clamp((Number(text) || 0) + steps * step, Number).toPrecision(12));
 }
 
 function numberEditor(context) {
-    const { node, write, description, isCompact, label } = context;
+    const { node, write, wanted, description, isCompact, label } = context;
     const { min, max } = description;
     const box = makeBox(context, { type: "text", inputMode: "decimal", role: "spinbutton", class: "number" });
-    const step = (steps) => write(stepped(single(node), description, steps));
+    const step = (steps) => write(stepped(wanted(), description, steps));
     box.element.addEventListener("keydown", (event) => {
         const steps = { ArrowUp: 1, ArrowDown: -1, PageUp: 10, PageDown: -10 }[event.key];
         if (steps) {
@@ -126,26 +148,66 @@ function numberEditor(context) {
             step(steps);
         }
     });
-    for (const [name, limit] of [["aria-valuemin", min], ["aria-valuemax", max]]) {
+    for (const [name, limit] of [
+        ["aria-valuemin", min],
+        ["aria-valuemax", max],
+    ]) {
         if (limit !== undefined) {
             box.element.setAttribute(name, limit);
         }
     }
-    const stepper = (text, what, steps) => element("button", { type: "button", class: "step", text, tabIndex: -1,
-        "aria-label": `${what} ${node.name}`, onclick: () => step(steps) });
-    const spinner = element("span", { class: "spinner" }, stepper("−", "Lower", -1), box.element,
-        stepper("+", "Raise", 1));
+    const stepper = (text, what, steps) =>
+        element("button", {
+            type: "button",
+            class: "step",
+            text,
+            tabIndex: -1,
+            "aria-label": `${what} ${node.name}`,
+            onclick: () => step(steps),
+        });
+    const spinner = element(
+        "span",
+        { class: "spinner" },
+        stepper("−", "Lower", -1),
+        box.element,
+        stepper("+", "Raise", 1),
+    );
     const span = max - min;
     const hasSlider = !isCompact && span > 0 && span <= Number.MAX_SAFE_INTEGER;
-    const slider = hasSlider ? element("input", { type: "range", "aria-label": `${label}, slider`, min, max,
-        step: description.kind.includes("Int") ? Math.max(1, Math.round(span / SLIDER_STEPS)) : span / 1000,
-        oninput: () => write(slider.value) }) : null;
+    const slider = hasSlider
+        ? element("input", {
+              type: "range",
+              "aria-label": `${label}, slider`,
+              min,
+              max,
+              step: description.kind.includes("Int")
+                  ? Math.max(1, Math.round(span / SLIDER_STEPS))
+                  : span / 1000,
+              oninput: () => write(slider.value),
+          })
+        : null;
     let isDragged = false;
-    slider?.addEventListener("pointerdown", () => { isDragged = true; });
-    slider?.addEventListener("pointerup", () => { isDragged = false; });
+    slider?.addEventListener("pointerdown", () => {
+        isDragged = true;
+    });
+    slider?.addEventListener("pointerup", () => {
+        isDragged = false;
+    });
     return {
-        element: hasSlider ? element("div", { class: "number-editor" }, spinner, slider,
-            element("span", { class: "ends" }, element("span", { text: min }), element("span", { text: max }))) : spinner,
+        element: hasSlider
+            ? element(
+                  "div",
+                  { class: "number-editor" },
+                  spinner,
+                  slider,
+                  element(
+                      "span",
+                      { class: "ends" },
+                      element("span", { text: min }),
+                      element("span", { text: max }),
+                  ),
+              )
+            : spinner,
         show() {
             box.show();
             setAttribute(box.element, "aria-valuenow", Number(single(node)) || 0);
@@ -159,25 +221,36 @@ function numberEditor(context) {
 
 /** A raster to click on: 1920 by 1080, larger if the point or its limits are beyond. */
 function pointEditor(context) {
-    const { node, write, label, description } = context;
+    const { node, write, wanted, label, description } = context;
     const box = makeBox(context, { type: "text", class: "number", "aria-label": `${label}: x,y` });
-    const canvas = element("canvas", { class: "raster", tabIndex: 0, role: "application",
-        "aria-label": `${label}: raster, arrow keys move by 1, with Shift by 10` });
-    const point = () => /^-?\d+,-?\d+$/.test(single(node)) ? single(node).split(",").map(Number) : null;
+    const canvas = element("canvas", {
+        class: "raster",
+        tabIndex: 0,
+        role: "application",
+        "aria-label": `${label}: raster, arrow keys move by 1, with Shift by 10`,
+    });
+    const point = (text = single(node)) => (/^-?\d+,-?\d+$/.test(text) ? text.split(",").map(Number) : null);
     const raster = () => {
         const limits = (description.max ?? "").split(",").map(Number);
         const [x, y] = point() ?? [0, 0];
-        return { width: Math.max(RASTER.width, x + 1, limits[0] || 0),
-            height: Math.max(RASTER.height, y + 1, limits[1] || 0) };
+        return {
+            width: Math.max(RASTER.width, x + 1, limits[0] || 0),
+            height: Math.max(RASTER.height, y + 1, limits[1] || 0),
+        };
     };
     const send = (x, y) => {
         const { width, height } = raster();
-        write(`${Math.max(0, Math.min(width - 1, Math.round(x)))},${Math.max(0, Math.min(height - 1, Math.round(y)))}`);
+        write(
+            `${Math.max(0, Math.min(width - 1, Math.round(x)))},${Math.max(0, Math.min(height - 1, Math.round(y)))}`,
+        );
     };
     const sendPointer = (event) => {
         const place = canvas.getBoundingClientRect();
         const { width, height } = raster();
-        send((event.clientX - place.left) * width / place.width, (event.clientY - place.top) * height / place.height);
+        send(
+            ((event.clientX - place.left) * width) / place.width,
+            ((event.clientY - place.top) * height) / place.height,
+        );
     };
     canvas.addEventListener("pointerdown", (event) => {
         canvas.setPointerCapture(event.pointerId);
@@ -186,11 +259,15 @@ function pointEditor(context) {
     canvas.addEventListener("pointermove", (event) => event.buttons === 1 && sendPointer(event));
     canvas.addEventListener("keydown", (event) => {
         const far = event.shiftKey ? 10 : 1;
-        const [dx, dy] = { ArrowLeft: [-far, 0], ArrowRight: [far, 0], ArrowUp: [0, -far], ArrowDown: [0, far] }[event.key]
-            ?? [0, 0];
+        const [dx, dy] = {
+            ArrowLeft: [-far, 0],
+            ArrowRight: [far, 0],
+            ArrowUp: [0, -far],
+            ArrowDown: [0, far],
+        }[event.key] ?? [0, 0];
         if (dx || dy) {
             event.preventDefault();
-            const [x, y] = point() ?? [0, 0];
+            const [x, y] = point(wanted()) ?? [0, 0];
             send(x + dx, y + dy);
         }
     });
@@ -205,15 +282,15 @@ function pointEditor(context) {
 
 function drawRaster(canvas, { width, height }, point) {
     canvas.width = 640;
-    canvas.height = Math.round(640 * height / width);
+    canvas.height = Math.round((640 * height) / width);
     const pen = canvas.getContext("2d");
     const scale = canvas.width / width;
     pen.strokeStyle = colour("--line");
     pen.lineWidth = 1;
     pen.beginPath();
     for (let part = 1; part < 8; part++) {
-        const x = Math.round(canvas.width * part / 8) + 0.5;
-        const y = Math.round(canvas.height * part / 8) + 0.5;
+        const x = Math.round((canvas.width * part) / 8) + 0.5;
+        const y = Math.round((canvas.height * part) / 8) + 0.5;
         pen.moveTo(x, 0);
         pen.lineTo(x, canvas.height);
         pen.moveTo(0, y);

@@ -8,9 +8,14 @@ const STATES = ["never received", "current", "stale"];
 
 /** Words that must be in an entry; those that begin with "-" must not. */
 export function makeFilter(text) {
-    const words = text.toLowerCase().split(/\s+/).filter((word) => word !== "" && word !== "-");
-    return (entry) => words.every((word) => (word.startsWith("-") ? !entry.text.includes(word.slice(1))
-        : entry.text.includes(word)));
+    const words = text
+        .toLowerCase()
+        .split(/\s+/)
+        .filter((word) => word !== "" && word !== "-");
+    return (entry) =>
+        words.every((word) =>
+            word.startsWith("-") ? !entry.text.includes(word.slice(1)) : entry.text.includes(word),
+        );
 }
 
 /** One field of RFC 4180; what a spreadsheet would take for a formula is quoted as text. */
@@ -28,24 +33,55 @@ export class LogView {
 
     constructor(container, store) {
         this.container = container;
-        this.filter = element("input", { type: "search", placeholder: "Filter: words, -without", "aria-label": "Filter changes",
-            oninput: () => this.#refilter() });
+        this.filter = element("input", {
+            type: "search",
+            placeholder: "Filter: words, -without",
+            "aria-label": "Filter changes",
+            oninput: () => this.#refilter(),
+        });
         this.note = element("span", { class: "dim" });
-        const pause = element("button", { type: "button", class: "quiet toggle", text: "Pause", "aria-pressed": false,
+        const pause = element("button", {
+            type: "button",
+            class: "quiet toggle",
+            text: "Pause",
+            "aria-pressed": false,
             onclick: () => {
                 this.#isPaused = !this.#isPaused;
                 pause.setAttribute("aria-pressed", this.#isPaused);
                 this.#refilter();
-            } });
-        this.body = element("div", { class: "log", role: "table", "aria-label": "Changes, newest first", tabIndex: 0 });
+            },
+        });
+        this.body = element("div", {
+            class: "log",
+            role: "table",
+            "aria-label": "Changes, newest first",
+            tabIndex: 0,
+        });
         container.append(
-            element("div", { class: "bar" }, this.filter, pause,
-                element("button", { type: "button", class: "quiet", text: "Clear", onclick: () => {
-                    this.#entries = [];
-                    this.#refilter();
-                } }),
-                element("button", { type: "button", class: "quiet", text: "Export CSV", onclick: () => this.#export() }),
-                this.note), this.body);
+            element(
+                "div",
+                { class: "bar" },
+                this.filter,
+                pause,
+                element("button", {
+                    type: "button",
+                    class: "quiet",
+                    text: "Clear",
+                    onclick: () => {
+                        this.#entries = [];
+                        this.#refilter();
+                    },
+                }),
+                element("button", {
+                    type: "button",
+                    class: "quiet",
+                    text: "Export CSV",
+                    onclick: () => this.#export(),
+                }),
+                this.note,
+            ),
+            this.body,
+        );
         this.list = new VirtualList(this.body, (entry) => this.#makeRow(entry));
         store.addEventListener("changes", ({ detail }) => this.#take(detail));
     }
@@ -58,8 +94,14 @@ export class LogView {
 
     #take({ time, changes }) {
         const entries = changes.map(({ node, before }) => ({
-            time, path: node.path, before: before.values, values: node.values, description: node.description,
-            reasons: [...node.invalid, ...node.inactive], isInvalid: node.isInvalid, state: node.state,
+            time,
+            path: node.path,
+            before: before.values,
+            values: node.values,
+            description: node.description,
+            reasons: [...node.invalid, ...node.inactive],
+            isInvalid: node.isInvalid,
+            state: node.state,
             text: `${node.path} ${asList(node.values).join(" ")} ${node.invalid.join(" ")} ${STATES[node.state]}`.toLowerCase(),
         }));
         this.#entries.push(...entries);
@@ -91,23 +133,47 @@ export class LogView {
     #makeRow(entry) {
         const value = (values) => valueText(values, entry.description);
         const unit = entry.description.unit ? ` ${entry.description.unit}` : "";
-        const row = element("div", { class: `log-row ${entry.isInvalid ? "is-invalid" : ""}`, role: "row" },
+        const row = element(
+            "div",
+            { class: `log-row ${entry.isInvalid ? "is-invalid" : ""}`, role: "row" },
             element("span", { role: "cell", class: "mono dim", text: timeText(entry.time) }),
             element("span", { role: "cell", class: "log-path", text: entry.path, title: entry.path }),
-            element("span", { role: "cell", class: "log-value" },
-                element("span", { class: "dim", text: `${value(entry.before)} → ` }), value(entry.values) + unit),
-            element("span", { role: "cell", class: "reason", text: [...entry.reasons,
-                ...(entry.state === 1 ? [] : [STATES[entry.state]])].join("; ") }));
+            element(
+                "span",
+                { role: "cell", class: "log-value" },
+                element("span", { class: "dim", text: `${value(entry.before)} → ` }),
+                value(entry.values) + unit,
+            ),
+            element("span", {
+                role: "cell",
+                class: "reason",
+                text: [...entry.reasons, ...(entry.state === 1 ? [] : [STATES[entry.state]])].join("; "),
+            }),
+        );
         return { element: row, update() {} };
     }
 
     #export() {
-        const lines = [["time", "path", "before", "value", "unit", "state", "reasons"], ...[...this.#shown].reverse().map(
-            (entry) => [new Date(entry.time).toISOString(), entry.path, asList(entry.before).join(";"),
-                asList(entry.values).join(";"), entry.description.unit ?? "", STATES[entry.state], entry.reasons.join("; ")])];
+        const lines = [
+            ["time", "path", "before", "value", "unit", "state", "reasons"],
+            ...[...this.#shown]
+                .reverse()
+                .map((entry) => [
+                    new Date(entry.time).toISOString(),
+                    entry.path,
+                    asList(entry.before).join(";"),
+                    asList(entry.values).join(";"),
+                    entry.description.unit ?? "",
+                    STATES[entry.state],
+                    entry.reasons.join("; "),
+                ]),
+        ];
         const text = lines.map((fields) => fields.map(csvField).join(",")).join("\r\n") + "\r\n";
         const url = URL.createObjectURL(new Blob([text], { type: "text/csv" }));
-        element("a", { href: url, download: `changes-${new Date().toISOString().replace(/[:.]/g, "-")}.csv` }).click();
+        element("a", {
+            href: url,
+            download: `changes-${new Date().toISOString().replace(/[:.]/g, "-")}.csv`,
+        }).click();
         setTimeout(() => URL.revokeObjectURL(url), 10000);
     }
 }

@@ -26,7 +26,10 @@ let chosen = [];
 
 function readAddress() {
     const parameters = new URLSearchParams(location.hash.slice(1));
-    return { paths: parameters.getAll("node").slice(0, MOST_CHOSEN), view: parameters.get("view") ?? "nodes" };
+    return {
+        paths: parameters.getAll("node").slice(0, MOST_CHOSEN),
+        view: parameters.get("view") ?? "nodes",
+    };
 }
 
 function choose(paths) {
@@ -85,15 +88,17 @@ function showView(name) {
 }
 
 VIEWS.forEach((name) => byId(`tab-${name}`).addEventListener("click", () => showView(name)));
-byId("main").querySelector(".tabs").addEventListener("keydown", (event) => {
-    const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
-    if (step) {
-        const tabs = VIEWS.filter((name) => byId(`tab-${name}`).offsetParent);
-        const next = tabs[(tabs.indexOf(view) + step + tabs.length) % tabs.length];
-        showView(next);
-        byId(`tab-${next}`).focus();
-    }
-});
+byId("main")
+    .querySelector(".tabs")
+    .addEventListener("keydown", (event) => {
+        const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
+        if (step) {
+            const tabs = VIEWS.filter((name) => byId(`tab-${name}`).offsetParent);
+            const next = tabs[(tabs.indexOf(view) + step + tabs.length) % tabs.length];
+            showView(next);
+            byId(`tab-${next}`).focus();
+        }
+    });
 
 // ---- the state of the links
 
@@ -116,18 +121,33 @@ store.addEventListener("servers", () => {
     document.body.classList.toggle("is-offline", !store.isConnected);
     byId("mode").hidden = !store.isConnected || store.mayWrite;
     const stateOf = (server) => (store.isConnected ? server.state : "stale");
-    const listed = servers.length <= MOST_SERVERS ? servers : servers.filter((server) => server.state !== "current");
+    const listed =
+        servers.length <= MOST_SERVERS ? servers : servers.filter((server) => server.state !== "current");
     const others = servers.length - listed.length;
-    byId("servers").replaceChildren(...listed.slice(0, MOST_SERVERS).map((server) => element("span",
-        { class: `server state-${stateOf(server)}`, title: `${server.address}: ${server.problem || stateOf(server)}`,
-            text: server.name || server.address },
-        element("span", { class: "unseen", text: `: ${stateOf(server)}` }))),
-    ...(others > 0 ? [element("span", { class: "server state-current", text: `${others} more current` })] : []));
+    byId("servers").replaceChildren(
+        ...listed
+            .slice(0, MOST_SERVERS)
+            .map((server) =>
+                element(
+                    "span",
+                    {
+                        class: `server state-${stateOf(server)}`,
+                        title: `${server.address}: ${server.problem || stateOf(server)}`,
+                        text: server.name || server.address,
+                    },
+                    element("span", { class: "unseen", text: `: ${stateOf(server)}` }),
+                ),
+            ),
+        ...(others > 0
+            ? [element("span", { class: "server state-current", text: `${others} more current` })]
+            : []),
+    );
     const lost = servers.filter((server) => server.state !== "current");
     if (store.isConnected) {
         notice(lost.length === 0 ? "" : `Stale: ${lost.map(serverText).join("; ")}`);
     }
-    document.title = servers.length === 1 ? `${servers[0].name || servers[0].address} · Instrument` : "Instrument";
+    document.title =
+        servers.length === 1 ? `${servers[0].name || servers[0].address} · Instrument` : "Instrument";
 });
 
 function summarise() {
@@ -165,9 +185,19 @@ connection.addEventListener("lost", ({ detail: { retryMs } }) => {
     }
     store.lose();
     const until = Date.now() + retryMs;
-    const button = element("button", { type: "button", text: "Try now", onclick: () => connection.connect() });
-    const show = () => notice(`No link to the gateway: values are stale. Next attempt in ${
-        Math.max(0, Math.ceil((until - Date.now()) / 1000))} s.`, button);
+    const button = element("button", {
+        type: "button",
+        text: "Try now",
+        onclick: () => connection.connect(),
+    });
+    const show = () =>
+        notice(
+            `No link to the gateway: values are stale. Next attempt in ${Math.max(
+                0,
+                Math.ceil((until - Date.now()) / 1000),
+            )} s.`,
+            button,
+        );
     clearInterval(countdown);
     countdown = setInterval(show, 1000);
     show();
@@ -180,10 +210,18 @@ connection.addEventListener("token", ({ detail }) => {
         return;
     }
     const box = element("input", { type: "password", "aria-label": "Token", autocomplete: "off" });
-    const form = element("form", { class: "token", onsubmit: (event) => {
-        event.preventDefault();
-        connection.useToken(box.value);
-    } }, box, element("button", { text: "Use token" }));
+    const form = element(
+        "form",
+        {
+            class: "token",
+            onsubmit: (event) => {
+                event.preventDefault();
+                connection.useToken(box.value);
+            },
+        },
+        box,
+        element("button", { text: "Use token" }),
+    );
     notice(detail, form);
     box.focus();
 });
@@ -206,8 +244,9 @@ byId("theme").addEventListener("click", () => {
     localStorage.setItem("theme", next);
     showTheme(next);
 });
-matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => showTheme(
-    document.documentElement.dataset.theme));
+matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () =>
+    showTheme(document.documentElement.dataset.theme),
+);
 
 function setTreeWidth(width) {
     const bounded = Math.max(200, Math.min(800, Math.round(width)));
@@ -248,6 +287,9 @@ if (localStorage.getItem("treeWidth")) {
     setTreeWidth(Number(localStorage.getItem("treeWidth")));
 }
 choose(startsAt.paths);
-showView(startsAt.view === "nodes" && startsAt.paths.length === 0 && matchMedia("(max-width: 700px)").matches ? "tree"
-    : startsAt.view);
+showView(
+    startsAt.view === "nodes" && startsAt.paths.length === 0 && matchMedia("(max-width: 700px)").matches
+        ? "tree"
+        : startsAt.view,
+);
 connection.connect();

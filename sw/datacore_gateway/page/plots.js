@@ -1,18 +1,33 @@
 // The course of a number as a plot: since the page was opened, or of the last hour.
-import uPlot from "./third_party/uPlot.esm.js";
-
 import { colour, element, rem, setAttribute, setText } from "./dom.js";
 import { asNumber, isNumber } from "./texts.js";
 
-const RANGES = [["1 min", 60], ["10 min", 600], ["1 hour", 3600], ["Since opened", 0]];
+const RANGES = [
+    ["1 min", 60],
+    ["10 min", 600],
+    ["1 hour", 3600],
+    ["Since opened", 0],
+];
 const HOUR_S = 3600;
 const MAX_POINTS = 20000;
 const HEIGHT_REM = 11;
 const AXIS_REM = 2;
 const REDRAW_MS = 100;
 
-const clock = (seconds, hasSeconds) => new Date(seconds * 1000).toLocaleTimeString("en-GB",
-    { hour: "2-digit", minute: "2-digit", ...(hasSeconds ? { second: "2-digit" } : {}) });
+let uPlot = null; // fetched when the first plot is needed: the page is there sooner
+
+/** The library that draws curves. */
+export async function loadUPlot() {
+    uPlot ??= (await import("./third_party/uPlot.esm.js")).default;
+    return uPlot;
+}
+
+const clock = (seconds, hasSeconds) =>
+    new Date(seconds * 1000).toLocaleTimeString("en-GB", {
+        hour: "2-digit",
+        minute: "2-digit",
+        ...(hasSeconds ? { second: "2-digit" } : {}),
+    });
 
 /** The options that all plots of the page share. */
 export function plotOptions(size, axes, series) {
@@ -23,8 +38,12 @@ export function plotOptions(size, axes, series) {
         cursor: { points: { size: 6 }, drag: { x: true, y: false } },
         legend: { show: false },
         axes: axes.map((axis, at) => ({
-            ...(at === 0 ? { size: AXIS_REM * rem() } : {}), stroke: colour("--dim"), font, grid: { stroke: colour("--line"), width: 1 },
-            ticks: { stroke: colour("--line"), width: 1, size: 4 }, ...axis,
+            ...(at === 0 ? { size: AXIS_REM * rem() } : {}),
+            stroke: colour("--dim"),
+            font,
+            grid: { stroke: colour("--line"), width: 1 },
+            ticks: { stroke: colour("--line"), width: 1, size: 4 },
+            ...axis,
         })),
         series,
     };
@@ -56,13 +75,30 @@ export class HistoryPlot {
         this.openedAt = openedAt / 1000;
         this.place = element("div", { class: "plot-place" });
         this.summary = element("span", { class: "dim plot-summary" });
-        this.buttons = RANGES.map(([text, seconds]) => element("button", { type: "button", class: "quiet toggle", text,
-            "aria-pressed": seconds === 0, onclick: () => this.#choose(seconds) }));
-        this.element = element("div", { class: "plot", role: "group", "aria-label": `Course of ${node.name}` },
-            element("div", { class: "plot-bar" }, ...this.buttons), this.place, this.summary);
-        this.observer = followWidth(this.place, () => this.#plot ?? this.#make(), () => this.#height());
+        this.buttons = RANGES.map(([text, seconds]) =>
+            element("button", {
+                type: "button",
+                class: "quiet toggle",
+                text,
+                "aria-pressed": seconds === 0,
+                onclick: () => this.#choose(seconds),
+            }),
+        );
+        this.element = element(
+            "div",
+            { class: "plot", role: "group", "aria-label": `Course of ${node.name}` },
+            element("div", { class: "plot-bar" }, ...this.buttons),
+            this.place,
+            this.summary,
+        );
+        this.observer = followWidth(
+            this.place,
+            () => this.#plot ?? this.#make(),
+            () => this.#height(),
+        );
         this.ticker = setInterval(() => this.#later(), 1000);
         this.#load(connection);
+        loadUPlot().then(() => this.#draw());
     }
 
     /** Adds a point. */
@@ -152,15 +188,39 @@ export class HistoryPlot {
 
     #make() {
         const width = Math.floor(this.place.clientWidth);
-        if (width <= 0) {
+        if (width <= 0 || !uPlot) {
             return null;
         }
         const isWhole = !isNumber(this.node.description) || this.node.description.kind.includes("Int");
-        const options = plotOptions({ width, height: this.#height() },
-            [{ values: (_, ticks, __, ___, step) => ticks.map((tick) => clock(tick, step < 60)), space: 70 }, { size: 4 * rem(), ...(isWhole ? { incrs: [1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 2e4, 5e4, 1e5,
-                2e5, 5e5, 1e6, 1e7, 1e8, 1e9, 1e12, 1e15] } : {}) }],
-            [{}, { stroke: colour("--accent"), width: 1.5, paths: uPlot.paths.stepped({ align: 1 }),
-                points: { show: false } }]);
+        const options = plotOptions(
+            { width, height: this.#height() },
+            [
+                {
+                    values: (_, ticks, __, ___, step) => ticks.map((tick) => clock(tick, step < 60)),
+                    space: 70,
+                },
+                {
+                    size: 4 * rem(),
+                    ...(isWhole
+                        ? {
+                              incrs: [
+                                  1, 2, 5, 10, 20, 50, 100, 200, 500, 1e3, 2e3, 5e3, 1e4, 2e4, 5e4, 1e5, 2e5,
+                                  5e5, 1e6, 1e7, 1e8, 1e9, 1e12, 1e15,
+                              ],
+                          }
+                        : {}),
+                },
+            ],
+            [
+                {},
+                {
+                    stroke: colour("--accent"),
+                    width: 1.5,
+                    paths: uPlot.paths.stepped({ align: 1 }),
+                    points: { show: false },
+                },
+            ],
+        );
         this.#plot = new uPlot(options, this.#data(), this.place);
         return this.#plot;
     }
@@ -176,10 +236,18 @@ export class HistoryPlot {
         const data = this.#data();
         plot.setData(data);
         const numbers = data[1].filter((number) => number !== null);
-        const [least, most] = [numbers.reduce((a, b) => Math.min(a, b), Infinity),
-            numbers.reduce((a, b) => Math.max(a, b), -Infinity)].map((number) => String(+number.toPrecision(7)));
+        const [least, most] = [
+            numbers.reduce((a, b) => Math.min(a, b), Infinity),
+            numbers.reduce((a, b) => Math.max(a, b), -Infinity),
+        ].map((number) => String(+number.toPrecision(7)));
         const unit = this.node.description.unit ?? "";
-        setText(this.summary, numbers.length === 0 ? "no numbers" : least === most ? `always ${least} ${unit}`
-            : `${least} to ${most} ${unit}`);
+        setText(
+            this.summary,
+            numbers.length === 0
+                ? "no numbers"
+                : least === most
+                  ? `always ${least} ${unit}`
+                  : `${least} to ${most} ${unit}`,
+        );
     }
 }

@@ -1,9 +1,7 @@
 // Measurement records, drawn for what they are: histograms as pictures, spectra as curves, meters as bars,
 // captions as a screen.
-import uPlot from "./third_party/uPlot.esm.js";
-
 import { colour, element, rem, setAttribute, setText } from "./dom.js";
-import { followWidth, plotOptions } from "./plots.js";
+import { followWidth, loadUPlot, plotOptions } from "./plots.js";
 import { timeText } from "./texts.js";
 
 const METER_FLOOR_DB = -60;
@@ -15,11 +13,16 @@ const FALL_DB_PER_S = 20;
 const CAPTION_COLOURS = ["white", "green", "blue", "cyan", "red", "yellow", "magenta", "italic"];
 
 const KINDS = {
-    EyeHistogram: ["Eye", HistogramPicture], EyeHorizontalHistogram: ["Eye, horizontal", HistogramPicture],
-    EyeWindowedHistogram: ["Eye, windowed", HistogramPicture], JitterHistogram: ["Jitter histogram", HistogramPicture],
-    JitterSpectrum: ["Jitter spectrum", SpectrumCurve], Meters: ["Audio meters", MeterBars],
-    InstantPeakMeters: ["Instant peaks", MeterBars], InstantPeakLinearMeters: ["Instant peaks, linear", MeterBars],
-    PhaseMeters: ["Phase", MeterBars], Captions: ["Captions", CaptionScreen],
+    EyeHistogram: ["Eye", HistogramPicture],
+    EyeHorizontalHistogram: ["Eye, horizontal", HistogramPicture],
+    EyeWindowedHistogram: ["Eye, windowed", HistogramPicture],
+    JitterHistogram: ["Jitter histogram", HistogramPicture],
+    JitterSpectrum: ["Jitter spectrum", SpectrumCurve],
+    Meters: ["Audio meters", MeterBars],
+    InstantPeakMeters: ["Instant peaks", MeterBars],
+    InstantPeakLinearMeters: ["Instant peaks, linear", MeterBars],
+    PhaseMeters: ["Phase", MeterBars],
+    Captions: ["Captions", CaptionScreen],
 };
 
 /** The view of all records; asks the gateway for them only while it is in sight. */
@@ -66,7 +69,10 @@ export class RecordsView {
     #showState() {
         for (const panel of this.#panels.values()) {
             const server = this.store.servers.find(({ name }) => name === panel.server);
-            panel.element.classList.toggle("is-stale", !this.store.isConnected || server?.state !== "current");
+            panel.element.classList.toggle(
+                "is-stale",
+                !this.store.isConnected || server?.state !== "current",
+            );
         }
     }
 }
@@ -80,9 +86,18 @@ class RecordPanel {
         const [title, Drawing] = KINDS[name];
         this.when = element("span", { class: "dim mono" });
         this.drawing = new Drawing(title);
-        this.element = element("article", { class: `panel record record-${name}` },
-            element("header", { class: "panel-head" }, element("h2", { text: title }),
-                element("span", { class: "path", text: server }), this.when), this.drawing.element);
+        this.element = element(
+            "article",
+            { class: `panel record record-${name}` },
+            element(
+                "header",
+                { class: "panel-head" },
+                element("h2", { text: title }),
+                element("span", { class: "path", text: server }),
+                this.when,
+            ),
+            this.drawing.element,
+        );
     }
 
     take(t, data) {
@@ -105,13 +120,22 @@ class RecordPanel {
 
 /** Colours from black over blue, green and yellow to white, by how full a bin is; few hits stay visible. */
 const HEAT = (() => {
-    const stops = [[0, 5, 8, 14], [0.15, 16, 52, 110], [0.4, 20, 140, 140], [0.65, 120, 200, 80], [0.85, 250, 210, 70],
-        [1, 255, 255, 245]];
+    const stops = [
+        [0, 5, 8, 14],
+        [0.15, 16, 52, 110],
+        [0.4, 20, 140, 140],
+        [0.65, 120, 200, 80],
+        [0.85, 250, 210, 70],
+        [1, 255, 255, 245],
+    ];
     const table = new Uint32Array(256);
     const bytes = new Uint8Array(table.buffer);
     for (let level = 0; level < 256; level++) {
         const share = Math.sqrt(level / 255);
-        const above = Math.max(1, stops.findIndex(([at]) => at >= share));
+        const above = Math.max(
+            1,
+            stops.findIndex(([at]) => at >= share),
+        );
         const [from, to] = [stops[above - 1], stops[above]];
         const part = (share - from[0]) / (to[0] - from[0]);
         for (let channel = 0; channel < 3; channel++) {
@@ -141,12 +165,14 @@ function HistogramPicture(title) {
         if (isLine) {
             target.fill(HEAT[0]);
             bytes.forEach((level, at) => {
-                for (let y = 99; y > 99 - Math.round(level * 100 / 255); y--) {
+                for (let y = 99; y > 99 - Math.round((level * 100) / 255); y--) {
                     target[y * canvas.width + at] = HEAT[140];
                 }
             });
         } else {
-            bytes.forEach((level, at) => { target[at] = HEAT[level]; });
+            bytes.forEach((level, at) => {
+                target[at] = HEAT[level];
+            });
         }
         canvas.getContext("2d").putImageData(image, 0, 0);
         const text = `${isLine ? canvas.width : `${width} × ${height}`} bins, fullest ${most ?? 255} hits`;
@@ -158,42 +184,72 @@ function HistogramPicture(title) {
 function SpectrumCurve(title) {
     const place = element("div", { class: "plot-place", role: "img", "aria-label": title });
     const height = () => Math.round(18 * rem());
+    let uPlot = null;
     let plot = null;
     let newest = null;
     this.element = place;
     const make = () => {
         const width = Math.floor(place.clientWidth);
-        if (width <= 0 || newest === null) {
+        if (width <= 0 || newest === null || !uPlot) {
             return null;
         }
-        const hertz = (value) => (value === null ? "" : value >= 1e6 ? `${+(value / 1e6).toPrecision(3)} MHz`
-            : value >= 1e3 ? `${+(value / 1e3).toPrecision(3)} kHz` : `${+value.toPrecision(3)} Hz`);
+        const hertz = (value) =>
+            value === null
+                ? ""
+                : value >= 1e6
+                  ? `${+(value / 1e6).toPrecision(3)} MHz`
+                  : value >= 1e3
+                    ? `${+(value / 1e3).toPrecision(3)} kHz`
+                    : `${+value.toPrecision(3)} Hz`;
         const isLog = newest[0][0] > 0 && newest[0].at(-1) / newest[0][0] > 50;
-        const options = plotOptions({ width, height: height() },
+        const options = plotOptions(
+            { width, height: height() },
             [{ values: (_, ticks) => ticks.map(hertz) }, { size: 4 * rem() }],
-            [{}, { stroke: colour("--accent"), width: 1.5, points: { show: false }, fill: colour("--accent-soft") },
-                { stroke: colour("--bad"), width: 1, dash: [6, 4], points: { show: false } }]);
+            [
+                {},
+                {
+                    stroke: colour("--accent"),
+                    width: 1.5,
+                    points: { show: false },
+                    fill: colour("--accent-soft"),
+                },
+                { stroke: colour("--bad"), width: 1, dash: [6, 4], points: { show: false } },
+            ],
+        );
         options.scales = { x: { time: false, ...(isLog ? { distr: 3 } : {}) } };
         plot = new uPlot(options, newest, place);
         return plot;
     };
-    followWidth(place, () => plot, height);
+    followWidth(place, () => plot ?? make(), height);
+    loadUPlot().then((loaded) => {
+        uPlot = loaded;
+        make();
+    });
     this.repaint = () => {
         plot?.destroy();
         plot = null;
     };
     this.show = ({ frequencies = [], values = [], limits = [] }) => {
-        const isRising = frequencies.length >= values.length
-            && frequencies.every((hertz, at) => hertz !== null && (at === 0 || hertz > frequencies[at - 1]));
-        newest = [values.map((_, at) => (isRising ? frequencies[at] : at)), values, values.map((_, at) => limits[at] ?? null)];
+        const isRising =
+            frequencies.length >= values.length &&
+            frequencies.every((hertz, at) => hertz !== null && (at === 0 || hertz > frequencies[at - 1]));
+        newest = [
+            values.map((_, at) => (isRising ? frequencies[at] : at)),
+            values,
+            values.map((_, at) => limits[at] ?? null),
+        ];
         if (plot) {
             plot.setData(newest);
         } else {
             make();
         }
         const most = values.reduce((a, b, at) => (b !== null && (values[a] ?? -Infinity) < b ? at : a), 0);
-        setAttribute(place, "aria-label", `${title}: ${values.length} points, highest ${values[most] ?? "none"} at `
-            + `${newest[0][most] ?? "none"}${isRising ? " Hz" : ""}`);
+        setAttribute(
+            place,
+            "aria-label",
+            `${title}: ${values.length} points, highest ${values[most] ?? "none"} at ` +
+                `${newest[0][most] ?? "none"}${isRising ? " Hz" : ""}`,
+        );
     };
 }
 
@@ -208,7 +264,9 @@ function MeterBars(title) {
             return peak;
         }
         const hold = held.get(label);
-        const fallen = hold ? hold.level - Math.max(0, now - hold.at - HOLD_MS) / 1000 * FALL_DB_PER_S : -Infinity;
+        const fallen = hold
+            ? hold.level - (Math.max(0, now - hold.at - HOLD_MS) / 1000) * FALL_DB_PER_S
+            : -Infinity;
         if (!(fallen > level)) {
             held.set(label, { level, at: now });
             return level;
@@ -230,8 +288,9 @@ function MeterBars(title) {
         const size = Math.round(parseFloat(getComputedStyle(canvas).fontSize));
         pen.font = `${size}px system-ui`;
         const area = { left: size * 2.8, top: size, right: width - 4, bottom: height - size * 1.7 };
-        const y = (level) => area.bottom - (Math.max(floor, Math.min(top, level)) - floor) / (top - floor)
-            * (area.bottom - area.top);
+        const y = (level) =>
+            area.bottom -
+            ((Math.max(floor, Math.min(top, level)) - floor) / (top - floor)) * (area.bottom - area.top);
         pen.textAlign = "right";
         pen.textBaseline = "middle";
         for (const tick of isDb ? METER_TICKS_DB : [floor, (floor + top) / 2, top]) {
@@ -254,7 +313,11 @@ function MeterBars(title) {
             pen.fillStyle = colour("--raised");
             pen.fillRect(left, area.top, breadth, area.bottom - area.top);
             if (bar.level !== null) {
-                fill(floor, isDb ? Math.min(bar.level, WARM_DB) : bar.level, isDb ? "--meter-good" : "--accent");
+                fill(
+                    floor,
+                    isDb ? Math.min(bar.level, WARM_DB) : bar.level,
+                    isDb ? "--meter-good" : "--accent",
+                );
                 fill(WARM_DB, isDb ? Math.min(bar.level, HOT_DB) : -Infinity, "--meter-warm");
                 fill(HOT_DB, isDb ? bar.level : -Infinity, "--meter-hot");
                 pen.fillStyle = colour("--text");
@@ -265,8 +328,16 @@ function MeterBars(title) {
         });
         if (now - described > 1000) {
             described = now;
-            setAttribute(canvas, "aria-label", `${title}: ${bars.map(({ label, level }) =>
-                `${label}: ${level === null ? "none" : level.toFixed(1)} ${unit ?? ""}`).join(", ")}`);
+            setAttribute(
+                canvas,
+                "aria-label",
+                `${title}: ${bars
+                    .map(
+                        ({ label, level }) =>
+                            `${label}: ${level === null ? "none" : level.toFixed(1)} ${unit ?? ""}`,
+                    )
+                    .join(", ")}`,
+            );
         }
     };
 }
@@ -278,8 +349,14 @@ function CaptionScreen() {
     const makeScreen = (service) => {
         const rows = element("div", { class: "caption-rows" });
         shown.set(service, { rows, last: "" });
-        screens.append(element("figure", {}, element("div", { class: "caption-screen", role: "img" }, rows),
-            element("figcaption", { class: "dim", text: service })));
+        screens.append(
+            element(
+                "figure",
+                {},
+                element("div", { class: "caption-screen", role: "img" }, rows),
+                element("figcaption", { class: "dim", text: service }),
+            ),
+        );
     };
     this.show = ({ more = [], ...first }) => {
         for (const { service, rows, columns, lines = [], runs } of [first, ...more]) {
@@ -292,12 +369,22 @@ function CaptionScreen() {
                 continue;
             }
             screen.last = text;
-            setAttribute(screen.rows.parentElement, "aria-label", `${service}: ${lines.join(" ").trim() || "nothing"}`);
+            setAttribute(
+                screen.rows.parentElement,
+                "aria-label",
+                `${service}: ${lines.join(" ").trim() || "nothing"}`,
+            );
             const count = Math.max(1, Math.min(64, rows));
             screen.rows.style.setProperty("--rows", count);
             screen.rows.style.setProperty("--columns", Math.max(1, Math.min(128, columns)));
-            screen.rows.replaceChildren(...Array.from({ length: count }, (_, row) => makeRow(lines[row] ?? "",
-                runs?.filter(([at]) => at === row))));
+            screen.rows.replaceChildren(
+                ...Array.from({ length: count }, (_, row) =>
+                    makeRow(
+                        lines[row] ?? "",
+                        runs?.filter(([at]) => at === row),
+                    ),
+                ),
+            );
         }
     };
     /** A row of cells, so that any font keeps the columns. */
@@ -305,8 +392,12 @@ function CaptionScreen() {
         const row = element("div", { class: "caption-row" });
         const pieces = runs ?? (line.trim() ? [[0, line.search(/\S/), line.trim(), 0, 0]] : []);
         for (const [, column, text, tint, isUnderlined] of pieces) {
-            const run = element("span", { text, class: `caption-run caption-${CAPTION_COLOURS[tint] ?? "white"}`
-                + (isUnderlined ? " caption-underlined" : "") });
+            const run = element("span", {
+                text,
+                class:
+                    `caption-run caption-${CAPTION_COLOURS[tint] ?? "white"}` +
+                    (isUnderlined ? " caption-underlined" : ""),
+            });
             run.style.setProperty("--column", column + 1);
             run.style.setProperty("--length", [...text].length);
             row.append(run);

@@ -36,8 +36,9 @@ class TreeNode {
     }
 }
 
-const isSame = (a, b) => a === b || (Array.isArray(a) && Array.isArray(b) && a.length === b.length
-    && a.every((text, at) => text === b[at]));
+const isSame = (a, b) =>
+    a === b ||
+    (Array.isArray(a) && Array.isArray(b) && a.length === b.length && a.every((text, at) => text === b[at]));
 const sortKey = (name) => name.replace(/\d+/g, (digits) => digits.padStart(12, "0"));
 
 /**
@@ -76,7 +77,7 @@ export class Store extends EventTarget {
     }
 
     /** All nodes, above before below. */
-    * walk(node = this.root) {
+    *walk(node = this.root) {
         for (const kid of this.kids(node)) {
             yield kid;
             if (kid.kids.length > 0) {
@@ -91,43 +92,50 @@ export class Store extends EventTarget {
 
     /** Whether what the node shows may be out of date. */
     isStale(node) {
-        return !this.isConnected || node.state === State.Stale
-            || (node.index >= 0 && node.generation !== this.#generation);
+        return (
+            !this.isConnected ||
+            node.state === State.Stale ||
+            (node.index >= 0 && node.generation !== this.#generation)
+        );
     }
 
     /** Takes a message of the gateway. */
     take(message) {
         switch (message.type) {
-        case "hello":
-            this.mayWrite = message.mayWrite;
-            this.servers = message.servers;
-            this.isConnected = true;
-            this.#generation++;
-            this.#byIndex = [];
-            this.#descriptions = [];
-            this.#waiting.clear();
-            this.#emit("servers");
-            break;
-        case "server":
-            this.servers = [...this.servers.filter((server) => server.name !== message.name), message]
-                .sort((a, b) => (a.name < b.name ? -1 : 1));
-            this.#emit("servers");
-            break;
-        case "descriptions":
-            this.#takeDescriptions(message);
-            break;
-        case "nodes":
-            this.#takeNodes(message);
-            break;
-        case "removed":
-            message.list.filter((index) => this.#byIndex[index]).forEach((index) => this.#removeNode(index));
-            break;
-        case "changes":
-            message.list.forEach((entry) => this.#waiting.set(entry[0], entry));
-            this.#waitingTime = message.t;
-            this.#ask();
-            break;
-        default:
+            case "hello":
+                this.mayWrite = message.mayWrite;
+                this.servers = message.servers;
+                this.isConnected = true;
+                this.#generation++;
+                this.#byIndex = [];
+                this.#descriptions = [];
+                this.#waiting.clear();
+                this.#emit("servers");
+                break;
+            case "server":
+                this.servers = [
+                    ...this.servers.filter((server) => server.name !== message.name),
+                    message,
+                ].sort((a, b) => (a.name < b.name ? -1 : 1));
+                this.#emit("servers");
+                break;
+            case "descriptions":
+                this.#takeDescriptions(message);
+                break;
+            case "nodes":
+                this.#takeNodes(message);
+                break;
+            case "removed":
+                message.list
+                    .filter((index) => this.#byIndex[index])
+                    .forEach((index) => this.#removeNode(index));
+                break;
+            case "changes":
+                message.list.forEach((entry) => this.#waiting.set(entry[0], entry));
+                this.#waitingTime = message.t;
+                this.#ask();
+                break;
+            default:
         }
     }
 
@@ -142,7 +150,9 @@ export class Store extends EventTarget {
     }
 
     #takeDescriptions({ from, list }) {
-        list.forEach((description, at) => { this.#descriptions[from + at] = description; });
+        list.forEach((description, at) => {
+            this.#descriptions[from + at] = description;
+        });
         for (const node of this.#byIndex) {
             if (node && node.descriptionIndex >= from && node.descriptionIndex < from + list.length) {
                 this.#describe(node, node.descriptionIndex);
@@ -174,7 +184,8 @@ export class Store extends EventTarget {
         }
         if (last) {
             const old = [...this.#byPath.values()].filter(
-                (node) => node.index >= 0 && node.generation !== this.#generation);
+                (node) => node.index >= 0 && node.generation !== this.#generation,
+            );
             old.forEach((node) => this.#remove(node));
         }
         if (last || performance.now() - this.#shownAt > PORTIONS_MS) {
@@ -264,8 +275,15 @@ export class Store extends EventTarget {
         const changes = [];
         for (const [index, values, invalid, inactive, state] of this.#waiting.values()) {
             const node = this.#byIndex[index];
-            if (node && !(isSame(node.values, values) && isSame(node.invalid, invalid)
-                          && isSame(node.inactive, inactive) && node.state === state)) {
+            if (
+                node &&
+                !(
+                    isSame(node.values, values) &&
+                    isSame(node.invalid, invalid) &&
+                    isSame(node.inactive, inactive) &&
+                    node.state === state
+                )
+            ) {
                 const before = { values: node.values, state: node.state };
                 this.#set(node, values, invalid, inactive, state);
                 changes.push({ node, before });

@@ -6,8 +6,10 @@ const NUMBERS = /^(U?Int(16|32|64)|Float|Double)$/;
 export const isNumber = (description) => NUMBERS.test(description.kind);
 
 /** Whether a node only holds others. */
-export const isGroup = (node) => node.index < 0 || node.description.kind === "Group"
-    || (node.description.isUnknown && node.kids.length > 0);
+export const isGroup = (node) =>
+    node.index < 0 ||
+    node.description.kind === "Group" ||
+    (node.description.isUnknown && node.kids.length > 0);
 
 /** Whether it has a course that can be drawn. */
 export const isPlottable = (node) => isNumber(node.description) || node.description.kind === "Bool";
@@ -89,4 +91,4 @@ export function timeText(ms) {
 }
 
 /** "1 node", "2 nodes". */
-export const count = (number, noun) => `${number} ${noun}${number === 1 ? "" : "s"}`;
+export const count = (number, one, many = `${one}s`) => `${number} ${number === 1 ? one : many}`;

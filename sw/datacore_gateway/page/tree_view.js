@@ -82,8 +82,14 @@ export class TreeView extends EventTarget {
         }
         this.list.setItems(items);
         const total = this.store.nodeCount;
-        setText(this.note, this.#found ? `${count(this.#hits, "match").replace("matchs", "matches")} of ${total}`
-            : total === 0 ? "No nodes yet" : count(total, "node"));
+        setText(
+            this.note,
+            this.#found
+                ? `${count(this.#hits, "match", "matches")} of ${total}`
+                : total === 0
+                  ? "No nodes yet"
+                  : count(total, "node"),
+        );
     }
 
     #isOpen(node) {
@@ -110,7 +116,10 @@ export class TreeView extends EventTarget {
         this.#found = new Set();
         this.#hits = 0;
         for (const node of this.store.walk()) {
-            if ((!this.#onlyInvalid || node.isInvalid) && this.#words.every((word) => node.searchText.includes(word))) {
+            if (
+                (!this.#onlyInvalid || node.isInvalid) &&
+                this.#words.every((word) => node.searchText.includes(word))
+            ) {
                 this.#hits++;
                 for (let above = node; above && !this.#found.has(above); above = above.parent) {
                     this.#found.add(above);
@@ -146,7 +155,15 @@ export class TreeView extends EventTarget {
         const value = element("span", { class: "value" });
         const badge = element("span", { class: "badge", "aria-hidden": true });
         const spoken = element("span", { class: "unseen" });
-        const row = element("div", { class: "tree-row", role: "treeitem", tabIndex: -1 }, twisty, name, value, badge, spoken);
+        const row = element(
+            "div",
+            { class: "tree-row", role: "treeitem", tabIndex: -1 },
+            twisty,
+            name,
+            value,
+            badge,
+            spoken,
+        );
         row.style.setProperty("--depth", node.depth);
         row.addEventListener("click", (event) => {
             this.#activate(node);
@@ -181,10 +198,15 @@ export class TreeView extends EventTarget {
         }
         const { description } = node;
         const showsValue = !isGroup(node) && node.state !== State.NeverReceived;
-        setText(value, showsValue ? valueText(node.values, description) + (description.unit ? ` ${description.unit}` : "")
-            : "");
+        setText(
+            value,
+            showsValue
+                ? valueText(node.values, description) + (description.unit ? ` ${description.unit}` : "")
+                : "",
+        );
         setText(badge, node.invalidCount > 0 ? (hasKids ? String(node.invalidCount) : "!") : "");
-        const wrong = node.invalidCount === 0 ? "" : hasKids ? `${node.invalidCount} invalid` : node.invalid.join("; ");
+        const wrong =
+            node.invalidCount === 0 ? "" : hasKids ? `${node.invalidCount} invalid` : node.invalid.join("; ");
         setAttribute(badge, "title", wrong);
         setText(spoken, `${wrong} ${row.classList.contains("is-stale") ? "stale" : ""}`);
     }
@@ -217,8 +239,14 @@ export class TreeView extends EventTarget {
             return;
         }
         const page = Math.max(1, Math.floor(this.container.clientHeight / this.list.height) - 1);
-        const moves = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: items.length - 1, PageDown: at + page,
-            PageUp: at - page };
+        const moves = {
+            ArrowDown: at + 1,
+            ArrowUp: at - 1,
+            Home: 0,
+            End: items.length - 1,
+            PageDown: at + page,
+            PageUp: at - page,
+        };
         if (event.key in moves) {
             this.#move(Math.max(0, Math.min(items.length - 1, moves[event.key])));
         } else if (event.key === "ArrowRight") {

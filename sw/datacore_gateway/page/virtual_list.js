@@ -68,8 +68,10 @@ export class VirtualList {
         const { container, height } = this;
         this.#space.style.height = `${this.#items.length * height}px`;
         const first = Math.max(0, Math.floor(container.scrollTop / height) - BEYOND);
-        const end = Math.min(this.#items.length,
-            Math.ceil((container.scrollTop + container.clientHeight) / height) + BEYOND);
+        const end = Math.min(
+            this.#items.length,
+            Math.ceil((container.scrollTop + container.clientHeight) / height) + BEYOND,
+        );
         const wanted = new Map();
         for (let at = first; at < end; at++) {
             wanted.set(this.key(this.#items[at]), at);

@@ -20,6 +20,12 @@ export class Writes extends EventTarget {
         return this.#states.get(node.path);
     }
 
+    /** What the node holds, or will once a pending write is taken: what a further step begins at. */
+    wanted(node) {
+        const state = this.#states.get(node.path);
+        return state?.kind === "pending" ? (state.next ?? state).values : node.values;
+    }
+
     /** Writes null, a text or a list of texts. */
     async write(node, values) {
         const running = this.#states.get(node.path);
@@ -27,7 +33,7 @@ export class Writes extends EventTarget {
             running.next = { values };
             return;
         }
-        const state = { kind: "pending", text: "Waiting for the server …" };
+        const state = { kind: "pending", text: "Waiting for the server …", values };
         this.#set(node, state);
         const answer = await this.connection.request({ type: "write", path: node.path, values });
         if (state.next) {

@@ -30,7 +30,8 @@ LEAVES, CHANGES_A_SECOND = 10000, 2000
 
 
 def open_gateway(gateway, server_port, *words, port=0):
-    return Listening(gateway, "--server", f"127.0.0.1:{server_port}", "--port", port, "--page", PAGE, *words)
+    return Listening(gateway, "--server", f"127.0.0.1:{server_port}", "--port", port, "--page", PAGE,
+                     *words)
 
 
 def address(gateway, *nodes, view="nodes"):
@@ -62,8 +63,7 @@ def check_edit(browser, client, server, gateway):
     second = browser.driver.current_window_handle
     browser.open(address(gateway, EQUALISER, "configCoreRouter/input1"))
     browser.driver.switch_to.window(first)
-    browser.find(f"{panel(EQUALISER)} [role=spinbutton]").click()
-    browser.run("document.activeElement.select()")
+    browser.run(f"document.querySelector('{panel(EQUALISER)} [role=spinbutton]').focus()")
     browser.type("12\n")
     browser.wait_text(f"{panel(EQUALISER)} .write-status.accepted", "Accepted")
     got = run(client, "--port", str(server.port), "get", EQUALISER).stdout
@@ -78,12 +78,12 @@ def check_edit(browser, client, server, gateway):
     browser.driver.switch_to.window(first)
 
     server.process.send_signal(signal.SIGSTOP)
-    browser.type("\ue013")  # arrow up, in the box that has the focus
+    browser.type("\ue013" * 3)  # arrow up, in the box that has the focus
     browser.wait_text(f"{panel(EQUALISER)} .write-status.pending", "Waiting")
     server.process.send_signal(signal.SIGCONT)
     browser.wait_text(f"{panel(EQUALISER)} .write-status.accepted", "Accepted")
-    browser.wait_text(f"{panel(EQUALISER)} .big-value", "13")
-    check(True, "a write without an answer is pending until it comes")
+    browser.wait_text(f"{panel(EQUALISER)} .big-value", "15")
+    check(True, "a write without an answer is pending until it comes, and what follows waits behind it")
 
     run(client, "--port", str(server.port), "set", "configCoreRouter/input1/cursor", "0,0")
     browser.open(address(gateway, "configCoreRouter/input1/cursor", OTHER))
@@ -127,7 +127,7 @@ def check_keys(browser, gateway):
     check(tabbable == 1, "tree and search obey keys, and Tab knows one row", tabbable)
 
 
-def check_log(browser, client, server):
+def check_log(browser, client, server, gateway):
     browser.run("location.hash = 'view=log'")
     for value in ("=1+1", 'a "b", c'):
         run(client, "--port", str(server.port), "set", "configCoreRouter/input1/label", value)
@@ -142,6 +142,13 @@ def check_log(browser, client, server):
     check(len(lines) == 4 and lines[0] == "time,path,before,value,unit,state,reasons"
           and ",'=1+1,,current," in lines[1] and ',"a ""b"", c",,current,' in lines[2],
           "the log is filtered and exported", lines)
+    browser.open("about:blank")
+    browser.open(address(gateway, EQUALISER))
+    summary = "document.querySelector('.plot-summary').textContent.trim()"
+    browser.wait(f"{summary} === 'always 5'")
+    browser.driver.find_element("xpath", "//button[text()='1 hour']").click()
+    browser.wait(f"{summary} === '4 to 99'")
+    check(True, "a number has its course since the page was opened, and that of the last hour")
 
 
 def check_markup(browser, gateway):
@@ -251,7 +258,29 @@ def check_sizes(browser, gateway):
     browser.resize(1280, 800)
 
 
-def check_records(browser, server, gateway, screenshots):
+def check_editors(browser, client, port, gateway):
+    """Those of the other kinds, and what they write."""
+    listed, mac = "configCoreRouter/subImages", "persistentConfigCoreRouter/macAddress"
+    browser.open(address(gateway, listed, mac, EQUALISER))
+    browser.wait_text(f"{panel(mac)} .big-value", "02:15:e9:2b:99:3c")
+    browser.run("document.querySelector('textarea').select()")
+    browser.find("textarea").send_keys("4\n2")
+    browser.find(".list-editor button").click()
+    browser.run(f"document.querySelector('{panel(mac)} input').focus()")  # which selects all of it
+    browser.type("00-00-00-00-00-0b\n")
+    browser.find(f"{panel(EQUALISER)} input[type=range]").send_keys("\ue010")  # End: the limit
+    for path, expected in ((listed, "4, 2"), (mac, "00:00:00:00:00:0b"), (EQUALISER, "15")):
+        browser.wait(f"document.querySelector('{panel(path)} .big-value').textContent === '{expected}'")
+    got = [run(client, "--port", str(port), "get", path).stdout.split("  ")[0] for path in (listed, mac, EQUALISER)]
+    check(got[1:] == ["11", "15"], "a list, an address and a slider are written", got)
+    themes = []
+    for _ in range(3):  # dark, light, and as the system has it
+        browser.find("#theme").click()
+        themes.append(browser.run("return getComputedStyle(document.body).backgroundColor"))
+    check(themes[0] == themes[2] != themes[1], "the theme can be switched", themes)
+
+
+def check_records(browser, server, client, gateway, screenshots):
     """The demonstration's records are drawn; its numbers have a course. Pictures for the documents."""
     with serve(server, "--demonstration") as running, open_gateway(gateway, running.port, "--allow-writes") as open_one:
         for theme in ("light", "dark"):
@@ -274,7 +303,8 @@ def check_records(browser, server, gateway, screenshots):
         browser.wait("document.querySelectorAll('.plot canvas').length >= 2")
         browser.wait("document.querySelectorAll('.plot-summary')[1].textContent.includes(' to ')")
         if screenshots:
-            browser.find("article [role=spinbutton]").send_keys("99\n")
+            browser.run("document.querySelector('article [role=spinbutton]').focus()")
+            browser.type("99\n")
             browser.wait("performance.now() > 15000")
             browser.save(screenshots, "page_nodes")
             browser.prefer("light")
@@ -283,7 +313,8 @@ def check_records(browser, server, gateway, screenshots):
             browser.find(panel("statusCoreRouter/audioLevels/channel1"))
             browser.wait("performance.now() > 30000")
             browser.save(screenshots, "page_plots")
-        check(True, "numbers have a course")
+            browser.prefer("dark")
+        check_editors(browser, client, running.port, open_one)
 
 
 # Each leaf holds the time of its change; a text that replaces another is a change that has come.
@@ -364,13 +395,13 @@ def main(server, client, gateway, folder, option=None, value=None):
             check_tree(browser, client, guarded, running)
             check_edit(browser, client, guarded, running)
             check_keys(browser, running)
-            check_log(browser, client, guarded)
+            check_log(browser, client, guarded, running)
             check_token(browser, guarded, gateway, temporary)
             check_sizes(browser, running)
             check_rules(browser, running, folder)
         check_markup(browser, gateway)
         check_return(browser, server, gateway)
-        check_records(browser, server, gateway, value if option == "--screenshots" else None)
+        check_records(browser, server, client, gateway, value if option == "--screenshots" else None)
         errors = browser.errors()
         check(not errors, "the page complains of nothing", errors)
 
