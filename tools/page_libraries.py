@@ -3,7 +3,7 @@
 
     page_libraries.py check            compares what is in the sources with the hashes below
     page_libraries.py update           fetches it anew with npm
-    page_libraries.py axe DIRECTORY    fetches axe-core there for a test, unless it is there; prints its path
+    page_libraries.py axe DIRECTORY    fetches axe-core for a test, unless it is there; prints where
 
 A package whose hash is another is not unpacked. For another release, change version and hashes.
 """
@@ -17,24 +17,27 @@ import tarfile
 import tempfile
 
 FOLDER = pathlib.Path(__file__).resolve().parent.parent / "sw/datacore_gateway/page/third_party"
-UPLOT = ("uplot@1.6.32", "KIMVnG68zvu5XXUbC4LQEPnhwOxBuLyW1AHtpm6IKTXImkbLgkMy+jabjLgSLMasNuGGzQm/ep3tOkyTxpiQIw==")
+UPLOT = ("uplot@1.6.32",  # and the SHA-512 of the package
+         "KIMVnG68zvu5XXUbC4LQEPnhwOxBuLyW1AHtpm6IKTXImkbLgkMy+jabjLgSLMasNuGGzQm/ep3tOkyTxpiQIw==")
 UPLOT_FILES = {  # of the package: name here, SHA-256
     "dist/uPlot.esm.js": ("uPlot.esm.js", "5dd9b3281aa64b461b42d9945f6adb2649d346502b12281a9ae0d46599a80eba"),
     "dist/uPlot.min.css": ("uPlot.min.css", "df630c6a8d6f8eeaff264b50f73ce5b114f646ffd9a0bb74f049b0a00135fa04"),
     "LICENSE": ("uPlot.LICENSE", "8f989229699b4fe2f1a0432d0e9edc338a8a911e250e2d1b01ecd770a5f5b1bd"),
 }
-AXE = ("axe-core@4.14.1", "FHfa+lmNjQZfJz1q8wKqIDwC6DExcHt/pkjNQb09a3NPjCKg2rhu5qb2S4r76ASyFNNtuFooJpZe37OgudVGtQ==")
+AXE = ("axe-core@4.14.1",
+       "FHfa+lmNjQZfJz1q8wKqIDwC6DExcHt/pkjNQb09a3NPjCKg2rhu5qb2S4r76ASyFNNtuFooJpZe37OgudVGtQ==")
 AXE_SHA256 = "29348999450cdf2849a8e70b7912fc2da85a849da39c0d0d5394f51d4a9ed95c"
 
 
 def fetch(release, sha512):
     """The files of a package, by name."""
     with tempfile.TemporaryDirectory() as folder:
-        done = subprocess.run(["npm", "pack", release, "--silent", "--pack-destination", folder],
-                              capture_output=True, text=True, timeout=120, check=False)
+        try:
+            subprocess.run(["npm", "pack", release, "--silent", "--pack-destination", folder],
+                           capture_output=True, timeout=120, check=True)
+        except (OSError, subprocess.SubprocessError) as problem:
+            raise SystemExit(f"{release} can't be fetched: {problem}") from problem
         found = list(pathlib.Path(folder).glob("*.tgz"))
-        if done.returncode != 0 or not found:
-            raise SystemExit(f"{release} can't be fetched: {done.stderr.strip()}")
         package = found[0].read_bytes()
     if base64.b64encode(hashlib.sha512(package).digest()).decode() != sha512:
         raise SystemExit(f"{release} is not what it was")

@@ -1,6 +1,6 @@
 // Small helpers for elements. Text always goes in as text, never as markup.
 
-/** An element with properties (class, text, hidden …), attributes (whatever has a dash, role) and children. */
+/** An element with properties (class, text, hidden …), attributes (whatever is no property) and children. */
 export function element(tag, properties = {}, ...children) {
     const made = document.createElement(tag);
     for (const [name, value] of Object.entries(properties)) {

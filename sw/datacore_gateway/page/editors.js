@@ -10,7 +10,7 @@ export function isList({ description: { most, unique, isUnknown }, values }) {
     return most === undefined ? Boolean(unique) || asList(values).length > 1 : most !== 1 && !isUnknown;
 }
 
-/** An editor of what `writes` writes is {element, show()}: show() takes over the node's value unless the user is editing. */
+/** {element, show()}; show() takes over the node's value, but for what the user is editing. */
 export function makeEditor(node, writes, isCompact = false) {
     const { description } = node;
     const { kind, values } = description;
@@ -240,9 +240,8 @@ function pointEditor(context) {
     };
     const send = (x, y) => {
         const { width, height } = raster();
-        write(
-            `${Math.max(0, Math.min(width - 1, Math.round(x)))},${Math.max(0, Math.min(height - 1, Math.round(y)))}`,
-        );
+        const inside = (place, size) => Math.max(0, Math.min(size - 1, Math.round(place)));
+        write(`${inside(x, width)},${inside(y, height)}`);
     };
     const sendPointer = (event) => {
         const place = canvas.getBoundingClientRect();

@@ -102,7 +102,9 @@ export class LogView {
             reasons: [...node.invalid, ...node.inactive],
             isInvalid: node.isInvalid,
             state: node.state,
-            text: `${node.path} ${asList(node.values).join(" ")} ${node.invalid.join(" ")} ${STATES[node.state]}`.toLowerCase(),
+            text: [node.path, ...asList(node.values), ...node.invalid, STATES[node.state]]
+                .join(" ")
+                .toLowerCase(),
         }));
         this.#entries.push(...entries);
         if (this.#entries.length > MOST * 1.2) {

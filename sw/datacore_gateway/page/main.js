@@ -112,39 +112,35 @@ function notice(text, ...buttons) {
     }
 }
 
-function serverText({ name, address, state, problem }) {
-    return [name || address, state === "current" ? "" : problem || state].filter(Boolean).join(": ");
-}
+const lossText = ({ name, address, state, problem }) =>
+    `No link to ${name || address}: ${problem || state}. Its values are stale.`;
 
 store.addEventListener("servers", () => {
     const { servers } = store;
-    document.body.classList.toggle("is-offline", !store.isConnected);
     byId("mode").hidden = !store.isConnected || store.mayWrite;
     const stateOf = (server) => (store.isConnected ? server.state : "stale");
     const listed =
         servers.length <= MOST_SERVERS ? servers : servers.filter((server) => server.state !== "current");
     const others = servers.length - listed.length;
     byId("servers").replaceChildren(
-        ...listed
-            .slice(0, MOST_SERVERS)
-            .map((server) =>
-                element(
-                    "span",
-                    {
-                        class: `server state-${stateOf(server)}`,
-                        title: `${server.address}: ${server.problem || stateOf(server)}`,
-                        text: server.name || server.address,
-                    },
-                    element("span", { class: "unseen", text: `: ${stateOf(server)}` }),
-                ),
+        ...listed.slice(0, MOST_SERVERS).map((server) =>
+            element(
+                "span",
+                {
+                    class: `server state-${stateOf(server)}`,
+                    title: `${server.address}: ${server.problem || stateOf(server)}`,
+                    text: server.name || server.address,
+                },
+                element("span", { class: "unseen", text: `: ${stateOf(server)}` }),
             ),
+        ),
         ...(others > 0
             ? [element("span", { class: "server state-current", text: `${others} more current` })]
             : []),
     );
     const lost = servers.filter((server) => server.state !== "current");
     if (store.isConnected) {
-        notice(lost.length === 0 ? "" : `Stale: ${lost.map(serverText).join("; ")}`);
+        notice(lost.length === 0 ? "" : lost.map(lossText).join(" "));
     }
     document.title =
         servers.length === 1 ? `${servers[0].name || servers[0].address} · Instrument` : "Instrument";

@@ -138,7 +138,7 @@ class LeafPanel extends Panel {
         super(view, node, "leaf");
         const { description } = node;
         this.description = description;
-        this.value = element("output", { class: "big-value" });
+        this.value = element("span", { class: "big-value" });
         this.chips = element("span", { class: "chips" });
         this.reasons = element("ul", { class: "reasons" });
         this.when = element("span", { class: "when dim" });

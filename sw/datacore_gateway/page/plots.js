@@ -34,7 +34,7 @@ export function plotOptions(size, axes, series) {
     const font = `${Math.round(rem() * 0.8)}px system-ui`;
     return {
         ...size,
-        padding: [8, 24, 0, 0],
+        padding: [8, 2 * rem(), 0, 0],
         cursor: { points: { size: 6 }, drag: { x: true, y: false } },
         legend: { show: false },
         axes: axes.map((axis, at) => ({

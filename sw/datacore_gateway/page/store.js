@@ -113,10 +113,9 @@ export class Store extends EventTarget {
                 this.#emit("servers");
                 break;
             case "server":
-                this.servers = [
-                    ...this.servers.filter((server) => server.name !== message.name),
-                    message,
-                ].sort((a, b) => (a.name < b.name ? -1 : 1));
+                this.servers = this.servers.map((server) =>
+                    server.name === message.name ? message : server,
+                );
                 this.#emit("servers");
                 break;
             case "descriptions":

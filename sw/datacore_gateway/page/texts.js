@@ -87,7 +87,8 @@ export function limitsText(description) {
 export function timeText(ms) {
     const at = new Date(ms);
     const part = (number, digits = 2) => String(number).padStart(digits, "0");
-    return `${part(at.getHours())}:${part(at.getMinutes())}:${part(at.getSeconds())}.${part(at.getMilliseconds(), 3)}`;
+    const clock = [at.getHours(), at.getMinutes(), at.getSeconds()].map((number) => part(number));
+    return `${clock.join(":")}.${part(at.getMilliseconds(), 3)}`;
 }
 
 /** "1 node", "2 nodes". */
