@@ -29,14 +29,16 @@ with_package_manager() {
     return "$status"
 }
 
-# install_packages GROUP ...: installs the packages of these groups in packages.txt that are missing.
+# install_packages GROUP ...: installs the packages of these groups in packages.txt that are missing,
+# unless the machine has the command that one is for from elsewhere.
 # Works as root or through sudo.
 install_packages() {
-    local wanted missing=() package group
+    local wanted missing=() package group command
     wanted=" $* "
-    while read -r package group _; do
+    while read -r package group command _; do
         case "$package" in '' | '#'*) continue ;; esac
         case "$wanted" in *" $group "*) ;; *) continue ;; esac
+        [ -n "$command" ] && command -v "$command" >/dev/null && continue
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
             missing+=("$package")
     done <"$root/packages.txt"
