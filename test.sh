@@ -102,7 +102,7 @@ case "${1:-}" in
 '' | --quick | --form | --tsan | --valgrind | --fuzz | --soak | --docs | --armhf | --all | --coverage) ;;
 *) usage ;;
 esac
-install_packages build test
+install_packages build gateway test
 case "${1:-}" in
 '')
     run_form

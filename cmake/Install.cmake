@@ -1,15 +1,17 @@
 # What `cmake --install` puts where: the libraries with headers, a CMake package and pkg-config
-# files; the programs with their manual pages. Components: Runtime, Development, Tools.
+# files; the programs with their manual pages. Components: Runtime, Development, Tools, Gateway.
 include(GNUInstallDirs)
 
 set(INFRASTRUCTURE_SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 
-# infrastructure_install_tool(TARGET): the program, and docs/man/TARGET.1. Outside the system's own
+# infrastructure_install_tool(TARGET [COMPONENT]): the program, and docs/man/TARGET.1. Outside the system's own
 # folders, the program finds the libraries by a path relative to itself.
 function(infrastructure_install_tool target)
   if(NOT INFRASTRUCTURE_INSTALL)
     return()
   endif()
+  set(component Tools ${ARGN})
+  list(POP_BACK component component)
   set(page ${PROJECT_SOURCE_DIR}/docs/man/${target}.1)
   if(NOT EXISTS ${page})
     message(FATAL_ERROR "${target} is installed and has no manual page ${page}")
@@ -18,8 +20,8 @@ function(infrastructure_install_tool target)
     file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
   endif()
-  install(TARGETS ${target} RUNTIME COMPONENT Tools)
-  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
+  install(TARGETS ${target} RUNTIME COMPONENT ${component})
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
 endfunction()
 
 # The libraries, and all that another project needs to build with them.

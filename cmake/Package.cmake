@@ -1,4 +1,4 @@
-# Debian packages of the three components: `cmake --workflow --preset package`, or `cpack -G DEB`
+# Debian packages of the components: `cmake --workflow --preset package`, or `cpack -G DEB`
 # in any build directory except that of a cross build, where the packager would look at this machine's
 # architecture and libraries.
 if(CMAKE_CROSSCOMPILING)
@@ -8,6 +8,9 @@ set(CPACK_PACKAGE_VENDOR "The maintainers")
 set(CPACK_PACKAGE_CONTACT "The maintainers <maintainers@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL Runtime Development Tools)
+if(INFRASTRUCTURE_BUILD_EXAMPLES AND INFRASTRUCTURE_BUILD_GATEWAY)
+  list(APPEND CPACK_COMPONENTS_ALL Gateway)
+endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -45,5 +48,12 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "shared layer of a video instrument - tools
 A datacore server and its command-line client, a recorder of links, the board's
 report, tools for payload identifiers, captions and frames, and the
 verification host with its reference files.")
+
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_NAME infrastructure-gateway)
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_SECTION web)
+set(CPACK_DEBIAN_GATEWAY_PACKAGE_DEPENDS "${same_version}")
+set(CPACK_DEBIAN_GATEWAY_DESCRIPTION "shared layer of a video instrument - gateway
+The state of datacore servers for browsers, scripts and Prometheus, with its
+page.")
 
 include(CPack)

@@ -1,15 +1,16 @@
 # Programs, their installation, and what they print.
 
-# infrastructure_program(NAME LIBRARIES LIBRARY ... [SOURCES SOURCE ...]): the program NAME from
-# NAME.cpp, which uses only public headers; it is installed as a tool, with its manual page.
+# infrastructure_program(NAME LIBRARIES LIBRARY ... [SOURCES SOURCE ...] [COMPONENT COMPONENT]): the
+# program NAME from NAME.cpp, which uses only public headers; it is installed as a tool, with its manual
+# page, unless it belongs to another component.
 function(infrastructure_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "COMPONENT" "SOURCES;LIBRARIES")
   add_executable(${name} ${name}.cpp ${ARG_SOURCES})
   infrastructure_flags(${name})
   set_target_properties(${name} PROPERTIES AUTOMOC ON)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
-  infrastructure_install_tool(${name})
+  infrastructure_install_tool(${name} ${ARG_COMPONENT})
 endfunction()
 
 # infrastructure_expect(TEST EXPECTED): the test passes if what it prints matches EXPECTED and holds no

@@ -130,12 +130,7 @@ MqttBridge::MqttBridge(GatewayTree& gatewayTree, int serverIndex, MqttSettings m
           makePrefix(settings.root, tree.getServers()[static_cast<std::size_t>(serverIndex)].name))
 {
     connect(&tree, &GatewayTree::changed, this, &MqttBridge::publishChanges);
-    connect(&tree, &GatewayTree::serverChanged, this, [this](int changed) {
-        if (changed == server) {
-            publishAvailability(false);
-            publishChanges();
-        }
-    });
+    connect(&tree, &GatewayTree::serverChanged, this, &MqttBridge::publishChanges);
     connectToBroker();
 }
 
@@ -164,7 +159,7 @@ void MqttBridge::onConnected()
     published.clear();
     round.clear();
     next = 0;
-    seen = 0;
+    seen.reset();
     availability.clear();
     subscribedLevels = 0;
     subscribeTo(MqttTopics::countLevels(prefix) + 1);
@@ -185,22 +180,29 @@ void MqttBridge::onLost(const QString& reason)
     QTimer::singleShot(pauseMs, this, [this] { connectToBroker(); });
 }
 
-/// Goes through what has changed since the last time, oldest first, while the broker takes it. A
-/// node that changes again meanwhile does not keep the others waiting.
+/// Goes round after round through what has changed, oldest first, while the broker takes it. A node
+/// that changes again meanwhile does not keep the others waiting. Behind each round goes whether
+/// the link to the server was current when it began.
 void MqttBridge::publishChanges()
 {
+    const bool isCurrent =
+        tree.getServers()[static_cast<std::size_t>(server)].state == QLatin1String("current");
     while (isUp && connection->hasRoom()) {
         if (next < round.size()) {
             publishNode(round[next++]);
-        } else if (seen != tree.getRevision()) {
-            round = tree.collectChangedSince(seen);
-            std::reverse(round.begin(), round.end());
-            next = 0;
-            seen = tree.getRevision();
-        } else {
-            publishAvailability(true);
+            continue;
+        }
+        if (seen) {
+            publishAvailability(wasCurrent);
+        }
+        if (seen == tree.getRevision() && wasCurrent == isCurrent) {
             return;
         }
+        round = tree.collectChangedSince(seen.value_or(0));
+        std::reverse(round.begin(), round.end());
+        next = 0;
+        seen = tree.getRevision();
+        wasCurrent = isCurrent;
     }
 }
 
@@ -232,13 +234,10 @@ void MqttBridge::publishNode(int index)
     }
 }
 
-/// That it can't be reached is told at once, that it can when all values are on their way.
-void MqttBridge::publishAvailability(bool isComplete)
+void MqttBridge::publishAvailability(bool isOnline)
 {
-    const bool isOnline =
-        tree.getServers()[static_cast<std::size_t>(server)].state == QLatin1String("current");
     const QByteArray text = isOnline ? QByteArrayLiteral("online") : QByteArrayLiteral("offline");
-    if (isUp && text != availability && (isComplete || !isOnline)) {
+    if (text != availability) {
         availability = text;
         connection->publish(prefix + "/$available", text, RETAINED);
     }

@@ -56,7 +56,7 @@ private:
     void onLost(const QString& reason);
     void publishChanges();
     void publishNode(int index);
-    void publishAvailability(bool isComplete);
+    void publishAvailability(bool isOnline);
     void subscribeTo(int levels);
     void takeWrite(const MqttMessage& message);
     void answer(const QString& topic, const QString& id, const QString& path,
@@ -71,7 +71,8 @@ private:
     std::vector<quint64> published; ///< revision of each node that the broker has been sent
     std::vector<int> round;         ///< nodes to be published, oldest first
     std::size_t next = 0;           ///< in the round
-    quint64 seen = 0;               ///< revision of the tree when the round was made
+    std::optional<quint64> seen;    ///< revision of the tree when the round was made
+    bool wasCurrent = false;        ///< the link to the server, then
     QByteArray availability;        ///< as published
     int subscribedLevels = 0;
     int failures = 0;

@@ -11,6 +11,7 @@
 #include "infrastructure/utility/QuitOnSignal.h"
 #include "LivePages.h"
 #include "MqttBridge.h"
+#include "sw/datacore_server/ServiceNotification.h"
 #include "WebApi.h"
 
 #include <QCommandLineParser>
@@ -60,12 +61,13 @@ std::vector<GatewayServerSettings> readServers(const QStringList& texts, QString
     return servers;
 }
 
-/// The installed folder, or the one beside the sources.
+/// The one beside the program where it was built, or the installed one.
 QString findPageFolder()
 {
-    const QString installed = QDir(QCoreApplication::applicationDirPath())
-                                  .filePath(QStringLiteral("../share/datacore_gateway/page"));
-    return QDir(installed).exists() ? installed : QStringLiteral(DATACORE_GATEWAY_PAGE);
+    const QDir own(QCoreApplication::applicationDirPath());
+    const QString beside = own.filePath(QStringLiteral("page"));
+    return QDir(beside).exists() ? beside
+                                 : own.filePath(QStringLiteral("../share/datacore_gateway/page"));
 }
 
 /// The first line of a file; nothing if it can't be read.
@@ -215,7 +217,9 @@ int main(int argc, char** argv)
         std::printf("Listening at %s port %u\n", qPrintable(address.toString()),
                     unsigned(http.getPort()));
         std::fflush(stdout);
+        notifyServiceManager("READY=1");
         result = QCoreApplication::exec();
+        notifyServiceManager("STOPPING=1");
     }
     tearDownLogging();
     return result;

@@ -1,6 +1,6 @@
 // A server of many leaves that change all the time, for tests under load: each takes the time of
 // its change, in microseconds since 1970.
-//   busy_server LEAVES CHANGES_A_SECOND
+//   busy_server LEAVES CHANGES_A_SECOND [PORT]
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/datacore/DatacoreNumber.h"
 #include "infrastructure/server/DatacoreServer.h"
@@ -17,7 +17,7 @@
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    if (argc != 3) {
+    if (argc < 3) {
         return 2;
     }
     const int leafCount = std::atoi(argv[1]);
@@ -41,7 +41,8 @@ int main(int argc, char** argv)
             {QStringLiteral("us"), QStringLiteral("Time of change %1.").arg(i % inGroup), true});
     }
     DatacoreServer server({&config, &status, &command, &persistent});
-    if (!server.listen(QHostAddress(QHostAddress::LocalHost), 0)) {
+    if (!server.listen(QHostAddress(QHostAddress::LocalHost),
+                       argc > 3 ? quint16(std::atoi(argv[3])) : quint16(0))) {
         return 1;
     }
     std::printf("Listening at 127.0.0.1 port %u\n", unsigned(server.getPort()));

@@ -7,6 +7,7 @@ import contextlib
 import hashlib
 import http.client
 import json
+import os
 import pathlib
 import re
 import shlex
@@ -100,6 +101,13 @@ def open_page(port, source="127.0.0.1", **headers):
     page = WebSocket(connect(port, source), **headers)
     note("GET", "/api/live", page.status)
     return page
+
+
+def closing(page):
+    """The code with which a page is closed."""
+    while not isinstance(closed := page.receive(), tuple):
+        pass
+    return closed[0]
 
 
 def code(answer):
@@ -258,19 +266,15 @@ def check_page(port, client, server):
     late = open_page(port, "127.0.0.5")
     late.send({"type": "token", "token": TOKEN})
     check(late.receive()["type"] == "hello", "a token in the first message")
-    for text, status in ((b"x" * 300_000, 1009), (b"\xff", 1007)):
-        page = open_page(port)
-        page.send(text)
-        with contextlib.suppress(AttributeError):
-            while not isinstance(closed := page.receive(), tuple):
-                pass
-        check(closed[0] == status, f"closed with {status}", closed)
-    page = open_page(port)
-    for _ in range(1100):
-        page.send({"type": "none"})
-    while not isinstance(closed := page.receive(), tuple):
-        pass
-    check(closed[0] == 1008, "a flood of messages", closed)
+    long_path = {"type": "history", "id": 1, "path": "x" * 200_000}  # comes back in each answer
+    for source, message, count, status in (
+            ("127.0.0.1", b"x" * 300_000, 1, 1009), ("127.0.0.1", b"\xff", 1, 1007),
+            ("127.0.0.1", {"type": "none"}, 1100, 1008), ("127.0.0.1", long_path, 60, 1013),
+            ("127.0.0.6", {"type": "watch", "nodes": "all"}, 1, 1008)):
+        page = open_page(port, source)
+        for _ in range(count):
+            page.send(message)
+        check(closing(page) == status, f"closed with {status}")
 
 
 def check_limits(port):
@@ -291,8 +295,8 @@ def check_limits(port):
         end.shutdown(socket.SHUT_RDWR)
 
 
-def check_loss(gateway, server_program, port, server, other):
-    """Two servers, of which one goes and comes back."""
+def check_loss(gateway, server_program, busy_server, server, other):
+    """Two servers, of which one goes and comes back, and then another in its place."""
     def servers(name):
         text = ask(program.port, "/metrics")[2].decode()
         return re.findall(fr"datacore_value{{.*server=\"{name}\"", text), re.findall(
@@ -318,12 +322,18 @@ def check_loss(gateway, server_program, port, server, other):
             page.wait(type="server", name="a", state="current")
             check(json.loads(ask(program.port, f"/api/tree/a/{EQUALISER}")[2])
                   ["state"] == "current" and len(servers("a")[0]) > 9, "it is back")
+        with Listening(busy_server, 10, 10, server.port):
+            page.wait(type="nodes", last=True)
+            page.wait(type="removed")
+            check(ask(program.port, f"/api/tree/a/{EQUALISER}")[0] == 404 and ask(
+                program.port, "/api/tree/a/statusCoreRouter/group0/leaf9")[0] == 200, "what it has now")
 
 
 def check_slow_reader(gateway, busy_server):
     """A page that does not read for a while gets what is new, not what it has missed."""
     with Listening(busy_server, 1000, 20_000) as server, Listening(
-            gateway, "--port", "0", "--server", f"127.0.0.1:{server.port}") as program:
+            gateway, "--port", "0", "--server", f"127.0.0.1:{server.port}",
+            env={**os.environ, "ASAN_OPTIONS": "quarantine_size_mb=1"}) as program:
         wait_until_current(program.port)
         link = socket.socket()
         link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
@@ -395,7 +405,7 @@ def check_prometheus(port, server):
                               stderr=subprocess.DEVNULL) as prometheus:
             try:
                 def query(text):
-                    with contextlib.suppress(OSError, http.client.HTTPException):
+                    with contextlib.suppress(OSError, http.client.HTTPException, ValueError):
                         link = http.client.HTTPConnection("127.0.0.1", own, 5)
                         link.request("GET", "/api/v1/query?query=" + urllib.parse.quote(text))
                         return json.loads(link.getresponse().read()).get("data", {}).get("result")
@@ -432,6 +442,8 @@ def main(gateway, server_program, client, busy_server, tls):
         check(ask(plain.port, f"{INPUT}/label", "PUT", {"values": "x"})[0] == 403
               and not open_page(plain.port).receive()["mayWrite"], "read-only unless told otherwise")
         check_examples(plain.port)
+        half, silent = connect(port), open_page(port, "127.0.0.2")
+        half.sendall(b"GET / HTTP/1.1\r\n")
         check_files(port)
         check_tree(port)
         check_writes(port, server)
@@ -441,7 +453,15 @@ def main(gateway, server_program, client, busy_server, tls):
         check_slow_reader(gateway, busy_server)
         check_tls(gateway, other, pathlib.Path(tls))
         check_prometheus(port, server)
-        check_loss(gateway, server_program, port, server, other)
+        check_loss(gateway, server_program, busy_server, server, other)
+        check(closing(silent) == 1008 and half.recv(100) == b"", "who says nothing for long is dropped")
+        (folder / "token").write_text(TOKEN + "\n", encoding="utf-8")
+        (folder / "token.conf").write_text("role any read\ngrant any token " + ROLES.split("token ")[1]
+                                           .split()[0], encoding="utf-8")
+        guarded = stack.enter_context(serve(server_program, "--roles", folder / "token.conf"))
+        wait_until_current(stack.enter_context(Listening(
+            gateway, "--port", "0", "--server", f"127.0.0.1:{guarded.port}", "--token-file",
+            folder / "token")).port)
         program.process.terminate()
         check(program.end()[1] == 0, "it ends when told to")
     described = {(path, method.upper(), status) for path, item in DOCUMENT["paths"].items()

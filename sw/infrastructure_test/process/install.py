@@ -17,7 +17,7 @@ config/level = 175 (Stored number is Oversized)
 1 Hello World!
 1920x1080p50 YCbCr:422:10 3G A Rec.709
 """
-WITH_OPTIONS = ("datacore_client", "datacore_server", "make_frame", "replay", "show_captions")
+WITH_OPTIONS = ("datacore_client", "datacore_gateway", "datacore_server", "make_frame", "replay", "show_captions")
 
 
 def do(*words, **variables):
@@ -80,7 +80,9 @@ def check_tools(prefix):
 
 
 def check_service(prefix):
-    only(f"{prefix}/lib/systemd/system/datacore_server.service")
+    for name in ("datacore_server", "datacore_gateway"):
+        only(f"{prefix}/lib/systemd/system/{name}.service")
+    only(f"{prefix}/share/datacore_gateway/page/index.html")
     script = only(f"{prefix}/share/bash-completion/completions/datacore_client")
     text = do("bash", "-c", f'. "{script}"; COMP_LINE="x wa"; COMP_POINT=4; '
               f'_datacore_client "{prefix}/bin/datacore_client"; echo "${{COMPREPLY[*]}}"')
@@ -99,9 +101,9 @@ def unpack_packages(build, folder, cmake_folder):
     runtime = only(f"{folder}/root/usr/lib/**/libinfrastructure_core.so.?.?")
     runtime = "libinfrastructure" + runtime.rsplit(".so.", 1)[1]
     same = f"{runtime} (= {version})"
-    check(depends.keys() == {runtime, "libinfrastructure-dev", "infrastructure-tools"},
-          "there are three packages", depends.keys())
-    check(same in depends["libinfrastructure-dev"] and same in depends["infrastructure-tools"],
+    others = {"libinfrastructure-dev", "infrastructure-tools", "infrastructure-gateway"}
+    check(depends.keys() == {runtime, *others}, "these are the packages", depends.keys())
+    check(all(same in depends[package] for package in others),
           "they go with their own version of the library", depends)
     check(any(d.startswith("qtbase5-dev") for d in depends["libinfrastructure-dev"]),
           "development brings Qt", depends)

@@ -69,7 +69,13 @@ class Topics(Talking):
         super().__init__("mosquitto_sub", "-h", "127.0.0.1", "-p", broker.port, "-q", "1", "-F", "%t %p", "-t", topic, *words,
                          stderr=subprocess.DEVNULL)
         self.newest, self.counts = {}, {}
-        threading.Thread(target=self.collect, daemon=True).start()
+        self.collector = threading.Thread(target=self.collect)
+        self.collector.start()
+
+    def __exit__(self, *reason):
+        self.process.kill()
+        self.collector.join()
+        super().__exit__(*reason)
 
     def collect(self):
         for line in self.process.stdout:
@@ -109,9 +115,9 @@ def dump(port):
     return {path: next(iter(link.receive(Path=path)["Datacore"].values()))["data"] for path in paths}
 
 
-def check_catches_up(topics, port, above, what):
+def check_catches_up(topics, then, above, what):
     """All values of a moment come, or later ones: the changing leaves hold their time."""
-    then = {path: value for path, value in dump(port).items() if "framesSeen" not in path}
+    then = {path: value for path, value in then.items() if "framesSeen" not in path}
     def is_there(path, value):
         held = topics.get(f"{above}/{path}").get("values", "missing")
         return held == value or "/load/" in path and str(held).isdigit() and int(held) >= int(value)
@@ -122,7 +128,8 @@ def check_catches_up(topics, port, above, what):
 def check_writes(broker, topics):
     equaliser = "fleet/studio1/configCoreRouter/input1/equaliser"
     topics.wait(equaliser, "a value is there", values="4", invalid=[], inactive=[], state="current")
-    count = 0
+    images = "fleet/spare/configCoreRouter/subImages"
+    count, before = 0, topics.counts[images]
     for topic, payload, wanted in (
             (equaliser, {"values": "9"}, {"ok": True, "values": "9"}),
             (equaliser, {"values": ["99"]}, {"ok": True, "invalid": ["Stored number is Oversized"]}),
@@ -136,6 +143,8 @@ def check_writes(broker, topics):
         count += 1
         publish(broker, topic + "/set", {**payload, "answer": "desk/answers", "id": str(count)})
         topics.wait("desk/answers", f"{payload} is answered", **{"ok": False, "id": str(count), **wanted})
+    topics.wait(images, "others see it", values=["2", "1"])
+    check(topics.counts[images] == before + 1, "once", topics.counts[images] - before)
     topics.wait(equaliser, "the topic has the reason", values="99", invalid=["Stored number is Oversized"])
     # Neither what is no JSON, nor too large, nor an answer that would look like a node does harm.
     publish(broker, equaliser + "/set", "[" * 70_000)
@@ -160,16 +169,24 @@ def check_losses(broker, topics, server_program, servers, gateways, start_gatewa
         time.sleep(0.3)
         topics.newest.clear()
         broker.start()
-        check_catches_up(topics, first.port, "fleet/studio1", "after a killed broker's restart all is there")
-        check_catches_up(topics, second.port, "fleet/studio2", "and of the other server")
+        check_catches_up(topics, dump(first.port), "fleet/studio1", "after a killed broker's restart all is there")
+        check_catches_up(topics, dump(second.port), "fleet/studio2", "and of the other server")
         topics.wait("fleet/studio1/$available", "online")
+
+    broker.kill()
+    then = dump(first.port)
+    first.process.send_signal(signal.SIGSTOP)
+    topics.newest.clear()
+    broker.start()
+    check_catches_up(topics, then, "fleet/studio1", "more than fits at once comes without any change to push it")
+    first.process.send_signal(signal.SIGCONT)
 
     broker.process.send_signal(signal.SIGSTOP)
     before, counted = memory(gateways[1]), sum(topics.counts.values())
     time.sleep(4)  # 8000 changes
     broker.process.send_signal(signal.SIGCONT)
     check(memory(gateways[1]) < before + 8_000, "what a broker does not take does not pile up")
-    check_catches_up(topics, second.port, "fleet/studio2", "a broker that was slow gets the newest values")
+    check_catches_up(topics, dump(second.port), "fleet/studio2", "a broker that was slow gets the newest values")
     came = sum(topics.counts.values()) - counted
     check(came < 6_000, "and those alone", came)
 
@@ -251,7 +268,7 @@ def main(server_program, gateway_program, tls):
     with tempfile.TemporaryDirectory() as directory, contextlib.ExitStack() as stack:
         broker = Broker(directory, "plain", "allow_anonymous true")
         stack.callback(lambda: broker.kill())
-        servers = [stack.enter_context(serve(server_program)),
+        servers = [stack.enter_context(serve(server_program, "--leaves", "1000")),
                    stack.enter_context(serve(server_program, "--leaves", str(LEAVES), "--changes-per-second", "2000"))]
 
         def start_gateway(*words, **names):

@@ -1,7 +1,7 @@
 """The server as a service: it tells its manager when it listens and when it stops, and its unit is
 one that the manager takes. What docs/setup.md has users do works.
 
-usage: service.py DATACORE_SERVER DATACORE_CLIENT UNIT
+usage: service.py DATACORE_SERVER DATACORE_CLIENT UNIT [DATACORE_GATEWAY ITS_UNIT]
 """
 import os
 import pathlib
@@ -38,20 +38,21 @@ def check_unwanted(server, name):
 
 
 def check_unit(server, unit, folder):
-    text = pathlib.Path(unit).read_text(encoding="utf-8")
-    command = re.search(r"^ExecStart=/usr/bin/datacore_server (.*)$", text, re.M)[1]
+    text, name = pathlib.Path(unit).read_text(encoding="utf-8"), pathlib.Path(unit).stem
+    command = re.search(fr"^ExecStart=/usr/bin/{name} (.*)$", text, re.M)[1]
     known = set(re.findall(r"--[a-z-]+", run(server, "--help").stdout))
     used = set(re.findall(r"--[a-z-]+", text))
     check(used and used <= known, "the server has the options of its unit", used - known)
-    places = {"/run/datacore_server": "RuntimeDirectory", "/var/lib/datacore_server": "StateDirectory"}
+    places = {f"/run/{name}": "RuntimeDirectory", f"/var/lib/{name}": "StateDirectory",
+              f"/etc/{name}": "ConfigurationDirectory"}
     for place, directive in places.items():
-        check(f"{place}/" not in command or f"\n{directive}=datacore_server\n" in text,
+        check(f"{place}/" not in command or f"\n{directive}={name}\n" in text,
               f"the manager makes {place}")
     if not shutil.which("systemd-analyze"):
         print("not verified: there is no systemd-analyze")
         return
-    copy = pathlib.Path(folder, "datacore_server.service")
-    copy.write_text(text.replace("/usr/bin/datacore_server", server), encoding="utf-8")
+    copy = pathlib.Path(folder, f"{name}.service")
+    copy.write_text(text.replace(f"/usr/bin/{name}", server), encoding="utf-8")
     verified = run("systemd-analyze", "verify", "--man=no", str(copy))
     check(verified.returncode == 0 and verified.stderr == "", "systemd takes the unit", verified)
     exposure = run("systemd-analyze", "security", "--offline=yes", "--threshold=20", str(copy))
@@ -88,13 +89,15 @@ def check_setup(server, client, unit, folder):
         check(done.returncode == 1 and "does not take the token" in done.stderr, "a wrong token is told", done)
 
 
-def main(server, client, unit):
+def main(server, client, unit, *gateway):
     with tempfile.TemporaryDirectory() as folder:
         check_notification(server, f"{folder}/notify")
         check_notification(server, f"@{folder}")
         for name in (f"{folder}/none", "relative", "/" + "x" * 200, ""):
             check_unwanted(server, name)
         check_unit(server, unit, folder)
+        if gateway:
+            check_unit(*gateway, folder)
         if shutil.which("openssl"):
             check_setup(server, client, pathlib.Path(unit).read_text(encoding="utf-8"), folder)
 
