@@ -21,7 +21,8 @@ export class NodeView extends EventTarget {
             class: "empty",
             text: "Choose a node in the tree. Ctrl+click or Space adds more.",
         });
-        store.addEventListener("structure", () => this.setChosen(this.#paths));
+        // A task of its own: the tree is not to wait for the panels.
+        store.addEventListener("structure", () => setTimeout(() => this.setChosen(this.#paths)));
         store.addEventListener("servers", () => this.#showAll());
         store.addEventListener("changes", ({ detail }) => this.#onChanges(detail));
         writes.addEventListener("write", ({ detail }) =>

@@ -5,6 +5,7 @@ usage: page.py DATACORE_SERVER DATACORE_CLIENT DATACORE_GATEWAY FOLDER [--screen
 
 FOLDER keeps what is fetched for the test alone.
 """
+import contextlib
 import json
 import pathlib
 import signal
@@ -194,24 +195,30 @@ def check_markup(browser, gateway):
 
 def check_return(browser, server_program, gateway_program):
     """Server and gateway go and come back, each at its port; the page is not touched."""
-    server = serve(server_program)
-    gateway = open_gateway(gateway_program, server.port)
-    browser.open(address(gateway, EQUALISER))
-    browser.wait_text(f"{panel(EQUALISER)} .chip", "Valid")
-    check(browser.find("#mode").is_displayed() and not browser.find(f"{panel(EQUALISER)} .step").is_enabled(),
-          "a page that may not write says so and lets nobody try")
-    server.__exit__()
-    browser.wait_text(f"{panel(EQUALISER)} .chip.stale", "Stale")
-    browser.wait_text("#notice", "No link to 127.0.0.1")
-    server = Listening(server_program, "--port", server.port)
-    browser.wait("!document.querySelector('.is-stale') && document.getElementById('notice').hidden")
-    check(True, "a killed server shows as stale, and comes back")
-    gateway.__exit__()
-    browser.wait_text("#notice", "No link to the gateway")
-    browser.wait(f"document.querySelector('{panel(EQUALISER)}.is-stale .chip.stale')")
-    browser.wait("document.querySelectorAll('.tree-row.is-stale').length > 0")
-    with open_gateway(gateway_program, server.port, port=gateway.port), server:
-        browser.wait("!document.querySelector('.is-stale') && document.getElementById('notice').hidden")
+    def kill(program):
+        program.process.kill()
+        program.process.wait()
+
+    with contextlib.ExitStack() as running:
+        server = running.enter_context(serve(server_program))
+        gateway = running.enter_context(open_gateway(gateway_program, server.port))
+        browser.open(address(gateway, EQUALISER))
+        browser.wait_text(f"{panel(EQUALISER)} .chip", "Valid")
+        check(browser.find("#mode").is_displayed() and not browser.find(f"{panel(EQUALISER)} .step").is_enabled(),
+              "a page that may not write says so and lets nobody try")
+        is_back = "!document.querySelector('.is-stale') && document.getElementById('notice').hidden"
+        kill(server)
+        browser.wait_text(f"{panel(EQUALISER)} .chip.stale", "Stale")
+        browser.wait_text("#notice", "No link to 127.0.0.1")
+        running.enter_context(Listening(server_program, "--port", server.port))
+        browser.wait(is_back)
+        check(True, "a killed server shows as stale, and comes back")
+        kill(gateway)
+        browser.wait_text("#notice", "No link to the gateway")
+        browser.wait(f"document.querySelector('{panel(EQUALISER)}.is-stale .chip.stale')")
+        browser.wait("document.querySelectorAll('.tree-row.is-stale').length > 0")
+        running.enter_context(open_gateway(gateway_program, server.port, port=gateway.port))
+        browser.wait(is_back)
         check(True, "and so does the gateway")
 
 
