@@ -20,7 +20,8 @@ FOLDER = pathlib.Path(__file__).resolve().parent.parent / "sw/datacore_gateway/p
 UPLOT = ("uplot@1.6.32",  # and the SHA-512 of the package
          "KIMVnG68zvu5XXUbC4LQEPnhwOxBuLyW1AHtpm6IKTXImkbLgkMy+jabjLgSLMasNuGGzQm/ep3tOkyTxpiQIw==")
 UPLOT_FILES = {  # of the package: name here, SHA-256
-    "dist/uPlot.esm.js": ("uPlot.esm.js", "5dd9b3281aa64b461b42d9945f6adb2649d346502b12281a9ae0d46599a80eba"),
+    "dist/uPlot.iife.min.js": ("uPlot.iife.min.js",
+                               "19c8d4c6ad88929a79f4ae49d6f7161566dfd0ba3d15cc495e974f787eb78f1f"),
     "dist/uPlot.min.css": ("uPlot.min.css", "df630c6a8d6f8eeaff264b50f73ce5b114f646ffd9a0bb74f049b0a00135fa04"),
     "LICENSE": ("uPlot.LICENSE", "8f989229699b4fe2f1a0432d0e9edc338a8a911e250e2d1b01ecd770a5f5b1bd"),
 }

@@ -15,10 +15,19 @@ const AXIS_REM = 2;
 const REDRAW_MS = 100;
 
 let uPlot = null; // fetched when the first plot is needed: the page is there sooner
+let loading = null;
 
 /** The library that draws curves. */
 export async function loadUPlot() {
-    uPlot ??= (await import("./third_party/uPlot.esm.js")).default;
+    loading ??= new Promise((resolve, reject) => {
+        const script = document.createElement("script");
+        script.src = new URL("third_party/uPlot.iife.min.js", import.meta.url).href;
+        script.onload = resolve;
+        script.onerror = () => reject(new Error("The plot library is missing"));
+        document.head.append(script);
+    });
+    await loading;
+    uPlot = window.uPlot;
     return uPlot;
 }
 
