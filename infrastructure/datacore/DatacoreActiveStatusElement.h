@@ -8,8 +8,9 @@
 class DatacoreActiveStatusElement final : public DatacoreStatusElement<DatacoreActiveStatusMessage>
 {
 public:
-    explicit DatacoreActiveStatusElement(DatacoreElementPrivateInterface& elementOwner)
-        : DatacoreStatusElement(elementOwner)
+    DatacoreActiveStatusElement(DatacoreElementPrivateInterface& elementOwner,
+                                DatacoreElementState& elementState)
+        : DatacoreStatusElement(elementOwner, elementState)
     {
     }
 

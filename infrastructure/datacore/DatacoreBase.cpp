@@ -1,6 +1,5 @@
 #include "infrastructure/datacore/DatacoreBase.h"
 
-#include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/utility/Log.h"
 
@@ -70,39 +69,28 @@ private:
 
 } // namespace
 
+DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode)
+    : parent(parentNode)
+    , instanceName(name)
+{
+    elementState.className = className;
+    if (parent != nullptr) {
+        parent->children.add(instanceName, this);
+    }
+}
+
 DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
                            const QString& value)
-    : dataElement(*this, value)
-    , validStatusElement(*this)
-    , activeStatusElement(*this)
-    , classnameElement(*this, className)
-    , instanceName(name)
-    , parent(parentNode)
+    : DatacoreBase(className, name, parentNode)
 {
-    enterParent();
+    dataElement().initialiseValue(value);
 }
 
 DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode,
                            const std::deque<QString>& values)
-    : dataElement(*this, values)
-    , validStatusElement(*this)
-    , activeStatusElement(*this)
-    , classnameElement(*this, className)
-    , instanceName(name)
-    , parent(parentNode)
+    : DatacoreBase(className, name, parentNode)
 {
-    enterParent();
-}
-
-DatacoreBase::DatacoreBase(const QString& className, const QString& name, DatacoreBase* parentNode)
-    : dataElement(*this)
-    , validStatusElement(*this)
-    , activeStatusElement(*this)
-    , classnameElement(*this, className)
-    , instanceName(name)
-    , parent(parentNode)
-{
-    enterParent();
+    dataElement().initialiseValues(values);
 }
 
 DatacoreBase::DatacoreBase(const QString& name, DatacoreBase* parentNode, const QString& value)
@@ -124,32 +112,11 @@ DatacoreBase::DatacoreBase(const QString& name, DatacoreBase* parentNode)
 // Parent, children and pending changes may be gone by now.
 DatacoreBase::~DatacoreBase() = default;
 
-void DatacoreBase::enterParent()
-{
-    if (parent == nullptr) {
-        return;
-    }
-    if (!parent->children) {
-        parent->children = std::make_unique<DatacoreChildren>();
-    }
-    parent->children->add(instanceName, this);
-}
-
 template <typename Node>
 Node* DatacoreBase::findNode(Node* node, QStringView path)
 {
-    const QChar* next = path.begin();
-    while (next != path.end()) {
-        const QChar* const end = std::find(next, path.end(), TREE_LEVEL_DELIMITER());
-        const QStringView name(next, end);
-        if (name.isEmpty() || !node->children) {
-            return nullptr;
-        }
-        node = node->children->find(name);
-        if (node == nullptr) {
-            return nullptr;
-        }
-        next = end == path.end() ? end : end + 1;
+    while (node != nullptr && !path.isEmpty()) {
+        node = node->children.findFirst(path);
     }
     return node;
 }
@@ -184,24 +151,27 @@ QString DatacoreBase::getPath() const
 std::vector<DatacoreBase*> DatacoreBase::getChildren() const
 {
     std::vector<DatacoreBase*> nodes;
-    if (children) {
-        nodes.reserve(children->inOrder().size());
-        for (const auto& [name, child] : children->inOrder()) {
-            nodes.push_back(child);
-        }
+    nodes.reserve(children.inOrder().size());
+    for (const auto& [name, child] : children.inOrder()) {
+        nodes.push_back(child);
     }
     return nodes;
 }
 
-/// In the order of their keys.
-std::array<const DatacoreElement*, 4> DatacoreBase::getElements() const
+/// Calls `use` with each element, in the order of their keys.
+template <typename Use>
+void DatacoreBase::forEachElement(Use use)
 {
-    return {&classnameElement, &dataElement, &activeStatusElement, &validStatusElement};
+    use(classnameElement());
+    use(dataElement());
+    use(activeStatusElement());
+    use(validStatusElement());
 }
 
-std::array<DatacoreElement*, 4> DatacoreBase::getElements()
+template <typename Use>
+void DatacoreBase::forEachElement(Use use) const
 {
-    return {&classnameElement, &dataElement, &activeStatusElement, &validStatusElement};
+    self().forEachElement([&use](const DatacoreElement& element) { use(element); });
 }
 
 /// What one call carries through the tree. Copying an object and changing a key or two costs half
@@ -230,8 +200,8 @@ bool DatacoreBase::appendToJson(const QString& path, QJsonObject& json, bool jus
 void DatacoreBase::writeNode(QJsonObject& json, JsonWriter& writer) const
 {
     QJsonObject content = writeElements(writer);
-    if (writer.withChildren && children) {
-        for (const auto& [name, child] : children->inOrder()) {
+    if (writer.withChildren) {
+        for (const auto& [name, child] : children.inOrder()) {
             child->writeNode(content, writer);
         }
     }
@@ -243,20 +213,20 @@ QJsonObject DatacoreBase::writeElements(JsonWriter& writer) const
     const bool isPlain = !writer.justData && isValid() && isActive();
     if (isPlain && !writer.elements.isEmpty()) {
         QJsonObject content = writer.elements;
-        content.insert(dataElement.getKey(), dataElement.toJsonValue());
-        if (classnameElement.getClassName() != writer.className) {
-            content.insert(classnameElement.getKey(), classnameElement.toJsonValue());
+        content.insert(dataElement().getKey(), dataElement().toJsonValue());
+        if (elementState.className != writer.className) {
+            content.insert(classnameElement().getKey(), classnameElement().toJsonValue());
         }
         return content;
     }
     QJsonObject content;
-    for (const DatacoreElement* element : getElements()) {
-        if (!writer.justData || element->isData()) {
-            content.insert(element->getKey(), element->toJsonValue());
+    forEachElement([&](const DatacoreElement& element) {
+        if (!writer.justData || element.isData()) {
+            content.insert(element.getKey(), element.toJsonValue());
         }
-    }
+    });
     if (isPlain) {
-        writer.className = classnameElement.getClassName();
+        writer.className = elementState.className;
         writer.elements = content;
     }
     return content;
@@ -297,26 +267,26 @@ template void DatacoreBase::readNode(const JsonTextObject&, bool);
 int DatacoreBase::readElements(const QJsonObject& object, bool justData)
 {
     int keysLeft = object.size();
-    for (DatacoreElement* element : getElements()) {
-        if (justData && !element->isData()) {
-            continue;
+    forEachElement([&](auto&& element) {
+        if (justData && !element.isData()) {
+            return;
         }
-        const auto found = object.constFind(element->getKey());
+        const auto found = object.constFind(element.getKey());
         if (found != object.constEnd()) {
-            element->readJsonValue(found.value());
+            element.readJsonValue(found.value());
             --keysLeft;
         }
-    }
+    });
     return keysLeft;
 }
 
 /// Once no key is left, the remaining children need not be looked up.
 void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int keysLeft)
 {
-    if (!children || keysLeft == 0) {
+    if (keysLeft == 0) {
         return;
     }
-    children->walk([&](const QString& name, DatacoreBase& child) {
+    children.walk([&](const QString& name, DatacoreBase& child) {
         const auto found = object.constFind(name);
         if (found != object.constEnd()) {
             child.readNode(found.value().toObject(), justData);
@@ -328,22 +298,19 @@ void DatacoreBase::readChildren(const QJsonObject& object, bool justData, int ke
 
 bool DatacoreBase::isValid(DatacoreValidStatusMessages& reasons) const
 {
-    reasons = validStatusElement.getMessages();
+    reasons = validStatusElement().getMessages();
     return reasons.isEmpty();
 }
 
 bool DatacoreBase::isActive(DatacoreActiveStatusMessages& reasons) const
 {
-    reasons = activeStatusElement.getMessages();
+    reasons = activeStatusElement().getMessages();
     return reasons.isEmpty();
 }
 
 bool DatacoreBase::areChildrenValid() const
 {
-    if (!children) {
-        return true;
-    }
-    const std::vector<DatacoreChildren::Entry>& entries = children->inOrder();
+    const DatacoreChildren::Entries entries = children.inOrder();
     return std::all_of(entries.begin(), entries.end(), [](const DatacoreChildren::Entry& entry) {
         return entry.node->isValid() && entry.node->areChildrenValid();
     });
@@ -352,11 +319,11 @@ bool DatacoreBase::areChildrenValid() const
 DatacoreDescription DatacoreBase::getDescription() const
 {
     DatacoreDescription description;
-    if (children && getDataCount() == 0) {
+    if (!children.isEmpty() && getDataCount() == 0) {
         description.kind = DatacoreDescription::GROUP();
     }
     describe(description);
-    if (notes) {
+    if (const DatacoreNotes* notes = getNotes()) {
         description.unit = notes->unit;
         description.sentence = notes->sentence;
         description.leastCount = std::max(description.leastCount, notes->leastCount);
@@ -368,24 +335,23 @@ DatacoreDescription DatacoreBase::getDescription() const
 
 void DatacoreBase::setNotes(const DatacoreNotes& ownersNotes)
 {
-    notes = std::make_unique<DatacoreNotes>(ownersNotes);
+    elementState.makeRare().notes = std::make_unique<DatacoreNotes>(ownersNotes);
 }
 
 bool DatacoreBase::isReadOnlyForClients() const
 {
-    const DatacoreBase* node = this;
-    while (node != nullptr && !(node->notes && node->notes->isReadOnly)) {
-        node = node->parent;
+    for (const DatacoreBase* node = this; node != nullptr; node = node->parent) {
+        if (node->getNotes() != nullptr && node->getNotes()->isReadOnly) {
+            return true;
+        }
     }
-    return node != nullptr;
+    return false;
 }
 
 void DatacoreBase::clearChangeState()
 {
-    if (children) {
-        for (const auto& [name, child] : children->inOrder()) {
-            child->clearChangeState();
-        }
+    for (const auto& [name, child] : children.inOrder()) {
+        child->clearChangeState();
     }
     changeState = 0;
 }
@@ -397,12 +363,10 @@ std::vector<DatacoreBase*> DatacoreBase::takeChangedList()
 
 void DatacoreBase::notifyValidRecursive()
 {
-    if (children) {
-        children->walk([](const QString&, DatacoreBase& child) {
-            child.notifyValidRecursive();
-            return true;
-        });
-    }
+    children.walk([](const QString&, DatacoreBase& child) {
+        child.notifyValidRecursive();
+        return true;
+    });
     if (isValid()) {
         callHook(*this, [this] { onValid(); });
     }
@@ -413,15 +377,15 @@ void DatacoreBase::elementPopulated()
     if (changeState == 0) {
         changeState = 1;
     }
-    DatacoreChangeList self(this);
-    updateStatus(self);
+    DatacoreChangeList list(this);
+    updateStatus(list);
 }
 
 void DatacoreBase::elementChangedLocally()
 {
     changeState = 2;
-    DatacoreChangeList self(this);
-    updateStatus(self);
+    DatacoreChangeList list(this);
+    updateStatus(list);
 }
 
 /// The update procedure: what happens at this node, and then at all nodes above it, after the nodes
@@ -441,13 +405,13 @@ void DatacoreBase::updateStatus(DatacoreChangeList& list)
         // 3. Until step 6 the node is busy: if its own status changes, step 1 enters it.
         const Busy busy(updatingStatus);
         // 4. Why is it invalid?
-        DatacoreValidStatusMessages invalidReasons = validStatusElement.getMessages();
+        DatacoreValidStatusMessages invalidReasons = validStatusElement().getMessages();
         updateValidStatus(invalidReasons);
-        validStatusElement.setMessages(invalidReasons);
+        validStatusElement().setMessages(invalidReasons);
         // 5. Why is it inactive?
-        DatacoreActiveStatusMessages inactiveReasons = activeStatusElement.getMessages();
+        DatacoreActiveStatusMessages inactiveReasons = activeStatusElement().getMessages();
         updateActiveStatus(inactiveReasons);
-        activeStatusElement.setMessages(inactiveReasons);
+        activeStatusElement().setMessages(inactiveReasons);
         // 6. From here on, a write to this node updates it again.
     }
     // 7. A valid node may act.
@@ -486,8 +450,8 @@ void DatacoreBase::initialiseStatus()
 {
     DatacoreValidStatusMessages invalidReasons;
     updateValidStatus(invalidReasons);
-    validStatusElement.initialiseMessages(invalidReasons);
+    validStatusElement().initialiseMessages(invalidReasons);
     DatacoreActiveStatusMessages inactiveReasons;
     updateActiveStatus(inactiveReasons);
-    activeStatusElement.initialiseMessages(inactiveReasons);
+    activeStatusElement().initialiseMessages(inactiveReasons);
 }

@@ -4,18 +4,16 @@
 
 #include "infrastructure/datacore/DatacoreActiveStatusElement.h"
 #include "infrastructure/datacore/DatacoreChangeList.h"
+#include "infrastructure/datacore/DatacoreChildren.h"
 #include "infrastructure/datacore/DatacoreClassnameElement.h"
 #include "infrastructure/datacore/DatacoreDataElement.h"
 #include "infrastructure/datacore/DatacoreValidStatusElement.h"
 
 #include <QStringView>
 
-#include <array>
 #include <deque>
-#include <memory>
 #include <vector>
 
-class DatacoreChildren;
 class JsonTextIndex;
 struct DatacoreDescription;
 struct DatacoreNotes;
@@ -81,24 +79,24 @@ public:
     /// The same from a value in plain text.
     bool populateFromPlainJson(const PlainJsonValue& json, bool justData);
 
-    bool isValid() const { return validStatusElement.getMessages().isEmpty(); }
+    bool isValid() const { return validStatusElement().isEmpty(); }
     /// As above, with the reasons.
     bool isValid(DatacoreValidStatusMessages& reasons) const;
-    bool isActive() const { return activeStatusElement.getMessages().isEmpty(); }
+    bool isActive() const { return activeStatusElement().isEmpty(); }
     /// As above, with the reasons.
     bool isActive(DatacoreActiveStatusMessages& reasons) const;
     /// True when all nodes below this one are valid.
     bool areChildrenValid() const;
 
-    int getDataCount() const { return dataElement.getCount(); }
+    int getDataCount() const { return dataElement().getCount(); }
     /// The first value; empty if there is none.
-    QString getData() const { return dataElement.getValue(0); }
+    QString getData() const { return dataElement().getValue(0); }
     /// The value at an index from 0; empty if there is none.
-    QString getDataAt(int index) const { return dataElement.getValue(index); }
-    std::deque<QString> getDataList() const { return dataElement.getValues(); }
+    QString getDataAt(int index) const { return dataElement().getValue(index); }
+    std::deque<QString> getDataList() const { return dataElement().getValues(); }
 
     const QString& getInstanceName() const { return instanceName; }
-    QString getClassName() const { return classnameElement.getClassName(); }
+    QString getClassName() const { return elementState.className; }
     /// The names from the root down to this node, joined. Paths given to the root leave out the
     /// root's own name, with which this one begins.
     QString getPath() const;
@@ -121,8 +119,8 @@ public:
     quint32 getChangeState() const { return changeState; }
 
     /// Replaces all values, with one value or with a list. Equal values are no change.
-    void setData(const QString& value) { dataElement.setValue(value); }
-    void setData(const std::deque<QString>& values) { dataElement.setValues(values); }
+    void setData(const QString& value) { dataElement().setValue(value); }
+    void setData(const std::deque<QString>& values) { dataElement().setValues(values); }
 
     /// Sets the change state of this node and all below it to 0, children first.
     void clearChangeState();
@@ -153,7 +151,7 @@ protected:
     /// group for a node that has children but no value; an override sets what differs.
     virtual void describe(DatacoreDescription& description) const;
 
-    void setClassName(const QString& name) { classnameElement.setClassName(name); }
+    void setClassName(const QString& name) { classnameElement().setClassName(name); }
     /// Works out the initial status without telling anyone. For a constructor whose value may be
     /// bad from the start.
     void initialiseStatus();
@@ -164,13 +162,35 @@ private:
     template <typename Node>
     static Node* findNode(Node* node, QStringView path);
 
-    std::array<const DatacoreElement*, 4> getElements() const;
-    std::array<DatacoreElement*, 4> getElements();
+    // The elements are views, made for each use.
+    DatacoreDataElement dataElement() { return {*this, elementState}; }
+    DatacoreValidStatusElement validStatusElement() { return {*this, elementState}; }
+    DatacoreActiveStatusElement activeStatusElement() { return {*this, elementState}; }
+    DatacoreClassnameElement classnameElement() { return {*this, elementState}; }
+    const DatacoreDataElement dataElement() const { return self().dataElement(); }
+    const DatacoreValidStatusElement validStatusElement() const
+    {
+        return self().validStatusElement();
+    }
+    const DatacoreActiveStatusElement activeStatusElement() const
+    {
+        return self().activeStatusElement();
+    }
+    const DatacoreClassnameElement classnameElement() const { return self().classnameElement(); }
+    /// For a view that is constant itself.
+    DatacoreBase& self() const { return const_cast<DatacoreBase&>(*this); }
+    template <typename Use>
+    void forEachElement(Use use);
+    template <typename Use>
+    void forEachElement(Use use) const;
+    const DatacoreNotes* getNotes() const
+    {
+        return elementState.rare ? elementState.rare->notes.get() : nullptr;
+    }
     struct JsonWriter;
 
     void appendContent(JsonTextWriter& text, bool justData, bool withChildren) const;
     bool readText(const JsonTextIndex& text, bool justData);
-    DatacoreElement* findElement(QLatin1String key);
     void writeNode(QJsonObject& json, JsonWriter& writer) const;
     QJsonObject writeElements(JsonWriter& writer) const;
     template <typename Object>
@@ -180,18 +200,12 @@ private:
     void readChildren(const QJsonObject& object, bool justData, int keysLeft);
     void readChildren(const JsonTextObject& object, bool justData, int keysLeft);
     void updateStatus(DatacoreChangeList& list);
-    void enterParent();
-
-    DatacoreDataElement dataElement;
-    DatacoreValidStatusElement validStatusElement;
-    DatacoreActiveStatusElement activeStatusElement;
-    DatacoreClassnameElement classnameElement;
-    quint32 changeState = 2;
     bool populating = false;     ///< populateFromJson is running on this node
     bool updatingStatus = false; ///< the node's status is being worked out
-    DatacoreChangeList pendingChanges;
-    std::unique_ptr<DatacoreChildren> children; ///< null without children, as in nearly all nodes
-    std::unique_ptr<DatacoreNotes> notes;       ///< null without notes
-    QString instanceName;
+    quint8 changeState = 2;
     DatacoreBase* parent;
+    QString instanceName;
+    DatacoreChildren children;
+    DatacoreElementState elementState;
+    DatacoreChangeList pendingChanges;
 };

@@ -1,34 +1,65 @@
-#include "infrastructure/datacore/DatacoreChildren_p.h"
+#include "infrastructure/datacore/DatacoreChildren.h"
+
+#include "infrastructure/datacore/DatacoreJsonInterface.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
 
 namespace {
 
-constexpr std::size_t MAX_WALKED_ENTRIES = 8; ///< up to here a walk is as fast as the table
+constexpr quint32 FIRST_SLOT_COUNT = 4; ///< a power of two, 4 or more
+constexpr QChar DELIMITER = DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
 
-/// Hashes every character, four at a time. It never leaves the process, so byte order is
-/// irrelevant.
-quint32 hashOf(QStringView name)
+constexpr quint64 EACH_OF_FOUR = Q_UINT64_C(0x0001000100010001); ///< times a character
+
+/// True if one of four characters is the delimiter of paths.
+bool hasDelimiter(quint64 four)
+{
+    const quint64 differences = four ^ (EACH_OF_FOUR * DELIMITER.unicode());
+    return ((differences - EACH_OF_FOUR) & ~differences & (EACH_OF_FOUR << 15)) != 0;
+}
+
+struct HashedName
+{
+    QStringView name;
+    quint32 hash;
+};
+
+/// Hashes every character, four at a time, as far as the text or, in a path, the first name goes.
+/// It never leaves the process, so byte order is irrelevant.
+template <bool IS_PATH>
+HashedName hashName(QStringView text)
 {
     constexpr quint64 multiplier = Q_UINT64_C(0x9E3779B97F4A7C15);
     constexpr qsizetype atOnce = sizeof(quint64) / sizeof(QChar);
-    auto hash = static_cast<quint64>(name.size());
+    quint64 hash = 0;
     const auto take = [&hash](quint64 characters) {
         hash = (hash ^ characters) * multiplier;
         hash ^= hash >> 32;
     };
-    const QChar* next = name.begin();
-    for (quint64 four = 0; name.end() - next >= atOnce; next += atOnce) {
+    const QChar* next = text.begin();
+    for (quint64 four = 0; text.end() - next >= atOnce; next += atOnce) {
         std::memcpy(&four, next, sizeof four);
+        if (IS_PATH && hasDelimiter(four)) {
+            break;
+        }
         take(four);
     }
-    quint64 rest = 0;
-    for (; next != name.end(); ++next) {
+    quint64 rest = 0; // three characters at most
+    for (; next != text.end() && !(IS_PATH && *next == DELIMITER); ++next) {
         rest = rest << 16 | next->unicode();
     }
-    take(rest);
-    return static_cast<quint32>(hash);
+    const QStringView name(text.begin(), next);
+    take(rest ^ static_cast<quint64>(name.size()) << 48);
+    return {name, static_cast<quint32>(hash)};
+}
+
+quint32 hashOf(QStringView name)
+{
+    return hashName<false>(name).hash;
 }
 
 bool isEqual(const QString& a, QStringView b)
@@ -40,76 +71,132 @@ bool isEqual(const QString& a, QStringView b)
 
 } // namespace
 
+/// The head of the memory: the slots of an open-addressed table follow it, and then the entries. A
+/// slot holds the place of an entry plus 1 in as many low bits as it takes to number the slots, and
+/// the entry's hash above them, so that another name is seldom looked at; 0 is free.
+struct alignas(DatacoreChildren::Entry) DatacoreChildren::Block
+{
+    quint32 count;
+    quint32 mask;  ///< the number of slots minus 1
+    bool isSorted; ///< children are mostly added in the order of their names
+
+    static constexpr std::size_t capacityOf(quint32 slotCount)
+    {
+        return slotCount / 4 * 3; // so some slots are always free
+    }
+
+    static Block* make(quint32 slotCount)
+    {
+        const std::size_t bytes = sizeof(Block) + capacityOf(slotCount) * sizeof(Entry) +
+                                  std::size_t{slotCount} * sizeof(quint32);
+        auto* made = new (::operator new(bytes)) Block{0, slotCount - 1, true};
+        made->clearSlots();
+        return made;
+    }
+
+    static void free(Block* old)
+    {
+        if (old != nullptr) {
+            std::destroy_n(old->entries(), old->count);
+            ::operator delete(old);
+        }
+    }
+
+    bool isFull() const { return count == capacityOf(mask + 1); }
+    quint32* slots() { return reinterpret_cast<quint32*>(this + 1); }
+    Entry* entries() { return reinterpret_cast<Entry*>(slots() + std::size_t{mask} + 1); }
+    void clearSlots() { std::fill_n(slots(), std::size_t{mask} + 1, 0); }
+
+    void append(Entry&& entry)
+    {
+        isSorted = isSorted && (count == 0 || entries()[count - 1].name < entry.name);
+        new (entries() + count) Entry(std::move(entry));
+        enter(count++);
+    }
+
+    DatacoreBase* find(QStringView name, quint32 hash)
+    {
+        for (quint32 i = hash;; ++i) {
+            const quint32 slot = slots()[i & mask];
+            if (slot == 0) {
+                return nullptr;
+            }
+            if (((slot ^ hash) & ~mask) == 0) {
+                const Entry& entry = entries()[(slot & mask) - 1];
+                if (isEqual(entry.name, name)) {
+                    return entry.node;
+                }
+            }
+        }
+    }
+
+    void sort()
+    {
+        std::sort(entries(), entries() + count,
+                  [](const Entry& a, const Entry& b) { return a.name < b.name; });
+        isSorted = true;
+        clearSlots();
+        for (quint32 place = 0; place < count; ++place) {
+            enter(place);
+        }
+    }
+
+private:
+    void enter(quint32 place)
+    {
+        const quint32 hash = hashOf(entries()[place].name);
+        quint32 i = hash;
+        while (slots()[i & mask] != 0) {
+            ++i;
+        }
+        slots()[i & mask] = (hash & ~mask) | (place + 1);
+    }
+};
+
+DatacoreChildren::~DatacoreChildren()
+{
+    Block::free(block);
+}
+
 void DatacoreChildren::add(const QString& name, DatacoreBase* node)
 {
     if (find(name) != nullptr) {
         return;
     }
-    isSorted = isSorted && (entries.empty() || entries.back().name < name);
-    entries.push_back({name, node});
-    if (entries.size() <= MAX_WALKED_ENTRIES) {
-        return;
+    if (block == nullptr) {
+        block = Block::make(FIRST_SLOT_COUNT);
+    } else if (block->isFull()) {
+        Block* larger = Block::make(2 * (block->mask + 1));
+        std::for_each(block->entries(), block->entries() + block->count,
+                      [larger](Entry& entry) { larger->append(std::move(entry)); });
+        Block::free(std::exchange(block, larger));
     }
-    if (2 * entries.size() > table.size()) {
-        growTable();
-    } else {
-        addToTable(entries.size() - 1);
-    }
+    block->append({name, node});
 }
 
 DatacoreBase* DatacoreChildren::find(QStringView name) const
 {
-    if (table.empty()) {
-        const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
-            return isEqual(entry.name, name);
-        });
-        return found == entries.end() ? nullptr : found->node;
-    }
-    const quint32 hash = hashOf(name);
-    for (std::size_t i = hash;; ++i) {
-        const Slot slot = table[i & (table.size() - 1)];
-        if (slot.place == 0) {
-            return nullptr;
-        }
-        const Entry& entry = entries[slot.place - 1];
-        if (slot.hash == hash && isEqual(entry.name, name)) {
-            return entry.node;
-        }
-    }
+    return block == nullptr ? nullptr : block->find(name, hashOf(name));
 }
 
-const std::vector<DatacoreChildren::Entry>& DatacoreChildren::inOrder()
+DatacoreBase* DatacoreChildren::findFirst(QStringView& path) const
 {
-    if (!isSorted) {
-        std::sort(entries.begin(), entries.end(),
-                  [](const Entry& a, const Entry& b) { return a.name < b.name; });
-        isSorted = true;
-        if (!table.empty()) {
-            growTable();
-        }
+    if (block == nullptr) {
+        return nullptr;
     }
-    return entries;
+    const HashedName first = hashName<true>(path);
+    const qsizetype length = first.name.size();
+    path = path.mid(std::min(length + 1, path.size()));
+    return length == 0 ? nullptr : block->find(first.name, first.hash);
 }
 
-void DatacoreChildren::addToTable(std::size_t place)
+DatacoreChildren::Entries DatacoreChildren::inOrder() const
 {
-    const quint32 hash = hashOf(entries[place].name);
-    std::size_t i = hash;
-    while (table[i & (table.size() - 1)].place != 0) {
-        ++i;
+    if (block == nullptr) {
+        return {};
     }
-    table[i & (table.size() - 1)] = {hash, static_cast<quint32>(place + 1)};
-}
-
-/// Makes a table with room for twice the entries that there are.
-void DatacoreChildren::growTable()
-{
-    std::size_t count = 4 * MAX_WALKED_ENTRIES;
-    while (count < 2 * entries.size()) {
-        count *= 2;
+    if (!block->isSorted) {
+        block->sort();
     }
-    table.assign(count, Slot{});
-    for (std::size_t place = 0; place < entries.size(); ++place) {
-        addToTable(place);
-    }
+    return {block->entries(), block->count};
 }

@@ -3,29 +3,22 @@
 #include "infrastructure/datacore/JsonText_p.h"
 #include "infrastructure/datacore/PlainJson_p.h"
 
-DatacoreClassnameElement::DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner,
-                                                   const QString& name)
-    : DatacoreElement(elementOwner)
-    , className(name)
-{
-}
-
 void DatacoreClassnameElement::setClassName(const QString& name)
 {
-    if (name != className) {
-        className = name;
+    if (name != getClassName()) {
+        getState().className = name;
         getOwner().elementChangedLocally();
     }
 }
 
 QJsonValue DatacoreClassnameElement::toJsonValue() const
 {
-    return className;
+    return getClassName();
 }
 
 void DatacoreClassnameElement::appendJsonText(JsonTextWriter& text) const
 {
-    text.appendString(className);
+    text.appendString(getClassName());
 }
 
 void DatacoreClassnameElement::readJsonValue(const QJsonValue& /*value*/) {}

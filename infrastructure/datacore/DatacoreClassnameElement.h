@@ -7,9 +7,13 @@
 class DatacoreClassnameElement final : public DatacoreElement
 {
 public:
-    DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner, const QString& name);
+    DatacoreClassnameElement(DatacoreElementPrivateInterface& elementOwner,
+                             DatacoreElementState& elementState)
+        : DatacoreElement(elementOwner, elementState)
+    {
+    }
 
-    const QString& getClassName() const { return className; }
+    const QString& getClassName() const { return getState().className; }
     /// Sets the name. The owner is told if it is another one.
     void setClassName(const QString& name);
 
@@ -18,7 +22,4 @@ public:
     void appendJsonText(JsonTextWriter& text) const override;
     void readJsonValue(const QJsonValue& value) override;
     void readPlainJson(const PlainJsonValue& value) override;
-
-private:
-    QString className;
 };

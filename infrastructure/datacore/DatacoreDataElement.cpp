@@ -8,79 +8,80 @@
 
 #include <algorithm>
 
-DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner)
-    : DatacoreElement(elementOwner)
+void DatacoreDataElement::initialiseValue(const QString& value)
 {
+    getState().value = value.isNull() ? QString(QLatin1String("")) : value;
+    setSeveral({});
 }
 
-DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
-                                         const QString& value)
-    : DatacoreElement(elementOwner)
-{
-    hold(value);
-}
-
-DatacoreDataElement::DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
-                                         const std::deque<QString>& values)
-    : DatacoreElement(elementOwner)
+void DatacoreDataElement::initialiseValues(const std::deque<QString>& values)
 {
     hold(values);
-}
-
-void DatacoreDataElement::hold(const QString& value)
-{
-    single = value.isNull() ? QString(QLatin1String("")) : value;
-    several = QVector<QString>();
 }
 
 /// In the memory of the value before, where nobody shares it.
 void DatacoreDataElement::hold(QLatin1String value)
 {
-    single = value;
-    several = QVector<QString>();
+    getState().value = value;
+    setSeveral({});
+}
+
+void DatacoreDataElement::hold(const QString& value)
+{
+    initialiseValue(value);
 }
 
 template <typename Values>
 void DatacoreDataElement::hold(const Values& values)
 {
     if (values.size() == 1) {
-        hold(values.front());
+        initialiseValue(values.front());
         return;
     }
-    single = QString();
-    several = QVector<QString>();
+    QVector<QString> several;
     several.reserve(static_cast<int>(values.size()));
     for (const QString& value : values) {
         several.append(value);
     }
+    getState().value = QString();
+    setSeveral(several);
+}
+
+template <typename Values>
+bool DatacoreDataElement::holdsAll(const Values& values) const
+{
+    if (values.size() == 1) {
+        return holds(values.front());
+    }
+    const QVector<QString> several = getSeveral();
+    return !isSingle() && std::equal(values.begin(), values.end(), several.begin(), several.end());
 }
 
 QString DatacoreDataElement::getValue(int index) const
 {
-    return !single.isNull() && index == 0 ? single : several.value(index);
+    return isSingle() && index == 0 ? getState().value : getSeveral().value(index);
 }
 
 std::deque<QString> DatacoreDataElement::getValues() const
 {
-    return single.isNull() ? std::deque<QString>(several.begin(), several.end())
-                           : std::deque<QString>{single};
+    if (isSingle()) {
+        return {getState().value};
+    }
+    const QVector<QString> several = getSeveral();
+    return std::deque<QString>(several.begin(), several.end());
 }
 
 void DatacoreDataElement::setValue(const QString& value)
 {
     if (!holds(value)) {
-        hold(value);
+        initialiseValue(value);
         getOwner().elementChangedLocally();
     }
 }
 
 void DatacoreDataElement::setValues(const std::deque<QString>& values)
 {
-    const bool same = values.size() == 1
-                          ? holds(values.front())
-                          : single.isNull() && std::equal(values.begin(), values.end(),
-                                                          several.begin(), several.end());
-    if (!same) {
+    if (!holdsAll(values)) {
         hold(values);
         getOwner().elementChangedLocally();
     }
@@ -93,9 +94,10 @@ bool DatacoreDataElement::isData() const
 
 QJsonValue DatacoreDataElement::toJsonValue() const
 {
-    if (!single.isNull()) {
-        return single;
+    if (isSingle()) {
+        return getState().value;
     }
+    const QVector<QString> several = getSeveral();
     if (several.isEmpty()) {
         return QJsonValue::Null;
     }
@@ -108,18 +110,21 @@ QJsonValue DatacoreDataElement::toJsonValue() const
 
 void DatacoreDataElement::appendJsonText(JsonTextWriter& text) const
 {
-    if (!single.isNull()) {
-        text.appendString(single);
-    } else if (several.isEmpty()) {
-        text.append("null");
-    } else {
-        text.append("[");
-        for (const QString& value : several) {
-            text.appendString(value);
-            text.append(",");
-        }
-        text.replaceLast(']');
+    if (isSingle()) {
+        text.appendString(getState().value);
+        return;
     }
+    const QVector<QString> several = getSeveral();
+    if (several.isEmpty()) {
+        text.append("null");
+        return;
+    }
+    text.append("[");
+    for (const QString& value : several) {
+        text.appendString(value);
+        text.append(",");
+    }
+    text.replaceLast(']');
 }
 
 void DatacoreDataElement::readJsonValue(const QJsonValue& value)
@@ -138,9 +143,7 @@ void DatacoreDataElement::readJsonValue(const QJsonValue& value)
         for (const QJsonValue& entry : array) {
             values.append(entry.toString());
         }
-        const bool same =
-            values.size() == 1 ? holds(values.front()) : single.isNull() && values == several;
-        if (!same) {
+        if (!holdsAll(values)) {
             hold(values);
             getOwner().elementPopulated();
         }

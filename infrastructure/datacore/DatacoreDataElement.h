@@ -3,20 +3,19 @@
 
 #include "infrastructure/datacore/DatacoreElement.h"
 
-#include <QVector>
-
 #include <deque>
 
 /// A list of strings: none, one or more. In JSON: null, a string, an array of strings.
 class DatacoreDataElement final : public DatacoreElement
 {
 public:
-    explicit DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner);
-    DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner, const QString& value);
     DatacoreDataElement(DatacoreElementPrivateInterface& elementOwner,
-                        const std::deque<QString>& values);
+                        DatacoreElementState& elementState)
+        : DatacoreElement(elementOwner, elementState)
+    {
+    }
 
-    int getCount() const { return single.isNull() ? several.size() : 1; }
+    int getCount() const { return isSingle() ? 1 : getSeveral().size(); }
     /// The value at an index from 0; empty if there is none.
     QString getValue(int index) const;
     std::deque<QString> getValues() const;
@@ -25,6 +24,9 @@ public:
     /// equal.
     void setValue(const QString& value);
     void setValues(const std::deque<QString>& values);
+    /// Sets the first values, during construction; nobody is told.
+    void initialiseValue(const QString& value);
+    void initialiseValues(const std::deque<QString>& values);
 
     QLatin1String getKey() const override { return QLatin1String("data"); }
     bool isData() const override;
@@ -35,19 +37,20 @@ public:
     void readPlainJson(const PlainJsonValue& value) override;
 
 private:
+    bool isSingle() const { return !getState().value.isNull(); }
+    QVector<QString> getSeveral() const { return getState().getRare(&Rare::values); }
+    void setSeveral(const QVector<QString>& values) { getState().setRare(&Rare::values, values); }
     template <typename Text>
     bool holds(const Text& value) const
     {
-        return !single.isNull() && single == value;
+        return isSingle() && getState().value == value;
     }
+    template <typename Values>
+    bool holdsAll(const Values& values) const;
     template <typename Text>
     void readText(const Text& text);
     void hold(const QString& value);
     void hold(QLatin1String value);
     template <typename Values>
     void hold(const Values& values);
-
-    // Nearly every node has one value, which needs no memory beside its text.
-    QString single;           ///< the value where there is exactly one, never null; null otherwise
-    QVector<QString> several; ///< the values where there is not exactly one
 };

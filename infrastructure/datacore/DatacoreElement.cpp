@@ -13,11 +13,6 @@ bool fail(DatacoreJsonMessages& messages, DatacoreJsonMessage::MessageContent co
 
 } // namespace
 
-DatacoreElement::DatacoreElement(DatacoreElementPrivateInterface& elementOwner)
-    : owner(&elementOwner)
-{
-}
-
 bool DatacoreElement::isData() const
 {
     return false;

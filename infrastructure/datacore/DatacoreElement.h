@@ -3,6 +3,7 @@
 #pragma once
 
 #include "infrastructure/datacore/DatacoreElementPrivateInterface.h"
+#include "infrastructure/datacore/DatacoreElementState.h"
 #include "infrastructure/datacore/DatacoreJsonInterface.h"
 
 #include <QJsonValue>
@@ -10,8 +11,9 @@
 class JsonTextWriter;
 class PlainJsonValue;
 
-/// One part of a node: its values, its class name, or one of its two lists of reasons. Paths end
-/// here: any path but the empty one fails with message (Error, 5).
+/// One part of a node: its values, its class name, or one of its two lists of reasons. An element
+/// is a view: what it shows is kept by the node, so it is made where it is needed and costs no
+/// memory in between. Paths end here: any path but the empty one fails with message (Error, 5).
 class DatacoreElement : public DatacoreJsonInterface
 {
 public:
@@ -37,11 +39,21 @@ public:
     virtual void readPlainJson(const PlainJsonValue& value);
 
 protected:
-    /// The owner must outlive the element.
-    explicit DatacoreElement(DatacoreElementPrivateInterface& elementOwner);
+    using Rare = DatacoreElementState::Rare;
+
+    /// The owner and what it keeps must outlive the element.
+    DatacoreElement(DatacoreElementPrivateInterface& elementOwner,
+                    DatacoreElementState& elementState)
+        : owner(&elementOwner)
+        , state(&elementState)
+    {
+    }
 
     DatacoreElementPrivateInterface& getOwner() const { return *owner; }
+    const DatacoreElementState& getState() const { return *state; }
+    DatacoreElementState& getState() { return *state; }
 
 private:
     DatacoreElementPrivateInterface* owner;
+    DatacoreElementState* state;
 };

@@ -8,7 +8,7 @@
 template <typename Message>
 void DatacoreStatusElement<Message>::appendJsonText(JsonTextWriter& text) const
 {
-    if (messages.isEmpty()) {
+    if (isEmpty()) {
         text.append("[]");
     } else {
         DatacoreElement::appendJsonText(text);
@@ -18,7 +18,7 @@ void DatacoreStatusElement<Message>::appendJsonText(JsonTextWriter& text) const
 template <typename Message>
 void DatacoreStatusElement<Message>::readPlainJson(const PlainJsonValue& value)
 {
-    if (!value.isEmptyArray() || !messages.isEmpty()) {
+    if (!value.isEmptyArray() || !isEmpty()) {
         readJsonValue(value.toJsonValue());
     }
 }

@@ -8,13 +8,15 @@
 #include <QVector>
 
 #include <algorithm>
+#include <type_traits>
 
 /// The reasons for a status, as messages of one class.
 template <typename Message>
 class DatacoreStatusElement : public DatacoreElement
 {
 public:
-    const QVector<Message>& getMessages() const { return messages; }
+    QVector<Message> getMessages() const { return getState().getRare(getPart()); }
+    bool isEmpty() const { return !getState().rare || ((*getState().rare).*getPart()).isEmpty(); }
 
     /// Replaces the list. If it differs in length or in a message, the owner is told before the new
     /// list takes effect.
@@ -23,15 +25,19 @@ public:
         if (!isSame(newMessages)) {
             getOwner().elementChangedLocally();
         }
-        messages = newMessages;
+        initialiseMessages(newMessages);
     }
 
     /// Sets the first list, during construction; nobody is told.
-    void initialiseMessages(const QVector<Message>& newMessages) { messages = newMessages; }
+    void initialiseMessages(const QVector<Message>& newMessages)
+    {
+        getState().setRare(getPart(), newMessages);
+    }
 
     QJsonValue toJsonValue() const override
     {
         QJsonArray array;
+        const QVector<Message> messages = getMessages();
         for (const Message& message : messages) {
             array.append(message.toJson());
         }
@@ -59,7 +65,7 @@ public:
         if (!isComplete || !isSame(kept)) {
             getOwner().elementPopulated();
         }
-        messages = kept;
+        initialiseMessages(kept);
     }
 
     /// The same. In the usual case, no reasons before or after, it builds no array.
@@ -69,11 +75,20 @@ protected:
     using DatacoreElement::DatacoreElement;
 
 private:
+    /// Where a node keeps the messages of this class.
+    static constexpr auto getPart()
+    {
+        if constexpr (std::is_same_v<Message, DatacoreValidStatusMessage>) {
+            return &DatacoreElementState::Rare::invalidReasons;
+        } else {
+            return &DatacoreElementState::Rare::inactiveReasons;
+        }
+    }
+
     bool isSame(const QVector<Message>& other) const
     {
+        const QVector<Message> messages = getMessages();
         return std::equal(messages.begin(), messages.end(), other.begin(), other.end(),
                           [](const Message& a, const Message& b) { return a.equals(b); });
     }
-
-    QVector<Message> messages;
 };

@@ -1,6 +1,5 @@
 // Nodes of the state tree to JSON text and back, without objects in between.
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/datacore/DatacoreChildren_p.h"
 #include "infrastructure/datacore/JsonText_p.h"
 #include "infrastructure/datacore/JsonTextIndex_p.h"
 #include "infrastructure/utility/ParseJson.h"
@@ -38,12 +37,10 @@ void DatacoreBase::appendToJsonText(QByteArray& text, bool justData, bool withCh
 /// turns in the order of their keys. A child with the key of an element takes its place.
 void DatacoreBase::appendContent(JsonTextWriter& text, bool justData, bool withChildren) const
 {
-    const DatacoreChildren::Entry* child = nullptr;
-    const DatacoreChildren::Entry* end = nullptr;
-    if (withChildren && children) {
-        child = children->inOrder().data();
-        end = child + children->inOrder().size();
-    }
+    const DatacoreChildren::Entries entries =
+        withChildren ? children.inOrder() : DatacoreChildren::Entries();
+    const DatacoreChildren::Entry* child = entries.begin();
+    const DatacoreChildren::Entry* const end = entries.end();
     const auto appendChildren = [&](const DatacoreChildren::Entry* stop) {
         for (; child != stop; ++child) {
             child->node->appendContent(text, justData, withChildren);
@@ -63,10 +60,10 @@ void DatacoreBase::appendContent(JsonTextWriter& text, bool justData, bool withC
     };
     text.appendString(instanceName);
     text.append(":{");
-    appendElement(R"("class":)", classnameElement);
-    appendElement(R"("data":)", dataElement);
-    appendElement(R"("reasonsForBeingInactive":)", activeStatusElement);
-    appendElement(R"("reasonsForBeingInvalid":)", validStatusElement);
+    appendElement(R"("class":)", classnameElement());
+    appendElement(R"("data":)", dataElement());
+    appendElement(R"("reasonsForBeingInactive":)", activeStatusElement());
+    appendElement(R"("reasonsForBeingInvalid":)", validStatusElement());
     appendChildren(end);
     text.replaceLast('}'); // there was at least the data
 }
@@ -105,34 +102,27 @@ bool DatacoreBase::readText(const JsonTextIndex& text, bool justData)
     return true;
 }
 
-DatacoreElement* DatacoreBase::findElement(QLatin1String key)
-{
-    // Asked one by one, so that the compiler knows their keys.
-    if (key == classnameElement.getKey()) {
-        return &classnameElement;
-    }
-    if (key == dataElement.getKey()) {
-        return &dataElement;
-    }
-    if (key == activeStatusElement.getKey()) {
-        return &activeStatusElement;
-    }
-    return key == validStatusElement.getKey() ? &validStatusElement : nullptr;
-}
-
 /// The members are in the order in which elements are to be read.
 int DatacoreBase::readElements(const JsonTextObject& object, bool justData)
 {
     int keysLeft = 0;
     const JsonTextIndex& text = *object.text;
     for (const auto* member = object.first; member != nullptr; member = text.next(*member)) {
-        DatacoreElement* element = findElement(text.getKey(*member));
-        if (element == nullptr || (justData && !element->isData())) {
+        const auto isReadBy = [&](auto&& element) {
+            if (text.getKey(*member) != element.getKey() || (justData && !element.isData())) {
+                return false;
+            }
+            if (JsonTextIndex::isEscaped(*member)) {
+                element.readJsonValue(text.getString(*member));
+            } else {
+                element.readPlainJson(text.getValue(*member));
+            }
+            return true;
+        };
+        // Asked one by one, so that the compiler knows their keys.
+        if (!isReadBy(classnameElement()) && !isReadBy(dataElement()) &&
+            !isReadBy(activeStatusElement()) && !isReadBy(validStatusElement())) {
             ++keysLeft;
-        } else if (JsonTextIndex::isEscaped(*member)) {
-            element->readJsonValue(text.getString(*member));
-        } else {
-            element->readPlainJson(text.getValue(*member));
         }
     }
     return keysLeft;
@@ -140,21 +130,14 @@ int DatacoreBase::readElements(const JsonTextObject& object, bool justData)
 
 void DatacoreBase::readChildren(const JsonTextObject& object, bool justData, int keysLeft)
 {
-    if (!children) {
-        return;
-    }
     const JsonTextIndex& text = *object.text;
     std::size_t place = 0; // where the next child is if the text has them all
     for (const auto* member = object.first; member != nullptr && keysLeft > 0;
          member = text.next(*member)) {
         const QLatin1String key = text.getKey(*member);
-        const auto& entries = children->inOrder(); // hooks may have added some
+        const DatacoreChildren::Entries entries = children.inOrder(); // hooks may have added some
         if (place >= entries.size() || entries[place].name != key) {
-            const auto found =
-                std::lower_bound(entries.begin(), entries.end(), key,
-                                 [](const DatacoreChildren::Entry& entry, QLatin1String name) {
-                                     return entry.name < name;
-                                 });
+            const auto found = std::lower_bound(entries.begin(), entries.end(), key, isBefore);
             place = static_cast<std::size_t>(found - entries.begin());
             if (found == entries.end() || found->name != key) {
                 continue;

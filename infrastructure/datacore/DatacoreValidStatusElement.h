@@ -8,8 +8,9 @@
 class DatacoreValidStatusElement final : public DatacoreStatusElement<DatacoreValidStatusMessage>
 {
 public:
-    explicit DatacoreValidStatusElement(DatacoreElementPrivateInterface& elementOwner)
-        : DatacoreStatusElement(elementOwner)
+    DatacoreValidStatusElement(DatacoreElementPrivateInterface& elementOwner,
+                               DatacoreElementState& elementState)
+        : DatacoreStatusElement(elementOwner, elementState)
     {
     }
 

@@ -1,5 +1,5 @@
 #include "infrastructure/datacore/DatacoreBase.h"
-#include "infrastructure/datacore/DatacoreChildren_p.h"
+#include "infrastructure/datacore/DatacoreChildren.h"
 #include "sw/infrastructure_test/DatacoreSupport.h"
 
 #include <deque>

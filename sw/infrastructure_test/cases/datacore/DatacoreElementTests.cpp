@@ -16,6 +16,7 @@ struct Owner : DatacoreElementPrivateInterface
     void elementChangedLocally() override { ++changedLocally; }
     int populated = 0;
     int changedLocally = 0;
+    DatacoreElementState state;
 };
 
 } // namespace
@@ -23,10 +24,12 @@ struct Owner : DatacoreElementPrivateInterface
 TEST_CASE("Elements are leaves of the path, and must find their key", "[datacore]")
 {
     Owner owner;
-    DatacoreClassnameElement classname(owner, "Name"_s);
-    DatacoreDataElement data(owner, "5"_s);
-    DatacoreValidStatusElement valid(owner);
-    DatacoreActiveStatusElement active(owner);
+    owner.state.className = "Name"_s;
+    DatacoreClassnameElement classname(owner, owner.state);
+    DatacoreDataElement data(owner, owner.state);
+    data.initialiseValue("5"_s);
+    DatacoreValidStatusElement valid(owner, owner.state);
+    DatacoreActiveStatusElement active(owner, owner.state);
     const QString path = "further"_s;
     for (DatacoreElement* element :
          std::initializer_list<DatacoreElement*>{&classname, &data, &valid, &active}) {
@@ -88,7 +91,8 @@ TEST_CASE("Incoming data is a change where the values differ, not the form", "[d
     for (const auto& [held, incoming, isChange, result] : rows) {
         CAPTURE(incoming);
         Owner owner;
-        DatacoreDataElement element(owner, held);
+        DatacoreDataElement element(owner, owner.state);
+        element.initialiseValues(held);
         REQUIRE(element.getValues() == held);
         const QJsonObject json = parseObject(QByteArray(R"({"data": )") + incoming + '}');
         DatacoreJsonMessages messages;
@@ -103,7 +107,8 @@ TEST_CASE("Incoming data is a change where the values differ, not the form", "[d
 
         // What was read is what a setter would have stored.
         Owner setterOwner;
-        DatacoreDataElement setter(setterOwner, held);
+        DatacoreDataElement setter(setterOwner, setterOwner.state);
+        setter.initialiseValues(held);
         setter.setValues(result);
         CHECK(setter.getValues() == result);
         CHECK(setterOwner.changedLocally == (isChange ? 1 : 0));
@@ -114,7 +119,7 @@ TEST_CASE("Incoming data is a change where the values differ, not the form", "[d
 TEST_CASE("A null string is a value like any other empty one", "[datacore]")
 {
     Owner owner;
-    DatacoreDataElement element(owner);
+    DatacoreDataElement element(owner, owner.state);
     element.setValue(QString());
     CHECK(element.getCount() == 1);
     CHECK(element.toJsonValue() == QJsonValue(QString()));
@@ -148,7 +153,7 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
     for (const auto& [incoming, isChange, result] : rows) {
         CAPTURE(incoming);
         Owner owner;
-        DatacoreValidStatusElement element(owner);
+        DatacoreValidStatusElement element(owner, owner.state);
         element.setMessages({DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4)});
         CHECK(owner.changedLocally == 1);
         element.setMessages({DatacoreValidStatusMessage(MessageBase::MessageType_Error, 4)});
@@ -171,7 +176,8 @@ TEST_CASE("Incoming reasons of the element's own class are kept", "[datacore]")
 TEST_CASE("A class name is written, set, and never read", "[datacore]")
 {
     Owner owner;
-    DatacoreClassnameElement element(owner, "A"_s);
+    DatacoreClassnameElement element(owner, owner.state);
+    owner.state.className = "A"_s;
     DatacoreJsonMessages messages;
     CHECK(element.populateFromJson(QString(), parseObject(R"({"class": "B"})"), false, messages));
     CHECK(element.getClassName() == "A"_s);
