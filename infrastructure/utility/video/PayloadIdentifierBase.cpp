@@ -66,10 +66,15 @@ QLatin1String toString(PayloadIdentifierKey key)
 }
 
 PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifierFieldMap fieldMap)
+    : PayloadIdentifierBase(rawBytes, new PayloadIdentifierFieldMap(fieldMap))
+{
+    ownFields.reset(fields);
+}
+
+PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes,
+                                             const PayloadIdentifierFieldMap* constantFieldMap)
     : rawValue(rawBytes)
-    , bytes{{static_cast<quint8>(rawBytes >> 24), static_cast<quint8>(rawBytes >> 16),
-             static_cast<quint8>(rawBytes >> 8), static_cast<quint8>(rawBytes)}}
-    , fields(fieldMap)
+    , fields(constantFieldMap)
 {
     for (const QString& error : getReservedBitErrors()) {
         VELLOG_ERR() << error;
@@ -77,6 +82,12 @@ PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifier
 }
 
 PayloadIdentifierBase::~PayloadIdentifierBase() = default;
+
+std::array<quint8, 4> PayloadIdentifierBase::getBytes() const
+{
+    return {{static_cast<quint8>(rawValue >> 24), static_cast<quint8>(rawValue >> 16),
+             static_cast<quint8>(rawValue >> 8), static_cast<quint8>(rawValue)}};
+}
 
 SubImageDivision PayloadIdentifierBase::getSubImageDivision() const
 {
@@ -149,7 +160,7 @@ QString PayloadIdentifierBase::getDescription(bool withoutLinkInformation) const
     PayloadIdentifierText::appendSampling(text, *this);
     PayloadIdentifierText::appendInterface(text, getNumberOfLinks(), *this,
                                            toString(getSubImageDivision()));
-    if (!withoutLinkInformation && fields.contains(PayloadIdentifierKey_ChannelAssignment)) {
+    if (!withoutLinkInformation && fields->contains(PayloadIdentifierKey_ChannelAssignment)) {
         PayloadIdentifierText::appendWord(text, getLinkName());
     }
     PayloadIdentifierText::appendSignal(text, *this);
@@ -176,13 +187,13 @@ quint32 PayloadIdentifierBase::getSamplesForWidth(quint32 baseWidth) const
 
 bool PayloadIdentifierBase::checkThatPayloadIdentifierFieldsDoNotOverlap() const
 {
-    return fields.isFreeOfOverlaps();
+    return fields->isFreeOfOverlaps();
 }
 
 QStringList PayloadIdentifierBase::getReservedBitErrors() const
 {
     QStringList errors;
-    const quint32 reserved = rawValue & ~fields.getMask();
+    const quint32 reserved = rawValue & ~fields->getMask();
     for (quint32 bit = 0; bit < 32 && (reserved >> bit) != 0; ++bit) {
         if (((reserved >> bit) & 1u) != 0) {
             errors

@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QSet>
 
+#include <malloc.h>
 #include <numeric>
 
 using namespace Tessorn::Sdi;
@@ -142,6 +143,20 @@ TEST_CASE("The list has what links carry, with the bytes of each link", "[video]
     CHECK(listed().size() == 5408);
     CHECK(QCryptographicHash::hash(list, QCryptographicHash::Sha256).toHex() ==
           "ae1064dbfcde0e2261de706b11a06b5b793e6c16ee2d261aa3bd1b45664cc0b3");
+}
+
+TEST_CASE("The list is small, and a standard outlives it", "[video]")
+{
+    SupportedVideoStandards::Standard held;
+    {
+        const std::size_t before = mallinfo2().uordblks;
+        const SupportedVideoStandards standards;
+        const std::size_t bytes = mallinfo2().uordblks - before;
+        CHECK(bytes < 600000); // 0 where a sanitizer allocates
+        held = standards.getStandards()[5407];
+    }
+    CHECK(held->getPayloadIdentifiers()[3] == held->getPrimaryIdentifier());
+    CHECK(held->getPrimaryIdentifier()->getRawValue() != 0);
 }
 
 TEST_CASE("One link's bytes make the standard of all links", "[video]")
