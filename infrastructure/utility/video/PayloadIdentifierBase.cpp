@@ -14,8 +14,8 @@ namespace {
 struct FieldRow
 {
     PayloadIdentifierKey value;
-    std::string_view text;
-    std::string_view reader; ///< empty for a field that a comparison leaves out
+    char text[40];
+    char reader[40]; ///< empty for a field that a comparison leaves out
 };
 
 /// In the order in which a comparison reports.
@@ -40,20 +40,19 @@ constexpr FieldRow FIELDS[] = {
 
 bool differs(const FieldRow& row, const PayloadIdentifierBase& a, const PayloadIdentifierBase& b)
 {
-    return !row.reader.empty() && a.getField(row.value) != b.getField(row.value);
+    return row.reader[0] != '\0' && a.getField(row.value) != b.getField(row.value);
 }
 
 // The names of links, by channel assignment.
-constexpr std::string_view DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
-constexpr std::string_view LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
-                                           "Link5", "Link6", "Link7", "Link8"};
-constexpr std::string_view DATA_STREAM_NAMES[] = {"DS1_Link1", "DS2_Link1", "DS3_Link2",
-                                                  "DS4_Link2", "DS5_Link3", "DS6_Link3",
-                                                  "DS7_Link4", "DS8_Link4"};
+using LinkName = char[10];
+constexpr LinkName DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
+constexpr LinkName LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
+                                   "Link5", "Link6", "Link7", "Link8"};
+constexpr LinkName DATA_STREAM_NAMES[] = {"DS1_Link1", "DS2_Link1", "DS3_Link2", "DS4_Link2",
+                                          "DS5_Link3", "DS6_Link3", "DS7_Link4", "DS8_Link4"};
 
 template <std::size_t count>
-QLatin1String nameOf(const std::string_view (&names)[count], quint32 number,
-                     std::string_view otherwise)
+QLatin1String nameOf(const LinkName (&names)[count], quint32 number, std::string_view otherwise)
 {
     return Vocabulary::latin1(number < count ? names[number] : otherwise);
 }
@@ -238,7 +237,7 @@ quint32 PayloadIdentifierBase::getComparedMask(const PayloadIdentifierFieldMap& 
 {
     quint32 mask = 0;
     for (const FieldRow& row : FIELDS) {
-        mask |= row.reader.empty() ? 0 : fieldMap.get(row.value).getMask();
+        mask |= row.reader[0] == '\0' ? 0 : fieldMap.get(row.value).getMask();
     }
     return mask;
 }
