@@ -15,19 +15,20 @@ namespace {
 
 struct NumberKind
 {
-    QLatin1String name;
+    char name[8];
     bool isWhole;
 };
 
-#define DATACORE_KIND(TYPE, NAME) {QLatin1String(NAME, sizeof(NAME) - 1), std::is_integral_v<TYPE>},
+#define DATACORE_KIND(TYPE, NAME) {NAME, std::is_integral_v<TYPE>},
 constexpr NumberKind NUMBER_KINDS[] = {DATACORE_FOR_EACH_NUMBER_TYPE(DATACORE_KIND)};
 #undef DATACORE_KIND
 
 /// Null for a kind that is no number.
 const NumberKind* findNumberKind(const QString& kind)
 {
-    const auto found = std::find_if(std::begin(NUMBER_KINDS), std::end(NUMBER_KINDS),
-                                    [&](const NumberKind& row) { return row.name == kind; });
+    const auto found =
+        std::find_if(std::begin(NUMBER_KINDS), std::end(NUMBER_KINDS),
+                     [&](const NumberKind& row) { return QLatin1String(row.name) == kind; });
     return found == std::end(NUMBER_KINDS) ? nullptr : found;
 }
 

@@ -44,7 +44,7 @@ protected:
     struct TextRow
     {
         qint32 identifier;
-        const char* text; ///< ASCII
+        char text[132]; ///< ASCII
     };
 
     MessageBase(MessageType messageType, qint32 number);

@@ -86,13 +86,13 @@ struct FindingKind
 {
     FindingCode code;
     FindingSeverity severity;
-    const char* name; ///< stable, for programs: "sdi.word-too-wide"
-    const char*
-        text; ///< for engineers; %1 is what was expected, %2 what was found; %3 and %4 in decimal
+    char name[24]; ///< stable, for programs: "sdi.word-too-wide"
+    /// For engineers; %1 is what was expected, %2 what was found; %3 and %4 in decimal.
+    char text[84];
 };
 
 /// One row for each code, in their order.
-constexpr FindingKind FINDING_KINDS[] = {
+inline constexpr FindingKind FINDING_KINDS[] = {
     {FindingCode::WordTooWide, FindingSeverity::Error, "sdi.word-too-wide",
      "a word has more than 10 bits: %2"},
 

@@ -9,7 +9,7 @@
 /// A note's name, such as u"C♯/D♭ 3", and its frequency in hertz, rounded to three decimals.
 struct NoteFrequency
 {
-    const char16_t* name;
+    char16_t name[8];
     double hz;
 };
 

@@ -41,7 +41,7 @@ static_assert(READ_BUFFER_BYTES > NetworkConnection::DISCARD_THRESHOLD_BYTES);
 struct SocketErrorName
 {
     QAbstractSocket::SocketError error;
-    const char* name;
+    char name[40];
 };
 
 constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {

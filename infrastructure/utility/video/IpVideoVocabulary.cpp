@@ -10,7 +10,7 @@ template <typename Value>
 struct IpRow
 {
     Value value;
-    std::string_view text;
+    char text[16];
     bool isRead;
 };
 
@@ -62,9 +62,9 @@ constexpr IpRow<TransferCurve2110> TRANSFER_CURVES[] = {
 struct IpFrameRateRow
 {
     IpFrameRate value;
-    std::string_view text;
-    std::string_view rationalText;  ///< the other spelling; empty if there is none
-    std::string_view fieldRateText; ///< empty if the number itself is shown
+    char text[8];
+    char rationalText[12]; ///< the other spelling; empty if there is none
+    char fieldRateText[8]; ///< empty if the number itself is shown
 };
 
 constexpr IpFrameRateRow FRAME_RATES[] = {
@@ -142,7 +142,7 @@ IpFrameRate parseIpFrameRate(QStringView text, bool* ok)
 {
     for (const IpFrameRateRow& row : FRAME_RATES) {
         if (text == Vocabulary::latin1(row.text) ||
-            (!row.rationalText.empty() && text == Vocabulary::latin1(row.rationalText))) {
+            (row.rationalText[0] != '\0' && text == Vocabulary::latin1(row.rationalText))) {
             report(ok, true);
             return row.value;
         }

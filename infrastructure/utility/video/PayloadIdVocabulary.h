@@ -125,10 +125,10 @@ inline constexpr Vocabulary::Row<LuminanceAndColourDifferenceSignal> LUMINANCE_S
 struct FrameRateRow
 {
     FrameRate value;
-    std::string_view text;           ///< frames a second
-    std::string_view interlacedText; ///< fields a second
-    quint32 nominalHz;               ///< frames a second, a divisor of 1.001 left out; 0 for none
-    bool is1001;                     ///< true if the rate is nominalHz / 1.001
+    char text[8];           ///< frames a second
+    char interlacedText[8]; ///< fields a second
+    quint32 nominalHz;      ///< frames a second, a divisor of 1.001 left out; 0 for none
+    bool is1001;            ///< true if the rate is nominalHz / 1.001
 };
 
 inline constexpr FrameRateRow FRAME_RATES[] = {

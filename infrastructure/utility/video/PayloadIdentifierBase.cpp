@@ -14,8 +14,8 @@ namespace {
 struct FieldRow
 {
     PayloadIdentifierKey value;
-    std::string_view text;
-    std::string_view reader; ///< empty for a field that a comparison leaves out
+    char text[40];
+    char reader[40]; ///< empty for a field that a comparison leaves out
 };
 
 /// In the order in which a comparison reports.
@@ -40,20 +40,19 @@ constexpr FieldRow FIELDS[] = {
 
 bool differs(const FieldRow& row, const PayloadIdentifierBase& a, const PayloadIdentifierBase& b)
 {
-    return !row.reader.empty() && a.getField(row.value) != b.getField(row.value);
+    return row.reader[0] != '\0' && a.getField(row.value) != b.getField(row.value);
 }
 
 // The names of links, by channel assignment.
-constexpr std::string_view DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
-constexpr std::string_view LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
-                                           "Link5", "Link6", "Link7", "Link8"};
-constexpr std::string_view DATA_STREAM_NAMES[] = {"DS1_Link1", "DS2_Link1", "DS3_Link2",
-                                                  "DS4_Link2", "DS5_Link3", "DS6_Link3",
-                                                  "DS7_Link4", "DS8_Link4"};
+using LinkName = char[10];
+constexpr LinkName DUAL_LINK_NAMES[] = {"LinkA", "LinkB"};
+constexpr LinkName LINK_NAMES[] = {"Link1", "Link2", "Link3", "Link4",
+                                   "Link5", "Link6", "Link7", "Link8"};
+constexpr LinkName DATA_STREAM_NAMES[] = {"DS1_Link1", "DS2_Link1", "DS3_Link2", "DS4_Link2",
+                                          "DS5_Link3", "DS6_Link3", "DS7_Link4", "DS8_Link4"};
 
 template <std::size_t count>
-QLatin1String nameOf(const std::string_view (&names)[count], quint32 number,
-                     std::string_view otherwise)
+QLatin1String nameOf(const LinkName (&names)[count], quint32 number, std::string_view otherwise)
 {
     return Vocabulary::latin1(number < count ? names[number] : otherwise);
 }
@@ -66,10 +65,15 @@ QLatin1String toString(PayloadIdentifierKey key)
 }
 
 PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifierFieldMap fieldMap)
+    : PayloadIdentifierBase(rawBytes, new PayloadIdentifierFieldMap(fieldMap))
+{
+    ownFields.reset(fields);
+}
+
+PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes,
+                                             const PayloadIdentifierFieldMap* constantFieldMap)
     : rawValue(rawBytes)
-    , bytes{{static_cast<quint8>(rawBytes >> 24), static_cast<quint8>(rawBytes >> 16),
-             static_cast<quint8>(rawBytes >> 8), static_cast<quint8>(rawBytes)}}
-    , fields(fieldMap)
+    , fields(constantFieldMap)
 {
     for (const QString& error : getReservedBitErrors()) {
         VELLOG_ERR() << error;
@@ -77,6 +81,12 @@ PayloadIdentifierBase::PayloadIdentifierBase(quint32 rawBytes, PayloadIdentifier
 }
 
 PayloadIdentifierBase::~PayloadIdentifierBase() = default;
+
+std::array<quint8, 4> PayloadIdentifierBase::getBytes() const
+{
+    return {{static_cast<quint8>(rawValue >> 24), static_cast<quint8>(rawValue >> 16),
+             static_cast<quint8>(rawValue >> 8), static_cast<quint8>(rawValue)}};
+}
 
 SubImageDivision PayloadIdentifierBase::getSubImageDivision() const
 {
@@ -149,7 +159,7 @@ QString PayloadIdentifierBase::getDescription(bool withoutLinkInformation) const
     PayloadIdentifierText::appendSampling(text, *this);
     PayloadIdentifierText::appendInterface(text, getNumberOfLinks(), *this,
                                            toString(getSubImageDivision()));
-    if (!withoutLinkInformation && fields.contains(PayloadIdentifierKey_ChannelAssignment)) {
+    if (!withoutLinkInformation && fields->contains(PayloadIdentifierKey_ChannelAssignment)) {
         PayloadIdentifierText::appendWord(text, getLinkName());
     }
     PayloadIdentifierText::appendSignal(text, *this);
@@ -176,13 +186,13 @@ quint32 PayloadIdentifierBase::getSamplesForWidth(quint32 baseWidth) const
 
 bool PayloadIdentifierBase::checkThatPayloadIdentifierFieldsDoNotOverlap() const
 {
-    return fields.isFreeOfOverlaps();
+    return fields->isFreeOfOverlaps();
 }
 
 QStringList PayloadIdentifierBase::getReservedBitErrors() const
 {
     QStringList errors;
-    const quint32 reserved = rawValue & ~fields.getMask();
+    const quint32 reserved = rawValue & ~fields->getMask();
     for (quint32 bit = 0; bit < 32 && (reserved >> bit) != 0; ++bit) {
         if (((reserved >> bit) & 1u) != 0) {
             errors
@@ -227,7 +237,7 @@ quint32 PayloadIdentifierBase::getComparedMask(const PayloadIdentifierFieldMap& 
 {
     quint32 mask = 0;
     for (const FieldRow& row : FIELDS) {
-        mask |= row.reader.empty() ? 0 : fieldMap.get(row.value).getMask();
+        mask |= row.reader[0] == '\0' ? 0 : fieldMap.get(row.value).getMask();
     }
     return mask;
 }

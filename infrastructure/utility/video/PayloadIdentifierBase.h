@@ -12,6 +12,7 @@
 #include <QStringList>
 
 #include <array>
+#include <memory>
 #include <vector>
 
 /// PayloadIdentifierKey_SampleStructure => "sample structure"; a number that is not a key => "".
@@ -61,11 +62,11 @@ public:
 
     quint32 getRawValue() const { return rawValue; }
     /// Byte 0 first, as on the wire.
-    std::array<quint8, 4> getBytes() const { return bytes; }
-    const PayloadIdentifierFieldMap& getFieldMap() const { return fields; }
+    std::array<quint8, 4> getBytes() const;
+    const PayloadIdentifierFieldMap& getFieldMap() const { return *fields; }
 
     /// A field's value; 0 for a field that this kind does not have.
-    quint32 getField(PayloadIdentifierKey key) const { return fields.get(key).read(rawValue); }
+    quint32 getField(PayloadIdentifierKey key) const { return fields->get(key).read(rawValue); }
     quint32 getPayloadAndDigitialInterface() const;
     quint32 getSampleStructure() const;
     quint32 getFrameRate() const;
@@ -103,12 +104,16 @@ public:
     /// The bits that a comparison looks at, for identifiers with this table.
     static quint32 getComparedMask(const PayloadIdentifierFieldMap& fieldMap);
 
+protected:
+    /// The same with a constant table, which is not copied.
+    PayloadIdentifierBase(quint32 rawBytes, const PayloadIdentifierFieldMap* constantFieldMap);
+
 private:
     QLatin1String getLinkName() const;
 
     quint32 rawValue;
-    std::array<quint8, 4> bytes;
-    PayloadIdentifierFieldMap fields;
+    std::unique_ptr<const PayloadIdentifierFieldMap> ownFields; ///< null for a constant table
+    const PayloadIdentifierFieldMap* fields;
 };
 
 inline quint32 PayloadIdentifierBase::getPayloadAndDigitialInterface() const

@@ -1,34 +1,11 @@
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 
-#include "infrastructure/utility/video/PayloadIdentifierVariants.h"
-
-#include <array>
-#include <iterator>
-#include <utility>
+#include "infrastructure/utility/video/PayloadIdentifierInterfaces.h"
 
 using namespace Tessorn::Sdi::PayloadId;
 using PayloadIdentifierInterfaces::TABLE;
 
 namespace {
-
-using Identifier = std::shared_ptr<const PayloadIdentifierBase>;
-
-template <quint32 payloadByte>
-Identifier create(quint32 rawValue)
-{
-    return std::make_shared<PayloadIdentifierOf<payloadByte>>(rawValue);
-}
-
-using Create = Identifier (*)(quint32 rawValue);
-
-template <std::size_t... row>
-constexpr std::array<Create, sizeof...(row)> getCreators(std::index_sequence<row...>)
-{
-    return {create<TABLE[row].payloadByte>...};
-}
-
-/// In the order of the rows.
-constexpr auto CREATORS = getCreators(std::make_index_sequence<std::size(TABLE)>());
 
 constexpr bool isSound()
 {
@@ -104,10 +81,10 @@ const PayloadIdentifierFacts* findPayloadIdentifierFacts(quint32 payloadByte)
     return PayloadIdentifierInterfaces::find(payloadByte);
 }
 
-Identifier createPayloadIdentifier(quint32 rawValue)
+std::shared_ptr<const PayloadIdentifierVariant> createPayloadIdentifier(quint32 rawValue)
 {
     const PayloadIdentifierFacts* row = findPayloadIdentifierFacts(rawValue >> 24);
-    return row != nullptr ? CREATORS[static_cast<std::size_t>(row - TABLE)](rawValue) : nullptr;
+    return row != nullptr ? std::make_shared<PayloadIdentifierVariant>(rawValue, *row) : nullptr;
 }
 
 std::optional<quint32> parsePayloadIdentifierBytes(QStringView text)

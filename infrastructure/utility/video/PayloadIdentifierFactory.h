@@ -13,8 +13,9 @@
 /// The facts of the interface that this byte 0 stands for, or null.
 const PayloadIdentifierFacts* findPayloadIdentifierFacts(quint32 payloadByte);
 
-/// The identifier of the kind that byte 0, the top byte, selects; null if it selects none.
-std::shared_ptr<const PayloadIdentifierBase> createPayloadIdentifier(quint32 rawValue);
+/// The identifier of the kind that byte 0, the top byte, selects; null if it selects none. It tells
+/// its kind by its facts, not by a class of its own.
+std::shared_ptr<const PayloadIdentifierVariant> createPayloadIdentifier(quint32 rawValue);
 
 /// Four decimal numbers from 0 to 255, byte 0 first, with one blank between; nothing for any other
 /// text.

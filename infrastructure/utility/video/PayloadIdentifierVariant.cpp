@@ -8,7 +8,7 @@ using namespace Tessorn::Sdi::PayloadId;
 
 PayloadIdentifierVariant::PayloadIdentifierVariant(quint32 rawBytes,
                                                    const PayloadIdentifierFacts& interfaceFacts)
-    : PayloadIdentifierBase(rawBytes, interfaceFacts.fields)
+    : PayloadIdentifierBase(rawBytes, &interfaceFacts.fields)
     , facts(interfaceFacts)
 {
 }

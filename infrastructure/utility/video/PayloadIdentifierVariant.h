@@ -5,8 +5,6 @@
 #include "infrastructure/utility/video/PayloadIdentifierBase.h"
 #include "infrastructure/utility/video/PayloadIdentifierValues.h"
 
-#include <string_view>
-
 /// A field whose value lies in a set. By itself it always holds.
 struct PayloadIdentifierCondition
 {
@@ -19,7 +17,7 @@ struct PayloadIdentifierRule
 {
     PayloadIdentifierKey key;
     PayloadIdentifierValues allowed;
-    std::string_view complaint; ///< followed by the value in decimal
+    char complaint[88]; ///< followed by the value in decimal
     PayloadIdentifierCondition when[3] = {};
 };
 

@@ -1,5 +1,6 @@
 // The eleven kinds of digital interface that the instrument knows, a class each, which answers from
-// the row for its byte 0 in PayloadIdentifierInterfaces.h.
+// the row for its byte 0 in PayloadIdentifierInterfaces.h. They are names for who makes an
+// identifier of a kind that is known when it is compiled; the factory needs none of them.
 #pragma once
 
 #include "infrastructure/utility/video/PayloadIdentifierInterfaces.h"

@@ -56,7 +56,7 @@ enum PictureFormat : quint32 {
 struct SdiDataRateRow
 {
     SdiDataRate value;
-    std::string_view text;
+    char text[12];
     quint32 sampleClockHz; ///< samples a second of the serial clock, at the rates without 1/1.001
 };
 

@@ -1,6 +1,7 @@
 #include "infrastructure/utility/video/StandardFromPayloadIdentifier.h"
 
 #include "infrastructure/utility/Log.h"
+#include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/PayloadIdentifierText_p.h"
 #include "infrastructure/utility/video/PayloadIdentifierValues.h"
 
@@ -30,8 +31,8 @@ constexpr AggregateRow AGGREGATE_RATES[] = {
     {4, SdiDataRate_1G5, SdiDataRate_6G}, {8, SdiDataRate_1G5, SdiDataRate_12G},
 };
 
-/// Four quadrants count as this many links, however many each takes.
-constexpr quint32 SQUARE_DIVISION_LINKS = 4;
+/// Of a square division. They count as as many links, however many each takes.
+constexpr quint32 QUADRANTS = 4;
 
 constexpr quint32 LINES_OF_UNKNOWN_RASTER = 1125;
 constexpr quint32 RATE_OF_UNKNOWN_CODE_HZ = 30;
@@ -148,6 +149,27 @@ constexpr LayoutRow LAYOUTS[] = {
 };
 // clang-format on
 
+/// The identifiers of all links, this one first.
+StandardFromPayloadIdentifier::Identifiers
+identifiersOfLinks(const StandardFromPayloadIdentifier::Identifier& identifier)
+{
+    const auto& facts = static_cast<const PayloadIdentifierVariant&>(*identifier).getFacts();
+    const PayloadIdentifierField channel = facts.fields.get(PayloadIdentifierKey_ChannelAssignment);
+    const quint32 linkOfGiven = channel.read(identifier->getRawValue()) / facts.channelsPerLink;
+    const quint32 given = linkOfGiven < facts.links ? linkOfGiven : 0;
+    // The others are built from fields alone, so that a reserved bit is logged only once.
+    const quint32 ofOthers = identifier->getRawValue() & facts.fields.getMask();
+    StandardFromPayloadIdentifier::Identifiers identifiers{identifier};
+    identifiers.reserve(facts.links);
+    for (quint32 link = 0; link < facts.links; ++link) {
+        if (link != given) {
+            identifiers.push_back(
+                createPayloadIdentifier(channel.write(ofOthers, link * facts.channelsPerLink)));
+        }
+    }
+    return identifiers;
+}
+
 constexpr char LOG_ORIGIN[] = "StandardFromPayloadIdentifier::getTransmissionMetrics: ";
 
 const LayoutRow& findRow(const StandardFromPayloadIdentifier& standard)
@@ -220,15 +242,43 @@ makeMetrics(const StandardFromPayloadIdentifier& standard, const FoundLayout& fo
 
 StandardFromPayloadIdentifier::StandardFromPayloadIdentifier(Identifiers identifiers,
                                                              bool isSquareDivision, quint32 links)
-    : payloadIdentifiers(std::move(identifiers))
+    : numberOfLinks(links)
     , squareDivision(isSquareDivision)
-    , numberOfLinks(links)
 {
-    payloadIdentifiers.erase(
-        std::remove(payloadIdentifiers.begin(), payloadIdentifiers.end(), nullptr),
-        payloadIdentifiers.end());
-    primaryIdentifier = payloadIdentifiers.empty() ? std::make_shared<PayloadIdentifierBase>(0)
-                                                   : payloadIdentifiers.front();
+    identifiers.erase(std::remove(identifiers.begin(), identifiers.end(), nullptr),
+                      identifiers.end());
+    primaryIdentifier =
+        identifiers.empty() ? std::make_shared<PayloadIdentifierBase>(0) : identifiers.front();
+    givenIdentifiers = std::make_shared<const Identifiers>(std::move(identifiers));
+}
+
+StandardFromPayloadIdentifier::StandardFromPayloadIdentifier(
+    Identifier primary, bool isSquareDivision, quint32 links,
+    std::shared_ptr<const Identifiers> given)
+    : primaryIdentifier(std::move(primary))
+    , givenIdentifiers(std::move(given))
+    , numberOfLinks(links)
+    , squareDivision(isSquareDivision)
+{
+}
+
+StandardFromPayloadIdentifier
+StandardFromPayloadIdentifier::ofLink(std::shared_ptr<const PayloadIdentifierVariant> identifier,
+                                      bool isSquareDivision)
+{
+    const quint32 links = identifier->getFacts().links;
+    return {std::move(identifier), isSquareDivision, isSquareDivision ? QUADRANTS * links : links,
+            nullptr};
+}
+
+StandardFromPayloadIdentifier::Identifiers
+StandardFromPayloadIdentifier::getPayloadIdentifiers() const
+{
+    if (givenIdentifiers != nullptr) {
+        return *givenIdentifiers;
+    }
+    return squareDivision ? Identifiers(QUADRANTS, primaryIdentifier)
+                          : identifiersOfLinks(primaryIdentifier);
 }
 
 Level StandardFromPayloadIdentifier::getLevel() const
@@ -302,8 +352,7 @@ std::vector<SdiDataRate> StandardFromPayloadIdentifier::getSdiDataRates() const
 SdiDataRate StandardFromPayloadIdentifier::getAggregateDataRate() const
 {
     const SdiDataRate rate = primaryIdentifier->getSdiDataRate();
-    const quint32 links =
-        squareDivision ? SQUARE_DIVISION_LINKS : primaryIdentifier->getNumberOfLinks();
+    const quint32 links = squareDivision ? QUADRANTS : primaryIdentifier->getNumberOfLinks();
     for (const AggregateRow& row : AGGREGATE_RATES) {
         if (row.links == links && row.rate == rate) {
             return row.aggregate;
@@ -443,11 +492,15 @@ std::string_view StandardFromPayloadIdentifier::getReasonWithoutMetrics() const
 
 bool operator==(const StandardFromPayloadIdentifier& a, const StandardFromPayloadIdentifier& b)
 {
-    return a.squareDivision == b.squareDivision && a.getNumberOfLinks() == b.getNumberOfLinks() &&
-           std::equal(a.payloadIdentifiers.begin(), a.payloadIdentifiers.end(),
-                      b.payloadIdentifiers.begin(), b.payloadIdentifiers.end(),
-                      [](const StandardFromPayloadIdentifier::Identifier& one,
-                         const StandardFromPayloadIdentifier::Identifier& other) {
-                          return one->isEqual(*other);
-                      });
+    if (a.squareDivision != b.squareDivision || a.getNumberOfLinks() != b.getNumberOfLinks() ||
+        !a.primaryIdentifier->isEqual(*b.primaryIdentifier)) {
+        return false;
+    }
+    if (a.givenIdentifiers == b.givenIdentifiers) {
+        return true; // what is derived from equals differs only in channels, which do not count
+    }
+    const StandardFromPayloadIdentifier::Identifiers ofA = a.getPayloadIdentifiers();
+    const StandardFromPayloadIdentifier::Identifiers ofB = b.getPayloadIdentifiers();
+    return std::equal(ofA.begin(), ofA.end(), ofB.begin(), ofB.end(),
+                      [](const auto& one, const auto& other) { return one->isEqual(*other); });
 }

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+class PayloadIdentifierVariant;
+
 /// A description in pieces, for a display with columns.
 struct VideoStandardDescription
 {
@@ -41,8 +43,14 @@ public:
     /// picture. `links` counts all their links, and is used only in that case.
     explicit StandardFromPayloadIdentifier(Identifiers identifiers, bool isSquareDivision = false,
                                            quint32 links = 4);
+    /// The standard of all links from the identifier of one, which comes first; the others have the
+    /// same fields but for their channels. As a quadrant of a square division it is there four
+    /// times.
+    static StandardFromPayloadIdentifier
+    ofLink(std::shared_ptr<const PayloadIdentifierVariant> identifier, bool isSquareDivision);
 
-    Identifiers getPayloadIdentifiers() const { return payloadIdentifiers; }
+    /// What ofLink has derived is made anew in each call.
+    Identifiers getPayloadIdentifiers() const;
     /// The identifier of the first link; never null.
     const Identifier& getPrimaryIdentifier() const { return primaryIdentifier; }
     bool isSquareDivision() const { return squareDivision; }
@@ -112,8 +120,11 @@ public:
 private:
     void appendPicture(QString& text) const;
 
-    Identifiers payloadIdentifiers;
+    StandardFromPayloadIdentifier(Identifier primary, bool isSquareDivision, quint32 links,
+                                  std::shared_ptr<const Identifiers> given);
+
     Identifier primaryIdentifier;
-    bool squareDivision;
+    std::shared_ptr<const Identifiers> givenIdentifiers; ///< null: derived from the primary one
     quint32 numberOfLinks;
+    bool squareDivision;
 };

@@ -2,11 +2,11 @@
 
 #include "infrastructure/utility/video/PayloadIdentifierFactory.h"
 #include "infrastructure/utility/video/PayloadIdentifierVariants.h"
-#include "infrastructure/utility/video/VideoStandardFactory.h"
 
 #include <QHash>
 
 #include <algorithm>
+#include <deque>
 
 using namespace PayloadIdentifierSets;
 using namespace Tessorn::Sdi::PayloadId;
@@ -64,7 +64,7 @@ constexpr Quadrant SQ = Quadrant_Yes;
 /// What one interface carries: all combinations that a row allows.
 struct Carriage
 {
-    const PayloadIdentifierFacts& facts;
+    quint32 payloadByte;
     Set arraySizes;
     Set scans;
     Set rates;
@@ -74,17 +74,17 @@ struct Carriage
 };
 
 // clang-format off
-constexpr const PayloadIdentifierFacts& HD_720     = PayloadIdentifier720_1g5::FACTS;
-constexpr const PayloadIdentifierFacts& HD_1080    = PayloadIdentifier1080_1g5::FACTS;
-constexpr const PayloadIdentifierFacts& DUAL_LINK  = PayloadIdentifier1080_DualLink1g5::FACTS;
-constexpr const PayloadIdentifierFacts& A_720      = PayloadIdentifier720_3g::FACTS;
-constexpr const PayloadIdentifierFacts& A_1080     = PayloadIdentifier1080_3g::FACTS;
-constexpr const PayloadIdentifierFacts& B_1080     = PayloadIdentifier1080_Levelb3g::FACTS;
-constexpr const PayloadIdentifierFacts& QUAD_A     = PayloadIdentifier2160_QuadLink3g::FACTS;
-constexpr const PayloadIdentifierFacts& QUAD_B     = PayloadIdentifier2160_QuadLinkLevelb3g::FACTS;
-constexpr const PayloadIdentifierFacts& SINGLE_6G  = PayloadIdentifier2160_6g::FACTS;
-constexpr const PayloadIdentifierFacts& DUAL_6G    = PayloadIdentifier2160_DualLink6g::FACTS;
-constexpr const PayloadIdentifierFacts& SINGLE_12G = PayloadIdentifier2160_12g::FACTS;
+constexpr quint32 HD_720     = PayloadIdentifier720_1g5::FACTS.payloadByte;
+constexpr quint32 HD_1080    = PayloadIdentifier1080_1g5::FACTS.payloadByte;
+constexpr quint32 DUAL_LINK  = PayloadIdentifier1080_DualLink1g5::FACTS.payloadByte;
+constexpr quint32 A_720      = PayloadIdentifier720_3g::FACTS.payloadByte;
+constexpr quint32 A_1080     = PayloadIdentifier1080_3g::FACTS.payloadByte;
+constexpr quint32 B_1080     = PayloadIdentifier1080_Levelb3g::FACTS.payloadByte;
+constexpr quint32 QUAD_A     = PayloadIdentifier2160_QuadLink3g::FACTS.payloadByte;
+constexpr quint32 QUAD_B     = PayloadIdentifier2160_QuadLinkLevelb3g::FACTS.payloadByte;
+constexpr quint32 SINGLE_6G  = PayloadIdentifier2160_6g::FACTS.payloadByte;
+constexpr quint32 DUAL_6G    = PayloadIdentifier2160_DualLink6g::FACTS.payloadByte;
+constexpr quint32 SINGLE_12G = PayloadIdentifier2160_12g::FACTS.payloadByte;
 
 constexpr Carriage CARRIAGES[] = {
     // SMPTE ST 292-1
@@ -193,7 +193,8 @@ void forEach(Set values, Use use)
 template <typename Use>
 void forEachIdentifier(const Carriage& row, Use use)
 {
-    const bool hasColour = row.facts.fields.contains(PayloadIdentifierKey_Colourimetry);
+    const PayloadIdentifierFacts& facts = *PayloadIdentifierInterfaces::find(row.payloadByte);
+    const bool hasColour = facts.fields.contains(PayloadIdentifierKey_Colourimetry);
     forEach(row.structures, [&](quint32 structure) {
         forEach(row.arraySizes, [&](quint32 arraySize) {
             forEach(row.scans, [&](quint32 scan) {
@@ -204,7 +205,7 @@ void forEachIdentifier(const Carriage& row, Use use)
                             continue;
                         }
                         // Narrow pictures are those of 16:9.
-                        use(row.facts.compose(
+                        use(facts.compose(
                             {{PayloadIdentifierKey_PictureRate, rate},
                              {PayloadIdentifierKey_PictureInterlaced, SCAN_BITS[scan].picture},
                              {PayloadIdentifierKey_TransportInterlaced, SCAN_BITS[scan].transport},
@@ -229,9 +230,10 @@ quint32 descriptionHash(const QString& description)
 }
 
 /// Equal for equal identifiers of one kind, but different for the two uses of each.
-quint32 identifierHash(const PayloadIdentifierFacts& facts, quint32 rawValue, bool squareDivision)
+quint32 identifierHash(const PayloadIdentifierFieldMap& fields, quint32 rawValue,
+                       bool squareDivision)
 {
-    const quint32 hash = rawValue & PayloadIdentifierBase::getComparedMask(facts.fields);
+    const quint32 hash = rawValue & PayloadIdentifierBase::getComparedMask(fields);
     return squareDivision ? ~hash : hash;
 }
 
@@ -245,37 +247,80 @@ const SupportedVideoStandards& SupportedVideoStandards::getInstance()
 
 SupportedVideoStandards::SupportedVideoStandards()
 {
-    const auto add = [this](const Carriage& row, quint32 rawValue, bool squareDivision) {
-        const auto place = static_cast<quint32>(standards.size());
-        standards.push_back(createVideoStandard(rawValue, squareDivision));
-        byDescription.push_back({descriptionHash(standards.back()->getDescription()), place});
-        byPayloadIdentifier.push_back({identifierHash(row.facts, rawValue, squareDivision), place});
+    // Two blocks of memory, each with one owner count for all that is in it. Identifiers stay where
+    // they are made; a quadrant has the one of the same standard by itself.
+    const auto identifiers = std::make_shared<std::deque<PayloadIdentifierVariant>>();
+    std::size_t squareDivisions = 0;
+    for (const Carriage& row : CARRIAGES) {
+        const PayloadIdentifierFacts& facts = *PayloadIdentifierInterfaces::find(row.payloadByte);
+        const std::size_t before = identifiers->size();
+        forEachIdentifier(row,
+                          [&](quint32 rawValue) { identifiers->emplace_back(rawValue, facts); });
+        squareDivisions += row.quadrant == Quadrant_Yes ? identifiers->size() - before : 0;
+    }
+
+    const auto entries = std::make_shared<std::vector<StandardFromPayloadIdentifier>>();
+    entries->reserve(identifiers->size() + squareDivisions);
+    const auto add = [&](const PayloadIdentifierVariant& identifier, bool squareDivision) {
+        entries->push_back(StandardFromPayloadIdentifier::ofLink(
+            std::shared_ptr<const PayloadIdentifierVariant>(identifiers, &identifier),
+            squareDivision));
     };
-    for (const Carriage& row : CARRIAGES) {
-        forEachIdentifier(row, [&](quint32 rawValue) { add(row, rawValue, false); });
+    for (const PayloadIdentifierVariant& identifier : *identifiers) {
+        add(identifier, false);
     }
+    auto identifier = identifiers->begin();
     for (const Carriage& row : CARRIAGES) {
-        if (row.quadrant == Quadrant_Yes) {
-            forEachIdentifier(row, [&](quint32 rawValue) { add(row, rawValue, true); });
-        }
+        forEachIdentifier(row, [&](quint32) {
+            if (row.quadrant == Quadrant_Yes) {
+                add(*identifier, true);
+            }
+            ++identifier;
+        });
     }
-    const auto byHash = [](const IndexEntry& a, const IndexEntry& b) { return a.hash < b.hash; };
-    std::sort(byDescription.begin(), byDescription.end(), byHash);
-    std::sort(byPayloadIdentifier.begin(), byPayloadIdentifier.end(), byHash);
-    standards.shrink_to_fit();
-    byDescription.shrink_to_fit();
-    byPayloadIdentifier.shrink_to_fit();
+
+    standards.reserve(entries->size());
+    for (const StandardFromPayloadIdentifier& entry : *entries) {
+        standards.emplace_back(entries, &entry);
+    }
+    byDescription = makeIndex([](const StandardFromPayloadIdentifier& standard) {
+        return descriptionHash(standard.getDescription());
+    });
+    byPayloadIdentifier = makeIndex([](const StandardFromPayloadIdentifier& standard) {
+        const PayloadIdentifierBase& primary = *standard.getPrimaryIdentifier();
+        return identifierHash(primary.getFieldMap(), primary.getRawValue(),
+                              standard.isSquareDivision());
+    });
+}
+
+template <typename Hash>
+SupportedVideoStandards::Index SupportedVideoStandards::makeIndex(Hash hashOf) const
+{
+    std::vector<std::pair<quint32, quint16>> entries;
+    entries.reserve(standards.size());
+    for (const Standard& standard : standards) {
+        entries.emplace_back(hashOf(*standard), static_cast<quint16>(entries.size()));
+    }
+    std::sort(entries.begin(), entries.end());
+    Index index;
+    index.hashes.reserve(entries.size());
+    index.places.reserve(entries.size());
+    for (const auto& [hash, place] : entries) {
+        index.hashes.push_back(hash);
+        index.places.push_back(place);
+    }
+    return index;
 }
 
 template <typename Matches>
 SupportedVideoStandards::Standard SupportedVideoStandards::find(const Index& index, quint32 hash,
                                                                 Matches matches) const
 {
-    auto entry = std::lower_bound(
-        index.begin(), index.end(), hash,
-        [](const IndexEntry& candidate, quint32 wanted) { return candidate.hash < wanted; });
-    for (; entry != index.end() && entry->hash == hash; ++entry) {
-        const Standard& standard = standards[entry->place];
+    const auto& hashes = index.hashes;
+    auto entry = std::lower_bound(hashes.begin(), hashes.end(), hash);
+    for (; entry != hashes.end() && *entry == hash; ++entry) {
+        const Standard& standard =
+            standards[index.places[static_cast<std::size_t>(entry - hashes.begin())]];
         if (matches(*standard)) {
             return standard;
         }
@@ -299,7 +344,7 @@ SupportedVideoStandards::findByPayloadIdentifier(quint32 rawValue, bool squareDi
     if (facts == nullptr) {
         return nullptr;
     }
-    return find(byPayloadIdentifier, identifierHash(*facts, rawValue, squareDivision),
+    return find(byPayloadIdentifier, identifierHash(facts->fields, rawValue, squareDivision),
                 [&](const StandardFromPayloadIdentifier& standard) {
                     const quint32 payloadByte =
                         standard.getPrimaryIdentifier()->getPayloadAndDigitialInterface();

@@ -18,7 +18,8 @@
 class SupportedVideoStandards
 {
 public:
-    /// Shared with its finders and never changed; null if a look-up found nothing.
+    /// Shared with its finders and never changed; null if a look-up found nothing. Whoever holds
+    /// one keeps the memory of them all.
     using Standard = std::shared_ptr<const StandardFromPayloadIdentifier>;
 
     /// The list of the process. Any thread may be the first to ask.
@@ -40,14 +41,15 @@ public:
     Standard findByPayloadIdentifier(quint32 rawValue, bool squareDivision = false) const;
 
 private:
-    /// A position in the list, with the hash of what it is found by.
-    struct IndexEntry
+    /// Hashes of what standards are found by, lowest first, and their places in the list.
+    struct Index
     {
-        quint32 hash;
-        quint32 place;
+        std::vector<quint32> hashes;
+        std::vector<quint16> places;
     };
-    using Index = std::vector<IndexEntry>;
 
+    template <typename Hash>
+    Index makeIndex(Hash hashOf) const;
     template <typename Matches>
     Standard find(const Index& index, quint32 hash, Matches matches) const;
 

@@ -1,5 +1,8 @@
 // Look-ups in a vocabulary: a constexpr table whose rows each hold one value with all its texts.
 // The tables are short, and a look-up walks them. Pure functions, usable in constants.
+//
+// A row holds its texts themselves rather than pointers to them: pointers would be set each time a
+// library is loaded, and the table's memory would be each process's own.
 #pragma once
 
 #include <QLatin1String>
@@ -16,7 +19,7 @@ template <typename Value>
 struct Row
 {
     Value value;
-    std::string_view text; ///< ASCII
+    char text[24]; ///< ASCII
 };
 
 /// A view of ASCII text, which must outlive it.

@@ -260,10 +260,13 @@ TEST_CASE("The law of every interface is the one written down", "[video]")
 TEST_CASE("A wrong byte 0 is one complaint before the others", "[video]")
 {
     // What no field of one bit can bring about.
-    CHECK(PayloadIdentifier1080_1g5::FACTS.rules.first[4].complaint ==
+    const auto complaint = [](const PayloadIdentifierFacts& facts, int rule) {
+        return std::string_view(facts.rules.first[rule].complaint);
+    };
+    CHECK(complaint(PayloadIdentifier1080_1g5::FACTS, 4) ==
           "Invalid horizontal pixel array size: ");
-    CHECK(PayloadIdentifier1080_1g5::FACTS.rules.first[6].complaint == "Invalid bit depth: ");
-    CHECK(PayloadIdentifier720_1g5::FACTS.rules.first[3].complaint == "Invalid bit depth: ");
+    CHECK(complaint(PayloadIdentifier1080_1g5::FACTS, 6) == "Invalid bit depth: ");
+    CHECK(complaint(PayloadIdentifier720_1g5::FACTS, 3) == "Invalid bit depth: ");
     const PayloadIdentifier720_3g identifier(0x89000000);
     CHECK_FALSE(identifier.isPayloadByteCorrect());
     CHECK(identifier.validate() ==

@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QSet>
 
+#include <malloc.h>
 #include <numeric>
 
 using namespace Tessorn::Sdi;
@@ -142,6 +143,20 @@ TEST_CASE("The list has what links carry, with the bytes of each link", "[video]
     CHECK(listed().size() == 5408);
     CHECK(QCryptographicHash::hash(list, QCryptographicHash::Sha256).toHex() ==
           "ae1064dbfcde0e2261de706b11a06b5b793e6c16ee2d261aa3bd1b45664cc0b3");
+}
+
+TEST_CASE("The list is small, and a standard outlives it", "[video]")
+{
+    const auto taken = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    SupportedVideoStandards::Standard held;
+    {
+        const std::size_t before = taken();
+        const SupportedVideoStandards standards;
+        CHECK(taken() - before < 600000); // 0 where a sanitizer allocates
+        held = standards.getStandards().back();
+    }
+    CHECK(held->getPayloadIdentifiers()[3] == held->getPrimaryIdentifier());
+    CHECK(held->getPrimaryIdentifier()->getRawValue() != 0);
 }
 
 TEST_CASE("One link's bytes make the standard of all links", "[video]")
