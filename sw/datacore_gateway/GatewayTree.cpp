@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace {
 
@@ -388,6 +389,11 @@ std::vector<GatewayServer> GatewayTree::getServers() const
     return list;
 }
 
+GatewayServer GatewayTree::getServer(int index) const
+{
+    return servers[std::size_t(index)]->describe();
+}
+
 QString GatewayTree::getServerPath(const GatewayNode& node) const
 {
     return servers[std::size_t(node.server)]->withoutName(node.path);
@@ -403,7 +409,10 @@ int GatewayTree::enter(int server, const QString& path)
     auto found = indices.constFind(path);
     if (found == indices.constEnd()) {
         if (getNodeCount() >= MAX_NODES) {
-            VELLOG_ERR() << "More than " << MAX_NODES << " paths, " << path << " is left out";
+            if (!std::exchange(isFull, true)) {
+                VELLOG_ERR() << "More than " << MAX_NODES << " paths, " << path
+                             << " and all that follow are left out";
+            }
             return -1;
         }
         found = indices.insert(path, getNodeCount());

@@ -88,7 +88,7 @@ class GatewayTree : public QObject
 
 public:
     static constexpr int WRITE_TIMEOUT_MS = 5000;
-    /// Paths beyond this are left out, with a log line.
+    /// Paths beyond this are left out, with one log line.
     static constexpr int MAX_NODES = 200'000;
 
     /// So many bytes at most are kept of the course of numbers.
@@ -101,6 +101,7 @@ public:
                    const QString& token);
 
     std::vector<GatewayServer> getServers() const;
+    GatewayServer getServer(int index) const;
     int getNodeCount() const { return static_cast<int>(entries.size()); }
     const GatewayNode& node(int index) const { return entries[std::size_t(index)].node; }
     /// The index of a path; -1 if there was never one.
@@ -159,6 +160,7 @@ private:
     quint64 revision = 0;
     quint64 receivedCount = 0;
     bool isAnnounced = false;
+    bool isFull = false;
     std::vector<GatewayDescription> descriptions;
     QHash<QByteArray, int> descriptionIndices;
     History history;

@@ -31,7 +31,7 @@ bool Guard::isOwnHost(const QByteArray& host) const
             settings.allowedHosts.contains(name, Qt::CaseInsensitive));
 }
 
-std::optional<HttpResponse> Guard::refuse(const HttpRequest& request)
+std::optional<HttpResponse> Guard::refuse(const HttpRequest& request, bool isPublic)
 {
     Place& place = getPlace(request.peer.address);
     if (place.tokens < 1) {
@@ -48,11 +48,13 @@ std::optional<HttpResponse> Guard::refuse(const HttpRequest& request)
             421, QStringLiteral("host"),
             QStringLiteral("The Host header names another machine; see --allow-host."));
     }
+    const bool isTls = request.peer.way == LinkAddress::Way::Tls;
     const bool isSameOrigin = request.origin.isEmpty() ||
-                              request.origin == "http://" + request.host ||
-                              request.origin == "https://" + request.host;
-    if (!isSameOrigin || (request.fetchSite == "cross-site" &&
-                          (request.isUpgrade || request.target.startsWith("/api/")))) {
+                              request.origin == "https://" + request.host ||
+                              (!isTls && request.origin == "http://" + request.host);
+    const bool isOwnSite = request.fetchSite.isEmpty() || request.fetchSite == "none" ||
+                           request.fetchSite == "same-origin";
+    if (!isSameOrigin || (!isOwnSite && !isPublic)) {
         ++refusedCount;
         return HttpServer::makeError(403, QStringLiteral("origin"),
                                      QStringLiteral("Pages of other sites may not use this."));

@@ -29,7 +29,8 @@ public:
     /// What is wrong with a request whoever makes it: too many from its address, a Host that is
     /// not this machine's (names of others may lead here, DNS rebinding), an Origin that is not the
     /// Host's. Nothing if it is good.
-    std::optional<HttpResponse> refuse(const HttpRequest& request);
+    /// Other sites may only lead to what holds nothing of the tree (`isPublic`).
+    std::optional<HttpResponse> refuse(const HttpRequest& request, bool isPublic);
 
     /// What the sender of a request may do, or the answer to it if that is nothing.
     AccessRole getRole(const HttpRequest& request, std::optional<HttpResponse>& refusal);

@@ -16,6 +16,11 @@ void History::add(int index, qint64 ms, double value)
         courses.emplace_back();
     }
     Course& course = courses[static_cast<std::size_t>(places[at])];
+    while (!course.points.empty() && course.points.back().ms > ms) {
+        course.points.pop_back();
+        course.intervalStartMs = std::min(course.intervalStartMs, ms);
+        --pointCount;
+    }
     if (!course.points.empty() && ms - course.intervalStartMs < course.intervalMs) {
         course.points.back() = {ms, value};
         return;

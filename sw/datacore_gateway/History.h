@@ -30,7 +30,7 @@ public:
     {
     }
 
-    /// Takes a point; times don't run backwards.
+    /// Takes a point. Points that are later are dropped: the clock was set back.
     void add(int index, qint64 ms, double value);
     /// Its points from `sinceMs` on, oldest first.
     std::vector<Point> get(int index, qint64 sinceMs) const;

@@ -30,7 +30,10 @@ using Error = beast::error_code;
 namespace {
 
 constexpr int LINGER_SECONDS = 2;
-constexpr int SEND_BUFFER_BYTES = 128 << 10; ///< the system takes twice that
+constexpr int SEND_BUFFER_BYTES = 128 << 10;    ///< the system takes twice that
+constexpr int LEAST_BYTES_A_SECOND = 128 << 10; ///< of a response
+constexpr std::size_t SPARE_BUFFER_BYTES = 64 << 10;
+constexpr unsigned char SESSION_CONTEXT[] = "datacore_gateway";
 
 QByteArray toBytes(beast::string_view text)
 {
@@ -99,11 +102,9 @@ PeerOrigin originOf(AnyStream& stream)
         if (at >= 0) {
             const int length = ASN1_STRING_to_UTF8(
                 &name, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, at)));
-            if (length > 0) {
-                peer.certificateName =
-                    QString::fromUtf8(reinterpret_cast<const char*>(name), length);
-                OPENSSL_free(name);
-            }
+            peer.certificateName =
+                QString::fromUtf8(reinterpret_cast<const char*>(name), std::max(length, 0));
+            OPENSSL_free(name);
         }
     }
     X509_free(certificate);
@@ -130,7 +131,7 @@ public:
     Handler handler;
     HttpLimits limits;
     quint16 port = 0;
-    std::atomic<quint64> connections{0}, open{0}, refused{0}, sentBytes{0};
+    std::atomic<quint64> connections{0}, open{0}, refused{0}, sentBytes{0}, unsentBytes{0};
     std::optional<asio::ssl::context> tls;
     asio::io_context io{1}; ///< with sessions that use the above
     tcp::acceptor acceptor{io};
@@ -147,6 +148,7 @@ public:
     Session(Private& owner, tcp::socket&& socket)
         : server(owner)
         , ws(std::move(socket))
+        , buffer(std::max(owner.limits.headerBytes, owner.limits.messageBytes) + SPARE_BUFFER_BYTES)
     {
         ++server.open;
     }
@@ -268,6 +270,7 @@ private:
     void refuse(Error error)
     {
         keepAlive = false;
+        isHead = false;
         const bool isAnswered =
             error.category() == http::make_error_code(http::error::bad_method).category();
         if (!isAnswered || error == http::error::end_of_stream ||
@@ -308,7 +311,11 @@ private:
         if (isHead) {
             message->body().clear();
         }
-        const auto done = [self = shared_from_this(), message](Error error, std::size_t size) {
+        const int bytes = message->body().size();
+        server.unsentBytes += static_cast<quint64>(bytes);
+        const auto done = [self = shared_from_this(), message, bytes](Error error,
+                                                                      std::size_t size) {
+            self->server.unsentBytes -= static_cast<quint64>(bytes);
             self->server.sentBytes += size;
             if (error || !self->keepAlive) {
                 self->finish();
@@ -316,7 +323,7 @@ private:
                 self->readRequest();
             }
         };
-        expireAfter(server.limits.requestSeconds);
+        expireAfter(server.limits.requestSeconds + bytes / LEAST_BYTES_A_SECOND);
         http::async_write(stream(), *message, done);
     }
 
@@ -467,7 +474,7 @@ private:
 
     Private& server;
     websocket::stream<AnyStream> ws; ///< its lower layer alone before the upgrade
-    beast::flat_buffer buffer;
+    beast::flat_buffer buffer; ///< bounded: not all that a peer may send counts as header or body
     std::optional<http::request_parser<http::string_body>> parser;
     std::deque<QByteArray> unsent;
     bool keepAlive = false;
@@ -537,6 +544,9 @@ bool HttpServer::listen(const QHostAddress& address, quint16 port, const HttpTls
             file = tls.authorities;
             context.load_verify_file(QFile::encodeName(file).toStdString(), error);
             context.set_verify_mode(asio::ssl::verify_peer);
+            // Otherwise a client that comes back with its session is turned away.
+            SSL_CTX_set_session_id_context(context.native_handle(), SESSION_CONTEXT,
+                                           sizeof SESSION_CONTEXT);
         }
         if (error) {
             whatIsWrong = file + QStringLiteral(": ") + QString::fromStdString(error.message());
@@ -572,7 +582,7 @@ quint16 HttpServer::getPort() const
 
 HttpServer::Counts HttpServer::getCounts() const
 {
-    return {d->connections, d->open, d->refused, d->sentBytes};
+    return {d->connections, d->open, d->refused, d->sentBytes, d->unsentBytes};
 }
 
 HttpResponse HttpServer::makeError(int status, const QString& code, const QString& text)

@@ -69,8 +69,8 @@ struct HttpLimits
     quint32 headerBytes = 16 << 10;
     quint32 bodyBytes = 256 << 10;
     quint32 messageBytes = 256 << 10; ///< of a WebSocket
-    int requestSeconds = 10;          ///< for a handshake, a request, a response
-    int idleSeconds = 30; ///< between requests; a WebSocket without life is pinged, then closed
+    int requestSeconds = 10; ///< for a handshake, a request; a response has more if it is large
+    int idleSeconds = 30;    ///< between requests; a WebSocket without life is pinged, then closed
 };
 
 /// The PEM files of a server that speaks TLS.
@@ -103,6 +103,7 @@ public:
         quint64 open = 0;
         quint64 refused = 0; ///< beyond the limit
         quint64 sentBytes = 0;
+        quint64 unsentBytes = 0; ///< of responses that are being written
     };
     Counts getCounts() const;
 

@@ -14,13 +14,12 @@
 #include <QSet>
 
 #include <algorithm>
-#include <deque>
+#include <utility>
 
 namespace {
 
 constexpr int POLICY_VIOLATION = 1008; ///< RFC 6455, section 7.4.1
 constexpr int TRY_AGAIN_LATER = 1013;
-constexpr int MAX_PREFIXES = 1000;
 constexpr int HELLO_PROTOCOL = 1;
 
 QByteArray makeAnswer(const QJsonValue& id, const WriteAnswer& answer, const GatewayTree& tree)
@@ -48,75 +47,63 @@ QByteArray makeError(const QString& code, const QString& text)
     return json + '}';
 }
 
-/// Collects rows in messages of a bounded number of them.
-class Rows
-{
-public:
-    Rows(std::vector<QByteArray>& allMessages, const QByteArray& head)
-        : messages(allMessages)
-        , start(head)
-    {
-    }
-    /// To append one to.
-    QByteArray& next()
-    {
-        if (count == LivePages::ROWS_A_MESSAGE) {
-            end("");
-        }
-        message += count == 0 ? start : QByteArray(",");
-        ++count;
-        return message;
-    }
-    void end(const QByteArray& tail)
-    {
-        if (count > 0) {
-            messages.push_back(message + ']' + tail + '}');
-            message.clear();
-            count = 0;
-        }
-    }
-
-private:
-    std::vector<QByteArray>& messages;
-    const QByteArray start;
-    QByteArray message;
-    int count = 0;
-};
-
 } // namespace
 
-void appendChanges(std::vector<QByteArray>& messages, const GatewayTree& tree,
-                   const std::vector<int>& nodes, quint64 since, qint64 nowMs)
+ChangeMessages::ChangeMessages(const GatewayTree& gatewayTree, quint64 since, bool withOld)
+    : tree(gatewayTree)
+    , nodes(gatewayTree.collectChangedSince(withOld ? 0 : since))
 {
-    Rows listed(messages, "{\"type\":\"nodes\",\"list\":[");
-    for (auto i = nodes.rbegin(); i != nodes.rend(); ++i) {
-        const GatewayNode& node = tree.node(*i);
-        if (node.isPresent && node.listedAt > since) {
-            QByteArray& json = listed.next();
-            json.append('[').append(QByteArray::number(*i)).append(',');
+    nodes.erase(std::remove_if(nodes.begin(), nodes.end(),
+                               [&](int index) {
+                                   return !tree.node(index).isPresent &&
+                                          tree.node(index).revision <= since;
+                               }),
+                nodes.end());
+    std::reverse(nodes.begin(), nodes.end());
+    const auto listed = std::stable_partition(nodes.begin(), nodes.end(), [&](int index) {
+        return tree.node(index).isPresent && tree.node(index).listedAt > since;
+    });
+    const auto removed = std::stable_partition(
+        listed, nodes.end(), [&](int index) { return !tree.node(index).isPresent; });
+    listedEnd = static_cast<std::size_t>(listed - nodes.begin());
+    removedEnd = static_cast<std::size_t>(removed - nodes.begin());
+}
+
+void ChangeMessages::keepChangesIf(const std::function<bool(const GatewayNode&)>& isWanted)
+{
+    const auto first = nodes.begin() + static_cast<std::ptrdiff_t>(removedEnd);
+    nodes.erase(
+        std::remove_if(first, nodes.end(), [&](int index) { return !isWanted(tree.node(index)); }),
+        nodes.end());
+}
+
+QByteArray ChangeMessages::takeNext()
+{
+    const bool isListing = next < listedEnd;
+    const bool isRemoving = !isListing && next < removedEnd;
+    const std::size_t end = isListing ? listedEnd : isRemoving ? removedEnd : nodes.size();
+    const std::size_t until = std::min(end, next + LivePages::ROWS_A_MESSAGE);
+    QByteArray json = isListing    ? QByteArray("{\"type\":\"nodes\",\"list\":")
+                      : isRemoving ? QByteArray("{\"type\":\"removed\",\"list\":")
+                                   : "{\"type\":\"changes\",\"t\":" +
+                                         QByteArray::number(QDateTime::currentMSecsSinceEpoch()) +
+                                         ",\"list\":";
+    for (char before = '['; next < until; ++next, before = ',') {
+        const GatewayNode& node = tree.node(nodes[next]);
+        json.append(before);
+        if (isRemoving) {
+            json.append(QByteArray::number(nodes[next]));
+            continue;
+        }
+        json.append('[').append(QByteArray::number(nodes[next])).append(',');
+        if (isListing) {
             appendJson(json, node.path);
             json.append(',').append(QByteArray::number(node.description)).append(',');
-            appendContent(json, node);
-            json.append(']');
         }
+        appendContent(json, node);
+        json.append(']');
     }
-    listed.end(",\"last\":true");
-    Rows removed(messages, "{\"type\":\"removed\",\"list\":[");
-    Rows changed(messages,
-                 "{\"type\":\"changes\",\"t\":" + QByteArray::number(nowMs) + ",\"list\":[");
-    for (auto i = nodes.rbegin(); i != nodes.rend(); ++i) {
-        const GatewayNode& node = tree.node(*i);
-        if (!node.isPresent) {
-            removed.next().append(QByteArray::number(*i));
-        } else if (node.listedAt <= since) {
-            QByteArray& json = changed.next();
-            json.append('[').append(QByteArray::number(*i)).append(',');
-            appendContent(json, node);
-            json.append(']');
-        }
-    }
-    removed.end("");
-    changed.end("");
+    return json + (isListing && next == listedEnd ? "],\"last\":true}" : "]}");
 }
 
 /// One page. All of its functions may close it; whoever calls them looks at `isClosed`.
@@ -127,8 +114,7 @@ public:
         : pages(owner)
         , peer(request.peer)
         , connection(std::move(httpConnection))
-        , openedAtMs(owner.clock.elapsed())
-        , wordsAtMs(openedAtMs)
+        , wordsAtMs(owner.clock.elapsed())
     {
         serversDirty.resize(owner.tree.getServers().size(), false);
     }
@@ -138,21 +124,15 @@ public:
         role = newRole;
         if (role.mayRead()) {
             hasHello = true;
-            unsent.push_back(pages.makeHello(pages.guard.mayWriteAnything(role)));
             std::fill(serversDirty.begin(), serversDirty.end(), false);
+            queueAnswer(pages.makeHello(pages.guard.mayWriteAnything(role)));
             update();
         }
     }
 
-    /// An answer: what is sent because the page has sent something.
-    void send(const QByteArray& text)
+    void send(const QByteArray& answer)
     {
-        answerBytes += text.size();
-        if (answerBytes > MAX_UNSENT_ANSWERS) {
-            shut(TRY_AGAIN_LATER, "answers are not read");
-            return;
-        }
-        unsent.push_back(text);
+        queueAnswer(answer);
         sendNext();
     }
 
@@ -172,16 +152,8 @@ public:
             unsent.push_back(pages.makeDescriptions(descriptionsSeen));
             descriptionsSeen = pages.tree.getDescriptions().size();
         }
-        if (revision < pages.tree.getRevision() || isWatchNew) {
-            if (seesAll && !isWatchNew) {
-                const Messages& messages = pages.getChanges(revision);
-                unsent.insert(unsent.end(), messages.begin(), messages.end());
-            } else {
-                addWatched();
-            }
-            revision = pages.tree.getRevision();
-        }
         addRecords();
+        addChanges();
         sendNext();
     }
 
@@ -198,7 +170,7 @@ public:
     {
         isSending = false;
         sendNext();
-        if (!isSending) {
+        if (unsent.empty()) {
             answerBytes = 0;
         }
         if (!isSending && isBehind()) {
@@ -258,16 +230,35 @@ public:
     LivePages& pages;
     const PeerOrigin peer;
     const HttpServer::Connection connection;
-    const qint64 openedAtMs;
     AccessRole role;
     bool hasHello = false;
     bool isClosed = false;
     std::vector<bool> serversDirty;
 
 private:
+    /// An answer is what is sent because the page has sent something.
+    void queueAnswer(const QByteArray& text)
+    {
+        answerBytes += text.size();
+        if (answerBytes > MAX_UNSENT_ANSWERS) {
+            shut(TRY_AGAIN_LATER, "answers are not read");
+        } else {
+            unsent.push_back(text);
+        }
+    }
+
     void sendNext()
     {
-        if (!isSending && !unsent.empty() && !isClosed) {
+        if (isSending || isClosed) {
+            return;
+        }
+        if (portion && portion->isAtEnd()) {
+            portion.reset();
+        }
+        if (unsent.empty() && portion) {
+            unsent.push_back(portion->takeNext());
+        }
+        if (!unsent.empty()) {
             isSending = true;
             const QByteArray text = unsent.front();
             unsent.pop_front();
@@ -294,37 +285,37 @@ private:
         seesAll = !nodes.isArray();
         prefixes.clear();
         for (const QJsonValue& prefix : list) {
-            if (prefixes.size() < MAX_PREFIXES) {
-                prefixes.append(prefix.toString());
-            }
+            prefixes.insert(prefix.toString());
         }
         isWatchNew = true;
         pages.schedule();
     }
 
-    /// All nodes that come and go, changes of those watched; their content in any case if that is
-    /// asked for anew.
-    void addWatched()
+    bool isWatched(const GatewayNode& node) const
     {
-        const auto isWatched = [this](const GatewayNode& node) {
-            return seesAll ||
-                   std::any_of(prefixes.begin(), prefixes.end(), [&node](const QString& prefix) {
-                       return isAtOrBelow(node.path, prefix);
-                   });
-        };
-        std::vector<int> wanted;
-        for (const int index : pages.tree.collectChangedSince(isWatchNew ? 0 : revision)) {
-            const GatewayNode& node = pages.tree.node(index);
-            const bool isListed =
-                node.listedAt > revision || (!node.isPresent && node.revision > revision);
-            if (isListed || (node.isPresent && isWatched(node))) {
-                wanted.push_back(index);
+        for (int end = node.path.size(); end > 0;
+             end = node.path.lastIndexOf(QLatin1Char('/'), end - 1)) {
+            if (prefixes.contains(node.path.left(end))) {
+                return true;
             }
         }
+        return false;
+    }
+
+    /// All nodes that come and go, changes of those watched; their content in any case if that is
+    /// asked for anew.
+    void addChanges()
+    {
+        const quint64 since = std::exchange(revision, pages.tree.getRevision());
+        if (seesAll && !isWatchNew) {
+            portion = pages.takeChanges(since, unsent);
+            return;
+        }
+        portion = std::make_unique<ChangeMessages>(pages.tree, since, isWatchNew);
+        if (!seesAll) {
+            portion->keepChangesIf([this](const GatewayNode& node) { return isWatched(node); });
+        }
         isWatchNew = false;
-        Messages messages;
-        appendChanges(messages, pages.tree, wanted, revision, QDateTime::currentMSecsSinceEpoch());
-        unsent.insert(unsent.end(), messages.begin(), messages.end());
     }
 
     void addRecords()
@@ -338,8 +329,7 @@ private:
             if (record.number > recordNumber && recordNames.contains(record.name)) {
                 if (record.message.isEmpty()) {
                     record.message = "{\"type\":\"record\",\"server\":";
-                    appendJson(record.message,
-                               pages.tree.getServers()[std::size_t(record.server)].name);
+                    appendJson(record.message, pages.tree.getServer(record.server).name);
                     record.message += ",\"name\":";
                     appendJson(record.message, record.name);
                     record.message += ",\"t\":" + QByteArray::number(record.ms) + ",\"data\":" +
@@ -408,11 +398,12 @@ private:
     bool isWatchNew = false;
     std::size_t descriptionsSeen = 0;
     bool seesAll = true;
-    QStringList prefixes;
+    QSet<QString> prefixes;
+    std::unique_ptr<ChangeMessages> portion; ///< made while it is sent
     QSet<QString> recordNames;
     quint64 recordNumber = 0;
     qint64 recordsAtMs = 0;
-    std::deque<QByteArray> unsent;
+    Messages unsent;
     bool isSending = false;
     int answerBytes = 0;          ///< since all had been sent
     double words = MESSAGE_BURST; ///< messages that it may still send
@@ -434,7 +425,7 @@ LivePages::LivePages(GatewayTree& gatewayTree, Guard& accessGuard)
         for (const std::unique_ptr<Page>& page : pages) {
             page->serversDirty[std::size_t(server)] = true;
         }
-        if (tree.getServers()[std::size_t(server)].state == QLatin1String("waiting")) {
+        if (tree.getServer(server).state == QLatin1String("waiting")) {
             recordJson.erase(server); // the next link begins anew
             records.erase(
                 std::remove_if(records.begin(), records.end(),
@@ -490,9 +481,10 @@ void LivePages::open(const HttpRequest& request, const HttpServer::Connection& c
     connection->onClosed = [this, page] { close(*page); };
     page->enter(role);
     if (!page->hasHello) {
-        QTimer::singleShot(TOKEN_WAIT_MS, this, [this] {
+        // By the connection, not by the time: a timer may be early.
+        QTimer::singleShot(TOKEN_WAIT_MS, this, [this, late = std::weak_ptr(connection)] {
             for (const std::unique_ptr<Page>& each : pages) {
-                if (!each->hasHello && clock.elapsed() - each->openedAtMs >= TOKEN_WAIT_MS) {
+                if (!each->hasHello && each->connection == late.lock()) {
                     each->shut(POLICY_VIOLATION, "no token has come");
                 }
             }
@@ -527,23 +519,28 @@ void LivePages::tick()
     }
 }
 
-/// Since a revision until now, for all pages that ask within the same tick.
-const LivePages::Messages& LivePages::getChanges(quint64 since)
+/// What has changed since a revision: what is little is written once for all pages that ask within
+/// the same tick, and appended; much is returned, to be written while a page takes it.
+std::unique_ptr<ChangeMessages> LivePages::takeChanges(quint64 since, Messages& unsent)
 {
     if (portionsAt != tree.getRevision()) {
         portionsAt = tree.getRevision();
         portions.clear();
     }
-    const auto found =
-        std::find_if(portions.begin(), portions.end(),
-                     [since](const Portion& portion) { return portion.since == since; });
-    if (found != portions.end()) {
-        return found->messages;
+    auto found = std::find_if(portions.begin(), portions.end(),
+                              [since](const Portion& portion) { return portion.since == since; });
+    if (found == portions.end()) {
+        auto changes = std::make_unique<ChangeMessages>(tree, since);
+        if (changes->getSize() > SHARED_ROWS) {
+            return changes;
+        }
+        found = portions.insert(portions.end(), {since, {}});
+        while (!changes->isAtEnd()) {
+            found->messages.push_back(changes->takeNext());
+        }
     }
-    portions.push_back({since, {}});
-    appendChanges(portions.back().messages, tree, tree.collectChangedSince(since), since,
-                  QDateTime::currentMSecsSinceEpoch());
-    return portions.back().messages;
+    unsent.insert(unsent.end(), found->messages.begin(), found->messages.end());
+    return nullptr;
 }
 
 QByteArray LivePages::makeHello(bool mayWrite) const
@@ -564,7 +561,7 @@ QByteArray LivePages::makeHello(bool mayWrite) const
 QByteArray LivePages::makeServer(int server) const
 {
     QByteArray json = "{\"type\":\"server\",";
-    appendServer(json, tree.getServers()[std::size_t(server)]);
+    appendServer(json, tree.getServer(server));
     return json + '}';
 }
 

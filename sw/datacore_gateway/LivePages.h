@@ -10,11 +10,36 @@
 #include <QObject>
 #include <QTimer>
 
+#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
 
 class Guard;
+
+/// "nodes", "removed" and "changes" messages about what has happened to nodes since a revision,
+/// with the values that they have when a message is made. The last "nodes" message says so.
+class ChangeMessages
+{
+public:
+    /// `withOld`: with the values of nodes that have not changed.
+    ChangeMessages(const GatewayTree& gatewayTree, quint64 since, bool withOld = false);
+
+    /// Leaves out "changes" of other nodes.
+    void keepChangesIf(const std::function<bool(const GatewayNode&)>& isWanted);
+    std::size_t getSize() const { return nodes.size(); }
+    bool isAtEnd() const { return next == nodes.size(); }
+    /// The next message, of LivePages::ROWS_A_MESSAGE nodes at most.
+    QByteArray takeNext();
+
+private:
+    const GatewayTree& tree;
+    std::vector<int> nodes; ///< oldest first: those listed, then those removed, then changes
+    std::size_t listedEnd = 0;
+    std::size_t removedEnd = 0;
+    std::size_t next = 0;
+};
 
 /// Keeps all pages up to date: each at most every PERIOD_MS, with the newest values, and only when
 /// it has taken what it was sent before. What many pages get is built once.
@@ -26,7 +51,9 @@ public:
     static constexpr int PERIOD_MS = 50;
     static constexpr int RECORD_PERIOD_MS = 100;
     static constexpr int MAX_PAGES = 64;
-    static constexpr int ROWS_A_MESSAGE = 500;
+    static constexpr std::size_t ROWS_A_MESSAGE = 500;
+    static constexpr std::size_t SHARED_ROWS =
+        4000;                                    ///< more are written for each page, as it reads
     static constexpr int MESSAGES_A_SECOND = 50; ///< from a page
     static constexpr int MESSAGE_BURST = 1000;
     static constexpr int MAX_OPEN_WRITES = 256;        ///< of a page
@@ -47,7 +74,7 @@ public:
 
 private:
     class Page;
-    using Messages = std::vector<QByteArray>;
+    using Messages = std::deque<QByteArray>;
     struct Portion
     {
         quint64 since;
@@ -65,7 +92,7 @@ private:
     void schedule();
     void tick();
     void close(Page& page);
-    const Messages& getChanges(quint64 since);
+    std::unique_ptr<ChangeMessages> takeChanges(quint64 since, Messages& unsent);
     QByteArray makeHello(bool mayWrite) const;
     QByteArray makeServer(int server) const;
     QByteArray makeDescriptions(std::size_t from) const;
@@ -84,8 +111,3 @@ private:
     std::vector<Portion> portions; ///< what pages that see everything lack
     quint64 messageCount = 0;
 };
-
-/// Appends "nodes", "removed" and "changes" messages: what has happened to these nodes, newest
-/// first, since a revision. The last "nodes" message says so.
-void appendChanges(std::vector<QByteArray>& messages, const GatewayTree& tree,
-                   const std::vector<int>& nodes, quint64 since, qint64 nowMs);

@@ -3,6 +3,7 @@
 #include "infrastructure/client/DatacoreLink.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/TlsSettings.h"
+#include "infrastructure/utility/ParseJson.h"
 #include "JsonText.h"
 #include "MqttTopics.h"
 #include "NodeJson.h"
@@ -126,8 +127,7 @@ MqttBridge::MqttBridge(GatewayTree& gatewayTree, int serverIndex, MqttSettings m
     : tree(gatewayTree)
     , server(serverIndex)
     , settings(std::move(mqttSettings))
-    , prefix(
-          makePrefix(settings.root, tree.getServers()[static_cast<std::size_t>(serverIndex)].name))
+    , prefix(makePrefix(settings.root, tree.getServer(serverIndex).name))
 {
     connect(&tree, &GatewayTree::changed, this, &MqttBridge::publishChanges);
     connect(&tree, &GatewayTree::serverChanged, this, &MqttBridge::publishChanges);
@@ -185,8 +185,7 @@ void MqttBridge::onLost(const QString& reason)
 /// the link to the server was current when it began.
 void MqttBridge::publishChanges()
 {
-    const bool isCurrent =
-        tree.getServers()[static_cast<std::size_t>(server)].state == QLatin1String("current");
+    const bool isCurrent = tree.getServer(server).state == QLatin1String("current");
     while (isUp && connection->hasRoom()) {
         if (next < round.size()) {
             publishNode(round[next++]);
@@ -256,7 +255,7 @@ void MqttBridge::subscribeTo(int levels)
 
 void MqttBridge::takeWrite(const MqttMessage& message)
 {
-    const QJsonObject json = QJsonDocument::fromJson(message.payload).object();
+    const QJsonObject json = parseJson(message.payload).object();
     const QString topic = json[QLatin1String("answer")].toString();
     const QString id = json[QLatin1String("id")].toString().left(MAX_ID_LENGTH);
     const QByteArray levels = message.topic.mid(settings.root.size() + 1);

@@ -163,7 +163,7 @@ WebApi::~WebApi()
 void WebApi::findFiles(const QString& folder)
 {
     const QDir root(folder);
-    QDirIterator found(folder, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator found(folder, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
     while (!folder.isEmpty() && found.hasNext() && getFileCount() < MAX_FILES) {
         const QString file = found.next();
         files[QLatin1Char('/') + root.relativeFilePath(file)] = file;
@@ -201,14 +201,16 @@ void WebApi::finish(const HttpServer::Connection& connection, HttpResponse respo
 void WebApi::handle(const HttpRequest& request, const HttpServer::Connection& connection)
 {
     ++requestCount;
-    std::optional<HttpResponse> refusal = guard.refuse(request);
+    const QUrl url(QString::fromLatin1(request.target), QUrl::StrictMode);
+    const QString path = url.path(QUrl::FullyDecoded);
+    const bool isPage =
+        !path.startsWith(QLatin1String("/api/")) && path != QLatin1String("/metrics");
+    std::optional<HttpResponse> refusal = guard.refuse(request, isPage);
     if (refusal) {
         finish(connection, *refusal);
         return;
     }
-    const QUrl url(QString::fromLatin1(request.target), QUrl::StrictMode);
-    const QString path = url.path(QUrl::FullyDecoded);
-    if (!url.isValid() || !request.target.startsWith('/')) {
+    if (!url.isValid() || !request.target.startsWith('/') || request.target.startsWith("//")) {
         finish(connection, makeError(400, "bad-request", QStringLiteral("This is no path.")));
         return;
     }
@@ -224,8 +226,6 @@ void WebApi::handle(const HttpRequest& request, const HttpServer::Connection& co
         }
         return;
     }
-    const bool isPage =
-        !path.startsWith(QLatin1String("/api/")) && path != QLatin1String("/metrics");
     if (isPage) { // the same for everybody: it holds nothing of the tree
         finish(connection, isGet ? serveFile(request, path) : makeMethodError("GET, HEAD"));
         return;
@@ -315,6 +315,9 @@ HttpResponse WebApi::getTree(const Call& call) const
     if (nodes.empty() && !call.path.isEmpty()) {
         return makeError(404, "unknown-path", QStringLiteral("There is no such path."));
     }
+    if (isOverloaded()) {
+        return makeError(503, "too-many", QStringLiteral("Too many answers are still unread."));
+    }
     HttpResponse response{200, JSON_TYPE, {}, {}};
     TreeWriter(tree, nodes, form == QLatin1String("values"))
         .append(response.body, call.path, std::min(depth, ALL));
@@ -336,8 +339,17 @@ HttpResponse WebApi::getServers() const
     return response;
 }
 
+/// Whole trees may be large; their readers slow, and many.
+bool WebApi::isOverloaded() const
+{
+    return http != nullptr && http->getCounts().unsentBytes > MAX_UNSENT_BYTES;
+}
+
 HttpResponse WebApi::getMetrics()
 {
+    if (isOverloaded()) {
+        return makeError(503, "too-many", QStringLiteral("Too many answers are still unread."));
+    }
     GatewayCounts counts;
     counts.requests = requestCount;
     counts.refusedRequests = guard.getRefusedCount();
@@ -391,7 +403,12 @@ void WebApi::listen(const Call& call)
     Listener* raw = listener.get();
     raw->connection = call.connection;
     raw->under = call.query.queryItemValue(QStringLiteral("under"), QUrl::FullyDecoded);
-    raw->connection->onSent = [raw] { raw->isSending = false; };
+    raw->connection->onSent = [this, raw] {
+        raw->isSending = false;
+        if (raw->next < raw->round.size()) {
+            sendNext(*raw);
+        }
+    };
     raw->connection->onClosed = [this, raw] {
         listeners.erase(std::find_if(listeners.begin(), listeners.end(),
                                      [raw](const auto& each) { return each.get() == raw; }));
@@ -409,40 +426,46 @@ void WebApi::listen(const Call& call)
 void WebApi::updateListeners()
 {
     for (const std::unique_ptr<Listener>& listener : listeners) {
-        if (listener->isSending) {
-            continue;
-        }
-        QByteArray events;
-        std::vector<int> changed;
-        if (listener->revision < tree.getRevision()) {
-            changed = tree.collectChangedSince(listener->revision);
-        }
-        for (auto i = changed.rbegin(); i != changed.rend(); ++i) {
-            const GatewayNode& node = tree.node(*i);
-            if (!listener->under.isEmpty() && !isAtOrBelow(node.path, listener->under)) {
-                continue;
-            }
-            events += node.isPresent ? "event: change\ndata: {\"path\":"
-                                     : "event: removed\ndata: {\"path\":";
-            appendJson(events, node.path);
-            if (node.isPresent) {
-                events += ',';
-                appendNamedContent(events, node);
-            }
-            events += "}\n\n";
-        }
-        listener->revision = tree.getRevision();
         listener->silentMs += EVENT_PERIOD_MS;
-        if (events.isEmpty() && listener->silentMs >= SILENCE_MS) {
-            events = ": alive\n\n";
-        }
-        if (!events.isEmpty()) {
-            listener->silentMs = 0;
-            listener->isSending = true;
-            listener->connection->send(events);
+        if (!listener->isSending) {
+            sendNext(*listener);
         }
     }
     if (listeners.empty()) {
         timer.stop();
+    }
+}
+
+/// Sends a bounded number of events, the newest values of what has changed since the last round.
+void WebApi::sendNext(Listener& listener)
+{
+    if (listener.next == listener.round.size()) {
+        listener.round = tree.collectChangedSince(listener.revision);
+        std::reverse(listener.round.begin(), listener.round.end());
+        listener.next = 0;
+        listener.revision = tree.getRevision();
+    }
+    QByteArray events;
+    for (; listener.next < listener.round.size() && events.size() < EVENT_BYTES; ++listener.next) {
+        const GatewayNode& node = tree.node(listener.round[listener.next]);
+        if (!listener.under.isEmpty() && !isAtOrBelow(node.path, listener.under)) {
+            continue;
+        }
+        events +=
+            node.isPresent ? "event: change\ndata: {\"path\":" : "event: removed\ndata: {\"path\":";
+        appendJson(events, node.path);
+        if (node.isPresent) {
+            events += ',';
+            appendNamedContent(events, node);
+        }
+        events += "}\n\n";
+    }
+    if (events.isEmpty() && listener.silentMs >= SILENCE_MS) {
+        events = ": alive\n\n";
+    }
+    if (!events.isEmpty()) {
+        listener.silentMs = 0;
+        listener.isSending = true;
+        listener.connection->send(events);
     }
 }

@@ -25,6 +25,8 @@ class WebApi : public QObject
 public:
     static constexpr int MAX_LISTENERS = 64;
     static constexpr int EVENT_PERIOD_MS = 50;
+    static constexpr int EVENT_BYTES = 64 << 10;          ///< at once, or a little more
+    static constexpr quint64 MAX_UNSENT_BYTES = 64 << 20; ///< beyond it no tree is written
     static constexpr int SILENCE_MS = 15'000; ///< before a listener is told that there is life
     static constexpr int MAX_FILES = 500;
     static constexpr qint64 MAX_FILE_BYTES = 8 << 20;
@@ -45,7 +47,9 @@ private:
     {
         HttpServer::Connection connection;
         QString under;
-        quint64 revision = 0;
+        quint64 revision = 0;   ///< of the tree when the round was made
+        std::vector<int> round; ///< nodes to be told of, oldest first
+        std::size_t next = 0;   ///< in the round
         bool isSending = true;
         int silentMs = 0;
     };
@@ -66,6 +70,8 @@ private:
     void put(const Call& call);
     void listen(const Call& call);
     void updateListeners();
+    void sendNext(Listener& listener);
+    bool isOverloaded() const;
 
     GatewayTree& tree;
     Guard& guard;

@@ -1,10 +1,11 @@
 """The gateway under load: many leaves, changes and pages; and a broker with the same messages.
 
-usage: gateway_load.py GATEWAY BUSY_SERVER SECONDS
+usage: gateway_load.py GATEWAY DATACORE_SERVER SECONDS
 Figures are printed; those that must hold are checked.
 """
 import os
 import pathlib
+import re
 import selectors
 import shutil
 import socket
@@ -17,7 +18,7 @@ import threading
 import time
 import urllib.request
 
-from programs import Listening, WebSocket, check
+from programs import Listening, WebSocket, check, serve
 
 LEAVES, CHANGES, PAGES = 10_000, 2_000, 20
 LAG_MS, GROWTH_KB, METRICS_MS = 250, 4096, 20
@@ -33,13 +34,18 @@ def memory_kb(pid):
     return int(status.partition("VmRSS:")[2].split()[0])
 
 
+def change_times(message):
+    """When those leaves have changed that hold the time of it, in ms."""
+    return [int(row[1]) for row in message["list"] if re.fullmatch(r"1\d{12}", str(row[1]))]
+
+
 def watch(page, seen, until):
     """Notes of each message how old its oldest value is when it comes, and how many there are."""
     while time.time() < until:
         message = page.receive()
         if message["type"] == "changes":
-            times = [int(row[1]) for row in message["list"]]
-            seen.append((time.time() * 1e3 - min(times) / 1e3, len(times)))
+            if times := change_times(message):
+                seen.append((time.time() * 1e3 - min(times), len(times)))
 
 
 def broker_cpu(seconds):
@@ -90,9 +96,9 @@ def broker_cpu(seconds):
             process.wait()
 
 
-def main(gateway, busy_server, seconds):
+def main(gateway, server_program, seconds):
     seconds = float(seconds)
-    with Listening(busy_server, LEAVES, CHANGES) as server, \
+    with serve(server_program, "--leaves", LEAVES, "--changes-per-second", CHANGES) as server, \
             Listening(gateway, "--port", "0", "--history-memory", "0",
                       "--server", f"127.0.0.1:{server.port}") as program:
         pid = program.process.pid
@@ -100,10 +106,7 @@ def main(gateway, busy_server, seconds):
                        for _ in range(PAGES)], [[] for _ in range(PAGES)]
         idle = WebSocket(socket.create_connection(("127.0.0.1", program.port)))  # never reads
         for page in pages:
-            known = 0
-            while known < LEAVES:
-                message = page.receive()
-                known += len(message["list"]) if message["type"] == "nodes" else 0
+            page.wait(type="nodes", last=True)
         until = time.time() + 2 + seconds
         watchers = [threading.Thread(target=watch, args=(page, own, until))
                     for page, own in zip(pages, lags)]

@@ -22,6 +22,9 @@ TEST_CASE("A number keeps the newest point of each quarter of a second", "[gatew
         CHECK(points[i].ms == START_MS + 100 * newest);
     }
     CHECK(history.get(3, START_MS + 201).size() == 3);
+    history.add(3, START_MS + 550, 12); // the clock was set back
+    CHECK(history.get(3, 0).size() == 3);
+    CHECK(history.get(3, START_MS + 501).front().value == 12);
     CHECK(history.get(2, 0).empty());
     CHECK(history.get(4, 0).empty());
     CHECK(history.get(-1, 0).empty());
