@@ -151,12 +151,9 @@ std::unique_ptr<Work> make()
 }
 
 constexpr Row ROWS[] = {
-    {"crcs", LINES*(ACTIVE + 6), 0.4, make<Crcs>},
-    {"tagging", WIDTH* LINES, 0, make<Tagging>},
-    {"colour", PIXELS, 0.4, make<Colour>},
-    {"mode1", PIXELS, 0.4, make<Mode1>},
-    {"mode2", PIXELS, 0.4, make<Mode2>},
-    {"mode3", PIXELS, 0.4, make<Mode3>},
+    {"crcs", LINES*(ACTIVE + 6), 0.4, make<Crcs>}, {"tagging", WIDTH* LINES, 0, make<Tagging>},
+    {"colour", PIXELS, 0.4, make<Colour>},         {"mode1", PIXELS, 0.4, make<Mode1>},
+    {"mode2", PIXELS, 0.4, make<Mode2>},           {"mode3", PIXELS, 0.4, make<Mode3>},
     {"mode4", PIXELS, 0.4, make<Mode4>},
 };
 

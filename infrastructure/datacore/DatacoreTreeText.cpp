@@ -71,7 +71,8 @@ void DatacoreBase::appendContent(JsonTextWriter& text, bool justData, bool withC
 bool DatacoreBase::populateFromJsonText(const QByteArray& text, bool justData,
                                         QJsonParseError* error)
 {
-    const QByteArray held = text; // a hook may change the caller's
+    // A hook may change the caller's.
+    const QByteArray held = text; // NOLINT(performance-unnecessary-copy-initialization)
     JsonTextIndex index;
     if (index.read(held.constData(), held.size())) {
         if (error != nullptr) {
