@@ -13,7 +13,15 @@ namespace {
 constexpr quint32 FIRST_SLOT_COUNT = 4; ///< a power of two, 4 or more
 constexpr QChar DELIMITER = DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
 
+constexpr qsizetype AT_ONCE = sizeof(quint64) / sizeof(QChar);
 constexpr quint64 EACH_OF_FOUR = Q_UINT64_C(0x0001000100010001); ///< times a character
+
+quint64 readFour(const QChar* characters)
+{
+    quint64 four = 0;
+    std::memcpy(&four, characters, sizeof four);
+    return four;
+}
 
 /// True if one of four characters is the delimiter of paths.
 bool hasDelimiter(quint64 four)
@@ -34,15 +42,14 @@ template <bool IS_PATH>
 HashedName hashName(QStringView text)
 {
     constexpr quint64 multiplier = Q_UINT64_C(0x9E3779B97F4A7C15);
-    constexpr qsizetype atOnce = sizeof(quint64) / sizeof(QChar);
     quint64 hash = 0;
     const auto take = [&hash](quint64 characters) {
         hash = (hash ^ characters) * multiplier;
         hash ^= hash >> 32;
     };
     const QChar* next = text.begin();
-    for (quint64 four = 0; text.end() - next >= atOnce; next += atOnce) {
-        std::memcpy(&four, next, sizeof four);
+    for (; text.end() - next >= AT_ONCE; next += AT_ONCE) {
+        const quint64 four = readFour(next);
         if (IS_PATH && hasDelimiter(four)) {
             break;
         }
@@ -62,11 +69,26 @@ quint32 hashOf(QStringView name)
     return hashName<false>(name).hash;
 }
 
+/// Four characters at a time, the last four perhaps once more: names are short.
 bool isEqual(const QString& a, QStringView b)
 {
-    return a.size() == b.size() &&
-           std::memcmp(a.constData(), b.data(),
-                       static_cast<std::size_t>(b.size()) * sizeof(QChar)) == 0;
+    if (a.size() != b.size()) {
+        return false;
+    }
+    const QChar* const first = a.constData();
+    const qsizetype last = b.size() - AT_ONCE;
+    if (last < 0) {
+        return std::equal(b.begin(), b.end(), first);
+    }
+    const auto differs = [first, second = b.data()](qsizetype at) {
+        return readFour(first + at) != readFour(second + at);
+    };
+    for (qsizetype i = 0; i < last; i += AT_ONCE) {
+        if (differs(i)) {
+            return false;
+        }
+    }
+    return !differs(last);
 }
 
 } // namespace
@@ -185,9 +207,9 @@ DatacoreBase* DatacoreChildren::findFirst(QStringView& path) const
         return nullptr;
     }
     const HashedName first = hashName<true>(path);
-    const qsizetype length = first.name.size();
-    path = path.mid(std::min(length + 1, path.size()));
-    return length == 0 ? nullptr : block->find(first.name, first.hash);
+    const QChar* const end = first.name.end();
+    path = QStringView(end == path.end() ? end : end + 1, path.end());
+    return first.name.isEmpty() ? nullptr : block->find(first.name, first.hash);
 }
 
 DatacoreChildren::Entries DatacoreChildren::inOrder() const

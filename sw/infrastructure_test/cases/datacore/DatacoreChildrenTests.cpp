@@ -50,8 +50,16 @@ TEST_CASE("Children are found by name and walked in its order, the first of a na
         for (int i = 0; i < 1000; ++i) {
             const QString name = makeName(random, count);
             const auto found = expected.find(name);
-            REQUIRE(children.find(name) == (found == expected.end() ? nullptr : found->second));
+            DatacoreBase* const node = found == expected.end() ? nullptr : found->second;
+            REQUIRE(children.find(name) == node);
+            const QString path = name + "/"_s + name;
+            QStringView rest = path;
+            REQUIRE(children.findFirst(rest) == node);
+            REQUIRE(rest == name);
+            REQUIRE((children.findFirst(rest) == node && rest.isEmpty()));
         }
+        QStringView unnamed(u"/a");
+        CHECK((children.findFirst(unnamed) == nullptr && unnamed == QStringView(u"a")));
         CHECK(children.find(QStringView()) == nullptr);
     }
 }

@@ -27,13 +27,14 @@ std::size_t bytesInUse()
 
 TEST_CASE("A leaf takes little memory, its name and its place in the tree included", "[datacore]")
 {
-    constexpr int count = 100000; // the table of children has just been doubled
+    constexpr int count = 100000;    // the table of children has just been doubled
+    const QString value = "12345"_s; // one text for all
     const std::size_t before = bytesInUse();
     DatacoreBase root("root"_s, nullptr);
     std::deque<DatacoreNumber<int>> leaves;
     for (int i = 0; i < count; ++i) {
         leaves.emplace_back(QStringLiteral("leaf%1").arg(i, 5, 10, QLatin1Char('0')), &root);
-        leaves.back().setData("12345"_s);
+        leaves.back().setData(value);
     }
     root.takeChangedList();
     const double bytes = static_cast<double>(bytesInUse() - before) / count;
