@@ -5,22 +5,20 @@
 #include <cstddef>
 #include <deque>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#include <sanitizer/allocator_interface.h>
-#else
 #include <malloc.h>
-#endif
+
+/// There with the sanitizers, whose heap the C library knows nothing of.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
 
 namespace {
 
 std::size_t bytesInUse()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return __sanitizer_get_current_allocated_bytes();
-#else
+    if (__sanitizer_get_current_allocated_bytes != nullptr) {
+        return __sanitizer_get_current_allocated_bytes();
+    }
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd; // of the heap, and mapped for one block each
-#endif
 }
 
 } // namespace
