@@ -250,17 +250,19 @@ SupportedVideoStandards::SupportedVideoStandards()
     // Two blocks of memory, each with one owner count for all that is in it. Identifiers stay where
     // they are made; a quadrant has the one of the same standard by itself.
     const auto identifiers = std::make_shared<std::deque<PayloadIdentifierVariant>>();
-    std::size_t squareDivisions = 0;
+    std::vector<std::size_t> quadrants;
     for (const Carriage& row : CARRIAGES) {
         const PayloadIdentifierFacts& facts = *PayloadIdentifierInterfaces::find(row.payloadByte);
         const std::size_t before = identifiers->size();
         forEachIdentifier(row,
                           [&](quint32 rawValue) { identifiers->emplace_back(rawValue, facts); });
-        squareDivisions += row.quadrant == Quadrant_Yes ? identifiers->size() - before : 0;
+        for (std::size_t i = before; row.quadrant == Quadrant_Yes && i < identifiers->size(); ++i) {
+            quadrants.push_back(i);
+        }
     }
 
     const auto entries = std::make_shared<std::vector<StandardFromPayloadIdentifier>>();
-    entries->reserve(identifiers->size() + squareDivisions);
+    entries->reserve(identifiers->size() + quadrants.size());
     const auto add = [&](const PayloadIdentifierVariant& identifier, bool squareDivision) {
         entries->push_back(StandardFromPayloadIdentifier::ofLink(
             std::shared_ptr<const PayloadIdentifierVariant>(identifiers, &identifier),
@@ -269,14 +271,8 @@ SupportedVideoStandards::SupportedVideoStandards()
     for (const PayloadIdentifierVariant& identifier : *identifiers) {
         add(identifier, false);
     }
-    auto identifier = identifiers->begin();
-    for (const Carriage& row : CARRIAGES) {
-        forEachIdentifier(row, [&](quint32) {
-            if (row.quadrant == Quadrant_Yes) {
-                add(*identifier, true);
-            }
-            ++identifier;
-        });
+    for (const std::size_t quadrant : quadrants) {
+        add((*identifiers)[quadrant], true);
     }
 
     standards.reserve(entries->size());
