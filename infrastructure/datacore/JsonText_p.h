@@ -2,7 +2,7 @@
 // without building an object first.
 #pragma once
 
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 
 #include <QByteArray>
 #include <QJsonValue>

@@ -1,7 +1,7 @@
 #include "HttpServer.h"
 
 #include "AnyStream.h"
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/Log.h"
 
 #include <QCryptographicHash>

@@ -1,7 +1,7 @@
 #include "LivePages.h"
 
 #include "Guard.h"
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/packets/RawDataPacket.h"
 #include "infrastructure/utility/ParseJson.h"

@@ -1,7 +1,7 @@
 #include "MqttBridge.h"
 
 #include "infrastructure/client/DatacoreLink.h"
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/TlsSettings.h"
 #include "infrastructure/utility/ParseJson.h"

@@ -1,6 +1,6 @@
 #include "NodeJson.h"
 
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 
 #include <QJsonArray>
 #include <QJsonValue>

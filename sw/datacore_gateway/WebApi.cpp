@@ -1,7 +1,7 @@
 #include "WebApi.h"
 
 #include "Guard.h"
-#include "infrastructure/datacore/JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/ParseJson.h"
 #include "LivePages.h"
 #include "NodeJson.h"
