@@ -2,6 +2,8 @@
 // without building an object first.
 #pragma once
 
+#include "infrastructure/datacore/JsonString.h"
+
 #include <QByteArray>
 #include <QJsonValue>
 #include <QString>
@@ -51,8 +53,6 @@ private:
     int room = 0;          ///< end of what may be written
 };
 
-/// Appends a string, escaped and in quotes.
-void appendJsonString(QByteArray& text, const QString& string);
 /// Appends the start of a further member of an object: a comma, the key, which must need no
 /// escapes, and a colon.
 void appendNextJsonKey(QByteArray& text, QLatin1String key);

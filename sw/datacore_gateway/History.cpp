@@ -18,7 +18,7 @@ void History::add(int index, qint64 ms, double value)
     Course& course = courses[static_cast<std::size_t>(places[at])];
     while (!course.points.empty() && course.points.back().ms > ms) {
         course.points.pop_back();
-        course.intervalStartMs = std::min(course.intervalStartMs, ms);
+        course.intervalStartMs = ms - course.intervalMs;
         --pointCount;
     }
     if (!course.points.empty() && ms - course.intervalStartMs < course.intervalMs) {

@@ -1,8 +1,8 @@
 #include "HttpServer.h"
 
 #include "AnyStream.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/Log.h"
-#include "JsonText.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -591,9 +591,9 @@ HttpResponse HttpServer::makeError(int status, const QString& code, const QStrin
     response.status = status;
     response.contentType = "application/json";
     response.body = "{\"error\":{\"code\":";
-    appendJson(response.body, code);
+    appendJsonString(response.body, code);
     response.body += ",\"text\":";
-    appendJson(response.body, text);
+    appendJsonString(response.body, text);
     response.body += "}}\n";
     return response;
 }

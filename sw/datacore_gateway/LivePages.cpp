@@ -1,10 +1,10 @@
 #include "LivePages.h"
 
 #include "Guard.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/CommandLine.h"
 #include "infrastructure/utility/packets/RawDataPacket.h"
 #include "infrastructure/utility/ParseJson.h"
-#include "JsonText.h"
 #include "NodeJson.h"
 
 #include <QDateTime>
@@ -27,9 +27,9 @@ QByteArray makeAnswer(const QJsonValue& id, const WriteAnswer& answer, const Gat
     QByteArray json = "{\"type\":\"answer\",\"id\":" + QByteArray::number(id.toDouble(), 'g', 17);
     json += answer.isOk() ? ",\"ok\":true" : ",\"ok\":false,\"code\":";
     if (!answer.isOk()) {
-        appendJson(json, answer.code);
+        appendJsonString(json, answer.code);
         json += ",\"text\":";
-        appendJson(json, answer.text);
+        appendJsonString(json, answer.text);
     }
     if (answer.node >= 0) {
         json += ',';
@@ -41,9 +41,9 @@ QByteArray makeAnswer(const QJsonValue& id, const WriteAnswer& answer, const Gat
 QByteArray makeError(const QString& code, const QString& text)
 {
     QByteArray json = "{\"type\":\"error\",\"code\":";
-    appendJson(json, code);
+    appendJsonString(json, code);
     json += ",\"text\":";
-    appendJson(json, text);
+    appendJsonString(json, text);
     return json + '}';
 }
 
@@ -97,7 +97,7 @@ QByteArray ChangeMessages::takeNext()
         }
         json.append('[').append(QByteArray::number(nodes[next])).append(',');
         if (isListing) {
-            appendJson(json, node.path);
+            appendJsonString(json, node.path);
             json.append(',').append(QByteArray::number(node.description)).append(',');
         }
         appendContent(json, node);
@@ -329,9 +329,9 @@ private:
             if (record.number > recordNumber && recordNames.contains(record.name)) {
                 if (record.message.isEmpty()) {
                     record.message = "{\"type\":\"record\",\"server\":";
-                    appendJson(record.message, pages.tree.getServer(record.server).name);
+                    appendJsonString(record.message, pages.tree.getServer(record.server).name);
                     record.message += ",\"name\":";
-                    appendJson(record.message, record.name);
+                    appendJsonString(record.message, record.name);
                     record.message += ",\"t\":" + QByteArray::number(record.ms) + ",\"data\":" +
                                       pages.recordJson[record.server].toJson(record.name) + '}';
                 }
@@ -381,7 +381,7 @@ private:
         QByteArray json = "{\"type\":\"history\",\"id\":" +
                           QByteArray::number(message[QLatin1String("id")].toDouble(), 'g', 17) +
                           ",\"path\":";
-        appendJson(json, path);
+        appendJsonString(json, path);
         json += ",\"points\":[";
         const int seconds = message[QLatin1String("seconds")].toInt(3600);
         bool isFirst = true;

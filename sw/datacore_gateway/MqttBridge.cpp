@@ -1,10 +1,10 @@
 #include "MqttBridge.h"
 
 #include "infrastructure/client/DatacoreLink.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/Log.h"
 #include "infrastructure/utility/packets/TlsSettings.h"
 #include "infrastructure/utility/ParseJson.h"
-#include "JsonText.h"
 #include "MqttTopics.h"
 #include "NodeJson.h"
 
@@ -298,16 +298,16 @@ void MqttBridge::answer(const QString& topic, const QString& id, const QString& 
         return;
     }
     QByteArray json = outcome.isOk() ? "{\"ok\":true,\"path\":" : "{\"ok\":false,\"path\":";
-    appendJson(json, path);
+    appendJsonString(json, path);
     if (!id.isEmpty()) {
         json.append(",\"id\":");
-        appendJson(json, id);
+        appendJsonString(json, id);
     }
     if (!outcome.isOk()) {
         json.append(",\"code\":");
-        appendJson(json, outcome.code);
+        appendJsonString(json, outcome.code);
         json.append(",\"text\":");
-        appendJson(json, outcome.text);
+        appendJsonString(json, outcome.text);
     }
     if (outcome.node >= 0) {
         json.append(',');

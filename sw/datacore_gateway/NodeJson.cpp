@@ -1,9 +1,35 @@
 #include "NodeJson.h"
 
-#include "JsonText.h"
+#include "infrastructure/datacore/JsonString.h"
 
 #include <QJsonArray>
 #include <QJsonValue>
+
+namespace {
+
+void appendTexts(QByteArray& json, const QStringList& texts)
+{
+    char before = '[';
+    for (const QString& text : texts) {
+        json.append(before);
+        appendJsonString(json, text);
+        before = ',';
+    }
+    json.append(texts.isEmpty() ? "[]" : "]");
+}
+
+} // namespace
+
+void appendJsonValues(QByteArray& json, const QStringList& values)
+{
+    if (values.isEmpty()) {
+        json.append("null");
+    } else if (values.size() == 1) {
+        appendJsonString(json, values.first());
+    } else {
+        appendTexts(json, values);
+    }
+}
 
 const char* getStateText(GatewayNode::State state)
 {
@@ -44,9 +70,9 @@ void appendContent(QByteArray& json, const GatewayNode& node)
 {
     appendJsonValues(json, node.values);
     json.append(',');
-    appendJson(json, node.invalidTexts);
+    appendTexts(json, node.invalidTexts);
     json.append(',');
-    appendJson(json, node.inactiveTexts);
+    appendTexts(json, node.inactiveTexts);
     json.append(',').append(static_cast<char>('0' + node.state));
 }
 
@@ -55,21 +81,21 @@ void appendNamedContent(QByteArray& json, const GatewayNode& node)
     json.append("\"values\":");
     appendJsonValues(json, node.values);
     json.append(",\"invalid\":");
-    appendJson(json, node.invalidTexts);
+    appendTexts(json, node.invalidTexts);
     json.append(",\"inactive\":");
-    appendJson(json, node.inactiveTexts);
+    appendTexts(json, node.inactiveTexts);
     json.append(",\"state\":\"").append(getStateText(node.state)).append('"');
 }
 
 void appendServer(QByteArray& json, const GatewayServer& server)
 {
     json.append("\"name\":");
-    appendJson(json, server.name);
+    appendJsonString(json, server.name);
     json.append(",\"address\":");
-    appendJson(json, server.address);
+    appendJsonString(json, server.address);
     json.append(",\"state\":");
-    appendJson(json, server.state);
+    appendJsonString(json, server.state);
     json.append(",\"problem\":");
-    appendJson(json, server.problem);
+    appendJsonString(json, server.problem);
     json.append(",\"retryMs\":").append(QByteArray::number(server.retryMs));
 }

@@ -18,6 +18,8 @@ const char* getStateText(GatewayNode::State state);
 /// is anything else.
 std::optional<QStringList> readValues(const QJsonValue& json);
 
+/// Appends a value as on the link: null, a string, or an array of strings.
+void appendJsonValues(QByteArray& json, const QStringList& values);
 /// Appends: values,[invalid],[inactive],state as a number
 void appendContent(QByteArray& json, const GatewayNode& node);
 /// Appends: "values":…,"invalid":[…],"inactive":[…],"state":"current"

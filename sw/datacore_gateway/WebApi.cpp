@@ -1,8 +1,8 @@
 #include "WebApi.h"
 
 #include "Guard.h"
+#include "infrastructure/datacore/JsonString.h"
 #include "infrastructure/utility/ParseJson.h"
-#include "JsonText.h"
 #include "LivePages.h"
 #include "NodeJson.h"
 
@@ -93,7 +93,7 @@ public:
     void append(QByteArray& json, const QString& path, int depth)
     {
         json += "{\"path\":";
-        appendJson(json, path);
+        appendJsonString(json, path);
         if (at < nodes.size() && getPath() == path) {
             appendOwn(json, tree.node(nodes[at]));
             ++at;
@@ -384,7 +384,7 @@ void WebApi::put(const Call& call)
         }
         if (answer.node >= 0) {
             response.body += answer.isOk() ? "\"path\":" : ",\"path\":";
-            appendJson(response.body, path);
+            appendJsonString(response.body, path);
             response.body += ',';
             appendNamedContent(response.body, tree.node(answer.node));
         }
@@ -453,7 +453,7 @@ void WebApi::sendNext(Listener& listener)
         }
         events +=
             node.isPresent ? "event: change\ndata: {\"path\":" : "event: removed\ndata: {\"path\":";
-        appendJson(events, node.path);
+        appendJsonString(events, node.path);
         if (node.isPresent) {
             events += ',';
             appendNamedContent(events, node);
