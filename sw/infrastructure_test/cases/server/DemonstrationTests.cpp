@@ -1,6 +1,5 @@
 #include "sw/datacore_server/Demonstration.h"
 
-#include "infrastructure/datacore/DatacoreDescription.h"
 #include "infrastructure/utility/captions/CaptionField608.h"
 #include "infrastructure/utility/records/Captions608bytePairsRawDataPacket.h"
 #include "infrastructure/utility/records/EyeHistogramData.h"
@@ -45,10 +44,8 @@ TEST_CASE("The demonstration's records look like measurements", "[server]")
 
     const auto spectrum = findRecord<RawSdiJitterSpectrumDataPacket>(2);
     REQUIRE(spectrum->spectrumVector1.size() == 240);
-    CHECK(spectrum->spectrumVector1.front() == Approx(10));
     CHECK(spectrum->spectrumVector1.back() == Approx(1e7));
     CHECK(spectrum->spectrumVector2.front() > spectrum->spectrumVector2.back() * 20);
-    CHECK(spectrum->spectrumVector3.size() == 240);
 
     CaptionField608 captions;
     std::set<QString> shown;
@@ -72,7 +69,6 @@ TEST_CASE("The demonstration's records look like measurements", "[server]")
     CHECK(shown.count("A caption that pops on,\nall of it at once."_s) == 1);
     CHECK(shown.count("each new one at the foot\nmoves the others\nup, and out at the top."_s) ==
           1);
-    CHECK(shown.count(QString()) == 1);
 }
 
 TEST_CASE("The demonstration's values move, and say what is wrong with them", "[server]")
@@ -104,20 +100,10 @@ TEST_CASE("The demonstration's values move, and say what is wrong with them", "[
     show(775);
     CHECK_FALSE((locked->isActive() || jitter->isActive()));
     CHECK(status.findDatacore(u"inputs/input1/locked")->isActive());
-    CHECK(jitter->getDescription().unit == "UI"_s);
 
     const DemonstrationValues late = makeDemonstrationValues(1, 775 + 700);
     CHECK(late.crcErrors == 100 + 25);
     CHECK(late.log.size() == 8);
     CHECK(late.log.last() == "57 s: fan speed lowered"_s);
     CHECK(makeDemonstrationValues(2, 700).levels != makeDemonstrationValues(1, 700).levels);
-
-    LoadTree load(status, 101);
-    load.change(100, 5);
-    load.change(2, 6);
-    const auto leaf = [&status](const QString& path) {
-        return status.findDatacore(path)->getData();
-    };
-    CHECK((leaf("load/group0/leaf99"_s) == "5"_s && leaf("load/group1/leaf0"_s) == "6"_s));
-    CHECK((leaf("load/group0/leaf0"_s) == "6"_s && leaf("load/group0/leaf1"_s) == "5"_s));
 }
