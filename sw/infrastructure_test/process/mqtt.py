@@ -102,7 +102,8 @@ def publish(broker, topic, payload, *words):
 
 
 def gateway(program, broker, *words, host="127.0.0.1"):
-    return Listening(program, "--port", "0", "--mqtt", f"{host}:{broker.port}", "--mqtt-root", "fleet", *words)
+    return Listening(program, "--port", "0", "--mqtt", f"{host}:{broker.port}", "--mqtt-root", "fleet", *words,
+                     env={**os.environ, "ASAN_OPTIONS": "quarantine_size_mb=1"})  # its memory is watched
 
 
 def dump(port):
