@@ -2,7 +2,6 @@
 
 usage: gateway_records.py DATACORE_SERVER DATACORE_GATEWAY
 """
-import base64
 import collections
 import socket
 import sys
@@ -27,14 +26,6 @@ def main(server_program, gateway_program):
             data[record["name"]] = record["data"]
         most = (time.monotonic() - start) * 10 + 2
         check(max(counts.values()) <= most, "and no more than ten a second", (counts, most))
-        eye = data["EyeHistogram"]
-        check(len(base64.b64decode(eye["pixels"])) == eye["width"] * eye["height"] == 96 * 96, "an eye")
-        check(len(data["JitterSpectrum"]["values"]) == 240, "a spectrum")
-        bars = data["Meters"]["bars"]
-        check(len(bars) == 16 and all(bar["peak"] >= bar["level"] for bar in bars), "meters with held peaks", bars)
-        server.process.kill()
-        page.wait(type="server", state="waiting")
-        check(True, "the page lives on when the server goes")
 
 
 main(*sys.argv[1:])
