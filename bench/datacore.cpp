@@ -9,7 +9,10 @@
 
 #include <malloc.h>
 
+#include <array>
+#include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -89,8 +92,9 @@ private:
 
 using NumberTree = Tree<DatacoreBase, DatacoreNumber<int>>;
 
-/// What a growth measurement times.
+/// The kinds of work in a round of growth.
 enum Work { Work_Populate, Work_Write, Work_Take, Work_Clear, Work_All };
+using Seconds = std::array<double, Work_All + 1>; ///< of a round, by kind of work
 
 /// Trees with ALL_LEAVES leaves in total.
 class Forest
@@ -110,25 +114,24 @@ public:
         }
     }
 
-    /// The seconds that the work takes, within a round of all kinds of work.
-    double round(Work work)
+    Seconds round()
     {
         const std::vector<QJsonObject>& state = states[(roundCount++) % states.size()];
-        const auto timed = [work, this](Work step, auto&& action) {
-            const double took = bench::seconds([this, &action] {
+        Seconds took{};
+        const auto time = [&took, this](Work work, auto&& action) {
+            took[work] = bench::seconds([this, &action] {
                 for (std::size_t i = 0; i < trees.size(); ++i) {
                     action(i);
                 }
             });
-            return work == Work_All || work == step ? took : 0;
+            took[Work_All] += took[work];
         };
         std::vector<QJsonObject> written(trees.size());
-        double took = timed(Work_Populate, [&](std::size_t i) { trees[i]->read(state[i]); });
-        took += timed(Work_Write, [&](std::size_t i) { written[i] = trees[i]->write(); });
+        time(Work_Populate, [&](std::size_t i) { trees[i]->read(state[i]); });
+        time(Work_Write, [&](std::size_t i) { written[i] = trees[i]->write(); });
         std::vector<std::vector<DatacoreBase*>> changed(trees.size());
-        took +=
-            timed(Work_Take, [&](std::size_t i) { changed[i] = trees[i]->root.takeChangedList(); });
-        took += timed(Work_Clear, [&](std::size_t i) { trees[i]->root.clearChangeState(); });
+        time(Work_Take, [&](std::size_t i) { changed[i] = trees[i]->root.takeChangedList(); });
+        time(Work_Clear, [&](std::size_t i) { trees[i]->root.clearChangeState(); });
         std::size_t changedCount = 0;
         for (const auto& list : changed) {
             changedCount += list.size();
@@ -145,33 +148,46 @@ private:
     std::size_t roundCount = 0;
 };
 
-/// Like bench::compare, for work that times itself.
-template <typename Ours, typename Peer>
-void compareTimes(benchmark::State& state, double must, double aim, Ours&& ours, Peer&& peer)
+constexpr int ROUNDS = 15;
+
+/// What rounds in large trees and in small ones took, in turn. Measured once for the rows of all
+/// kinds of work; empty if not every leaf changed.
+const std::vector<std::pair<Seconds, Seconds>>& rounds(Shape shape, int treeSize)
 {
-    std::vector<double> ratios;
-    for (auto _ : state) {
-        const double oursTook = ours();
-        const double peerTook = peer();
-        state.SetIterationTime(oursTook);
-        ratios.push_back(peerTook / oursTook);
+    static std::map<std::pair<Shape, int>, std::vector<std::pair<Seconds, Seconds>>> measured;
+    auto& pairs = measured[{shape, treeSize}];
+    if (pairs.empty()) {
+        Forest large(shape, treeSize);
+        Forest small(shape, SMALL_TREE);
+        for (int i = 0; i < ROUNDS; ++i) {
+            const Seconds oursTook = large.round();
+            pairs.emplace_back(oursTook, small.round());
+        }
+        if (!large.isRight || !small.isRight) {
+            pairs.clear();
+        }
     }
-    state.counters["ratio"] = bench::median(std::move(ratios));
-    state.counters["must"] = must;
-    state.counters["aim"] = aim;
+    return pairs;
 }
 
 template <Work work, Shape shape>
 void grow(benchmark::State& state)
 {
-    Forest large(shape, static_cast<int>(state.range(0)));
-    Forest small(shape, SMALL_TREE);
-    compareTimes(
-        state, 1 / 1.5, 1, [&] { return large.round(work); }, [&] { return small.round(work); });
-    state.SetItemsProcessed(state.iterations() * ALL_LEAVES);
-    if (!large.isRight || !small.isRight) {
+    const auto& pairs = rounds(shape, static_cast<int>(state.range(0)));
+    if (pairs.empty()) {
         state.SkipWithError("not every leaf changed");
+        return;
     }
+    std::vector<double> ratios;
+    for (auto _ : state) {
+        const auto& [oursTook, peerTook] = pairs[ratios.size() % pairs.size()];
+        state.SetIterationTime(oursTook[work]);
+        ratios.push_back(peerTook[work] / oursTook[work]);
+    }
+    state.counters["ratio"] = bench::median(std::move(ratios));
+    state.counters["must"] = 1 / 1.5;
+    state.counters["aim"] = 1;
+    state.SetItemsProcessed(state.iterations() * ALL_LEAVES);
 }
 
 /// Writes `count` numbers to a few leaves in turn.
@@ -443,13 +459,13 @@ void bytesForEachLeaf(benchmark::State& state)
         ->Range(100, ALL_LEAVES)                                                                   \
         ->UseManualTime()                                                                          \
         ->Unit(benchmark::kMillisecond)                                                            \
-        ->Iterations(15);                                                                          \
+        ->Iterations(ROUNDS);                                                                      \
     BENCHMARK_TEMPLATE(grow, WORK, Shape_Groups)                                                   \
         ->RangeMultiplier(10)                                                                      \
         ->Range(100, ALL_LEAVES)                                                                   \
         ->UseManualTime()                                                                          \
         ->Unit(benchmark::kMillisecond)                                                            \
-        ->Iterations(15)
+        ->Iterations(ROUNDS)
 GROWTH(Work_Populate);
 GROWTH(Work_Write);
 GROWTH(Work_Take);
