@@ -5,10 +5,13 @@
 //   target_kernels ROW ours    does the row's work once between two calls of `mark`; prints what is
 //   target_kernels ROW peer    mapped where, the address of `mark` and a digest of the result
 #include "bench/PlainLoops.h"
+#include "infrastructure/utility/BigEndianRun.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
+
+#include <QtEndian>
 
 #include <algorithm>
 #include <cstdio>
@@ -92,6 +95,24 @@ class Tagging : public Work
     std::vector<quint32> result_;
 };
 
+/// The numbers of a histogram, beside a loop that turns one after the other.
+class ByteOrder : public Work
+{
+    void ours() override
+    {
+        copyBigEndianRun(numbers.data(), result_.data(), numbers.size(), sizeof(quint32));
+    }
+    void peer() override
+    {
+        std::transform(numbers.begin(), numbers.end(), result_.begin(),
+                       [](quint32 number) { return qFromBigEndian(number); });
+    }
+    Bytes result() const override { return bytesOf(result_); }
+
+    std::vector<quint32> numbers = noise<quint32>(4096, 32);
+    std::vector<quint32> result_ = std::vector<quint32>(numbers.size());
+};
+
 constexpr std::size_t PIXELS = ACTIVE; // the peers of these take long
 
 /// Beside the definition in doubles.
@@ -152,9 +173,9 @@ std::unique_ptr<Work> make()
 
 constexpr Row ROWS[] = {
     {"crcs", LINES*(ACTIVE + 6), 0.4, make<Crcs>}, {"tagging", WIDTH* LINES, 0, make<Tagging>},
-    {"colour", PIXELS, 0.4, make<Colour>},         {"mode1", PIXELS, 0.4, make<Mode1>},
-    {"mode2", PIXELS, 0.4, make<Mode2>},           {"mode3", PIXELS, 0.4, make<Mode3>},
-    {"mode4", PIXELS, 0.4, make<Mode4>},
+    {"byteOrder", 4096, 0.4, make<ByteOrder>},     {"colour", PIXELS, 0.4, make<Colour>},
+    {"mode1", PIXELS, 0.4, make<Mode1>},           {"mode2", PIXELS, 0.4, make<Mode2>},
+    {"mode3", PIXELS, 0.4, make<Mode3>},           {"mode4", PIXELS, 0.4, make<Mode4>},
 };
 
 [[gnu::noinline]] void mark()

@@ -1,6 +1,8 @@
 // Reads big-endian fields from bytes that may end early. A view of somebody else's bytes.
 #pragma once
 
+#include "infrastructure/utility/BigEndianRun.h"
+
 #include <QtEndian>
 
 #include <cstring>
@@ -103,13 +105,11 @@ public:
     template <typename T>
     int takeRun(T* values, int count)
     {
-        if constexpr (std::is_same_v<T, double>) {
-            return takeEach<quint64>(count, [values](int i, quint64 bits) {
-                std::memcpy(values + i, &bits, sizeof bits);
-            });
-        } else {
-            return takeEach<T>(count, [values](int i, T number) { values[i] = number; });
-        }
+        static_assert(std::is_arithmetic_v<T> && !std::is_same_v<T, float>, "as in take");
+        const int whole = qBound(0, count, getRemaining() / static_cast<int>(sizeof(T)));
+        copyBigEndianRun(next, values, static_cast<std::size_t>(whole), sizeof(T));
+        next = whole < count ? end : next + whole * static_cast<int>(sizeof(T));
+        return whole;
     }
 
 private:

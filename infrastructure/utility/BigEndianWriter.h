@@ -1,6 +1,8 @@
 // Writes big-endian fields into a buffer whose size has been computed beforehand.
 #pragma once
 
+#include "infrastructure/utility/BigEndianRun.h"
+
 #include <QByteArray>
 #include <QtEndian>
 
@@ -73,15 +75,9 @@ public:
     template <typename T>
     void putRun(const T* values, int count)
     {
-        if constexpr (std::is_same_v<T, double>) {
-            putEach<quint64>(count, [values](int i) {
-                quint64 bits;
-                std::memcpy(&bits, values + i, sizeof bits);
-                return bits;
-            });
-        } else {
-            putEach<T>(count, [values](int i) { return values[i]; });
-        }
+        static_assert(std::is_arithmetic_v<T> && !std::is_same_v<T, float>, "a double on the wire");
+        copyBigEndianRun(values, next, static_cast<std::size_t>(count), sizeof(T));
+        next += count * static_cast<int>(sizeof(T));
     }
 
 private:

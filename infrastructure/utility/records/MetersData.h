@@ -47,6 +47,15 @@ struct MeterReading
         RecordLayout::field<LevelOnWire>(&MeterReading::level));
 };
 
+/// Zero bytes are a reading, and a list of them needs no more than cleared memory.
+template <typename T>
+Q_DECLARE_TYPEINFO_BODY(MeterReading<T>, Q_PRIMITIVE_TYPE);
+
+template <>
+void RecordLayout::takeAll(MeterReading<float>* readings, int count, WholeBigEndianReader reader);
+template <>
+void RecordLayout::takeAll(MeterReading<int>* readings, int count, WholeBigEndianReader reader);
+
 /// The meters, after the header words.
 template <typename T>
 struct Meters

@@ -61,6 +61,10 @@ qint64 sizeOf(const Record& record);
 template <typename Record>
 void put(const Record& record, BigEndianWriter& writer);
 template <typename Record, typename From>
+void takeParts(Record& record, From& reader);
+template <typename Record>
+void takeAll(Record* records, int count, WholeBigEndianReader reader);
+template <typename Record, typename From>
 void take(Record& record, From& reader);
 template <typename Record>
 bool areEqual(const Record& a, const Record& b);
@@ -219,11 +223,12 @@ struct RecordList
     {
         const int count = reader.admit(reader.take<qint32>(), fixedSize<Element>());
         List list(static_cast<typename List::size_type>(count));
-        BigEndianReader local = reader; // in registers, whatever the elements may alias
-        for (Element& element : list) {
-            RecordLayout::take(element, local);
+        const int whole = qMin(count, reader.getRemaining() / fixedSize<Element>());
+        Element* const elements = list.data();
+        takeAll(elements, whole, reader.takeWhole(whole * fixedSize<Element>()));
+        for (int i = whole; i < count; ++i) {
+            RecordLayout::takeParts(elements[i], reader); // the first may be there in part
         }
-        static_cast<BigEndianReader&>(reader) = local;
         owner.*member = std::move(list);
     }
     bool isEqual(const Owner& a, const Owner& b) const
@@ -339,21 +344,35 @@ void put(const Record& record, BigEndianWriter& writer)
     std::apply([&](const auto&... part) { (part.put(record, writer), ...); }, Record::LAYOUT);
 }
 
+/// Reads the record's parts in their order.
+template <typename Record, typename From>
+void takeParts(Record& record, From& reader)
+{
+    std::apply([&](const auto&... part) { (part.take(record, reader), ...); }, Record::LAYOUT);
+}
+
+/// Reads `count` records of a fixed size, whose bytes are all there. A record of which there are
+/// many may have a specialisation that is faster.
+template <typename Record>
+void takeAll(Record* records, int count, WholeBigEndianReader reader)
+{
+    for (int i = 0; i < count; ++i) {
+        takeParts(records[i], reader);
+    }
+}
+
 /// Reads the record's parts in their order; what is missing is zero. The bytes of a record of a
 /// fixed size are counted once for all of them.
 template <typename Record, typename From>
 void take(Record& record, From& reader)
 {
-    const auto takeParts = [&record](auto& from) {
-        std::apply([&](const auto&... part) { (part.take(record, from), ...); }, Record::LAYOUT);
-    };
     if constexpr (fixedSize<Record>() > 0) {
         if (reader.getRemaining() >= fixedSize<Record>()) {
             WholeBigEndianReader whole = reader.takeWhole(fixedSize<Record>());
-            return takeParts(whole);
+            return takeParts(record, whole);
         }
     }
-    takeParts(reader);
+    takeParts(record, reader);
 }
 
 /// True when all fields of the layout are equal.

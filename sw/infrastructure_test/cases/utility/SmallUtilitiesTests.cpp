@@ -1,4 +1,5 @@
-// Parity, nearest names, the note table and the end of a writer.
+// Parity, nearest names, the note table, big-endian runs and the end of a writer.
+#include "infrastructure/utility/BigEndianRun.h"
 #include "infrastructure/utility/BigEndianWriter.h"
 #include "infrastructure/utility/BitTwiddles.h"
 #include "infrastructure/utility/NearestNames.h"
@@ -8,9 +9,11 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <bitset>
 #include <cmath>
 #include <random>
+#include <vector>
 
 TEST_CASE("Parity bits make the count of ones even or odd", "[utility]")
 {
@@ -27,6 +30,30 @@ TEST_CASE("Parity bits make the count of ones even or odd", "[utility]")
         REQUIRE((ones + getEvenParityBit(word)) % 2 == 0);
         REQUIRE((ones + getOddParityBit(word)) % 2 == 1);
     }
+}
+
+TEST_CASE("Runs of big-endian numbers of any length may stand anywhere", "[utility][kernels]")
+{
+    std::mt19937 random(3);
+    std::vector<quint8> from(8 * 40 + 1);
+    std::generate(from.begin(), from.end(), [&] { return static_cast<quint8>(random()); });
+    for (const std::size_t bytesEach : {1u, 2u, 4u, 8u}) {
+        for (std::size_t count = 0; count <= 40; ++count) {
+            std::vector<quint8> to(from.size() + 2, 0xA5);
+            auto wanted = to;
+            for (std::size_t i = 0; i < count * bytesEach; ++i) {
+                const std::size_t inNumber = i % bytesEach;
+                const std::size_t nativeByte =
+                    Q_BYTE_ORDER == Q_BIG_ENDIAN ? inNumber : bytesEach - 1 - inNumber;
+                wanted[1 + i - inNumber + nativeByte] = from[1 + i];
+            }
+            copyBigEndianRun(from.data() + 1, to.data() + 1, count, bytesEach);
+            REQUIRE(to == wanted);
+        }
+    }
+    quint32 untouched = 5;
+    copyBigEndianRun(from.data(), &untouched, 1, 3);
+    CHECK(untouched == 5);
 }
 
 TEST_CASE("Nearest names are a few slips away, the nearest first", "[utility]")

@@ -212,6 +212,11 @@ TEST_CASE("A count that lies takes no memory for itself", "[records]")
     CHECK(histogram("ffffffff 00000001").isEmpty());
     CHECK(histogram("80000000").isEmpty());
     CHECK(histogram("00000003 00000001 0000") == QVector<int>{1, 0, 0});
+    CHECK(receive<InstantPeakLinearMetersData>(
+              hex("00000000 00000000 00000000 00000003 00000001 00000002 00000003 00000004 fffffffb"
+                  "00000006 00000007 00000008 00000009 0000000a 0000000b 0000000c 0000"))
+              ->readings ==
+          QVector<MeterReading<int>>{{1, 2, 3, 4, -5}, {6, 7, 8, 9, 10}, {11, 12, 0, 0, 0}});
     CHECK(histogram("00010001 00000001").size() == limit + 1);
     CHECK(log.lines().isEmpty());
     CHECK(histogram("7fffffff 00000001").size() == limit + 1);
