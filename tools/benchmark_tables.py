@@ -6,9 +6,11 @@
                                                 "BELOW MUST" is too slow, "must" fast enough, "aim"
                                                 as fast as intended. Rows that measure no ratio are
                                                 left out; a row that could not run shows why.
-    benchmark_tables.py page FILE.json ...      puts a table for each program, with the medians of
+    benchmark_tables.py page FILE.json ... [--before FILE.json ...]
+                                                puts a table for each program, with the medians of
                                                 its runs, after the line "<!-- tables -->" of
-                                                docs/performance.md
+                                                docs/performance.md; with the ratios of an earlier
+                                                state of the code, if there are any of it
     benchmark_tables.py check FILE.json ...     names the rows whose ratio has fallen by more than
                                                 its noise since the tables were made, and exits
                                                 with 1 if there are any. The noise of a row is the
@@ -97,7 +99,11 @@ def median_of(rows):
     return middle, sorted(row["ratio"] for row in rows if "ratio" in row)
 
 
-def to_row(rows):
+def span_of(ratios):
+    return f"{ratios[0]:.3g} to {ratios[-1]:.3g}" if len(ratios) > 1 else ""
+
+
+def to_row(rows, before):
     row, ratios = median_of(rows)
     name = row_name(row)
     others = [f"{key} {value:.4g}" for key, value in row.items()
@@ -105,9 +111,12 @@ def to_row(rows):
     ratio = as_factor(row, "ratio")
     if row.get("must") and row["ratio"] < row["must"]:
         ratio = f"**{ratio}**"
-    spread = f"{ratios[0]:.3g} to {ratios[-1]:.3g}" if len(ratios) > 1 else ""
     cells = [f"`{name}`", as_time(row["real_time"] * TIMES[row["time_unit"]]), as_rate(row), ratio,
-             spread, as_factor(row, "must"), as_factor(row, "aim"), ", ".join(others)]
+             span_of(ratios)]
+    if before is not None:
+        earlier = sorted(before.get(name, []))
+        cells += [f"{statistics.median(earlier):.3g}" if earlier else "", span_of(earlier)]
+    cells += [as_factor(row, "must"), as_factor(row, "aim"), ", ".join(others)]
     return "| " + " | ".join(cells) + " |"
 
 
@@ -133,13 +142,19 @@ def rows_of_page():
     return rows
 
 
-def check(runs):
-    standing = rows_of_page()
+def ratios_of(runs):
+    """(program, row) to the ratios of its runs."""
     measured = {}
     for run in runs:
         for row in run["benchmarks"]:
             if "ratio" in row and row["run_type"] == "iteration":
                 measured.setdefault((program_of(run), row_name(row)), []).append(row["ratio"])
+    return measured
+
+
+def check(runs):
+    standing = rows_of_page()
+    measured = ratios_of(runs)
     fallen = 0
     for (program, name), ratios in measured.items():
         if (program, name) not in standing:
@@ -170,7 +185,8 @@ def introduction(name):
     return "\n".join(lines).split("\n\n")[0].split("\n  ")[0]
 
 
-def to_table(name, runs):
+def to_table(name, runs, before):
+    """`before` has the ratios of earlier code by row, or is None."""
     rows = {}
     for run in runs:
         for row in run["benchmarks"]:
@@ -178,21 +194,32 @@ def to_table(name, runs):
                 rows.setdefault(row["name"], []).append(row)
     times = sorted(datetime.datetime.fromisoformat(run["context"]["date"]) for run in runs)
     loads = sorted(run["context"]["load_avg"][0] for run in runs)
+    columns = ["row", "time", "rate", "ratio", "of the runs",
+               *(["before", "of the runs"] if before is not None else []), "must", "aim", "besides"]
     return "\n".join([f"## {name}", "", introduction(name), "",
                       f"Runs: {len(runs)}, {times[0]:%Y-%m-%d}; load average {loads[0]:.0f} to "
                       f"{loads[-1]:.0f}.", "",
-                      "| row | time | rate | ratio | of the runs | must | aim | besides |",
-                      "|---|---|---|---|---|---|---|---|", *map(to_row, rows.values()), ""])
+                      "| " + " | ".join(columns) + " |", "|---" * len(columns) + "|",
+                      *(to_row(row, before) for row in rows.values()), ""])
 
 
-def write_page(runs):
+def write_page(runs, runs_before=()):
     programs = {}
     for run in runs:
         programs.setdefault(program_of(run), []).append(run)
+    before = {}
+    for (program, name), ratios in ratios_of(runs_before).items():
+        before.setdefault(program, {})[name] = ratios
     page = PAGE.read_text(encoding="utf-8")
     head = page[: page.index(MARK) + len(MARK)]
-    tables = [to_table(name, runs) for name, runs in programs.items()]
+    tables = [to_table(name, runs, before.get(name)) for name, runs in programs.items()]
     PAGE.write_text(head + "\n" + "\n".join(tables), encoding="utf-8")
+
+
+def read_runs(paths):
+    """Without programs whose rows have all been filtered out: they write an empty file."""
+    texts = [pathlib.Path(path).read_text(encoding="utf-8") for path in paths]
+    return [json.loads(text) for text in texts if text]
 
 
 def main():
@@ -201,9 +228,11 @@ def main():
     outputs = {"ratios": print_ratios, "page": write_page, "check": check}
     if len(sys.argv) < 3 or sys.argv[1] not in outputs:
         raise SystemExit(__doc__)
-    texts = [pathlib.Path(word).read_text(encoding="utf-8") for word in sys.argv[2:]]
-    # A program whose rows have all been filtered out writes an empty file.
-    outputs[sys.argv[1]]([json.loads(text) for text in texts if text])
+    words = sys.argv[2:]
+    if sys.argv[1] == "page" and "--before" in words:
+        at = words.index("--before")
+        return write_page(read_runs(words[:at]), read_runs(words[at + 1 :]))
+    outputs[sys.argv[1]](read_runs(words))
 
 
 if __name__ == "__main__":

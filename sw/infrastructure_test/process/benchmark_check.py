@@ -28,7 +28,11 @@ def outcome(*runs):
 with tempfile.TemporaryDirectory() as folder:
     benchmark_tables.PAGE = pathlib.Path(folder) / "page.md"
     benchmark_tables.PAGE.write_text(benchmark_tables.MARK, encoding="utf-8")
-    benchmark_tables.write_page([run_with(calm=2.0, wild=2.0), run_with(calm=2.02, wild=1.2)])
+    benchmark_tables.write_page([run_with(calm=2.0, wild=2.0), run_with(calm=2.02, wild=1.2)],
+                                [run_with(calm=9.0, gone=9.0), run_with(calm=7.0)])
+    table = benchmark_tables.PAGE.read_text(encoding="utf-8")
+    check("| 2.01 | 2 to 2.02 | 8 | 7 to 9 |" in table and "gone" not in table,
+          "a row has its own ratios and those of earlier code", table)
     same = outcome(run_with(calm=1.95, wild=1.3), run_with(calm=1.97, wild=1.3))
     check(same == (0, "2 rows, 0 fallen\n"), "what lies within its noise has not fallen", same)
     code, text = outcome(run_with(calm=1.85, wild=1.0), run_with(calm=1.86, wild=1.0), run_with(more=1.0))
