@@ -7,6 +7,7 @@
 #include "bench/PlainLoops.h"
 #include "infrastructure/utility/BigEndianRun.h"
 #include "infrastructure/utility/parceltongue/tagging/FrameTagging.h"
+#include "infrastructure/utility/video/ancillary/AncillaryExtractor.h"
 #include "infrastructure/utility/video/generation/FrameOperations.h"
 #include "infrastructure/utility/video/generation/SdiColourConverter.h"
 #include "infrastructure/utility/video/generation/SdiPixelToSourceImageSampleConverter.h"
@@ -95,6 +96,26 @@ class Tagging : public Work
     std::vector<quint32> result_;
 };
 
+/// The search for an ancillary data flag, which is at the end, beside one word by word.
+class AncillarySearch : public Work
+{
+    void ours() override { found[0] = AncillaryRun(words.data(), words.size()).findFlag(0); }
+    void peer() override
+    {
+        found[0] = static_cast<std::size_t>(
+            std::search(words.begin(), words.end(), std::begin(FLAG), std::end(FLAG)) -
+            words.begin());
+    }
+    Bytes result() const override { return bytesOf(found); }
+
+    static constexpr quint16 FLAG[] = {0, 0x3FF, 0x3FF};
+    std::vector<quint16> words = noise<quint16>(WIDTH * LINES, 9);
+    std::vector<std::size_t> found = {0};
+
+public:
+    AncillarySearch() { std::copy(std::begin(FLAG), std::end(FLAG), words.end() - 3); }
+};
+
 /// The numbers of a histogram, beside a loop that turns one after the other.
 class ByteOrder : public Work
 {
@@ -172,10 +193,15 @@ std::unique_ptr<Work> make()
 }
 
 constexpr Row ROWS[] = {
-    {"crcs", LINES*(ACTIVE + 6), 0.4, make<Crcs>}, {"tagging", WIDTH* LINES, 0, make<Tagging>},
-    {"byteOrder", 4096, 0.4, make<ByteOrder>},     {"colour", PIXELS, 0.4, make<Colour>},
-    {"mode1", PIXELS, 0.4, make<Mode1>},           {"mode2", PIXELS, 0.4, make<Mode2>},
-    {"mode3", PIXELS, 0.4, make<Mode3>},           {"mode4", PIXELS, 0.4, make<Mode4>},
+    {"crcs", LINES*(ACTIVE + 6), 0.4, make<Crcs>},
+    {"tagging", WIDTH* LINES, 0, make<Tagging>},
+    {"ancillary", WIDTH* LINES, 0.4, make<AncillarySearch>},
+    {"byteOrder", 4096, 0.4, make<ByteOrder>},
+    {"colour", PIXELS, 0.4, make<Colour>},
+    {"mode1", PIXELS, 0.4, make<Mode1>},
+    {"mode2", PIXELS, 0.4, make<Mode2>},
+    {"mode3", PIXELS, 0.4, make<Mode3>},
+    {"mode4", PIXELS, 0.4, make<Mode4>},
 };
 
 [[gnu::noinline]] void mark()

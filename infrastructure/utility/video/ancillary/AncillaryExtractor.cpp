@@ -1,5 +1,6 @@
 #include "infrastructure/utility/video/ancillary/AncillaryExtractor.h"
 
+#include "infrastructure/utility/video/ancillary/AncillaryKernels_p.h"
 #include "infrastructure/utility/video/ancillary/AncillaryNames.h"
 #include "infrastructure/utility/video/ancillary/AncillaryWords.h"
 
@@ -11,24 +12,11 @@ namespace {
 constexpr std::size_t FLAG_WORDS = 3;
 constexpr std::size_t HEAD_WORDS = 6; ///< with DID, SDID and data count
 constexpr quint32 ALL_ONES = 0x3FF;
-constexpr std::size_t BLOCK_WORDS = 256;
+constexpr std::size_t BLOCK_WORDS = 512;
 
 /// In a line of the frame store.
 constexpr std::size_t WORDS_BEFORE_HORIZONTAL_SPACE = 8; ///< EAV, line number, CRC
 constexpr std::size_t START_OF_ACTIVE_VIDEO_WORDS = 4;
-
-/// True if the mask's bits are ones in one of `count` words and in the word `step` further on.
-/// Compilers make wide instructions of it.
-template <typename Word>
-bool hasPairOfOnes(const Word* words, std::size_t count, std::size_t step, Word mask)
-{
-    Word any = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const Word both = words[i] & words[i + step] & mask;
-        any = static_cast<Word>(any | (both == mask ? 1 : 0));
-    }
-    return any != 0;
-}
 
 } // namespace
 
@@ -47,13 +35,14 @@ AncillaryRun AncillaryRun::part(std::size_t first, std::size_t most) const
 
 std::size_t AncillaryRun::findFlag(std::size_t from) const
 {
+    const AncillaryKernels& kernels = getKernels<AncillaryKernels>();
     // A flag has two words of ones side by side, which no timing reference has.
     for (std::size_t ones = from + 1; ones + 1 < count;) {
         const std::size_t pairs = std::min(BLOCK_WORDS, count - 1 - ones);
         const bool mayBegin = words != nullptr
-                                  ? hasPairOfOnes(words + ones * step, (pairs - 1) * step + 1, step,
-                                                  quint16{ALL_ONES})
-                                  : hasPairOfOnes(samples + ones, pairs, 1, ALL_ONES << shift);
+                                  ? kernels.inWords(words + ones * step, (pairs - 1) * step + 1,
+                                                    step, quint16{ALL_ONES})
+                                  : kernels.inSamples(samples + ones, pairs, 1, ALL_ONES << shift);
         const std::size_t end = ones + pairs;
         for (; mayBegin && ones < end; ++ones) {
             if ((*this)[ones] == ALL_ONES && (*this)[ones + 1] == ALL_ONES &&
