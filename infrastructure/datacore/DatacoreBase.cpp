@@ -262,6 +262,7 @@ void DatacoreBase::readNode(const Object& object, bool justData)
 }
 
 template void DatacoreBase::readNode(const JsonTextObject&, bool);
+template void DatacoreBase::readNode(const JsonTextValue&, bool);
 
 /// Returns the number of keys that belong to no element, or to one that is not read.
 int DatacoreBase::readElements(const QJsonObject& object, bool justData)

@@ -18,6 +18,7 @@ class JsonTextIndex;
 struct DatacoreDescription;
 struct DatacoreNotes;
 struct JsonTextObject;
+struct JsonTextValue;
 struct QJsonParseError;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
@@ -191,14 +192,17 @@ private:
 
     void appendContent(JsonTextWriter& text, bool justData, bool withChildren) const;
     bool readText(const JsonTextIndex& text, bool justData);
+    bool readUsualText(QLatin1String text, bool justData);
     void writeNode(QJsonObject& json, JsonWriter& writer) const;
     QJsonObject writeElements(JsonWriter& writer) const;
     template <typename Object>
     void readNode(const Object& object, bool justData);
     int readElements(const QJsonObject& object, bool justData);
     int readElements(const JsonTextObject& object, bool justData);
+    int readElements(const JsonTextValue& value, bool justData);
     void readChildren(const QJsonObject& object, bool justData, int keysLeft);
     void readChildren(const JsonTextObject& object, bool justData, int keysLeft);
+    void readChildren(const JsonTextValue&, bool, int) {}
     void updateStatus(DatacoreChangeList& list);
     bool populating = false;     ///< populateFromJson is running on this node
     bool updatingStatus = false; ///< the node's status is being worked out
