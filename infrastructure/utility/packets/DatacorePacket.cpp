@@ -173,6 +173,11 @@ void DatacorePacket::setDatacorePath(const QString& path)
     set(PATH_KEY, path);
 }
 
+bool DatacorePacket::isForPath(const QString& path) const
+{
+    return isPlainText() ? plainValue(PATH_KEY).toLatin1() == path : getDatacorePath() == path;
+}
+
 bool DatacorePacket::containsDatacoreObject() const
 {
     return contains(DATACORE_KEY);

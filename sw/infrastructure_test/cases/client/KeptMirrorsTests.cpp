@@ -84,6 +84,7 @@ struct Client
         if (ownId >= 0) {
             packet.setPacketID(ownId);
         }
+        REQUIRE(registry.lookup(packet) == &at(path));
         registry.deliver(at(path), packet, ownId >= 0);
     }
     void give(std::initializer_list<const char*> paths, int value)
