@@ -66,6 +66,7 @@ public:
     /// Appends what appendToJson gives for this node, as compact JSON text: the bytes that
     /// QJsonDocument writes, without building an object.
     void appendToJsonText(QByteArray& text, bool justData, bool withChildren = false) const;
+    void appendToJsonText(JsonTextWriter& text, bool justData, bool withChildren = false) const;
     /// Reads the node at `path` from `json`, whose only key must be the node's name. Absent keys
     /// leave their part of the node as it is; unknown keys are ignored. Returns false, without a
     /// message, if there is no such node or the object has another shape. Each node that changed

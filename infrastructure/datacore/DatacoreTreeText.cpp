@@ -75,9 +75,14 @@ bool isBefore(const DatacoreChildren::Entry& entry, QLatin1String key)
 void DatacoreBase::appendToJsonText(QByteArray& text, bool justData, bool withChildren) const
 {
     JsonTextWriter writer(text);
-    writer.append("{");
-    appendContent(writer, justData, withChildren);
-    writer.append("}");
+    appendToJsonText(writer, justData, withChildren);
+}
+
+void DatacoreBase::appendToJsonText(JsonTextWriter& text, bool justData, bool withChildren) const
+{
+    text.append("{");
+    appendContent(text, justData, withChildren);
+    text.append("}");
 }
 
 /// Appends the node as a member of an object. Children and elements are members alike, so they take
