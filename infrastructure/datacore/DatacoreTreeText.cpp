@@ -35,7 +35,6 @@ public:
     {
     }
 
-    bool isAtEnd() const { return at == end; }
     /// Each goes past what is asked for, if that is next.
     template <int SIZE>
     bool skip(const char (&expected)[SIZE])
@@ -171,10 +170,10 @@ bool DatacoreBase::readUsualText(QLatin1String text, bool justData)
     const JsonTextValue value{rest.takeCharacters()};
     const bool isWhole =
         rest.skip(R"(","reasonsForBeingInactive":[],"reasonsForBeingInvalid":[]}})");
-    if ((!isWhole && !rest.skip("\"}}")) || !rest.isAtEnd()) {
+    if (!isWhole && !rest.skip("\"}}")) {
         return false;
     }
-    if (isWhole && !justData && !(isValid() && isActive())) {
+    if (isWhole && !(isValid() && isActive())) {
         return false;
     }
     readNode(value, justData);

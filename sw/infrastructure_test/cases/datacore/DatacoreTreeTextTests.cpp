@@ -288,6 +288,9 @@ TEST_CASE("The usual content of a node, and what nearly is, is read as from its 
 {
     const QByteArray reason =
         R"([{"DatacoreValidStatusMessage":{},"MessageBase":{"identifier":4,"type":2}}])";
+    const QJsonObject invalid = parseObject(R"({"n":{"reasonsForBeingInvalid":)" + reason + "}}");
+    const QJsonObject inactive = parseObject(R"({"n":{"reasonsForBeingInactive":[
+        {"DatacoreActiveStatusMessage":{},"MessageBase":{"identifier":2,"type":3}}]}})");
     const QByteArray none = R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[])";
     const Table<QByteArray, bool> rows{
         // content, and whether it is read
@@ -315,7 +318,7 @@ TEST_CASE("The usual content of a node, and what nearly is, is read as from its 
         {"{}", false},
     };
     for (const auto& [content, isRead] : rows) {
-        for (int state = 0; state < 8; ++state) { // of the node before, and the flag
+        for (int state = 0; state < 12; ++state) { // of the node before, and the flag
             INFO(content.toStdString() << state);
             const bool justData = state % 2 != 0;
             std::vector<QByteArray> taken;
@@ -327,11 +330,9 @@ TEST_CASE("The usual content of a node, and what nearly is, is read as from its 
                 if ((state & 2) != 0) {
                     node.setData("old"_s);
                 }
-                if ((state & 4) != 0) {
-                    node.populateFromJson(
-                        QString(),
-                        {{"n"_s, parseObject(R"({"reasonsForBeingInvalid":)" + reason + '}')}},
-                        false, messages);
+                if (state >= 4) {
+                    node.populateFromJson(QString(), state < 8 ? invalid : inactive, false,
+                                          messages);
                 }
                 root.takeChangedList();
                 root.clearChangeState();
