@@ -126,7 +126,7 @@ void appendJsonString(QByteArray& text, const QString& string)
 
 void appendNextJsonKey(QByteArray& text, QLatin1String key)
 {
-    JsonTextWriter(text).appendNextKey(key);
+    text.append(",\"").append(key.data(), key.size()).append("\":");
 }
 
 void appendJsonValue(QByteArray& text, const QJsonValue& value)
