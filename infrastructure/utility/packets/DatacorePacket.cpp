@@ -96,7 +96,10 @@ DatacorePacket::writePayload(const ClientId& clientID, const PacketId& packetID,
                              const DatacoreBase& datacore, bool justData, const QString& path)
 {
     constexpr int ordinaryBytes = 320;
-    QByteArray payload = beginPayload(CLASSNAME(), ordinaryBytes);
+    static const QByteArray start = beginPayload(CLASSNAME(), 0);
+    QByteArray payload;
+    payload.reserve(ordinaryBytes);
+    payload.append(start);
     {
         JsonTextWriter members(payload);
         appendMember(members, CLIENT_ID_KEY, clientID);
