@@ -150,6 +150,7 @@ private:
     const WriteHandler* refusedWrites = nullptr; ///< not null while there is no link
     int callDepth = 0;
     Freshness freshness = Freshness::NeverReceived;
+    ClientDatacore* follower = nullptr; ///< whose packet came after this one's; the registry's note
     // The registry's notes for the fill under way or to come.
     bool isAwaited = false; ///< its value is waited for
     bool isChanged = false; ///< it has become another since the link was lost

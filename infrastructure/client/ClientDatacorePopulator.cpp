@@ -39,16 +39,15 @@ void ClientDatacorePopulator::acceptPacket(const SerialisableDataPacket& packet)
 
 void ClientDatacorePopulator::populateClientDatacoreFromJson(DatacorePacket datacorePacket)
 {
-    const QString path = datacorePacket.getDatacorePath();
-    if (ClientDatacore* datacore = registry->lookup(path)) {
+    if (ClientDatacore* datacore = registry->lookup(datacorePacket)) {
         const bool isOwnUpdate = datacorePacket.containsClientID() &&
                                  datacorePacket.getClientID() == connection->getLocalIdentifier();
         registry->deliver(*datacore, datacorePacket, isOwnUpdate);
     } else if (registry->isEmpty()) {
         VELLOG_INFO() << "Client datacore populator: Registry is empty, no way to populate: "
-                      << path;
+                      << datacorePacket.getDatacorePath();
     } else {
         VELLOG_INFO() << "Client datacore populator: Registry does not contain datacore with path: "
-                      << path;
+                      << datacorePacket.getDatacorePath();
     }
 }

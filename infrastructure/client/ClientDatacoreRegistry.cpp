@@ -47,6 +47,32 @@ ClientDatacore* ClientDatacoreRegistry::lookup(const QString& path) const
     return datacoresByHash.value(path, nullptr);
 }
 
+/// What changes often mostly changes in the order of the last time, so look there first.
+ClientDatacore* ClientDatacoreRegistry::lookup(const DatacorePacket& packet)
+{
+    ClientDatacore* datacore = latest != nullptr ? latest->follower : nullptr;
+    if (datacore == nullptr || !packet.isForPath(datacore->path)) {
+        datacore = lookup(packet.getDatacorePath());
+        if (datacore == nullptr) {
+            return nullptr;
+        }
+        if (latest != nullptr) {
+            latest->follower = datacore;
+        }
+    }
+    latest = datacore;
+    return datacore;
+}
+
+/// For mirrors that are about to go.
+void ClientDatacoreRegistry::forgetOrder()
+{
+    latest = nullptr;
+    for (ClientDatacore* datacore : qAsConst(datacores)) {
+        datacore->follower = nullptr;
+    }
+}
+
 bool ClientDatacoreRegistry::add(const QString& path, ClientDatacoreMonitor& monitor)
 {
     const QChar delimiter = DatacoreJsonInterface::TREE_LEVEL_DELIMITER();
@@ -132,14 +158,17 @@ void ClientDatacoreRegistry::removeMissing(const QStringList& paths)
     if (thisLoss != linkEvents) {
         return;
     }
+    QVector<ClientDatacore*> released;
     for (const QString& path : qAsConst(removed)) {
         ClientDatacore* datacore = datacores.take(path);
         datacoresByHash.remove(path);
         if (!datacore->isAdded) { // otherwise it has come and gone since the link was lost
             removedPaths.append(path);
         }
-        destroy(datacore);
+        released.append(datacore);
     }
+    forgetOrder();
+    std::for_each(released.cbegin(), released.cend(), destroy);
 }
 
 /// Waits for a value for each awaited mirror, and no longer than the patience lasts.
@@ -233,6 +262,7 @@ void ClientDatacoreRegistry::release()
     ++linkEvents;
     linkIsLost = false;
     isFillUnderWay = false;
+    latest = nullptr;
     removedPaths.clear();
     datacoresByHash.clear();
     const QMap<QString, ClientDatacore*> released = std::exchange(datacores, {});

@@ -42,6 +42,8 @@ public:
     QStringList getPaths() const { return datacores.keys(); }
     /// The mirror of a full path, or null.
     ClientDatacore* lookup(const QString& path) const;
+    /// The mirror of the packet's path, or null.
+    ClientDatacore* lookup(const DatacorePacket& packet);
 
     /// Makes a mirror for each path, with its writes going to the monitor. A path that ends in "/"
     /// or is repeated is logged and left out; one without any "/" is logged but taken. Unless the
@@ -104,6 +106,7 @@ private:
     void deliverFirst(ClientDatacore& datacore, const DatacorePacket& packet, bool isOwnUpdate);
     bool add(const QString& path, ClientDatacoreMonitor& monitor);
     void release();
+    void forgetOrder();
     static void destroy(ClientDatacore* datacore);
     void loseWrites();
     void makeStale();
@@ -117,7 +120,8 @@ private:
     QHash<QString, ClientDatacore*> datacoresByHash; ///< the same, for lookup
     ClientDatacore::WriteHandler writeRefused;
     QStringList awaitedPaths;
-    QStringList removedPaths; ///< since the link was lost
+    QStringList removedPaths;         ///< since the link was lost
+    ClientDatacore* latest = nullptr; ///< looked up for a packet
     QTimer patience;
     int awaitedCount = 0;
     int awaitedBefore = 0;  ///< when patience began

@@ -21,7 +21,8 @@ struct HookNesting
     bool isStopped = false; ///< from reaching the limit until the outermost hook returns
 };
 
-HookNesting& hookNesting()
+/// Not inlined: the compiler would look the thread's own up again at each use.
+[[gnu::noinline]] HookNesting& hookNesting()
 {
     static thread_local HookNesting nesting;
     return nesting;
@@ -29,9 +30,8 @@ HookNesting& hookNesting()
 
 /// Calls a hook, unless hooks have been stopped because they never settle.
 template <typename Hook>
-void callHook(const DatacoreBase& node, Hook&& hook)
+void callHook(HookNesting& nesting, const DatacoreBase& node, Hook&& hook)
 {
-    HookNesting& nesting = hookNesting();
     if (nesting.isStopped) {
         return;
     }
@@ -262,6 +262,7 @@ void DatacoreBase::readNode(const Object& object, bool justData)
 }
 
 template void DatacoreBase::readNode(const JsonTextObject&, bool);
+template void DatacoreBase::readNode(const JsonTextValue&, bool);
 
 /// Returns the number of keys that belong to no element, or to one that is not read.
 int DatacoreBase::readElements(const QJsonObject& object, bool justData)
@@ -368,7 +369,7 @@ void DatacoreBase::notifyValidRecursive()
         return true;
     });
     if (isValid()) {
-        callHook(*this, [this] { onValid(); });
+        callHook(hookNesting(), *this, [this] { onValid(); });
     }
 }
 
@@ -414,15 +415,16 @@ void DatacoreBase::updateStatus(DatacoreChangeList& list)
         activeStatusElement().setMessages(inactiveReasons);
         // 6. From here on, a write to this node updates it again.
     }
+    HookNesting& nesting = hookNesting();
     // 7. A valid node may act.
     if (isValid()) {
-        callHook(*this, [this] { onValid(); });
+        callHook(nesting, *this, [this] { onValid(); });
     }
     // 8. The incoming changes go after the node's own entry from steps 4 and 5.
     pendingChanges.mergeFrom(list);
     // 9. A changed node may tell.
     if (changeState != 0) {
-        callHook(*this, [this] { onChanged(); });
+        callHook(nesting, *this, [this] { onChanged(); });
     }
     // 10. The parent takes over all of it.
     if (parent != nullptr) {

@@ -18,6 +18,7 @@ class JsonTextIndex;
 struct DatacoreDescription;
 struct DatacoreNotes;
 struct JsonTextObject;
+struct JsonTextValue;
 struct QJsonParseError;
 
 /// One named node of the instrument's state: a list of strings as its value, the reasons why it is
@@ -65,6 +66,7 @@ public:
     /// Appends what appendToJson gives for this node, as compact JSON text: the bytes that
     /// QJsonDocument writes, without building an object.
     void appendToJsonText(QByteArray& text, bool justData, bool withChildren = false) const;
+    void appendToJsonText(JsonTextWriter& text, bool justData, bool withChildren = false) const;
     /// Reads the node at `path` from `json`, whose only key must be the node's name. Absent keys
     /// leave their part of the node as it is; unknown keys are ignored. Returns false, without a
     /// message, if there is no such node or the object has another shape. Each node that changed
@@ -191,14 +193,17 @@ private:
 
     void appendContent(JsonTextWriter& text, bool justData, bool withChildren) const;
     bool readText(const JsonTextIndex& text, bool justData);
+    bool readUsualText(QLatin1String text, bool justData);
     void writeNode(QJsonObject& json, JsonWriter& writer) const;
     QJsonObject writeElements(JsonWriter& writer) const;
     template <typename Object>
     void readNode(const Object& object, bool justData);
     int readElements(const QJsonObject& object, bool justData);
     int readElements(const JsonTextObject& object, bool justData);
+    int readElements(const JsonTextValue& value, bool justData);
     void readChildren(const QJsonObject& object, bool justData, int keysLeft);
     void readChildren(const JsonTextObject& object, bool justData, int keysLeft);
+    void readChildren(const JsonTextValue&, bool, int) {}
     void updateStatus(DatacoreChangeList& list);
     bool populating = false;     ///< populateFromJson is running on this node
     bool updatingStatus = false; ///< the node's status is being worked out

@@ -161,6 +161,11 @@ void DatacoreDataElement::readPlainJson(const PlainJsonValue& value)
     }
 }
 
+void DatacoreDataElement::readPlainText(QLatin1String text)
+{
+    readText(text);
+}
+
 template <typename Text>
 void DatacoreDataElement::readText(const Text& text)
 {

@@ -35,6 +35,8 @@ public:
     /// A JSON number, boolean or object is read as an empty string.
     void readJsonValue(const QJsonValue& value) override;
     void readPlainJson(const PlainJsonValue& value) override;
+    /// The same from the characters of a string.
+    void readPlainText(QLatin1String text);
 
 private:
     bool isSingle() const { return !getState().value.isNull(); }

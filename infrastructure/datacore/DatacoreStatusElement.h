@@ -22,6 +22,9 @@ public:
     /// list takes effect.
     void setMessages(const QVector<Message>& newMessages)
     {
+        if (newMessages.isEmpty() && isEmpty()) {
+            return; // as nearly always
+        }
         if (!isSame(newMessages)) {
             getOwner().elementChangedLocally();
         }

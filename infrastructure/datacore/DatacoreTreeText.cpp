@@ -8,6 +8,7 @@
 #include <QJsonParseError>
 
 #include <algorithm>
+#include <cstring>
 
 /// An object in a text: the first of its members, if there are any.
 struct JsonTextObject
@@ -16,7 +17,52 @@ struct JsonTextObject
     const JsonTextIndex::Member* first;
 };
 
+/// The one text that a node holds; there is nothing else to read.
+struct JsonTextValue
+{
+    QLatin1String text;
+};
+
 namespace {
+
+/// Goes through plain text that is expected to be of a certain form.
+class ExpectedText
+{
+public:
+    explicit ExpectedText(QLatin1String text)
+        : at(text.begin())
+        , end(text.end())
+    {
+    }
+
+    /// Each goes past what is asked for, if that is next.
+    template <int SIZE>
+    bool skip(const char (&expected)[SIZE])
+    {
+        constexpr int length = SIZE - 1;
+        const bool isNext = end - at >= length && std::memcmp(at, expected, length) == 0;
+        at += isNext ? length : 0;
+        return isNext;
+    }
+    bool skip(const QString& expected)
+    {
+        const int length = expected.size();
+        const bool isNext = end - at >= length && QLatin1String(at, length) == expected;
+        at += isNext ? length : 0;
+        return isNext;
+    }
+    /// The rest of a string, whose closing quote stays.
+    QLatin1String takeCharacters()
+    {
+        const char* start = at;
+        at = pastPlainCharacters(at, end);
+        return QLatin1String(start, static_cast<int>(at - start));
+    }
+
+private:
+    const char* at;
+    const char* end;
+};
 
 bool isBefore(const DatacoreChildren::Entry& entry, QLatin1String key)
 {
@@ -28,9 +74,14 @@ bool isBefore(const DatacoreChildren::Entry& entry, QLatin1String key)
 void DatacoreBase::appendToJsonText(QByteArray& text, bool justData, bool withChildren) const
 {
     JsonTextWriter writer(text);
-    writer.append("{");
-    appendContent(writer, justData, withChildren);
-    writer.append("}");
+    appendToJsonText(writer, justData, withChildren);
+}
+
+void DatacoreBase::appendToJsonText(JsonTextWriter& text, bool justData, bool withChildren) const
+{
+    text.append("{");
+    appendContent(text, justData, withChildren);
+    text.append("}");
 }
 
 /// Appends the node as a member of an object. Children and elements are members alike, so they take
@@ -89,8 +140,44 @@ bool DatacoreBase::populateFromJsonText(const QByteArray& text, bool justData,
 bool DatacoreBase::populateFromPlainJson(const PlainJsonValue& json, bool justData)
 {
     const QLatin1String text = json.getText();
+    if (readUsualText(text, justData)) {
+        return true;
+    }
     JsonTextIndex index;
     return index.read(text.data(), text.size()) && readText(index, justData);
+}
+
+/// Takes what nearly every node is sent as, one text and no reasons, without an index:
+///
+///     {"gain":{"class":"DatacoreInt32","data":"5","reasonsForBeingInactive":[],
+///              "reasonsForBeingInvalid":[]}}
+///     {"gain":{"data":"5"}}
+bool DatacoreBase::readUsualText(QLatin1String text, bool justData)
+{
+    ExpectedText rest(text);
+    if (!rest.skip("{\"") || !rest.skip(instanceName) || !rest.skip("\":{\"")) {
+        return false;
+    }
+    if (rest.skip("class\":\"")) {
+        rest.takeCharacters();
+        if (!rest.skip("\",\"")) {
+            return false;
+        }
+    }
+    if (!rest.skip("data\":\"")) {
+        return false;
+    }
+    const JsonTextValue value{rest.takeCharacters()};
+    const bool isWhole =
+        rest.skip(R"(","reasonsForBeingInactive":[],"reasonsForBeingInvalid":[]}})");
+    if (!isWhole && !rest.skip("\"}}")) {
+        return false;
+    }
+    if (isWhole && !(isValid() && isActive())) {
+        return false;
+    }
+    readNode(value, justData);
+    return true;
 }
 
 bool DatacoreBase::readText(const JsonTextIndex& text, bool justData)
@@ -101,6 +188,12 @@ bool DatacoreBase::readText(const JsonTextIndex& text, bool justData)
     }
     readNode(JsonTextObject{&text, text.firstOf(*node)}, justData);
     return true;
+}
+
+int DatacoreBase::readElements(const JsonTextValue& value, bool /*justData*/)
+{
+    dataElement().readPlainText(value.text);
+    return 0;
 }
 
 /// The members are in the order in which elements are to be read.

@@ -30,6 +30,20 @@ public:
         std::memcpy(makeRoom(SIZE - 1), characters, SIZE - 1);
         at += SIZE - 1;
     }
+    void append(QLatin1String characters)
+    {
+        std::memcpy(makeRoom(characters.size()), characters.data(),
+                    static_cast<std::size_t>(characters.size()));
+        at += characters.size();
+    }
+    /// Appends the start of a further member of an object: a comma, the key, which must need no
+    /// escapes, and a colon.
+    void appendNextKey(QLatin1String key)
+    {
+        append(",\"");
+        append(key);
+        append("\":");
+    }
     /// Appends a string, escaped and in quotes.
     void appendString(const QString& string);
     /// Appends any value.
@@ -53,8 +67,6 @@ private:
     int room = 0;          ///< end of what may be written
 };
 
-/// Appends the start of a further member of an object: a comma, the key, which must need no
-/// escapes, and a colon.
+/// These do the same to a text for which there is no writer.
 void appendNextJsonKey(QByteArray& text, QLatin1String key);
-/// Appends any value.
 void appendJsonValue(QByteArray& text, const QJsonValue& value);

@@ -264,7 +264,9 @@ public:
     void addChanges(const DatacoreBase* except = nullptr)
     {
         for (DatacoreBase* root : server.getRoots()) {
-            for (const DatacoreBase* changed : root->takeChangedList()) {
+            const std::vector<DatacoreBase*> changes = root->takeChangedList();
+            packets.reserve(packets.size() + changes.size());
+            for (const DatacoreBase* changed : changes) {
                 if (changed != except) {
                     add(*changed, toPacket(*changed));
                 }

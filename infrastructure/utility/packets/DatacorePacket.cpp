@@ -16,28 +16,31 @@ constexpr PacketKey<QString> PATH_KEY{"Path", ""};
 constexpr PacketKey<QJsonObject> DATACORE_KEY{"Datacore"};
 const QLatin1String DATA_KEY("data"); ///< in the node's content
 
-void appendMember(QByteArray& payload, const PacketKeyText& key, const QString& text)
+void appendMember(JsonTextWriter& payload, const PacketKeyText& key, const QString& text)
 {
-    appendNextJsonKey(payload, key.getText());
-    appendJsonString(payload, text);
+    payload.appendNextKey(key.getText());
+    payload.appendString(text);
 }
 
-void appendMember(QByteArray& payload, const PacketKeyText& key, int number)
+void appendMember(JsonTextWriter& payload, const PacketKeyText& key, int number)
 {
-    appendNextJsonKey(payload, key.getText());
-    payload.append(QByteArray::number(number));
+    payload.appendNextKey(key.getText());
+    payload.append(QLatin1String(QByteArray::number(number)));
 }
 
 /// Nothing for an undefined value.
-void appendMember(QByteArray& payload, const PacketKeyText& key, const QJsonValue& value)
+void appendMember(JsonTextWriter& payload, const PacketKeyText& key, const QJsonValue& value)
 {
+    if (value.isUndefined()) {
+        return;
+    }
     if (value.isString()) {
         appendMember(payload, key, value.toString());
     } else if (value == QJsonValue(value.toInt())) {
         appendMember(payload, key, value.toInt());
-    } else if (!value.isUndefined()) {
-        appendNextJsonKey(payload, key.getText());
-        appendJsonValue(payload, value);
+    } else {
+        payload.appendNextKey(key.getText());
+        payload.appendValue(value);
     }
 }
 
@@ -93,12 +96,18 @@ DatacorePacket::writePayload(const ClientId& clientID, const PacketId& packetID,
                              const DatacoreBase& datacore, bool justData, const QString& path)
 {
     constexpr int ordinaryBytes = 320;
-    QByteArray payload = beginPayload(CLASSNAME(), ordinaryBytes);
-    appendMember(payload, CLIENT_ID_KEY, clientID);
-    appendNextJsonKey(payload, DATACORE_KEY.getText());
-    datacore.appendToJsonText(payload, justData);
-    appendMember(payload, PACKET_ID_KEY, packetID);
-    appendMember(payload, PATH_KEY, path);
+    static const QByteArray start = beginPayload(CLASSNAME(), 0);
+    QByteArray payload;
+    payload.reserve(ordinaryBytes);
+    payload.append(start);
+    {
+        JsonTextWriter members(payload);
+        appendMember(members, CLIENT_ID_KEY, clientID);
+        members.appendNextKey(DATACORE_KEY.getText());
+        datacore.appendToJsonText(members, justData);
+        appendMember(members, PACKET_ID_KEY, packetID);
+        appendMember(members, PATH_KEY, path);
+    }
     return endPayload(payload);
 }
 
@@ -171,6 +180,11 @@ QString DatacorePacket::getDatacorePath() const
 void DatacorePacket::setDatacorePath(const QString& path)
 {
     set(PATH_KEY, path);
+}
+
+bool DatacorePacket::isForPath(const QString& path) const
+{
+    return isPlainText() ? plainValue(PATH_KEY).toLatin1() == path : getDatacorePath() == path;
 }
 
 bool DatacorePacket::containsDatacoreObject() const

@@ -43,6 +43,8 @@ public:
     bool containsDatacorePath() const;
     QString getDatacorePath() const; ///< empty if absent
     void setDatacorePath(const QString& path);
+    /// True if getDatacorePath gives this path.
+    bool isForPath(const QString& path) const;
 
     bool containsDatacoreObject() const;
     QJsonObject getDatacoreJsonObject() const; ///< empty if absent

@@ -84,6 +84,7 @@ struct Client
         if (ownId >= 0) {
             packet.setPacketID(ownId);
         }
+        REQUIRE(registry.lookup(packet) == &at(path));
         registry.deliver(at(path), packet, ownId >= 0);
     }
     void give(std::initializer_list<const char*> paths, int value)
@@ -266,6 +267,9 @@ TEST_CASE("By default lost writes are told of before their mirrors go", "[client
     client.at("r/a").setDataInt(2);
     client.socket->drop();
     CHECK(client.takeJournal() == lines({"populated", "filled||||", "lost|r/a|2|1", "cleared"}));
+    client.dump({"r/b"});
+    client.give({"r/b"}, 1);
+    CHECK(client.takeJournal() == lines({"populated", "filled||||"}));
     CHECK_FALSE(client.registry.isStale());
 }
 

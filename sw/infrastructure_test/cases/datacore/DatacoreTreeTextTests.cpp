@@ -283,6 +283,80 @@ TEST_CASE("A tree takes the same from text as from the object that it holds", "[
     CHECK_FALSE(Tree(random).root.populateFromPlainJson(PlainJsonValue(), false));
 }
 
+TEST_CASE("The usual content of a node, and what nearly is, is read as from its object",
+          "[datacore]")
+{
+    const QByteArray reason =
+        R"([{"DatacoreValidStatusMessage":{},"MessageBase":{"identifier":4,"type":2}}])";
+    const QJsonObject invalid = parseObject(R"({"n":{"reasonsForBeingInvalid":)" + reason + "}}");
+    const QJsonObject inactive = parseObject(R"({"n":{"reasonsForBeingInactive":[
+        {"DatacoreActiveStatusMessage":{},"MessageBase":{"identifier":2,"type":3}}]}})");
+    const QByteArray none = R"("reasonsForBeingInactive":[],"reasonsForBeingInvalid":[])";
+    const Table<QByteArray, bool> rows{
+        // content, and whether it is read
+        {R"({"n":{"class":"C","data":"1",)" + none + "}}", true},
+        {R"({"n":{"class":"C","data":"",)" + none + "}}", true},
+        {R"({"n":{"data":"2"}})", true},
+        {R"({"n":{"data":"2",)" + none + "}}", true},
+        {R"({"n":{"class":"C","data":"old"}})", true},
+        {R"({"n":{"class":"C","data":"1",)" + none + R"(,"z":{"data":"3"}}})", true},
+        {R"({"n":{"class":"C","data":"1","z":{"data":"3"}}})", true},
+        {R"({"n":{"class":"C","data":"1",)" + none + R"(},"o":{}})", false},
+        {R"({"n":{"data":"1"},"o":{}})", false},
+        {R"({"n":{"class":"C","data":"1","reasonsForBeingInactive":[],)"
+         R"("reasonsForBeingInvalid":)" +
+             reason + "}}",
+         true},
+        {R"({"n":{"class":"C","data":["1","2"],)" + none + "}}", true},
+        {R"({"n":{"class":"C","data":null}})", true},
+        {R"({"n":{"class":"C"}})", true},
+        {R"({"n":{"class":5,"data":"1"}})", true},
+        {R"({"n":{}})", true},
+        {R"({"nn":{"data":"1"}})", false},
+        {R"({"":{"data":"1"}})", false},
+        {R"({"n":"1"})", true},
+        {"{}", false},
+    };
+    for (const auto& [content, isRead] : rows) {
+        for (int state = 0; state < 12; ++state) { // of the node before, and the flag
+            INFO(content.toStdString() << state);
+            const bool justData = state % 2 != 0;
+            std::vector<QByteArray> taken;
+            for (const bool inPlace : {true, false}) {
+                KeepingNode root("root"_s, nullptr);
+                KeepingNode node("n"_s, &root);
+                KeepingNode child("z"_s, &node, "c"_s);
+                DatacoreJsonMessages messages;
+                if ((state & 2) != 0) {
+                    node.setData("old"_s);
+                }
+                if (state >= 4) {
+                    node.populateFromJson(QString(), state < 8 ? invalid : inactive, false,
+                                          messages);
+                }
+                root.takeChangedList();
+                root.clearChangeState();
+                const QByteArray outer = "{\"json\":" + content + '}';
+                PlainJsonIndex plain;
+                REQUIRE(plain.read(outer.constData(), outer.size()));
+                const LogCapture log;
+                CHECK(isRead ==
+                      (inPlace ? node.populateFromPlainJson(
+                                     plain.find(outer.constData(), QLatin1String("json")), justData)
+                               : node.populateFromJson(QString(), parseObject(content), justData,
+                                                       messages)));
+                QByteArray text = toText(write(root)) + QByteArray::number(node.getChangeState()) +
+                                  log.lines().join(u' ').toUtf8();
+                for (const DatacoreBase* changed : root.takeChangedList()) {
+                    text += ' ' + changed->getPath().toUtf8();
+                }
+                taken.push_back(text);
+            }
+            CHECK(taken[0] == taken[1]);
+        }
+    }
+}
+
 TEST_CASE("Text in any layout is read in place, and what is bad or rare is left", "[datacore]")
 {
     for (const QByteArray& text :

@@ -40,6 +40,8 @@ TEST_CASE("A datacore packet gives what was put in, and says what it lacks", "[p
         CHECK(same.getClientID() == "clientCool"_s);
         CHECK(same.getPacketID() == 4711);
         CHECK(same.getDatacorePath() == "some/path"_s);
+        CHECK(same.isForPath("some/path"_s));
+        CHECK_FALSE((same.isForPath("some/pat"_s) || same.isForPath("some/path2"_s)));
         CHECK(same.getDatacoreJsonObject() == datacore);
     }
     received.setPacketID(5);
