@@ -51,6 +51,7 @@ public:
         at += isNext ? length : 0;
         return isNext;
     }
+    bool isAtEnd() const { return at == end; }
     /// The rest of a string, whose closing quote stays.
     QLatin1String takeCharacters()
     {
@@ -173,7 +174,8 @@ bool DatacoreBase::readUsualText(QLatin1String text, bool justData)
     if (!isWhole && !rest.skip("\"}}")) {
         return false;
     }
-    if (isWhole && !(isValid() && isActive())) {
+    // The text goes on if the name itself looks like the start of an object.
+    if (!rest.isAtEnd() || (isWhole && !(isValid() && isActive()))) {
         return false;
     }
     readNode(value, justData);

@@ -355,6 +355,13 @@ TEST_CASE("The usual content of a node, and what nearly is, is read as from its 
             CHECK(taken[0] == taken[1]);
         }
     }
+    KeepingNode odd(R"(a":{"b)"_s, nullptr, "old"_s);
+    const QByteArray outer = R"({"json":{"a":{"b":{"data":"1"}}}})";
+    PlainJsonIndex plain;
+    REQUIRE(plain.read(outer.constData(), outer.size()));
+    CHECK_FALSE(
+        odd.populateFromPlainJson(plain.find(outer.constData(), QLatin1String("json")), false));
+    CHECK(odd.getData() == "old"_s);
 }
 
 TEST_CASE("Text in any layout is read in place, and what is bad or rare is left", "[datacore]")
