@@ -307,8 +307,10 @@ private:
             GatewayNode& node = tree.entries[std::size_t(at)].node;
             if (node.description != *found) {
                 node.description = *found;
+                const quint64 contentAt = node.contentAt;
                 tree.touch(at);
                 node.listedAt = node.revision;
+                node.contentAt = contentAt;
             }
         }
     }
@@ -446,7 +448,7 @@ void GatewayTree::touch(int index)
         }
         newest = index;
     }
-    entry.node.revision = ++revision;
+    entry.node.revision = entry.node.contentAt = ++revision;
     announce();
 }
 

@@ -54,6 +54,7 @@ struct GatewayNode
     bool isPresent = false; ///< false: the server has it no more
     quint64 revision = 0;   ///< of its last change of any kind
     quint64 listedAt = 0;   ///< revision at which it came, or its description changed
+    quint64 contentAt = 0;  ///< revision at which anything but its description changed
 };
 
 /// A description, and its JSON text.

@@ -120,12 +120,17 @@ public:
 
     void accept();
     void startSession(tcp::socket&& socket);
-    /// Has something done by the thread that decides.
+    /// Has something done by the thread that decides, which lets go of what the function holds.
     template <typename Function>
-    void decide(Function&& function)
+    void decide(Function function)
     {
-        QMetaObject::invokeMethod(context.get(), std::forward<Function>(function),
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            context.get(),
+            [function = std::move(function)]() mutable {
+                const Function own = std::move(function);
+                own();
+            },
+            Qt::QueuedConnection);
     }
 
     Handler handler;

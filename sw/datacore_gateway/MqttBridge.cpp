@@ -213,11 +213,12 @@ void MqttBridge::publishNode(int index)
     }
     published.resize(std::max(published.size(), static_cast<std::size_t>(index) + 1));
     quint64& revision = published[static_cast<std::size_t>(index)];
-    if (revision == node.revision || (node.isPresent && node.state == GatewayNode::NeverReceived)) {
+    if (revision == node.contentAt ||
+        (node.isPresent && node.state == GatewayNode::NeverReceived)) {
         return;
     }
     const bool isFirst = revision == 0;
-    revision = node.revision;
+    revision = node.contentAt;
     const QByteArray topic = settings.root + '/' + MqttTopics::fromPath(node.path);
     QByteArray json;
     if (node.isPresent) {

@@ -68,7 +68,7 @@ private:
     const QByteArray prefix; ///< of the server's topics
     std::unique_ptr<MqttConnection> connection;
     bool isUp = false;
-    std::vector<quint64> published; ///< revision of each node that the broker has been sent
+    std::vector<quint64> published; ///< revision of each node's content that the broker has
     std::vector<int> round;         ///< nodes to be published, oldest first
     std::size_t next = 0;           ///< in the round
     std::optional<quint64> seen;    ///< revision of the tree when the round was made

@@ -109,9 +109,16 @@ void MqttConnection::subscribe(const QByteArray& filter)
     mosquitto_subscribe(client, nullptr, filter.constData(), QOS);
 }
 
+/// The thread that does it also lets go of what the event holds.
 void MqttConnection::post(std::function<void()> event)
 {
-    QMetaObject::invokeMethod(&context, std::move(event), Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &context,
+        [event = std::move(event)]() mutable {
+            const std::function<void()> own = std::move(event);
+            own();
+        },
+        Qt::QueuedConnection);
 }
 
 /// Tells the library all but whom to connect to.

@@ -27,7 +27,6 @@ constexpr quint32 MOST_STREAMS = 4;
 constexpr std::size_t TAG_WORDS = 4;
 constexpr std::size_t FIELD_TAG_WORDS = FieldParcelTag::NUM_WORDS_IN_HEADER_TAG();
 constexpr quint32 LINE_MULTIPLE = 8;
-constexpr quint32 FIELD_MULTIPLE = 16;
 /// One or two wrong words are damage; of so many the reader is not where it believes to be.
 constexpr int WRONG_TAG_WORDS_WHEN_LOST = 3;
 
@@ -144,12 +143,12 @@ public:
     /// Of the line kept and the first words of its successor: the CRC words as store words.
     std::array<quint32, 2> of(const quint32* lineStart, quint32 stream) const
     {
-        LineCrc::Registers crcs = (*before)[stream];
+        LineCrc::Registers registers = (*before)[stream];
         for (quint32 i = 0; i < WORDS_BEFORE_CRC; ++i) {
-            crcs = LineCrc::stepBoth(crcs, lineStart[i * streams + stream]);
+            registers = LineCrc::stepBoth(registers, lineStart[i * streams + stream]);
         }
-        const auto first = LineCrc::toWords(LineCrc::ofChannel(crcs, 0));
-        const auto second = LineCrc::toWords(LineCrc::ofChannel(crcs, 1));
+        const auto first = LineCrc::toWords(LineCrc::ofChannel(registers, 0));
+        const auto second = LineCrc::toWords(LineCrc::ofChannel(registers, 1));
         return {Sdi20BitSample{first[0], second[0]}.toStoreWord(),
                 Sdi20BitSample{first[1], second[1]}.toStoreWord()};
     }

@@ -78,7 +78,7 @@ void foldDown(const quint8* words, std::size_t bytes, quint8* run, std::size_t d
     foldParts(end - from, run + degree + from, words + from, run + exponent + from,
               (run + lower + from)...);
     if constexpr (sizeof...(lower) > 0) {
-        foldDown(words, bytes, run, degree, end, lower...);
+        foldDown(words, bytes, run, degree, end, std::size_t(lower)...);
     }
 }
 

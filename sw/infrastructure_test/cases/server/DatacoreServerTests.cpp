@@ -381,7 +381,7 @@ TEST_CASE("Who asks for descriptions in a loop delays nobody, or is dropped", "[
         good.leaf(0)->setDataInt(count);
         good.settle();
         CHECK(server.getClientCount() == 2);
-        REQUIRE(waitFor([&] { return server.getClientCount() == 1; }));
+        REQUIRE(waitFor([&] { return server.getClientCount() == 1; }, 60'000)); // behind 64 MB
     }
     CHECK(log.lines().filter("escription"_s).size() == 1);
     CHECK(log.lines().filter("does not read, dropped"_s).size() == 2);
