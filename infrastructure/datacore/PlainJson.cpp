@@ -43,8 +43,7 @@ Bits findQuotes(const char* block, bool& isPlain)
 #else
     constexpr Bits each = ~Bits(0) / 0xFF;
     constexpr int size = sizeof(Bits);
-    constexpr auto gather =
-        static_cast<Bits>(0x0102040810204080 >> (64 - BLOCK_SIZE) << 3 * (8 - size) / 4);
+    constexpr auto gather = static_cast<Bits>(0x0102040810204080); // top bits of bytes to the top
     Bits others = 0;
     for (int i = 0; i < BLOCK_SIZE; i += size) {
         const Bits word = qFromLittleEndian<Bits>(block + i);
