@@ -4,6 +4,7 @@
 
 #include <QLatin1String>
 
+#include <algorithm>
 #include <array>
 
 class PlainJsonValue;
@@ -13,6 +14,15 @@ class PlainJsonIndex
 {
 public:
     static constexpr int MAX_MEMBERS = 6;
+
+    PlainJsonIndex() = default;
+    PlainJsonIndex(const PlainJsonIndex& other) { *this = other; }
+    PlainJsonIndex& operator=(const PlainJsonIndex& other)
+    {
+        count = other.count;
+        std::copy_n(other.members.begin(), count, members.begin());
+        return *this;
+    }
 
     /// Checks and indexes the text. Returns false, with the index empty, unless it is a plain
     /// object of at most MAX_MEMBERS members.
@@ -29,6 +39,6 @@ private:
         int valueSize;
     };
 
-    std::array<Member, MAX_MEMBERS> members{};
+    std::array<Member, MAX_MEMBERS> members; ///< the first `count` of them
     int count = 0;
 };

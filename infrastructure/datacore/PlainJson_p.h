@@ -20,13 +20,12 @@ inline const char* pastPlainCharacters(const char* at, const char* end)
     using Word = std::size_t; // what the machine works with at a time
     constexpr int size = sizeof(Word);
     constexpr Word each = ~Word(0) / 0xFF;
-    const auto markZeros = [](Word bytes) { return (bytes - each) & ~bytes; };
     for (; end - at >= size; at += size) {
         // Sets the top bit of each character that is looked for, and perhaps of some after the
         // first such.
         const Word word = qFromLittleEndian<Word>(at);
-        const Word marks = (word | (word - each * 0x20) | markZeros(word ^ each * '"') |
-                            markZeros(word ^ each * '\\')) &
+        const Word marks = (word | (word - each * 0x20) | ((word ^ each * '"') - each) |
+                            ((word ^ each * '\\') - each)) &
                            each * 0x80;
         if (marks != 0) {
             return at + qCountTrailingZeroBits(marks) / 8;

@@ -14,7 +14,6 @@
 #include <QTcpSocket>
 #include <QThread>
 #include <QTimer>
-#include <QVarLengthArray>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -71,22 +70,24 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
 void deliver(const QByteArray& view, const RawDataPacketHeader& header,
              const RawDataPacketReceivers& registry)
 {
-    using Receiver = RawDataPacketReceiverInterfaceBase;
-    const std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
-    if (packet == nullptr) {
-        return;
-    }
+    std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
     const unsigned int type = header.packetType;
-    QVarLengthArray<Receiver*, 8> receivers;
-    for (auto it = registry.constFind(type); it != registry.constEnd() && it.key() == type; ++it) {
-        receivers.append(it.value());
-    }
-    // A receiver may create others and destroy any; a new one may have the address of an old one.
-    const quint64 latest = Receiver::getLatestRegistrationNumber();
-    for (Receiver* receiver : receivers) {
-        if (registry.contains(type, receiver) && receiver->getRegistrationNumber() <= latest) {
-            receiver->receiveRawPacket(packet);
+    const auto isOfType = [&](auto it) { return it != registry.constEnd() && it.key() == type; };
+    quint64 previous = RawDataPacketReceiverInterfaceBase::getLatestRegistrationNumber() + 1;
+    for (auto it = registry.constFind(type); isOfType(it);) {
+        RawDataPacketReceiverInterfaceBase* receiver = it.value();
+        const quint64 number = receiver->getRegistrationNumber();
+        ++it;
+        if (number >= previous) {
+            continue;
         }
+        if (!isOfType(it)) {
+            receiver->receiveRawPacket(std::move(packet)); // the last one
+            return;
+        }
+        previous = number;
+        receiver->receiveRawPacket(packet);
+        it = registry.constFind(type); // the receiver may have created others and destroyed any
     }
 }
 

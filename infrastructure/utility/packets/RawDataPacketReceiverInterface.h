@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <type_traits>
+#include <typeinfo>
 
 class SerialisableDataPacket;
 
@@ -26,7 +27,10 @@ public:
 
     void receiveRawPacket(std::shared_ptr<RawDataPacket> packet) override
     {
-        receivePacket(std::dynamic_pointer_cast<T>(packet));
+        const RawDataPacket* content = packet.get();
+        receivePacket(content != nullptr && typeid(*content) == typeid(T)
+                          ? std::static_pointer_cast<T>(packet)
+                          : std::dynamic_pointer_cast<T>(packet)); // takes longer
     }
 
     /// Takes a packet; null if what arrived is not a `T`.

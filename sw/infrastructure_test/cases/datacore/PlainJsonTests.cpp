@@ -104,18 +104,31 @@ TEST_CASE("Plain text is told from any other, and holds what a parser finds", "[
     const QByteArray others =
         R"(|{|[]|"a"|1|null|{"a"}|{"a":}|{"a":1,}|{,"a":1}|{"a":1}}|{"a":1} |{ "a":1}|{"a":1,"a":2}|)"
         R"({"b":1,"a":2}|{"a":01}|{"a":-0}|{"a":1.5}|{"a":1e3}|{"a":1000000000}|{"a":-}|{"a":nul}|)"
+        R"({"a":{"b":1]|{"a":[1}}|{"a":1]|{"a":[]x}|{"a":tru}|{"a":x}|{"a":,"b":1}|{"a"1}|{1:"a"}|)"
         R"({"a":truE}|{"a":"\u0041"}|{"a":"é"}|{"a":"x|{"a":[1,]}|{"a":[1 2]}|{"a":[}]|)"
         R"({"a":1,"b":2,"c":3,"d":4,"e":5,"f":6,"g":7})";
     for (const QByteArray& text : others.split('|')) {
         INFO(text.toStdString());
         CHECK_FALSE(isPlain(text));
     }
-    for (int place = 0; place < 20; ++place) {
+    const int length = 70; // more than is looked at in one go
+    for (int place = 0; place < length; ++place) {
         for (const char* characters : {" !#[]\x7f", "\x1f\"\\\x80\xff"}) {
             for (const char character : QByteArray(characters)) {
-                QByteArray text(20, 'x');
+                QByteArray text(length, 'x');
                 text[place] = character;
                 CHECK(isPlain("{\"" + text + "\":\"" + text + "\"}") == (*characters == ' '));
+            }
+        }
+    }
+    for (const QByteArray tail : {"1}", "\"behind the last of the keys\"}"}) {
+        const QByteArrayList keys{"",   "a",        "a ",        "a!b",       "ab", "abcdefg",
+                                  "b!", "abcdefgh", "abcdefghi", "abcdefghj", "~",  "a#"};
+        for (const QByteArray& first : keys) {
+            for (const QByteArray& second : keys) {
+                INFO(first.toStdString() << " and " << second.toStdString());
+                CHECK(isPlain("{\"" + first + "\":1,\"" + second + "\":" + tail) ==
+                      (first < second));
             }
         }
     }

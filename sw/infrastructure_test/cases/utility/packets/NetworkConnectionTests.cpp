@@ -175,18 +175,24 @@ TEST_CASE("Above the threshold raw packets are dropped and JSON packets are not"
 TEST_CASE("A receiver may destroy itself or another, or make one, during a delivery", "[packets]")
 {
     FedConnection link;
-    auto oldest = std::make_unique<Receiver>();
+    std::string order;
+    const Receiver last([&] { order += 'l'; });
+    auto oldest = std::make_unique<Receiver>([&] { order += 'o'; });
+    const Receiver middle([&] { order += 'm'; });
     std::unique_ptr<Receiver> newest;
     std::unique_ptr<Receiver> made;
     newest = std::make_unique<Receiver>([&] {
+        order += 'n';
         oldest.reset();
-        made = std::make_unique<Receiver>();
+        made = std::make_unique<Receiver>([&] { order += '+'; });
         newest.reset();
     });
     link.socket->feed(jsonPacket(0) + jsonPacket(1));
     REQUIRE(made != nullptr);
     CHECK((oldest == nullptr && newest == nullptr));
     CHECK(made->numbers == std::vector<int>{1}); // made after the first packet came
+    CHECK((middle.numbers == numbersUpTo(2) && last.numbers == numbersUpTo(2)));
+    CHECK(order == "nml+ml"); // from the newest to the oldest
 }
 
 TEST_CASE("A receiver that pumps the event loop disturbs neither order nor buffer", "[packets]")

@@ -113,9 +113,12 @@ TEST_CASE("Receivers are registered as long as they exist, the newest first", "[
 
         first.receiveRawPacket(std::make_shared<SerialisableDataPacket>("X"_s));
         first.receiveRawPacket(std::make_shared<OtherPacket>());
-        REQUIRE(first.received.size() == 2);
+        first.receiveRawPacket(nullptr);
+        first.receiveRawPacket(std::make_shared<PtpEventPacket>());
+        REQUIRE(first.received.size() == 4);
         CHECK(first.received[0]->getPacketClassName() == "X"_s);
-        CHECK(first.received[1] == nullptr);
+        CHECK((first.received[1] == nullptr && first.received[2] == nullptr));
+        CHECK(first.received[3]->getPacketClassName() == PtpEventPacket::CLASSNAME());
     }
     CHECK(registry.count(0x1010) == before);
 }
