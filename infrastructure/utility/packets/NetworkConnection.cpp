@@ -65,16 +65,20 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
     {QAbstractSocket::ProxyProtocolError, "ProxyProtocolError"},
 };
 
-/// Builds a packet and gives it to the receivers that were registered for its type when it arrived
-/// and still are when their turn comes.
+/// Builds a packet, if anybody receives its type, and gives it to the receivers that were registered
+/// for it when it arrived and still are when their turn comes.
 void deliver(const QByteArray& view, const RawDataPacketHeader& header,
              const RawDataPacketReceivers& registry)
 {
-    std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
     const unsigned int type = header.packetType;
     const auto isOfType = [&](auto it) { return it != registry.constEnd() && it.key() == type; };
+    auto it = registry.constFind(type);
+    if (!isOfType(it)) {
+        return;
+    }
+    std::shared_ptr<RawDataPacket> packet = createRawDataPacket(view, header);
     quint64 previous = RawDataPacketReceiverInterfaceBase::getLatestRegistrationNumber() + 1;
-    for (auto it = registry.constFind(type); isOfType(it);) {
+    while (isOfType(it)) {
         RawDataPacketReceiverInterfaceBase* receiver = it.value();
         const quint64 number = receiver->getRegistrationNumber();
         ++it;
@@ -633,7 +637,7 @@ void NetworkConnection::deliverPackets(const SocketSignal& signal, bool discardR
             continue;
         }
         const bool isKept = !discardRawData || header.packetType == RawPacketType_SerialisableData;
-        if (isKept && registry.contains(header.packetType)) {
+        if (isKept) {
             deliver(view.setRawData(bytes, static_cast<uint>(size)), header, registry);
             if (!signal.isConnectionAlive() || socketCount != deliveredSocket) {
                 return; // a receiver has ended this link, and its buffer with it
