@@ -65,8 +65,8 @@ constexpr SocketErrorName SOCKET_ERROR_NAMES[] = {
     {QAbstractSocket::ProxyProtocolError, "ProxyProtocolError"},
 };
 
-/// Builds a packet, if anybody receives its type, and gives it to the receivers that were registered
-/// for it when it arrived and still are when their turn comes.
+/// Builds a packet, if anybody receives its type, and gives it to the receivers that were
+/// registered for it when it arrived and still are when their turn comes.
 void deliver(const QByteArray& view, const RawDataPacketHeader& header,
              const RawDataPacketReceivers& registry)
 {
