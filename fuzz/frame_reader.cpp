@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             words.push_back(good[at++ % good.size()] ^ 1u << (data[i + 3] & 31));
             break;
         default:
-            words.push_back(number | quint32(data[i + 3]) << 24);
+            words.push_back(static_cast<quint32>(number) | quint32(data[i + 3]) << 24);
         }
         if (words.size() > 100000) {
             return 0;
