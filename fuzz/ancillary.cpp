@@ -34,7 +34,8 @@ QString extract(const AncillaryRun& run, AncillarySpace space)
         },
         findings);
     extractor.readRun(run, {}, space);
-    for (const Finding& finding : findings.getFindings()) {
+    for (Finding finding : findings.getFindings()) {
+        finding.place.channel = -1; // which the layouts do not share
         texts += finding.toString();
     }
     return texts + QString::number(findings.getTotal());

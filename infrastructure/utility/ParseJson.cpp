@@ -177,14 +177,22 @@ private:
 QJsonDocument parseJson(const QByteArray& text, QJsonParseError* error)
 {
     const Text view(text.constData(), static_cast<std::size_t>(text.size()));
+    const auto refuse = [error](const char* reason, std::size_t at) {
+        VELLOG_ERR() << reason << at;
+        if (error != nullptr) {
+            error->error = QJsonParseError::IllegalValue;
+            error->offset = static_cast<int>(at);
+        }
+        return QJsonDocument();
+    };
     const std::size_t repeated = RepeatedKeySearch(view).run();
-    if (repeated == NONE) {
-        return QJsonDocument::fromJson(text, error);
+    if (repeated != NONE) {
+        return refuse("JSON object has a key twice, the second at: ", repeated);
     }
-    VELLOG_ERR() << "JSON object has a key twice, the second at: " << repeated;
-    if (error != nullptr) {
-        error->error = QJsonParseError::IllegalValue;
-        error->offset = static_cast<int>(repeated);
+    // Keys that differ only behind such a byte are one key to the parser, too.
+    const std::size_t zero = view.find('\0');
+    if (zero != NONE) {
+        return refuse("JSON text has a zero byte at: ", zero);
     }
-    return QJsonDocument();
+    return QJsonDocument::fromJson(text, error);
 }

@@ -112,6 +112,20 @@ TEST_CASE("Keys are the same where a parser reads the same", "[utility]")
     CHECK((refused > 1000 && refused < 2000));
 }
 
+TEST_CASE("A zero byte is bad text", "[utility]")
+{
+    for (const char* rest : {R"(b":[{}],"a-c":[{}]})", "\":1}", ""}) {
+        const QByteArray text = QByteArray("{\"a-").append(rest).replace('-', QByteArray(1, '\0'));
+        const LogCapture log;
+        QJsonParseError error;
+        CHECK(parseJson(text, &error).isNull());
+        CHECK(error.error == QJsonParseError::IllegalValue);
+        CHECK(error.offset == 3);
+        CHECK(log.lines() == QStringList{"error: JSON text has a zero byte at: 3"_s});
+    }
+    CHECK_FALSE(isRefused(R"({"a\u0000b":1,"a\u0000c":2})"));
+}
+
 TEST_CASE("A key that comes twice is refused wherever JSON text comes in", "[utility][packets]")
 {
     const LogCapture log;
